@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/asdbusinterface.h"
+
+#include <QDBusMetaType>
+
+namespace Activesync {
+
+namespace {
+
+void registerTypes()
+{
+    qDBusRegisterMetaType<SearchQuery>();
+    qDBusRegisterMetaType<SearchMailboxOptions>();
+    qDBusRegisterMetaType<SearchMailboxResult>();
+}
+
+} // namespace
+
+AsDBusInterface::AsDBusInterface(const QDBusConnection &connection, QObject *parent)
+    : QDBusAbstractInterface(QLatin1String(ServiceName), QLatin1String(ObjectPath), InterfaceName,
+                             connection, parent)
+{
+    registerTypes();
+}
+
+QDBusMessage AsDBusInterface::invoke(QDBus::CallMode mode, int timeoutMs, const QString &method,
+                                     const QVariantList &arguments)
+{
+    setTimeout(timeoutMs);
+    const QDBusMessage reply = callWithArgumentList(mode, method, arguments);
+    // An unsent call has no reply; an empty successful one stands for it.
+    if (mode == QDBus::NoBlock && reply.type() == QDBusMessage::InvalidMessage)
+        return QDBusMessage::createMethodCall(service(), path(), interface(), method)
+            .createReply(QVariant(0));
+    return reply;
+}
+
+QDBusReply<int> AsDBusInterface::sync(quint64 accountId, QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("sync"), {accountId});
+}
+
+QDBusReply<int> AsDBusInterface::folderSync(quint64 accountId, QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("folderSync"), {accountId});
+}
+
+QDBusReply<int> AsDBusInterface::syncSpecificFolders(quint64 accountId, const QStringList &folders,
+                                                     int contentType, int value,
+                                                     QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("syncSpecificFolders"),
+                  {accountId, folders, contentType, value});
+}
+
+QDBusReply<int> AsDBusInterface::downloadMessage(quint64 accountId, quint64 messageId,
+                                                 QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("downloadMessage"), {accountId, messageId});
+}
+
+QDBusReply<int> AsDBusInterface::downloadAttachment(quint64 accountId, quint64 messageId,
+                                                    const QString &location, QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("downloadAttachment"),
+                  {accountId, messageId, location});
+}
+
+QDBusReply<int> AsDBusInterface::sendMail(quint64 accountId, quint64 messageId,
+                                          QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("sendMail"), {accountId, messageId});
+}
+
+QDBusReply<int> AsDBusInterface::searchMailbox(quint64 accountId, const SearchQuery &query,
+                                               const SearchMailboxOptions &options,
+                                               QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("searchMailbox"),
+                  {accountId, QVariant::fromValue(query), QVariant::fromValue(options)});
+}
+
+QDBusReply<void> AsDBusInterface::abortRequest(int requestId, int code, QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("abortRequest"), {requestId, code});
+}
+
+QDBusReply<int> AsDBusInterface::isRequestAlive(int requestId, QDBus::CallMode mode)
+{
+    return invoke(mode, AliveTimeoutMs, QStringLiteral("isRequestAlive"), {requestId});
+}
+
+QDBusReply<void> AsDBusInterface::stopSync(quint64 accountId, int code, QDBus::CallMode mode)
+{
+    return invoke(mode, CallTimeoutMs, QStringLiteral("stopSync"), {accountId, code});
+}
+
+} // namespace Activesync
