@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_FOLDERCHANGES_H
+#define EAS_FOLDERCHANGES_H
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace Eas {
+
+/** A folder's type, [MS-ASCMD] 2.2.3.186.3 (those that matter to mail). */
+enum FolderType {
+    UserFolderGeneric = 1,
+    Inbox = 2,
+    Drafts = 3,
+    DeletedItems = 4,
+    SentItems = 5,
+    Outbox = 6,
+    UserMailFolder = 12
+};
+
+/** One folder as the server describes it; a parent of "0" is the root. */
+struct FolderRecord
+{
+    QString serverId;
+    QString parentId;
+    QString displayName;
+    int type = UserFolderGeneric;
+
+    /** Whether it holds mail. */
+    bool isMail() const { return type >= Inbox && type <= Outbox ? true : type == UserMailFolder; }
+};
+
+/** The answer to FolderSync, [MS-ASCMD] 2.2.1.5. */
+struct FolderChanges
+{
+    /** The key to send next time. */
+    QString syncKey;
+    /** The answer to key 0: what is not among `added` does not exist. */
+    bool complete = false;
+    QList<FolderRecord> added;
+    QList<FolderRecord> updated;
+    QStringList removed;
+};
+
+} // namespace Eas
+
+#endif

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_RESULT_H
+#define EAS_RESULT_H
+
+#include <QString>
+
+namespace Eas {
+
+/** The result codes of the daemon's interface, one for each thing that a person must be told. */
+enum ResultCode {
+    Success = 200,
+    NotActiveSync = 400,
+    LoginRefused = 401,
+    Forbidden = 403,
+    NotFound = 404,
+    ServerFailed = 500,
+    InvalidAnswer = 501,
+    NoRoom = 507,
+    Timeout = 901,
+    NoConnection = 902,
+    Cancelled = 1030,
+    BadConfiguration = 60006,
+    PolicyDemanded = 60007
+};
+
+/** How an operation ended: a code of the daemon's interface and a text for the log. */
+struct Result
+{
+    int code = Success;
+    QString text;
+
+    bool ok() const { return code == Success; }
+};
+
+} // namespace Eas
+
+#endif
