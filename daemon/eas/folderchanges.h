@@ -28,7 +28,7 @@ struct FolderRecord
     int type = UserFolderGeneric;
 
     /** Whether it holds mail. */
-    bool isMail() const { return type >= Inbox && type <= Outbox ? true : type == UserMailFolder; }
+    bool isMail() const { return (type >= Inbox && type <= Outbox) || type == UserMailFolder; }
 };
 
 /** The answer to FolderSync, [MS-ASCMD] 2.2.1.5. */
