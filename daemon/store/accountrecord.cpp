@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/accountrecord.h"
+
+#include <qmailserviceconfiguration.h>
+#include <qmailstore.h>
+
+#include <tuple>
+
+namespace Store {
+
+namespace {
+
+const QString serviceKey = QStringLiteral("orvmail");
+
+/** Reads the values, and decodes as the settings program encoded. */
+class Configuration : public QMailServiceConfiguration
+{
+public:
+    explicit Configuration(const QMailAccountConfiguration &configuration)
+        : QMailServiceConfiguration(configuration, serviceKey)
+    {
+    }
+
+    QString text(const char *key) const { return value(QLatin1String(key), QStringLiteral("")); }
+    int number(const char *key, int missing) const
+    {
+        return value(QLatin1String(key), QString::number(missing)).toInt();
+    }
+    QString secret(const char *key) const { return decodeValue(text(key)); }
+};
+
+auto fields(const AccountRecord &a)
+{
+    return std::tie(a.id, a.name, a.email, a.domain, a.userName, a.password, a.server, a.port,
+                    a.encryption, a.pushEnabled, a.keepDays);
+}
+
+} // namespace
+
+bool AccountRecord::operator==(const AccountRecord &other) const
+{
+    return fields(*this) == fields(other);
+}
+
+AccountRecord AccountRecord::read(const QMailAccountId &id)
+{
+    AccountRecord record;
+    const QMailAccount account = QMailStore::instance()->account(id);
+    const QMailAccountConfiguration stored = QMailStore::instance()->accountConfiguration(id);
+    if (!account.id().isValid() || !(account.status() & QMailAccount::Enabled)
+        || !stored.services().contains(serviceKey))
+        return record;
+    const Configuration configuration(stored);
+    record.id = id;
+    record.name = account.name();
+    record.email = configuration.text("email");
+    record.domain = configuration.text("domain");
+    record.userName = configuration.text("username");
+    record.password = configuration.secret("password");
+    record.server = configuration.text("server");
+    record.port = configuration.number("port", 80);
+    record.encryption = configuration.number("encryption", 0);
+    record.pushEnabled = account.customField(QStringLiteral("pushEnabled")) == QLatin1String("1");
+    record.keepDays = qMax(0, configuration.number("keepDays", 30));
+    return record;
+}
+
+} // namespace Store

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_CONTENTWRITER_H
+#define STORE_CONTENTWRITER_H
+
+#include "daemon/eas/result.h"
+
+#include <qmailmessage.h>
+
+namespace Store {
+
+/** What is needed to ask the server for one part of a message. */
+struct PartSource
+{
+    QString collectionId;
+    QString serverId;
+    QString fileReference; ///< empty: the part is no attachment of its own
+    qint64 estimatedSize = 0;
+    bool available = false; ///< its content is here already
+};
+
+/** Puts downloaded content into messages of the mail store; ids and flags stay. */
+namespace ContentWriter {
+
+/** Replaces the message's content by the RFC 5322 message in the file. */
+Eas::Result replaceMessage(const QMailMessageId &id, const QString &path);
+
+/** Of the part at the location ("1.2", as QMF writes it); code NotFound where there is none. */
+Eas::Result partSource(const QMailMessageId &id, const QString &location, PartSource *source);
+
+/** Gives the part the file's bytes as its content; memory does not grow with the file. */
+Eas::Result writePart(const QMailMessageId &id, const QString &location, const QString &path);
+
+} // namespace ContentWriter
+
+} // namespace Store
+
+#endif

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_LOCALCHANGES_H
+#define STORE_LOCALCHANGES_H
+
+#include "daemon/store/syncstatedb.h"
+
+#include <optional>
+
+namespace Store {
+
+/** Flags of one message that differ from what the server knows; absent: no difference. */
+struct FlagChange
+{
+    QMailMessageId id;
+    QString serverId;
+    std::optional<bool> read;
+    std::optional<bool> important;
+};
+
+/** A message that was moved here to another folder of the account. */
+struct Move
+{
+    QMailMessageId id;
+    QString serverId;    ///< in the folder it comes from
+    QString destination; ///< server id of the folder it lies in now
+};
+
+/** What the user did to the messages of one folder since the last upload. */
+struct FolderLocalChanges
+{
+    QString collectionId;
+    QList<FlagChange> flags;
+    QList<Move> moves;
+    QStringList deletions; ///< server ids
+
+    bool isEmpty() const { return flags.isEmpty() && moves.isEmpty() && deletions.isEmpty(); }
+};
+
+/**
+ * The changes that are to be carried to the server, and their acknowledgement.
+ *
+ * Once a change was acknowledged, the mail store takes it as known to the server, and "undo" no
+ * longer rolls it back.
+ */
+class LocalChanges
+{
+public:
+    /** The database must outlive it. */
+    LocalChanges(SyncStateDb &db, const QMailAccountId &account);
+
+    /** Of every folder that has some. */
+    QList<FolderLocalChanges> collect() const;
+
+    /** The server took over these flags (as they were uploaded, whatever they are now). */
+    Eas::Result acknowledgeFlags(const QList<FlagChange> &changes);
+    /** The server moved it, and calls it by a new id now. */
+    Eas::Result acknowledgeMove(const Move &move, const QString &newServerId);
+    /** The server deleted them, or never had them. */
+    Eas::Result acknowledgeDeletions(const QString &collectionId, const QStringList &serverIds);
+
+    /** The server does not have this message any more. */
+    Eas::Result dropMessage(const QMailMessageId &id);
+    /** The server does not move it: it returns to the folder it came from. */
+    Eas::Result revertMove(const Move &move);
+
+private:
+    SyncStateDb &m_db;
+    const QMailAccountId m_account;
+};
+
+} // namespace Store
+
+#endif

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_SYNCSTATEDB_H
+#define STORE_SYNCSTATEDB_H
+
+#include "daemon/eas/result.h"
+#include "daemon/store/accountrecord.h"
+
+#include <QHash>
+#include <QList>
+#include <QSqlDatabase>
+#include <QString>
+
+#include <optional>
+
+class QSqlQuery;
+
+namespace Store {
+
+/** What is remembered of an account between two conversations with its server. */
+struct AccountState
+{
+    QString folderSyncKey = QStringLiteral("0");
+    QString policyKey;       ///< empty: none
+    QString protocolVersion; ///< empty: not negotiated yet
+    QString serverUrl;       ///< where the server sent us to; empty: where the settings say
+};
+
+/** What is remembered of one mail folder of an account. */
+struct FolderState
+{
+    QString serverId;
+    QMailFolderId folderId; ///< its folder in the mail store
+    QString parentId;       ///< server id of the parent; "0": the root
+    int type = 0;           ///< Eas::FolderType
+    QString syncKey = QStringLiteral("0");
+    int filter = -1; ///< the filter type last sent; -1: none yet
+    /** A fresh synchronisation runs that keeps what the server still has. */
+    bool reconciling = false;
+};
+
+/** A message of which a fresh synchronisation has not shown yet that the server still has it. */
+struct Unconfirmed
+{
+    QMailMessageId messageId;
+    QByteArray fingerprint;
+};
+
+/**
+ * The daemon's own durable memory: the device id, the accounts' and the folders' keys.
+ *
+ * An SQLite file of the user's own (mode 0600). Every save is durable when it returns. Where the
+ * mail store lacks what the memory speaks of (a folder that vanished, a wiped store), the keys
+ * concerned read as "0".
+ */
+class SyncStateDb
+{
+public:
+    /** asdaemon.db in QMF's data folder. */
+    static QString defaultPath();
+
+    explicit SyncStateDb(const QString &path = defaultPath());
+    ~SyncStateDb();
+    SyncStateDb(const SyncStateDb &) = delete;
+    SyncStateDb &operator=(const SyncStateDb &) = delete;
+
+    /** Opens or makes the file; a damaged one is put aside and made anew. */
+    Eas::Result open();
+
+    /** 32 letters and digits, made once for this user on this machine; never empty once open. */
+    QString deviceId() const { return m_deviceId; }
+
+    /**
+     * Must come before the other calls for an account: forgets what is remembered of it if that
+     * belongs to another user or server, or to a folder that is not in the mail store any more.
+     */
+    Eas::Result openAccount(const AccountRecord &account);
+    /** Forgets an account; nothing of it can be saved until it is opened again. */
+    Eas::Result removeAccount(const QMailAccountId &account);
+    /** Forgets every account that the mail store does not have. */
+    Eas::Result removeVanishedAccounts();
+
+    AccountState account(const QMailAccountId &account) const;
+    Eas::Result saveAccount(const QMailAccountId &account, const AccountState &state);
+
+    QList<FolderState> folders(const QMailAccountId &account) const;
+    std::optional<FolderState> folder(const QMailAccountId &account, const QString &serverId) const;
+    std::optional<FolderState> folder(const QMailFolderId &folderId) const;
+    Eas::Result saveFolder(const QMailAccountId &account, const FolderState &state);
+    Eas::Result removeFolder(const QMailAccountId &account, const QString &serverId);
+
+    /** Replaces the folder's unconfirmed messages and saves its state, both or neither. */
+    Eas::Result startReconciling(const QMailAccountId &account, const FolderState &state,
+                                 const QList<Unconfirmed> &messages);
+    /** Strikes messages off the unconfirmed ones and saves the folder's state, both or neither. */
+    Eas::Result confirm(const QMailAccountId &account, const FolderState &state,
+                        const QMailMessageIdList &messages);
+    QList<Unconfirmed> unconfirmed(const QMailAccountId &account, const QString &serverId) const;
+
+private:
+    Eas::Result createTables();
+    Eas::Result loadDeviceId();
+    Eas::Result run(QSqlQuery &query) const;
+    Eas::Result execute(const QString &sql);
+    Eas::Result writeFolder(const QMailAccountId &account, const FolderState &state);
+
+    QString m_path;
+    QString m_connection;
+    QSqlDatabase m_database;
+    QString m_deviceId;
+};
+
+} // namespace Store
+
+#endif
