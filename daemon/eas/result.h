@@ -2,6 +2,7 @@
 #ifndef EAS_RESULT_H
 #define EAS_RESULT_H
 
+#include <QMetaType>
 #include <QString>
 
 namespace Eas {
@@ -28,10 +29,16 @@ struct Result
 {
     int code = Success;
     QString text;
+    /** Seconds for which the server asks to be left alone; 0 where it does not. */
+    int retryAfter = 0;
+    /** The protocol's own status where one led to the code, else 0. */
+    int status = 0;
 
     bool ok() const { return code == Success; }
 };
 
 } // namespace Eas
+
+Q_DECLARE_METATYPE(Eas::Result)
 
 #endif

@@ -20,6 +20,8 @@ struct SyncWindow
     int status = 1;
     /** Nothing at all changed: the answer was empty. The key stays as it was. */
     bool unchanged = false;
+    /** The answer to key "0", which never brings items: ask again with the new key. */
+    bool initial = false;
     bool moreAvailable = false;
     QList<MailItem> added;
     QList<MailItem> changed;
@@ -29,6 +31,9 @@ struct SyncWindow
     QStringList outOfRange;
     /** Status of each local change or deletion that the server did not simply accept. */
     QMap<QString, int> refused;
+    /** What was left out because it could not be understood: server ids (where known) and why, for
+     * the log. */
+    QStringList unreadable;
 };
 
 } // namespace Eas

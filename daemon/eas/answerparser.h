@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_ANSWERPARSER_H
+#define EAS_ANSWERPARSER_H
+
+#include "daemon/eas/wbxmlreader.h"
+
+namespace Eas {
+
+/**
+ * Reads an answer as it arrives: a subclass is told of each element's begin and, with its text, of
+ * its end.
+ *
+ * Texts up to Limits::TextSize are collected; where streams() says so, they are handed on in pieces
+ * instead, and the element ends with an empty text.
+ */
+class AnswerParser
+{
+public:
+    virtual ~AnswerParser() = default;
+
+    /** Whether all is well so far; after false, errorString() says what is wrong. */
+    bool feed(const QByteArray &bytes);
+    /** The answer ended: whether it was complete and well-formed. */
+    bool finish();
+
+    QString errorString() const { return m_error; }
+    /** The status that the answer as a whole carries (one right below the root), 0 where it has
+     * none. */
+    int status() const { return m_status; }
+
+protected:
+    virtual void startElement(Tag tag) { Q_UNUSED(tag) }
+    virtual void endElement(Tag tag, const QByteArray &text) = 0;
+    virtual bool streams(Tag tag) const
+    {
+        Q_UNUSED(tag)
+        return false;
+    }
+    virtual void piece(Tag tag, const QByteArray &bytes)
+    {
+        Q_UNUSED(tag)
+        Q_UNUSED(bytes)
+    }
+    /** Refuses the answer. */
+    void fail(const QString &error);
+
+    /** The open element that is `up` levels above the current one (0: itself); NoTag above the
+     * root. */
+    Tag enclosing(int up) const;
+    bool isInside(Tag tag) const { return m_path.contains(tag); }
+
+private:
+    bool drain();
+    void start(Tag tag);
+    void text(const QByteArray &bytes);
+    void end(Tag tag);
+
+    WbxmlReader m_reader;
+    QVector<Tag> m_path;
+    QByteArray m_text;
+    QString m_error;
+    int m_status = 0;
+    bool m_complete = false;
+};
+
+} // namespace Eas
+
+#endif

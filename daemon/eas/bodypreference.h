@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_BODYPREFERENCE_H
+#define EAS_BODYPREFERENCE_H
+
+#include "daemon/eas/mailitem.h"
+
+#include <QtGlobal>
+
+namespace Eas {
+
+class WbxmlWriter;
+
+/** In which form, and how much, of a body is wanted, [MS-ASAIRS] 2.2.2.12. */
+struct BodyPreference
+{
+    BodyType type = PlainText;
+    /** Bytes of the body at most; -1: all of it, 0: none. A server may send more all the same. */
+    qint64 truncation = -1;
+    /** Characters of the preview, 0 to 255; servers before 14.0 know none. */
+    int preview = 0;
+};
+
+} // namespace Eas
+
+#endif

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_HTTPCALL_H
+#define EAS_HTTPCALL_H
+
+#include "daemon/eas/limits.h"
+#include "daemon/eas/result.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QPair>
+#include <QPointer>
+#include <QTimer>
+#include <QUrl>
+
+#include <memory>
+
+class QIODevice;
+class QNetworkReply;
+
+namespace Eas {
+
+class GzipDecoder;
+class HttpChannel;
+
+/** What is asked of the server; the channel adds who asks. */
+struct HttpRequest
+{
+    QByteArray method = "POST";
+    QString query; ///< the URL's query, encoded
+    QList<QPair<QByteArray, QByteArray>> headers;
+    QByteArray body;
+    /** Sent instead of body; the device has a known size. */
+    std::shared_ptr<QIODevice> streamedBody;
+    qint64 answerLimit = Limits::AnswerSize;
+    int waitingTime = 0; ///< milliseconds that the server may wait before it answers
+};
+
+/** How a request ended on the level of HTTP. */
+struct HttpAnswer
+{
+    Result result;  ///< Success for HTTP 200 alone
+    int status = 0; ///< 0: no answer
+    QList<QPair<QByteArray, QByteArray>> headers;
+    bool provisionDemanded = false; ///< HTTP 449
+    bool empty = true;              ///< the answer had no content
+
+    QByteArray header(const QByteArray &name) const;
+};
+
+/**
+ * One request on its way, until finished() was emitted once; deleting it cancels silently.
+ *
+ * The answer's content comes in pieces, unpacked; the content of an answer that is no success is
+ * not handed on.
+ */
+class HttpCall : public QObject
+{
+    Q_OBJECT
+
+public:
+    ~HttpCall() override;
+
+signals:
+    /** The answer's header is here and says 200; before any received(). */
+    void accepted(const Eas::HttpAnswer &answer);
+    void received(const QByteArray &bytes);
+    /** Bytes of the answer so far, unpacked, and of all of it, -1 where that is not known. */
+    void progressed(qint64 received, qint64 total);
+    void finished(const Eas::HttpAnswer &answer);
+
+private:
+    friend class HttpChannel;
+
+    HttpCall(HttpChannel *channel, const HttpRequest &request);
+
+    void send();
+    void readHeader();
+    void readBody();
+    void replyFinished();
+    void timedOut();
+    void end(const Result &result);
+    void drop();
+    bool followRedirect();
+    Result transportResult() const;
+
+    QPointer<HttpChannel> m_channel;
+    HttpRequest m_request;
+    QPointer<QNetworkReply> m_reply;
+    std::unique_ptr<GzipDecoder> m_decoder;
+    HttpAnswer m_answer;
+    QTimer m_timer;
+    QString m_tlsErrors;
+    qint64 m_received = 0;
+    int m_redirects = 0;
+    bool m_headerRead = false;
+    bool m_sent = false;
+    bool m_repeated = false;
+    bool m_ended = false;
+};
+
+} // namespace Eas
+
+#endif
