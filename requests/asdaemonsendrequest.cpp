@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "requests/asdaemonsendrequest.h"
+
+#include "service/orvservice.h"
+#include "service/statuscode.h"
+
+#include <qmaillog.h>
+#include <qmailstore.h>
+
+AsDaemonSendRequest::AsDaemonSendRequest(OrvService &service, const QMailAccountId &accountId,
+                                         DaemonCall call, const QMailMessageId &messageId,
+                                         QObject *parent)
+    : AsDaemonRequest(service, accountId, call, parent)
+    , m_messageId(messageId)
+{
+}
+
+int AsDaemonSendRequest::execute()
+{
+    const QDBusReply<int> reply = m_call();
+    // Deliberate: a failed send stays with the scheduler until its poll finds it dead, and the
+    // message stays in the outbox for the next automatic transmission.
+    if (!reply.isValid()) {
+        qMailLog(Messaging) << "Request has returned an error" << reply.error().name();
+        return -1;
+    }
+    if (reply.value() == -1)
+        return -1;
+    m_requestId = reply.value();
+    setOutbox(false);
+    qMailLog(Messaging) << "Message" << m_messageId << " is sent and Outbox flag is cleared";
+    return m_requestId;
+}
+
+void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int request)
+{
+    if (request != m_requestId)
+        return;
+    qMailLog(Messaging) << "requestCompleted received for Account " << QString::number(accountId)
+                        << ".Request " << request;
+    if (code == 200)
+        reportSuccess();
+    else
+        reportFailure(code);
+    if (m_cancelled) {
+        qMailLog(Messaging) << "Request has been canceled, return";
+    } else
+        finish(code);
+    deleteLater();
+}
+
+void AsDaemonSendRequest::onCancelled(QMailServiceAction::Status::ErrorCode code)
+{
+    qMailLog(Messaging) << "Operation SEND request to cancel is received with code" << int(code);
+    m_cancelled = true;
+}
+
+void AsDaemonSendRequest::setOutbox(bool waiting)
+{
+    const QMailMessageIdList ids {m_messageId};
+    QMailStore::instance()->updateMessagesMetaData(
+        QMailMessageKey::id(ids, QMailDataComparator::Includes), QMailMessageMetaData::Outbox,
+        waiting);
+}
+
+void AsDaemonSendRequest::reportSuccess()
+{
+    qMailLog(Messaging) << "Emitting 'messagesTransmitted' signal for id " << m_messageId;
+    if (!m_cancelled)
+        emit messagesTransmitted(QMailMessageIdList {m_messageId});
+}
+
+void AsDaemonSendRequest::reportFailure(int code)
+{
+    qMailLog(Messaging) << "Message is not transmitted, error " << code;
+    setOutbox(true);
+    qMailLog(Messaging) << "Message" << m_messageId << " is NOT sent and Outbox flag is restored";
+    if (!m_cancelled)
+        emit messagesFailedTransmission(QMailMessageIdList {m_messageId}, statusErrorCode(code));
+}
+
+/** Reports the end, good or bad, to the message server and to the scheduler. */
+void AsDaemonSendRequest::finish(int code)
+{
+    const QMailServiceAction::Status::ErrorCode mapped = statusErrorCode(code);
+    qMailLog(Messaging) << " Update status: " << int(mapped);
+    m_service.updateStatus(mapped, QString(), m_accountId, QMailFolderId(), m_messageId, 0);
+    emit requestCompleted(code, this, false);
+}

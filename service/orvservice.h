@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ORVSERVICE_H
+#define ORVSERVICE_H
+
+#include <qmailmessageservice.h>
+
+class OrvSink;
+class OrvSource;
+class RequestScheduler;
+
+namespace Activesync {
+class AsDBusInterface;
+}
+
+/**
+ * The message service of one account.
+ *
+ * Owns the account's source and sink, the daemon's proxy and the scheduler of the daemon requests,
+ * and is the one place that reports status, activity, progress and completion to the message
+ * server. While requests are out it is waiting: a timer moves the progress on, and once that is at
+ * its maximum asks the daemon whether the requests still live.
+ */
+class OrvService : public QMailMessageService
+{
+    Q_OBJECT
+
+public:
+    /** A service for the account; the message server deletes it. */
+    explicit OrvService(const QMailAccountId &accountId);
+    ~OrvService() override;
+
+    QString service() const override;
+    QMailAccountId accountId() const override;
+    bool hasSource() const override;
+    QMailMessageSource &source() const override;
+    bool hasSink() const override;
+    QMailMessageSink &sink() const override;
+    bool available() const override;
+
+    /** The proxy that every daemon call goes through; owned by the service. */
+    Activesync::AsDBusInterface *daemon() const { return m_daemon; }
+    /** Null until source and sink are constructed; owned by the service. */
+    RequestScheduler *scheduler() const { return m_scheduler; }
+
+    /** True between startWaiting() and stopWaiting(). */
+    bool isWaiting() const { return m_waiting; }
+    /** Opens the waiting state; false, and nothing changed, when its timer already runs. */
+    bool startWaiting();
+    /** Closes the waiting state and reports the outcome that the daemon's `code` stands for. */
+    void stopWaiting(int code);
+    /** Takes over the progress figures, and reports them while waiting. */
+    void setProgress(int progress, int total);
+    /** Whether the timer may advance the progress by itself; startWaiting() allows it again. */
+    void allowProgressCounter(bool allow);
+
+    using QMailMessageService::cancelOperation;
+    using QMailMessageService::updateStatus;
+
+signals:
+    /** The running action is cancelled; every live daemon request listens. */
+    void operationCanceled(QMailServiceAction::Status::ErrorCode code);
+
+public slots:
+    /** Ends the running action without completing it; always true. */
+    bool cancelOperation(QMailServiceAction::Status::ErrorCode code, const QString &text) override;
+    /** Reports `text` as the status of the running action. */
+    void updateStatus(const QString &text);
+    /** One step of the progress timer. */
+    void countProgress();
+    /** Ends, with success, an action that needed no daemon. */
+    void completeAction();
+
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    bool advanceProgress();
+    int publishedProgress() const;
+
+    OrvSink *m_sink = nullptr;
+    OrvSource *m_source = nullptr;
+    Activesync::AsDBusInterface *m_daemon = nullptr;
+    RequestScheduler *m_scheduler = nullptr;
+    bool m_waiting = false;
+    bool m_restartTimer = false;
+    bool m_progressCounterAllowed = true;
+    int m_progress = 0;
+    int m_progressTotal = 1000;
+    int m_timerId = 0;
+    QMailAccountId m_accountId;
+};
+
+#endif

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STATUSCODE_H
+#define STATUSCODE_H
+
+#include <qmailserviceaction.h>
+
+/**
+ * Translates the daemon's result code into the message server's error code; the only place that
+ * does. A code that is not known is a configuration error (1037).
+ *
+ * Writes one log line for every translation that is not ErrNoError.
+ */
+QMailServiceAction::Status::ErrorCode statusErrorCode(int daemonCode);
+
+#endif

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "source/orvsource.h"
+
+#include "asclient/asdbusinterface.h"
+#include "asclient/syncinfoshmreader.h"
+#include "requests/asdaemonoperationrequest.h"
+#include "requests/requestscheduler.h"
+#include "service/clock.h"
+#include "service/orvservice.h"
+
+#include <QTimer>
+
+#include <qmaillog.h>
+
+using Activesync::AsDBusInterface;
+
+namespace {
+
+/** A request so soon, in milliseconds, after a successful synchronisation is a doublet of it. */
+constexpr qint64 DoubletMs = 4999;
+constexpr int DoubletCompletionMs = 100;
+
+} // namespace
+
+OrvSource::OrvSource(OrvService *service)
+    : QMailMessageSource(service)
+    , m_service(service)
+    , m_externalSyncAction(new QMailProtocolAction(this))
+{
+    SyncInfoNode node;
+    SyncInfoShmReader::instance().fill(node, service->accountId().toULongLong());
+    if (node.syncState == SyncInfoNode::SyncRunning)
+        QTimer::singleShot(0, this, SLOT(onSyncStarted()));
+
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString path = QLatin1String(Activesync::ObjectPath);
+    const QString interface = QLatin1String(Activesync::InterfaceName);
+    bus.connect(QString(), path, interface, QStringLiteral("syncStarted"), this,
+                SLOT(onSyncStarted(qulonglong)));
+    bus.connect(QString(), path, interface, QStringLiteral("syncCompleted"), this,
+                SLOT(onSyncCompleted(qulonglong)));
+    connect(service->daemon(),
+            SIGNAL(searchMailboxCompleted(int, qulonglong, Activesync::SearchMailboxResult, int)),
+            this,
+            SLOT(onSearchMailboxCompleted(int, qulonglong, Activesync::SearchMailboxResult, int)));
+    // A cancelled action is over for the server; nothing is left to end.
+    connect(service, &OrvService::operationCanceled, this,
+            [this] { m_protocolRequestOpen = false; });
+}
+
+bool OrvSource::retrieveAll(const QMailAccountId &accountId)
+{
+    const quint64 id = accountId.toULongLong();
+    qMailLog(Messaging) << "Retrieving all"
+                        << "for AccountId=" << id << "...";
+    const qint64 now = Clock::now();
+    const qint64 age = now - m_lastSyncCompletedAt;
+    qMailLog(Messaging) << "Now" << now << "last sync completed at" << m_lastSyncCompletedAt
+                        << "diff =" << age;
+    if (age >= 0 && age <= DoubletMs) {
+        qMailLog(Messaging) << "doublet sync request, ignoring (emulating)";
+        QTimer::singleShot(DoubletCompletionMs, m_service, SLOT(completeAction()));
+        return true;
+    }
+    AsDaemonRequest *request = createRequest(
+        m_service->accountId(),
+        std::tr1::bind(&AsDBusInterface::sync, m_service->daemon(), id, QDBus::Block));
+    connect(request, SIGNAL(requestCompleted(int, AsDaemonRequest *, bool)), this,
+            SLOT(handleSyncRequestCompleted(int, AsDaemonRequest *, bool)));
+    const int result = m_service->scheduler()->addRequest(request);
+    qMailLog(Messaging) << "result = " << result << "for AccountId=" << id;
+    return true;
+}
+
+bool OrvSource::exportUpdates(const QMailAccountId &accountId)
+{
+    qMailLog(Messaging) << "exporting updates";
+    emit updateStatus(QStringLiteral("exporting updates"));
+    // Deliberate: the daemon's synchronisation carries the local changes.
+    retrieveAll(accountId);
+    return true;
+}
+
+bool OrvSource::synchronize(const QMailAccountId &accountId)
+{
+    // Deliberate spelling: clients see this text.
+    qMailLog(Messaging) << "syncronizing";
+    emit updateStatus(QStringLiteral("syncronizing"));
+    retrieveAll(accountId);
+    return true;
+}
+
+bool OrvSource::retrieveFolderList(const QMailAccountId &accountId, const QMailFolderId &, bool)
+{
+    qMailLog(Messaging) << "retrieving folder list";
+    emit updateStatus(QStringLiteral("retrieving folder list"));
+    const quint64 id = accountId.toULongLong();
+    const int result = m_service->scheduler()->addRequest(createRequest(
+        m_service->accountId(),
+        std::tr1::bind(&AsDBusInterface::folderSync, m_service->daemon(), id, QDBus::Block)));
+    qMailLog(Messaging) << "result = " << result << "for AccountId=" << id;
+    return true;
+}
+
+bool OrvSource::retrieveMessageRange(const QMailMessageId &, uint)
+{
+    qMailLog(Messaging) << "retrieveMessageRange";
+    return false;
+}
+
+bool OrvSource::retrieveMessagePartRange(const QMailMessagePart::Location &, uint)
+{
+    return false;
+}
+
+bool OrvSource::prepareMessages(
+    const QList<QPair<QMailMessagePart::Location, QMailMessagePart::Location>> &)
+{
+    QTimer::singleShot(0, this, SLOT(completeAction()));
+    return true;
+}
+
+bool OrvSource::protocolRequest(const QMailAccountId &accountId, const QString &, const QVariant &)
+{
+    qMailLog(Messaging) << "Protocol request received for the account " << accountId;
+    if (accountId != m_service->accountId())
+        return false;
+    emit updateStatus(QStringLiteral("protocol request received"));
+    m_protocolRequestOpen = m_service->isWaiting();
+    if (!m_protocolRequestOpen)
+        QTimer::singleShot(0, this, SLOT(completeAction()));
+    return true;
+}
+
+void OrvSource::completeAction()
+{
+    qMailLog(Messaging) << "OrvSource::Action completed";
+    m_protocolRequestOpen = false;
+    emit actionCompleted(true);
+}
+
+/** A plain request, owned by the source until it has ended. */
+AsDaemonRequest *OrvSource::createRequest(const QMailAccountId &accountId, DaemonCall call)
+{
+    return new AsDaemonOperationRequest(*m_service, accountId, call, this);
+}
