@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "settings/accountsettings.h"
+
+#include "plugin/orvconfigurationeditor.h"
+
+#include <qmailaccount.h>
+#include <qmailmessage.h>
+
+namespace {
+
+QString serviceName()
+{
+    return QStringLiteral("orvmail");
+}
+
+/** Every earlier status flag is dropped: nothing but these eight is left as it was. */
+void markAccount(QMailAccount *account)
+{
+    account->setStatus(QMailAccount::Enabled);
+    account->setStatus(QMailAccount::CanTransmit, true);
+    account->setStatus(QMailAccount::CanRetrieve, true);
+    account->setStatus(QMailAccount::MessageSource, true);
+    account->setStatus(QMailAccount::MessageSink, true);
+    account->setStatus(QMailAccount::UseSmartReply, true);
+    account->setStatus(QMailAccount::UserEditable, true);
+    account->setStatus(QMailAccount::UserRemovable, false);
+    account->setMessageType(QMailMessage::Email);
+}
+
+} // namespace
+
+bool isOrvAccount(const QMailAccountConfiguration &config)
+{
+    return config.services().contains(serviceName());
+}
+
+AccountSettings readSettings(const QMailAccountConfiguration &config)
+{
+    if (!isOrvAccount(config))
+        return {};
+    const OrvConfiguration stored(config);
+    AccountSettings settings;
+    settings.userName = stored.mailUserName();
+    settings.password = stored.mailPassword();
+    settings.server = stored.mailServer();
+    settings.port = stored.mailPort();
+    settings.encryption = stored.mailEncryption();
+    settings.email = stored.mailEmail();
+    settings.domain = stored.mailDomain();
+    return settings;
+}
+
+bool canKeepPassword(const QString &password)
+{
+    QMailAccountConfiguration config;
+    config.addServiceConfiguration(serviceName());
+    OrvConfigurationEditor editor(&config);
+    editor.setMailPassword(password);
+    return editor.mailPassword() == password;
+}
+
+void writeSettings(const AccountSettings &settings, QMailAccount *account,
+                   QMailAccountConfiguration *config)
+{
+    if (!isOrvAccount(*config))
+        config->addServiceConfiguration(serviceName());
+    OrvConfigurationEditor editor(config);
+    editor.setVersion(100);
+    editor.setType(QMailServiceConfiguration::SourceAndSink);
+    editor.setMailUserName(settings.userName);
+    editor.setMailPassword(settings.password);
+    editor.setMailServer(settings.server);
+    editor.setMailPort(settings.port);
+    editor.setMailEncryption(settings.encryption);
+    editor.setMailEmail(settings.email);
+    editor.setMailDomain(settings.domain);
+
+    account->setCustomField(QStringLiteral("HostName"), settings.server);
+    account->setCustomField(QStringLiteral("UserName"), settings.userName);
+    account->setCustomField(QStringLiteral("service"), serviceName());
+    markAccount(account);
+}

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "settings/orvsettings.h"
+
+#include "plugin/orvconfiguration.h"
+#include "settings/accountsettings.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QValidator>
+
+#include <qmailaccount.h>
+
+namespace {
+
+/** Refuses each keystroke after which the text is no port; a field may be left empty. */
+class PortValidator : public QValidator
+{
+public:
+    explicit PortValidator(QObject *parent)
+        : QValidator(parent)
+    {
+    }
+
+    State validate(QString &input, int &) const override
+    {
+        if (input.isEmpty())
+            return Acceptable;
+        bool ok = false;
+        const int port = input.toInt(&ok, 10);
+        return ok && port >= 1 && port <= 65535 ? Acceptable : Invalid;
+    }
+};
+
+} // namespace
+
+OrvSettings::OrvSettings()
+{
+    form.setupUi(this);
+    setLayoutDirection(QApplication::layoutDirection());
+    form.mailPortInput->setValidator(new PortValidator(this));
+    form.mailPasswInput->setEchoMode(QLineEdit::Password);
+    nameInputs();
+}
+
+void OrvSettings::displayConfiguration(const QMailAccount &,
+                                       const QMailAccountConfiguration &config)
+{
+    if (!isOrvAccount(config)) {
+        form.mailUserInput->clear();
+        form.mailPasswInput->clear();
+        form.mailServerInput->clear();
+        form.mailPortInput->setText(QStringLiteral("80"));
+        form.encryptionIncoming->setCurrentIndex(0);
+        form.mailEmailInput->clear();
+        form.mailDomainInput->clear();
+        return;
+    }
+    const OrvConfiguration stored(config);
+    form.mailUserInput->setText(stored.mailUserName());
+    form.mailPasswInput->setText(stored.mailPassword());
+    form.mailServerInput->setText(stored.mailServer());
+    form.mailPortInput->setText(QString::number(stored.mailPort()));
+    form.encryptionIncoming->setCurrentIndex(stored.mailEncryption());
+    form.mailEmailInput->setText(stored.mailEmail());
+    form.mailDomainInput->setText(stored.mailDomain());
+}
+
+bool OrvSettings::updateAccount(QMailAccount *account, QMailAccountConfiguration *config)
+{
+    AccountSettings settings;
+    settings.userName = form.mailUserInput->text();
+    settings.password = form.mailPasswInput->text();
+    settings.server = form.mailServerInput->text();
+    bool ok = false;
+    const int port = form.mailPortInput->text().toInt(&ok, 10);
+    settings.port = ok ? port : 80;
+    settings.encryption = form.encryptionIncoming->currentIndex();
+    settings.email = form.mailEmailInput->text();
+    settings.domain = form.mailDomainInput->text();
+    writeSettings(settings, account, config);
+    return true;
+}
+
+void OrvSettings::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QMailMessageServiceEditor::changeEvent(event);
+}
+
+/** The language may change while a person is filling the form; what was entered stays. */
+void OrvSettings::retranslate()
+{
+    const int encryption = form.encryptionIncoming->currentIndex();
+    form.retranslateUi(this);
+    form.encryptionIncoming->setCurrentIndex(encryption);
+    setLayoutDirection(QApplication::layoutDirection());
+    nameInputs();
+}
+
+/** A screen reader names an input by its buddy label; two inputs have none. */
+void OrvSettings::nameInputs()
+{
+    form.mailDomainInput->setAccessibleName(form.domainLabel->text());
+    form.mailEmailInput->setAccessibleName(form.emailLabel->text());
+}

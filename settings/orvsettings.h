@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef SETTINGS_ORVSETTINGS_H
+#define SETTINGS_ORVSETTINGS_H
+
+#include "settings/ui_orvsettings.h"
+
+#include <qmailmessageservice.h>
+
+/** The account-settings widget: shows an account's settings and writes them back. */
+class OrvSettings : public QMailMessageServiceEditor
+{
+    Q_OBJECT
+
+public:
+    OrvSettings();
+
+    /** Fills the form; an account that is not ours yet shows the defaults. */
+    void displayConfiguration(const QMailAccount &account,
+                              const QMailAccountConfiguration &config) override;
+    /**
+     * Writes the form into the account and its configuration and marks it as enabled.
+     *
+     * Nothing is validated but the port, which is 80 where it is no number. Always true.
+     */
+    bool updateAccount(QMailAccount *account, QMailAccountConfiguration *config) override;
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void retranslate();
+    void nameInputs();
+
+    Ui_OrvSettings form;
+};
+
+#endif
