@@ -1,0 +1,77 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""An ActiveSync server for tests, demo and measurements, on this machine's loopback alone."""
+
+import argparse
+import ipaddress
+import os
+import signal
+import sys
+import threading
+from pathlib import Path
+
+from control import ControlServer
+from mailstore import Store
+from server import Options, Server
+
+
+def arguments():
+    parser = argparse.ArgumentParser(prog="easserver", description=__doc__)
+    parser.add_argument("maildir", type=Path,
+                        help="MAILDIR/USER/FOLDER/[FOLDER/...]FILE, each file one message")
+    parser.add_argument("--host", default="127.0.0.1", help="a loopback address (%(default)s)")
+    parser.add_argument("--port", type=int, default=0, help="0: a free one, the default")
+    parser.add_argument("--control-port", type=int, default=0)
+    parser.add_argument("--tls", nargs=2, metavar=("CERT", "KEY"))
+    parser.add_argument("--users", nargs="+", default=["alice:secret", "bob:secret"],
+                        metavar="NAME:PASSWORD", help="besides those with a directory, whose password "
+                        'is "secret" (%(default)s)')
+    parser.add_argument("--versions", default="12.1,14.0,14.1")
+    parser.add_argument("--provision", action="store_true", help="demand it before all else")
+    parser.add_argument("--no-gzip", action="store_true")
+    parser.add_argument("--warm", action="store_true", help="prepare all messages before the start")
+    parser.add_argument("--ignore-stdin", action="store_true",
+                        help="go on when standard input closes")
+    wish = parser.parse_args()
+    if not ipaddress.ip_address(wish.host).is_loopback:
+        parser.error(f"{wish.host} is not a loopback address; this server is for tests alone")
+    if not wish.maildir.is_dir():
+        parser.error(f"{wish.maildir} is not a directory")
+    return wish
+
+
+def options(wish):
+    made = Options()
+    made.versions = wish.versions.split(",")
+    made.provision = wish.provision
+    made.gzip = not wish.no_gzip
+    return made
+
+
+def stop_at_end_of_input(stop):
+    while os.read(0, 4096):
+        pass
+    stop()
+
+
+def main():
+    wish = arguments()
+    store = Store(wish.maildir, dict(entry.split(":", 1) for entry in wish.users))
+    server = Server((wish.host, wish.port), store, options(wish), wish.tls)
+    control = ControlServer((wish.host, wish.control_port), server)
+    if wish.warm:
+        control.control.warm({})
+    control.start()
+
+    def stop(*_):
+        threading.Thread(target=server.stop, daemon=True).start()
+    signal.signal(signal.SIGTERM, stop)
+    signal.signal(signal.SIGINT, stop)
+    if not wish.ignore_stdin:
+        threading.Thread(target=stop_at_end_of_input, args=(stop,), daemon=True).start()
+    print(f"{server.url} {control.url}", flush=True)
+    server.serve_forever(poll_interval=0.05)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

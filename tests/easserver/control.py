@@ -1,0 +1,241 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""The tests' own way in: a second loopback endpoint that changes the mail, asks for faults, and tells
+what clients did. Every POST takes a JSON object and answers with one; see the functions below."""
+
+import http.server
+import json
+import threading
+import urllib.parse
+
+import items
+from mailstore import ROOT
+
+
+class Refused(Exception):
+    """The caller asked for something that is not there."""
+
+
+class Control:
+    """What can be asked for. POST /control/NAME calls the method of that name (with "_" for "-")."""
+
+    def __init__(self, server):
+        self.server, self.store = server, server.store
+
+    # --- mail ------------------------------------------------------------------------
+
+    def deliver(self, wish):
+        """A message into a folder: "user", "folder" (a path, default the inbox), "message" (text) or
+        "file"; "received" (seconds since 1970), "flags" (letters as in file names)."""
+        user = self.user(wish)
+        if "file" in wish:
+            with open(wish["file"], "rb") as file:
+                content = file.read()
+        else:
+            content = wish["message"].encode("utf-8", "surrogateescape")
+        folder = self.folder(user, wish.get("folder", "Inbox"))
+        item = self.store.deliver(user, folder, content, wish.get("received"), wish.get("flags", ""))
+        return {"folder": folder.id, "id": str(item)}
+
+    def flag(self, wish):
+        """"read" (true or false), "flag" (0, 1, 2), "verb" (0 to 3) of one message."""
+        _, folder, item = self.item(wish)
+        message = folder.items[item]
+        message.read = wish.get("read", message.read)
+        message.flag = wish.get("flag", message.flag)
+        if "verb" in wish:
+            message.verb, message.verb_time = wish["verb"], message.received
+        folder.change += 1
+        return {}
+
+    def move(self, wish):
+        """One message into the folder "target"."""
+        user, folder, item = self.item(wish)
+        target = self.folder(user, wish["target"])
+        return {"folder": target.id, "id": str(self.store.move(folder, item, target))}
+
+    def delete(self, wish):
+        """One message, for good, or with "trash": true into the trash."""
+        user, folder, item = self.item(wish)
+        self.store.delete(user, folder, item, wish.get("trash", False))
+        return {}
+
+    def folder_create(self, wish):
+        """The folder "folder" (a path; its parents must be there)."""
+        user = self.user(wish)
+        above, _, name = wish["folder"].rpartition("/")
+        parent = self.folder(user, above).id if above else ROOT
+        return {"id": user.new_folder(name, parent).id}
+
+    def folder_rename(self, wish):
+        """The folder "folder" gets the path "target"."""
+        user = self.user(wish)
+        folder = self.folder(user, wish["folder"])
+        above, _, name = wish["target"].rpartition("/")
+        folder.parent = self.folder(user, above).id if above else ROOT
+        folder.name = name
+        return {"id": folder.id}
+
+    def folder_delete(self, wish):
+        """The folder "folder" and all below it."""
+        user = self.user(wish)
+        for folder in user.below(self.folder(user, wish["folder"])):
+            del user.folders[folder.id]
+        return {}
+
+    def state(self, wish):
+        """Every folder and message of "user"."""
+        user = self.user(wish)
+        return {"folders": [self._folder_state(user, f) for f in user.folders.values()]}
+
+    def _folder_state(self, user, folder):
+        return {"id": folder.id, "path": user.path_of(folder), "parent": folder.parent,
+                "type": folder.kind,
+                "messages": [self._message_state(item, m) for item, m in folder.items.items()]}
+
+    def _message_state(self, item, message):
+        made = items.summary(message)
+        return {"id": str(item), "subject": made.subject, "message_id": made.message_id,
+                "file": message.path.name if message.path else None, "size": message.length(),
+                "received": message.received, "read": message.read, "flag": message.flag,
+                "verb": message.verb,
+                "attachments": [{"name": a.name, "size": a.size} for a in made.attachments]}
+
+    # --- the server ------------------------------------------------------------------
+
+    def fault(self, wish):
+        """See faults.py."""
+        self.server.faults.add(wish)
+        return {}
+
+    def fault_clear(self, _):
+        self.server.faults.clear()
+        return {}
+
+    def faults(self, _):
+        """The faults that are still due."""
+        return {"faults": self.server.faults.left()}
+
+    def set_password(self, wish):
+        """"password" for "user"."""
+        self.user(wish).password = wish["password"]
+        return {}
+
+    def options(self, wish):
+        """Changes the server's options by name."""
+        for name, value in wish.items():
+            if not hasattr(self.server.options, name):
+                raise Refused(f"no such option: {name}")
+            setattr(self.server.options, name, value)
+        return {}
+
+    def forget(self, wish):
+        """All sync keys of all devices of "user", or only those of "folder"."""
+        user = self.user(wish)
+        for device in user.devices.values():
+            if "folder" in wish:
+                device.collections.pop(self.folder(user, wish["folder"]).id, None)
+            else:
+                device.collections.clear()
+                device.hierarchy = None
+        return {}
+
+    def warm(self, _):
+        """Prepares all messages, so that a measurement does not measure this server's parsing."""
+        made = [items.summary(m) for u in self.store.users.values()
+                for f in u.folders.values() for m in f.items.values()]
+        return {"messages": len(made)}
+
+    def log(self, wish):
+        """The requests after number "since" (default 0)."""
+        return {"log": self.server.log.since(int(wish.get("since", 0)))}
+
+    def log_clear(self, _):
+        self.server.log.clear()
+        return {}
+
+    # --- helpers ---------------------------------------------------------------------
+
+    def user(self, wish):
+        name = wish.get("user") or next(iter(self.store.users))
+        if name not in self.store.users:
+            raise Refused(f"no such user: {name}")
+        return self.store.users[name]
+
+    def folder(self, user, path):
+        folder = user.by_path(path)
+        if folder is None:
+            raise Refused(f"no such folder: {path}")
+        return folder
+
+    def item(self, wish):
+        """The message with "id" or "message_id" in "folder" of "user"."""
+        user = self.user(wish)
+        folder = self.folder(user, wish.get("folder", "Inbox"))
+        if "message_id" in wish:
+            found = [i for i, m in folder.items.items()
+                     if items.summary(m).message_id == wish["message_id"]]
+        else:
+            found = [i for i in folder.items if i == int(wish["id"])]
+        if not found:
+            raise Refused("no such message")
+        return user, folder, found[0]
+
+
+class ControlHandler(http.server.BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+    disable_nagle_algorithm = True
+
+    def log_message(self, *_):
+        pass
+
+    def do_GET(self):
+        query = urllib.parse.urlsplit(self.path).query
+        self.serve(dict(urllib.parse.parse_qsl(query)))
+
+    def do_POST(self):
+        body = self.rfile.read(int(self.headers.get("Content-Length", "0")))
+        try:
+            self.serve(json.loads(body or b"{}"))
+        except ValueError as error:
+            self.send(400, {"error": str(error)})
+
+    def serve(self, wish):
+        path = urllib.parse.urlsplit(self.path).path
+        name = path.removeprefix("/control/").replace("-", "_")
+        method = getattr(self.server.control, name, None)
+        if not path.startswith("/control/") or name.startswith("_") or not callable(method) \
+                or name in ("user", "folder", "item"):
+            self.send(404, {"error": f"no such request: {path}"})
+            return
+        try:
+            with self.server.control.store.lock:
+                answer = method(wish)
+                self.server.control.store.notify()
+            self.send(200, answer)
+        except (Refused, KeyError, ValueError, OSError) as error:
+            self.send(400, {"error": f"{type(error).__name__}: {error}"})
+
+    def send(self, status, answer):
+        body = json.dumps(answer, ensure_ascii=False, default=str).encode("utf-8", "replace")
+        self.send_response(status)
+        self.send_header("Content-Type", "application/json")
+        self.send_header("Content-Length", str(len(body)))
+        self.end_headers()
+        self.wfile.write(body)
+
+
+class ControlServer(http.server.ThreadingHTTPServer):
+    """The control endpoint of a server, on a free loopback port."""
+
+    daemon_threads = True
+
+    def __init__(self, address, server):
+        super().__init__(address, ControlHandler)
+        self.control = Control(server)
+
+    @property
+    def url(self):
+        return "http://{}:{}/control".format(*self.server_address[:2])
+
+    def start(self):
+        threading.Thread(target=self.serve_forever, daemon=True).start()

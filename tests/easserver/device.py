@@ -1,0 +1,81 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""What the server remembers of one device of one user: its sync keys above all."""
+
+import collections
+import itertools
+import secrets
+
+
+class Snapshot:
+    """What a client holds of one folder: item number to Message.state(). change is the folder's
+    counter when this was all there was to tell; -1 while more is due."""
+
+    def __init__(self, items=None, change=-1):
+        self.items = {} if items is None else items
+        self.change = change
+
+    def copy(self):
+        return Snapshot(dict(self.items), self.change)
+
+
+class KeyRing:
+    """The last two keys of one synchronised thing, each with what the client holds at it.
+
+    A client that did not get an answer repeats its request with the key before the last, and gets
+    the answer again. Every older key is refused."""
+
+    _numbers = itertools.count(1)
+    # Keys of an earlier run of the server must not be taken for our own.
+    _run = secrets.token_hex(3)
+
+    def __init__(self, state):
+        self.current, self.previous = None, None
+        self.request, self.answer = None, None
+        self.advance(state, None)
+
+    @classmethod
+    def new_key(cls):
+        return f"{{{cls._run}}}{next(cls._numbers)}"
+
+    def advance(self, state, request):
+        """A new key for a new state; the one before stays good for one repetition."""
+        self.previous, self.current = self.current, (self.new_key(), state)
+        self.request, self.answer = request, None
+        return self.current[0]
+
+    def open(self, key):
+        """The state at a key, or None for a key that is not (or no longer) good."""
+        for known in (self.current, self.previous):
+            if known and known[0] == key:
+                return known[1]
+        return None
+
+    def is_previous(self, key):
+        return bool(self.previous) and self.previous[0] == key
+
+    def rewind(self):
+        """The client never saw the last answer."""
+        self.current, self.previous = self.previous, None
+
+
+class Collection:
+    """One folder as one device synchronises it."""
+
+    def __init__(self):
+        self.ring = KeyRing(Snapshot())
+        self.options = None
+        self.filter = 0
+
+
+class Device:
+    """One device of one user."""
+
+    def __init__(self, device_id):
+        self.id = device_id
+        self.hierarchy = None
+        self.collections = {}
+        self.ping = None
+        self.ping_number = 0
+        self.policy_key, self.policy_pending, self.policy_version = "0", None, 0
+        self.client_ids = collections.OrderedDict()
+        self.information = {}
