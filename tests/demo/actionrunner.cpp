@@ -25,7 +25,7 @@ bool ActionRunner::run(const std::function<void()> &start, int timeoutMs)
     QObject::connect(&m_action, &QMailServiceAction::activityChanged, &context,
                      [&](QMailServiceAction::Activity activity) {
                          ended = activity == QMailServiceAction::Successful
-                                 || activity == QMailServiceAction::Failed;
+                             || activity == QMailServiceAction::Failed;
                          if (ended)
                              loop.quit();
                      });
@@ -45,8 +45,8 @@ bool ActionRunner::run(const std::function<void()> &start, int timeoutMs)
         m_errorText = QStringLiteral("no end after %1 s").arg(timeoutMs / 1000);
     else if (!ok)
         m_errorText = QStringLiteral("error %1 %2")
-                              .arg(m_action.status().errorCode)
-                              .arg(m_action.status().text);
+                          .arg(m_action.status().errorCode)
+                          .arg(m_action.status().text);
     endLine(ok ? QStringLiteral("done in %1 ms").arg(m_elapsedMs) : m_errorText);
     return ok;
 }

@@ -46,8 +46,8 @@ void printParts(const QMailMessagePartContainer &container, int depth)
         const QString type = QString::fromLatin1(part.contentType().content());
         out() << QString(4 + 2 * depth, QLatin1Char(' ')) << "part "
               << part.location().toString(false) << "  " << type.toLower() << "  "
-              << part.displayName() << "  "
-              << (part.contentAvailable() ? "here" : "at the server") << '\n';
+              << part.displayName() << "  " << (part.contentAvailable() ? "here" : "at the server")
+              << '\n';
         printParts(part, depth + 1);
     }
 }
@@ -76,10 +76,11 @@ void StoreView::printFolders() const
     for (auto it = byPath.cbegin(); it != byPath.cend(); ++it) {
         const QMailMessageKey inFolder = QMailMessageKey::parentFolderId(it.value());
         const QMailMessageKey unread =
-                inFolder & ~QMailMessageKey::status(QMailMessage::Read, QMailDataComparator::Includes);
-        out() << "    " << it.key().leftJustified(28) << QStringLiteral("%1 messages, %2 unread")
-                                                                 .arg(QMailStore::instance()->countMessages(inFolder), 5)
-                                                                 .arg(QMailStore::instance()->countMessages(unread))
+            inFolder & ~QMailMessageKey::status(QMailMessage::Read, QMailDataComparator::Includes);
+        out() << "    " << it.key().leftJustified(28)
+              << QStringLiteral("%1 messages, %2 unread")
+                     .arg(QMailStore::instance()->countMessages(inFolder), 5)
+                     .arg(QMailStore::instance()->countMessages(unread))
               << '\n';
     }
     out() << Qt::flush;
@@ -99,10 +100,11 @@ void StoreView::printMessages(const QString &folder, int limit) const
 {
     const QMailMessageKey key = QMailMessageKey::parentFolderId(folderByPath(folder));
     const QMailMessageSortKey newest = QMailMessageSortKey::receptionTimeStamp(Qt::DescendingOrder);
-    for (const QMailMessageId &id : QMailStore::instance()->queryMessages(key, newest, uint(limit))) {
+    for (const QMailMessageId &id :
+         QMailStore::instance()->queryMessages(key, newest, uint(limit))) {
         const QMailMessageMetaData message(id);
-        const QString from = message.from().name().isEmpty() ? message.from().address()
-                                                             : message.from().name();
+        const QString from =
+            message.from().name().isEmpty() ? message.from().address() : message.from().name();
         out() << "    " << flags(message) << ' '
               << message.receivedDate().toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm")) << "  "
               << clipped(from, 20) << "  " << clipped(message.subject(), 44) << '\n';
@@ -146,7 +148,7 @@ void StoreView::printState(const QMailMessageId &id) const
 QMailMessageId StoreView::messageBySubject(const QString &subject) const
 {
     const QMailMessageKey key = QMailMessageKey::parentAccountId(m_account)
-            & QMailMessageKey::subject(subject, QMailDataComparator::Includes);
+        & QMailMessageKey::subject(subject, QMailDataComparator::Includes);
     const QMailMessageSortKey newest = QMailMessageSortKey::receptionTimeStamp(Qt::DescendingOrder);
     return QMailStore::instance()->queryMessages(key, newest, 1).value(0);
 }
