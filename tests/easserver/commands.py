@@ -1,7 +1,12 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """Which function answers which command."""
 
+import compose
 import folders
+import itemoperations
+import ping
+import provision
+import search
 import sync
 from wbxml import Node
 
@@ -12,22 +17,35 @@ ANSWERS = {
     "FolderUpdate": folders.folder_update,
     "Sync": sync.sync,
     "GetItemEstimate": sync.get_item_estimate,
+    "ItemOperations": itemoperations.item_operations,
+    "MoveItems": itemoperations.move_items,
+    "GetAttachment": itemoperations.get_attachment,
+    "Search": search.search,
+    "Ping": ping.ping,
+    "Provision": provision.provision,
+    "Settings": provision.settings,
+    "SendMail": compose.send,
+    "SmartReply": compose.send,
+    "SmartForward": compose.send,
 }
+# What may come without a document.
+BARE = ("Sync", "Ping", "GetAttachment", "SendMail", "SmartReply", "SmartForward")
 NAMESPACES = {"FolderSync": "FolderHierarchy", "FolderCreate": "FolderHierarchy",
               "FolderDelete": "FolderHierarchy", "FolderUpdate": "FolderHierarchy",
               "Sync": "AirSync", "SendMail": "ComposeMail", "SmartReply": "ComposeMail",
               "SmartForward": "ComposeMail", "MoveItems": "Move"}
 
 
-class Unknown(Exception):
-    """No such command."""
-
-
 def run(call):
     """The answer: a Node, None for an empty one, or (content type, parts)."""
+    due = provision.due(call)
+    if due and not call.new:
+        call.http_error(449)
+    if due:
+        return with_status(call.command, due)
     answer = ANSWERS.get(call.command)
-    if answer is None:
-        return with_status(call.command, "137") if call.command in NAMESPACES else None
+    if answer is None or call.root is None and call.command not in BARE:
+        call.http_error(400)
     return answer(call)
 
 

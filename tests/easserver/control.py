@@ -2,6 +2,7 @@
 """The tests' own way in: a second loopback endpoint that changes the mail, asks for faults, and tells
 what clients did. Every POST takes a JSON object and answers with one; see the functions below."""
 
+import base64
 import http.server
 import json
 import threading
@@ -114,6 +115,29 @@ class Control:
     def faults(self, _):
         """The faults that are still due."""
         return {"faults": self.server.faults.left()}
+
+    def ping_end(self, _):
+        """Every Ping that waits ends as if its interval were over."""
+        for user in self.store.users.values():
+            for device in user.devices.values():
+                device.ping_number += 1
+        return {}
+
+    def sent(self, wish):
+        """What clients sent, in the order of its arrival; with "mime" the messages, too (base64)."""
+        found = [dict(one, mime=base64.b64encode(one["mime"]).decode() if "mime" in wish else None)
+                 for one in self.store.sent]
+        return {"sent": found}
+
+    def message(self, wish):
+        """The bytes of one message, in base64."""
+        _, folder, item = self.item(wish)
+        return {"message": base64.b64encode(folder.items[item].bytes()).decode()}
+
+    def devices(self, wish):
+        """The devices of "user"."""
+        return {"devices": [{"id": d.id, "information": d.information, "policy_key": d.policy_key,
+                             "wiped": d.wiped} for d in self.user(wish).devices.values()]}
 
     def set_password(self, wish):
         """"password" for "user"."""

@@ -79,3 +79,4 @@ class Device:
         self.policy_key, self.policy_pending, self.policy_version = "0", None, 0
         self.client_ids = collections.OrderedDict()
         self.information = {}
+        self.wiped = None

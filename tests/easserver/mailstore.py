@@ -117,7 +117,6 @@ class User:
         self.folders = {}
         self.devices = {}
         self.numbers = itertools.count(1)
-        self.policy = 1
 
     def new_folder(self, name, parent=ROOT, kind=None, path=None):
         if kind is None:
@@ -203,8 +202,8 @@ class Store:
         for name, password in users.items():
             self.users[name] = user = User(name, password)
             user.load(self.directory / name)
-        # Mail that left for elsewhere: (sender, recipient, bytes).
-        self.outside = []
+        # What clients sent, for the tests.
+        self.sent = []
 
     def notify(self):
         with self.lock:

@@ -50,6 +50,8 @@ class Options:
     def __init__(self):
         self.versions = ["12.1", "14.0", "14.1"]
         self.provision = False
+        self.policy_version = 1
+        self.remote_wipe = False
         self.policy = {"DevicePasswordEnabled": "0"}
         self.accept_partial = True
         self.heartbeat = (1, 3540)
@@ -78,6 +80,9 @@ class Call:
     def fault_value(self, kind, name="status"):
         fault = self.faults.get(kind)
         return fault.get(name) if fault else None
+
+    def http_error(self, status):
+        raise HttpAnswer(status)
 
     def wait(self, deadline):
         """Waits for any change; false at the deadline or when the client has gone. The store's lock
