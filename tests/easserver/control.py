@@ -25,12 +25,14 @@ class Control:
     # --- mail ------------------------------------------------------------------------
 
     def deliver(self, wish):
-        """A message into a folder: "user", "folder" (a path, default the inbox), "message" (text) or
-        "file"; "received" (seconds since 1970), "flags" (letters as in file names)."""
+        """A message into a folder: "user", "folder" (a path, default the inbox), and "message" (text),
+        "base64" or "file"; "received" (seconds since 1970), "flags" (letters as in file names)."""
         user = self.user(wish)
         if "file" in wish:
             with open(wish["file"], "rb") as file:
                 content = file.read()
+        elif "base64" in wish:
+            content = base64.b64decode(wish["base64"])
         else:
             content = wish["message"].encode("utf-8", "surrogateescape")
         folder = self.folder(user, wish.get("folder", "Inbox"))

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/support/easserver.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QStandardPaths>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+
+namespace {
+
+const int controlTimeoutMs = 60000;
+
+/** Reads until the other side closes or the body is complete. Returns the body. */
+QByteArray readAnswer(QTcpSocket *socket, int *status)
+{
+    QByteArray answer;
+    QElapsedTimer clock;
+    clock.start();
+    while (socket->state() == QAbstractSocket::ConnectedState || socket->bytesAvailable() > 0) {
+        if (socket->bytesAvailable() == 0 && !socket->waitForReadyRead(controlTimeoutMs))
+            break;
+        answer += socket->readAll();
+        if (clock.elapsed() > controlTimeoutMs)
+            break;
+    }
+    *status = answer.mid(9, 3).toInt();
+    const int head = answer.indexOf("\r\n\r\n");
+    return head < 0 ? QByteArray() : answer.mid(head + 4);
+}
+
+} // namespace
+
+EasServer::EasServer(const QString &mailDirectory)
+    : m_mailDirectory(mailDirectory)
+{
+    if (m_mailDirectory.isEmpty()) {
+        QTemporaryDir directory;
+        // In the test's own place, which goes when the test ends.
+        directory.setAutoRemove(false);
+        m_mailDirectory = directory.path();
+    }
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+}
+
+EasServer::~EasServer()
+{
+    stop();
+}
+
+bool EasServer::isAvailable()
+{
+    return !QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty();
+}
+
+bool EasServer::start(int timeoutMs)
+{
+    const QString program = QStringLiteral(EASSERVER_DIRECTORY);
+    QStringList arguments {QStringLiteral("-B"), program, m_mailDirectory};
+    if (m_url.isValid())
+        arguments << QStringLiteral("--port") << QString::number(m_url.port());
+    m_process.start(QStringLiteral("python3"), arguments + m_arguments);
+    QElapsedTimer clock;
+    clock.start();
+    while (!m_process.canReadLine()) {
+        if (m_process.state() == QProcess::NotRunning || clock.elapsed() > timeoutMs)
+            return false;
+        m_process.waitForReadyRead(100);
+    }
+    const QStringList urls =
+        QString::fromUtf8(m_process.readLine()).trimmed().split(QLatin1Char(' '));
+    m_url = QUrl(urls.value(0));
+    m_controlUrl = QUrl(urls.value(1));
+    return m_controlUrl.isValid();
+}
+
+bool EasServer::stop(int timeoutMs)
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return true;
+    m_process.closeWriteChannel();
+    if (m_process.waitForFinished(timeoutMs))
+        return true;
+    kill();
+    return false;
+}
+
+void EasServer::kill()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+QJsonObject EasServer::control(const char *name, const QJsonObject &wish)
+{
+    QTcpSocket socket;
+    socket.connectToHost(m_controlUrl.host(), quint16(m_controlUrl.port()));
+    if (!socket.waitForConnected(controlTimeoutMs))
+        qFatal("easserver: no connection for %s", name);
+    const QByteArray body = QJsonDocument(wish).toJson(QJsonDocument::Compact);
+    socket.write("POST " + m_controlUrl.path().toLatin1() + '/' + name
+                 + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nContent-Length: "
+                 + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    int status = 0;
+    const QByteArray answer = readAnswer(&socket, &status);
+    if (status != 200)
+        qFatal("easserver: %s answered %d %s", name, status, answer.constData());
+    return QJsonDocument::fromJson(answer).object();
+}
+
+QString EasServer::deliver(const QString &user, const QString &folder, const QByteArray &message,
+                           const QJsonObject &more)
+{
+    QJsonObject wish = more;
+    wish[QStringLiteral("user")] = user;
+    wish[QStringLiteral("folder")] = folder;
+    wish[QStringLiteral("base64")] = QString::fromLatin1(message.toBase64());
+    return control("deliver", wish)[QStringLiteral("id")].toString();
+}
+
+QString EasServer::deliverText(const QString &user, const QString &subject, const QString &folder)
+{
+    return deliver(user, folder,
+                   "From: Carol Sender <carol@elsewhere.test>\r\nTo: " + user.toUtf8()
+                       + "@example.test\r\nSubject: " + subject.toUtf8() + "\r\nMessage-ID: <"
+                       + subject.toUtf8().toHex()
+                       + "@elsewhere.test>\r\nContent-Type: text/plain; charset=utf-8\r\n\r\nHello "
+                       + user.toUtf8() + "\r\n");
+}
+
+QJsonArray EasServer::log()
+{
+    return control("log")[QStringLiteral("log")].toArray();
+}
+
+QList<QJsonObject> EasServer::requests(const char *command)
+{
+    QList<QJsonObject> found;
+    const QJsonArray entries = log();
+    for (const QJsonValue &entry : entries) {
+        if (entry[QStringLiteral("command")].toString() == QLatin1String(command))
+            found << entry.toObject();
+    }
+    return found;
+}
+
+QList<QJsonObject> EasServer::messages(const QString &user, const QString &folder)
+{
+    QList<QJsonObject> found;
+    const QJsonArray folders =
+        control("state", {{QStringLiteral("user"), user}})[QStringLiteral("folders")].toArray();
+    for (const QJsonValue &one : folders) {
+        if (one[QStringLiteral("path")].toString() != folder)
+            continue;
+        const QJsonArray messages = one[QStringLiteral("messages")].toArray();
+        for (const QJsonValue &message : messages)
+            found << message.toObject();
+    }
+    return found;
+}
+
+QString EasServer::folderId(const QString &user, const QString &folder)
+{
+    const QJsonArray folders =
+        control("state", {{QStringLiteral("user"), user}})[QStringLiteral("folders")].toArray();
+    for (const QJsonValue &one : folders) {
+        if (one[QStringLiteral("path")].toString() == folder)
+            return one[QStringLiteral("id")].toString();
+    }
+    return QString();
+}
+
+QStringList EasServer::makeCertificate(const QString &directory, const QString &names, int days)
+{
+    const QStringList files {directory + QStringLiteral("/tls.crt"),
+                             directory + QStringLiteral("/tls.key")};
+    QProcess script;
+    script.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    script.start(QStringLiteral("python3"),
+                 {QStringLiteral("-B"), QStringLiteral(EASSERVER_DIRECTORY "/make_certificate.py"),
+                  files[0], files[1], names, QString::number(days)});
+    script.waitForFinished();
+    return script.exitStatus() == QProcess::NormalExit && script.exitCode() == 0 ? files
+                                                                                 : QStringList();
+}

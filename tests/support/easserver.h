@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EASSERVER_H
+#define EASSERVER_H
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStringList>
+#include <QUrl>
+
+/**
+ * The ActiveSync server of tests/easserver, in a process of its own, on a folder of mail.
+ *
+ * Its users are "alice" and "bob" (password "secret") and whoever has a directory in the folder.
+ * What a test can make it do is listed in tests/easserver/control.py and faults.py. The calls below
+ * block for the few milliseconds that the server needs; one that the server refuses ends the test
+ * program. The destructor ends the server.
+ */
+class EasServer
+{
+public:
+    /** Serves MAILDIR/USER/FOLDER/FILE. An empty path: a new folder without any mail. */
+    explicit EasServer(const QString &mailDirectory = QString());
+    ~EasServer();
+    EasServer(const EasServer &) = delete;
+    EasServer &operator=(const EasServer &) = delete;
+
+    /** Whether this machine has what it needs (Python 3.11 or newer). */
+    static bool isAvailable();
+
+    /** More arguments for its command line; before start(). */
+    void addArguments(const QStringList &arguments) { m_arguments += arguments; }
+    /** Starts it and waits until it answers. Once stopped, it starts again on the same port. */
+    bool start(int timeoutMs = 20000);
+    /** Ends it in order; false when it did not end in time. */
+    bool stop(int timeoutMs = 10000);
+    /** Ends it with SIGKILL: it forgets all that was delivered, and all sync keys. */
+    void kill();
+
+    /** Scheme, address and port, without a path. */
+    QUrl url() const { return m_url; }
+    quint16 port() const { return quint16(m_url.port()); }
+    qint64 processId() const { return m_process.processId(); }
+
+    /** Any request of the control endpoint, by the name of its function. */
+    QJsonObject control(const char *name, const QJsonObject &wish = QJsonObject());
+
+    /** Puts a message into a folder ("Inbox", "Work/Old"); returns its id there. `more`:
+     * "received", "flags". */
+    QString deliver(const QString &user, const QString &folder, const QByteArray &message,
+                    const QJsonObject &more = QJsonObject());
+    /** A short plain message with that subject. */
+    QString deliverText(const QString &user, const QString &subject,
+                        const QString &folder = QStringLiteral("Inbox"));
+    /** Asks for a fault: "kind", "command", "count" and more. */
+    void fault(const QJsonObject &wish) { control("fault", wish); }
+    void clearFaults() { control("fault-clear"); }
+
+    /** The requests since the start, or since clearLog(), as objects: "command", "status",
+     * "request" (XML), "collections", and more. */
+    QJsonArray log();
+    /** Those of one command ("OPTIONS" for that method). */
+    QList<QJsonObject> requests(const char *command);
+    int requestCount(const char *command) { return requests(command).size(); }
+    void clearLog() { control("log-clear"); }
+
+    /** The messages of a folder as the server has them: "id", "subject", "read", "flag", "verb"...
+     */
+    QList<QJsonObject> messages(const QString &user, const QString &folder);
+    /** What the server calls the folder; empty when it has none of that path. */
+    QString folderId(const QString &user, const QString &folder);
+
+    /**
+     * Writes CERT and KEY for --tls into a directory and returns their paths. `names` as openssl
+     * writes them ("DNS:localhost,IP:127.0.0.1"); `days` of validity, negative: over already. Empty
+     * when openssl fails.
+     */
+    static QStringList
+    makeCertificate(const QString &directory,
+                    const QString &names = QStringLiteral("DNS:localhost,IP:127.0.0.1"),
+                    int days = 2);
+
+private:
+    QString m_mailDirectory;
+    QStringList m_arguments;
+    QProcess m_process;
+    QUrl m_url;
+    QUrl m_controlUrl;
+};
+
+#endif
