@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/accountworker.h"
+
+#include "daemon/logging.h"
+#include "daemon/syncrun.h"
+
+#include <algorithm>
+
+namespace Daemon {
+
+namespace {
+
+bool sameServer(const Store::AccountRecord &a, const Store::AccountRecord &b)
+{
+    return a.server == b.server && a.port == b.port && a.encryption == b.encryption
+        && a.userName == b.userName && a.password == b.password && a.domain == b.domain;
+}
+
+Eas::ServerAddress addressOf(const Store::AccountRecord &record)
+{
+    Eas::ServerAddress address;
+    address.host = record.server;
+    address.port = record.port;
+    address.encryption = record.encryption;
+    return address;
+}
+
+Eas::Credentials credentialsOf(const Store::AccountRecord &record)
+{
+    Eas::Credentials credentials;
+    credentials.user = record.userName;
+    credentials.password = record.password;
+    credentials.domain = record.domain;
+    return credentials;
+}
+
+} // namespace
+
+AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStateDb &db,
+                             QObject *parent)
+    : QObject(parent)
+{
+    m_context.record = record;
+    m_context.db = &db;
+    connectServer();
+}
+
+AccountWorker::~AccountWorker()
+{
+    // Before the session that they talk through.
+    qDeleteAll(operations());
+}
+
+void AccountWorker::connectServer()
+{
+    const Eas::Result opened = m_context.db->openAccount(m_context.record);
+    if (!opened.ok())
+        qCWarning(lcDaemon) << "account" << m_context.id() << "has no memory:" << opened.text;
+    Eas::Device device;
+    device.id = m_context.db->deviceId();
+    m_session = std::make_unique<Eas::Session>(addressOf(m_context.record),
+                                               credentialsOf(m_context.record), device);
+    m_context.session = m_session.get();
+    // The version and the URL are asked for anew in each run of the daemon: servers are updated.
+    Eas::SessionState state;
+    const QString policyKey = m_context.db->account(m_context.id()).policyKey;
+    if (!policyKey.isEmpty())
+        state.policyKey = policyKey;
+    m_session->setState(state);
+    connect(m_session.get(), &Eas::Session::stateChanged, this, &AccountWorker::keepSessionState);
+}
+
+void AccountWorker::keepSessionState()
+{
+    Store::AccountState state = m_context.db->account(m_context.id());
+    const QString policyKey = m_session->state().policyKey;
+    if (state.policyKey == policyKey)
+        return;
+    state.policyKey = policyKey;
+    const Eas::Result saved = m_context.db->saveAccount(m_context.id(), state);
+    if (!saved.ok())
+        qCWarning(lcDaemon) << "account" << m_context.id() << saved.text;
+}
+
+void AccountWorker::accept(const Request &request)
+{
+    if (m_current && m_current->join(request))
+        return;
+    for (Operation *operation : qAsConst(m_queue)) {
+        if (operation->join(request))
+            return;
+    }
+    if (!isSynchronisation(request.kind)) {
+        qCWarning(lcDaemon) << "account" << m_context.id() << "cannot do this kind of request yet";
+        emit requestFinished(request.id, Eas::ServerFailed);
+        return;
+    }
+    auto *run = new SyncRun(m_context, this);
+    run->join(request);
+    enqueue(run);
+}
+
+void AccountWorker::enqueue(Operation *operation)
+{
+    connect(operation, &Operation::requestFinished, this, &AccountWorker::requestFinished);
+    connect(operation, &Operation::paused, this, &AccountWorker::onPaused);
+    connect(operation, &Operation::over, this, &AccountWorker::onOver);
+    connect(operation, &Operation::syncBegan, this, [this, operation] {
+        m_announced = operation;
+        emit syncBegan(accountNumber());
+    });
+    connect(operation, &Operation::syncProgressed, this, [this, operation](int progress) {
+        if (m_announced == operation)
+            emit syncProgressed(accountNumber(), progress);
+    });
+    m_queue.append(operation);
+    next();
+}
+
+void AccountWorker::next()
+{
+    if (m_current || m_queue.isEmpty())
+        return;
+    const auto urgent = std::find_if(m_queue.cbegin(), m_queue.cend(),
+                                     [](Operation *operation) { return operation->isUrgent(); });
+    const int index = urgent == m_queue.cend() ? 0 : int(urgent - m_queue.cbegin());
+    m_current = m_queue.takeAt(index);
+    run(m_current);
+}
+
+void AccountWorker::run(Operation *operation)
+{
+    if (checkSettings()) {
+        operation->proceed();
+        return;
+    }
+    const QList<Request> requests = operation->requests();
+    for (const Request &request : requests)
+        emit requestFinished(request.id, Eas::BadConfiguration);
+    m_current = nullptr;
+    retire(operation);
+    next();
+}
+
+bool AccountWorker::checkSettings()
+{
+    Eas::Result result = addressOf(m_context.record).check();
+    if (result.ok())
+        result = credentialsOf(m_context.record).check();
+    if (!result.ok())
+        qCWarning(lcDaemon).noquote() << QStringLiteral("account %1 (%2): %3")
+                                             .arg(accountNumber())
+                                             .arg(m_context.record.name, result.text);
+    return result.ok();
+}
+
+void AccountWorker::onPaused()
+{
+    m_queue.prepend(m_current);
+    m_current = nullptr;
+    next();
+}
+
+void AccountWorker::onOver(const Eas::Result &result)
+{
+    Operation *ended = m_current;
+    m_current = nullptr;
+    retire(ended);
+    if (result.code == Eas::LoginRefused) {
+        // Each further attempt counts against the account at the server, so those that were asked
+        // for before the refusal share it.
+        cancelAll(result.code);
+    }
+    next();
+}
+
+void AccountWorker::drop(int requestId)
+{
+    const QList<Operation *> all = operations();
+    for (Operation *operation : all) {
+        if (operation->drop(requestId))
+            stop(operation);
+    }
+    next();
+}
+
+void AccountWorker::stopSync()
+{
+    const QList<Operation *> all = operations();
+    for (Operation *operation : all) {
+        if (qobject_cast<SyncRun *>(operation))
+            stop(operation);
+    }
+    next();
+}
+
+void AccountWorker::update(const Store::AccountRecord &record)
+{
+    const bool same = sameServer(m_context.record, record);
+    m_context.record = record;
+    if (same)
+        return;
+    qCInfo(lcDaemon) << "account" << m_context.id() << "has new settings";
+    QList<Request> requests;
+    const QList<Operation *> all = operations();
+    for (Operation *operation : all) {
+        requests += operation->requests();
+        stop(operation);
+    }
+    connectServer();
+    for (const Request &request : qAsConst(requests))
+        accept(request);
+}
+
+void AccountWorker::cancelAll(int code)
+{
+    const QList<Operation *> all = operations();
+    for (Operation *operation : all) {
+        const QList<Request> requests = operation->requests();
+        for (const Request &request : requests)
+            emit requestFinished(request.id, code);
+        stop(operation);
+    }
+}
+
+QList<Operation *> AccountWorker::operations() const
+{
+    QList<Operation *> all = m_queue;
+    if (m_current)
+        all.prepend(m_current);
+    return all;
+}
+
+void AccountWorker::stop(Operation *operation)
+{
+    m_queue.removeAll(operation);
+    if (m_current == operation)
+        m_current = nullptr;
+    operation->disconnect(this);
+    const bool isAnnounced = m_announced == operation;
+    delete operation;
+    endSync(isAnnounced);
+}
+
+void AccountWorker::retire(Operation *operation)
+{
+    operation->disconnect(this);
+    operation->deleteLater();
+    endSync(m_announced == operation);
+}
+
+void AccountWorker::endSync(bool isAnnounced)
+{
+    if (!isAnnounced)
+        return;
+    m_announced = nullptr;
+    emit syncEnded(accountNumber());
+}
+
+} // namespace Daemon

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_ACCOUNTWORKER_H
+#define DAEMON_ACCOUNTWORKER_H
+
+#include "daemon/accountcontext.h"
+#include "daemon/operation.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+
+#include <memory>
+
+namespace Daemon {
+
+/**
+ * Does the work of one account, one operation at a time: those that a person waits for first, then
+ * in the order in which they came.
+ */
+class AccountWorker : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** The database must outlive it. */
+    AccountWorker(const Store::AccountRecord &record, Store::SyncStateDb &db, QObject *parent);
+    ~AccountWorker() override;
+
+    void accept(const Request &request);
+    /** The request has ended elsewhere; work that nobody else wants is stopped. */
+    void drop(int requestId);
+    /** Stops every synchronisation whose requests have ended elsewhere. */
+    void stopSync();
+    /** The account's settings are these now; work goes on with them. */
+    void update(const Store::AccountRecord &record);
+    /** Stops all work and ends its requests with the code. */
+    void cancelAll(int code);
+
+signals:
+    void requestFinished(int requestId, int code);
+    void syncBegan(quint64 accountId);
+    void syncProgressed(quint64 accountId, int progress);
+    void syncEnded(quint64 accountId);
+
+private:
+    void connectServer();
+    void keepSessionState();
+    void enqueue(Operation *operation);
+    void next();
+    void run(Operation *operation);
+    bool checkSettings();
+    void onPaused();
+    void onOver(const Eas::Result &result);
+    QList<Operation *> operations() const;
+    /** Stops an operation where it is. */
+    void stop(Operation *operation);
+    /** Lets go of an operation that has ended and may still be on the stack. */
+    void retire(Operation *operation);
+    void endSync(bool isAnnounced);
+    quint64 accountNumber() const { return m_context.id().toULongLong(); }
+
+    AccountContext m_context;
+    std::unique_ptr<Eas::Session> m_session;
+    QList<Operation *> m_queue; ///< those that wait, a paused one first
+    Operation *m_current = nullptr;
+    QPointer<Operation> m_announced; ///< the synchronisation that others know of
+};
+
+} // namespace Daemon
+
+#endif

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/commandline.h"
+
+#include <QCommandLineParser>
+
+namespace Daemon {
+
+namespace {
+
+struct LogCategory
+{
+    const char *name;
+    const char *description;
+};
+
+constexpr LogCategory Categories[] = {
+    {"asdaemon", "start and end, accounts and their settings"},
+    {"asdaemon.requests", "each call and its end"},
+    {"asdaemon.sync", "what a synchronisation does"},
+};
+
+QString describeCategories()
+{
+    QString text = QStringLiteral("\nCategories for --log:\n");
+    for (const LogCategory &category : Categories)
+        text += QStringLiteral("  %1 %2\n")
+                    .arg(QLatin1String(category.name), -20)
+                    .arg(QLatin1String(category.description));
+    return text;
+}
+
+QStringList categoryNames()
+{
+    QStringList names;
+    for (const LogCategory &category : Categories)
+        names.append(QLatin1String(category.name));
+    return names;
+}
+
+CommandLine over(const QString &text, int exitCode)
+{
+    CommandLine line;
+    line.isOver = true;
+    line.exitCode = exitCode;
+    line.text = text;
+    return line;
+}
+
+} // namespace
+
+CommandLine CommandLine::parse(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Brings the mail of ActiveSync accounts into the QMF mail store.\n"
+                       "Usually started by D-Bus when somebody needs it."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Tell what can be said here."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Tell the version."));
+    const QCommandLineOption log(
+        QStringLiteral("log"), QStringLiteral("Log everything of these categories, or of \"all\"."),
+        QStringLiteral("CATEGORY[,CATEGORY...]"));
+    parser.addOptions({help, version, log});
+    if (!parser.parse(arguments))
+        return over(parser.errorText() + QStringLiteral("\n"), 2);
+    if (parser.isSet(help))
+        return over(parser.helpText() + describeCategories(), 0);
+    if (parser.isSet(version))
+        return over(QStringLiteral("asdaemon " ORVMAIL_VERSION "\n"), 0);
+    if (!parser.positionalArguments().isEmpty())
+        return over(QStringLiteral("unexpected: %1\n").arg(parser.positionalArguments().first()),
+                    2);
+    CommandLine line;
+    const QStringList names = parser.value(log).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QString &name : names) {
+        if (name == QLatin1String("all"))
+            line.logRules += QStringLiteral("asdaemon*.debug=true\n");
+        else if (categoryNames().contains(name))
+            line.logRules += name + QStringLiteral(".debug=true\n");
+        else
+            return over(QStringLiteral("no such category: %1\n").arg(name), 2);
+    }
+    return line;
+}
+
+} // namespace Daemon

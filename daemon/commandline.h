@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_COMMANDLINE_H
+#define DAEMON_COMMANDLINE_H
+
+#include <QString>
+#include <QStringList>
+
+namespace Daemon {
+
+/** What the daemon was started with. */
+struct CommandLine
+{
+    /** Write this and end, with `exitCode`. */
+    QString text;
+    int exitCode = 0;
+    bool isOver = false;
+    /** Rules for QLoggingCategory::setFilterRules(). */
+    QString logRules;
+
+    static CommandLine parse(const QStringList &arguments);
+};
+
+} // namespace Daemon
+
+#endif

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/engine.h"
+
+#include "daemon/logging.h"
+
+#include <qmailstore.h>
+
+namespace Daemon {
+
+namespace {
+
+bool hasMessage(quint64 accountId, quint64 messageId)
+{
+    const auto key = QMailMessageKey::id(QMailMessageId(messageId))
+        & QMailMessageKey::parentAccountId(QMailAccountId(accountId));
+    return QMailStore::instance()->countMessages(key) == 1;
+}
+
+} // namespace
+
+Engine::Engine(Store::SyncStateDb &db, QObject *parent)
+    : QObject(parent)
+    , m_db(db)
+{
+    // Queued: the mail store tells of our own changes from within the call that makes them.
+    connect(&m_directory, &Store::AccountDirectory::added, this, &Engine::onAdded,
+            Qt::QueuedConnection);
+    connect(&m_directory, &Store::AccountDirectory::changed, this, &Engine::onChanged,
+            Qt::QueuedConnection);
+    connect(&m_directory, &Store::AccountDirectory::removed, this, &Engine::onRemoved,
+            Qt::QueuedConnection);
+    connect(&m_directory, &Store::AccountDirectory::deleted, this, &Engine::onDeleted,
+            Qt::QueuedConnection);
+    const auto records = m_directory.accounts();
+    for (const Store::AccountRecord &record : records)
+        makeWorker(record);
+}
+
+QSet<quint64> Engine::accounts() const
+{
+    const QList<quint64> ids = m_workers.keys();
+    return QSet<quint64>(ids.cbegin(), ids.cend());
+}
+
+void Engine::check(quint64 ticket, quint64 accountId, quint64 messageId)
+{
+    const bool acceptable = isAccountEnabled(QMailAccountId(accountId)) && worker(accountId)
+        && (messageId == 0 || hasMessage(accountId, messageId));
+    emit checkResolved(ticket, acceptable);
+}
+
+void Engine::accept(const Request &request)
+{
+    AccountWorker *account = worker(request.accountId);
+    if (!account || !isAccountEnabled(QMailAccountId(request.accountId)))
+        emit requestFinished(request.id, Eas::Cancelled);
+    else if (request.namesMessage() && !hasMessage(request.accountId, request.messageId))
+        emit requestFinished(request.id, Eas::NotFound);
+    else
+        account->accept(request);
+}
+
+void Engine::drop(int requestId)
+{
+    for (AccountWorker *account : qAsConst(m_workers))
+        account->drop(requestId);
+}
+
+void Engine::stopSync(quint64 accountId)
+{
+    if (AccountWorker *account = m_workers.value(accountId))
+        account->stopSync();
+}
+
+AccountWorker *Engine::worker(quint64 accountId)
+{
+    if (AccountWorker *known = m_workers.value(accountId))
+        return known;
+    // It may have been added a moment ago, and the notice of it is still under way.
+    const auto record = Store::AccountRecord::read(QMailAccountId(accountId));
+    return record.id.isValid() ? makeWorker(record) : nullptr;
+}
+
+AccountWorker *Engine::makeWorker(const Store::AccountRecord &record)
+{
+    auto *account = new AccountWorker(record, m_db, this);
+    connect(account, &AccountWorker::requestFinished, this, &Engine::requestFinished);
+    connect(account, &AccountWorker::syncBegan, this, &Engine::syncBegan);
+    connect(account, &AccountWorker::syncProgressed, this, &Engine::syncProgressed);
+    connect(account, &AccountWorker::syncEnded, this, &Engine::syncEnded);
+    m_workers.insert(record.id.toULongLong(), account);
+    qCInfo(lcDaemon) << "account" << record.id << "is served";
+    emit accountsChanged(accounts());
+    return account;
+}
+
+void Engine::onAdded(const Store::AccountRecord &record)
+{
+    if (m_workers.contains(record.id.toULongLong()))
+        onChanged(record);
+    else
+        makeWorker(record);
+}
+
+void Engine::onChanged(const Store::AccountRecord &record)
+{
+    if (AccountWorker *account = m_workers.value(record.id.toULongLong()))
+        account->update(record);
+}
+
+void Engine::onRemoved(const QMailAccountId &id)
+{
+    AccountWorker *account = m_workers.take(id.toULongLong());
+    if (!account)
+        return;
+    qCInfo(lcDaemon) << "account" << id << "is not served any more";
+    account->cancelAll(Eas::Cancelled);
+    delete account;
+    emit accountsChanged(accounts());
+}
+
+void Engine::onDeleted(const QMailAccountId &id)
+{
+    const Eas::Result forgotten = m_db.removeAccount(id);
+    if (!forgotten.ok())
+        qCWarning(lcDaemon) << "account" << id << "could not be forgotten:" << forgotten.text;
+}
+
+} // namespace Daemon

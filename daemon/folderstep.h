@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_FOLDERSTEP_H
+#define DAEMON_FOLDERSTEP_H
+
+#include "daemon/eas/synccommand.h"
+#include "daemon/syncstep.h"
+
+namespace Daemon {
+
+/**
+ * Brings one folder's messages up to date, a window at a time.
+ *
+ * The next window is asked for only after the previous one was written, so that the key that is
+ * remembered is never more than one behind the server's. A refused key leads to a fresh
+ * synchronisation that keeps the messages which the server still has.
+ */
+class FolderStep : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    /** Items of one window, and bytes of a text that are brought without being asked for. */
+    static constexpr int WindowSize = 100;
+    static constexpr qint64 TextBound = 64 * 1024;
+
+    FolderStep(const AccountContext &context, const QString &collectionId, QObject *parent);
+
+    void proceed() override;
+
+    /** The server wants the folder tree to be fetched before it goes on with this folder. */
+    static bool isTreeStale(const Eas::Result &result);
+
+private:
+    void ask();
+    void onAnswer(const Eas::SyncCommand &command);
+    void takeWindow(const Eas::SyncWindow &window);
+    void beginAnew(const Eas::Result &reason);
+    void windowWritten(const Eas::SyncWindow &window);
+    bool isLooping(const Eas::SyncWindow &window);
+    Eas::FilterType filter() const;
+    void jobProgressed(int progress) override;
+
+    const QString m_collectionId;
+    QString m_key; ///< sent last
+    bool m_begunAnew = false;
+    int m_emptyWindows = 0;
+    int m_progress = 0;
+};
+
+} // namespace Daemon
+
+#endif

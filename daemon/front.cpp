@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/front.h"
+
+#include "asclient/asdbusinterface.h"
+#include "daemon/asdbusadaptor.h"
+#include "daemon/eas/result.h"
+#include "daemon/logging.h"
+
+#include <QDBusConnectionInterface>
+
+namespace Daemon {
+
+namespace {
+constexpr int Refused = -1;
+constexpr int FlushTimeoutMs = 1000;
+} // namespace
+
+Front::Front(Clock clock, QObject *parent)
+    : QObject(parent)
+    , m_clock(clock)
+    , m_table(std::move(clock))
+    , m_connection(QString())
+    , m_timer(new QTimer(this))
+{
+    new AsDBusAdaptor(this);
+    m_timer->setSingleShot(true);
+    m_timer->setTimerType(Qt::PreciseTimer);
+    connect(m_timer, &QTimer::timeout, this, &Front::onExpired);
+}
+
+Front::~Front() = default;
+
+QString Front::start(const QDBusConnection &connection)
+{
+    m_connection = connection;
+    if (!m_connection.isConnected())
+        return QStringLiteral("no session bus: ") + m_connection.lastError().message();
+    const QString service = QLatin1String(Activesync::ServiceName);
+    if (!m_connection.registerObject(QLatin1String(Activesync::ObjectPath), this))
+        return QStringLiteral("cannot register the object on the bus");
+    m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                         QStringLiteral("org.freedesktop.DBus.Local"),
+                         QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
+    if (!m_connection.registerService(service))
+        return service + QStringLiteral(" is already served on this bus");
+    // Made only now: the state of a running instance must not be touched by a second one.
+    m_state = std::make_unique<SyncInfoShmWriter>();
+    if (!m_state->isOpen())
+        return QStringLiteral("cannot publish the state: ") + m_state->errorString();
+    return QString();
+}
+
+void Front::accept(const Request &request, const QDBusMessage &call)
+{
+    call.setDelayedReply(true);
+    const Check check = {request, call, m_clock() + CheckTimeoutMs};
+    if (m_stopped || (request.namesMessage() && request.messageId == 0)) {
+        answer(check, false);
+        return;
+    }
+    m_checks.insert(++m_lastTicket, check);
+    armTimer();
+    emit checkWanted(m_lastTicket, request.accountId, request.messageId);
+}
+
+void Front::resolveCheck(quint64 ticket, bool acceptable)
+{
+    const auto found = m_checks.find(ticket);
+    if (found == m_checks.end())
+        return;
+    const Check check = *found;
+    m_checks.erase(found);
+    armTimer();
+    answer(check, acceptable);
+}
+
+void Front::onExpired()
+{
+    // The engine is busy: what was last known of the accounts decides. A message that does not
+    // exist is then found out later and told by the broadcast.
+    while (!m_checks.isEmpty() && m_checks.first().deadline <= m_clock()) {
+        const Check check = m_checks.take(m_checks.firstKey());
+        answer(check, m_accounts.contains(check.request.accountId));
+    }
+    armTimer();
+}
+
+void Front::armTimer()
+{
+    if (m_checks.isEmpty())
+        m_timer->stop();
+    else
+        m_timer->start(int(qMax<qint64>(0, m_checks.first().deadline - m_clock())));
+}
+
+void Front::answer(const Check &check, bool acceptable)
+{
+    Request request = check.request;
+    request.id = acceptable ? m_table.open(request.accountId, request.kind) : Refused;
+    m_connection.send(check.call.createReply(request.id));
+    if (!acceptable)
+        return;
+    qCDebug(lcRequests) << "request" << request.id << "for account" << request.accountId << "is a"
+                        << check.call.member();
+    emit requestAccepted(request);
+}
+
+void Front::abortRequest(int id, int code)
+{
+    if (!m_table.isOpen(id))
+        return;
+    qCDebug(lcRequests) << "request" << id << "is aborted with" << code;
+    finishRequest(id, code);
+    emit requestDropped(id);
+}
+
+bool Front::isRequestAlive(int id)
+{
+    return m_table.isAlive(id);
+}
+
+void Front::stopSync(quint64 accountId, int code)
+{
+    qCDebug(lcRequests) << "synchronisation of account" << accountId << "is stopped with" << code;
+    const QList<int> ids = m_table.openSynchronisations(accountId);
+    for (int id : ids)
+        finishRequest(id, code);
+    emit syncStopWanted(accountId);
+}
+
+void Front::setAccounts(const QSet<quint64> &accounts)
+{
+    m_accounts = accounts;
+}
+
+void Front::finishRequest(int id, int code)
+{
+    const std::optional<quint64> accountId = m_table.close(id);
+    if (!accountId)
+        return;
+    qCDebug(lcRequests) << "request" << id << "ended with" << code;
+    broadcast(QStringLiteral("requestCompleted"), {code, *accountId, id});
+}
+
+void Front::finishSearch(int id, int code, const Activesync::SearchMailboxResult &result)
+{
+    const std::optional<quint64> accountId = m_table.accountOf(id);
+    if (!accountId)
+        return;
+    broadcast(QStringLiteral("searchMailboxCompleted"),
+              {code, *accountId, QVariant::fromValue(result), id});
+    finishRequest(id, code);
+}
+
+void Front::beginSync(quint64 accountId)
+{
+    if (m_stopped || m_syncing.contains(accountId))
+        return;
+    m_syncing.insert(accountId, 0);
+    m_state->publish({accountId, SyncInfoNode::SyncRunning, 0});
+    broadcast(QStringLiteral("syncStarted"), {accountId});
+}
+
+void Front::setProgress(quint64 accountId, int progress)
+{
+    const auto found = m_syncing.find(accountId);
+    if (found == m_syncing.end() || progress <= *found)
+        return;
+    *found = qMin(progress, 1000);
+    m_state->publish({accountId, SyncInfoNode::SyncRunning, *found});
+}
+
+void Front::endSync(quint64 accountId)
+{
+    if (m_syncing.remove(accountId) == 0)
+        return;
+    // Before the broadcast: who starts on it must not read the state of the run that is over.
+    m_state->publish({accountId, 0, 0});
+    broadcast(QStringLiteral("syncCompleted"), {accountId});
+}
+
+void Front::shutDown()
+{
+    if (m_stopped)
+        return;
+    m_stopped = true;
+    m_timer->stop();
+    for (const Check &check : qAsConst(m_checks))
+        answer(check, false);
+    m_checks.clear();
+    const QList<int> ids = m_table.openRequests();
+    for (int id : ids)
+        finishRequest(id, Eas::Cancelled);
+    const QList<quint64> accounts = m_syncing.keys();
+    for (quint64 accountId : accounts)
+        endSync(accountId);
+    m_state.reset();
+    flush();
+    emit shutDownDone();
+}
+
+void Front::broadcast(const QString &signal, const QVariantList &arguments)
+{
+    QDBusMessage message = QDBusMessage::createSignal(
+        QLatin1String(Activesync::ObjectPath), QLatin1String(Activesync::InterfaceName), signal);
+    message.setArguments(arguments);
+    m_connection.send(message);
+}
+
+void Front::flush()
+{
+    // The bus answers in order, so what was sent before this call has left the process.
+    m_connection.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                     QStringLiteral("/org/freedesktop/DBus"),
+                                                     QStringLiteral("org.freedesktop.DBus"),
+                                                     QStringLiteral("GetId")),
+                      QDBus::Block, FlushTimeoutMs);
+}
+
+void Front::onDisconnected()
+{
+    emit busLost();
+}
+
+} // namespace Daemon

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_JOBRUNNER_H
+#define DAEMON_JOBRUNNER_H
+
+#include "daemon/store/storejob.h"
+
+#include <qmailid.h>
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+
+namespace Daemon {
+
+/**
+ * Runs a job on the mail store from the event loop, a step at a time.
+ *
+ * Asks before each step whether the account is still there and enabled; if not, it writes nothing
+ * more and ends with Cancelled. Deleting it leaves the rest of the job undone.
+ */
+class JobRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    JobRunner(std::unique_ptr<Store::StoreJob> job, const QMailAccountId &account, QObject *parent);
+
+    void start();
+
+signals:
+    /** 0 to 1000 */
+    void progressed(int progress);
+    void finished(const Eas::Result &result);
+
+private:
+    void step();
+
+    std::unique_ptr<Store::StoreJob> m_job;
+    QMailAccountId m_account;
+    QTimer m_timer;
+};
+
+} // namespace Daemon
+
+#endif

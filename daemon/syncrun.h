@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_SYNCRUN_H
+#define DAEMON_SYNCRUN_H
+
+#include "daemon/accountcontext.h"
+#include "daemon/operation.h"
+
+#include <QSet>
+#include <QStringList>
+
+namespace Daemon {
+
+class SyncStep;
+
+/**
+ * One synchronisation of an account: the folder tree, the folders, or some of them.
+ *
+ * Answers any number of requests, each as soon as all that it asked for is done; a step that was
+ * done before a request came is done again for it, one that is under way counts. What fails for one
+ * folder does not hold up the others.
+ */
+class SyncRun : public Operation
+{
+    Q_OBJECT
+
+public:
+    SyncRun(const AccountContext &context, QObject *parent);
+
+    bool isUrgent() const override { return false; }
+    QList<Request> requests() const override;
+    /** False when it is no synchronisation, or so many have joined that the next run takes it. */
+    bool join(const Request &request) override;
+    bool drop(int requestId) override;
+    void proceed() override;
+
+private:
+    /** A request, and the steps that it still waits for. */
+    struct Wish
+    {
+        Request request;
+        QSet<QString> steps;
+        /** Its folders are known only when the tree is. */
+        bool awaitsTree = false;
+        Eas::Result failure;
+    };
+
+    void plan(const QSet<QString> &steps, bool first);
+    void announce();
+    void startNext();
+    void startStep(const QString &name);
+    void onFinished(const Eas::Result &result, bool local);
+    bool repeatAfterTree(const Eas::Result &result);
+    void noteFailure(const Eas::Result &result);
+    void awaitFolders();
+    void finishWishes();
+    void finishAll(const Eas::Result &result);
+    void onProgressed(int progress);
+    QStringList enabledFolders() const;
+    QSet<QString> knownFolders(const QStringList &folderIds) const;
+
+    const AccountContext m_context;
+    QList<Wish> m_wishes;
+    /** Names of steps: a collection's id, or Tree. */
+    QStringList m_pending;
+    QString m_current;
+    SyncStep *m_step = nullptr;
+    QSet<QString> m_repeatedAfterTree;
+    int m_done = 0;
+    int m_joined = 0;
+    bool m_started = false;
+    bool m_announced = false;
+};
+
+} // namespace Daemon
+
+#endif

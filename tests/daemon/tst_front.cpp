@@ -1,0 +1,401 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/asdbusinterface.h"
+#include "asclient/syncinfoshmreader.h"
+#include "daemon/front.h"
+#include "tests/daemon/buslistener.h"
+
+#include <atomic>
+#include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThread>
+
+using Activesync::AsDBusInterface;
+using Daemon::Front;
+
+/** Stands in for the engine: answers checks as told, and lets the test speak for it. */
+class FakeEngine : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<Daemon::Request> accepted;
+    QList<int> dropped;
+    QList<quint64> stopped;
+    bool answersChecks = true;
+    QSet<quint64> missingMessages;
+
+public slots:
+    void check(quint64 ticket, quint64 accountId, quint64 messageId)
+    {
+        if (answersChecks)
+            emit checkResolved(ticket, accountId < 10 && !missingMessages.contains(messageId));
+    }
+    void accept(const Daemon::Request &request) { accepted.append(request); }
+    void drop(int id) { dropped.append(id); }
+    void stopSync(quint64 account) { stopped.append(account); }
+
+signals:
+    void checkResolved(quint64 ticket, bool acceptable);
+    void finish(int id, int code);
+    void finishSearch(int id, int code, const Activesync::SearchMailboxResult &result);
+    void begin(quint64 account);
+    void progress(quint64 account, int progress);
+    void end(quint64 account);
+    void shutDown();
+};
+
+/** The front in its thread on a real bus; calls come over the bus, the engine is the test. */
+class TestFront : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qRegisterMetaType<Daemon::Request>("Daemon::Request");
+        qRegisterMetaType<Activesync::SearchMailboxResult>("Activesync::SearchMailboxResult");
+    }
+    void init();
+    void cleanup();
+
+    void requestsOfAnAccountThatIsServedGetIds();
+    void callsThatCannotBeAnsweredByTheEngineInTimeAreAnsweredFromWhatIsKnown();
+    void aCallForAMissingMessageIsRefused();
+    void aCallForMessageZeroIsRefusedWithoutAskingTheEngine();
+    void theRecordsOfASearchArrive();
+    void aRequestIsCompletedOnce();
+    void theCompletionFollowsTheAnswerOnTheBus();
+    void anAbortedRequestEndsAtOnceWithItsCode();
+    void abortsOfWhatIsNotOpenAreIgnored();
+    void stopSyncEndsSynchronisationsAlone();
+    void aliveUntilOneSecondAfterTheBroadcast();
+    void theStateIsPublishedBeforeTheStartAndClearedBeforeTheEnd();
+    void progressNeverGoesBack();
+    void aSearchIsToldBeforeItsCompletion();
+    void shuttingDownCancelsEverything();
+    void callsAfterTheShutDownAreRefused();
+    void aSecondInstanceIsTurnedAway();
+
+private:
+    int call(const QString &method, const QVariantList &arguments);
+
+    QThread *m_thread = nullptr;
+    Front *m_front = nullptr;
+    FakeEngine *m_engine = nullptr;
+    BusListener *m_listener = nullptr;
+    AsDBusInterface *m_daemon = nullptr;
+    std::atomic<qint64> m_now {0};
+    qint64 m_slowest = 0;
+};
+
+void TestFront::init()
+{
+    m_thread = new QThread;
+    m_now = 1000;
+    m_slowest = 0;
+    QElapsedTimer timer;
+    timer.start();
+    m_front = new Front([this, timer] { return m_now + timer.elapsed(); });
+    m_engine = new FakeEngine;
+    connect(m_front, &Front::checkWanted, m_engine, &FakeEngine::check);
+    connect(m_front, &Front::requestAccepted, m_engine, &FakeEngine::accept);
+    connect(m_front, &Front::requestDropped, m_engine, &FakeEngine::drop);
+    connect(m_front, &Front::syncStopWanted, m_engine, &FakeEngine::stopSync);
+    connect(m_engine, &FakeEngine::checkResolved, m_front, &Front::resolveCheck);
+    connect(m_engine, &FakeEngine::finish, m_front, &Front::finishRequest);
+    connect(m_engine, &FakeEngine::finishSearch, m_front, &Front::finishSearch);
+    connect(m_engine, &FakeEngine::begin, m_front, &Front::beginSync);
+    connect(m_engine, &FakeEngine::progress, m_front, &Front::setProgress);
+    connect(m_engine, &FakeEngine::end, m_front, &Front::endSync);
+    connect(m_engine, &FakeEngine::shutDown, m_front, &Front::shutDown);
+    connect(m_thread, &QThread::finished, m_front, &QObject::deleteLater);
+    m_front->setAccounts({1, 2});
+    m_front->moveToThread(m_thread);
+    m_thread->start();
+    m_listener = new BusListener;
+    m_daemon = new AsDBusInterface(QDBusConnection::sessionBus(), nullptr);
+    const auto bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("front"));
+    QString error;
+    QMetaObject::invokeMethod(
+        m_front, [this, bus] { return m_front->start(bus); }, Qt::BlockingQueuedConnection, &error);
+    QCOMPARE(error, QString());
+}
+
+void TestFront::cleanup()
+{
+    m_thread->quit();
+    m_thread->wait();
+    delete m_thread;
+    delete m_daemon;
+    delete m_listener;
+    delete m_engine;
+    QDBusConnection::disconnectFromBus(QStringLiteral("front"));
+    QTRY_VERIFY(!QDBusConnection::sessionBus().interface()->isServiceRegistered(
+        QLatin1String(Activesync::ServiceName)));
+}
+
+/** Calls over the bus while the event loop, and with it the fake engine, runs on. */
+int TestFront::call(const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        QLatin1String(Activesync::ServiceName), QLatin1String(Activesync::ObjectPath),
+        QLatin1String(Activesync::InterfaceName), method);
+    message.setArguments(arguments);
+    QElapsedTimer timer;
+    timer.start();
+    const QDBusReply<int> reply = QDBusConnection::sessionBus().call(message, QDBus::BlockWithGui);
+    m_slowest = qMax(m_slowest, timer.elapsed());
+    if (!reply.isValid())
+        qWarning() << reply.error();
+    return reply.isValid() ? reply.value() : -1000;
+}
+
+void TestFront::requestsOfAnAccountThatIsServedGetIds()
+{
+    const QVariant account = qulonglong(1);
+    const QVariant message = qulonglong(5);
+    QCOMPARE(call(QStringLiteral("sync"), {account}), 1);
+    QCOMPARE(call(QStringLiteral("folderSync"), {account}), 2);
+    QCOMPARE(call(QStringLiteral("syncSpecificFolders"),
+                  {account, QStringList({QStringLiteral("3"), QStringLiteral("x")}), 30, 5}),
+             3);
+    QCOMPARE(call(QStringLiteral("downloadMessage"), {account, message}), 4);
+    QCOMPARE(call(QStringLiteral("downloadAttachment"), {account, message, QStringLiteral("1.2")}),
+             5);
+    QCOMPARE(call(QStringLiteral("sendMail"), {account, message}), 6);
+    QCOMPARE(call(QStringLiteral("sync"), {qulonglong(10)}), -1);
+    QTRY_COMPARE(m_engine->accepted.size(), 6);
+    const Daemon::Request folders = m_engine->accepted.at(2);
+    QCOMPARE(folders.kind, Daemon::RequestKind::SyncFolders);
+    QCOMPARE(folders.folders, QStringList({QStringLiteral("3"), QStringLiteral("x")}));
+    QCOMPARE(folders.contentType, 30);
+    QCOMPARE(folders.value, 5);
+    QCOMPARE(m_engine->accepted.at(4).location, QStringLiteral("1.2"));
+    QCOMPARE(m_engine->accepted.at(4).messageId, quint64(5));
+    QVERIFY2(m_slowest < 200, qPrintable(QString::number(m_slowest)));
+    QVERIFY(m_listener->broadcasts().isEmpty());
+}
+
+void TestFront::callsThatCannotBeAnsweredByTheEngineInTimeAreAnsweredFromWhatIsKnown()
+{
+    m_engine->answersChecks = false;
+    QCOMPARE(call(QStringLiteral("sync"), {qulonglong(1)}), 1);
+    QCOMPARE(call(QStringLiteral("sync"), {qulonglong(3)}), -1);
+    QCOMPARE(call(QStringLiteral("downloadMessage"), {qulonglong(2), qulonglong(77)}), 2);
+    QVERIFY2(m_slowest < 200, qPrintable(QString::number(m_slowest)));
+    QTRY_COMPARE(m_engine->accepted.size(), 2);
+}
+
+void TestFront::aCallForAMissingMessageIsRefused()
+{
+    m_engine->missingMessages = {8};
+    QCOMPARE(call(QStringLiteral("downloadMessage"), {qulonglong(1), qulonglong(8)}), -1);
+    QCOMPARE(call(QStringLiteral("sendMail"), {qulonglong(1), qulonglong(8)}), -1);
+    QCOMPARE(call(QStringLiteral("sendMail"), {qulonglong(1), qulonglong(9)}), 1);
+}
+
+void TestFront::aCallForMessageZeroIsRefusedWithoutAskingTheEngine()
+{
+    QCOMPARE(call(QStringLiteral("downloadMessage"), {qulonglong(1), qulonglong(0)}), -1);
+}
+
+void TestFront::theRecordsOfASearchArrive()
+{
+    Activesync::SearchQuery query;
+    query.text = QStringLiteral("find me");
+    query.folders = QStringList {QStringLiteral("4")};
+    query.receivedAfter = QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC);
+    Activesync::SearchMailboxOptions options;
+    options.rangeEnd = 49;
+    QCOMPARE(call(QStringLiteral("searchMailbox"),
+                  {qulonglong(1), QVariant::fromValue(query), QVariant::fromValue(options)}),
+             1);
+    QTRY_COMPARE(m_engine->accepted.size(), 1);
+    QCOMPARE(m_engine->accepted.first().query.text, query.text);
+    QCOMPARE(m_engine->accepted.first().query.receivedAfter, query.receivedAfter);
+    QVERIFY(!m_engine->accepted.first().query.receivedBefore.isValid());
+    QCOMPARE(m_engine->accepted.first().options.rangeEnd, 49);
+}
+
+void TestFront::aRequestIsCompletedOnce()
+{
+    const int id = call(QStringLiteral("sync"), {qulonglong(1)});
+    emit m_engine->finish(id, 200);
+    emit m_engine->finish(id, 500);
+    call(QStringLiteral("abortRequest"), {id, 1030});
+    emit m_engine->finish(id, 901);
+    const int other = call(QStringLiteral("sync"), {qulonglong(2)});
+    emit m_engine->finish(other, 902);
+    QTRY_COMPARE(m_listener->completionsOf(other), 1);
+    QCOMPARE(m_listener->broadcasts(),
+             QStringList({QStringLiteral("requestCompleted 200 1 1"),
+                          QStringLiteral("requestCompleted 902 2 2")}));
+}
+
+void TestFront::theCompletionFollowsTheAnswerOnTheBus()
+{
+    // Both are taken on one connection, which keeps the order of the bus. The engine ends each
+    // request the moment it hears of it.
+    connect(m_front, &Front::requestAccepted, m_front,
+            [this](const Daemon::Request &request) { m_front->finishRequest(request.id, 200); });
+    for (int i = 0; i < 200; ++i) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            QLatin1String(Activesync::ServiceName), QLatin1String(Activesync::ObjectPath),
+            QLatin1String(Activesync::InterfaceName), QStringLiteral("sync"));
+        message.setArguments({qulonglong(1)});
+        QDBusPendingCallWatcher watcher(QDBusConnection::sessionBus().asyncCall(message));
+        int completionsAtReply = -1;
+        connect(&watcher, &QDBusPendingCallWatcher::finished, this, [this, &completionsAtReply] {
+            completionsAtReply = m_listener->broadcasts().size();
+        });
+        QTRY_COMPARE(m_listener->broadcasts().size(), i + 1);
+        QTRY_VERIFY(completionsAtReply >= 0);
+        QCOMPARE(completionsAtReply, i);
+    }
+}
+
+void TestFront::anAbortedRequestEndsAtOnceWithItsCode()
+{
+    const int id = call(QStringLiteral("sync"), {qulonglong(1)});
+    m_daemon->abortRequest(id, 1030, QDBus::Block);
+    QTRY_COMPARE(m_listener->codeOf(id), 1030);
+    QTRY_COMPARE(m_engine->dropped, QList<int>({id}));
+    emit m_engine->finish(id, 200);
+    QCOMPARE(call(QStringLiteral("isRequestAlive"), {id}), 1);
+    QCOMPARE(m_listener->completionsOf(id), 1);
+}
+
+void TestFront::abortsOfWhatIsNotOpenAreIgnored()
+{
+    const int id = call(QStringLiteral("sync"), {qulonglong(1)});
+    emit m_engine->finish(id, 200);
+    QTRY_COMPARE(m_listener->codeOf(id), 200);
+    for (int other : {id, 0, -1, -2, 99})
+        QVERIFY(m_daemon->abortRequest(other, 1030, QDBus::Block).isValid());
+    QCOMPARE(call(QStringLiteral("isRequestAlive"), {99}), 0);
+    QCOMPARE(m_listener->broadcasts().size(), 1);
+    QVERIFY(m_engine->dropped.isEmpty());
+}
+
+void TestFront::stopSyncEndsSynchronisationsAlone()
+{
+    const int sync = call(QStringLiteral("sync"), {qulonglong(1)});
+    const int folders = call(QStringLiteral("folderSync"), {qulonglong(1)});
+    const int download = call(QStringLiteral("downloadMessage"), {qulonglong(1), qulonglong(3)});
+    const int other = call(QStringLiteral("sync"), {qulonglong(2)});
+    m_daemon->stopSync(1, 1030, QDBus::Block);
+    QTRY_COMPARE(m_engine->stopped, QList<quint64>({1}));
+    QTRY_COMPARE(m_listener->codeOf(folders), 1030);
+    QCOMPARE(m_listener->codeOf(sync), 1030);
+    QCOMPARE(m_listener->codeOf(download), 0);
+    QCOMPARE(m_listener->codeOf(other), 0);
+}
+
+void TestFront::aliveUntilOneSecondAfterTheBroadcast()
+{
+    const int id = call(QStringLiteral("sync"), {qulonglong(1)});
+    QCOMPARE(m_daemon->isRequestAlive(id, QDBus::Block).value(), 1);
+    emit m_engine->finish(id, 200);
+    QTRY_COMPARE(m_listener->codeOf(id), 200);
+    QCOMPARE(m_daemon->isRequestAlive(id, QDBus::Block).value(), 1);
+    m_now += 1001;
+    QCOMPARE(m_daemon->isRequestAlive(id, QDBus::Block).value(), 0);
+    QCOMPARE(m_daemon->isRequestAlive(-1, QDBus::Block).value(), 0);
+    QCOMPARE(m_daemon->isRequestAlive(-2, QDBus::Block).value(), 0);
+}
+
+void TestFront::theStateIsPublishedBeforeTheStartAndClearedBeforeTheEnd()
+{
+    SyncInfoNode node;
+    emit m_engine->begin(1);
+    QTRY_COMPARE(m_listener->broadcasts().size(), 1);
+    QVERIFY(SyncInfoShmReader::instance().fill(node, 1));
+    QCOMPARE(node.syncState, 2);
+    QCOMPARE(node.progress, 0);
+    emit m_engine->progress(1, 400);
+    QTRY_VERIFY(SyncInfoShmReader::instance().fill(node, 1) && node.progress == 400);
+    emit m_engine->end(1);
+    QTRY_COMPARE(m_listener->broadcasts(),
+                 QStringList({QStringLiteral("syncStarted 1"), QStringLiteral("syncCompleted 1")}));
+    SyncInfoShmReader::instance().fill(node, 1);
+    QCOMPARE(node.syncState, 0);
+    QCOMPARE(node.progress, 0);
+}
+
+void TestFront::progressNeverGoesBack()
+{
+    SyncInfoNode node;
+    emit m_engine->begin(1);
+    emit m_engine->progress(1, 700);
+    emit m_engine->progress(1, 300);
+    emit m_engine->progress(2, 300);
+    emit m_engine->begin(2);
+    QTRY_COMPARE(m_listener->count(QStringLiteral("syncStarted 2")), 1);
+    SyncInfoShmReader::instance().fill(node, 1);
+    QCOMPARE(node.progress, 700);
+    SyncInfoShmReader::instance().fill(node, 2);
+    QCOMPARE(node.progress, 0);
+}
+
+void TestFront::aSearchIsToldBeforeItsCompletion()
+{
+    const int id = call(QStringLiteral("sync"), {qulonglong(1)});
+    Activesync::SearchMailboxResult result;
+    result.total = 3;
+    emit m_engine->finishSearch(id, 200, result);
+    emit m_engine->finishSearch(id, 200, result);
+    QTRY_COMPARE(m_listener->codeOf(id), 200);
+    QCOMPARE(m_listener->broadcasts(),
+             QStringList({QStringLiteral("searchMailboxCompleted 200 1 1"),
+                          QStringLiteral("requestCompleted 200 1 1")}));
+}
+
+void TestFront::shuttingDownCancelsEverything()
+{
+    QSignalSpy done(m_front, &Front::shutDownDone);
+    const int a = call(QStringLiteral("sync"), {qulonglong(1)});
+    const int b = call(QStringLiteral("sendMail"), {qulonglong(2), qulonglong(4)});
+    emit m_engine->begin(1);
+    emit m_engine->shutDown();
+    QTRY_COMPARE(done.count(), 1);
+    emit m_engine->finish(a, 200);
+    emit m_engine->begin(2);
+    QTRY_COMPARE(m_listener->broadcasts(),
+                 QStringList({QStringLiteral("syncStarted 1"),
+                              QStringLiteral("requestCompleted 1030 1 %1").arg(a),
+                              QStringLiteral("requestCompleted 1030 2 %1").arg(b),
+                              QStringLiteral("syncCompleted 1")}));
+    SyncInfoNode node;
+    QVERIFY(!SyncInfoShmReader::instance().fill(node, 1));
+}
+
+void TestFront::callsAfterTheShutDownAreRefused()
+{
+    QSignalSpy done(m_front, &Front::shutDownDone);
+    emit m_engine->shutDown();
+    QTRY_COMPARE(done.count(), 1);
+    QCOMPARE(call(QStringLiteral("sync"), {qulonglong(1)}), -1);
+}
+
+void TestFront::aSecondInstanceIsTurnedAway()
+{
+    emit m_engine->begin(1);
+    QTRY_COMPARE(m_listener->broadcasts().size(), 1);
+    const auto bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("second"));
+    {
+        Front second(Daemon::systemClock());
+        QVERIFY(!second.start(bus).isEmpty());
+    }
+    QDBusConnection::disconnectFromBus(QStringLiteral("second"));
+    SyncInfoNode node;
+    QVERIFY(SyncInfoShmReader::instance().fill(node, 1));
+    QCOMPARE(node.syncState, 2);
+}
+
+QTEST_GUILESS_MAIN(TestFront)
+#include "tst_front.moc"
