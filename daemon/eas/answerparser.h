@@ -16,6 +16,11 @@ namespace Eas {
 class AnswerParser
 {
 public:
+    /** `root`: the element that the answer must begin with. */
+    explicit AnswerParser(Tag root)
+        : m_root(root)
+    {
+    }
     virtual ~AnswerParser() = default;
 
     /** Whether all is well so far; after false, errorString() says what is wrong. */
@@ -24,6 +29,8 @@ public:
     bool finish();
 
     QString errorString() const { return m_error; }
+    /** Nothing has come so far. */
+    bool isUntouched() const { return !m_begun && m_error.isEmpty(); }
     /** The status that the answer as a whole carries (one right below the root), 0 where it has
      * none. */
     int status() const { return m_status; }
@@ -41,6 +48,10 @@ protected:
         Q_UNUSED(tag)
         Q_UNUSED(bytes)
     }
+    /** Bytes of an element's text that are kept; the rest is passed over, and textWasCut() tells.
+     */
+    virtual qint64 textLimit(Tag tag) const;
+    bool textWasCut() const { return m_cut; }
     /** Refuses the answer. */
     void fail(const QString &error);
 
@@ -55,11 +66,15 @@ private:
     void text(const QByteArray &bytes);
     void end(Tag tag);
 
+    const Tag m_root;
     WbxmlReader m_reader;
     QVector<Tag> m_path;
     QByteArray m_text;
     QString m_error;
     int m_status = 0;
+    qint64 m_held = 0;
+    bool m_cut = false;
+    bool m_begun = false;
     bool m_complete = false;
 };
 

@@ -14,10 +14,13 @@ class WbxmlWriter;
 struct BodyPreference
 {
     BodyType type = PlainText;
-    /** Bytes of the body at most; -1: all of it, 0: none. A server may send more all the same. */
+    /** Bytes of the body at most; -1: all of it, 0: none. */
     qint64 truncation = -1;
     /** Characters of the preview, 0 to 255; servers before 14.0 know none. */
     int preview = 0;
+
+    /** Writes what belongs into an Options element, for a version as Session::version() has it. */
+    void write(WbxmlWriter *writer, int version) const;
 };
 
 } // namespace Eas

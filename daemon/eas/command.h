@@ -5,20 +5,20 @@
 #include "daemon/eas/answerparser.h"
 #include "daemon/eas/limits.h"
 #include "daemon/eas/result.h"
+#include "daemon/eas/session.h"
 
 #include <QByteArray>
+#include <QIODevice>
 #include <QObject>
 #include <QPointer>
 
 #include <memory>
 
-class QIODevice;
-
 namespace Eas {
 
 class HttpCall;
 struct HttpAnswer;
-class Session;
+struct HttpRequest;
 
 /**
  * One request to the server and its answer; a class for each of the protocol's commands.
@@ -57,9 +57,12 @@ protected:
     virtual Result prepare() { return {}; }
     /** The document to send; asked again for a repetition. */
     virtual QByteArray body() = 0;
-    /** What is sent instead of body() where it is too long for memory: a new device, for one
-     * transfer. */
+    /** Whether streamedBody() is sent instead of body(). */
+    virtual bool isStreamed() const { return false; }
+    /** A new device with what is to be sent, for one transfer. */
     virtual std::unique_ptr<QIODevice> streamedBody() { return nullptr; }
+    /** Whether doing it twice does the same as doing it once. */
+    virtual bool isRepeatable() const { return true; }
     virtual QByteArray contentType() const;
     /** More of the URL's query: pairs of name and value. */
     virtual QList<QPair<QString, QString>> query() const { return {}; }
@@ -76,15 +79,18 @@ protected:
     virtual bool needsSession() const { return true; }
     virtual bool isOptions() const { return false; }
     virtual void headersArrived(const HttpAnswer &answer);
+    /** What a failure on the level of HTTP means; by default what it says. */
+    virtual Result evaluateFailure(const HttpAnswer &answer);
 
 private:
     friend class Session;
 
+    HttpRequest request();
     void transfer();
     void take(const QByteArray &bytes);
+    Result resultOfAnswer(const HttpAnswer &answer);
     void transferEnded(const HttpAnswer &answer);
     void complete(const Result &result);
-    void emitFinished();
 
     QPointer<Session> m_session;
     std::unique_ptr<AnswerParser> m_parser;
@@ -92,7 +98,6 @@ private:
     Result m_result;
     bool m_started = false;
     bool m_finished = false;
-    bool m_answerBegun = false;
     /** What the session has done for this command already, so that it is done only once. */
     int m_stagesDone = 0;
 };

@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 
 class QIODevice;
@@ -30,8 +31,14 @@ struct HttpRequest
     QString query; ///< the URL's query, encoded
     QList<QPair<QByteArray, QByteArray>> headers;
     QByteArray body;
-    /** Sent instead of body; the device has a known size. */
-    std::shared_ptr<QIODevice> streamedBody;
+    /** Makes what is sent instead of body where that is too long for memory: open, of a known size.
+     */
+    std::function<std::unique_ptr<QIODevice>()> streamedBody;
+    /**
+     * Whether it may be sent a second time if the connection, kept open since an earlier request,
+     * turns out to be dead: only what does the same when done twice.
+     */
+    bool repeatable = true;
     qint64 answerLimit = Limits::AnswerSize;
     int waitingTime = 0; ///< milliseconds that the server may wait before it answers
 };
@@ -75,30 +82,44 @@ private:
     HttpCall(HttpChannel *channel, const HttpRequest &request);
 
     void send();
+    std::unique_ptr<QIODevice> newBody() const;
+    void wait(int milliseconds);
+    int answerTime() const;
+    void uploaded(qint64 sent, qint64 total);
     void readHeader();
     void readBody();
+    bool takeContent(const QByteArray &bytes);
+    bool handOn(const QByteArray &bytes);
     void replyFinished();
     void timedOut();
     void end(const Result &result);
     void drop();
+    bool tryAgain();
     bool followRedirect();
+    Result resultOfReply();
     Result transportResult() const;
 
     QPointer<HttpChannel> m_channel;
-    HttpRequest m_request;
+    const HttpRequest m_request;
+    QUrl m_url;
     QPointer<QNetworkReply> m_reply;
-    std::unique_ptr<GzipDecoder> m_decoder;
+    std::shared_ptr<GzipDecoder> m_decoder;
     HttpAnswer m_answer;
     QTimer m_timer;
-    QString m_tlsErrors;
+    QStringList m_tlsErrors;
+    /** What was wrong with the content, where something was. */
+    Result m_contentResult;
     qint64 m_received = 0;
+    qint64 m_packed = 0;
+    qint64 m_total = -1;
     int m_redirects = 0;
     bool m_headerRead = false;
-    bool m_sent = false;
     bool m_repeated = false;
     bool m_ended = false;
 };
 
 } // namespace Eas
+
+Q_DECLARE_METATYPE(Eas::HttpAnswer)
 
 #endif

@@ -60,6 +60,8 @@ private:
     QByteArray m_authorization;
     QSslConfiguration m_tls;
     HttpTimes m_times;
+    /** An answer came: its connection may be used again, and may be dead then. */
+    bool m_hasAnswered = false;
 };
 
 } // namespace Eas

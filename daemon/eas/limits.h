@@ -7,10 +7,13 @@
 /** Every bound that a server's answer is held to, and every time that is waited for one. */
 namespace Eas::Limits {
 
-/** Bytes of an answer whose content is held in memory, unpacked. */
+/** Bytes of an answer, unpacked. */
 constexpr qint64 AnswerSize = 64 * 1024 * 1024;
-/** Bytes of an answer that is written to a device while it arrives, unpacked. */
+/** Bytes of an answer that carries messages or attachments, which are not held in memory as a
+ * whole. */
 constexpr qint64 DownloadSize = Q_INT64_C(2) * 1024 * 1024 * 1024;
+/** Bytes of an answer that are held in memory. */
+constexpr qint64 HeldSize = 64 * 1024 * 1024;
 /** Unpacked bytes for one packed byte (deflate's own maximum is 1032), */
 constexpr int DecompressionRatio = 200;
 /** ... which counts from here on: a short answer of blanks is no attack. */

@@ -27,7 +27,7 @@ public:
 
     /** The newest of the versions spoken here that `offered` (separated by commas) has, or nothing.
      */
-    static QString bestVersion(const QString &offered);
+    static QString bestVersion(const QByteArray &offered);
 
 protected:
     QByteArray name() const override { return QByteArrayLiteral("Options"); }
@@ -38,9 +38,10 @@ protected:
     bool needsSession() const override { return false; }
     bool isOptions() const override { return true; }
     void headersArrived(const HttpAnswer &answer) override;
+    Result evaluateFailure(const HttpAnswer &answer) override;
 
 private:
-    QString m_offered;
+    QByteArray m_offered;
     QString m_version;
     QStringList m_commands;
 };

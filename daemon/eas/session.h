@@ -9,6 +9,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QStringList>
 
 namespace Eas {
 
@@ -60,25 +61,35 @@ signals:
 private:
     friend class Command;
 
-    enum Stage { Idle, AskingVersion, Provisioning, SendingDevice };
+    /** What is done for commands that are held up meanwhile. */
+    enum Stage { NoStage = 0, AskingVersion = 1, Provisioning = 2, SendingDevice = 4 };
 
     void run(Command *command);
+    bool handle(Command *command, const Result &result, bool provisionDemanded);
     void forget(Command *command);
     void hold(Command *command, Stage stage);
     void startStage(Stage stage);
-    void endStage(Command *command, const Result &result);
+    void runStage(Command *command, void (Session::*ended)(Command *));
+    void versionAsked(Command *command);
+    void policyAsked(Command *command);
+    void policyAcknowledged(Command *command);
+    void deviceSent(Command *command);
     void release(const Result &result);
-    void followTo(const QUrl &url);
+    void moved(const QUrl &url);
+    void leaveRedirect(const Result &result);
 
     ServerAddress m_address;
     Credentials m_credentials;
     Device m_device;
     SessionState m_state;
     HttpChannel *m_channel;
-    Stage m_stage = Idle;
-    /** Waiting until the stage is over. */
-    QList<QPointer<Command>> m_held;
-    QList<QPointer<Command>> m_running;
+    Stage m_stage = NoStage;
+    QPointer<Command> m_stageCommand;
+    /** What the policy demands and is not met here, for the log. */
+    QStringList m_unmet;
+    QList<Command *> m_running;
+    /** Those of the running ones that wait until the stage is over. */
+    QList<Command *> m_held;
 };
 
 } // namespace Eas

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 namespace Eas {
 
 /**
@@ -52,44 +54,52 @@ public:
     QString errorString() const { return m_error; }
 
 private:
-    enum State { Header, Content, Attributes, InlineText, OpaqueText, Done };
+    enum State { Header, Content, Attributes, InlineText, OpaqueText };
+    /** What a step led to; nothing: take the next one. */
+    using Step = std::optional<Event>;
 
-    bool readHeader();
-    Event readContent();
-    Event readTag(quint8 token);
-    Event readGlobal(quint8 token);
-    Event readInlineText();
-    Event readOpaqueText();
-    bool readAttributes(Event *event);
-    Event start(Tag tag, bool hasAttributes, bool hasContent);
-    Event end();
-    Event text(const QByteArray &bytes, bool opaque);
-    Event tableText(quint32 offset);
-    Event entity(quint32 character);
-    Event needData();
-    Event fail(const QString &error);
+    Step step();
+    Step readHeader();
+    Step readContent();
+    Step readTag(quint8 token);
+    Step readLiteral(quint8 token);
+    Step readOpaqueLength();
+    Step readEntity();
+    Step readTableString();
+    Step readExtension(quint8 token);
+    Step readAttribute();
+    Step readInlineText();
+    Step readOpaqueText();
+    Step passNumber();
+    Step beginInlineText(bool silent);
+    Step start(Tag tag, quint8 token);
+    Step end();
+    Step text(const QByteArray &bytes, bool opaque);
+    Step needData();
+    Step fail(const QString &error);
     bool takeByte(quint8 *byte);
     bool takeNumber(quint32 *number);
-    bool skipString();
 
     QByteArray m_buffer;
     int m_pos = 0;
-    /** Where the token that is being read began: what is incomplete is read again from here. */
+    /** Where the current step began: what is incomplete is read again from here. */
     int m_mark = 0;
     bool m_finished = false;
-    bool m_malformed = false;
     State m_state = Header;
-    /** Where an inline or opaque text, or a list of attributes, goes back to. */
+    /** Where a text goes back to. */
     State m_outer = Content;
+    /** The text is no content. */
+    bool m_silent = false;
+    quint32 m_opaqueLeft = 0;
+    /** The element that has begun has no content: its end comes next. */
+    bool m_endDue = false;
+    bool m_over = false;
+    bool m_badNumber = false;
     QByteArray m_table;
     QVector<Tag> m_open;
     /** Depth of the outermost element that is passed over, 0 for none. */
     int m_skipFrom = 0;
     int m_page = 0;
-    quint32 m_opaqueLeft = 0;
-    /** An element without content has begun; its end comes next. */
-    bool m_endDue = false;
-    bool m_ended = false;
     Tag m_tag = NoTag;
     QByteArray m_data;
     bool m_opaque = false;

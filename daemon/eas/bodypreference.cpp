@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/eas/bodypreference.h"
+
+#include "daemon/eas/wbxmlwriter.h"
+
+namespace Eas {
+
+namespace {
+
+/** The smallest step of MIMETruncation, [MS-ASCMD] 2.2.3.109, that leaves `bytes`. */
+int mimeTruncation(qint64 bytes)
+{
+    constexpr qint64 steps[] = {0, 4096, 5120, 7168, 10240, 20480, 51200, 102400};
+    int step = 0;
+    while (step < 8 && steps[step] < bytes) {
+        ++step;
+    }
+    return step;
+}
+
+} // namespace
+
+void BodyPreference::write(WbxmlWriter *writer, int version) const
+{
+    if (type == Mime) {
+        writer->element(Tags::AirSync::MIMESupport, 2);
+    }
+    // Some servers cut by this alone, whatever the body's type.
+    if (truncation >= 0) {
+        writer->element(Tags::AirSync::MIMETruncation, mimeTruncation(truncation));
+    }
+    writer->startElement(Tags::AirSyncBase::BodyPreference);
+    writer->element(Tags::AirSyncBase::Type, type);
+    if (truncation >= 0) {
+        writer->element(Tags::AirSyncBase::TruncationSize, QString::number(truncation));
+    }
+    if (preview > 0 && version >= 140) {
+        writer->element(Tags::AirSyncBase::Preview, qMin(preview, 255));
+    }
+    writer->endElement();
+}
+
+} // namespace Eas

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/eas/httpchannel.h"
+
+#include <QSslConfiguration>
+
+namespace Eas {
+
+HttpChannel::HttpChannel(QObject *parent)
+    : QObject(parent)
+    , m_tls(QSslConfiguration::defaultConfiguration())
+{
+    m_tls.setProtocol(QSsl::TlsV1_2OrLater);
+    m_tls.setPeerVerifyMode(QSslSocket::VerifyPeer);
+    m_manager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+}
+
+HttpChannel::~HttpChannel() = default;
+
+void HttpChannel::setCredentials(const Credentials &credentials)
+{
+    m_authorization = credentials.authorization();
+}
+
+void HttpChannel::addTrustedCertificates(const QList<QSslCertificate> &certificates)
+{
+    m_tls.setCaCertificates(QSslConfiguration::systemCaCertificates() + certificates);
+}
+
+HttpCall *HttpChannel::send(const HttpRequest &request)
+{
+    auto *call = new HttpCall(this, request);
+    call->send();
+    return call;
+}
+
+bool HttpChannel::mayFollow(const QUrl &from, const QUrl &to)
+{
+    const QString tls = QStringLiteral("https");
+    if (!to.isValid() || to.host().isEmpty() || !to.userInfo().isEmpty()) {
+        return false;
+    }
+    if (to.scheme() == tls) {
+        return true;
+    }
+    return to.scheme() == QLatin1String("http") && from.scheme() == to.scheme()
+        && from.host() == to.host();
+}
+
+} // namespace Eas

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/eas/provisioncommand.h"
+
+#include "daemon/eas/deviceinformation.h"
+#include "daemon/eas/session.h"
+#include "daemon/eas/status.h"
+#include "daemon/eas/wbxmlwriter.h"
+
+namespace Eas {
+
+namespace {
+
+namespace P = Tags::Provision;
+
+const QString policyType = QStringLiteral("MS-EAS-Provisioning-WBXML");
+
+/** A policy's own status. */
+enum PolicyStatus { PolicyOk = 1, NoPolicy = 2 };
+
+} // namespace
+
+class ProvisionCommand::Parser : public AnswerParser
+{
+public:
+    Parser()
+        : AnswerParser(P::Provision)
+    {
+    }
+
+    QString key;
+    Policy policy;
+    int policyStatus = 0;
+    bool wipe = false;
+
+protected:
+    void startElement(Tag tag) override { wipe = wipe || tag == P::RemoteWipe; }
+
+    void endElement(Tag tag, const QByteArray &text) override
+    {
+        if (tag == P::PolicyKey) {
+            key = QString::fromUtf8(text.left(Limits::KeyLength));
+        } else if (tag == P::Status && enclosing(1) == P::Policy) {
+            policyStatus = text.trimmed().toInt();
+        } else if (isInside(P::EASProvisionDoc)) {
+            policy.add(tag, text);
+        }
+    }
+};
+
+ProvisionCommand::ProvisionCommand(Session *session)
+    : Command(session)
+{
+}
+
+ProvisionCommand::ProvisionCommand(Session *session, const QString &key,
+                                   Acknowledgement acknowledgement)
+    : Command(session)
+    , m_sentKey(key)
+    , m_acknowledgement(acknowledgement)
+{
+}
+
+QByteArray ProvisionCommand::body()
+{
+    QByteArray bytes;
+    WbxmlWriter writer(&bytes);
+    writer.startDocument();
+    writer.startElement(P::Provision);
+    if (m_acknowledgement == 0 && session()->version() >= 141) {
+        writeDeviceInformation(&writer, session()->device());
+    }
+    writer.startElement(P::Policies);
+    writer.startElement(P::Policy);
+    writer.element(P::PolicyType, policyType);
+    if (m_acknowledgement != 0) {
+        writer.element(P::PolicyKey, m_sentKey);
+        writer.element(P::Status, m_acknowledgement);
+    }
+    writer.endDocument();
+    return bytes;
+}
+
+AnswerParser *ProvisionCommand::newParser()
+{
+    return m_parser = new Parser;
+}
+
+Result ProvisionCommand::evaluate()
+{
+    m_wipe = m_parser->wipe;
+    m_key = m_parser->key;
+    m_policy = m_parser->policy;
+    if (m_wipe) {
+        return commonStatusResult(140);
+    }
+    if (m_parser->status() != 1) {
+        return statusResult(ServerFailed, m_parser->status(), "the server could not provision");
+    }
+    if (m_parser->policyStatus == NoPolicy && m_acknowledgement == 0) {
+        m_key.clear();
+        return {};
+    }
+    if (m_parser->policyStatus != PolicyOk) {
+        return statusResult(m_acknowledgement == PartlyMet ? PolicyDemanded : ServerFailed,
+                            m_parser->policyStatus, "the server did not go on provisioning");
+    }
+    return m_key.isEmpty() ? Result {InvalidAnswer, QStringLiteral("a policy without a key")}
+                           : Result {};
+}
+
+} // namespace Eas

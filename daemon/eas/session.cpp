@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/eas/session.h"
+
+#include "daemon/eas/command.h"
+#include "daemon/eas/httpchannel.h"
+#include "daemon/eas/log.h"
+#include "daemon/eas/optionscommand.h"
+#include "daemon/eas/provisioncommand.h"
+#include "daemon/eas/settingscommand.h"
+#include "daemon/eas/status.h"
+
+namespace Eas {
+
+Session::Session(const ServerAddress &address, const Credentials &credentials, const Device &device,
+                 QObject *parent)
+    : QObject(parent)
+    , m_address(address)
+    , m_credentials(credentials)
+    , m_device(device)
+    , m_channel(new HttpChannel(this))
+{
+    m_channel->setUrl(address.url());
+    m_channel->setCredentials(credentials);
+    connect(m_channel, &HttpChannel::moved, this, &Session::moved);
+}
+
+Session::~Session()
+{
+    delete m_stageCommand;
+    abortAll();
+}
+
+void Session::setState(const SessionState &state)
+{
+    m_state = state;
+    if (m_state.policyKey.isEmpty()) {
+        m_state.policyKey = SessionState().policyKey;
+    }
+    // What was kept may be older than the account's settings.
+    if (!m_state.url.isEmpty() && !HttpChannel::mayFollow(m_address.url(), m_state.url)) {
+        m_state.url.clear();
+    }
+    m_channel->setUrl(m_state.url.isEmpty() ? m_address.url() : m_state.url);
+}
+
+int Session::version() const
+{
+    return QString(m_state.protocolVersion).remove(QLatin1Char('.')).toInt();
+}
+
+void Session::abortAll()
+{
+    const QList<Command *> commands = m_running;
+    for (Command *command : commands) {
+        command->abort();
+    }
+}
+
+void Session::run(Command *command)
+{
+    for (const Result &result : {m_address.check(), m_credentials.check()}) {
+        if (!result.ok()) {
+            command->complete(result);
+            return;
+        }
+    }
+    if (!m_running.contains(command)) {
+        m_running.append(command);
+    }
+    if (command->needsSession() && (m_stage != NoStage || m_state.protocolVersion.isEmpty())) {
+        hold(command, AskingVersion);
+    } else {
+        command->transfer();
+    }
+}
+
+/** Whether the command goes on later instead of ending with `result`. */
+bool Session::handle(Command *command, const Result &result, bool provisionDemanded)
+{
+    leaveRedirect(result);
+    if (result.status == 140 && command != m_stageCommand) {
+        emit wipeRequested();
+    }
+    const Stage stage = provisionDemanded || demandsProvision(result.status) ? Provisioning
+        : result.status == 165                                               ? SendingDevice
+                                                                             : NoStage;
+    if (stage == NoStage || !command->needsSession() || (command->m_stagesDone & stage)) {
+        return false;
+    }
+    command->m_stagesDone |= stage;
+    hold(command, stage);
+    return true;
+}
+
+void Session::forget(Command *command)
+{
+    m_running.removeAll(command);
+    m_held.removeAll(command);
+    if (m_stage != NoStage && m_held.isEmpty() && m_stageCommand && m_stageCommand != command) {
+        m_stage = NoStage;
+        m_stageCommand->deleteLater();
+        m_stageCommand->disconnect(this);
+        m_stageCommand.clear();
+    }
+}
+
+void Session::hold(Command *command, Stage stage)
+{
+    m_held.append(command);
+    if (m_stage == NoStage) {
+        startStage(stage);
+    }
+}
+
+void Session::startStage(Stage stage)
+{
+    m_stage = stage;
+    switch (stage) {
+    case NoStage:
+        break;
+    case AskingVersion:
+        runStage(new OptionsCommand(this), &Session::versionAsked);
+        break;
+    case Provisioning:
+        m_state.policyKey = SessionState().policyKey;
+        runStage(new ProvisionCommand(this), &Session::policyAsked);
+        break;
+    case SendingDevice:
+        runStage(new SettingsCommand(this), &Session::deviceSent);
+        break;
+    }
+}
+
+void Session::runStage(Command *command, void (Session::*ended)(Command *))
+{
+    m_stageCommand = command;
+    command->setParent(this);
+    connect(command, &Command::finished, this, [this, command, ended] {
+        command->deleteLater();
+        m_stageCommand.clear();
+        (this->*ended)(command);
+    });
+    command->start();
+}
+
+void Session::versionAsked(Command *command)
+{
+    if (command->result().ok()) {
+        m_state.protocolVersion = static_cast<OptionsCommand *>(command)->version();
+        emit stateChanged();
+    }
+    release(command->result());
+}
+
+void Session::policyAsked(Command *command)
+{
+    const auto *provision = static_cast<ProvisionCommand *>(command);
+    const Result &result = provision->result();
+    if (provision->wipeRequested()) {
+        release(result);
+        emit wipeRequested();
+        return;
+    }
+    if (!result.ok() || provision->key().isEmpty()) {
+        release(result);
+        return;
+    }
+    m_unmet = provision->policy().unmet();
+    if (!m_unmet.isEmpty()) {
+        qCWarning(lcEas, "the server's policy demands what is not met here: %s",
+                  qUtf8Printable(m_unmet.join(QStringLiteral(", "))));
+    }
+    m_state.policyKey = provision->key();
+    const auto acknowledgement =
+        m_unmet.isEmpty() ? ProvisionCommand::Met : ProvisionCommand::PartlyMet;
+    runStage(new ProvisionCommand(this, provision->key(), acknowledgement),
+             &Session::policyAcknowledged);
+}
+
+void Session::policyAcknowledged(Command *command)
+{
+    Result result = command->result();
+    m_state.policyKey =
+        result.ok() ? static_cast<ProvisionCommand *>(command)->key() : SessionState().policyKey;
+    if (result.code == PolicyDemanded && !m_unmet.isEmpty()) {
+        result.text += QStringLiteral("; not met here: ") + m_unmet.join(QStringLiteral(", "));
+    }
+    emit stateChanged();
+    release(result);
+}
+
+void Session::deviceSent(Command *command)
+{
+    release(command->result());
+}
+
+/** Lets those go on that were held up, or ends them as what they waited for has ended. */
+void Session::release(const Result &result)
+{
+    m_stage = NoStage;
+    const QList<Command *> held = m_held;
+    m_held.clear();
+    for (Command *command : held) {
+        // Another one's end may have ended this one.
+        if (!m_running.contains(command)) {
+            continue;
+        }
+        if (result.ok()) {
+            run(command);
+        } else {
+            command->complete(result);
+        }
+    }
+}
+
+void Session::moved(const QUrl &url)
+{
+    m_state.url = url;
+    emit stateChanged();
+}
+
+/** Where a redirect led to nothing, the account's own address is right again. */
+void Session::leaveRedirect(const Result &result)
+{
+    const bool isLost = result.code == NoConnection || result.code == NotActiveSync;
+    // Not where that would take the login back to a connection without TLS.
+    if (isLost && !m_state.url.isEmpty() && HttpChannel::mayFollow(m_state.url, m_address.url())) {
+        m_state.url.clear();
+        m_channel->setUrl(m_address.url());
+        emit stateChanged();
+    }
+}
+
+} // namespace Eas
