@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/orvserviceplugin.h"
 
+#include "plugin/orvconfigurator.h"
 #include "plugin/servicekey.h"
 #include "service/orvservice.h"
 
@@ -22,4 +23,9 @@ bool OrvServicePlugin::supports(QMailMessageMetaDataFwd::MessageType type) const
 QMailMessageService *OrvServicePlugin::createService(const QMailAccountId &id)
 {
     return new OrvService(id);
+}
+
+QMailMessageServiceConfigurator *OrvServicePlugin::createServiceConfigurator()
+{
+    return new OrvConfigurator;
 }

@@ -22,6 +22,8 @@ public:
     bool supports(QMailMessageMetaDataFwd::MessageType type) const override;
     /** A new service for the account, without a parent, each time. */
     QMailMessageService *createService(const QMailAccountId &id) override;
+    /** A new configurator each time. */
+    QMailMessageServiceConfigurator *createServiceConfigurator() override;
 };
 
 #endif

@@ -5,6 +5,7 @@
 
 #include <qmailaccount.h>
 #include <qmailmessage.h>
+#include <qmailstore.h>
 
 namespace {
 
@@ -13,9 +14,14 @@ QString serviceName()
     return QStringLiteral("orvmail");
 }
 
-/** Every earlier status flag is dropped: nothing but these eight is left as it was. */
+/**
+ * Replaces the account's whole status word.
+ *
+ * The flags have their values from the mail store and are all 0 until it is open.
+ */
 void markAccount(QMailAccount *account)
 {
+    QMailStore::instance();
     account->setStatus(QMailAccount::Enabled);
     account->setStatus(QMailAccount::CanTransmit, true);
     account->setStatus(QMailAccount::CanRetrieve, true);

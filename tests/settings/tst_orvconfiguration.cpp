@@ -229,6 +229,7 @@ void TestOrvConfiguration::markedAccountHasExactlyTheseFlags()
                       true);
     QMailAccountConfiguration config;
     writeSettings(AccountSettings(), &account, &config);
+    QVERIFY(QMailAccount::Enabled != 0);
     QCOMPARE(account.status(),
              QMailAccount::Enabled | QMailAccount::CanTransmit | QMailAccount::CanRetrieve
                  | QMailAccount::MessageSource | QMailAccount::MessageSink

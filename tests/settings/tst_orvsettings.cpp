@@ -372,6 +372,7 @@ void TestOrvSettings::savingMarksTheAccount()
                       true);
     QMailAccountConfiguration config;
     QVERIFY(m_settings->updateAccount(&account, &config));
+    QVERIFY(QMailAccount::Enabled != 0);
     QCOMPARE(account.status(),
              QMailAccount::Enabled | QMailAccount::CanTransmit | QMailAccount::CanRetrieve
                  | QMailAccount::MessageSource | QMailAccount::MessageSink
