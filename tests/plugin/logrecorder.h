@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef LOGRECORDER_H
+#define LOGRECORDER_H
+
+#include <QStringList>
+
+/** Keeps, while it lives, what this process logs. One at a time. */
+class LogRecorder
+{
+public:
+    LogRecorder();
+    ~LogRecorder();
+    LogRecorder(const LogRecorder &) = delete;
+    LogRecorder &operator=(const LogRecorder &) = delete;
+
+    /** The lines of the log category "Messaging" since the last call, without the category. */
+    QStringList takeLines();
+    /** The warnings and critical messages since the last call. */
+    QStringList takeWarnings();
+};
+
+#endif

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef SERVICESPY_H
+#define SERVICESPY_H
+
+#include <QObject>
+#include <QStringList>
+
+#include <qmailmessageservice.h>
+
+/**
+ * What a message service tells the message server, one line an event, in order:
+ *
+ *     progress 0/1000
+ *     status 0 Progressing...
+ *     activity 2
+ *     completed true
+ *     available true
+ */
+class ServiceSpy : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Hears `service`, which must live longer. */
+    explicit ServiceSpy(QMailMessageService *service);
+
+    /** The events since the last take(). */
+    QStringList take();
+    /** The same without progress and statuses that name no error. */
+    QStringList takeOutcome();
+    /** How many actions ended since the last take(). */
+    int completions() const;
+    /** The last status that was reported. */
+    QMailServiceAction::Status status() const { return m_status; }
+
+private slots:
+    void onStatusChanged(const QMailServiceAction::Status status);
+
+private:
+    QStringList m_events;
+    QMailServiceAction::Status m_status;
+};
+
+#endif
