@@ -48,8 +48,7 @@ FakeMessageServer::Request FakeMessageServer::waitForRequest(const char *method)
 
 void FakeMessageServer::setActivity(qulonglong action, QMailServiceAction::Activity activity)
 {
-    QDBusMessage signal
-        = QDBusMessage::createSignal(Path, Name, QStringLiteral("activityChanged"));
+    QDBusMessage signal = QDBusMessage::createSignal(Path, Name, QStringLiteral("activityChanged"));
     signal.setArguments({action, QVariant::fromValue(activity)});
     m_bus.send(signal);
 }
@@ -58,8 +57,8 @@ bool FakeMessageServer::handleMessage(const QDBusMessage &message, const QDBusCo
 {
     if (message.interface() != Name)
         return false;
-    m_requests += {message.member(), message.arguments().value(0).toULongLong(),
-                   message.arguments().mid(1)};
+    m_requests +=
+        {message.member(), message.arguments().value(0).toULongLong(), message.arguments().mid(1)};
     return true;
 }
 

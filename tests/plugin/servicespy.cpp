@@ -21,12 +21,10 @@ ServiceSpy::ServiceSpy(QMailMessageService *service)
             [this](QMailServiceAction::Activity activity) {
                 m_events += QStringLiteral("activity %1").arg(activity);
             });
-    connect(service, qOverload<bool>(&Service::actionCompleted), this, [this](bool success) {
-        m_events += QStringLiteral("completed ") + text(success);
-    });
-    connect(service, &Service::availabilityChanged, this, [this](bool available) {
-        m_events += QStringLiteral("available ") + text(available);
-    });
+    connect(service, qOverload<bool>(&Service::actionCompleted), this,
+            [this](bool success) { m_events += QStringLiteral("completed ") + text(success); });
+    connect(service, &Service::availabilityChanged, this,
+            [this](bool available) { m_events += QStringLiteral("available ") + text(available); });
     connect(service, qOverload<const QMailServiceAction::Status>(&Service::statusChanged), this,
             &ServiceSpy::onStatusChanged);
 }
