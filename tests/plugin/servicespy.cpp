@@ -41,7 +41,7 @@ QStringList ServiceSpy::takeOutcome()
     QStringList outcome;
     for (const QString &event : take()) {
         if (!event.startsWith(QLatin1String("progress"))
-            && !event.startsWith(QLatin1String("status 0 ")))
+            && !event.startsWith(QLatin1String("status")))
             outcome += event;
     }
     return outcome;
@@ -55,5 +55,8 @@ int ServiceSpy::completions() const
 void ServiceSpy::onStatusChanged(const QMailServiceAction::Status status)
 {
     m_status = status;
-    m_events += QStringLiteral("status %1 %2").arg(status.errorCode).arg(status.text);
+    // An error's text is the platform's.
+    m_events += status.errorCode == QMailServiceAction::Status::ErrNoError
+        ? QStringLiteral("status ") + status.text
+        : QStringLiteral("error %1").arg(status.errorCode);
 }

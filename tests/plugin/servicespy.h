@@ -11,7 +11,8 @@
  * What a message service tells the message server, one line an event, in order:
  *
  *     progress 0/1000
- *     status 0 Progressing...
+ *     status Progressing...
+ *     error 1030
  *     activity 2
  *     completed true
  *     available true
@@ -26,7 +27,7 @@ public:
 
     /** The events since the last take(). */
     QStringList take();
-    /** The same without progress and statuses that name no error. */
+    /** The same without progress and status texts. */
     QStringList takeOutcome();
     /** How many actions ended since the last take(). */
     int completions() const;
