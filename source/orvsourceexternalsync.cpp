@@ -18,7 +18,9 @@ bool OrvSource::isExternalSyncWorking()
 /** The marker is sent, and the message server has not yet begun with it. */
 bool OrvSource::isMarkerPending() const
 {
-    return m_externalSyncAction->activity() == QMailServiceAction::Pending;
+    // An action that was never sent is Pending, too, and does not run.
+    return m_externalSyncAction->isRunning()
+        && m_externalSyncAction->activity() == QMailServiceAction::Pending;
 }
 
 bool OrvSource::cancelExternalSync()

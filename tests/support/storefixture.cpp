@@ -91,6 +91,8 @@ QMailMessage plainMessage(const QMailAccountId &account, const QMailFolderId &fo
 
 QMailAccountId addAccount(const Account &settings)
 {
+    // The status flags have no values before the store is there.
+    QMailStore::instance();
     QMailAccount account;
     account.setName(settings.name);
     account.setMessageType(QMailMessage::Email);

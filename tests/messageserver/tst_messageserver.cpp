@@ -1,0 +1,504 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/syncinfoshmwriter.h"
+#include "tests/support/actionwatcher.h"
+#include "tests/support/messageserver.h"
+#include "tests/support/scripteddaemon.h"
+#include "tests/support/storefixture.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <qmailstore.h>
+
+#include <functional>
+
+using Answer = ScriptedDaemon::Answer;
+
+namespace {
+
+/** A retrieval action with its watcher. */
+struct Retrieval
+{
+    QMailRetrievalAction action;
+    ActionWatcher watcher {&action};
+};
+
+} // namespace
+
+/**
+ * The plugin in the real message server, between a real client and a scripted daemon. Every test
+ * ends with a message server that is alive and does the next action; see cleanup().
+ */
+class TestMessageServer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void synchronises();
+    void retrievesEverything();
+    void retrievesAMessageList();
+    void tellsTheClientWhatTheDaemonsCodeMeans_data();
+    void tellsTheClientWhatTheDaemonsCodeMeans();
+    void failsWhileTheDaemonIsAbsent();
+    void failsWhatTheDaemonRefuses();
+    void failsWhatTheDaemonAnswersWithAnError();
+    void failsWhenTheDaemonDiesInTheCall();
+    void endsWhenTheDaemonDiesBehindTheCall();
+    void endsWhatTheNextDaemonDoesNotKnow();
+    void findsALostBroadcastByThePoll();
+    void pollLeavesALivingRequestAlone();
+    void findsALostBroadcastWhenAnotherSynchronisationStarts();
+    void cancels();
+    void lateBroadcastOfACancelledRequestEndsNothingElse();
+    void strayBroadcastsEndNothing();
+    void repeatedBroadcastEndsNothingElse();
+    void runsTwoAccountsAtOnce();
+    void keepsTheAccountsApart();
+    void answersASecondSynchronisationWithoutTheDaemon();
+    void asksAgainAfterAFailure();
+    void showsASynchronisationThatTheDaemonStarted();
+    void keepsTheServiceWhenTheAccountIsChanged();
+    void endsWithTheServerInTheMiddleOfAnAction();
+    void endsWithAServerThatIsKilledInTheMiddleOfAnAction();
+
+private:
+    QMailAccountId addSecondAccount() const;
+    void retrieveFolders(Retrieval &retrieval) const;
+    ScriptedDaemon::Call startFolders(Retrieval &retrieval);
+    void verifyFailed(Retrieval &retrieval, int code);
+    void verifyNextAction();
+
+    QMailAccountId m_account;
+    std::unique_ptr<ScriptedDaemon> m_daemon;
+    std::unique_ptr<MessageServer> m_server;
+};
+
+void TestMessageServer::initTestCase()
+{
+    if (!MessageServer::isInstalled())
+        QSKIP("messageserver5 is not installed");
+    QVERIFY(MessageServer::hasPlugin());
+}
+
+void TestMessageServer::init()
+{
+    m_account = StoreFixture::addAccount();
+    StoreFixture::addStandardFolders(m_account);
+    m_daemon = std::make_unique<ScriptedDaemon>();
+    m_server = std::make_unique<MessageServer>();
+    QVERIFY(m_server->start());
+}
+
+void TestMessageServer::cleanup()
+{
+    if (!QTest::currentTestFailed())
+        verifyNextAction();
+    m_server.reset();
+    m_daemon.reset();
+    StoreFixture::clear();
+}
+
+/** Another account, once the running server has a service for it. */
+QMailAccountId TestMessageServer::addSecondAccount() const
+{
+    StoreFixture::Account settings;
+    settings.name = QStringLiteral("Second");
+    const QMailAccountId id = StoreFixture::addAccount(settings);
+    const QString line =
+        QStringLiteral("Registering service: \"orvmail\" for account: %1\n").arg(id.toULongLong());
+    if (!QTest::qWaitFor([&] { return m_server->log().contains(line); }, 15000))
+        qWarning("the message server did not take the second account");
+    return id;
+}
+
+void TestMessageServer::retrieveFolders(Retrieval &retrieval) const
+{
+    retrieval.action.retrieveFolderList(m_account, QMailFolderId());
+}
+
+/** Has the client retrieve the folder list and returns the call that the daemon gets for it. */
+ScriptedDaemon::Call TestMessageServer::startFolders(Retrieval &retrieval)
+{
+    retrieveFolders(retrieval);
+    return m_daemon->waitForCall("folderSync");
+}
+
+void TestMessageServer::verifyFailed(Retrieval &retrieval, int code)
+{
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(!retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.errorCode(), code);
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+}
+
+/** Whatever happened: the server is alive, and an action goes to the daemon and ends once. */
+void TestMessageServer::verifyNextAction()
+{
+    QVERIFY(m_daemon->appear());
+    QVERIFY(m_server->isAlive() || m_server->start());
+    m_daemon->forgetCalls();
+    m_daemon->answer(Answer::nextId());
+    Retrieval next;
+    const auto call = startFolders(next);
+    QCOMPARE(call.accountId(), m_account.toULongLong());
+    m_daemon->complete(call.requestId, 200);
+    QVERIFY(next.watcher.waitForEnd());
+    QVERIFY2(next.watcher.succeeded(), qPrintable(QString::number(next.watcher.errorCode())));
+    QCOMPARE(next.watcher.endCount(), 1);
+    QVERIFY(m_server->isAlive());
+    QVERIFY(!m_server->log().contains(QLatin1String("ERROR: AddressSanitizer")));
+    QVERIFY(!m_server->log().contains(QLatin1String("runtime error:")));
+}
+
+void TestMessageServer::synchronises()
+{
+    Retrieval retrieval;
+    retrieval.action.synchronize(m_account, 20);
+    // The message server makes three actions of it: changes, folders, messages.
+    const auto changes = m_daemon->waitForCall("sync");
+    QCOMPARE(changes.arguments, QVariantList {m_account.toULongLong()});
+    m_daemon->complete(changes.requestId, 200);
+    const auto folders = m_daemon->waitForCall("folderSync");
+    QCOMPARE(folders.arguments, QVariantList {m_account.toULongLong()});
+    QCOMPARE(retrieval.watcher.endCount(), 0);
+    m_daemon->complete(folders.requestId, 200);
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.errorCode(), 0);
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+    // The messages came with the first one, a moment ago.
+    QCOMPARE(m_daemon->calls().size(), 2);
+}
+
+void TestMessageServer::retrievesEverything()
+{
+    m_daemon->answer("sync", Answer::nextId().completing(200));
+    Retrieval retrieval;
+    retrieval.action.retrieveAll(m_account);
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+    QCOMPARE(m_daemon->callCount("sync"), 1);
+}
+
+void TestMessageServer::retrievesAMessageList()
+{
+    const QMailFolderId inbox = QMailAccount(m_account).standardFolder(QMailFolder::InboxFolder);
+    m_daemon->answer(Answer::nextId().completing(200));
+    Retrieval retrieval;
+    retrieval.action.retrieveNewMessages(m_account, {inbox});
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    const auto call = m_daemon->waitForCall("syncSpecificFolders");
+    QCOMPARE(call.arguments,
+             QVariantList({m_account.toULongLong(),
+                           QStringList(QString::number(inbox.toULongLong())), 30, 0}));
+}
+
+void TestMessageServer::tellsTheClientWhatTheDaemonsCodeMeans_data()
+{
+    QTest::addColumn<int>("daemonCode");
+    QTest::addColumn<int>("errorCode");
+    const QList<QPair<int, int>> codes {
+        {200, 0},    {1001, 0},     {4001, 0},   {4015, 0},     {403, 1026},   {60299, 1026},
+        {500, 1027}, {999, 1027},   {401, 1029}, {60204, 1029}, {0, 1030},     {1030, 1030},
+        {1, 1031},   {507, 1031},   {902, 1034}, {60001, 1034}, {60007, 1036}, {60006, 1037},
+        {-1, 1037},  {4007, 1037},  {400, 1038}, {404, 1038},   {501, 1039},   {1015, 1039},
+        {901, 1040}, {60104, 1040},
+    };
+    for (const auto &[daemonCode, errorCode] : codes)
+        QTest::addRow("%d", daemonCode) << daemonCode << errorCode;
+}
+
+void TestMessageServer::tellsTheClientWhatTheDaemonsCodeMeans()
+{
+    QFETCH(int, daemonCode);
+    QFETCH(int, errorCode);
+    m_daemon->answerOnce("folderSync", Answer::nextId().completing(daemonCode));
+    Retrieval retrieval;
+    retrieveFolders(retrieval);
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QCOMPARE(retrieval.watcher.errorCode(), errorCode);
+    QCOMPARE(retrieval.watcher.succeeded(), errorCode == 0);
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+}
+
+void TestMessageServer::failsWhileTheDaemonIsAbsent()
+{
+    m_daemon->vanish();
+    Retrieval retrieval;
+    retrieveFolders(retrieval);
+    verifyFailed(retrieval, 1037);
+    QVERIFY(
+        m_server->log().contains(QLatin1String("\"org.freedesktop.DBus.Error.ServiceUnknown\"")));
+}
+
+void TestMessageServer::failsWhatTheDaemonRefuses()
+{
+    m_daemon->answer(Answer::id(-1));
+    Retrieval retrieval;
+    retrieveFolders(retrieval);
+    verifyFailed(retrieval, 1037);
+}
+
+void TestMessageServer::failsWhatTheDaemonAnswersWithAnError()
+{
+    m_daemon->answer(Answer::error("com.example.Broken"));
+    Retrieval retrieval;
+    retrieveFolders(retrieval);
+    verifyFailed(retrieval, 1037);
+    QVERIFY(m_server->log().contains(QLatin1String("\"com.example.Broken\"")));
+}
+
+void TestMessageServer::failsWhenTheDaemonDiesInTheCall()
+{
+    m_daemon->answer(Answer::silence());
+    Retrieval retrieval;
+    QVERIFY(startFolders(retrieval).isValid());
+    m_daemon->vanish();
+    verifyFailed(retrieval, 1037);
+}
+
+// The poll comes when the progress is full; a published 999 makes it so at the first tick.
+
+void TestMessageServer::endsWhenTheDaemonDiesBehindTheCall()
+{
+    auto state = std::make_unique<SyncInfoShmWriter>();
+    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    Retrieval retrieval;
+    QVERIFY(startFolders(retrieval).isValid());
+    QTRY_VERIFY(retrieval.watcher.progress().contains({1000, 1000}));
+    m_daemon->vanish();
+    state.reset();
+    QVERIFY(retrieval.watcher.waitForEnd());
+    // A request that nobody knows any more counts as done.
+    QVERIFY(retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+}
+
+void TestMessageServer::endsWhatTheNextDaemonDoesNotKnow()
+{
+    SyncInfoShmWriter state;
+    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    m_daemon->vanish();
+    QVERIFY(m_daemon->appear());
+    const auto poll = m_daemon->waitForCall("isRequestAlive");
+    QCOMPARE(poll.arguments, QVariantList {call.requestId});
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+}
+
+void TestMessageServer::findsALostBroadcastByThePoll()
+{
+    SyncInfoShmWriter state;
+    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    m_daemon->answerAlive(0);
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    const auto poll = m_daemon->waitForCall("isRequestAlive", 10000);
+    QCOMPARE(poll.arguments, QVariantList {call.requestId});
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+    // Late, and nobody's.
+    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
+}
+
+void TestMessageServer::pollLeavesALivingRequestAlone()
+{
+    SyncInfoShmWriter state;
+    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    QVERIFY(m_daemon->waitForCall("isRequestAlive", 10000).isValid());
+    QTRY_VERIFY(retrieval.watcher.progress().contains({1001, 1100}));
+    QCOMPARE(retrieval.watcher.endCount(), 0);
+    m_daemon->complete(call.requestId, 401);
+    verifyFailed(retrieval, 1029);
+}
+
+void TestMessageServer::findsALostBroadcastWhenAnotherSynchronisationStarts()
+{
+    m_daemon->answerAlive(0);
+    Retrieval retrieval;
+    QVERIFY(startFolders(retrieval).isValid());
+    m_daemon->syncStarted(m_account.toULongLong());
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+}
+
+void TestMessageServer::cancels()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    QVERIFY(retrieval.watcher.waitForStart());
+    retrieval.action.cancelOperation();
+    const auto abort = m_daemon->waitForCall("abortRequest");
+    QCOMPARE(abort.arguments, QVariantList({call.requestId, 1030}));
+    verifyFailed(retrieval, 1030);
+}
+
+void TestMessageServer::lateBroadcastOfACancelledRequestEndsNothingElse()
+{
+    Retrieval cancelled;
+    const auto call = startFolders(cancelled);
+    QVERIFY(cancelled.watcher.waitForStart());
+    cancelled.action.cancelOperation();
+    QVERIFY(m_daemon->waitForCall("abortRequest").isValid());
+    QVERIFY(cancelled.watcher.waitForEnd());
+
+    Retrieval next;
+    const auto nextCall = startFolders(next);
+    m_daemon->requestCompleted(1030, m_account.toULongLong(), call.requestId);
+    m_daemon->requestCompleted(401, m_account.toULongLong(), nextCall.requestId);
+    // Had the late one ended it, it would have been cancelled and not refused.
+    verifyFailed(next, 1029);
+}
+
+void TestMessageServer::strayBroadcastsEndNothing()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    for (int id : {-2, -1, 0, call.requestId + 1})
+        m_daemon->requestCompleted(500, m_account.toULongLong(), id);
+    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
+    verifyFailed(retrieval, 1029);
+}
+
+void TestMessageServer::repeatedBroadcastEndsNothingElse()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    for (int times = 0; times < 3; ++times)
+        m_daemon->requestCompleted(200, m_account.toULongLong(), call.requestId);
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    QCOMPARE(retrieval.watcher.endCount(), 1);
+}
+
+void TestMessageServer::runsTwoAccountsAtOnce()
+{
+    const QMailAccountId other = addSecondAccount();
+    Retrieval mine;
+    const auto myCall = startFolders(mine);
+
+    QProcess client;
+    client.start(QStringLiteral(MAIL_CLIENT), {QString::number(other.toULongLong())});
+    const auto otherCall = m_daemon->waitForCall("folderSync");
+    QCOMPARE(otherCall.accountId(), other.toULongLong());
+    // Both run: the one that began later ends first, each with its own outcome.
+    QCOMPARE(mine.watcher.endCount(), 0);
+    m_daemon->complete(otherCall.requestId, 401);
+    QVERIFY(QTest::qWaitFor([&] { return client.state() == QProcess::NotRunning; }, 15000));
+    QCOMPARE(client.readAllStandardOutput(), QByteArray("1 1029\n"));
+    QCOMPARE(mine.watcher.endCount(), 0);
+    m_daemon->complete(myCall.requestId, 200);
+    QVERIFY(mine.watcher.waitForEnd());
+    QVERIFY(mine.watcher.succeeded());
+    QCOMPARE(mine.watcher.endCount(), 1);
+}
+
+void TestMessageServer::keepsTheAccountsApart()
+{
+    const QMailAccountId other = addSecondAccount();
+    Retrieval mine;
+    const auto myCall = startFolders(mine);
+    QVERIFY(mine.watcher.waitForStart());
+    QProcess client;
+    client.start(QStringLiteral(MAIL_CLIENT), {QString::number(other.toULongLong())});
+    const auto otherCall = m_daemon->waitForCall("folderSync");
+    mine.action.cancelOperation();
+    const auto abort = m_daemon->waitForCall("abortRequest");
+    QCOMPARE(abort.arguments, QVariantList({myCall.requestId, 1030}));
+    verifyFailed(mine, 1030);
+    m_daemon->complete(otherCall.requestId, 200);
+    QVERIFY(QTest::qWaitFor([&] { return client.state() == QProcess::NotRunning; }, 15000));
+    QCOMPARE(client.readAllStandardOutput(), QByteArray("1 0\n"));
+    QCOMPARE(m_daemon->callCount("abortRequest"), 1);
+}
+
+void TestMessageServer::answersASecondSynchronisationWithoutTheDaemon()
+{
+    m_daemon->answer("sync", Answer::nextId().completing(200));
+    Retrieval first;
+    first.action.retrieveAll(m_account);
+    QVERIFY(first.watcher.waitForEnd());
+    Retrieval second;
+    second.action.retrieveAll(m_account);
+    QVERIFY(second.watcher.waitForEnd());
+    QVERIFY(second.watcher.succeeded());
+    QCOMPARE(second.watcher.endCount(), 1);
+    QCOMPARE(m_daemon->callCount("sync"), 1);
+    QVERIFY(m_server->log().contains(QLatin1String("doublet sync request, ignoring (emulating)")));
+}
+
+void TestMessageServer::asksAgainAfterAFailure()
+{
+    m_daemon->answer("sync", Answer::nextId().completing(902));
+    Retrieval first;
+    first.action.retrieveAll(m_account);
+    verifyFailed(first, 1034);
+    m_daemon->answer("sync", Answer::nextId().completing(200));
+    Retrieval second;
+    second.action.retrieveAll(m_account);
+    QVERIFY(second.watcher.waitForEnd());
+    QVERIFY(second.watcher.succeeded());
+    QCOMPARE(m_daemon->callCount("sync"), 2);
+}
+
+void TestMessageServer::showsASynchronisationThatTheDaemonStarted()
+{
+    m_daemon->syncStarted(m_account.toULongLong());
+    QTRY_VERIFY(m_server->log().contains(QLatin1String("Protocol request received")));
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QTRY_VERIFY(m_server->log().contains(QLatin1String("FAKE action is completed")));
+    QCOMPARE(m_daemon->calls().size(), 0);
+}
+
+void TestMessageServer::keepsTheServiceWhenTheAccountIsChanged()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    QMailAccount account(m_account);
+    account.setName(QStringLiteral("Renamed"));
+    QVERIFY(QMailStore::instance()->updateAccount(&account));
+    m_daemon->complete(call.requestId, 401);
+    verifyFailed(retrieval, 1029);
+    QVERIFY(!m_server->log().contains(QLatin1String("OrvService::~OrvService")));
+}
+
+void TestMessageServer::endsWithTheServerInTheMiddleOfAnAction()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    QVERIFY(retrieval.watcher.waitForStart());
+    QVERIFY(m_server->terminate());
+    QVERIFY(m_server->exitedNormally());
+    QVERIFY(m_server->log().contains(QLatin1String("OrvService::~OrvService")));
+    m_daemon->complete(call.requestId, 200);
+    QVERIFY(retrieval.watcher.endCount() <= 1);
+}
+
+void TestMessageServer::endsWithAServerThatIsKilledInTheMiddleOfAnAction()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    m_server->kill();
+    QVERIFY(m_server->start());
+    // The new server knows nothing of the old one's request.
+    m_daemon->complete(call.requestId, 401);
+    QVERIFY(!retrieval.watcher.succeeded());
+}
+
+QTEST_GUILESS_MAIN(TestMessageServer)
+
+#include "tst_messageserver.moc"
