@@ -7,10 +7,7 @@
 #include "daemon/store/syncstatedb.h"
 
 #include <QHash>
-#include <QMap>
-
-class QMailAccount;
-class QMailFolder;
+#include <qmailfolder.h>
 
 namespace Store {
 
@@ -19,7 +16,8 @@ namespace Store {
  * remembers the answer's key.
  *
  * Folders that hold no mail are left out. A complete answer is compared with what is here: a
- * folder that the server still has keeps its id and its messages.
+ * folder that the server still has keeps its id and its messages. Every folder in the store carries
+ * its server id, so that it is found again even if the daemon's own memory was lost.
  */
 class FolderWriter : public StoreJob
 {
@@ -31,17 +29,27 @@ public:
     int progress() const override;
 
 private:
-    bool fail(const Eas::Result &result);
-    bool plan();
-    bool writeNext();
-    bool removeNext();
-    bool finish();
+    using Records = QHash<QString, Eas::FolderRecord>;
+
+    Eas::Result plan();
+    Eas::Result adopt();
+    void collect(Records *wanted);
+    void sortParentsFirst(Records wanted);
+    void doomChildren();
+    Eas::Result write(const Eas::FolderRecord &record);
+    bool wouldLoop(const QMailFolder &folder, QMailFolderId parent) const;
+    bool describe(QMailFolder *folder, const Eas::FolderRecord &record) const;
+    Eas::Result empty(const FolderState &state, bool *emptied);
+    Eas::Result restoreVisitors(const FolderState &state);
+    Eas::Result remove(const FolderState &state);
+    Eas::Result setStandardFolders();
+    Eas::Result finish();
 
     SyncStateDb &m_db;
     const QMailAccountId m_account;
     const Eas::FolderChanges m_changes;
-    enum class Phase { Plan, Write, Remove, Finish } m_phase = Phase::Plan;
-    QMap<QString, FolderState> m_known;
+    bool m_planned = false;
+    QHash<QString, FolderState> m_known;
     QList<Eas::FolderRecord> m_pending; ///< parents before children
     QStringList m_doomed;               ///< children before parents
     int m_total = 1;

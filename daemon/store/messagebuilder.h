@@ -17,6 +17,19 @@ bool isComplete(const Eas::MailItem &item);
 /** A new message without account, folder and server id. */
 QMailMessage build(const Eas::MailItem &item);
 
+/** Whether the item brings content that the message does not have already. */
+bool isNews(const Eas::MailItem &item, const QMailMessageMetaData &message);
+
+/**
+ * The message as it is after a change: what the item does not bring stays.
+ *
+ * A flag that the user changed and that is not uploaded yet stays as the user wants it.
+ */
+QMailMessage updated(const QMailMessage &before, const Eas::MailItem &item);
+
+/** The flags of a change alone; the rest of the message is not looked at. */
+void updateFlags(QMailMessageMetaData *message, const Eas::MailItem &item);
+
 /** Where the server keeps an attachment's content; empty for any other part. */
 QString fileReference(const QMailMessagePart &part);
 

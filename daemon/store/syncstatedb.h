@@ -5,10 +5,10 @@
 #include "daemon/eas/result.h"
 #include "daemon/store/accountrecord.h"
 
-#include <QHash>
 #include <QList>
 #include <QSqlDatabase>
 #include <QString>
+#include <QSysInfo>
 
 #include <optional>
 
@@ -58,7 +58,9 @@ public:
     /** asdaemon.db in QMF's data folder. */
     static QString defaultPath();
 
-    explicit SyncStateDb(const QString &path = defaultPath());
+    /** `machine` names the computer: a file that was copied to another one gets a new device id. */
+    explicit SyncStateDb(const QString &path = defaultPath(),
+                         const QByteArray &machine = QSysInfo::machineUniqueId());
     ~SyncStateDb();
     SyncStateDb(const SyncStateDb &) = delete;
     SyncStateDb &operator=(const SyncStateDb &) = delete;
@@ -97,16 +99,23 @@ public:
     QList<Unconfirmed> unconfirmed(const QMailAccountId &account, const QString &serverId) const;
 
 private:
+    class Transaction;
+
+    Eas::Result openFile();
+    void putAside();
     Eas::Result createTables();
     Eas::Result loadDeviceId();
+    Eas::Result resetAccount(const QMailAccountId &account);
+    Eas::Result forgetVanishedFolders(const QMailAccountId &account);
     Eas::Result run(QSqlQuery &query) const;
     Eas::Result execute(const QString &sql);
-    Eas::Result writeFolder(const QMailAccountId &account, const FolderState &state);
 
-    QString m_path;
-    QString m_connection;
+    const QString m_path;
+    const QByteArray m_machine;
+    const QString m_connection;
     QSqlDatabase m_database;
     QString m_deviceId;
+    mutable bool m_damaged = false; ///< what SQLite said of the file last
 };
 
 } // namespace Store

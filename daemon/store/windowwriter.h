@@ -20,6 +20,10 @@ namespace Store {
  * harm: after a crash or an error anywhere in between, the window is asked for with the old key
  * once more and applied once more. The server wins on content; a flag or a deletion of the user
  * that is not uploaded yet wins over the server's.
+ *
+ * The answer to key "0" starts a fresh synchronisation: the folder's messages are noted as
+ * unconfirmed, the windows that follow confirm those that the server still has, and after the last
+ * of them the others are removed. All of it outlives a restart.
  */
 class WindowWriter : public StoreJob
 {
@@ -34,25 +38,58 @@ public:
     QMailMessageIdList added() const { return m_added; }
     QMailMessageIdList updated() const { return m_updated; }
     int removed() const { return m_removed; }
-    /** Changes of items that are not here and bring too little to make a message of. */
+    /** Items that are not here, and of which a change brings too little to make a message. */
     QStringList incomplete() const { return m_incomplete; }
 
 private:
+    enum class Phase { Start, Note, Items, Removals, Key, Sweep, End };
+    using Messages = QHash<QString, QMailMessageMetaData>; ///< by server uid
+    struct Item
+    {
+        Eas::MailItem data;
+        bool isNew; ///< the server says that it was not there before
+    };
+
+    Eas::Result perform();
+    Eas::Result start();
+    Eas::Result note();
+    Eas::Result writeItems();
+    Eas::Result writeBatch(const QList<Item> &batch);
+    Eas::Result rematch(const QList<Item> &items, Messages *present);
+    Eas::Result add(const QList<Eas::MailItem> &items);
+    Eas::Result update(const QList<QPair<Eas::MailItem, QMailMessageMetaData>> &items);
+    Eas::Result store(QList<QMailMessageMetaData> &messages);
+    Eas::Result removeItems();
+    Eas::Result saveKey();
+    Eas::Result sweep();
+
+    QList<Item> nextBatch();
+    Messages findPresent(const QList<Item> &items) const;
+    void expect(const QList<Unconfirmed> &messages);
+    quint64 folderFlags() const;
+    QString uid(const QString &itemId) const;
+
     SyncStateDb &m_db;
     const QMailAccountId m_account;
     const Eas::SyncWindow m_window;
+    Phase m_phase = Phase::Start;
+    FolderState m_folder;
+    bool m_first = false; ///< this is the answer to key "0"
+    QList<Item> m_items;
+    QStringList m_gone;
+    QSet<QString> m_deleted; ///< uids that the user deleted here and the server does not know of
+    QMailMessageIdList m_toNote;
+    QList<Unconfirmed> m_noted;
+    QMultiHash<QByteArray, QMailMessageId> m_unconfirmed; ///< by fingerprint
+    QMailMessageIdList m_confirmed;
     QMailMessageIdList m_added;
     QMailMessageIdList m_updated;
     QStringList m_incomplete;
     int m_removed = 0;
+    int m_total = 1;
 };
 
-/**
- * Prepares a folder for a fresh synchronisation after the server refused its key.
- *
- * The key becomes "0", and every message of the folder is noted as unconfirmed; the windows that
- * follow confirm those that the server still has, and the last of them removes the others. All of
- * it outlives a restart.
+/** Makes the next synchronisation of the folder a fresh one that keeps what the server still has.
  */
 Eas::Result startReconciling(SyncStateDb &db, const QMailAccountId &account,
                              const QString &serverId);

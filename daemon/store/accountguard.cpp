@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/accountguard.h"
+
+#include <qmailstore.h>
+
+namespace Store {
+
+Eas::Result AccountGuard::check(const QMailAccountId &account)
+{
+    const QMailAccountKey enabled = QMailAccountKey::id(account)
+        & QMailAccountKey::status(QMailAccount::Enabled, QMailDataComparator::Includes);
+    if (QMailStore::instance()->countAccounts(enabled) > 0)
+        return {};
+    return {Eas::Cancelled, QStringLiteral("the account was removed or disabled")};
+}
+
+} // namespace Store

@@ -1,0 +1,347 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/folderwriter.h"
+
+#include "daemon/store/accountguard.h"
+#include "daemon/store/mailtext.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/store/storefailure.h"
+
+#include <QElapsedTimer>
+#include <qmaildisconnected.h>
+#include <qmailstore.h>
+
+namespace Store {
+
+namespace {
+
+constexpr int stepBudget = 40;   ///< milliseconds after which a step takes up nothing more
+constexpr int maximumDepth = 60; ///< the store keeps a row for each pair of ancestors
+constexpr int maximumNameLength = 255;
+constexpr int removalBatch = 50;
+
+const QString serverIdField = QStringLiteral("orvmail-serverid");
+
+/** The protocol has no type for junk; servers call it by one of these names. */
+bool isJunkName(const QString &name)
+{
+    static const QStringList names {
+        QStringLiteral("junk"),       QStringLiteral("junk email"), QStringLiteral("junk e-mail"),
+        QStringLiteral("junk mail"),  QStringLiteral("spam"),       QStringLiteral("bulk mail"),
+        QStringLiteral("bulk email"),
+    };
+    return names.contains(name.toLower());
+}
+
+quint64 roleMask()
+{
+    return QMailFolder::Incoming | QMailFolder::Outgoing | QMailFolder::Sent | QMailFolder::Drafts
+        | QMailFolder::Trash | QMailFolder::Junk;
+}
+
+quint64 roleOf(int type, const QString &name, bool atTop)
+{
+    switch (type) {
+    case Eas::Inbox:
+        return QMailFolder::Incoming;
+    case Eas::Drafts:
+        return QMailFolder::Drafts;
+    case Eas::DeletedItems:
+        return QMailFolder::Trash;
+    case Eas::SentItems:
+        return QMailFolder::Sent | QMailFolder::Outgoing;
+    case Eas::UserMailFolder:
+        return atTop && isJunkName(name) ? QMailFolder::Junk : 0;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+FolderWriter::FolderWriter(SyncStateDb &db, const QMailAccountId &account,
+                           const Eas::FolderChanges &changes)
+    : m_db(db)
+    , m_account(account)
+    , m_changes(changes)
+{
+}
+
+int FolderWriter::progress() const
+{
+    return 1000 - 1000 * (m_pending.size() + m_doomed.size()) / m_total;
+}
+
+bool FolderWriter::step()
+{
+    QElapsedTimer timer;
+    timer.start();
+    m_result = AccountGuard::check(m_account);
+    if (m_result.ok() && !m_planned)
+        m_result = plan();
+    while (m_result.ok() && !m_pending.isEmpty() && timer.elapsed() < stepBudget)
+        m_result = write(m_pending.takeFirst());
+    while (m_result.ok() && m_pending.isEmpty() && !m_doomed.isEmpty()
+           && timer.elapsed() < stepBudget) {
+        const FolderState state = m_known.value(m_doomed.first());
+        bool emptied = false;
+        m_result = empty(state, &emptied);
+        if (m_result.ok() && emptied) {
+            m_result = remove(state);
+            m_doomed.removeFirst();
+        }
+    }
+    if (!m_result.ok())
+        return false;
+    if (!m_pending.isEmpty() || !m_doomed.isEmpty())
+        return true;
+    m_result = finish();
+    return false;
+}
+
+Eas::Result FolderWriter::plan()
+{
+    const Eas::Result adopted = adopt();
+    if (!adopted.ok())
+        return adopted;
+    Records wanted;
+    collect(&wanted);
+    sortParentsFirst(wanted);
+    doomChildren();
+    m_total = qMax(1, m_pending.size() + m_doomed.size());
+    m_planned = true;
+    return {};
+}
+
+/** Learns which folders are here, those included that only the mail store remembers. */
+Eas::Result FolderWriter::adopt()
+{
+    QMailStore *store = QMailStore::instance();
+    QHash<QMailFolderId, QString> present;
+    for (const QMailFolderId &id : store->queryFolders(QMailFolderKey::parentAccountId(m_account)))
+        present.insert(id, store->folder(id).customField(serverIdField));
+    for (const FolderState &state : m_db.folders(m_account)) {
+        if (present.contains(state.folderId))
+            m_known.insert(state.serverId, state);
+    }
+    for (auto it = present.constBegin(); it != present.constEnd(); ++it) {
+        if (it.value().isEmpty() || m_known.contains(it.value()))
+            continue;
+        FolderState state;
+        state.serverId = it.value();
+        state.folderId = it.key();
+        const Eas::Result result = m_db.saveFolder(m_account, state);
+        if (!result.ok())
+            return result;
+        m_known.insert(state.serverId, state);
+    }
+    return {};
+}
+
+/** What is to be written, and what is to be removed. */
+void FolderWriter::collect(Records *wanted)
+{
+    for (const QString &serverId : m_changes.removed) {
+        if (m_known.contains(serverId) && !m_doomed.contains(serverId))
+            m_doomed.append(serverId);
+    }
+    for (const Eas::FolderRecord &record : m_changes.added + m_changes.updated) {
+        if (record.serverId.isEmpty())
+            continue;
+        if (record.isMail()) {
+            wanted->insert(record.serverId, record);
+            m_doomed.removeAll(record.serverId);
+        } else if (m_known.contains(record.serverId) && !m_doomed.contains(record.serverId)) {
+            m_doomed.append(record.serverId);
+        }
+    }
+    if (!m_changes.complete)
+        return;
+    for (auto it = m_known.constBegin(); it != m_known.constEnd(); ++it) {
+        if (!wanted->contains(it.key()) && !m_doomed.contains(it.key()))
+            m_doomed.append(it.key());
+    }
+}
+
+/** Parents may come after their children, be missing, or be their own ancestors. */
+void FolderWriter::sortParentsFirst(Records wanted)
+{
+    while (!wanted.isEmpty()) {
+        QList<Eas::FolderRecord> chain;
+        QString id = wanted.constBegin().key();
+        while (wanted.contains(id) && chain.size() < maximumDepth) {
+            chain.prepend(wanted.take(id));
+            id = chain.first().parentId;
+        }
+        m_pending.append(chain);
+    }
+}
+
+/** A folder below one that is removed goes with it, unless this answer moves it elsewhere. */
+void FolderWriter::doomChildren()
+{
+    QHash<QString, QString> parents;
+    for (const FolderState &state : qAsConst(m_known))
+        parents.insert(state.serverId, state.parentId);
+    for (const Eas::FolderRecord &record : qAsConst(m_pending))
+        parents.remove(record.serverId);
+    for (int i = 0; i < m_doomed.size(); ++i) {
+        parents.remove(m_doomed.at(i));
+        for (const QString &child : parents.keys(m_doomed.at(i)))
+            m_doomed.append(child);
+    }
+    std::reverse(m_doomed.begin(), m_doomed.end());
+}
+
+Eas::Result FolderWriter::write(const Eas::FolderRecord &record)
+{
+    QMailStore *store = QMailStore::instance();
+    FolderState state = m_known.value(record.serverId);
+    QMailFolder folder = state.folderId.isValid() ? store->folder(state.folderId) : QMailFolder();
+    if (describe(&folder, record)) {
+        const bool written =
+            folder.id().isValid() ? store->updateFolder(&folder) : store->addFolder(&folder);
+        if (!written)
+            return storeFailure(QStringLiteral("cannot write a folder"));
+    }
+    state.serverId = record.serverId;
+    state.folderId = folder.id();
+    state.parentId = record.parentId;
+    state.type = record.type;
+    m_known.insert(record.serverId, state);
+    return m_db.saveFolder(m_account, state);
+}
+
+/** Makes the folder look as the record says; whether that changed anything. */
+bool FolderWriter::describe(QMailFolder *folder, const Eas::FolderRecord &record) const
+{
+    QMailFolder result = *folder;
+    const FolderState parent = m_known.value(record.parentId);
+    QString name = MailText::headerText(record.displayName, maximumNameLength);
+    if (name.isEmpty())
+        name = QStringLiteral("?");
+    result.setDisplayName(name);
+    result.setPath(name);
+    result.setParentAccountId(m_account);
+    result.setParentFolderId(wouldLoop(*folder, parent.folderId) ? QMailFolderId()
+                                                                 : parent.folderId);
+    result.setStatus(roleMask(), false);
+    result.setStatus(roleOf(record.type, name, !parent.folderId.isValid()), true);
+    result.setStatus(QMailFolder::Synchronized | QMailFolder::MessagesPermitted, true);
+    if (!folder->id().isValid()) // later it is the user's choice
+        result.setStatus(QMailFolder::SynchronizationEnabled, true);
+    result.setCustomField(serverIdField, record.serverId);
+    const bool changed = !folder->id().isValid() || result.displayName() != folder->displayName()
+        || result.path() != folder->path() || result.parentFolderId() != folder->parentFolderId()
+        || result.status() != folder->status() || result.customFields() != folder->customFields();
+    *folder = result;
+    return changed;
+}
+
+/** Whether the folder would become its own ancestor, or lie too deep. */
+bool FolderWriter::wouldLoop(const QMailFolder &folder, QMailFolderId parent) const
+{
+    for (int depth = 0; parent.isValid(); ++depth) {
+        if (depth >= maximumDepth || parent == folder.id())
+            return true;
+        parent = QMailStore::instance()->folder(parent).parentFolderId();
+    }
+    return false;
+}
+
+/** Removes some of a folder's messages; `emptied` tells whether none is left. */
+Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
+{
+    QMailStore *store = QMailStore::instance();
+    const Eas::Result restored = restoreVisitors(state);
+    if (!restored.ok())
+        return restored;
+    const QMailMessageKey here = QMailMessageKey::parentFolderId(state.folderId)
+        | QMailMessageKey::previousParentFolderId(state.folderId);
+    const QMailMessageIdList ids =
+        store->queryMessages(here, QMailMessageSortKey(), uint(removalBatch));
+    *emptied = ids.isEmpty();
+    if (!ids.isEmpty() && !store->removeMessages(QMailMessageKey::id(ids)))
+        return storeFailure(QStringLiteral("cannot remove the messages of a folder"));
+    return {};
+}
+
+/** Messages that the user moved here, which the server still has elsewhere, go back there. */
+Eas::Result FolderWriter::restoreVisitors(const FolderState &state)
+{
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageKey moved = QMailMessageKey::parentFolderId(state.folderId)
+        & QMailMessageKey::previousParentFolderId(QMailFolderId(), QMailDataComparator::NotEqual);
+    for (const QMailMessageId &id : store->queryMessages(moved)) {
+        const QMailMessageMetaData message(id);
+        const QString home = ServerUid::split(message.serverUid()).collectionId;
+        if (home != state.serverId && m_known.contains(home) && !m_doomed.contains(home))
+            QMailDisconnected::restoreToPreviousFolder(id);
+    }
+    return {};
+}
+
+Eas::Result FolderWriter::remove(const FolderState &state)
+{
+    QMailStore *store = QMailStore::instance();
+    QStringList deleted;
+    for (const QMailMessageRemovalRecord &record : store->messageRemovalRecords(m_account)) {
+        if (ServerUid::split(record.serverUid()).collectionId == state.serverId)
+            deleted.append(record.serverUid());
+    }
+    if (!deleted.isEmpty() && !store->purgeMessageRemovalRecords(m_account, deleted))
+        return storeFailure(QStringLiteral("cannot forget what was deleted in a folder"));
+    const bool present = store->countFolders(QMailFolderKey::id(state.folderId)) > 0;
+    if (present && !store->removeFolder(state.folderId))
+        return storeFailure(QStringLiteral("cannot remove a folder"));
+    m_known.remove(state.serverId);
+    return m_db.removeFolder(m_account, state.serverId);
+}
+
+Eas::Result FolderWriter::setStandardFolders()
+{
+    QMap<QMailFolder::StandardFolder, QMailFolderId> wanted;
+    for (const FolderState &state : qAsConst(m_known)) {
+        const quint64 status = QMailFolder(state.folderId).status();
+        const QPair<quint64, QMailFolder::StandardFolder> roles[] = {
+            {QMailFolder::Incoming, QMailFolder::InboxFolder},
+            {QMailFolder::Drafts, QMailFolder::DraftsFolder},
+            {QMailFolder::Sent, QMailFolder::SentFolder},
+            {QMailFolder::Trash, QMailFolder::TrashFolder},
+            {QMailFolder::Junk, QMailFolder::JunkFolder},
+        };
+        for (const auto &role : roles) {
+            if ((status & role.first) && !wanted.value(role.second).isValid())
+                wanted.insert(role.second, state.folderId);
+        }
+    }
+    QMailAccount account(m_account);
+    bool changed = false;
+    for (const auto role :
+         {QMailFolder::InboxFolder, QMailFolder::DraftsFolder, QMailFolder::SentFolder,
+          QMailFolder::TrashFolder, QMailFolder::JunkFolder}) {
+        const QMailFolderId current = account.standardFolder(role);
+        const bool stands = current.isValid()
+            && QMailStore::instance()->countFolders(QMailFolderKey::id(current)) > 0;
+        if (current == wanted.value(role) || (stands && !wanted.value(role).isValid()))
+            continue;
+        account.setStandardFolder(role, wanted.value(role));
+        changed = true;
+    }
+    if (changed && !QMailStore::instance()->updateAccount(&account))
+        return storeFailure(QStringLiteral("cannot name the account's standard folders"));
+    return {};
+}
+
+Eas::Result FolderWriter::finish()
+{
+    const Eas::Result named = setStandardFolders();
+    if (!named.ok())
+        return named;
+    if (!QMailStore::instance()->ensureDurability())
+        return storeFailure(QStringLiteral("cannot make the folders durable"));
+    AccountState state = m_db.account(m_account);
+    state.folderSyncKey = m_changes.syncKey;
+    return m_db.saveAccount(m_account, state);
+}
+
+} // namespace Store

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_MAILTEXT_H
+#define STORE_MAILTEXT_H
+
+#include "daemon/eas/mailitem.h"
+
+#include <QByteArray>
+#include <qmailaddress.h>
+#include <QString>
+
+namespace Store {
+
+/** Texts from a server, made fit for headers and bodies in the mail store. */
+namespace MailText {
+
+constexpr int maximumHeaderLength = 4096;   ///< characters of a subject or a name
+constexpr int maximumIdLength = 1024;       ///< characters of an id
+constexpr int maximumAddressText = 0x20000; ///< characters of one list of addresses
+constexpr int previewLength = 280;          ///< characters
+
+/** One line without control characters, at most so long; cut between characters. */
+QString headerText(const QString &text, int maximum = maximumHeaderLength);
+
+/** A list of addresses from header text; what cannot be understood is kept as a name. */
+QList<QMailAddress> addresses(const QString &text);
+
+/** A file's name without folders, control characters and odd ends. */
+QString fileName(const QString &name);
+
+bool isAscii(const QString &text);
+
+/** TYPE/SUBTYPE in lower case, or empty if it is no media type. */
+QByteArray mediaType(const QString &text);
+
+/**
+ * A text for a body of the store: CR LF line ends, no NUL, at least one line break.
+ *
+ * An empty single-part text message crashes a mail program that opens it.
+ */
+QByteArray storableText(const QByteArray &text);
+
+/** The first words of a body. */
+QString preview(const Eas::Body &body);
+
+} // namespace MailText
+
+} // namespace Store
+
+#endif

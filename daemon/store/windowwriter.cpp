@@ -1,0 +1,431 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/windowwriter.h"
+
+#include "daemon/eas/folderchanges.h"
+#include "daemon/store/accountguard.h"
+#include "daemon/store/batchsize.h"
+#include "daemon/store/messagebuilder.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/store/storefailure.h"
+
+#include <QCryptographicHash>
+#include <QElapsedTimer>
+#include <qmailstore.h>
+
+#include <vector>
+
+namespace Store {
+
+namespace {
+
+constexpr int noteBatch = 500;    ///< messages whose fingerprint is taken in one step
+constexpr int removalBatch = 100; ///< messages that are removed in one step
+
+const QString noKey = QStringLiteral("0");
+
+/** What tells a message in a folder although the server may give it another id. */
+QByteArray fingerprint(const QMailMessageMetaData &message)
+{
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    hash.addData(QByteArray::number(message.receivedDate().toUTC().toSecsSinceEpoch()));
+    hash.addData(message.subject().toUtf8() + '\n' + message.from().address().toUtf8());
+    return hash.result().left(12);
+}
+
+/** How many messages a step writes; shared, as all folders lie in the same store. */
+BatchSize &batchSize()
+{
+    static BatchSize size;
+    return size;
+}
+
+/** Pointers to the messages, as the store's calls want them. */
+template <typename Message>
+QList<Message *> pointers(std::vector<Message> &messages)
+{
+    QList<Message *> list;
+    for (Message &message : messages)
+        list.append(&message);
+    return list;
+}
+
+} // namespace
+
+WindowWriter::WindowWriter(SyncStateDb &db, const QMailAccountId &account,
+                           const Eas::SyncWindow &window)
+    : m_db(db)
+    , m_account(account)
+    , m_window(window)
+    , m_gone(window.removed + window.outOfRange)
+{
+    for (const Eas::MailItem &item : window.added)
+        m_items.append({item, true});
+    for (const Eas::MailItem &item : window.changed)
+        m_items.append({item, false});
+    m_total = qMax(1, m_items.size() + m_gone.size());
+}
+
+int WindowWriter::progress() const
+{
+    return 1000 - 1000 * (m_items.size() + m_gone.size()) / m_total;
+}
+
+bool WindowWriter::step()
+{
+    m_result = AccountGuard::check(m_account);
+    if (m_result.ok())
+        m_result = perform();
+    return m_result.ok() && m_phase != Phase::End;
+}
+
+/** Does a share of the current phase, and goes to the next one when it is done. */
+Eas::Result WindowWriter::perform()
+{
+    switch (m_phase) {
+    case Phase::Start:
+        return start();
+    case Phase::Note:
+        return note();
+    case Phase::Items:
+        return writeItems();
+    case Phase::Removals:
+        return removeItems();
+    case Phase::Key:
+        return saveKey();
+    case Phase::Sweep:
+        return sweep();
+    case Phase::End:
+        break;
+    }
+    return {};
+}
+
+Eas::Result WindowWriter::start()
+{
+    QMailStore *store = QMailStore::instance();
+    const std::optional<FolderState> folder = m_db.folder(m_account, m_window.collectionId);
+    if (!folder || store->countFolders(QMailFolderKey::id(folder->folderId)) == 0)
+        return {Eas::NotFound, QStringLiteral("no folder here for ") + m_window.collectionId};
+    if (m_window.status != 1)
+        return {Eas::InvalidAnswer, QStringLiteral("a refused window has no content")};
+    m_folder = *folder;
+    m_first = m_folder.syncKey == noKey;
+    for (const QMailMessageRemovalRecord &record : store->messageRemovalRecords(m_account)) {
+        if (ServerUid::split(record.serverUid()).collectionId == m_window.collectionId)
+            m_deleted.insert(record.serverUid());
+    }
+    if (m_first) {
+        m_toNote =
+            store->queryMessages(QMailMessageKey::parentFolderId(m_folder.folderId)
+                                 | QMailMessageKey::previousParentFolderId(m_folder.folderId));
+        m_phase = Phase::Note;
+        return {};
+    }
+    if (m_folder.reconciling)
+        expect(m_db.unconfirmed(m_account, m_window.collectionId));
+    m_phase = Phase::Items;
+    return {};
+}
+
+void WindowWriter::expect(const QList<Unconfirmed> &messages)
+{
+    for (const Unconfirmed &message : messages)
+        m_unconfirmed.insert(message.fingerprint, message.messageId);
+}
+
+/** Notes what the folder has from the server; what the user put there is not compared. */
+Eas::Result WindowWriter::note()
+{
+    const QMailMessageIdList ids = m_toNote.mid(0, noteBatch);
+    m_toNote = m_toNote.mid(noteBatch);
+    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::id(ids),
+        QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::ReceptionTimeStamp
+            | QMailMessageKey::Subject | QMailMessageKey::Sender);
+    for (const QMailMessageMetaData &message : found) {
+        if (ServerUid::split(message.serverUid()).collectionId == m_window.collectionId)
+            m_noted.append({message.id(), fingerprint(message)});
+    }
+    if (m_toNote.isEmpty()) {
+        expect(m_noted);
+        m_phase = Phase::Items;
+    }
+    return {};
+}
+
+Eas::Result WindowWriter::writeItems()
+{
+    if (m_items.isEmpty()) {
+        m_phase = Phase::Removals;
+        return {};
+    }
+    QElapsedTimer timer;
+    timer.start();
+    const QList<Item> batch = nextBatch();
+    const Eas::Result result = writeBatch(batch);
+    batchSize().took(batch.size(), timer.elapsed());
+    return result;
+}
+
+/** The next items, each of them once: a change of one that was just added must find it. */
+QList<WindowWriter::Item> WindowWriter::nextBatch()
+{
+    QList<Item> batch;
+    QSet<QString> ids;
+    while (!m_items.isEmpty() && batch.size() < batchSize().value()) {
+        const QString id = m_items.first().data.serverId;
+        if (ids.contains(id))
+            break;
+        ids.insert(id);
+        batch.append(m_items.takeFirst());
+    }
+    return batch;
+}
+
+Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
+{
+    QList<Item> items;
+    for (const Item &item : batch) {
+        if (!item.data.serverId.isEmpty() && !m_deleted.contains(uid(item.data.serverId)))
+            items.append(item);
+    }
+    Messages present = findPresent(items);
+    if (!m_unconfirmed.isEmpty()) {
+        const Eas::Result result = rematch(items, &present);
+        if (!result.ok())
+            return result;
+    }
+    QList<Eas::MailItem> missing;
+    QList<QPair<Eas::MailItem, QMailMessageMetaData>> known;
+    for (const Item &item : qAsConst(items)) {
+        const auto found = present.constFind(uid(item.data.serverId));
+        if (found != present.constEnd())
+            known.append({item.data, *found});
+        else if (item.isNew || MessageBuilder::isComplete(item.data))
+            missing.append(item.data);
+        else
+            m_incomplete.append(item.data.serverId);
+    }
+    const Eas::Result result = add(missing);
+    return result.ok() ? update(known) : result;
+}
+
+WindowWriter::Messages WindowWriter::findPresent(const QList<Item> &items) const
+{
+    QStringList uids;
+    for (const Item &item : items)
+        uids.append(uid(item.data.serverId));
+    Messages present;
+    if (uids.isEmpty())
+        return present;
+    const QMailMessageIdList ids = QMailStore::instance()->queryMessages(
+        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uids));
+    for (const QMailMessageId &id : ids) {
+        const QMailMessageMetaData message(id);
+        present.insert(message.serverUid(), message);
+    }
+    return present;
+}
+
+/**
+ * Finds the messages of a fresh synchronisation that the server calls by other ids than before, and
+ * lets them keep their place in the store under the new ids.
+ */
+Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
+{
+    QList<QMailMessageMetaData> renamed;
+    for (const Item &item : items) {
+        if (!MessageBuilder::isComplete(item.data))
+            continue;
+        const QString wanted = uid(item.data.serverId);
+        const QByteArray mark = fingerprint(MessageBuilder::build(item.data));
+        const QMailMessageId named = present->value(wanted).id();
+        const bool isSame = named.isValid() && m_unconfirmed.contains(mark, named);
+        const QMailMessageId match = isSame ? named : m_unconfirmed.value(mark);
+        m_unconfirmed.remove(mark, match);
+        if (isSame || !match.isValid() || m_confirmed.contains(match))
+            continue;
+        if (named.isValid()) {
+            // Another message has the id now: it may yet be found under its own new one.
+            QMailMessageMetaData displaced = present->take(wanted);
+            displaced.setServerUid(wanted + QStringLiteral("\x1f%1").arg(named.toULongLong()));
+            renamed.append(displaced);
+        }
+        QMailMessageMetaData message(match);
+        for (const QMailMessageMetaData &other : qAsConst(renamed)) {
+            if (other.id() == match)
+                message = other;
+        }
+        present->remove(message.serverUid());
+        message.setServerUid(wanted);
+        renamed.append(message);
+        present->insert(wanted, message);
+    }
+    return store(renamed);
+}
+
+Eas::Result WindowWriter::store(QList<QMailMessageMetaData> &messages)
+{
+    QList<QMailMessageMetaData *> list;
+    for (QMailMessageMetaData &message : messages)
+        list.append(&message);
+    if (!list.isEmpty() && !QMailStore::instance()->updateMessages(list))
+        return storeFailure(QStringLiteral("cannot update messages"));
+    return {};
+}
+
+Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
+{
+    std::vector<QMailMessage> messages;
+    for (const Eas::MailItem &item : items) {
+        QMailMessage message = MessageBuilder::build(item);
+        message.setParentAccountId(m_account);
+        message.setParentFolderId(m_folder.folderId);
+        message.setServerUid(uid(item.serverId));
+        message.setStatus(folderFlags(), true);
+        messages.push_back(message);
+    }
+    if (messages.empty())
+        return {};
+    if (!QMailStore::instance()->addMessages(pointers(messages)))
+        return storeFailure(QStringLiteral("cannot add messages"));
+    QMailMessageIdList ids;
+    for (const QMailMessage &message : messages)
+        ids.append(message.id());
+    const Eas::Result still = AccountGuard::check(m_account);
+    if (!still.ok()) {
+        // Removed while we wrote: nobody else would remove them.
+        QMailStore::instance()->removeMessages(QMailMessageKey::id(ids));
+        return still;
+    }
+    m_added.append(ids);
+    return {};
+}
+
+Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMetaData>> &items)
+{
+    std::vector<QMailMessage> contents;
+    QList<QMailMessageMetaData> flags;
+    for (const auto &[item, before] : items) {
+        m_confirmed.append(before.id());
+        if (MessageBuilder::isNews(item, before)) {
+            contents.push_back(MessageBuilder::updated(QMailMessage(before.id()), item));
+            continue;
+        }
+        QMailMessageMetaData after = before;
+        MessageBuilder::updateFlags(&after, item);
+        if (after.status() != before.status())
+            flags.append(after);
+    }
+    for (const QMailMessage &message : contents)
+        m_updated.append(message.id());
+    for (const QMailMessageMetaData &message : qAsConst(flags))
+        m_updated.append(message.id());
+    if (!contents.empty() && !QMailStore::instance()->updateMessages(pointers(contents)))
+        return storeFailure(QStringLiteral("cannot update messages"));
+    return store(flags);
+}
+
+Eas::Result WindowWriter::removeItems()
+{
+    if (m_gone.isEmpty()) {
+        m_phase = Phase::Key;
+        return {};
+    }
+    QStringList uids;
+    QStringList deleted;
+    for (const QString &id : m_gone.mid(0, removalBatch)) {
+        uids.append(uid(id));
+        if (m_deleted.contains(uid(id)))
+            deleted.append(uid(id));
+    }
+    m_gone = m_gone.mid(removalBatch);
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageKey key =
+        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uids);
+    const int count = store->countMessages(key);
+    if (count > 0 && !store->removeMessages(key))
+        return storeFailure(QStringLiteral("cannot remove messages"));
+    // The server has deleted them as well: nothing is left to tell it.
+    if (!deleted.isEmpty() && !store->purgeMessageRemovalRecords(m_account, deleted))
+        return storeFailure(QStringLiteral("cannot forget deleted messages"));
+    m_removed += count;
+    return {};
+}
+
+Eas::Result WindowWriter::saveKey()
+{
+    const bool wrote = !m_added.isEmpty() || !m_updated.isEmpty() || m_removed > 0;
+    if (wrote && !QMailStore::instance()->ensureDurability())
+        return storeFailure(QStringLiteral("cannot make messages durable"));
+    if (!m_window.unchanged)
+        m_folder.syncKey = m_window.syncKey;
+    Eas::Result result;
+    if (m_first) {
+        m_folder.reconciling = !m_noted.isEmpty();
+        result = m_db.startReconciling(m_account, m_folder, m_noted);
+    }
+    if (result.ok())
+        result = m_db.confirm(m_account, m_folder, m_confirmed);
+    const bool isLast = !m_first && m_folder.reconciling && !m_window.moreAvailable;
+    m_phase = isLast ? Phase::Sweep : Phase::End;
+    return result;
+}
+
+/** Removes what the fresh synchronisation did not bring again. */
+Eas::Result WindowWriter::sweep()
+{
+    const QList<Unconfirmed> left =
+        m_db.unconfirmed(m_account, m_window.collectionId).mid(0, removalBatch);
+    if (left.isEmpty()) {
+        m_folder.reconciling = false;
+        m_phase = Phase::End;
+        return m_db.saveFolder(m_account, m_folder);
+    }
+    QMailMessageIdList ids;
+    for (const Unconfirmed &message : left)
+        ids.append(message.messageId);
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageKey key =
+        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::id(ids);
+    const int count = store->countMessages(key);
+    if (count > 0 && !store->removeMessages(key))
+        return storeFailure(QStringLiteral("cannot remove messages"));
+    m_removed += count;
+    return m_db.confirm(m_account, m_folder, ids);
+}
+
+/** The flags that every message of the folder has. Not Outbox: the message server would send it. */
+quint64 WindowWriter::folderFlags() const
+{
+    using Message = QMailMessageMetaData;
+    switch (m_folder.type) {
+    case Eas::SentItems:
+        return Message::Outgoing | Message::Sent;
+    case Eas::Drafts:
+        return Message::Outgoing | Message::Draft;
+    case Eas::DeletedItems:
+        return Message::Incoming | Message::Trash;
+    default:
+        return Message::Incoming
+            | (QMailFolder(m_folder.folderId).status() & QMailFolder::Junk ? Message::Junk : 0);
+    }
+}
+
+QString WindowWriter::uid(const QString &itemId) const
+{
+    return ServerUid::join(m_window.collectionId, itemId);
+}
+
+Eas::Result startReconciling(SyncStateDb &db, const QMailAccountId &account,
+                             const QString &serverId)
+{
+    std::optional<FolderState> folder = db.folder(account, serverId);
+    if (!folder)
+        return {Eas::NotFound, QStringLiteral("no folder here for ") + serverId};
+    folder->syncKey = noKey;
+    folder->reconciling = false;
+    return db.startReconciling(account, *folder, {});
+}
+
+} // namespace Store
