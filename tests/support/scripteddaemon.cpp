@@ -463,6 +463,8 @@ void ScriptedDaemon::settle()
         QMutexLocker lock(&m_service->m_mutex);
         connection = m_service->m_connection;
     }
+    // A fresh session bus connection delivers nothing before the first turn of the event loop.
+    QCoreApplication::processEvents();
     if (connection)
         connection->call(ping);
     QCoreApplication::sendPostedEvents();

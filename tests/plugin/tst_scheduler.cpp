@@ -1,0 +1,418 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/plugin/servicefixture.h"
+
+#include <QPointer>
+#include <QTest>
+
+using Answer = ScriptedDaemon::Answer;
+
+namespace {
+
+constexpr auto Cancel = QMailServiceAction::Status::ErrCancel;
+
+} // namespace
+
+class TestScheduler : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void oneRequestRunsAndEndsTheActionOnce();
+    void twoRequestsOfTheFirstQueueEndOneActionWithTheLastCode();
+    void aFailureBeforeTheLastRequestDoesNotCount();
+    void secondQueueRequestsRunOneAfterAnotherBehindTheFirstQueue();
+    void theSecondQueueIsStartedByACompletionAlone();
+    void aFailedSecondQueueRequestIsLoggedAndTheNextOneStarts();
+    void addingARequestTwiceToTheFirstQueueIsRefused();
+    void addingARequestTwiceToTheSecondQueueIsRefused();
+    void aFailingRequestBesideARunningOneDoesNotEndTheAction();
+    void aCompletionOfAStrayRequestEndsAnActionAgain();
+    void aRunningSecondQueueRequestIsStartedAgainAfterAFirstQueueOne();
+    void cancellingEmptiesBothQueuesWithoutACompletion();
+    void aBroadcastAfterACancellationEndsAnAction();
+    void checkingNothingMakesNoCall();
+    void checkingStopsAtTheFirstLiveRequest();
+    void checkingCompletesWhatIsDead();
+    void checkingTakesAnErrorForDeath();
+    void checkingWithoutAProxyDoesNothing();
+    void checkingPollsOneSecondQueueRequest();
+    void aDeadRequestIsNotDeletedAndStillHears();
+    void aDestroyedRequestIsInNoQueue();
+    void aRequestDestroyedWithItsParentIsInNoQueue();
+    void aSecondQueueRequestThatEndsBehindTheFirstQueueIsInNoQueue();
+    void aPollThatEndsTheActionTouchesNoDestroyedRequest();
+};
+
+void TestScheduler::oneRequestRunsAndEndsTheActionOnce()
+{
+    ServiceFixture f;
+    AsDaemonRequest *request = f.newRequest();
+    LogRecorder log;
+    QCOMPARE(f.scheduler().addRequest(request), 1);
+    const QString name =
+        QStringLiteral("AsDaemonOperationRequest(0x%1)").arg(quintptr(request), 0, 16);
+    QCOMPARE(log.takeLines(),
+             QStringList({QStringLiteral("OrvService::startWaiting()"),
+                          QStringLiteral("start waiting for the signal"),
+                          QStringLiteral("Request ") + name
+                              + QStringLiteral(" has been added into requests queue")}));
+    QVERIFY(f.service->isWaiting());
+    QVERIFY(!f.scheduler().isIdle());
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"progress 0/1000", "activity 2", "completed true"}));
+    QCOMPARE(log.takeLines().mid(1),
+             texts({"OrvService::stopWaiting( 200 )", "Action Completed signal is emited"}));
+    QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::twoRequestsOfTheFirstQueueEndOneActionWithTheLastCode()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addRequest(f.newRequest());
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+    f.spy.take();
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), QStringList());
+    f.daemon.complete(2, 401);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
+}
+
+void TestScheduler::aFailureBeforeTheLastRequestDoesNotCount()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addRequest(f.newRequest());
+    f.spy.take();
+    f.daemon.complete(2, 401);
+    f.daemon.complete(1, 4001);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"status ", "completed true"}));
+}
+
+void TestScheduler::secondQueueRequestsRunOneAfterAnotherBehindTheFirstQueue()
+{
+    ServiceFixture f;
+    LogRecorder log;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    QCOMPARE(
+        log.takeLines().filter(QStringLiteral("has been added into second requests queue")).count(),
+        2);
+    for (int running = 1; running <= 2; ++running) {
+        QCOMPARE(f.daemon.callCount("sync"), running);
+        f.spy.take();
+        f.daemon.complete(running, 200);
+        f.daemon.settle();
+        QCOMPARE(f.spy.take(), QStringList());
+        QCOMPARE(log.takeLines().filter(QStringLiteral("start request in second queue")).count(),
+                 1);
+    }
+    QCOMPARE(f.daemon.callCount("sync"), 3);
+    f.daemon.complete(3, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestScheduler::theSecondQueueIsStartedByACompletionAlone()
+{
+    ServiceFixture f;
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.daemon.settle();
+    QCOMPARE(f.daemon.callCount("sync"), 0);
+    QVERIFY(!f.service->isWaiting());
+    QVERIFY(!f.scheduler().isIdle());
+}
+
+void TestScheduler::aFailedSecondQueueRequestIsLoggedAndTheNextOneStarts()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.daemon.answerOnce("sync", Answer::id(-1));
+    f.spy.take();
+    LogRecorder log;
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.daemon.callCount("sync"), 3);
+    QCOMPARE(log.takeLines().mid(1),
+             texts({"start request in second queue", "start request in second queue",
+                    "Second Queue Request execute returned -1"}));
+    f.daemon.complete(f.daemon.calls("sync").last().requestId, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestScheduler::addingARequestTwiceToTheFirstQueueIsRefused()
+{
+    ServiceFixture f;
+    AsDaemonRequest *request = f.newRequest();
+    f.scheduler().addRequest(request);
+    LogRecorder log;
+    QCOMPARE(f.scheduler().addRequest(request), -1);
+    const QStringList lines = log.takeLines();
+    QCOMPARE(lines.count(), 1);
+    QVERIFY(lines.first().startsWith(
+        QLatin1String("Something wrong. Request AsDaemonOperationRequest(")));
+    QVERIFY(lines.first().endsWith(QLatin1String("has already been added into requests queue!")));
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+}
+
+void TestScheduler::addingARequestTwiceToTheSecondQueueIsRefused()
+{
+    ServiceFixture f;
+    AsDaemonRequest *request = f.newRequest();
+    f.scheduler().addSecondQueueRequest(request);
+    LogRecorder log;
+    f.scheduler().addSecondQueueRequest(request);
+    const QStringList lines = log.takeLines();
+    QCOMPARE(lines.count(), 1);
+    QVERIFY(lines.first().endsWith(
+        QLatin1String("has already been added into second requests queue!")));
+}
+
+void TestScheduler::aFailingRequestBesideARunningOneDoesNotEndTheAction()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.spy.take();
+    f.daemon.answerOnce("sync", Answer::error());
+    QCOMPARE(f.scheduler().addRequest(f.newRequest()), -1);
+    QCOMPARE(f.spy.take(), QStringList());
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestScheduler::aCompletionOfAStrayRequestEndsAnActionAgain()
+{
+    ServiceFixture f;
+    f.scheduler().onRequestCompleted(401, f.newRequest(), false);
+    QCOMPARE(f.spy.take(), texts({"completed false"}));
+    f.scheduler().addRequest(f.newRequest());
+    f.spy.take();
+    f.scheduler().onRequestCompleted(401, f.newRequest(), false);
+    QCOMPARE(f.spy.take(), QStringList());
+}
+
+void TestScheduler::aRunningSecondQueueRequestIsStartedAgainAfterAFirstQueueOne()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    AsDaemonRequest *second = f.newRequest();
+    f.scheduler().addSecondQueueRequest(second);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(second->requestId(), 2);
+    f.scheduler().addRequest(f.newRequest());
+    f.daemon.complete(3, 200);
+    f.daemon.settle();
+    QCOMPARE(second->requestId(), 4);
+    f.spy.take();
+    f.daemon.complete(2, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), QStringList());
+    f.daemon.complete(4, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestScheduler::cancellingEmptiesBothQueuesWithoutACompletion()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.spy.take();
+    f.service->cancelOperation(Cancel, QString());
+    QVERIFY(f.scheduler().isIdle());
+    QCOMPARE(f.spy.take(), texts({"error 1030", "available true"}));
+    f.daemon.settle();
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+    QCOMPARE(f.spy.take(), QStringList());
+}
+
+void TestScheduler::aBroadcastAfterACancellationEndsAnAction()
+{
+    ServiceFixture f;
+    AsDaemonRequest *request = f.newRequest();
+    f.scheduler().addRequest(request);
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.service->cancelOperation(Cancel, QString());
+    f.spy.take();
+    request->onRequestCompleted(200, f.account.toULongLong(), 1);
+    QCOMPARE(f.spy.take(), texts({"completed true"}));
+    // The next action is not held up by either.
+    f.deleteDeferred();
+    QCOMPARE(f.scheduler().addRequest(f.newRequest()), 2);
+    f.daemon.complete(2, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+}
+
+void TestScheduler::checkingNothingMakesNoCall()
+{
+    ServiceFixture f;
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.calls().count(), 0);
+}
+
+void TestScheduler::checkingStopsAtTheFirstLiveRequest()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addRequest(f.newRequest());
+    QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
+}
+
+void TestScheduler::checkingCompletesWhatIsDead()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addRequest(f.newRequest());
+    f.daemon.answerAlive(0);
+    f.spy.take();
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 2);
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+    QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::checkingTakesAnErrorForDeath()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.spy.take();
+    f.daemon.vanish();
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestScheduler::checkingWithoutAProxyDoesNothing()
+{
+    ServiceFixture f;
+    AsDaemonRequest *request = f.newRequest();
+    f.scheduler().addRequest(request);
+    f.spy.take();
+    QVERIFY(!f.scheduler().checkRequests(nullptr));
+    QVERIFY(!f.scheduler().isRequestAlive(nullptr, request));
+    QVERIFY(!f.scheduler().isRequestAlive(f.service->daemon(), nullptr));
+    QCOMPARE(f.spy.take(), QStringList());
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 0);
+}
+
+void TestScheduler::checkingPollsOneSecondQueueRequest()
+{
+    ServiceFixture f;
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.scheduler().addSecondQueueRequest(f.newRequest());
+    f.daemon.answerAlive(1);
+    QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
+    // One dead: the other one starts, and so is left.
+    f.daemon.answerAlive(0);
+    QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::aDeadRequestIsNotDeletedAndStillHears()
+{
+    ServiceFixture f;
+    const QPointer<AsDaemonRequest> request = f.newRequest();
+    f.scheduler().addRequest(request);
+    f.daemon.answerAlive(0);
+    f.scheduler().checkRequests(f.service->daemon());
+    f.deleteDeferred();
+    QVERIFY(request);
+    f.spy.take();
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"completed true"}));
+    QTRY_VERIFY(!request);
+}
+
+void TestScheduler::aDestroyedRequestIsInNoQueue()
+{
+    ServiceFixture f;
+    AsDaemonRequest *first = f.newRequest();
+    AsDaemonRequest *second = f.newRequest();
+    f.scheduler().addRequest(first);
+    f.scheduler().addSecondQueueRequest(second);
+    delete second;
+    delete first;
+    QVERIFY(f.scheduler().isIdle());
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 0);
+}
+
+void TestScheduler::aRequestDestroyedWithItsParentIsInNoQueue()
+{
+    ServiceFixture f;
+    QObject parent;
+    auto *owner = new QObject(&parent);
+    AsDaemonRequest *request = f.newRequest();
+    request->setParent(owner);
+    f.scheduler().addRequest(request);
+    delete owner;
+    QVERIFY(f.scheduler().isIdle());
+    f.tick(1001);
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 0);
+}
+
+void TestScheduler::aSecondQueueRequestThatEndsBehindTheFirstQueueIsInNoQueue()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    const QPointer<AsDaemonRequest> second = f.newRequest();
+    f.scheduler().addSecondQueueRequest(second);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    AsDaemonRequest *late = f.newRequest();
+    f.scheduler().addRequest(late);
+    f.spy.take();
+    // Both end before anything is deleted: the one that ended is not started again.
+    second->onRequestCompleted(200, f.account.toULongLong(), 2);
+    QCOMPARE(f.spy.take(), QStringList());
+    late->onRequestCompleted(200, f.account.toULongLong(), 3);
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+    f.deleteDeferred();
+    QVERIFY(!second);
+    QVERIFY(f.scheduler().isIdle());
+    QCOMPARE(f.daemon.callCount("sync"), 3);
+}
+
+void TestScheduler::aPollThatEndsTheActionTouchesNoDestroyedRequest()
+{
+    ServiceFixture f;
+    QList<QPointer<AsDaemonRequest>> requests;
+    for (int i = 0; i < 5; ++i) {
+        requests += f.newRequest();
+        f.scheduler().addRequest(requests.last());
+    }
+    // Every end reported during the poll takes the other requests with it.
+    f.daemon.answerAlive(0);
+    int ends = 0;
+    connect(&f.scheduler(), &RequestScheduler::actionCompleted, this, [&] {
+        ++ends;
+        qDeleteAll(f.source().findChildren<AsDaemonRequest *>());
+    });
+    f.scheduler().onRequestCompleted(200, requests.at(0), false);
+    QCOMPARE(ends, 0);
+    for (int i = 1; i < 4; ++i)
+        delete requests.at(i).data();
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(ends, 1);
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
+    QVERIFY(f.scheduler().isIdle());
+}
+
+QTEST_GUILESS_MAIN(TestScheduler)
+
+#include "tst_scheduler.moc"
