@@ -23,7 +23,7 @@ public:
     bool keyRefused() const;
 
 protected:
-    QByteArray name() const override;
+    QByteArray name() const override { return QByteArrayLiteral("FolderSync"); }
     QByteArray body() override;
     AnswerParser *newParser() override;
     Result evaluate() override;

@@ -68,7 +68,8 @@ public:
     static Result statusResult(int status);
 
 protected:
-    QByteArray name() const override;
+    QByteArray name() const override { return QByteArrayLiteral("Sync"); }
+    qint64 answerLimit() const override { return Limits::DownloadSize; }
     QByteArray body() override;
     AnswerParser *newParser() override;
     Result evaluate() override;
