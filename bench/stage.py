@@ -109,15 +109,15 @@ class Stage:
                                            "--users", "alice:secret", *arguments],
                              stdin=subprocess.PIPE)
         log = self.dir / "log/easserver"
-        self.await_true("test server", lambda: "\nurl " in "\n" + log.read_text())
-        self.url = re.search(r"^url (\S+)", log.read_text(), re.M).group(1)
-        self.control_url = re.search(r"^control (\S+)", log.read_text(), re.M).group(1)
+        line = self.await_true("test server", lambda: re.search(r"^(http\S+) (\S+)$", log.read_text(), re.M))
+        self.url, self.control_url = line.groups()
         return process
 
-    def control(self, path, body=b""):
-        request = urllib.request.Request(f"{self.control_url}/{path}", data=body, method="POST")
+    def control(self, name, **wish):
+        request = urllib.request.Request(f"{self.control_url}/control/{name}",
+                                         data=json.dumps(wish).encode(), method="POST")
         with urllib.request.urlopen(request) as answer:
-            return answer.read()
+            return json.load(answer)
 
     def daemon(self):
         process = self.start("asdaemon", [self.bin("asdaemon")])
