@@ -114,7 +114,7 @@ class Stage:
         return process
 
     def control(self, name, **wish):
-        request = urllib.request.Request(f"{self.control_url}/control/{name}",
+        request = urllib.request.Request(f"{self.control_url}/{name}",
                                          data=json.dumps(wish).encode(), method="POST")
         with urllib.request.urlopen(request) as answer:
             return json.load(answer)
