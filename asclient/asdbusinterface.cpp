@@ -2,6 +2,7 @@
 #include "asclient/asdbusinterface.h"
 
 #include <QDBusMetaType>
+#include <QMetaMethod>
 
 namespace Activesync {
 
@@ -21,6 +22,19 @@ AsDBusInterface::AsDBusInterface(const QDBusConnection &connection, QObject *par
                              connection, parent)
 {
     registerTypes();
+}
+
+void AsDBusInterface::connectNotify(const QMetaMethod &signal)
+{
+    if (m_subscribed.contains(signal.methodIndex()))
+        return;
+    m_subscribed.insert(signal.methodIndex());
+    QDBusAbstractInterface::connectNotify(signal);
+}
+
+void AsDBusInterface::disconnectNotify(const QMetaMethod &)
+{
+    // Stays subscribed: a receiver of the next request would pay for a new subscription.
 }
 
 QDBusMessage AsDBusInterface::invoke(QDBus::CallMode mode, int timeoutMs, const QString &method,

@@ -8,6 +8,7 @@
 
 #include <QDBusAbstractInterface>
 #include <QDBusReply>
+#include <QSet>
 #include <QStringList>
 
 namespace Activesync {
@@ -67,9 +68,16 @@ signals:
     void searchMailboxCompleted(int status, qulonglong accountId,
                                 const Activesync::SearchMailboxResult &result, int requestId);
 
+protected:
+    /** A signal that was heard once stays subscribed at the bus for the proxy's life. */
+    void connectNotify(const QMetaMethod &signal) override;
+    void disconnectNotify(const QMetaMethod &signal) override;
+
 private:
     QDBusMessage invoke(QDBus::CallMode mode, int timeoutMs, const QString &method,
                         const QVariantList &arguments);
+
+    QSet<int> m_subscribed;
 };
 
 } // namespace Activesync
