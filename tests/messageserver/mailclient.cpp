@@ -2,8 +2,8 @@
 //
 // usage: test-mail-client ACCOUNT
 //
-// Retrieves the account's folder list through the message server and prints how often that ended,
-// and with which error code.
+// Retrieves the account's folder list through the message server. Prints "sent" when the message
+// server has been asked, and then how often that ended and with which error code.
 
 #include "tests/support/actionwatcher.h"
 
@@ -22,6 +22,8 @@ int main(int argc, char **argv)
     QMailRetrievalAction action;
     ActionWatcher watcher(&action);
     action.retrieveFolderList(QMailAccountId(app.arguments().at(1).toULongLong()), QMailFolderId());
+    puts("sent");
+    fflush(stdout);
     watcher.waitForEnd(30000);
     printf("%d %d\n", watcher.endCount(), watcher.errorCode());
     return 0;
