@@ -33,7 +33,9 @@ int main(int argc, char **argv)
             pause();
     }
     for (quint64 round = 0;; ++round) {
-        node.accountId = 1 + round % (1 + qMin<quint64>(round / 1000, HammeredAccounts - 1));
+        // Mostly account 1; now and then another one, at last all of them.
+        const quint64 accounts = qMin<quint64>(1 + round / 1000, HammeredAccounts);
+        node.accountId = round % 16 ? 1 : 1 + round / 16 % accounts;
         node.progress = int(round % 1001);
         node.syncState = stateOf(node.accountId, node.progress);
         writer.publish(node);

@@ -259,18 +259,18 @@ void TestSyncInfo::neverSeesHalfOfAnUpdate()
     int read = 0;
     const QDeadlineTimer deadline(30000);
     // Enough to tell that both ran at the same time, and a good while longer.
-    while ((read < 300000 || seen.size() < 500) && !deadline.hasExpired()) {
-        const qulonglong id = 1 + qulonglong(read) % HammeredAccounts;
+    while ((read < 100000 || seen.size() < 500) && !deadline.hasExpired()) {
+        const qulonglong id = read % 4 ? 1 : 1 + qulonglong(read / 4) % HammeredAccounts;
         SyncInfoNode node;
+        ++read;
         if (!reader.fill(node, id))
             continue;
-        ++read;
         seen.insert(node.progress);
         QCOMPARE(node.accountId, id);
         QVERIFY(node.progress >= 0 && node.progress <= 1000);
         QCOMPARE(node.syncState, stateOf(id, node.progress));
     }
-    QVERIFY2(read >= 300000 && seen.size() >= 500, qPrintable(QString::number(seen.size())));
+    QVERIFY2(read >= 100000 && seen.size() >= 500, qPrintable(QString::number(seen.size())));
 }
 
 void TestSyncInfo::readsNothingOfAKilledWriter()
