@@ -25,6 +25,8 @@ def arguments():
     parser.add_argument("--users", nargs="+", default=["alice:secret", "bob:secret"],
                         metavar="NAME:PASSWORD", help="besides those with a directory, whose password "
                         'is "secret" (%(default)s)')
+    parser.add_argument("--state", type=Path, metavar="FILE",
+                        help="keep everything in FILE at the end, and go on from it at the start")
     parser.add_argument("--versions", default="12.1,14.0,14.1")
     parser.add_argument("--provision", action="store_true", help="demand it before all else")
     parser.add_argument("--no-gzip", action="store_true")
@@ -55,7 +57,7 @@ def stop_at_end_of_input(stop):
 
 def main():
     wish = arguments()
-    store = Store(wish.maildir, dict(entry.split(":", 1) for entry in wish.users))
+    store = Store(wish.maildir, dict(entry.split(":", 1) for entry in wish.users), wish.state)
     server = Server((wish.host, wish.port), store, options(wish), wish.tls)
     control = ControlServer((wish.host, wish.control_port), server)
     if wish.warm:
@@ -63,13 +65,17 @@ def main():
     control.start()
 
     def stop(*_):
-        threading.Thread(target=server.stop, daemon=True).start()
+        # Not here: a signal's handler must not take locks.
+        threading.Thread(target=server.stop).start()
     signal.signal(signal.SIGTERM, stop)
     signal.signal(signal.SIGINT, stop)
     if not wish.ignore_stdin:
-        threading.Thread(target=stop_at_end_of_input, args=(stop,), daemon=True).start()
+        threading.Thread(target=stop_at_end_of_input, args=(server.stop,), daemon=True).start()
+    server.start()
     print(f"{server.url} {control.url}", flush=True)
-    server.serve_forever(poll_interval=0.05)
+    server.stop_event.wait()
+    server.go_offline()
+    store.save()
     return 0
 
 

@@ -7,9 +7,10 @@ import http.server
 import json
 import threading
 import urllib.parse
+from pathlib import Path
 
 import items
-from mailstore import ROOT
+from mailstore import ROOT, Message
 
 
 class Refused(Exception):
@@ -38,6 +39,16 @@ class Control:
         folder = self.folder(user, wish.get("folder", "Inbox"))
         item = self.store.deliver(user, folder, content, wish.get("received"), wish.get("flags", ""))
         return {"folder": folder.id, "id": str(item)}
+
+    def load(self, wish):
+        """All files of "directory" (or those that match "pattern") into "folder" of "user". They arrived
+        when their Date says, or at "received"."""
+        user = self.user(wish)
+        folder = self.folder(user, wish.get("folder", "Inbox"))
+        paths = sorted(Path(wish["directory"]).glob(wish.get("pattern", "[!.]*")))
+        found = {path.name: str(folder.add(Message(path, None, wish.get("received"))))
+                 for path in paths if path.is_file()}
+        return {"folder": folder.id, "ids": found}
 
     def flag(self, wish):
         """"read" (true or false), "flag" (0, 1, 2), "verb" (0 to 3) of one message."""
@@ -163,6 +174,14 @@ class Control:
             else:
                 device.collections.clear()
                 device.hierarchy = None
+        return {}
+
+    def network(self, wish):
+        """"up": false: nobody reaches the server any more, true: they do again."""
+        if wish["up"]:
+            self.server.go_online()
+        else:
+            self.server.go_offline()
         return {}
 
     def warm(self, _):

@@ -8,14 +8,14 @@ import secrets
 
 class Snapshot:
     """What a client holds of one folder: item number to Message.state(). change is the folder's
-    counter when this was all there was to tell; -1 while more is due."""
+    counter when this was all there was to tell with that filter; -1 while more is due."""
 
-    def __init__(self, items=None, change=-1):
+    def __init__(self, items=None, change=-1, filter_type=0):
         self.items = {} if items is None else items
-        self.change = change
+        self.change, self.filter = change, filter_type
 
     def copy(self):
-        return Snapshot(dict(self.items), self.change)
+        return Snapshot(dict(self.items), self.change, self.filter)
 
 
 class KeyRing:
@@ -33,6 +33,10 @@ class KeyRing:
         self.request, self.answer = None, None
         self.advance(state, None)
 
+    def __getstate__(self):
+        # Another run of the server cannot repeat its answer word by word; it makes an equivalent one.
+        return dict(self.__dict__, request=None, answer=None)
+
     @classmethod
     def new_key(cls):
         return f"{{{cls._run}}}{next(cls._numbers)}"
@@ -42,6 +46,10 @@ class KeyRing:
         self.previous, self.current = self.current, (self.new_key(), state)
         self.request, self.answer = request, None
         return self.current[0]
+
+    def keep(self, state):
+        """The newest key stays, for a state that tells the client nothing new."""
+        self.current = (self.current[0], state)
 
     def open(self, key):
         """The state at a key, or None for a key that is not (or no longer) good."""

@@ -104,5 +104,5 @@ def with_unknown(data):
     page_switch = 2 if data[4] == 0 else 0
     page = data[5] if page_switch else 0
     head = 4 + page_switch + 1
-    strange = bytes([0, 0x1E, 0x7E, 0x3E, 0x7D, 3]) + b"new\0" + bytes([1, 0x7C, 0xC3, 2, 0, 1, 1, 1])
+    strange = bytes([0, 0x1E, 0x7E, 0x3E, 0x7D, 3]) + b"new\0" + b"\x01\x7c\xc3\x02ab\x01\x01"
     return data[:head] + strange + bytes([0, page]) + data[head:]

@@ -114,7 +114,8 @@ class Summary:
         self.plain, self.html, self.attachments, self.calendar = None, None, [], None
         for leaf in root.leaves():
             self._place(leaf, leaf is root)
-        self.fixed = {new: fragment(self._fixed(root, message, new), 0) for new in (False, True)}
+        common, newer = self._common(root, message), self._newer(root, message)
+        self.fixed = {False: fragment(common, 0), True: fragment(common + newer, 0)}
         self.names = "\n".join([self.subject, *map(root.header, ("From", "To", "Cc"))])
 
     def _place(self, leaf, alone):
@@ -133,8 +134,10 @@ class Summary:
         """The body in a type, as UTF-8."""
         if kind == HTML:
             text = self.html if self.html is not None else plain_to_html(self.plain or "")
+        elif self.plain is None and self.html is not None:
+            text = html_to_plain(self.html)
         else:
-            text = self.plain if self.plain is not None else html_to_plain(self.html or "")
+            text = self.plain or ""
         return text.replace("\n", "\r\n").encode("utf-8", "replace")
 
     def contains(self, text):
@@ -142,7 +145,7 @@ class Summary:
         text = text.lower()
         return text in self.names.lower() or text in self.text(PLAIN).decode().lower()
 
-    def _fixed(self, root, message, new):
+    def _common(self, root, message):
         def field(tag, name):
             value = root.header(name)
             return Node(tag, value) if value else None
@@ -163,14 +166,16 @@ class Summary:
                  Node("Email:ContentClass", "urn:content-classes:message"),
                  Node("Email:InternetCPID", "65001"),
                  meeting(self.calendar) if self.calendar else None]
-        if new:
-            thread = thread_id(root, self.message_id)
-            ticks = int((message.received + EPOCH_1601) * 1e7) >> 24
-            nodes += [Node("Email2:ConversationId", thread),
-                      Node("Email2:ConversationIndex", b"\x01" + struct.pack(">Q", ticks)[-5:])]
-            if root.header("Sender"):
-                nodes.append(Node("Email2:Sender", addresses(root, "Sender")[0]))
         return [node for node in nodes if node is not None]
+
+    def _newer(self, root, message):
+        """What 14.0 brought."""
+        ticks = int((message.received + EPOCH_1601) * 1e7) >> 24
+        nodes = [Node("Email2:ConversationId", thread_id(root, self.message_id)),
+                 Node("Email2:ConversationIndex", b"\x01" + struct.pack(">Q", ticks)[-5:])]
+        if root.header("Sender"):
+            nodes.append(Node("Email2:Sender", addresses(root, "Sender")[0]))
+        return nodes
 
     def _class(self, root):
         if root.type == "multipart/signed":
@@ -191,6 +196,8 @@ def summary(message):
 def addresses(root, name):
     """An address header as the protocol shows it, and the names alone."""
     values = [value for key, value in root.headers.raw_items() if key.lower() == name.lower()]
+    if not values:
+        return "", ""
     full, names = [], []
     try:
         pairs = email.utils.getaddresses(values)

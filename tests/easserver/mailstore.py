@@ -9,6 +9,7 @@ unless the server is told to keep its state.
 import email.utils
 import itertools
 import mmap
+import pickle
 import threading
 import time
 from datetime import datetime, timezone
@@ -36,6 +37,9 @@ class Message:
         self.read, self.flag, self.verb, self.verb_time, self.version = False, 0, 0, 0, 0
         self.received = received if received is not None else self._sent()
         self.cache = {}
+
+    def __getstate__(self):
+        return dict(self.__dict__, cache={})
 
     def bytes(self):
         return self.content if self.content is not None else self.path.read_bytes()
@@ -191,19 +195,29 @@ class User:
 class Store:
     """All users. lock guards everything; changed is notified after each change."""
 
-    def __init__(self, directory, users):
+    def __init__(self, directory, users, state_file=None):
         self.lock = threading.RLock()
         self.changed = threading.Condition(self.lock)
         self.directory = Path(directory)
+        self.state_file = state_file
         self.users = {}
+        # What clients sent, for the tests.
+        self.sent = []
+        if state_file and state_file.exists():
+            self.users, self.sent = pickle.loads(state_file.read_bytes())
+            return
         for entry in sorted(self.directory.iterdir()):
             if entry.is_dir() and not entry.name.startswith("."):
                 users.setdefault(entry.name, "secret")
         for name, password in users.items():
             self.users[name] = user = User(name, password)
             user.load(self.directory / name)
-        # What clients sent, for the tests.
-        self.sent = []
+
+    def save(self):
+        """Keeps all for the next run, sync keys included, if there is a place for it."""
+        if self.state_file:
+            with self.lock:
+                self.state_file.write_bytes(pickle.dumps((self.users, self.sent)))
 
     def notify(self):
         with self.lock:

@@ -12,8 +12,13 @@ import re
 
 HEADER_LIMIT = 1 << 20
 CHUNK = 57 * 1024
-_parser = email.parser.BytesHeaderParser(policy=email.policy.compat32)
+_parser = email.parser.HeaderParser(policy=email.policy.compat32)
 _word = re.compile(r"=\?([^?\s]*)\?([bBqQ])\?([^?]*)\?=")
+_words = re.compile(r"(?:=\?[^?\s]*\?[bBqQ]\?[^?]*\?=)+")
+_controls = re.compile(r"[\0-\x08\x0b\x0c\x0e-\x1f]")
+_line_ends = re.compile(r"[\r\n]+")
+_folding = re.compile(r"[\r\n]+[ \t]")
+_no_header = re.compile(rb"^(?![!-9;-~]+[ \t]*:|[ \t]|\r?\n|\Z)", re.M)
 _words_gap = re.compile(r"(\?=)\s+(=\?)")
 
 
@@ -21,10 +26,11 @@ class Part:
     """One part: its headers, where its content lies, its parts if it has any, and its number as
     in IMAP ("2.1")."""
 
-    def __init__(self, buffer, start, end, path, depth=0):
+    def __init__(self, buffer, start, end, path, depth=0, default_type="text/plain"):
         self.buffer, self.path, self.end = buffer, path, end
         self.start, head = _header_end(buffer, start, end)
         self.headers = _parse_headers(head)
+        self.headers.set_default_type(default_type)
         self.type = self.headers.get_content_type()
         self.children = self._split(depth) if self.type.startswith("multipart/") else []
 
@@ -38,7 +44,8 @@ class Part:
         prefix = self.path + "." if self.path else ""
         ranges = _ranges(self.buffer, self.start, self.end,
                          b"--" + boundary.encode("latin-1", "replace"))
-        return [Part(self.buffer, a, b, f"{prefix}{n}", depth + 1)
+        inner = "message/rfc822" if self.type == "multipart/digest" else "text/plain"
+        return [Part(self.buffer, a, b, f"{prefix}{n}", depth + 1, inner)
                 for n, (a, b) in enumerate(ranges, 1)]
 
     def on(self, buffer):
@@ -97,7 +104,7 @@ class Part:
         """Decoded text, line ends as LF, without the control characters that no text has."""
         charset = self.headers.get_content_charset("utf-8") or "utf-8"
         text = decode_bytes(self.content(), charset).replace("\r\n", "\n")
-        return "".join(c for c in text if c >= " " or c in "\t\n\r")
+        return _controls.sub("", text)
 
 
 def _header_end(buffer, start, end):
@@ -110,15 +117,18 @@ def _header_end(buffer, start, end):
     limit = min(end, start + HEADER_LIMIT)
     found = [(at, len(mark)) for mark in (b"\n\r\n", b"\n\n")
              if (at := buffer.find(mark, start, limit)) >= 0]
-    if not found:
-        return end, bytes(buffer[start:limit])
-    at, length = min(found)
-    return at + length, bytes(buffer[start:at + 1])
+    at, length = min(found) if found else (limit, 0)
+    head = bytes(buffer[start:at + 1])
+    # The content of some messages starts without an empty line.
+    strange = _no_header.search(head)
+    if strange:
+        return start + strange.start(), head[:strange.start()]
+    return (at + length if found else end), head
 
 
 def _parse_headers(head):
     try:
-        return _parser.parsebytes(head)
+        return _parser.parsestr(decode_bytes(head, "utf-8"))
     except Exception:  # The parser trips over some damaged headers.
         return email.message.Message()
 
@@ -173,7 +183,9 @@ def raw_header(message, name, default=""):
     for key, found in message.raw_items():
         if key.lower() == name:
             value = found
-    return re.sub(r"[\r\n]+[ \t]", " ", value).replace("\r", "").replace("\n", "")
+    if "\n" not in value and "\r" not in value:
+        return value
+    return _line_ends.sub("", _folding.sub(" ", value))
 
 
 def decode_bytes(data, charset):
@@ -186,26 +198,34 @@ def decode_bytes(data, charset):
     return data.decode("windows-1252", "replace")
 
 
-def _decode_word(match):
-    charset, kind, text = match.groups()
-    charset = charset.split("*")[0]
-    try:
-        if kind in "bB":
-            data = b"".join(_unbase64(text.encode(), 0, len(text)))
+def _word_bytes(kind, text):
+    if kind in "bB":
+        return b"".join(_unbase64(text.encode(), 0, len(text)))
+    return quopri.decodestring(text.replace("_", " ").encode())
+
+
+def _decode_run(match):
+    """Words side by side; a character may be cut in two between words of the same charset."""
+    pieces = []
+    for charset, kind, text in _word.findall(match.group(0)):
+        charset = charset.split("*")[0].lower() or "utf-8"
+        try:
+            data = _word_bytes(kind, text)
+        except (binascii.Error, ValueError):
+            data = text.encode()
+        if pieces and pieces[-1][0] == charset == "utf-8":
+            pieces[-1][1] += data
         else:
-            data = quopri.decodestring(text.replace("_", " ").encode("utf-8"), header=False)
-    except (binascii.Error, ValueError):
-        return match.group(0)
-    return decode_bytes(data, charset or "utf-8")
+            pieces.append([charset, data])
+    return "".join(decode_bytes(data, charset) for charset, data in pieces)
 
 
 def decode_words(value):
-    """A header with RFC 2047 words or raw 8-bit bytes in it, as text of one line."""
-    data = value.encode("utf-8", "surrogateescape")
-    text = decode_bytes(data, "utf-8")
-    text = _word.sub(_decode_word, _words_gap.sub(r"\1\2", text))
-    text = re.sub(r"[\r\n]+", " ", text)
-    return "".join(c for c in text if c >= " " or c == "\t")
+    """A header with RFC 2047 words in it, as text of one line."""
+    text = value
+    if "=?" in text:
+        text = _words.sub(_decode_run, _words_gap.sub(r"\1\2", text))
+    return text if text.isprintable() else _controls.sub("", _line_ends.sub(" ", text))
 
 
 def parse(buffer):

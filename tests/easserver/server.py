@@ -380,7 +380,8 @@ class Server(http.server.ThreadingHTTPServer):
         super().__init__(address, Handler)
         self.store, self.options = store, options
         self.faults, self.log = Faults(), Log()
-        self.resets = set()
+        self.resets, self.connections = set(), set()
+        self.thread = None
         self.stop_event = threading.Event()
         self.tls = None
         if certificate:
@@ -400,10 +401,12 @@ class Server(http.server.ThreadingHTTPServer):
         connection, address = super().get_request()
         if self.tls:
             connection = self.tls.wrap_socket(connection, server_side=True, do_handshake_on_connect=False)
+        self.connections.add(connection)
         return connection, address
 
     def shutdown_request(self, request):
         # A connection that shall be reset must not be ended politely first.
+        self.connections.discard(request)
         if request in self.resets:
             self.resets.discard(request)
             self.close_request(request)
@@ -415,10 +418,36 @@ class Server(http.server.ThreadingHTTPServer):
         if not isinstance(error, (OSError, ssl.SSLError)):
             super().handle_error(request, client_address)
 
+    def start(self):
+        self.thread = threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True)
+        self.thread.start()
+
+    def go_offline(self):
+        """Takes no connections any more and cuts those there are, as if the host had gone."""
+        if not self.thread:
+            return
+        self.shutdown()
+        self.thread.join()
+        self.thread = None
+        self.socket.close()
+        for connection in list(self.connections):
+            try:
+                connection.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass
+
+    def go_online(self):
+        """On the same port again."""
+        if self.thread:
+            return
+        self.socket = socket.socket(self.address_family, self.socket_type)
+        self.server_bind()
+        self.server_activate()
+        self.start()
+
     def stop(self):
         self.stop_event.set()
         self.store.notify()
-        self.shutdown()
 
 
 def whole(parts):

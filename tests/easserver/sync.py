@@ -92,7 +92,7 @@ class CollectionSync:
                 self.run(command, snapshot)
         told = self.changes(snapshot, room) if self.wants_changes() else []
         if not (told or self.more or self.commands):
-            self.state.ring.current[1].change = snapshot.change
+            self.state.ring.keep(snapshot)
             return None
         if not self.wants_changes():
             snapshot.change = -1
@@ -131,13 +131,14 @@ class CollectionSync:
 
     def changes(self, snapshot, room):
         """The Commands element for what the window holds, if any; the snapshot moves on."""
-        unchanged = snapshot.change == self.folder.change and self.state.filter == 0
+        unchanged = snapshot.change == self.folder.change and self.state.filter == snapshot.filter == 0
         if unchanged or self.folder.kind in NOT_MAIL:
             return []
         todo = Changes(self.folder, snapshot.items, self.state.filter)
         size = min(int(self.request.value("AirSync:WindowSize", "100") or 0) or 512, 512, room)
         self.more = todo.count() > size
         snapshot.change = -1 if self.more else self.folder.change
+        snapshot.filter = self.state.filter
         commands = self.window(todo, size, snapshot.items)
         return [Node("AirSync:Commands", *commands)] if commands else []
 

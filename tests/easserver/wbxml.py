@@ -215,6 +215,12 @@ class _Decoder:
         self.at = end + 1
         return _text(text)
 
+    def entity(self):
+        code = self.number()
+        if code > 0x10FFFF or 0xD800 <= code < 0xE000:
+            raise WbxmlError("no such character")
+        return chr(code)
+
     def table_string(self):
         offset = self.number()
         end = self.table.find(b"\0", offset)
@@ -244,7 +250,7 @@ class _Decoder:
             elif token == OPAQUE:
                 node.children.append(self.take(self.number()))
             elif token == ENTITY:
-                node.children.append(chr(self.number()))
+                node.children.append(self.entity())
             else:
                 node.children.append(self.element(token, depth + 1))
 
