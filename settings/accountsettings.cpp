@@ -81,8 +81,8 @@ void writeSettings(const AccountSettings &settings, QMailAccount *account,
     editor.setMailEmail(settings.email);
     editor.setMailDomain(settings.domain);
 
-    account->setCustomField(QStringLiteral("HostName"), settings.server);
-    account->setCustomField(QStringLiteral("UserName"), settings.userName);
+    account->setCustomField(QStringLiteral("HostName"), editor.mailServer());
+    account->setCustomField(QStringLiteral("UserName"), editor.mailUserName());
     account->setCustomField(QStringLiteral("service"), serviceName());
     markAccount(account);
 }

@@ -60,6 +60,7 @@ private slots:
     void numbersAreStoredAsDecimalText();
     void viewOpensTheServiceConfigurationGiven();
     void settingsSurviveTheMailStore();
+    void settingsLeftEmptyAreTakenByTheMailStore();
     void markedAccountHasExactlyTheseFlags();
 };
 
@@ -219,6 +220,15 @@ void TestOrvConfiguration::settingsSurviveTheMailStore()
     const QMailAccount readAccount(account.id());
     QCOMPARE(readAccount.messageSources(), QStringList(Service));
     QCOMPARE(readAccount.messageSinks(), QStringList(Service));
+}
+
+void TestOrvConfiguration::settingsLeftEmptyAreTakenByTheMailStore()
+{
+    QMailAccount account;
+    QMailAccountConfiguration config;
+    writeSettings(AccountSettings(), &account, &config);
+    QVERIFY(QMailStore::instance()->addAccount(&account, &config));
+    QCOMPARE(readSettings(QMailAccountConfiguration(account.id())).domain, QString());
 }
 
 void TestOrvConfiguration::markedAccountHasExactlyTheseFlags()

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "accounts/accountbook.h"
+
+#include "accounts/storefiles.h"
+
+#include <qmailaccount.h>
+#include <qmailaccountconfiguration.h>
+#include <qmailnamespace.h>
+#include <qmailstore.h>
+
+namespace Accounts {
+
+namespace {
+
+const QString Service = QStringLiteral("orvmail");
+const QString PushField = QStringLiteral("pushEnabled");
+const QString KeepDaysKey = QStringLiteral("keepDays");
+
+bool sameSettings(const AccountSettings &a, const AccountSettings &b)
+{
+    return a.userName == b.userName && a.password == b.password && a.server == b.server
+        && a.port == b.port && a.encryption == b.encryption && a.email == b.email
+        && a.domain == b.domain;
+}
+
+Outcome storeRefused(const QString &what)
+{
+    const QString reason = QMailStore::instance()->lastError() == QMailStore::StorageInaccessible
+        ? QStringLiteral("the disk may be full, or not writable")
+        : QStringLiteral("error %1").arg(QMailStore::instance()->lastError());
+    return Outcome::refused(QStringLiteral("the mail store in %1 refuses to %2 (%3)")
+                                .arg(QMail::dataPath(), what, reason));
+}
+
+/** What the settings form knows nothing of. */
+void writeRest(const AccountDetails &details, QMailAccount *account,
+               QMailAccountConfiguration *config)
+{
+    account->setName(details.name);
+    account->setFromAddress(QMailAddress(details.fullName, details.settings.email));
+    account->setStatus(QMailAccount::Enabled, details.enabled);
+    if (details.push)
+        account->setCustomField(PushField, QStringLiteral("1"));
+    else
+        account->removeCustomField(PushField);
+    config->serviceConfiguration(Service).setValue(KeepDaysKey, QString::number(details.keepDays));
+}
+
+} // namespace
+
+Outcome AccountBook::open()
+{
+    const QString folder = QMail::dataPath();
+    const Outcome prepared = prepareStoreFolder(folder);
+    if (!prepared.ok())
+        return prepared;
+    QMailStore::instance();
+    if (QMailStore::initializationState() != QMailStore::Initialized)
+        return Outcome::refused(
+            QStringLiteral("the mail store in %1 cannot be opened; check that the folder and the "
+                           "files in it are yours and that the disk is not full")
+                .arg(folder));
+    return {};
+}
+
+QMailAccountIdList AccountBook::accounts()
+{
+    QMailAccountIdList ours;
+    const QMailAccountIdList all = QMailStore::instance()->queryAccounts();
+    for (const QMailAccountId &id : all) {
+        if (isOrvAccount(QMailStore::instance()->accountConfiguration(id)))
+            ours.append(id);
+    }
+    return ours;
+}
+
+QMailAccountId AccountBook::find(const QString &nameOrId)
+{
+    const QMailAccountIdList ours = accounts();
+    for (const QMailAccountId &id : ours) {
+        if (QMailStore::instance()->account(id).name() == nameOrId)
+            return id;
+    }
+    bool isNumber = false;
+    const QMailAccountId id(nameOrId.toULongLong(&isNumber));
+    return isNumber && ours.contains(id) ? id : QMailAccountId();
+}
+
+bool AccountBook::isNameTaken(const QString &name, const QMailAccountId &except)
+{
+    QMailAccountIdList named = QMailStore::instance()->queryAccounts(QMailAccountKey::name(name));
+    named.removeAll(except);
+    return !named.isEmpty();
+}
+
+AccountDetails AccountBook::details(const QMailAccountId &id)
+{
+    const QMailAccount account = QMailStore::instance()->account(id);
+    const QMailAccountConfiguration config = QMailStore::instance()->accountConfiguration(id);
+    AccountDetails details;
+    details.name = account.name();
+    details.fullName = account.fromAddress().name();
+    // An address alone is given as its own name.
+    if (details.fullName == account.fromAddress().address())
+        details.fullName.clear();
+    details.settings = readSettings(config);
+    details.enabled = account.status() & QMailAccount::Enabled;
+    details.push = account.customField(PushField) == QLatin1String("1");
+    const QString keep = config.serviceConfiguration(Service).value(KeepDaysKey);
+    if (!keep.isEmpty())
+        details.keepDays = qMax(0, keep.toInt());
+    return details;
+}
+
+Outcome AccountBook::refuseName(const AccountDetails &details, const QMailAccountId &except)
+{
+    if (!isNameTaken(details.name, except))
+        return {};
+    Outcome outcome =
+        Outcome::refused(QStringLiteral("there is an account \"%1\" already; choose another name")
+                             .arg(details.name));
+    outcome.setting = QStringLiteral("name");
+    return outcome;
+}
+
+Outcome AccountBook::add(const AccountDetails &details, QMailAccountId *id)
+{
+    const Outcome name = refuseName(details, QMailAccountId());
+    if (!name.ok())
+        return name;
+    QMailAccount account;
+    QMailAccountConfiguration config;
+    writeSettings(details.settings, &account, &config);
+    writeRest(details, &account, &config);
+    if (!QMailStore::instance()->addAccount(&account, &config))
+        return storeRefused(QStringLiteral("add the account"));
+    *id = account.id();
+    return {};
+}
+
+Outcome AccountBook::update(const QMailAccountId &id, const AccountDetails &details)
+{
+    const Outcome name = refuseName(details, id);
+    if (!name.ok())
+        return name;
+    QMailAccount account = QMailStore::instance()->account(id);
+    QMailAccountConfiguration config = QMailStore::instance()->accountConfiguration(id);
+    if (!sameSettings(details.settings, readSettings(config)))
+        writeSettings(details.settings, &account, &config);
+    writeRest(details, &account, &config);
+    if (!QMailStore::instance()->updateAccount(&account, &config))
+        return storeRefused(QStringLiteral("change the account"));
+    return {};
+}
+
+Outcome AccountBook::remove(const QMailAccountId &id)
+{
+    if (!QMailStore::instance()->removeAccount(id))
+        return storeRefused(QStringLiteral("remove the account"));
+    return {};
+}
+
+} // namespace Accounts

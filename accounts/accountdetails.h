@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_ACCOUNTDETAILS_H
+#define ACCOUNTS_ACCOUNTDETAILS_H
+
+#include "accounts/outcome.h"
+#include "settings/accountsettings.h"
+
+namespace Accounts {
+
+/** Everything that a person decides about one account. */
+struct AccountDetails
+{
+    QString name;     ///< what the person calls the account; unique
+    QString fullName; ///< goes with the address into the mails that are sent; may be empty
+    AccountSettings settings;
+    bool enabled = true;
+    bool push = false;
+    /** How many days back mail is kept here; 0: all of it. */
+    int keepDays = 30;
+};
+
+/** Whether the text can be a mail address. */
+bool isMailAddress(const QString &text);
+
+/** Done, or what is wrong with the settings as such; asks neither the server nor the store. */
+Outcome checkDetails(const AccountDetails &details);
+
+} // namespace Accounts
+
+#endif

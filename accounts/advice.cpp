@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "accounts/advice.h"
+
+namespace Accounts {
+
+namespace {
+
+QString place(const AccountSettings &settings)
+{
+    return QStringLiteral("%1:%2").arg(settings.server).arg(settings.port);
+}
+
+QString withReason(const QString &text, const QString &reason, const QString &advice)
+{
+    const QString because = reason.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(reason);
+    return text + because + QStringLiteral("; ") + advice;
+}
+
+Outcome advice(int code, const QString &reason, const AccountSettings &settings)
+{
+    const auto outcome = [&](const QString &text, const QString &todo, const char *setting = "") {
+        return Outcome {Outcome::Refused, withReason(text, reason, todo), code,
+                        QLatin1String(setting)};
+    };
+    switch (code) {
+    case Eas::NotActiveSync:
+        return outcome(QStringLiteral("%1 is no ActiveSync server").arg(place(settings)),
+                       QStringLiteral("check server and port"), "server");
+    case Eas::LoginRefused:
+        return Outcome {Outcome::Refused,
+                        QStringLiteral("%1 refuses user name or password of \"%2\"; check both, "
+                                       "and the domain")
+                            .arg(settings.server, settings.userName),
+                        code, QStringLiteral("password")};
+    case Eas::Forbidden:
+        return outcome(QStringLiteral("%1 forbids this device or this user").arg(settings.server),
+                       QStringLiteral("ask its administrator to allow it"), "username");
+    case Eas::NoRoom:
+        return outcome(QStringLiteral("there is no room left, here or at the server"),
+                       QStringLiteral("make room and try again"));
+    case Eas::Timeout:
+    case Eas::NoConnection:
+        return outcome(QStringLiteral("no connection to %1").arg(place(settings)),
+                       QStringLiteral("check server, port and network"), "server");
+    case Eas::Cancelled:
+        return Outcome {Outcome::Refused, QStringLiteral("cancelled"), code};
+    case Eas::BadConfiguration:
+        return outcome(QStringLiteral("%1 cannot be used with these settings").arg(place(settings)),
+                       QStringLiteral("check server, port and encryption"), "server");
+    case Eas::PolicyDemanded:
+        return outcome(
+            QStringLiteral("%1 demands a policy that is not met here").arg(settings.server),
+            QStringLiteral("ask its administrator"), "server");
+    default:
+        return outcome(QStringLiteral("%1 has failed").arg(settings.server),
+                       QStringLiteral("try again later"), "server");
+    }
+}
+
+int resultCode(QMailServiceAction::Status::ErrorCode code)
+{
+    using Status = QMailServiceAction::Status;
+    switch (code) {
+    case Status::ErrLoginFailed:
+        return Eas::LoginRefused;
+    case Status::ErrFileSystemFull:
+        return Eas::NoRoom;
+    case Status::ErrNoConnection:
+        return Eas::NoConnection;
+    case Status::ErrTimeout:
+        return Eas::Timeout;
+    case Status::ErrCancel:
+        return Eas::Cancelled;
+    case Status::ErrConfiguration:
+        return Eas::BadConfiguration;
+    case Status::ErrInvalidData:
+    case Status::ErrUnknownResponse:
+        return Eas::InvalidAnswer;
+    default:
+        return Eas::ServerFailed;
+    }
+}
+
+} // namespace
+
+Outcome adviceFor(const Eas::Result &result, const AccountSettings &settings)
+{
+    return result.ok() ? Outcome() : advice(result.code, result.text, settings);
+}
+
+Outcome adviceFor(const QMailServiceAction::Status &status, const AccountSettings &settings)
+{
+    return advice(resultCode(status.errorCode), status.text, settings);
+}
+
+} // namespace Accounts

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "accounts/commands/arguments.h"
+
+#include "accounts/accountbook.h"
+#include "accounts/console.h"
+
+namespace Accounts {
+
+namespace {
+
+QCommandLineOption option(const char *name, const char *description, const char *value = "")
+{
+    return {QLatin1String(name), QLatin1String(description), QLatin1String(value)};
+}
+
+Outcome readPort(const QString &text, int *port)
+{
+    bool isNumber = false;
+    *port = text.toInt(&isNumber);
+    if (isNumber && *port >= 1 && *port <= 65535)
+        return {};
+    return Outcome::wrongSetting(
+        QStringLiteral("port"),
+        QStringLiteral("\"%1\" is no port; a port is a number from 1 to 65535").arg(text));
+}
+
+Outcome readEncryption(const QString &text, int *encryption)
+{
+    if (text == QLatin1String("tls") || text == QLatin1String("ssl") || text == QLatin1String("1"))
+        *encryption = 1;
+    else if (text == QLatin1String("none") || text == QLatin1String("0"))
+        *encryption = 0;
+    else
+        return Outcome::wrongSetting(
+            QStringLiteral("encryption"),
+            QStringLiteral("\"%1\" is no encryption; it is \"tls\" or \"none\"").arg(text));
+    return {};
+}
+
+Outcome readSwitch(const char *name, const QString &text, bool *on)
+{
+    *on = text == QLatin1String("on");
+    if (*on || text == QLatin1String("off"))
+        return {};
+    return Outcome::wrongUsage(
+        QStringLiteral("--%1 is \"on\" or \"off\", not \"%2\"").arg(QLatin1String(name), text));
+}
+
+Outcome readKeep(const QString &text, int *days)
+{
+    static const QList<int> periods {1, 3, 7, 14, 30};
+    bool isNumber = false;
+    *days = text == QLatin1String("all") ? 0 : text.toInt(&isNumber);
+    if (text == QLatin1String("all") || (isNumber && periods.contains(*days)))
+        return {};
+    return Outcome::wrongUsage(
+        QStringLiteral("--keep is 1, 3, 7, 14 or 30 days or \"all\", not \"%1\"").arg(text));
+}
+
+} // namespace
+
+void declareDetailOptions(QCommandLineParser &parser)
+{
+    parser.addOptions({
+        option("email", "the mail address", "ADDRESS"),
+        option("full-name", "the name that goes with the address into sent mails", "NAME"),
+        option("user", "the user name at the server", "NAME"),
+        option("domain", "the user's domain, where the server asks for one", "DOMAIN"),
+        option("server", "the server's name or address", "HOST"),
+        option("port", "the server's port (443 with TLS, else 80)", "PORT"),
+        option("encryption", "tls (the default) or none", "KIND"),
+        option("push", "let the server tell of changes at once: on or off", "SWITCH"),
+        option("keep", "how many days back mail is kept here: 1, 3, 7, 14, 30 or all", "DAYS"),
+        option("enabled", "whether the account is used at all: on or off", "SWITCH"),
+        option("password-stdin", "read the password from the first line of standard input"),
+        option("no-check", "save without trying the login"),
+    });
+}
+
+Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *details)
+{
+    const auto given = [&parser](const char *name) { return parser.isSet(QLatin1String(name)); };
+    const auto value = [&parser](const char *name) { return parser.value(QLatin1String(name)); };
+    AccountSettings &settings = details->settings;
+    const QList<QPair<const char *, QString *>> texts {
+        {"email", &settings.email},   {"full-name", &details->fullName},
+        {"user", &settings.userName}, {"domain", &settings.domain},
+        {"server", &settings.server},
+    };
+    for (const auto &text : texts) {
+        if (given(text.first))
+            *text.second = value(text.first).trimmed();
+    }
+    Outcome outcome;
+    const auto apply = [&](const char *name, const auto &read) {
+        if (outcome.ok() && given(name))
+            outcome = read(value(name));
+    };
+    apply("email", [](const QString &text) {
+        return isMailAddress(text.trimmed())
+            ? Outcome()
+            : Outcome::wrongSetting(
+                  QStringLiteral("email"),
+                  QStringLiteral("\"%1\" is no mail address; it looks like name@example.com")
+                      .arg(text));
+    });
+    apply("encryption",
+          [&](const QString &text) { return readEncryption(text, &settings.encryption); });
+    if (given("encryption") && !given("port"))
+        settings.port = settings.encryption ? 443 : 80;
+    apply("port", [&](const QString &text) { return readPort(text, &settings.port); });
+    apply("push", [&](const QString &text) { return readSwitch("push", text, &details->push); });
+    apply("keep", [&](const QString &text) { return readKeep(text, &details->keepDays); });
+    apply("enabled",
+          [&](const QString &text) { return readSwitch("enabled", text, &details->enabled); });
+    return outcome;
+}
+
+void declareAccountArgument(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(QStringLiteral("account"),
+                                 QStringLiteral("the account's name or number"),
+                                 QStringLiteral("ACCOUNT"));
+}
+
+Outcome readAccountArgument(const QCommandLineParser &parser, QMailAccountId *id)
+{
+    const QString name = parser.positionalArguments().value(0);
+    *id = AccountBook::find(name);
+    if (id->isValid())
+        return {};
+    return Outcome::refused(
+        QStringLiteral("there is no account \"%1\"; \"orvmail-account list\" shows all").arg(name));
+}
+
+Outcome readPassword(const QCommandLineParser &parser, Console &console, bool wanted,
+                     QString *password)
+{
+    std::optional<QString> read = *password;
+    if (parser.isSet(QStringLiteral("password-stdin")))
+        read = console.readSecret();
+    else if (wanted && console.isInteractive())
+        read = console.askSecret(QStringLiteral("Password"));
+    else if (wanted)
+        return Outcome::wrongUsage(QStringLiteral(
+            "there is no terminal to ask for the password; give --password-stdin and write it "
+            "to standard input"));
+    if (!read)
+        return Outcome::wrongUsage(QStringLiteral("no password came from standard input"));
+    *password = *read;
+    return {};
+}
+
+} // namespace Accounts

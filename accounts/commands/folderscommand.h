@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_FOLDERSCOMMAND_H
+#define ACCOUNTS_FOLDERSCOMMAND_H
+
+#include "accounts/commands/command.h"
+
+namespace Accounts {
+
+/** Shows an account's folders as the mail store has them. */
+class FoldersCommand : public Command
+{
+public:
+    QString name() const override { return QStringLiteral("folders"); }
+    QString summary() const override { return QStringLiteral("show the folders of an account"); }
+    int minimumArguments() const override { return 1; }
+    int maximumArguments() const override { return 1; }
+    void declare(QCommandLineParser &parser) const override;
+    Outcome run(const QCommandLineParser &parser, Console &console) override;
+};
+
+} // namespace Accounts
+
+#endif

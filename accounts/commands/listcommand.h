@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_LISTCOMMAND_H
+#define ACCOUNTS_LISTCOMMAND_H
+
+#include "accounts/commands/command.h"
+
+namespace Accounts {
+
+/** Shows all accounts, one a line. */
+class ListCommand : public Command
+{
+public:
+    QString name() const override { return QStringLiteral("list"); }
+    QString summary() const override { return QStringLiteral("show all accounts"); }
+    void declare(QCommandLineParser &parser) const override;
+    Outcome run(const QCommandLineParser &parser, Console &console) override;
+};
+
+} // namespace Accounts
+
+#endif

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_CONSOLE_H
+#define ACCOUNTS_CONSOLE_H
+
+#include <QJsonValue>
+#include <QString>
+#include <QTextStream>
+
+#include <optional>
+
+namespace Accounts {
+
+/**
+ * The terminal: what the program says goes to standard output, what it asks to standard error, so
+ * that the output can be read by another program while a person answers.
+ */
+class Console
+{
+public:
+    Console();
+
+    /** Whether a person can be asked. */
+    bool isInteractive() const { return m_interactive; }
+    /** Whether a line of the output may be written over. */
+    bool canRedraw() const { return m_redraw; }
+
+    void setJson(bool json) { m_json = json; }
+    bool isJson() const { return m_json; }
+
+    /** A line for a person; nothing when the output is for a program. */
+    void say(const QString &line);
+    /** The output for a program; nothing when it is for a person. */
+    void give(const QJsonValue &value);
+    /** The one line of an error. */
+    void complain(const QString &line);
+
+    /** Draws a bar over the last one; `percent` of 100. */
+    void drawProgress(const QString &title, int percent);
+    void clearProgress();
+
+    /** A line from the person, `preset` for an empty one; nothing at the end of the input. */
+    std::optional<QString> ask(const QString &question, const QString &preset = QString());
+    /** The same without echo. */
+    std::optional<QString> askSecret(const QString &question);
+    /** Whether the answer is yes; no where nobody can be asked. */
+    bool confirm(const QString &question);
+    /** The first line of standard input. */
+    std::optional<QString> readSecret();
+
+private:
+    std::optional<QString> readLine();
+
+    QTextStream m_out;
+    QTextStream m_err;
+    QTextStream m_in;
+    bool m_interactive;
+    bool m_redraw;
+    bool m_json = false;
+    bool m_drawn = false;
+};
+
+} // namespace Accounts
+
+#endif

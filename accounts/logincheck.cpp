@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "accounts/logincheck.h"
+
+#include "daemon/eas/foldersynccommand.h"
+#include "daemon/eas/optionscommand.h"
+#include "daemon/eas/session.h"
+
+#include <QEventLoop>
+#include <QHash>
+
+namespace Accounts {
+
+namespace {
+
+/** Deeper than any real tree; a parent that is its own ancestor must not hang the program. */
+constexpr int MaximumDepth = 64;
+
+} // namespace
+
+LoginCheck::LoginCheck(const AccountSettings &settings, Depth depth, QObject *parent)
+    : QObject(parent)
+    , m_depth(depth)
+{
+    Eas::Device device;
+    device.id = QStringLiteral("orvmail");
+    m_session = std::make_unique<Eas::Session>(
+        Eas::ServerAddress {settings.server, settings.port, settings.encryption},
+        Eas::Credentials {settings.userName, settings.password, settings.domain}, device);
+}
+
+LoginCheck::~LoginCheck() = default;
+
+void LoginCheck::start()
+{
+    m_options = std::make_unique<Eas::OptionsCommand>(m_session.get());
+    connect(m_options.get(), &Eas::Command::finished, this, &LoginCheck::optionsEnded);
+    m_options->start();
+}
+
+void LoginCheck::abort()
+{
+    m_session->abortAll();
+}
+
+Eas::Result LoginCheck::run()
+{
+    QEventLoop loop;
+    connect(this, &LoginCheck::finished, &loop, &QEventLoop::quit);
+    start();
+    loop.exec();
+    return m_result;
+}
+
+void LoginCheck::optionsEnded()
+{
+    if (!m_options->result().ok() || m_depth == LoginOnly) {
+        m_version = m_options->version();
+        end(m_options->result());
+        return;
+    }
+    m_version = m_options->version();
+    m_folderSync = std::make_unique<Eas::FolderSyncCommand>(m_session.get(), QStringLiteral("0"));
+    connect(m_folderSync.get(), &Eas::Command::finished, this, &LoginCheck::folderSyncEnded);
+    m_folderSync->start();
+}
+
+void LoginCheck::folderSyncEnded()
+{
+    m_folders = folderPaths(m_folderSync->changes().added);
+    end(m_folderSync->result());
+}
+
+void LoginCheck::end(const Eas::Result &result)
+{
+    m_result = result;
+    emit finished();
+}
+
+QStringList folderPaths(const QList<Eas::FolderRecord> &records)
+{
+    QHash<QString, Eas::FolderRecord> byId;
+    for (const Eas::FolderRecord &record : records)
+        byId.insert(record.serverId, record);
+    QStringList paths;
+    for (const Eas::FolderRecord &record : records) {
+        if (!record.isMail())
+            continue;
+        QString path = record.displayName;
+        QString parent = record.parentId;
+        for (int depth = 0; byId.contains(parent) && depth < MaximumDepth; ++depth) {
+            path.prepend(byId.value(parent).displayName + QLatin1Char('/'));
+            parent = byId.value(parent).parentId;
+        }
+        paths.append(path);
+    }
+    paths.sort(Qt::CaseInsensitive);
+    return paths;
+}
+
+} // namespace Accounts

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_LOGINCHECK_H
+#define ACCOUNTS_LOGINCHECK_H
+
+#include "daemon/eas/folderchanges.h"
+#include "daemon/eas/result.h"
+#include "settings/accountsettings.h"
+
+#include <QObject>
+#include <QStringList>
+
+#include <memory>
+
+namespace Eas {
+class Command;
+class FolderSyncCommand;
+class OptionsCommand;
+class Session;
+} // namespace Eas
+
+namespace Accounts {
+
+/**
+ * Tries settings at the server, without touching the mail store.
+ *
+ * With folders it asks for the folder tree from its beginning, which makes the server forget how
+ * far the device has synchronised: for an account that is not in use yet.
+ */
+class LoginCheck : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum Depth { LoginOnly, WithFolders };
+
+    LoginCheck(const AccountSettings &settings, Depth depth, QObject *parent = nullptr);
+    ~LoginCheck() override;
+
+    void start();
+    /** Ends it with Cancelled. */
+    void abort();
+    /** Runs it to its end, in an event loop of its own. */
+    Eas::Result run();
+
+    const Eas::Result &result() const { return m_result; }
+    /** The protocol's version that will be spoken; after success. */
+    QString version() const { return m_version; }
+    /** Paths of the mail folders at the server, sorted; after success. */
+    QStringList folders() const { return m_folders; }
+
+signals:
+    void finished();
+
+private:
+    void optionsEnded();
+    void folderSyncEnded();
+    void end(const Eas::Result &result);
+
+    std::unique_ptr<Eas::Session> m_session;
+    std::unique_ptr<Eas::OptionsCommand> m_options;
+    std::unique_ptr<Eas::FolderSyncCommand> m_folderSync;
+    Depth m_depth;
+    Eas::Result m_result;
+    QString m_version;
+    QStringList m_folders;
+};
+
+/** Paths such as "Work/Old" of the mail folders among `records`, sorted. */
+QStringList folderPaths(const QList<Eas::FolderRecord> &records);
+
+} // namespace Accounts
+
+#endif

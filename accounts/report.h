@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_REPORT_H
+#define ACCOUNTS_REPORT_H
+
+#include "accounts/folderview.h"
+#include "accounts/mailsnapshot.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+namespace Accounts {
+
+class Console;
+
+/** An account for a program to read; never with its password. */
+QJsonObject accountObject(const QMailAccountId &id);
+QJsonArray folderArray(const QList<FolderLine> &folders);
+QJsonArray differenceArray(const QList<FolderDifference> &differences);
+
+/** The same for a person. */
+void sayAccount(Console &console, const QMailAccountId &id);
+void sayFolders(Console &console, const QList<FolderLine> &folders);
+void sayDifferences(Console &console, const QList<FolderDifference> &differences);
+
+/** "a month" and the like. */
+QString keepText(int days);
+
+} // namespace Accounts
+
+#endif

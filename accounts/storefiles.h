@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_STOREFILES_H
+#define ACCOUNTS_STOREFILES_H
+
+#include "accounts/outcome.h"
+
+namespace Accounts {
+
+/**
+ * Makes the mail store's folder if it is not there, and lets nobody but its owner into it: the
+ * passwords in it are only encoded, not encrypted.
+ *
+ * From then on, everything that this process makes is its owner's alone.
+ */
+Outcome prepareStoreFolder(const QString &folder);
+
+} // namespace Accounts
+
+#endif
