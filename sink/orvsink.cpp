@@ -113,7 +113,8 @@ void OrvSink::onSync(qulonglong account)
         m_ownSyncCount -= 1;
         return;
     }
-    if (m_transmitAction->activity() == QMailServiceAction::InProgress) {
+    // Also while it is still pending: the server would take the same messages once more.
+    if (m_transmitAction->isRunning()) {
         qMailLog(Messaging) << "Transmit in progress, skipping";
         return;
     }

@@ -107,7 +107,7 @@ private:
     bool isPushEnabled() const;
     QStringList parentFolders(const QMailMessageIdList &ids) const;
     QSet<QMailFolderId> searchScope(const QMailMessageKey &filter) const;
-    bool isMarkerPending() const;
+    bool isMarkerPending();
 
     OrvService *m_service;
     qint64 m_lastSyncCompletedAt = 0;

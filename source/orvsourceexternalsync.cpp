@@ -16,7 +16,7 @@ bool OrvSource::isExternalSyncWorking()
 }
 
 /** The marker is sent, and the message server has not yet begun with it. */
-bool OrvSource::isMarkerPending() const
+bool OrvSource::isMarkerPending()
 {
     // An action that was never sent is Pending, too, and does not run.
     return m_externalSyncAction->isRunning()

@@ -51,6 +51,12 @@ void FakeMessageServer::setActivity(qulonglong action, QMailServiceAction::Activ
     QDBusMessage signal = QDBusMessage::createSignal(Path, Name, QStringLiteral("activityChanged"));
     signal.setArguments({action, QVariant::fromValue(activity)});
     m_bus.send(signal);
+    // What was sent before the answer to a ping has arrived with it.
+    QCoreApplication::processEvents();
+    m_bus.call(QDBusMessage::createMethodCall(
+        QDBusConnection::sessionBus().baseService(), QStringLiteral("/"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+    QCoreApplication::processEvents();
 }
 
 bool FakeMessageServer::handleMessage(const QDBusMessage &message, const QDBusConnection &)
