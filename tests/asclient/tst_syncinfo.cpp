@@ -182,7 +182,7 @@ void TestSyncInfo::takesAccountsOfAnyNumber()
     SyncInfoShmWriter writer(path());
     SyncInfoShmReader reader(path());
     SyncInfoNode node;
-    for (qulonglong id : {1ull, 0xffffffffull, 0x100000000ull, 0xffffffffffffffffull}) {
+    for (qulonglong id : {1ull, 0xffffffffull, 0x200000000ull, 0xffffffffffffffffull}) {
         QVERIFY(writer.publish(running(id, int(id % 1000))));
         QVERIFY(reader.fill(node, id));
         QCOMPARE(node.accountId, id);
@@ -259,7 +259,7 @@ void TestSyncInfo::neverSeesHalfOfAnUpdate()
     int read = 0;
     const QDeadlineTimer deadline(30000);
     // Enough to tell that both ran at the same time, and a good while longer.
-    while ((read < 100000 || seen.size() < 500) && !deadline.hasExpired()) {
+    while ((read < 200000 || seen.size() < 500) && !deadline.hasExpired()) {
         const qulonglong id = read % 4 ? 1 : 1 + qulonglong(read / 4) % HammeredAccounts;
         SyncInfoNode node;
         ++read;
@@ -270,7 +270,7 @@ void TestSyncInfo::neverSeesHalfOfAnUpdate()
         QVERIFY(node.progress >= 0 && node.progress <= 1000);
         QCOMPARE(node.syncState, stateOf(id, node.progress));
     }
-    QVERIFY2(read >= 100000 && seen.size() >= 500, qPrintable(QString::number(seen.size())));
+    QVERIFY2(read >= 200000 && seen.size() >= 500, qPrintable(QString::number(seen.size())));
 }
 
 void TestSyncInfo::readsNothingOfAKilledWriter()
