@@ -49,7 +49,7 @@ class Request:
         """(folder, message) of the original."""
         folder = call.user.folders.get(self.folder)
         message = folder.items.get(int(self.item)) if folder and self.item.isdigit() else None
-        if message is None:
+        if message is None and not call.options.missing_is_fine:
             raise Refused(NO_SOURCE)
         return folder, message
 
@@ -79,8 +79,8 @@ def _status(call, code):
 
 def _send(call, request):
     mime, verb = request.mime, {"SmartReply": REPLIED, "SmartForward": FORWARDED}.get(call.command)
-    if verb:
-        folder, original = request.source(call)
+    folder, original = request.source(call) if verb else (None, None)
+    if original:
         if not request.replace:
             mime = with_original(mime, original, verb == FORWARDED)
     names = recipients(mime)
@@ -90,7 +90,7 @@ def _send(call, request):
         call.store.deliver(user, user.folder_of_kind(INBOX), outgoing)
     if request.save:
         call.store.deliver(call.user, call.user.folder_of_kind(SENT), mime, letters="S")
-    if verb:
+    if original:
         original.verb, original.verb_time = verb, time.time()
         folder.change += 1
     call.store.sent.append({

@@ -198,7 +198,7 @@ class Control:
         self.server.log.clear()
         return {}
 
-    # --- helpers ---------------------------------------------------------------------
+    # --- what requests name ------------------------------------------------------------
 
     def user(self, wish):
         name = wish.get("user") or next(iter(self.store.users))

@@ -13,6 +13,8 @@ class Snapshot:
     def __init__(self, items=None, change=-1, filter_type=0):
         self.items = {} if items is None else items
         self.change, self.filter = change, filter_type
+        # True: one more answer is due although there is nothing new to tell.
+        self.unsettled = False
 
     def copy(self):
         return Snapshot(dict(self.items), self.change, self.filter)
@@ -28,9 +30,10 @@ class KeyRing:
     # Keys of an earlier run of the server must not be taken for our own.
     _run = secrets.token_hex(3)
 
-    def __init__(self, state):
+    def __init__(self, state, counting=False):
         self.current, self.previous = None, None
         self.request, self.answer = None, None
+        self.count = 0 if counting else None
         self.advance(state, None)
 
     def __getstate__(self):
@@ -41,9 +44,14 @@ class KeyRing:
     def new_key(cls):
         return f"{{{cls._run}}}{next(cls._numbers)}"
 
+    def counted_key(self, state):
+        self.count += 1
+        return f"{max(state.items, default=0)}-{self.count}" if self.count > 1 else "-1"
+
     def advance(self, state, request):
         """A new key for a new state; the one before stays good for one repetition."""
-        self.previous, self.current = self.current, (self.new_key(), state)
+        key = self.new_key() if self.count is None else self.counted_key(state)
+        self.previous, self.current = self.current, (key, state)
         self.request, self.answer = request, None
         return self.current[0]
 
@@ -69,8 +77,8 @@ class KeyRing:
 class Collection:
     """One folder as one device synchronises it."""
 
-    def __init__(self):
-        self.ring = KeyRing(Snapshot())
+    def __init__(self, counting=False):
+        self.ring = KeyRing(Snapshot(), counting)
         self.options = None
         self.filter = 0
 

@@ -26,14 +26,24 @@ def _top_down(facts):
     return done
 
 
+def _known(call, key):
+    """What the device has at a key, or None."""
+    ring = call.device.hierarchy
+    if ring and call.options.forgetful_folders:
+        return ring.current[1]
+    return ring.open(key) if ring else None
+
+
 def folder_sync(call):
     key = call.root.value("FolderHierarchy:SyncKey", "")
     device, now = call.device, call.user.hierarchy()
     if key == "0":
         device.hierarchy = KeyRing({})
         known = {}
+        if call.options.forgetful_folders:
+            device.collections.clear()
     else:
-        known = device.hierarchy.open(key) if device.hierarchy else None
+        known = _known(call, key)
         if known is None:
             return status("FolderSync", BAD_KEY)
         if device.hierarchy.is_previous(key):
@@ -60,8 +70,7 @@ def status(command, code, *more):
 def _change(call, command, change):
     """One change made by the client: change returns (status, more elements)."""
     device = call.device
-    known = device.hierarchy.open(call.root.value("FolderHierarchy:SyncKey", "")) \
-        if device.hierarchy else None
+    known = _known(call, call.root.value("FolderHierarchy:SyncKey", ""))
     if known is None:
         return status(command, BAD_KEY)
     before = call.user.hierarchy()

@@ -66,9 +66,12 @@ def _fetch(call, request, parts):
     folder = call.user.folders.get(folder_id)
     item = int(text) if text.isdigit() else 0
     if folder is None or item not in folder.items:
+        if call.options.missing_is_fine:
+            return Node("ItemOperations:Fetch", Node("ItemOperations:Status", OK), *identity,
+                        Node("ItemOperations:Properties"))
         return _failed(NO_ITEM, *identity)
     options = request.find("ItemOperations:Options")
-    nodes = items.properties(folder.items[item], folder, item, items.BodyWish(options), call.new)
+    nodes = items.properties(folder.items[item], folder, item, items.BodyWish(options, call.options), call.new)
     if parts is not None:
         _to_part(nodes, parts)
     return Node("ItemOperations:Fetch", Node("ItemOperations:Status", OK), *identity,
@@ -133,11 +136,17 @@ def _content(part, first, length, encoded):
 def _fetch_attachment(call, request, reference, parts):
     identity = Node("AirSyncBase:FileReference", reference)
     message, found = find_attachment(call.user, reference)
+    if found is None and call.options.missing_is_fine:
+        return Node("ItemOperations:Fetch", Node("ItemOperations:Status", OK), identity, Node(
+            "ItemOperations:Properties", Node("AirSyncBase:ContentType", "(null)/(null)"),
+            Node("ItemOperations:Data", "(null)")))
     if found is None:
         return _failed(NO_ATTACHMENT, identity)
     first, length, ranged = 0, found.size, []
     wish = re.fullmatch(r"(\d+)-(\d+)", request.value("ItemOperations:Options/ItemOperations:Range", ""))
-    if wish:
+    if wish and call.options.no_ranges:
+        ranged = [Node("ItemOperations:Range", f"0-{(length + 2) // 3 * 4 - 1}")]
+    elif wish:
         first, last = int(wish.group(1)), min(int(wish.group(2)), found.size - 1)
         if first > last:
             return _failed(BAD_RANGE, identity)

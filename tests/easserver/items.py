@@ -23,8 +23,10 @@ class BodyWish:
     MIME_TRUNCATION = {"0": 0, "1": 4096, "2": 5120, "3": 7168, "4": 10240, "5": 20480, "6": 51200,
                        "7": 102400}
 
-    def __init__(self, options=None):
+    def __init__(self, options=None, manners=None):
         self.types = {}
+        self.plain_stays_plain = manners and manners.plain_stays_plain
+        self.no_truncation = manners and manners.no_truncation
         self.mime_support = 0
         self.mime_truncation = None
         if options is None:
@@ -32,6 +34,9 @@ class BodyWish:
         self.mime_support = int(options.value("AirSync:MIMESupport", "0"))
         self.mime_truncation = self.MIME_TRUNCATION.get(options.value("AirSync:MIMETruncation", "8"))
         for wish in options.nodes("AirSyncBase:BodyPreference"):
+            if self.no_truncation:
+                self.types[int(wish.value("AirSyncBase:Type", "1"))] = (self.mime_truncation, False, 0)
+                continue
             size = wish.value("AirSyncBase:TruncationSize")
             self.types[int(wish.value("AirSyncBase:Type", "1"))] = (
                 None if size is None else int(size),
@@ -47,6 +52,8 @@ class BodyWish:
         native = HTML if summary.html is not None else PLAIN
         if native in self.types:
             return native
+        if self.plain_stays_plain and native == PLAIN:
+            return PLAIN
         usable = [t for t in (HTML, PLAIN) if t in self.types]
         return usable[0] if usable else native
 

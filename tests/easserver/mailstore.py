@@ -23,18 +23,17 @@ INBOX, DRAFTS, TRASH, SENT, USER_MAIL = 2, 3, 4, 5, 12
 NOT_MAIL = (7, 8, 9, 10)
 ROOT = "0"
 DOMAIN = "example.test"
-READ, FLAGGED = 1, 2
 
 
 class Message:
     """One message: its bytes (in a file or here), when it arrived, and its flags.
 
     flag is the protocol's: 0 none, 1 complete, 2 active. verb: 1 answered, 2 answered to all,
-    3 forwarded. version grows with each change of the content."""
+    3 forwarded."""
 
     def __init__(self, path=None, content=None, received=None):
         self.path, self.content = path, content
-        self.read, self.flag, self.verb, self.verb_time, self.version = False, 0, 0, 0, 0
+        self.read, self.flag, self.verb, self.verb_time = False, 0, 0, 0
         self.received = received if received is not None else self._sent()
         self.cache = {}
 
@@ -56,7 +55,7 @@ class Message:
 
     def state(self):
         """What a client has to know again after a change, as one number."""
-        return self.version << 8 | self.verb << 4 | self.flag << 1 | self.read
+        return self.verb << 4 | self.flag << 1 | self.read
 
     def set_letters(self, letters):
         self.read = "S" in letters

@@ -20,7 +20,8 @@ def ping(call):
         return _answer(HEARTBEAT, Node("Ping:HeartbeatInterval", str(bound)))
     if len(ids) > call.options.max_folders:
         return _answer(TOO_MANY, Node("Ping:MaxFolders", str(call.options.max_folders)))
-    if call.device.hierarchy is None or any(i not in call.user.folders for i in ids):
+    unknown = any(i not in call.user.folders for i in ids) and not call.options.silent_unknown
+    if call.device.hierarchy is None or unknown:
         return _answer(FOLDER_SYNC)
     call.device.ping = wish
     call.device.ping_number += 1
@@ -42,7 +43,7 @@ def _watch(call, seconds, ids):
 def _changed(call, folder_id):
     folder, collection = call.user.folders.get(folder_id), call.device.collections.get(folder_id)
     if folder is None:
-        return True
+        return not call.options.silent_unknown
     return collection is not None and sync.pending(folder, collection)
 
 

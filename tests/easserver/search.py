@@ -68,17 +68,25 @@ def _stamp(text):
 def _mailbox(call, store, text):
     """Functions that make the results, the newest first; None for a query that is no query."""
     query = Query(text)
+    if call.options.simple_search:
+        _simplify(call, text, query)
     if query.words is None and query.after is None and query.before is None:
         return None
     query.words = query.words or []
     folders = _folders(call.user, query.folders,
                        store.find("Search:Options/Search:DeepTraversal") is not None)
-    wish = items.BodyWish(store.find("Search:Options"))
+    wish = items.BodyWish(store.find("Search:Options"), call.options)
     found = [(message.received, folder, item) for folder in folders
              for item, message in folder.items.items() if query.matches(message)]
     found.sort(key=lambda one: (-one[0], one[1].id, one[2]))
     return [lambda folder=folder, item=item: _result(call, folder, item, wish)
             for _, folder, item in found]
+
+
+def _simplify(call, text, query):
+    if text.find("Search:And") is None or query.words is None:
+        call.http_error(500)
+    query.words, query.before, query.folders = [" ".join(query.words)], None, query.folders[-1:]
 
 
 def _folders(user, wanted, deep):

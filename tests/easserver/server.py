@@ -31,6 +31,25 @@ CODES = {0: "Sync", 1: "SendMail", 2: "SmartForward", 3: "SmartReply", 4: "GetAt
 PARAMETERS = {0: "AttachmentName", 1: "CollectionId", 3: "ItemId", 4: "LongId", 6: "Occurrence"}
 
 
+# What some servers do otherwise than the protocol's documents say. Each is an option of that name.
+LENIENT = (
+    "counting_keys",      # sync keys are two numbers ("-1" at first), any other one is HTTP 501; an answer that
+                          # was lost comes again with Change instead of Add
+    "settling",           # after an answer with items comes one without, with a new key
+    "responses_alone",    # a request with commands is answered with Responses and nothing new
+    "confirm_all",        # every command has its Response, not only the refused ones
+    "whole_changes",      # a Change brings the whole item
+    "missing_is_fine",    # what is not there is changed, deleted, fetched and replied to with success
+    "always_trash",       # DeletesAsMoves 0 makes no difference
+    "no_truncation",      # TruncationSize, AllOrNone and Preview make none; MIMETruncation cuts every type
+    "plain_stays_plain",  # a plain message has no HTML form
+    "no_ranges",          # a Range of an attachment is not looked at
+    "simple_search",      # one phrase in one folder or all, no upper bound of time; all else is HTTP 500
+    "forgetful_folders",  # FolderSync compares no keys, and key 0 forgets all sync keys of the device
+    "silent_unknown",     # Sync of an unknown folder is an empty answer, Ping of one waits in vain
+)
+
+
 class HttpAnswer(Exception):
     """Ends a request with an answer that is not a document."""
 
@@ -58,9 +77,15 @@ class Options:
         self.max_folders = 200
         self.gzip = True
         self.client_id_memory = True
-        # Like a server whose keys count, which tells more than it must and refuses less.
-        self.whole_changes = False
-        self.confirm_all = False
+        for name in LENIENT:
+            setattr(self, name, False)
+
+    def be_lenient(self):
+        """Like a server that keeps no history and says yes to nearly everything; see LENIENT."""
+        self.versions = ["2.5", "12.0", "12.1", "14.0", "14.1"]
+        self.gzip = self.client_id_memory = False
+        for name in LENIENT:
+            setattr(self, name, True)
 
 
 class Call:

@@ -38,6 +38,8 @@ class Changes:
 def pending(folder, collection):
     """Whether the client has something to fetch."""
     snapshot = collection.ring.current[1]
+    if snapshot.unsettled:
+        return True
     if snapshot.change == folder.change:
         return False
     return Changes(folder, snapshot.items, collection.filter).count() > 0
@@ -54,6 +56,8 @@ class CollectionSync:
         self.state = call.device.collections.get(self.id)
         self.responses = []
         self.more = False
+        self.lost = {}
+        self.options = call.options
         commands = request.find("AirSync:Commands")
         self.commands = commands.nodes() if commands else []
 
@@ -62,10 +66,14 @@ class CollectionSync:
         this answer."""
         if self.key is None:
             return self.failed(MALFORMED)
+        if self.folder is None and self.options.silent_unknown:
+            return None
         if self.folder is None or self.call.device.hierarchy is None:
             return self.failed(HIERARCHY)
+        if self.options.counting_keys and self.key != "0" and "-" not in self.key:
+            self.call.http_error(501)
         if self.key == "0":
-            self.state = self.call.device.collections[self.id] = Collection()
+            self.state = self.call.device.collections[self.id] = Collection(self.options.counting_keys)
             self.keep_options()
             return self.success([])
         snapshot = self.state.ring.open(self.key) if self.state else None
@@ -74,8 +82,10 @@ class CollectionSync:
         ring, done = self.state.ring, None
         if ring.is_previous(self.key):
             done = ring.request
-            if done and done.request == self.request and ring.answer is not None:
+            repeatable = not self.options.counting_keys
+            if repeatable and done and done.request == self.request and ring.answer is not None:
                 return ring.answer
+            self.lost = ring.current[1].items if self.options.counting_keys else {}
             ring.rewind()
         answer = self.fresh(snapshot.copy(), room, done)
         if answer is not None:
@@ -90,12 +100,14 @@ class CollectionSync:
         else:
             for command in self.commands:
                 self.run(command, snapshot)
+        settled = not self.state.ring.current[1].unsettled
         told = self.changes(snapshot, room) if self.wants_changes() else []
-        if not (told or self.more or self.commands):
+        if not (told or self.more or self.commands) and settled:
             self.state.ring.keep(snapshot)
             return None
         if not self.wants_changes():
             snapshot.change = -1
+        snapshot.unsettled = bool(told) and self.options.settling
         self.state.ring.advance(snapshot, self)
         responses = [Node("AirSync:Responses", *self.responses)] if self.responses else []
         more = [Node("AirSync:MoreAvailable")] if self.more else []
@@ -113,6 +125,8 @@ class CollectionSync:
                 snapshot.items[item] = self.folder.items[item].state()
 
     def wants_changes(self):
+        if self.commands and self.options.responses_alone:
+            return False
         wish = self.request.find("AirSync:GetChanges")
         return wish is None or wish.data() != b"0"
 
@@ -124,7 +138,7 @@ class CollectionSync:
             self.state.filter = int(options.value("AirSync:FilterType", "0"))
 
     def wish(self):
-        wish = items.BodyWish(self.state.options)
+        wish = items.BodyWish(self.state.options, self.options)
         if not wish.types:
             wish.types = {items.PLAIN: (None, False, 0)}
         return wish
@@ -155,22 +169,21 @@ class CollectionSync:
         wish = self.wish()
         for item in todo.add[:size - len(commands)]:
             known[item] = self.folder.items[item].state()
-            commands.append(self.tell_add(item, wish))
+            commands.append(self.tell("Change" if item in self.lost else "Add", item, wish))
         return commands
 
     def tell_change(self, item, known):
         message = self.folder.items[item]
-        old, known[item] = known[item], message.state()
-        if self.call.options.whole_changes or old >> 8 != message.version:
-            nodes = items.properties(message, self.folder, item, self.wish(), self.call.new)
-        else:
-            nodes = items.state_nodes(message, self.call.new)
+        known[item] = message.state()
+        if self.options.whole_changes:
+            return self.tell("Change", item, self.wish())
         return Node("AirSync:Change", Node("AirSync:ServerId", str(item)),
-                    Node("AirSync:ApplicationData", *nodes))
+                    Node("AirSync:ApplicationData", *items.state_nodes(message, self.call.new)))
 
-    def tell_add(self, item, wish):
+    def tell(self, kind, item, wish):
+        """A whole item."""
         message = self.folder.items[item]
-        return Node("AirSync:Add", Node("AirSync:ServerId", str(item)),
+        return Node(f"AirSync:{kind}", Node("AirSync:ServerId", str(item)),
                     Node("AirSync:ApplicationData",
                          *items.properties(message, self.folder, item, wish, self.call.new)))
 
@@ -184,17 +197,18 @@ class CollectionSync:
         if forced is not None:
             code = str(forced)
         elif item not in self.folder.items:
-            code = GONE if kind in ("Change", "Delete", "Fetch") else MALFORMED
+            code = OK if self.options.missing_is_fine else GONE if kind in ("Change", "Delete", "Fetch") else MALFORMED
         elif kind == "Change":
             self.change_item(item, command, snapshot)
         elif kind == "Delete":
             as_move = self.request.value("AirSync:DeletesAsMoves", "1") != "0"
+            as_move = as_move or self.options.always_trash
             self.call.store.delete(self.call.user, self.folder, item, as_move)
             snapshot.items.pop(item, None)
         elif kind == "Fetch":
             more = [Node("AirSync:ApplicationData", *items.properties(
                 self.folder.items[item], self.folder, item, self.wish(), self.call.new))]
-        if code != OK or kind in ("Fetch", "Add") or self.call.options.confirm_all:
+        if code != OK or kind in ("Fetch", "Add") or self.options.confirm_all:
             self.responses.append(Node(f"AirSync:{kind}", Node("AirSync:ServerId", text),
                                        Node("AirSync:Status", code), *more))
 
@@ -276,6 +290,8 @@ def get_item_estimate(call):
         folder_id = request.value("GetItemEstimate:CollectionId", "")
         folder, state = call.user.folders.get(folder_id), call.device.collections.get(folder_id)
         key = request.value("AirSync:SyncKey")
+        if key == "0" and call.options.counting_keys:
+            call.http_error(501)
         snapshot = state.ring.open(key) if state and key else None
         if folder is None or snapshot is None:
             code = "2" if folder is None else "3"

@@ -872,5 +872,81 @@ class Others(ServerTest):
         self.assertEqual((found["read"], found["flag"], found["verb"]), (True, 2, 1))
 
 
+class Lenient(ServerTest):
+    """The server that counts its keys and refuses little."""
+
+    arguments = ("--quirks", "lenient")
+
+    def testKeysCountAndSettle(self):
+        self.deliver()
+        self.client.folder_sync()
+        folder = self.server.folder_id("Inbox")
+        self.assertEqual(text(self.client.sync_at(folder, "0"), "AirSync:SyncKey"), "-1")
+        answer = self.client.sync_at(folder, "-1")
+        self.assertEqual((text(answer, "AirSync:SyncKey"), len(commands_of(answer))), ("1-2", 1))
+        answer = self.client.sync_at(folder, "1-2")
+        self.assertEqual((text(answer, "AirSync:SyncKey"), len(commands_of(answer))), ("1-3", 0))
+        self.assertIsNone(self.client.sync_at(folder, "1-3"))
+        self.client.post("Sync", testing.foreign_encode(
+            f'<Sync xmlns="AirSync:"><Collections>{self.client.sync_xml(folder, "bogus")}</Collections></Sync>'))
+        self.assertEqual(self.client.status, 501)
+
+    def testLostAnswerComesAgainAsChange(self):
+        folder = self.ready()
+        self.client.sync(folder)
+        self.deliver("lost")
+        key = self.client.keys[folder]
+        self.client.sync_at(folder, key)
+        found = commands_of(self.client.sync_at(folder, key))
+        self.assertEqual([(name, text(data, "Email:Subject")) for name, _, data in found], [("Change", "lost")])
+
+    def testCommandsAreAllConfirmedAndMissingOnesToo(self):
+        self.deliver()
+        folder = self.ready()
+        self.client.sync(folder)
+        self.deliver("new")
+        answer = self.client.sync(folder, "<Delete><ServerId>1</ServerId></Delete><Delete><ServerId>99</ServerId></Delete>",
+                                  more="<DeletesAsMoves>0</DeletesAsMoves>")
+        self.assertEqual([text(d, "AirSync:Status") for d in at(answer, "AirSync:Responses/Delete")], ["1", "1"])
+        self.assertEqual(commands_of(answer), [])
+        self.assertEqual(len(self.server.messages("Trash")), 1)
+        self.assertEqual(len(commands_of(self.client.sync(folder))), 1)
+
+    def testChangeIsTheWholeItemAndNothingIsTruncated(self):
+        self.deliver("whole", "a long text\r\n")
+        folder = self.ready()
+        self.server.control("flag", id="1", read=True)
+        data = commands_of(self.client.sync(folder, options=body_options(1, size=2)))[0][2]
+        self.assertEqual(text(data, "Email:Subject"), "whole")
+        self.assertEqual(text(data, "AirSyncBase:Body/Data"), "a long text\r\n")
+
+    def testMissingThingsAreFetchedWithSuccess(self):
+        folder = self.ready()
+        root = self.client.ask("ItemOperations", '<ItemOperations xmlns="ItemOperations:"><Fetch><Store>Mailbox</Store>'
+                               f'<CollectionId xmlns="AirSync:">{folder}</CollectionId><ServerId xmlns="AirSync:">9</ServerId></Fetch>'
+                               '<Fetch><Store>Mailbox</Store><FileReference xmlns="AirSyncBase:">none</FileReference></Fetch>'
+                               "</ItemOperations>")
+        item, attachment = at(root, "ItemOperations:Response/Fetch")
+        self.assertEqual((text(item, "ItemOperations:Status"), text(item, "ItemOperations:Properties")), ("1", ""))
+        self.assertEqual(text(attachment, "ItemOperations:Properties/Data"), "(null)")
+
+    def testFolderKeysAreNotCompared(self):
+        folder = self.ready()
+        self.client.sync(folder)
+        root = self.client.folder_sync("anything")
+        self.assertEqual(text(root, "FolderHierarchy:Changes/Count"), "0")
+        self.client.folder_sync()
+        self.assertEqual(text(self.client.sync(folder), "AirSync:Status"), "3")
+
+    def testPingReturnsUntilSettled(self):
+        self.deliver()
+        folder = self.ready()
+        ping = ('<Ping xmlns="Ping:"><HeartbeatInterval>1</HeartbeatInterval><Folders><Folder><Id>'
+                f"{folder}</Id><Class>Email</Class></Folder></Folders></Ping>")
+        self.assertEqual(text(self.client.ask("Ping", ping), "Ping:Status"), "2")
+        self.client.sync(folder)
+        self.assertEqual(text(self.client.ask("Ping", ping), "Ping:Status"), "1")
+
+
 if __name__ == "__main__":
     sys.exit(testing.main())
