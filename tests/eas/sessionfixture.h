@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef SESSIONFIXTURE_H
+#define SESSIONFIXTURE_H
+
+#include "daemon/eas/command.h"
+#include "daemon/eas/session.h"
+#include "tests/eas/scriptedserver.h"
+
+#include <memory>
+
+/** A scripted server and a session with it. */
+class SessionFixture
+{
+public:
+    /** With a `version` the session knows it already and does not ask for it. */
+    explicit SessionFixture(const char *version = "14.1");
+
+    /** Starts a command and waits for its end; false when it does not end. */
+    static bool run(Eas::Command *command, int milliseconds = 10000);
+    /** The XML of request `i`, or of the last one. */
+    QByteArray xml(int i = -1) const;
+    /** The Cmd of each request, "OPTIONS" for that method. */
+    QList<QByteArray> commands() const;
+
+    ScriptedServer server;
+    std::unique_ptr<Eas::Session> session;
+};
+
+#endif
