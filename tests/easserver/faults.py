@@ -9,6 +9,8 @@ A fault is a JSON object: "kind", and optionally "command" (only for that one), 
   status             the command's own Status is "status"
   collection_status  every Collection of a Sync is refused with "status" (3: wrong key, 12: folders)
   item_status        every Change, Delete, Move of the client is refused with "status"
+  odd_item           the first Add of a Sync is odd: "how" is empty (no data), dates, values (words for
+                     numbers), twice, no_id
   more               Sync says MoreAvailable with a new key and without items
   delay              "seconds" before the request is carried out, or with "late" before the answer
   slow               the answer trickles at "rate" bytes a second
@@ -23,9 +25,9 @@ A fault is a JSON object: "kind", and optionally "command" (only for that one), 
 import itertools
 import random
 
-from wbxml import HEADER, number
+from wbxml import HEADER, Node, number
 
-KINDS = ("http", "status", "collection_status", "item_status", "more", "delay", "slow", "cut", "reset",
+KINDS = ("http", "status", "collection_status", "item_status", "odd_item", "more", "delay", "slow", "cut", "reset",
          "reset_request", "damage", "rubbish", "unknown")
 
 
@@ -95,6 +97,30 @@ def damage(data, how):
             out[at] ^= 1 << noise.randrange(8)
         return bytes(out)
     raise ValueError(f"no such damage: {how}")
+
+
+def spoil(commands, how):
+    """A Sync's commands with the first Add made odd."""
+    at = next((n for n, node in enumerate(commands) if node.tag == "AirSync:Add"), None)
+    if at is None:
+        return commands
+    head, data = commands[at].nodes()
+    odd = {"empty": [Node("AirSync:Add", head)],
+           "twice": [commands[at], commands[at]],
+           "no_id": [Node("AirSync:Add", data)],
+           "dates": [Node("AirSync:Add", head, _without(data, Node("Email:DateReceived", "the day before")))],
+           "values": [Node("AirSync:Add", head, _without(
+               data, Node("Email:Read", "maybe"), Node("Email:Importance", "very"), Node(
+                   "AirSyncBase:Body", Node("AirSyncBase:Type", "text"),
+                   Node("AirSyncBase:EstimatedDataSize", "-1"))))]}[how]
+    return commands[:at] + odd + commands[at + 1:]
+
+
+def _without(data, *more):
+    """Other elements in the place of those that are not encoded yet; what comes last counts."""
+    names = {node.tag for node in more}
+    kept = [c for c in data.children if getattr(c, "tag", None) not in names]
+    return Node(data.tag, *kept, *more)
 
 
 def with_unknown(data):

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """A message as the elements of a client's item (MS-ASEMAIL, MS-ASAIRS, MS-ASCON)."""
 
+import codecs
 import email.utils
 import hashlib
 import html
@@ -286,12 +287,15 @@ def _mime_data(message, size):
 
 
 def _is_text(data):
+    decoder = codecs.getincrementaldecoder("utf-8")()
     try:
-        whole = bytes(data)
-        whole.decode()
+        for at in range(0, len(data), 1 << 20):
+            if "\0" in decoder.decode(data[at:at + (1 << 20)]):
+                return False
+        decoder.decode(b"", True)
     except UnicodeDecodeError:
         return False
-    return b"\0" not in whole
+    return True
 
 
 def body(message, wish, kind=None, new=True):

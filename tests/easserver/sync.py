@@ -3,6 +3,7 @@
 
 import time
 
+import faults
 import items
 from device import Collection
 from mailstore import NOT_MAIL
@@ -154,6 +155,8 @@ class CollectionSync:
         snapshot.change = -1 if self.more else self.folder.change
         snapshot.filter = self.state.filter
         commands = self.window(todo, size, snapshot.items)
+        if "odd_item" in self.call.faults:
+            commands = faults.spoil(commands, self.call.fault_value("odd_item", "how"))
         return [Node("AirSync:Commands", *commands)] if commands else []
 
     def window(self, todo, size, known):

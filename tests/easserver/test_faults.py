@@ -103,6 +103,20 @@ class Faults(ServerTest):
         self.assertNotEqual(self.client.keys[folder], key)
         self.assertEqual(len(commands_of(self.client.sync(folder))), 1)
 
+    def testOddItems(self):
+        self.deliver()
+        self.client.folder_sync()
+        folder = self.server.folder_id("Inbox")
+        for how, expected in (("empty", [("1", False)]), ("twice", [("1", True), ("1", True)]),
+                              ("no_id", [(None, True)]), ("dates", [("1", True)]), ("values", [("1", True)])):
+            with self.subTest(how=how):
+                key = text(self.client.sync_at(folder, "0"), "AirSync:SyncKey")
+                self.fault("odd_item", command="Sync", how=how)
+                found = commands_of(self.client.sync_at(folder, key))
+                self.assertEqual([(item, data is not None) for _, item, data in found], expected)
+        self.assertEqual([text(found[0][2], "Email:Read"), text(found[0][2], "AirSyncBase:Body/Type")],
+                         ["maybe", "text"])
+
     def testDelayBeforeAndAfterTheWork(self):
         for late in (False, True):
             self.fault("delay", seconds=0.3, late=late)

@@ -21,6 +21,7 @@ private slots:
     void stopsAndStartsOnTheSamePort();
     void diesAndForgets();
     void makesCertificates();
+    void takesSamples();
 };
 
 void TestEasServer::initTestCase()
@@ -126,6 +127,28 @@ void TestEasServer::makesCertificates()
     QCOMPARE(server.url().scheme(), QStringLiteral("https"));
     // Nobody trusts it.
     QCOMPARE(askOptions(server), 0);
+}
+
+void TestEasServer::takesSamples()
+{
+    QTemporaryDir place;
+    QVERIFY(EasServer::makeMail(place.path(), 20, 1000));
+    EasServer server(place.path());
+    QVERIFY(server.start());
+    const QString alice = QStringLiteral("alice");
+    QCOMPARE(server.messages(alice, QStringLiteral("Inbox")).size(), 20);
+    const QHash<QString, QString> ids =
+        server.load(alice, QStringLiteral("Junk"), EasServer::samples(), QStringLiteral("*.eml"));
+    QVERIFY(ids.size() > 90);
+    QVERIFY(ids.contains(QStringLiteral("charset-koi8r.eml")));
+    QCOMPARE(server.messages(alice, QStringLiteral("Junk")).size(), ids.size());
+    if (EasServer::pythonSamples().isEmpty())
+        QSKIP("the messages of Python's own e-mail tests are not installed");
+    QVERIFY(server
+                .load(alice, QStringLiteral("Sent"), EasServer::pythonSamples(),
+                      QStringLiteral("msg_*.txt"), 1000000000)
+                .size()
+            > 40);
 }
 
 QTEST_GUILESS_MAIN(TestEasServer)

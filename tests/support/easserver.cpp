@@ -175,12 +175,58 @@ QStringList EasServer::makeCertificate(const QString &directory, const QString &
 {
     const QStringList files {directory + QStringLiteral("/tls.crt"),
                              directory + QStringLiteral("/tls.key")};
+    const bool made =
+        runScript("make_certificate.py", {files[0], files[1], names, QString::number(days)});
+    return made ? files : QStringList();
+}
+
+bool EasServer::makeMail(const QString &mailDirectory, int count, qint64 attachmentSize)
+{
+    return runScript("make_mail.py",
+                     {QString::number(count), mailDirectory, QStringLiteral("--attachment-size"),
+                      QString::number(attachmentSize)});
+}
+
+bool EasServer::runScript(const char *name, const QStringList &arguments)
+{
     QProcess script;
     script.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    script.start(QStringLiteral("python3"),
-                 {QStringLiteral("-B"), QStringLiteral(EASSERVER_DIRECTORY "/make_certificate.py"),
-                  files[0], files[1], names, QString::number(days)});
-    script.waitForFinished();
-    return script.exitStatus() == QProcess::NormalExit && script.exitCode() == 0 ? files
-                                                                                 : QStringList();
+    const QString path = QStringLiteral(EASSERVER_DIRECTORY "/") + QLatin1String(name);
+    script.start(QStringLiteral("python3"), QStringList {QStringLiteral("-B"), path} + arguments);
+    script.waitForFinished(-1);
+    return script.exitStatus() == QProcess::NormalExit && script.exitCode() == 0;
+}
+
+QString EasServer::samples()
+{
+    return QDir::cleanPath(QStringLiteral(EASSERVER_DIRECTORY "/../data/mail"));
+}
+
+QString EasServer::pythonSamples()
+{
+    const QStringList versions =
+        QDir(QStringLiteral("/usr/lib")).entryList({QStringLiteral("python3.*")}, QDir::Dirs);
+    for (const QString &version : versions) {
+        const QDir data(QStringLiteral("/usr/lib/%1/test/test_email/data").arg(version));
+        if (!data.entryList({QStringLiteral("msg_*.txt")}).isEmpty())
+            return data.path();
+    }
+    return QString();
+}
+
+QHash<QString, QString> EasServer::load(const QString &user, const QString &folder,
+                                        const QString &directory, const QString &pattern,
+                                        qint64 received)
+{
+    QJsonObject wish {{QStringLiteral("user"), user},
+                      {QStringLiteral("folder"), folder},
+                      {QStringLiteral("directory"), directory},
+                      {QStringLiteral("pattern"), pattern}};
+    if (received)
+        wish[QStringLiteral("received")] = received;
+    const QJsonObject ids = control("load", wish)[QStringLiteral("ids")].toObject();
+    QHash<QString, QString> found;
+    for (auto one = ids.begin(); one != ids.end(); ++one)
+        found[one.key()] = one.value().toString();
+    return found;
 }

@@ -3,6 +3,7 @@
 #define EASSERVER_H
 
 #include <QByteArray>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QProcess>
@@ -53,6 +54,12 @@ public:
     /** A short plain message with that subject. */
     QString deliverText(const QString &user, const QString &subject,
                         const QString &folder = QStringLiteral("Inbox"));
+    /** Puts every file of a directory that matches the pattern into a folder; returns the ids by
+     * file name. `received` in seconds since 1970; 0: when their Date says. */
+    QHash<QString, QString> load(const QString &user, const QString &folder,
+                                 const QString &directory,
+                                 const QString &pattern = QStringLiteral("[!.]*"),
+                                 qint64 received = 0);
     /** Asks for a fault: "kind", "command", "count" and more. */
     void fault(const QJsonObject &wish) { control("fault", wish); }
     void clearFaults() { control("fault-clear"); }
@@ -71,6 +78,14 @@ public:
     /** What the server calls the folder; empty when it has none of that path. */
     QString folderId(const QString &user, const QString &folder);
 
+    /** The folder of our own sample messages (*.eml). */
+    static QString samples();
+    /** That of Python's own e-mail tests (msg_*.txt); empty where they are not installed. */
+    static QString pythonSamples();
+    /** Writes `count` messages into MAILDIR/alice/Inbox, 4 KiB each, every tenth with an attachment
+     * of that many bytes more. */
+    static bool makeMail(const QString &mailDirectory, int count, qint64 attachmentSize = 102400);
+
     /**
      * Writes CERT and KEY for --tls into a directory and returns their paths. `names` as openssl
      * writes them ("DNS:localhost,IP:127.0.0.1"); `days` of validity, negative: over already. Empty
@@ -82,6 +97,8 @@ public:
                     int days = 2);
 
 private:
+    static bool runScript(const char *name, const QStringList &arguments);
+
     QString m_mailDirectory;
     QStringList m_arguments;
     QProcess m_process;
