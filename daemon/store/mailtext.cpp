@@ -8,7 +8,19 @@ namespace Store {
 
 namespace {
 
-constexpr int previewSource = 0x4000; ///< bytes of a body that are looked at
+/** With a replacement character for each half of a pair that stands alone. */
+QString wellFormed(QString text)
+{
+    for (int i = 0; i < text.size(); ++i) {
+        const bool paired =
+            text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
+        if (paired)
+            ++i;
+        else if (text.at(i).isSurrogate())
+            text[i] = QChar::ReplacementCharacter;
+    }
+    return text;
+}
 
 /** Cuts without leaving half of a surrogate pair. */
 QString cut(const QString &text, int maximum)
@@ -16,56 +28,6 @@ QString cut(const QString &text, int maximum)
     if (text.size() <= maximum)
         return text;
     return text.left(text.at(maximum - 1).isHighSurrogate() ? maximum - 1 : maximum);
-}
-
-/** Cuts UTF-8 without leaving half of a character. */
-QByteArray cutUtf8(const QByteArray &text, int maximum)
-{
-    if (text.size() <= maximum)
-        return text;
-    int end = maximum;
-    while (end > 0 && (uchar(text.at(end)) & 0xc0) == 0x80)
-        --end;
-    return text.left(end);
-}
-
-bool isTag(const QString &html, int at, QLatin1String name)
-{
-    const int after = at + name.size();
-    return html.midRef(at, name.size()).compare(name, Qt::CaseInsensitive) == 0
-        && !(after < html.size() && html.at(after).isLetterOrNumber());
-}
-
-/** The text between the tags, without comments, styles and scripts; entities of the common kind. */
-QString strippedHtml(const QString &html)
-{
-    QString text;
-    for (int i = 0; i < html.size(); ++i) {
-        if (html.at(i) != QLatin1Char('<')) {
-            text += html.at(i);
-            continue;
-        }
-        QString end = QStringLiteral(">");
-        for (const char *hidden : {"style", "script", "head", "title"}) {
-            if (isTag(html, i + 1, QLatin1String(hidden)))
-                end = QLatin1String("</") + QLatin1String(hidden);
-        }
-        if (html.midRef(i, 4) == QLatin1String("<!--"))
-            end = QStringLiteral("-->");
-        const int close = html.indexOf(end, i, Qt::CaseInsensitive);
-        const int last = close < 0 ? -1 : html.indexOf(QLatin1Char('>'), close);
-        if (last < 0)
-            break;
-        text += QLatin1Char(' ');
-        i = last;
-    }
-    text.replace(QLatin1String("&nbsp;"), QLatin1String(" "));
-    text.replace(QLatin1String("&lt;"), QLatin1String("<"));
-    text.replace(QLatin1String("&gt;"), QLatin1String(">"));
-    text.replace(QLatin1String("&quot;"), QLatin1String("\""));
-    text.replace(QLatin1String("&#39;"), QLatin1String("'"));
-    text.replace(QLatin1String("&amp;"), QLatin1String("&"));
-    return text;
 }
 
 bool isToken(const QByteArray &text)
@@ -90,7 +52,7 @@ QString MailText::headerText(const QString &text, int maximum)
             || c == QChar::ParagraphSeparator)
             c = QLatin1Char(' ');
     }
-    return cut(line, maximum).trimmed();
+    return cut(wellFormed(line), maximum).trimmed();
 }
 
 QList<QMailAddress> MailText::addresses(const QString &text)
@@ -111,9 +73,11 @@ QString MailText::fileName(const QString &name)
     return cut(result, 255).trimmed();
 }
 
-bool MailText::isAscii(const QString &text)
+bool MailText::isParameter(const QString &text)
 {
-    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+    return std::all_of(text.begin(), text.end(), [](QChar c) {
+        return c.unicode() < 0x7f && !std::strchr("\"\\;=", c.toLatin1());
+    });
 }
 
 QByteArray MailText::mediaType(const QString &text)
@@ -142,17 +106,6 @@ QByteArray MailText::storableText(const QByteArray &text)
         }
     }
     return result.isEmpty() ? QByteArray("\r\n") : result;
-}
-
-QString MailText::preview(const Eas::Body &body)
-{
-    const QString told = headerText(body.preview, previewLength).simplified();
-    if (!told.isEmpty() || body.type == Eas::Mime)
-        return told;
-    QString text = QString::fromUtf8(cutUtf8(body.data, previewSource));
-    if (body.type == Eas::Html)
-        text = strippedHtml(text);
-    return headerText(text.simplified(), previewLength);
 }
 
 } // namespace Store

@@ -2,8 +2,6 @@
 #ifndef STORE_MAILTEXT_H
 #define STORE_MAILTEXT_H
 
-#include "daemon/eas/mailitem.h"
-
 #include <QByteArray>
 #include <qmailaddress.h>
 #include <QString>
@@ -16,7 +14,6 @@ namespace MailText {
 constexpr int maximumHeaderLength = 4096;   ///< characters of a subject or a name
 constexpr int maximumIdLength = 1024;       ///< characters of an id
 constexpr int maximumAddressText = 0x20000; ///< characters of one list of addresses
-constexpr int previewLength = 280;          ///< characters
 
 /** One line without control characters, at most so long; cut between characters. */
 QString headerText(const QString &text, int maximum = maximumHeaderLength);
@@ -27,7 +24,8 @@ QList<QMailAddress> addresses(const QString &text);
 /** A file's name without folders, control characters and odd ends. */
 QString fileName(const QString &name);
 
-bool isAscii(const QString &text);
+/** Whether QMF writes the text into a header's parameter, and reads it back, as it is. */
+bool isParameter(const QString &text);
 
 /** TYPE/SUBTYPE in lower case, or empty if it is no media type. */
 QByteArray mediaType(const QString &text);
@@ -38,9 +36,6 @@ QByteArray mediaType(const QString &text);
  * An empty single-part text message crashes a mail program that opens it.
  */
 QByteArray storableText(const QByteArray &text);
-
-/** The first words of a body. */
-QString preview(const Eas::Body &body);
 
 } // namespace MailText
 

@@ -3,6 +3,7 @@
 
 #include "daemon/store/contentmark.h"
 #include "daemon/store/mailtext.h"
+#include "daemon/store/mimeguard.h"
 
 #include <QDateTime>
 #include <QMimeDatabase>
@@ -59,7 +60,7 @@ QMailMessagePart attachmentPart(const Eas::Attachment &attachment)
                                                    : QMailMessageContentDisposition::Attachment);
     if (!name.isEmpty()) {
         const QByteArray encoded = QMailMessageHeaderField::encodeParameter(name, "UTF-8");
-        const bool plain = MailText::isAscii(name);
+        const bool plain = MailText::isParameter(name);
         type.setParameter("name", plain ? name.toLatin1() : encoded);
         disposition.setParameter("filename", plain ? name.toLatin1() : encoded);
         if (!plain) {
@@ -183,7 +184,6 @@ void setContentState(QMailMessage *message, const Eas::MailItem &item)
     message->setStatus(Message::HasAttachments, attached || (mime && message->hasAttachments()));
     message->setSize(uint(sizeOf(item)));
     message->setContentSize(uint(sizeOf(item)));
-    message->setPreview(item.body ? MailText::preview(*item.body) : QString());
     ContentMark::of(item).store(message);
 }
 
@@ -257,7 +257,8 @@ bool MessageBuilder::isNews(const Eas::MailItem &item, const QMailMessageMetaDat
 
 QMailMessage MessageBuilder::build(const Eas::MailItem &item)
 {
-    const bool mime = item.body && item.body->type == Eas::Mime && !item.body->data.isEmpty();
+    const bool mime =
+        item.body && item.body->type == Eas::Mime && MimeGuard::isHarmless(item.body->data);
     QMailMessage message = mime ? QMailMessage::fromRfc2822(item.body->data) : QMailMessage();
     message.setMessageType(Message::Email);
     message.setContentScheme(QStringLiteral("qmfstoragemanager"));
