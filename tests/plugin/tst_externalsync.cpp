@@ -1,0 +1,326 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/plugin/fakemessageserver.h"
+#include "tests/plugin/servicefixture.h"
+
+#include <QTest>
+
+/** Synchronisations that the daemon starts by itself, and the marker that shows them. */
+class TestExternalSync : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aSyncOfTheDaemonsOwnStartsAMarkerAndEndsIt();
+    void theMarkerCarriesAnEmptyNameAndATypedEmptyText();
+    void aSyncOfAnotherAccountChangesNothing();
+    void aSyncThatARequestOfOursExplainsCreatesNoMarker();
+    void aRequestThatThePollFindsDeadExplainsNothing();
+    void twoStartsInARowCreateOneMarker();
+    void twoStartsWhileTheMarkerRunsCreateOneMarker();
+    void anEndWithoutAMarkerCompletesNothing();
+    void aBurstLeavesTheServiceFreeAndTheMarkerCompletesAtOnce();
+    void twoBurstsBeforeTheMarkerArrivesLeaveTheServiceFree();
+    void aSecondSyncBeforeTheMarkerArrivesIsFollowedByIt();
+    void anEndBetweenDeliveryAndInProgressEndsTheMarker();
+    void anEndDoesNotStopTheWaitingForARequestOfOurs();
+    void cancellingTheMarkerStopsTheSyncAtTheDaemon();
+    void anEndAfterACancellationCompletesNothing();
+    void theMarkerOutlivesTheDaemonAndEndsWithTheNextSync();
+    void theProgressGoesOnWhileTheMarkerRuns();
+};
+
+namespace {
+
+class ExternalSyncFixture
+{
+public:
+    quint64 id() const { return f.account.toULongLong(); }
+
+    void start()
+    {
+        f.daemon.syncStarted(id());
+        f.daemon.settle();
+    }
+
+    void end()
+    {
+        f.daemon.syncCompleted(id());
+        f.daemon.settle();
+    }
+
+    /** What the message server does with a marker: it hands it to the source. */
+    bool deliver() { return f.source().protocolRequest(f.account, QString(), QVariant(QString())); }
+
+    /** Starts a synchronisation and takes its marker all the way. */
+    qulonglong startAndTakeUp()
+    {
+        start();
+        const auto marker = server.waitForRequest("protocolRequest");
+        deliver();
+        server.setActivity(marker.action, QMailServiceAction::InProgress);
+        return marker.action;
+    }
+
+    FakeMessageServer server;
+    ServiceFixture f;
+};
+
+} // namespace
+
+void TestExternalSync::aSyncOfTheDaemonsOwnStartsAMarkerAndEndsIt()
+{
+    ExternalSyncFixture x;
+    LogRecorder log;
+    x.start();
+    QVERIFY(log.takeLines().contains(
+        QStringLiteral("Got sync request, but have no action for it. Creating FAKE action")));
+    QVERIFY(x.f.service->isWaiting());
+    QVERIFY(!x.f.source().isExternalSyncWorking());
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    QCOMPARE(x.f.spy.take(), texts({"progress 0/1000"}));
+    QVERIFY(x.deliver());
+    QCOMPARE(x.f.spy.take(), texts({"status protocol request received"}));
+    x.server.setActivity(marker.action, QMailServiceAction::InProgress);
+    QVERIFY(x.f.source().isExternalSyncWorking());
+    log.takeLines();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+    QCOMPARE(
+        log.takeLines(),
+        QStringList({QStringLiteral("Synchronize COMPLETED signal received for the account  %1")
+                         .arg(x.id()),
+                     QStringLiteral("FAKE action is completed"),
+                     QStringLiteral("OrvService::stopWaiting( 200 )"),
+                     QStringLiteral("OrvSource::Action completed")}));
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    QVERIFY(!x.f.source().isExternalSyncWorking());
+}
+
+void TestExternalSync::theMarkerCarriesAnEmptyNameAndATypedEmptyText()
+{
+    ExternalSyncFixture x;
+    x.start();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    QCOMPARE(qdbus_cast<QMailAccountId>(marker.arguments.value(0)), x.f.account);
+    QCOMPARE(marker.arguments.value(1).toString(), QString());
+    const QVariant data = marker.arguments.value(2).value<QDBusVariant>().variant();
+    QCOMPARE(data.userType(), int(QMetaType::QString));
+    QCOMPARE(data.toString(), QString());
+}
+
+void TestExternalSync::aSyncOfAnotherAccountChangesNothing()
+{
+    ExternalSyncFixture x;
+    LogRecorder log;
+    x.f.daemon.syncStarted(x.id() + 1);
+    x.f.daemon.syncCompleted(x.id() + 1);
+    x.f.daemon.settle();
+    QVERIFY(!x.f.service->isWaiting());
+    QCOMPARE(log.takeLines(), QStringList());
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QCOMPARE(x.server.requests("protocolRequest").count(), 0);
+}
+
+void TestExternalSync::aSyncThatARequestOfOursExplainsCreatesNoMarker()
+{
+    ExternalSyncFixture x;
+    x.f.source().synchronize(x.f.account);
+    x.f.spy.take();
+    x.start();
+    QCOMPARE(x.f.daemon.callCount("isRequestAlive"), 1);
+    x.f.daemon.complete(1, 200);
+    x.end();
+    QCOMPARE(x.f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+    x.f.daemon.settle();
+    QCOMPARE(x.server.requests("protocolRequest").count(), 0);
+}
+
+void TestExternalSync::aRequestThatThePollFindsDeadExplainsNothing()
+{
+    ExternalSyncFixture x;
+    x.f.source().retrieveFolderList(x.f.account, QMailFolderId(), true);
+    x.f.daemon.answerAlive(0);
+    x.f.spy.take();
+    x.start();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true", "progress 0/1000"}));
+    QVERIFY(x.server.waitForRequest("protocolRequest").action != 0);
+}
+
+void TestExternalSync::twoStartsInARowCreateOneMarker()
+{
+    ExternalSyncFixture x;
+    x.start();
+    x.start();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    x.deliver();
+    x.server.setActivity(marker.action, QMailServiceAction::InProgress);
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
+}
+
+void TestExternalSync::twoStartsWhileTheMarkerRunsCreateOneMarker()
+{
+    ExternalSyncFixture x;
+    const qulonglong marker = x.startAndTakeUp();
+    x.start();
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+    x.server.setActivity(marker, QMailServiceAction::Successful);
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
+}
+
+void TestExternalSync::anEndWithoutAMarkerCompletesNothing()
+{
+    ExternalSyncFixture x;
+    LogRecorder log;
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QCOMPARE(log.takeLines(),
+             QStringList(QStringLiteral("Synchronize COMPLETED signal received for the account  %1")
+                             .arg(x.id())));
+    // Nor does it end the waiting for something else.
+    x.f.service->startWaiting();
+    x.f.spy.take();
+    x.end();
+    QVERIFY(x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestExternalSync::aBurstLeavesTheServiceFreeAndTheMarkerCompletesAtOnce()
+{
+    ExternalSyncFixture x;
+    x.f.daemon.syncStarted(x.id());
+    x.f.daemon.syncCompleted(x.id());
+    x.f.daemon.settle();
+    QVERIFY(!x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.take(), texts({"progress 0/1000", "activity 2"}));
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    QVERIFY(x.deliver());
+    QTRY_COMPARE(x.f.spy.completions(), 1);
+    QCOMPARE(x.f.spy.take(), texts({"status protocol request received", "completed true"}));
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    // The next one has a marker of its own.
+    x.start();
+    QVERIFY(x.server.waitForRequest("protocolRequest").action != marker.action);
+}
+
+void TestExternalSync::twoBurstsBeforeTheMarkerArrivesLeaveTheServiceFree()
+{
+    ExternalSyncFixture x;
+    for (int i = 0; i < 2; ++i) {
+        x.start();
+        QVERIFY(x.f.service->isWaiting());
+        x.end();
+        QVERIFY(!x.f.service->isWaiting());
+    }
+    x.deliver();
+    QTRY_COMPARE(x.f.spy.completions(), 1);
+    x.server.waitForRequest("protocolRequest");
+    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
+}
+
+void TestExternalSync::aSecondSyncBeforeTheMarkerArrivesIsFollowedByIt()
+{
+    ExternalSyncFixture x;
+    x.start();
+    x.end();
+    x.start();
+    x.f.spy.take();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    x.deliver();
+    x.server.setActivity(marker.action, QMailServiceAction::InProgress);
+    QCOMPARE(x.f.spy.completions(), 0);
+    x.end();
+    QCOMPARE(x.f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
+}
+
+void TestExternalSync::anEndBetweenDeliveryAndInProgressEndsTheMarker()
+{
+    ExternalSyncFixture x;
+    x.start();
+    x.server.waitForRequest("protocolRequest");
+    x.deliver();
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+    QVERIFY(!x.f.service->isWaiting());
+}
+
+void TestExternalSync::anEndDoesNotStopTheWaitingForARequestOfOurs()
+{
+    ExternalSyncFixture x;
+    x.start();
+    // The message server puts an action of the person before the marker.
+    x.f.source().retrieveFolderList(x.f.account, QMailFolderId(), true);
+    x.f.spy.take();
+    x.end();
+    QVERIFY(x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.take(), QStringList());
+    x.f.daemon.complete(1, 200);
+    x.f.daemon.settle();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+    x.deliver();
+    QTRY_COMPARE(x.f.spy.completions(), 1);
+}
+
+void TestExternalSync::cancellingTheMarkerStopsTheSyncAtTheDaemon()
+{
+    ExternalSyncFixture x;
+    x.startAndTakeUp();
+    x.f.spy.take();
+    x.f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
+    QCOMPARE(x.f.spy.take(), texts({"error 1030", "available true"}));
+    const auto stop = x.f.daemon.calls("stopSync").value(0);
+    QCOMPARE(stop.arguments, QVariantList({x.id(), 1030}));
+    QVERIFY(stop.wantsReply);
+}
+
+void TestExternalSync::anEndAfterACancellationCompletesNothing()
+{
+    ExternalSyncFixture x;
+    const qulonglong marker = x.startAndTakeUp();
+    x.f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
+    x.server.setActivity(marker, QMailServiceAction::Failed);
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestExternalSync::theMarkerOutlivesTheDaemonAndEndsWithTheNextSync()
+{
+    ExternalSyncFixture x;
+    x.startAndTakeUp();
+    x.f.daemon.vanish();
+    x.f.tick(1003);
+    QVERIFY(x.f.source().isExternalSyncWorking());
+    QVERIFY(x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.completions(), 0);
+    QVERIFY(x.f.daemon.appear());
+    x.start();
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestExternalSync::theProgressGoesOnWhileTheMarkerRuns()
+{
+    ExternalSyncFixture x;
+    x.startAndTakeUp();
+    x.f.tick(1000);
+    x.f.spy.take();
+    x.f.tick();
+    QCOMPARE(x.f.spy.take(), texts({"status Progressing...", "progress 1001/1100"}));
+}
+
+QTEST_GUILESS_MAIN(TestExternalSync)
+
+#include "tst_externalsync.moc"

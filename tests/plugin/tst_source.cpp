@@ -1,0 +1,444 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/syncinfoshmwriter.h"
+#include "service/clock.h"
+#include "tests/plugin/fakemessageserver.h"
+#include "tests/plugin/servicefixture.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using Answer = ScriptedDaemon::Answer;
+
+namespace {
+
+qint64 testTime = 0;
+
+/** The clock stands, where the test puts it. */
+class TestClock
+{
+public:
+    explicit TestClock(qint64 msecs)
+    {
+        set(msecs);
+        Clock::setSource([] { return testTime; });
+    }
+    ~TestClock() { Clock::setSource(nullptr); }
+    void set(qint64 msecs) { testTime = msecs; }
+    void advance(qint64 msecs) { testTime += msecs; }
+};
+
+constexpr qint64 Noon = 1700000000000;
+
+} // namespace
+
+/** The source's operations on the whole account, and those that need no daemon. */
+class TestSource : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void synchronizeRunsOneSyncToItsCompletion();
+    void exportUpdatesStartsAFullSync();
+    void retrieveAllSaysNothingAndSyncs();
+    void everyFailingCodeEndsTheActionWithItsError_data();
+    void everyFailingCodeEndsTheActionWithItsError();
+    void anAbsentDaemonFailsTheActionAtOnce();
+    void aRefusingDaemonFailsTheActionAtOnce();
+    void aDaemonThatDiesLeavesTheActionToThePoll();
+    void theFirstRetrieveAllAlwaysReachesTheDaemon();
+    void aRepetitionWithin4999MsIsADoublet();
+    void aRepetitionAt5000MsIsANewSync();
+    void aClockThatHasGoneBackIsNoDoublet();
+    void aRepetitionInTheSameMillisecondIsADoublet();
+    void exportUpdatesAndSynchronizeShareTheDoublets();
+    void aDoubletCompletesThroughTheServiceAfter100Ms();
+    void aFailedSyncMakesNoDoublet();
+    void aCancelledSyncMakesNoDoublet();
+    void aPollThatEndsTheSyncMakesNoDoublet();
+    void theOperationsReturnTrueWhateverTheDaemonAnswers();
+    void retrieveFolderListIgnoresFolderAndDepth();
+    void protocolRequestForAnotherAccountIsRefusedWithoutAStatus();
+    void protocolRequestWhileIdleCompletesOnTheNextTurn();
+    void protocolRequestWhileWaitingStaysOpen();
+    void rangesAreRefused();
+    void prepareMessagesCompletesWithoutTheDaemon();
+    void completeActionReportsSuccess();
+    void cancelExternalSyncDoesNothing();
+    void aServiceMadeWhileTheDaemonSyncsFollowsThatSync();
+    void aServiceMadeWhileAnotherAccountSyncsFollowsNothing();
+};
+
+void TestSource::synchronizeRunsOneSyncToItsCompletion()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    LogRecorder log;
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.spy.take(), texts({"status syncronizing", "progress 0/1000"}));
+    const QStringList lines = log.takeLines();
+    const QString id = QString::number(f.account.toULongLong());
+    QCOMPARE(lines.mid(0, 3),
+             QStringList({QStringLiteral("syncronizing"),
+                          QStringLiteral("Retrieving all for AccountId= %1 ...").arg(id),
+                          QStringLiteral("Now %1 last sync completed at 0 diff = %1").arg(Noon)}));
+    QCOMPARE(lines.last(), QStringLiteral("result =  1 for AccountId= %1").arg(id));
+    const auto calls = f.daemon.calls();
+    QCOMPARE(calls.count(), 1);
+    QCOMPARE(calls.first().method, QStringLiteral("sync"));
+    QCOMPARE(calls.first().arguments, QVariantList {f.account.toULongLong()});
+    QVERIFY(calls.first().wantsReply);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+    QVERIFY(log.takeLines().contains(QStringLiteral("Sync completed at %1").arg(Noon)));
+}
+
+void TestSource::exportUpdatesStartsAFullSync()
+{
+    ServiceFixture f;
+    LogRecorder log;
+    QVERIFY(f.source().exportUpdates(f.account));
+    QCOMPARE(f.spy.take(), texts({"status exporting updates", "progress 0/1000"}));
+    QCOMPARE(log.takeLines().first(), QStringLiteral("exporting updates"));
+    QCOMPARE(f.daemon.calls().count(), 1);
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+}
+
+void TestSource::retrieveAllSaysNothingAndSyncs()
+{
+    ServiceFixture f;
+    QVERIFY(f.source().retrieveAll(f.account));
+    QCOMPARE(f.spy.take(), texts({"progress 0/1000"}));
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+}
+
+void TestSource::everyFailingCodeEndsTheActionWithItsError_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("error");
+    QTest::newRow("address") << 400 << 1038;
+    QTest::newRow("password") << 401 << 1029;
+    QTest::newRow("forbidden") << 403 << 1026;
+    QTest::newRow("server failed") << 500 << 1027;
+    QTest::newRow("rubbish") << 501 << 1039;
+    QTest::newRow("no room") << 507 << 1031;
+    QTest::newRow("timeout") << 901 << 1040;
+    QTest::newRow("no connection") << 902 << 1034;
+    QTest::newRow("cancelled") << 1030 << 1030;
+    QTest::newRow("settings") << 60006 << 1037;
+    QTest::newRow("policy") << 60007 << 1036;
+}
+
+void TestSource::everyFailingCodeEndsTheActionWithItsError()
+{
+    QFETCH(int, code);
+    QFETCH(int, error);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.spy.take();
+    f.daemon.complete(1, code);
+    f.daemon.settle();
+    QCOMPARE(
+        f.spy.take(),
+        QStringList({QStringLiteral("error %1").arg(error), QStringLiteral("completed false")}));
+}
+
+void TestSource::anAbsentDaemonFailsTheActionAtOnce()
+{
+    ServiceFixture f;
+    f.daemon.vanish();
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.spy.takeOutcome(), texts({"error 1037", "completed false"}));
+    // It is back for the next one.
+    QVERIFY(f.daemon.appear());
+    QVERIFY(f.source().synchronize(f.account));
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+}
+
+void TestSource::aRefusingDaemonFailsTheActionAtOnce()
+{
+    ServiceFixture f;
+    f.daemon.answer(Answer::id(-1));
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.spy.takeOutcome(), texts({"error 1037", "completed false"}));
+    QVERIFY(!f.service->isWaiting());
+}
+
+void TestSource::aDaemonThatDiesLeavesTheActionToThePoll()
+{
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.vanish();
+    f.tick(1000);
+    QCOMPARE(f.spy.completions(), 0);
+    f.tick();
+    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+}
+
+void TestSource::theFirstRetrieveAllAlwaysReachesTheDaemon()
+{
+    // Even with a clock that has just begun.
+    for (const qint64 now : {qint64(5000), Noon}) {
+        TestClock clock(now);
+        ServiceFixture f;
+        f.source().retrieveAll(f.account);
+        QCOMPARE(f.daemon.callCount("sync"), 1);
+    }
+}
+
+void TestSource::aRepetitionWithin4999MsIsADoublet()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    clock.advance(60000);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    f.spy.take();
+    clock.advance(4999);
+    LogRecorder log;
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(log.takeLines().last(), QStringLiteral("doublet sync request, ignoring (emulating)"));
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+    QCOMPARE(f.spy.take(), texts({"status syncronizing"}));
+    QTRY_COMPARE(f.spy.completions(), 1);
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestSource::aRepetitionAt5000MsIsANewSync()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    clock.advance(5000);
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+}
+
+void TestSource::aClockThatHasGoneBackIsNoDoublet()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    clock.advance(-1);
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+}
+
+void TestSource::aRepetitionInTheSameMillisecondIsADoublet()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+}
+
+void TestSource::exportUpdatesAndSynchronizeShareTheDoublets()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().exportUpdates(f.account);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    f.source().retrieveAll(f.account);
+    f.source().synchronize(f.account);
+    f.source().exportUpdates(f.account);
+    QCOMPARE(f.daemon.callCount("sync"), 1);
+}
+
+void TestSource::aDoubletCompletesThroughTheServiceAfter100Ms()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    f.spy.take();
+    LogRecorder log;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    f.source().retrieveAll(f.account);
+    log.takeLines();
+    QTRY_COMPARE(f.spy.completions(), 1);
+    QVERIFY(elapsed.elapsed() >= 95);
+    // The service's, not the source's.
+    QCOMPARE(log.takeLines(), texts({"Action completed"}));
+}
+
+void TestSource::aFailedSyncMakesNoDoublet()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.complete(1, 902);
+    f.daemon.settle();
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+}
+
+void TestSource::aCancelledSyncMakesNoDoublet()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
+    f.deleteDeferred();
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+}
+
+void TestSource::aPollThatEndsTheSyncMakesNoDoublet()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.answerAlive(0);
+    f.tick(1001);
+    QCOMPARE(f.spy.completions(), 1);
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+}
+
+void TestSource::theOperationsReturnTrueWhateverTheDaemonAnswers()
+{
+    ServiceFixture f;
+    f.daemon.answer(Answer::error());
+    QVERIFY(f.source().synchronize(f.account));
+    QVERIFY(f.source().exportUpdates(f.account));
+    QVERIFY(f.source().retrieveAll(f.account));
+    QVERIFY(f.source().retrieveFolderList(f.account, QMailFolderId(), false));
+    QCOMPARE(f.spy.completions(), 4);
+}
+
+void TestSource::retrieveFolderListIgnoresFolderAndDepth()
+{
+    ServiceFixture f;
+    LogRecorder log;
+    for (const bool descending : {true, false}) {
+        QVERIFY(f.source().retrieveFolderList(f.account, QMailFolderId(17), descending));
+        QCOMPARE(f.spy.take().first(), QStringLiteral("status retrieving folder list"));
+        QCOMPARE(log.takeLines().first(), QStringLiteral("retrieving folder list"));
+    }
+    const auto calls = f.daemon.calls();
+    QCOMPARE(calls.count(), 2);
+    for (const auto &call : calls) {
+        QCOMPARE(call.method, QStringLiteral("folderSync"));
+        QCOMPARE(call.arguments, QVariantList {f.account.toULongLong()});
+    }
+}
+
+void TestSource::protocolRequestForAnotherAccountIsRefusedWithoutAStatus()
+{
+    ServiceFixture f;
+    LogRecorder log;
+    const QMailAccountId other(f.account.toULongLong() + 1);
+    QVERIFY(!f.source().protocolRequest(other, QStringLiteral("x"), QVariant(1)));
+    QCOMPARE(log.takeLines(),
+             QStringList(QStringLiteral("Protocol request received for the account  %1")
+                             .arg(other.toULongLong())));
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), QStringList());
+}
+
+void TestSource::protocolRequestWhileIdleCompletesOnTheNextTurn()
+{
+    ServiceFixture f;
+    QVERIFY(f.source().protocolRequest(f.account, QString(), QVariant()));
+    QCOMPARE(f.spy.take(), texts({"status protocol request received"}));
+    QTRY_COMPARE(f.spy.completions(), 1);
+    QCOMPARE(f.spy.take(), texts({"completed true"}));
+}
+
+void TestSource::protocolRequestWhileWaitingStaysOpen()
+{
+    ServiceFixture f;
+    f.service->startWaiting();
+    f.spy.take();
+    QVERIFY(f.source().protocolRequest(f.account, QString(), QVariant()));
+    QCOMPARE(f.spy.take(), texts({"status protocol request received"}));
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), QStringList());
+}
+
+void TestSource::rangesAreRefused()
+{
+    ServiceFixture f;
+    LogRecorder log;
+    QVERIFY(!f.source().retrieveMessageRange(QMailMessageId(1), 100));
+    QCOMPARE(log.takeLines(), texts({"retrieveMessageRange"}));
+    QVERIFY(!f.source().retrieveMessagePartRange(QMailMessagePart::Location(), 100));
+    QCOMPARE(log.takeLines(), QStringList());
+    QCOMPARE(f.spy.take(), QStringList());
+    QCOMPARE(f.daemon.calls().count(), 0);
+}
+
+void TestSource::prepareMessagesCompletesWithoutTheDaemon()
+{
+    ServiceFixture f;
+    QVERIFY(f.source().prepareMessages({}));
+    QCOMPARE(f.spy.take(), QStringList());
+    QTRY_COMPARE(f.spy.completions(), 1);
+    QCOMPARE(f.spy.take(), texts({"completed true"}));
+    QCOMPARE(f.daemon.calls().count(), 0);
+}
+
+void TestSource::completeActionReportsSuccess()
+{
+    ServiceFixture f;
+    LogRecorder log;
+    QVERIFY(QMetaObject::invokeMethod(&f.source(), "completeAction"));
+    QCOMPARE(f.spy.take(), texts({"completed true"}));
+    QCOMPARE(log.takeLines(), texts({"OrvSource::Action completed"}));
+}
+
+void TestSource::cancelExternalSyncDoesNothing()
+{
+    ServiceFixture f;
+    QVERIFY(!f.source().cancelExternalSync());
+    QCOMPARE(f.spy.take(), QStringList());
+    QCOMPARE(f.daemon.calls().count(), 0);
+}
+
+void TestSource::aServiceMadeWhileTheDaemonSyncsFollowsThatSync()
+{
+    FakeMessageServer server;
+    SyncInfoShmWriter writer;
+    ScriptedDaemon daemon;
+    const QMailAccountId account = StoreFixture::addAccount();
+    QVERIFY(writer.publish({account.toULongLong(), SyncInfoNode::SyncRunning, 10}));
+    OrvService service(account);
+    QVERIFY(!service.isWaiting());
+    const auto marker = server.waitForRequest("protocolRequest");
+    QVERIFY(marker.action != 0);
+    QVERIFY(service.isWaiting());
+    QCOMPARE(qdbus_cast<QMailAccountId>(marker.arguments.value(0)), account);
+    StoreFixture::clear();
+}
+
+void TestSource::aServiceMadeWhileAnotherAccountSyncsFollowsNothing()
+{
+    FakeMessageServer server;
+    SyncInfoShmWriter writer;
+    ScriptedDaemon daemon;
+    const QMailAccountId account = StoreFixture::addAccount();
+    QVERIFY(writer.publish({account.toULongLong() + 1, SyncInfoNode::SyncRunning, 10}));
+    QVERIFY(writer.publish({account.toULongLong(), 1, 10}));
+    OrvService service(account);
+    daemon.settle();
+    QVERIFY(!service.isWaiting());
+    QCOMPARE(server.requests("protocolRequest").count(), 0);
+    StoreFixture::clear();
+}
+
+QTEST_GUILESS_MAIN(TestSource)
+
+#include "tst_source.moc"
