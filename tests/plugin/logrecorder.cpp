@@ -46,6 +46,12 @@ QStringList LogRecorder::takeLines()
     return take(lines);
 }
 
+bool LogRecorder::hasLine(const QString &line) const
+{
+    const QMutexLocker lock(&mutex);
+    return lines.contains(line);
+}
+
 QStringList LogRecorder::takeWarnings()
 {
     return take(warnings);

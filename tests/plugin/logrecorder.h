@@ -15,6 +15,8 @@ public:
 
     /** The lines of the log category "Messaging" since the last call, without the category. */
     QStringList takeLines();
+    /** Whether the line is among those that takeLines() would give. */
+    bool hasLine(const QString &line) const;
     /** The warnings and critical messages since the last call. */
     QStringList takeWarnings();
 };

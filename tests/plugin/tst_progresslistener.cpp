@@ -1,0 +1,392 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "source/orvprogresslistener.h"
+#include "tests/plugin/servicefixture.h"
+
+#include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+QByteArray records(std::initializer_list<qint32> values)
+{
+    QByteArray bytes;
+    for (const qint32 value : values)
+        bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
+    return bytes;
+}
+
+/** A listener of a service that waits, and the daemon's end of its socket. */
+class ListenerFixture
+{
+public:
+    ListenerFixture()
+        : path(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/part"))
+    {
+        QFile::remove(path);
+        f.service->startWaiting();
+        f.spy.take();
+    }
+
+    OrvProgressListener *listen()
+    {
+        listener = new OrvProgressListener(f.service.get(), path, &f.source());
+        finished = std::make_unique<QSignalSpy>(listener.data(), &OrvProgressListener::finished);
+        return listener;
+    }
+
+    /** Connects the daemon's end. */
+    bool connectDaemon(QLocalSocket &socket)
+    {
+        socket.connectToServer(path);
+        return socket.waitForConnected();
+    }
+
+    /** What follows from `count` progress reports of the daemon. */
+    QStringList takeProgress(int count)
+    {
+        QStringList events;
+        (void)QTest::qWaitFor([&] { return (events += f.spy.take()).count() >= count; });
+        return events;
+    }
+
+    ServiceFixture f;
+    const QString path;
+    QPointer<OrvProgressListener> listener;
+    std::unique_ptr<QSignalSpy> finished;
+};
+
+} // namespace
+
+class TestProgressListener : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void listensFromItsConstruction();
+    void eightBytesThatArriveTogetherReportTheLastRecord();
+    void sixBytesReportTheFirstAndKeepTheRest();
+    void aRecordThatArrivesByteByByteIsReportedOnce();
+    void aNegativeRecordReportsNothingAndEndsNothing();
+    void aNegativeRecordBehindAGoodOneHidesIt();
+    void valuesAboveAHundredArePassedOn();
+    void whatWasWrittenBeforeTheConnectionWasWiredIsRead();
+    void aBurstOfThousandsOfRecordsReportsItsLast();
+    void theServicesOwnCountingStops();
+    void aSecondClientIsClosedAtOnceAndTheFirstGoesOn();
+    void aSecondConnectionThatIsPendingIsClosed();
+    void aTakenNameLeavesTheListenerIdleUntilTheDownloadEnds();
+    void aStaleSocketFileIsLeftAndTheListenerIsIdle();
+    void aClientThatDiesEndsTheListener();
+    void aClientThatDiesInTheMiddleOfARecordEndsTheListener();
+    void theDownloadsEndEndsAConnectedListener();
+    void aNameWithoutAPendingConnectionIsWarnedOf();
+    void aListenerThatIsDestroyedFreesItsName();
+};
+
+void TestProgressListener::listensFromItsConstruction()
+{
+    ListenerFixture x;
+    LogRecorder log;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    QTRY_VERIFY(!QFile::exists(x.path));
+    const QString quoted = QStringLiteral("\"%1\"").arg(x.path);
+    QCOMPARE(log.takeLines(),
+             QStringList({QStringLiteral("received incoming connection to path ") + quoted,
+                          QStringLiteral("0 bytes available to read from path ") + quoted,
+                          QStringLiteral("progress -1 on path ") + quoted}));
+    QCOMPARE(x.f.spy.take(), QStringList());
+    daemon.write(records({40}));
+    QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
+    QCOMPARE(log.takeLines(),
+             QStringList({QStringLiteral("4 bytes available to read from path ") + quoted,
+                          QStringLiteral("progress 40 on path ") + quoted,
+                          QStringLiteral(" progress changed to  40 of 100")}));
+    QCOMPARE(log.takeWarnings(), QStringList());
+}
+
+void TestProgressListener::eightBytesThatArriveTogetherReportTheLastRecord()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    daemon.write(records({40, 60}));
+    daemon.waitForBytesWritten();
+    QCOMPARE(x.takeProgress(1), texts({"progress 60/100"}));
+    QCOMPARE(x.finished->count(), 0);
+}
+
+void TestProgressListener::sixBytesReportTheFirstAndKeepTheRest()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    const QByteArray bytes = records({70, 80});
+    daemon.write(bytes.left(6));
+    daemon.waitForBytesWritten();
+    QCOMPARE(x.takeProgress(1), texts({"progress 70/100"}));
+    daemon.write(bytes.mid(6));
+    QCOMPARE(x.takeProgress(1), texts({"progress 80/100"}));
+}
+
+void TestProgressListener::aRecordThatArrivesByteByByteIsReportedOnce()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    LogRecorder log;
+    const QByteArray bytes = records({55});
+    for (int i = 0; i < bytes.size(); ++i) {
+        daemon.write(bytes.mid(i, 1));
+        daemon.waitForBytesWritten();
+        QTRY_VERIFY(log.hasLine(
+            QStringLiteral("%1 bytes available to read from path \"%2\"").arg(i + 1).arg(x.path)));
+    }
+    QCOMPARE(x.takeProgress(1), texts({"progress 55/100"}));
+}
+
+void TestProgressListener::aNegativeRecordReportsNothingAndEndsNothing()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    LogRecorder log;
+    daemon.write(records({-1}));
+    QTRY_VERIFY(log.hasLine(QStringLiteral("progress -1 on path \"%1\"").arg(x.path)));
+    daemon.write(records({-2147483647}));
+    daemon.waitForBytesWritten();
+    daemon.write(records({10}));
+    QCOMPARE(x.takeProgress(1), texts({"progress 10/100"}));
+    QCOMPARE(x.finished->count(), 0);
+}
+
+void TestProgressListener::aNegativeRecordBehindAGoodOneHidesIt()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    LogRecorder log;
+    daemon.write(records({50, -1}));
+    QTRY_VERIFY(log.hasLine(QStringLiteral("progress -1 on path \"%1\"").arg(x.path)));
+    QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestProgressListener::valuesAboveAHundredArePassedOn()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    daemon.write(records({250}));
+    QCOMPARE(x.takeProgress(1), texts({"progress 250/100"}));
+}
+
+void TestProgressListener::whatWasWrittenBeforeTheConnectionWasWiredIsRead()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    daemon.write(records({33}));
+    QVERIFY(daemon.waitForBytesWritten());
+    daemon.disconnectFromServer();
+    // The event loop turns for the first time only now.
+    QCOMPARE(x.takeProgress(1), texts({"progress 33/100"}));
+    QTRY_VERIFY(x.finished->count() >= 1);
+}
+
+void TestProgressListener::aBurstOfThousandsOfRecordsReportsItsLast()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    QByteArray bytes;
+    for (qint32 value = 1; value <= 10000; ++value)
+        bytes += records({value % 100});
+    bytes += records({100});
+    daemon.write(bytes);
+    QString last;
+    QTRY_COMPARE((last = x.f.spy.take().value(0, last)), QStringLiteral("progress 100/100"));
+}
+
+void TestProgressListener::theServicesOwnCountingStops()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    daemon.write(records({40}));
+    QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
+    x.f.tick(2);
+    QCOMPARE(x.f.spy.take(),
+             texts({"status Progressing...", "progress 40/100", "status Progressing...",
+                    "progress 40/100"}));
+}
+
+void TestProgressListener::aSecondClientIsClosedAtOnceAndTheFirstGoesOn()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket first;
+    QLocalSocket second;
+    QVERIFY(x.connectDaemon(first));
+    QVERIFY(x.connectDaemon(second));
+    QTRY_COMPARE(second.state(), QLocalSocket::UnconnectedState);
+    first.write(records({40}));
+    QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
+    QLocalSocket third;
+    third.connectToServer(x.path);
+    QVERIFY(!third.waitForConnected(100));
+    QCOMPARE(x.finished->count(), 0);
+}
+
+void TestProgressListener::aSecondConnectionThatIsPendingIsClosed()
+{
+    ListenerFixture x;
+    OrvProgressListener *listener = x.listen();
+    auto *server = listener->findChild<QLocalServer *>();
+    QVERIFY(server);
+    QLocalSocket first;
+    QVERIFY(x.connectDaemon(first));
+    QTRY_VERIFY(!server->isListening());
+    // Only a server that listens again could bring a second one.
+    QVERIFY(server->listen(x.path));
+    LogRecorder log;
+    QLocalSocket second;
+    QVERIFY(x.connectDaemon(second));
+    QTRY_COMPARE(second.state(), QLocalSocket::UnconnectedState);
+    QCOMPARE(log.takeWarnings(),
+             QStringList(QStringLiteral("already connected to path \"%1\"").arg(x.path)));
+    first.write(records({40}));
+    QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
+}
+
+void TestProgressListener::aTakenNameLeavesTheListenerIdleUntilTheDownloadEnds()
+{
+    ListenerFixture x;
+    QLocalServer other;
+    QVERIFY(other.listen(x.path));
+    LogRecorder log;
+    OrvProgressListener *listener = x.listen();
+    QCOMPARE(log.takeWarnings(),
+             QStringList(QStringLiteral("server is already listening path \"%1\"").arg(x.path)));
+    QVERIFY(!listener->findChild<QLocalServer *>());
+    // The other one keeps the name.
+    QLocalSocket client;
+    QVERIFY(x.connectDaemon(client));
+    QTRY_VERIFY(other.hasPendingConnections());
+    client.write(records({40}));
+    client.waitForBytesWritten();
+    x.f.daemon.settle();
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QCOMPARE(x.finished->count(), 0);
+    listener->onDisconnected();
+    QCOMPARE(x.finished->count(), 1);
+    QCOMPARE(x.finished->first().first().toString(), x.path);
+    QVERIFY(QFile::exists(x.path));
+}
+
+void TestProgressListener::aStaleSocketFileIsLeftAndTheListenerIsIdle()
+{
+    ListenerFixture x;
+    // What a server that was killed leaves behind.
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, qPrintable(x.path), sizeof address.sun_path);
+    QCOMPARE(::bind(socket, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    ::close(socket);
+    LogRecorder log;
+    OrvProgressListener *listener = x.listen();
+    QCOMPARE(log.takeWarnings().count(), 1);
+    QVERIFY(QFile::exists(x.path));
+    QLocalSocket client;
+    client.connectToServer(x.path);
+    QVERIFY(!client.waitForConnected(100));
+    listener->onDisconnected();
+    QCOMPARE(x.finished->count(), 1);
+    QFile::remove(x.path);
+}
+
+void TestProgressListener::aClientThatDiesEndsTheListener()
+{
+    ListenerFixture x;
+    x.listen();
+    LogRecorder log;
+    {
+        QLocalSocket daemon;
+        QVERIFY(x.connectDaemon(daemon));
+        daemon.write(records({40}));
+        QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
+        daemon.abort();
+    }
+    QTRY_VERIFY(x.finished->count() >= 1);
+    QVERIFY(log.takeLines().contains(QStringLiteral("disconnected from path \"%1\"").arg(x.path)));
+    QCOMPARE(x.finished->first().first().toString(), x.path);
+    QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestProgressListener::aClientThatDiesInTheMiddleOfARecordEndsTheListener()
+{
+    ListenerFixture x;
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    daemon.write(records({40}).left(2));
+    daemon.waitForBytesWritten();
+    daemon.disconnectFromServer();
+    QTRY_VERIFY(x.finished->count() >= 1);
+    QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestProgressListener::theDownloadsEndEndsAConnectedListener()
+{
+    ListenerFixture x;
+    OrvProgressListener *listener = x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    QTRY_VERIFY(!QFile::exists(x.path));
+    listener->onDisconnected();
+    QVERIFY(x.finished->count() >= 1);
+    QTRY_COMPARE(daemon.state(), QLocalSocket::UnconnectedState);
+}
+
+void TestProgressListener::aNameWithoutAPendingConnectionIsWarnedOf()
+{
+    ListenerFixture x;
+    OrvProgressListener *listener = x.listen();
+    LogRecorder log;
+    listener->onNewConnection();
+    QCOMPARE(log.takeWarnings(),
+             QStringList(QStringLiteral("no pending socket on path \"%1\"").arg(x.path)));
+    QCOMPARE(x.finished->count(), 0);
+}
+
+void TestProgressListener::aListenerThatIsDestroyedFreesItsName()
+{
+    ListenerFixture x;
+    delete x.listen();
+    QVERIFY(!QFile::exists(x.path));
+    x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+}
+
+QTEST_GUILESS_MAIN(TestProgressListener)
+
+#include "tst_progresslistener.moc"
