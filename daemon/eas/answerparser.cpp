@@ -17,10 +17,11 @@ bool AnswerParser::finish()
     return drain() && m_complete;
 }
 
-void AnswerParser::fail(const QString &error)
+void AnswerParser::fail(const QString &error, int code)
 {
     if (m_error.isEmpty()) {
         m_error = error;
+        m_errorCode = code;
     }
 }
 

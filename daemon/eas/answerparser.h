@@ -2,6 +2,7 @@
 #ifndef EAS_ANSWERPARSER_H
 #define EAS_ANSWERPARSER_H
 
+#include "daemon/eas/result.h"
 #include "daemon/eas/wbxmlreader.h"
 
 namespace Eas {
@@ -29,6 +30,8 @@ public:
     bool finish();
 
     QString errorString() const { return m_error; }
+    /** Which of the ResultCodes the error is. */
+    int errorCode() const { return m_errorCode; }
     /** Nothing has come so far. */
     bool isUntouched() const { return !m_begun && m_error.isEmpty(); }
     /** The status that the answer as a whole carries (one right below the root), 0 where it has
@@ -52,8 +55,8 @@ protected:
      */
     virtual qint64 textLimit(Tag tag) const;
     bool textWasCut() const { return m_cut; }
-    /** Refuses the answer. */
-    void fail(const QString &error);
+    /** Refuses the answer, or what is to be done with it. */
+    void fail(const QString &error, int code = InvalidAnswer);
 
     /** The open element that is `up` levels above the current one (0: itself); NoTag above the
      * root. */
@@ -71,6 +74,7 @@ private:
     QVector<Tag> m_path;
     QByteArray m_text;
     QString m_error;
+    int m_errorCode = InvalidAnswer;
     int m_status = 0;
     qint64 m_held = 0;
     bool m_cut = false;

@@ -103,10 +103,12 @@ void Command::transfer()
         return;
     }
     m_parser.reset(newParser());
+    m_handedOver = true;
     m_call = m_session->channel()->send(request());
     connect(m_call, &HttpCall::accepted, this, &Command::headersArrived);
     connect(m_call, &HttpCall::received, this, &Command::take);
     connect(m_call, &HttpCall::progressed, this, &Command::progressed);
+    connect(m_call, &HttpCall::uploaded, this, &Command::uploaded);
     connect(m_call, &HttpCall::finished, this, &Command::transferEnded);
     qCDebug(lcEas, "%s: asking", name().constData());
 }
@@ -115,6 +117,8 @@ void Command::take(const QByteArray &bytes)
 {
     if (m_parser && !m_parser->feed(bytes)) {
         transferEnded({});
+    } else {
+        answerArrived();
     }
 }
 
@@ -144,8 +148,7 @@ Result Command::resultOfAnswer(const HttpAnswer &answer)
         return evaluateEmpty();
     }
     if (m_parser && !m_parser->finish()) {
-        return {InvalidAnswer,
-                QStringLiteral("the answer is damaged: %1").arg(m_parser->errorString())};
+        return {m_parser->errorCode(), m_parser->errorString()};
     }
     const int status = m_parser ? m_parser->status() : 0;
     return status > 100 ? commonStatusResult(status) : evaluate();

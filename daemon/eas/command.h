@@ -40,6 +40,9 @@ public:
 
     bool isFinished() const { return m_finished; }
     const Result &result() const { return m_result; }
+    /** Whether its request was ever given to the network: from then on the server may have carried
+     * it out. */
+    bool mayHaveArrived() const { return m_handedOver; }
     Session *session() const { return m_session; }
 
 signals:
@@ -47,6 +50,8 @@ signals:
     void finished();
     /** Bytes of the answer so far, unpacked, and of all of it, -1 where that is not known. */
     void progressed(qint64 received, qint64 total);
+    /** Bytes of the request so far, and of all of it. */
+    void uploaded(qint64 sent, qint64 total);
 
 protected:
     explicit Command(Session *session);
@@ -78,6 +83,8 @@ protected:
     /** Whether the version must be known and the device provisioned for it. */
     virtual bool needsSession() const { return true; }
     virtual bool isOptions() const { return false; }
+    /** More of the answer was read. Whoever is told of it may delete the command. */
+    virtual void answerArrived() { }
     virtual void headersArrived(const HttpAnswer &answer);
     /** What a failure on the level of HTTP means; by default what it says. */
     virtual Result evaluateFailure(const HttpAnswer &answer);
@@ -98,6 +105,7 @@ private:
     Result m_result;
     bool m_started = false;
     bool m_finished = false;
+    bool m_handedOver = false;
     /** What the session has done for this command already, so that it is done only once. */
     int m_stagesDone = 0;
 };

@@ -58,7 +58,7 @@ void HttpCall::send()
     m_reply = m_channel->m_manager.sendCustomRequest(request, m_request.method, body);
     body->setParent(m_reply);
     m_reply->setReadBufferSize(Limits::ReadAhead);
-    connect(m_reply, &QNetworkReply::uploadProgress, this, &HttpCall::uploaded);
+    connect(m_reply, &QNetworkReply::uploadProgress, this, &HttpCall::contentSent);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &HttpCall::readHeader);
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpCall::readBody);
     connect(m_reply, &QNetworkReply::finished, this, &HttpCall::replyFinished);
@@ -86,10 +86,13 @@ void HttpCall::wait(int milliseconds)
     m_timer.start(milliseconds);
 }
 
-void HttpCall::uploaded(qint64 sent, qint64 total)
+void HttpCall::contentSent(qint64 sent, qint64 total)
 {
     if (!m_headerRead) {
         wait(sent < total ? m_channel->m_times.idle : answerTime());
+    }
+    if (sent > 0) {
+        emit uploaded(sent, total);
     }
 }
 

@@ -74,6 +74,8 @@ signals:
     void received(const QByteArray &bytes);
     /** Bytes of the answer so far, unpacked, and of all of it, -1 where that is not known. */
     void progressed(qint64 received, qint64 total);
+    /** Bytes of the request's content so far, and of all of it. */
+    void uploaded(qint64 sent, qint64 total);
     void finished(const Eas::HttpAnswer &answer);
 
 private:
@@ -85,7 +87,7 @@ private:
     std::unique_ptr<QIODevice> newBody() const;
     void wait(int milliseconds);
     int answerTime() const;
-    void uploaded(qint64 sent, qint64 total);
+    void contentSent(qint64 sent, qint64 total);
     void readHeader();
     void readBody();
     bool takeContent(const QByteArray &bytes);

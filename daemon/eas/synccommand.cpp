@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/eas/synccommand.h"
 
-#include "daemon/eas/log.h"
 #include "daemon/eas/mailitemreader.h"
 #include "daemon/eas/session.h"
 #include "daemon/eas/status.h"
@@ -261,9 +260,6 @@ Result SyncCommand::evaluate()
             m_windows[i].initial = m_requests.at(i).syncKey == firstKey;
             if (answered.status == 1 && answered.syncKey.isEmpty()) {
                 return {InvalidAnswer, QStringLiteral("a folder without a synchronisation key")};
-            }
-            for (const QString &text : answered.unreadable) {
-                qCWarning(lcEas, "leaving out what cannot be read: %s", qUtf8Printable(text));
             }
         }
     }
