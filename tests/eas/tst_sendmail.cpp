@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Sending: what goes out in each version of the protocol, and that nothing goes out twice.
+#include "daemon/eas/sendmailcommand.h"
+#include "tests/eas/sessionfixture.h"
+
+#include <QBuffer>
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace Eas;
+
+namespace {
+
+OutgoingMail mailOf(const QByteArray &content)
+{
+    OutgoingMail mail;
+    mail.clientId = QStringLiteral("client-1");
+    mail.size = content.size();
+    mail.open = [content] {
+        auto device = std::make_unique<QBuffer>();
+        device->setData(content);
+        device->open(QIODevice::ReadOnly);
+        return device;
+    };
+    return mail;
+}
+
+QByteArray eightBit()
+{
+    QByteArray content = "From: a@b\r\nBcc: c@d\r\n\r\n";
+    for (int i = 0; i < 512; ++i) {
+        content.append(char(i));
+    }
+    return content;
+}
+
+} // namespace
+
+class TestSendMail : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aMessageInWbxmlIsByteForByteWhatWasGiven();
+    void aMessageForAnOldServerGoesAsItIs();
+    void repliesAndForwardsNameTheOriginal_data();
+    void repliesAndForwardsNameTheOriginal();
+    void aLongMessageIsStreamed();
+    void statuses_data();
+    void statuses();
+    void aDuplicateIsASuccessThatTells();
+    void httpFailuresOfAnOldServer();
+    void aCutConnectionSendsNothingTwice();
+    void aCutOnAKeptConnectionSendsNothingTwice();
+    void provisioningInBetweenSendsOnceMore();
+    void aMessageThatCannotBeReadSendsNothing();
+    void whetherItMayHaveArrived();
+};
+
+void TestSendMail::aMessageInWbxmlIsByteForByteWhatWasGiven()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(200));
+    SendMailCommand command(fixture.session.get(), mailOf(eightBit()));
+    QVERIFY(fixture.run(&command));
+    QVERIFY2(command.result().ok(), qPrintable(command.result().text));
+    const SeenRequest &seen = fixture.server.requests().first();
+    QCOMPARE(seen.query("Cmd"), QStringLiteral("SendMail"));
+    QCOMPARE(seen.headers.value("content-type"), QByteArray("application/vnd.ms-sync.wbxml"));
+    // SendMail, ClientId, SaveInSentItems, MIME with 0x217 opaque bytes.
+    const QByteArray expected = QByteArray::fromHex("03016a000015455103") + "client-1"
+        + QByteArray::fromHex("00010850c38417") + eightBit() + QByteArray::fromHex("0101");
+    QCOMPARE(seen.body.toHex(), expected.toHex());
+}
+
+void TestSendMail::aMessageForAnOldServerGoesAsItIs()
+{
+    SessionFixture fixture("12.1");
+    fixture.server.enqueue(ScriptedServer::http(200));
+    fixture.server.enqueue(ScriptedServer::http(200));
+    OutgoingMail mail = mailOf(eightBit());
+    SendMailCommand command(fixture.session.get(), mail);
+    QVERIFY(fixture.run(&command));
+    QVERIFY(command.result().ok());
+    QCOMPARE(fixture.server.requests().first().headers.value("content-type"),
+             QByteArray("message/rfc822"));
+    QCOMPARE(fixture.server.requests().first().body, eightBit());
+    QCOMPARE(fixture.server.requests().first().query("SaveInSent"), QStringLiteral("T"));
+    mail.saveInSentItems = false;
+    mail.kind = OutgoingMail::Reply;
+    mail.original = {QStringLiteral("box%2F1"), QStringLiteral("3"), {}};
+    SendMailCommand reply(fixture.session.get(), mail);
+    QVERIFY(fixture.run(&reply));
+    const SeenRequest &seen = fixture.server.requests().last();
+    QCOMPARE(seen.query("Cmd"), QStringLiteral("SmartReply"));
+    QCOMPARE(seen.query("CollectionId"), QStringLiteral("box%2F1"));
+    QVERIFY(seen.target.contains("CollectionId=box%252F1"));
+    QCOMPARE(seen.query("ItemId"), QStringLiteral("3"));
+    QVERIFY(!seen.target.contains("SaveInSent"));
+}
+
+void TestSendMail::repliesAndForwardsNameTheOriginal_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("longId");
+    QTest::addColumn<bool>("replace");
+    QTest::addColumn<QByteArray>("xml");
+    QTest::newRow("reply")
+        << int(OutgoingMail::Reply) << QString() << false
+        << QByteArray(
+               "<SmartReply "
+               "xmlns=\"ComposeMail:\"><ClientId>client-1</ClientId><Source><FolderId>box</"
+               "FolderId>"
+               "<ItemId>3</ItemId></Source><SaveInSentItems/><MIME>text</MIME></SmartReply>");
+    QTest::newRow("forward of a found one, all in it")
+        << int(OutgoingMail::Forward) << "long" << true
+        << QByteArray("<SmartForward "
+                      "xmlns=\"ComposeMail:\"><ClientId>client-1</ClientId><Source><LongId>long</"
+                      "LongId></Source>"
+                      "<SaveInSentItems/><ReplaceMime/><MIME>text</MIME></SmartForward>");
+    QTest::newRow("plain")
+        << int(OutgoingMail::Plain) << "long" << true
+        << QByteArray(
+               "<SendMail xmlns=\"ComposeMail:\"><ClientId>client-1</ClientId><SaveInSentItems/>"
+               "<MIME>text</MIME></SendMail>");
+}
+
+void TestSendMail::repliesAndForwardsNameTheOriginal()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, longId);
+    QFETCH(bool, replace);
+    QFETCH(QByteArray, xml);
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(200));
+    OutgoingMail mail = mailOf("text");
+    mail.kind = OutgoingMail::Kind(kind);
+    mail.original = {QStringLiteral("box"), QStringLiteral("3"), longId};
+    mail.replaceMime = replace;
+    SendMailCommand command(fixture.session.get(), mail);
+    QVERIFY(fixture.run(&command));
+    QVERIFY(command.result().ok());
+    QCOMPARE(fixture.xml(), xml);
+}
+
+void TestSendMail::aLongMessageIsStreamed()
+{
+    const QByteArray content(8 * 1000 * 1000, 'x');
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(200));
+    SendMailCommand command(fixture.session.get(), mailOf(content));
+    QSignalSpy uploaded(&command, &Command::uploaded);
+    QVERIFY(fixture.run(&command, 30000));
+    QVERIFY(command.result().ok());
+    QVERIFY(fixture.server.requests().first().body.contains(content));
+    QVERIFY(!uploaded.isEmpty());
+    QCOMPARE(uploaded.last().at(0), uploaded.last().at(1));
+    QVERIFY(uploaded.last().at(0).toLongLong() > content.size());
+}
+
+void TestSendMail::statuses_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("code");
+    const QList<QPair<int, int>> rows = {
+        {103, InvalidAnswer}, {110, ServerFailed}, {113, NoRoom},       {115, NoRoom},
+        {116, NotFound},      {119, NotFound},     {120, ServerFailed}, {122, InvalidAnswer},
+        {129, Forbidden},     {150, NotFound},     {166, Forbidden}};
+    for (const auto &row : rows) {
+        QTest::newRow(QByteArray::number(row.first)) << row.first << row.second;
+    }
+}
+
+void TestSendMail::statuses()
+{
+    QFETCH(int, status);
+    QFETCH(int, code);
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::document("<SendMail xmlns=\"ComposeMail:\"><Status>"
+                                                    + QByteArray::number(status)
+                                                    + "</Status></SendMail>"));
+    SendMailCommand command(fixture.session.get(), mailOf("text"));
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, code);
+    QCOMPARE(command.result().status, status);
+}
+
+void TestSendMail::aDuplicateIsASuccessThatTells()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::document(
+        "<SendMail xmlns=\"ComposeMail:\"><Status>118</Status></SendMail>"));
+    SendMailCommand command(fixture.session.get(), mailOf("text"));
+    QVERIFY(fixture.run(&command));
+    QVERIFY(command.result().ok());
+    QCOMPARE(command.result().status, 118);
+}
+
+void TestSendMail::httpFailuresOfAnOldServer()
+{
+    SessionFixture fixture("12.1");
+    for (const auto &row : {qMakePair(500, int(ServerFailed)), qMakePair(507, int(NoRoom)),
+                            qMakePair(413, int(NoRoom))}) {
+        fixture.server.enqueue(ScriptedServer::http(row.first, "FATAL"));
+        SendMailCommand command(fixture.session.get(), mailOf("text"));
+        QVERIFY(fixture.run(&command));
+        QCOMPARE(command.result().code, row.second);
+    }
+}
+
+void TestSendMail::aCutConnectionSendsNothingTwice()
+{
+    SessionFixture fixture;
+    fixture.server.setAnswer([](const SeenRequest &) { return ScriptedAnswer {{}, true}; });
+    SendMailCommand command(fixture.session.get(), mailOf("text"));
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(NoConnection));
+    QVERIFY(command.mayHaveArrived());
+    QTest::qWait(50);
+    QCOMPARE(fixture.server.requests().size(), 1);
+}
+
+void TestSendMail::aCutOnAKeptConnectionSendsNothingTwice()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(200));
+    fixture.server.enqueue({}, true);
+    for (const int code : {int(Success), int(NoConnection)}) {
+        SendMailCommand command(fixture.session.get(), mailOf(QByteArray(300000, 'x')));
+        QVERIFY(fixture.run(&command));
+        QCOMPARE(command.result().code, code);
+    }
+    QTest::qWait(50);
+    QCOMPARE(fixture.server.requests().size(), 2);
+}
+
+void TestSendMail::provisioningInBetweenSendsOnceMore()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::document(
+        "<SendMail xmlns=\"ComposeMail:\"><Status>144</Status></SendMail>"));
+    fixture.server.enqueue(ScriptedServer::document(
+        "<Provision xmlns=\"Provision:\"><Status>1</Status><Policies><Policy>"
+        "<Status>2</Status></Policy></Policies></Provision>"));
+    fixture.server.enqueue(ScriptedServer::http(200));
+    SendMailCommand command(fixture.session.get(), mailOf("text"));
+    QVERIFY(fixture.run(&command));
+    QVERIFY(command.result().ok());
+    QCOMPARE(fixture.server.requests().size(), 3);
+    QCOMPARE(fixture.server.requests().at(0).body, fixture.server.requests().at(2).body);
+}
+
+void TestSendMail::aMessageThatCannotBeReadSendsNothing()
+{
+    SessionFixture fixture;
+    OutgoingMail mail = mailOf("text");
+    mail.open = [] { return std::unique_ptr<QIODevice>(); };
+    SendMailCommand command(fixture.session.get(), mail);
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(NotFound));
+    QVERIFY(!command.mayHaveArrived());
+    QCOMPARE(fixture.server.connections(), 0);
+}
+
+void TestSendMail::whetherItMayHaveArrived()
+{
+    SessionFixture fixture("");
+    SendMailCommand command(fixture.session.get(), mailOf("text"));
+    command.start();
+    QTRY_COMPARE(fixture.server.requests().size(), 1);
+    QVERIFY(!command.mayHaveArrived());
+    command.abort();
+    QTRY_VERIFY(command.isFinished());
+    QVERIFY(!command.mayHaveArrived());
+}
+
+QTEST_GUILESS_MAIN(TestSendMail)
+#include "tst_sendmail.moc"
