@@ -1,0 +1,783 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The program as it is built, run as a process, against the test server and the real mail store.
+#include "accounts/accountbook.h"
+#include "accounts/folderview.h"
+#include "plugin/orvconfiguration.h"
+#include "tests/accounts/terminal.h"
+#include "tests/support/easserver.h"
+#include "tests/support/messageserver.h"
+#include "tests/support/scripteddaemon.h"
+#include "tests/support/storefixture.h"
+
+#include <qmailstore.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+const QString Program = QStringLiteral(ACCOUNT_PROGRAM);
+const QByteArray Password = "Account-Passw0rd \"x\" \xc3\xa4";
+const QByteArray OtherPassword = "Other-Passw0rd";
+
+struct Run
+{
+    int exit = -1;
+    QByteArray out;
+    QByteArray err;
+
+    QJsonDocument json() const { return QJsonDocument::fromJson(out); }
+    int errorLines() const { return err.count('\n'); }
+};
+
+/** Everything that the program printed in all tests. */
+QByteArray everythingPrinted;
+
+Run run(const QStringList &arguments, const QByteArray &input = QByteArray(),
+        const QString &store = QString())
+{
+    QProcess process;
+    if (!store.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QMF_DATA"), store);
+        process.setProcessEnvironment(environment);
+    }
+    process.start(Program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    Run result;
+    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
+        return result;
+    result.exit = process.exitCode();
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    everythingPrinted += result.out + result.err;
+    return result;
+}
+
+/** Runs while this process's event loop turns, for commands that need an answer from here. */
+class Background
+{
+public:
+    explicit Background(const QStringList &arguments) { m_process.start(Program, arguments); }
+
+    bool isOver() const { return m_process.state() == QProcess::NotRunning; }
+    void interrupt() { ::kill(pid_t(m_process.processId()), SIGINT); }
+    Run result()
+    {
+        Run run;
+        run.exit = m_process.exitCode();
+        run.out = m_process.readAllStandardOutput();
+        run.err = m_process.readAllStandardError();
+        everythingPrinted += run.out + run.err;
+        return run;
+    }
+
+private:
+    QProcess m_process;
+};
+
+/** What the mail store holds by now; it is another process that writes it. */
+AccountSettings stored(const QMailAccountId &id)
+{
+    return readSettings(QMailAccountConfiguration(id));
+}
+
+QStringList words(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class TestOrvmailAccount : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void helpIsThereForEveryCommand_data();
+    void helpIsThereForEveryCommand();
+    void wrongUsageEndsWithTwo_data();
+    void wrongUsageEndsWithTwo();
+    void programLoadsNoWidgets();
+
+    void addSavesTheAccountAndListsItsFolders();
+    void addMarksTheAccountAsTheFormDoes();
+    void addGivesJson();
+    void addWithoutCheckAsksNoServer();
+    void addRefusesAWrongLogin();
+    void addRefusesAnUnknownHost();
+    void addRefusesAnUntrustedCertificate();
+    void addRefusesATakenName();
+    void addRefusesAPasswordThatTheStoreCannotKeep();
+    void addWithoutServerSearchesAndSavesNothing();
+    void addNeedsAPasswordFromSomewhere();
+    void addAsksForWhatIsMissing();
+
+    void storeThatCannotBeOpened_data();
+    void storeThatCannotBeOpened();
+    void storeBelongsToItsOwnerAlone();
+    void openStoreIsClosedToOthers();
+
+    void listAndShowTellAllButThePassword();
+    void unknownAccountIsRefused();
+
+    void setChangesOnlyWhatIsNamed();
+    void setTurnsPushOnAndOff();
+    void setKeepsMailForSoLong();
+    void setTakesANewPassword();
+    void setWithRefusedLoginChangesNothing();
+    void setDisablesAndEnables();
+    void setMakesFavourites();
+    void setRefusesAnUnknownFolderWhole();
+    void setRefusesATakenName();
+
+    void foldersAreListedWithTheirCounts();
+    void testTellsVersionOrReason();
+
+    void removeTakesMailAndSettings();
+    void removeAsksFirst();
+
+    void syncNeedsAMessageServer();
+    void syncTellsWhatHasChanged();
+    void syncTellsWhyItFailed();
+    void syncIsCancelledByInterrupt();
+
+    void nothingPrintedHoldsAPassword();
+
+private:
+    QStringList addArguments(const QString &name = QStringLiteral("Demo")) const;
+    QMailAccountId account(const char *name = "Demo") const;
+    void addAccount();
+    bool startMessageServer();
+
+    std::unique_ptr<EasServer> m_server;
+    std::unique_ptr<MessageServer> m_messageServer;
+};
+
+void TestOrvmailAccount::initTestCase()
+{
+    QVERIFY(Accounts::AccountBook::open().ok());
+    if (!EasServer::isAvailable())
+        QSKIP("the test server needs Python 3.11");
+    m_server = std::make_unique<EasServer>();
+    m_server->addArguments({QStringLiteral("--users"),
+                            QStringLiteral("alice:") + QString::fromUtf8(Password),
+                            QStringLiteral("bob:") + QString::fromUtf8(OtherPassword)});
+    QVERIFY(m_server->start());
+}
+
+void TestOrvmailAccount::init()
+{
+    StoreFixture::clear();
+    m_server->clearFaults();
+    m_server->clearLog();
+}
+
+void TestOrvmailAccount::cleanup()
+{
+    m_messageServer.reset();
+}
+
+QStringList TestOrvmailAccount::addArguments(const QString &name) const
+{
+    return words("add --email alice@example.test --user alice --server 127.0.0.1 --encryption none"
+                 " --password-stdin --port")
+        + QStringList {QString::number(m_server->port()), name};
+}
+
+QMailAccountId TestOrvmailAccount::account(const char *name) const
+{
+    return Accounts::AccountBook::find(QLatin1String(name));
+}
+
+void TestOrvmailAccount::addAccount()
+{
+    QCOMPARE(run(addArguments() + words("--no-check"), Password).exit, 0);
+    QVERIFY(account().isValid());
+}
+
+bool TestOrvmailAccount::startMessageServer()
+{
+    m_messageServer = std::make_unique<MessageServer>();
+    return m_messageServer->start();
+}
+
+void TestOrvmailAccount::helpIsThereForEveryCommand_data()
+{
+    QTest::addColumn<QString>("mentions");
+    QTest::newRow("add") << QStringLiteral("--no-check");
+    QTest::newRow("list") << QStringLiteral("--json");
+    QTest::newRow("show") << QStringLiteral("ACCOUNT");
+    QTest::newRow("set") << QStringLiteral("--favourite");
+    QTest::newRow("remove") << QStringLiteral("--yes");
+    QTest::newRow("test") << QStringLiteral("ACCOUNT");
+    QTest::newRow("sync") << QStringLiteral("ACCOUNT");
+    QTest::newRow("folders") << QStringLiteral("ACCOUNT");
+}
+
+void TestOrvmailAccount::helpIsThereForEveryCommand()
+{
+    QFETCH(QString, mentions);
+    const Run help = run({QLatin1String(QTest::currentDataTag()), QStringLiteral("--help")});
+    QCOMPARE(help.exit, 0);
+    QVERIFY(help.out.contains(mentions.toUtf8()));
+    QVERIFY(help.err.isEmpty());
+    QVERIFY(run({QStringLiteral("--help")}).out.contains(QTest::currentDataTag()));
+}
+
+void TestOrvmailAccount::wrongUsageEndsWithTwo_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("says");
+    const auto row = [](const char *name, const char *arguments, const char *says) {
+        QTest::newRow(name) << QString::fromLatin1(arguments) << QString::fromLatin1(says);
+    };
+    row("no command", "", "no command");
+    row("unknown command", "frobnicate", "frobnicate");
+    row("unknown option", "list --frobnicate", "frobnicate");
+    row("no account", "show", "which account");
+    row("too many", "show a b", "too many");
+    row("port 0", "add --email a@b --port 0", "from 1 to 65535");
+    row("port 70000", "add --email a@b --port 70000", "from 1 to 65535");
+    row("port abc", "add --email a@b --port abc", "from 1 to 65535");
+    row("bad address", "add --email nonsense", "no mail address");
+    row("two signs", "add --email a@b@c", "no mail address");
+    row("encryption", "add --email a@b --encryption rot13", "rot13");
+    row("push", "add --email a@b --push maybe", "maybe");
+    row("keep", "add --email a@b --keep 5", "--keep");
+    row("no address", "add --password-stdin", "--email");
+    row("password on the command line", "add --email a@b --password=Typed-Passw0rd", "password");
+    row("server is no host", "add --email a@b --server a..b --no-check --password-stdin", "host");
+}
+
+void TestOrvmailAccount::wrongUsageEndsWithTwo()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, says);
+    const Run wrong = run(arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts), Password);
+    QCOMPARE(wrong.exit, 2);
+    QCOMPARE(wrong.errorLines(), 1);
+    QVERIFY2(wrong.err.contains(says.toUtf8()), wrong.err.constData());
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestOrvmailAccount::programLoadsNoWidgets()
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LD_TRACE_LOADED_OBJECTS"), QStringLiteral("1"));
+    process.setProcessEnvironment(environment);
+    process.start(Program, QStringList());
+    QVERIFY(process.waitForFinished());
+    const QByteArray libraries = process.readAllStandardOutput();
+    QVERIFY(libraries.contains("libQmfClient"));
+    QVERIFY(!libraries.contains("libQt5Gui"));
+    QVERIFY(!libraries.contains("libQt5Widgets"));
+}
+
+void TestOrvmailAccount::addSavesTheAccountAndListsItsFolders()
+{
+    const Run added = run(addArguments(), Password);
+    QVERIFY2(added.exit == 0, added.err.constData());
+    QVERIFY(added.err.isEmpty());
+    QVERIFY(added.out.contains("\"Demo\" is ready"));
+    for (const char *folder : {"Inbox", "Sent", "Drafts", "Trash"})
+        QVERIFY2(added.out.contains(folder), folder);
+    QVERIFY(m_server->requestCount("OPTIONS") >= 1);
+    QCOMPARE(m_server->requestCount("FolderSync"), 1);
+
+    const AccountSettings saved = stored(account());
+    QCOMPARE(saved.email, QStringLiteral("alice@example.test"));
+    QCOMPARE(saved.userName, QStringLiteral("alice"));
+    QCOMPARE(saved.password, QString::fromUtf8(Password));
+    QCOMPARE(saved.server, QStringLiteral("127.0.0.1"));
+    QCOMPARE(saved.port, int(m_server->port()));
+    QCOMPARE(saved.encryption, 0);
+}
+
+void TestOrvmailAccount::addMarksTheAccountAsTheFormDoes()
+{
+    addAccount();
+    const QMailAccount stored(account());
+    QCOMPARE(stored.status() & ~(QMailAccount::SynchronizationEnabled | QMailAccount::Synchronized),
+             QMailAccount::Enabled | QMailAccount::CanTransmit | QMailAccount::CanRetrieve
+                 | QMailAccount::MessageSource | QMailAccount::MessageSink
+                 | QMailAccount::UseSmartReply | QMailAccount::UserEditable);
+    QCOMPARE(stored.messageType(), QMailMessage::Email);
+    QCOMPARE(stored.customField(QStringLiteral("HostName")), QStringLiteral("127.0.0.1"));
+    QCOMPARE(stored.customField(QStringLiteral("UserName")), QStringLiteral("alice"));
+    QCOMPARE(stored.customField(QStringLiteral("service")), QStringLiteral("orvmail"));
+    QCOMPARE(stored.fromAddress().address(), QStringLiteral("alice@example.test"));
+    const QMailAccountConfiguration configuration(account());
+    const OrvConfiguration config(configuration);
+    QCOMPARE(config.version(), 100);
+    QCOMPARE(config.type(), QMailServiceConfiguration::SourceAndSink);
+}
+
+void TestOrvmailAccount::addGivesJson()
+{
+    const Run added = run(addArguments() + words("--json"), Password);
+    QCOMPARE(added.exit, 0);
+    const QJsonObject object = added.json().object();
+    QCOMPARE(object[QLatin1String("account")].toObject()[QLatin1String("name")].toString(),
+             QStringLiteral("Demo"));
+    QVERIFY(object[QLatin1String("folders")].toArray().contains(QStringLiteral("Inbox")));
+}
+
+void TestOrvmailAccount::addWithoutCheckAsksNoServer()
+{
+    addAccount();
+    QCOMPARE(m_server->log().size(), 0);
+}
+
+void TestOrvmailAccount::addRefusesAWrongLogin()
+{
+    const Run refused = run(addArguments() + words("--json"), OtherPassword);
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY(refused.err.contains("user name or password"));
+    QCOMPARE(refused.json().object()[QLatin1String("code")].toInt(), 401);
+    QCOMPARE(refused.json().object()[QLatin1String("setting")].toString(),
+             QStringLiteral("password"));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+    QCOMPARE(m_server->requestCount("OPTIONS"), 1);
+}
+
+void TestOrvmailAccount::addRefusesAnUnknownHost()
+{
+    const Run refused =
+        run(words("add --email alice@example.test --server nowhere.invalid --password-stdin"),
+            Password);
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY(refused.err.contains("no connection to nowhere.invalid:443"));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestOrvmailAccount::addRefusesAnUntrustedCertificate()
+{
+    QTemporaryDir folder;
+    const QStringList certificate = EasServer::makeCertificate(folder.path());
+    QCOMPARE(certificate.size(), 2);
+    EasServer server;
+    server.addArguments(QStringList(QStringLiteral("--tls")) + certificate);
+    QVERIFY(server.start());
+    const Run refused =
+        run(words("add --email alice@example.test --server 127.0.0.1 --password-stdin --port")
+                + QStringList(QString::number(server.port())),
+            Password);
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.err.contains("certificate is not trusted"), refused.err.constData());
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestOrvmailAccount::addRefusesATakenName()
+{
+    addAccount();
+    const Run refused = run(addArguments(), Password);
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY(refused.err.contains("\"Demo\" already"));
+    QCOMPARE(Accounts::AccountBook::accounts().size(), 1);
+    QCOMPARE(m_server->log().size(), 0);
+}
+
+void TestOrvmailAccount::addRefusesAPasswordThatTheStoreCannotKeep()
+{
+    const Run refused = run(addArguments() + words("--no-check"), "\xe6\x97\xa5\xe6\x9c\xac");
+    QCOMPARE(refused.exit, 1);
+    QVERIFY(refused.err.contains("cannot keep this password"));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestOrvmailAccount::addWithoutServerSearchesAndSavesNothing()
+{
+    const Run refused = run(words("add --email alice@nowhere.invalid --password-stdin"), Password);
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY(refused.err.contains("--server"));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestOrvmailAccount::addNeedsAPasswordFromSomewhere()
+{
+    QStringList arguments = addArguments();
+    arguments.removeAll(QStringLiteral("--password-stdin"));
+    const Run refused = run(arguments);
+    QCOMPARE(refused.exit, 2);
+    QVERIFY(refused.err.contains("--password-stdin"));
+}
+
+void TestOrvmailAccount::addAsksForWhatIsMissing()
+{
+    Terminal terminal(Program,
+                      words("add --server 127.0.0.1 --encryption none --port")
+                          + QStringList {QString::number(m_server->port())});
+    QVERIFY(terminal.waitFor("Mail address: "));
+    QVERIFY(terminal.echoes());
+    terminal.type("alice@example.test");
+    QVERIFY(terminal.waitFor("User name [alice@example.test]: "));
+    terminal.type("alice");
+    QVERIFY(terminal.waitFor("Password: "));
+    QVERIFY(!terminal.echoes());
+    terminal.type(Password);
+    QVERIFY(terminal.waitFor("is ready"));
+    QCOMPARE(terminal.finish(), 0);
+    everythingPrinted += terminal.screen();
+    const AccountSettings saved = stored(account("alice@example.test"));
+    QCOMPARE(saved.password, QString::fromUtf8(Password));
+    QCOMPARE(saved.userName, QStringLiteral("alice"));
+}
+
+void TestOrvmailAccount::storeThatCannotBeOpened_data()
+{
+    QTest::addColumn<QString>("obstacle");
+    QTest::newRow("file in place of the folder") << QStringLiteral("");
+    QTest::newRow("file in place of a folder in it") << QStringLiteral("/database");
+    QTest::newRow("folder in place of the database") << QStringLiteral("/database/qmailstore.db/x");
+}
+
+void TestOrvmailAccount::storeThatCannotBeOpened()
+{
+    QFETCH(QString, obstacle);
+    QTemporaryDir folder;
+    const QString store = folder.filePath(QStringLiteral("store"));
+    QDir().mkpath(QFileInfo(store + obstacle).path());
+    QFile file(store + obstacle);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    const Run refused = run(words("list"), QByteArray(), store);
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.err.contains("store"), refused.err.constData());
+    QVERIFY(refused.out.isEmpty());
+}
+
+void TestOrvmailAccount::storeBelongsToItsOwnerAlone()
+{
+    QTemporaryDir folder;
+    const QString store = folder.filePath(QStringLiteral("new/store"));
+    QCOMPARE(run(addArguments() + words("--no-check"), Password, store).exit, 0);
+    QVERIFY(!(QFile(store).permissions() & QFileDevice::Permissions(0x0077)));
+    QDirIterator entries(store, QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    int files = 0;
+    while (entries.hasNext()) {
+        const QFileInfo entry(entries.next());
+        QVERIFY2(!(entry.permissions() & QFileDevice::Permissions(0x0077)),
+                 qPrintable(entry.filePath()));
+        files += entry.isFile();
+    }
+    QVERIFY(files > 0);
+}
+
+void TestOrvmailAccount::openStoreIsClosedToOthers()
+{
+    QTemporaryDir folder;
+    QFile::setPermissions(folder.path(), QFileDevice::Permissions(0x7755));
+    QCOMPARE(run(words("list"), QByteArray(), folder.path()).exit, 0);
+    QVERIFY(!(QFile(folder.path()).permissions() & QFileDevice::Permissions(0x0077)));
+}
+
+void TestOrvmailAccount::listAndShowTellAllButThePassword()
+{
+    addAccount();
+    const Run list = run(words("list"));
+    QCOMPARE(list.exit, 0);
+    QVERIFY(list.out.contains("Demo") && list.out.contains("alice@example.test"));
+    const QJsonArray array = run(words("list --json")).json().array();
+    QCOMPARE(array.size(), 1);
+    const QJsonObject shown = run(words("show Demo --json")).json().object();
+    QCOMPARE(array.first().toObject(), shown);
+    QCOMPARE(shown[QLatin1String("server")].toString(), QStringLiteral("127.0.0.1"));
+    QCOMPARE(shown[QLatin1String("port")].toInt(), int(m_server->port()));
+    QCOMPARE(shown[QLatin1String("encryption")].toString(), QStringLiteral("none"));
+    QCOMPARE(shown[QLatin1String("push")].toBool(), false);
+    QCOMPARE(shown[QLatin1String("keepDays")].toInt(), 30);
+    QVERIFY(!shown.contains(QLatin1String("password")));
+    const QString number = QString::number(account().toULongLong());
+    QCOMPARE(run({QStringLiteral("show"), number}).out, run(words("show Demo")).out);
+}
+
+void TestOrvmailAccount::unknownAccountIsRefused()
+{
+    for (const char *command :
+         {"show", "set --push on", "remove --yes", "test", "sync", "folders"}) {
+        const Run refused = run(words(command) + words("Nobody"));
+        QCOMPARE(refused.exit, 1);
+        QCOMPARE(refused.errorLines(), 1);
+        QVERIFY(refused.err.contains("\"Nobody\""));
+    }
+}
+
+void TestOrvmailAccount::setChangesOnlyWhatIsNamed()
+{
+    addAccount();
+    const QJsonObject before = run(words("show Demo --json")).json().object();
+    QCOMPARE(run(words("set Demo --domain EXAMPLE --full-name Alice --no-check")).exit, 0);
+    QJsonObject after = run(words("show Demo --json")).json().object();
+    QCOMPARE(after[QLatin1String("domain")].toString(), QStringLiteral("EXAMPLE"));
+    QCOMPARE(after[QLatin1String("fullName")].toString(), QStringLiteral("Alice"));
+    after[QLatin1String("domain")] = before[QLatin1String("domain")];
+    after[QLatin1String("fullName")] = before[QLatin1String("fullName")];
+    QCOMPARE(after, before);
+    QCOMPARE(stored(account()).password, QString::fromUtf8(Password));
+    QCOMPARE(run(words("set Demo")).exit, 2);
+}
+
+void TestOrvmailAccount::setTurnsPushOnAndOff()
+{
+    addAccount();
+    QCOMPARE(run(words("set Demo --push on")).exit, 0);
+    QTRY_COMPARE(QMailAccount(account()).customField(QStringLiteral("pushEnabled")),
+                 QStringLiteral("1"));
+    QCOMPARE(run(words("set Demo --push off")).exit, 0);
+    QTRY_VERIFY(!QMailAccount(account()).customFields().contains(QStringLiteral("pushEnabled")));
+}
+
+void TestOrvmailAccount::setKeepsMailForSoLong()
+{
+    addAccount();
+    const auto keepDays = [this] {
+        return QMailAccountConfiguration(account())
+            .serviceConfiguration(QStringLiteral("orvmail"))
+            .value(QStringLiteral("keepDays"));
+    };
+    QCOMPARE(run(words("set Demo --keep 7")).exit, 0);
+    QTRY_COMPARE(keepDays(), QStringLiteral("7"));
+    QCOMPARE(run(words("set Demo --keep all")).exit, 0);
+    QTRY_COMPARE(keepDays(), QStringLiteral("0"));
+    QVERIFY(run(words("show Demo")).out.contains("all"));
+}
+
+void TestOrvmailAccount::setTakesANewPassword()
+{
+    addAccount();
+    QCOMPARE(run(words("set Demo --user bob --password-stdin"), OtherPassword).exit, 0);
+    QTRY_COMPARE(stored(account()).password, QString::fromUtf8(OtherPassword));
+    QTRY_COMPARE(stored(account()).userName, QStringLiteral("bob"));
+    QTRY_COMPARE(QMailAccount(account()).customField(QStringLiteral("UserName")),
+                 QStringLiteral("bob"));
+}
+
+void TestOrvmailAccount::setWithRefusedLoginChangesNothing()
+{
+    addAccount();
+    const QByteArray before = run(words("show Demo --json")).out;
+    const Run refused = run(words("set Demo --push on --password-stdin"), "Not-the-Passw0rd");
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(run(words("show Demo --json")).out, before);
+    QCOMPARE(stored(account()).password, QString::fromUtf8(Password));
+}
+
+void TestOrvmailAccount::setDisablesAndEnables()
+{
+    addAccount();
+    QCOMPARE(run(words("set Demo --enabled off")).exit, 0);
+    QTRY_VERIFY(!(QMailAccount(account()).status() & QMailAccount::Enabled));
+    QCOMPARE(run(words("set Demo --domain X --no-check")).exit, 0);
+    QTRY_VERIFY(!(QMailAccount(account()).status() & QMailAccount::Enabled));
+    QCOMPARE(run(words("sync Demo")).exit, 1);
+    QCOMPARE(run(words("set Demo --enabled on")).exit, 0);
+    QTRY_VERIFY(QMailAccount(account()).status() & QMailAccount::Enabled);
+}
+
+void TestOrvmailAccount::setMakesFavourites()
+{
+    addAccount();
+    StoreFixture::addStandardFolders(account());
+    const QMailFolderId work = StoreFixture::addFolder(account(), QStringLiteral("Work"));
+    const QMailFolderId old = StoreFixture::addFolder(account(), QStringLiteral("Old"),
+                                                      QMailFolder::StandardFolder(0), work);
+    QCOMPARE(run(words("set Demo --favourite Sent --favourite Work/Old")).exit, 0);
+    const QMailFolderId sent = Accounts::findFolder(account(), QStringLiteral("Sent"));
+    QTRY_VERIFY(QMailFolder(sent).status() & QMailFolder::Favourite);
+    QTRY_VERIFY(QMailFolder(old).status() & QMailFolder::Favourite);
+    QTRY_VERIFY(!(QMailFolder(work).status() & QMailFolder::Favourite));
+    QTRY_VERIFY(QMailFolder(sent).status() & QMailFolder::Sent);
+    QCOMPARE(run(words("set Demo --no-favourite Sent")).exit, 0);
+    QTRY_VERIFY(!(QMailFolder(sent).status() & QMailFolder::Favourite));
+}
+
+void TestOrvmailAccount::setRefusesAnUnknownFolderWhole()
+{
+    addAccount();
+    StoreFixture::addStandardFolders(account());
+    const Run refused = run(words("set Demo --push on --favourite Sent --favourite Nowhere"));
+    QCOMPARE(refused.exit, 1);
+    QVERIFY(refused.err.contains("\"Nowhere\""));
+    const QMailFolderId sent = Accounts::findFolder(account(), QStringLiteral("Sent"));
+    QVERIFY(!(QMailFolder(sent).status() & QMailFolder::Favourite));
+    QVERIFY(QMailAccount(account()).customField(QStringLiteral("pushEnabled")).isEmpty());
+}
+
+void TestOrvmailAccount::setRefusesATakenName()
+{
+    addAccount();
+    QCOMPARE(run(addArguments(QStringLiteral("Second")) + words("--no-check"), Password).exit, 0);
+    const Run refused = run(words("set Second --name Demo"));
+    QCOMPARE(refused.exit, 1);
+    QVERIFY(account("Second").isValid());
+    QCOMPARE(run(words("set Second --name Third")).exit, 0);
+    QTRY_VERIFY(account("Third").isValid());
+}
+
+void TestOrvmailAccount::foldersAreListedWithTheirCounts()
+{
+    addAccount();
+    QVERIFY(run(words("folders Demo")).out.contains("sync"));
+    StoreFixture::addStandardFolders(account());
+    const QMailFolderId inbox = Accounts::findFolder(account(), QStringLiteral("Inbox"));
+    StoreFixture::addMessage(account(), inbox);
+    StoreFixture::addMessage(account(), inbox, QStringLiteral("Seen"),
+                             QMailMessage::Incoming | QMailMessage::Read);
+    const QJsonArray folders = run(words("folders Demo --json")).json().array();
+    QCOMPARE(folders.size(), 6);
+    for (const QJsonValue &value : folders) {
+        const QJsonObject folder = value.toObject();
+        const bool isInbox = folder[QLatin1String("path")].toString() == QLatin1String("Inbox");
+        QCOMPARE(folder[QLatin1String("total")].toInt(), isInbox ? 2 : 0);
+        QCOMPARE(folder[QLatin1String("unread")].toInt(), isInbox ? 1 : 0);
+    }
+}
+
+void TestOrvmailAccount::testTellsVersionOrReason()
+{
+    addAccount();
+    const Run good = run(words("test Demo --json"));
+    QCOMPARE(good.exit, 0);
+    QCOMPARE(good.json().object()[QLatin1String("version")].toString(), QStringLiteral("14.1"));
+    // Asking for the folder tree would make the server forget how far the account has come.
+    QCOMPARE(m_server->requestCount("FolderSync"), 0);
+    QCOMPARE(run(words("set Demo --user bob --no-check")).exit, 0);
+    const Run bad = run(words("test Demo"));
+    QCOMPARE(bad.exit, 1);
+    QVERIFY(bad.err.contains("user name or password"));
+}
+
+void TestOrvmailAccount::removeTakesMailAndSettings()
+{
+    addAccount();
+    const QMailAccountId id = account();
+    StoreFixture::addStandardFolders(id);
+    const QMailFolderId inbox = Accounts::findFolder(id, QStringLiteral("Inbox"));
+    const QMailMessageId message = StoreFixture::addMessage(id, inbox);
+    const auto contentFiles = [] {
+        return QDir(qEnvironmentVariable("QMF_DATA") + QStringLiteral("/mail"))
+            .entryList(QDir::Files)
+            .size();
+    };
+    QVERIFY(contentFiles() > 0);
+    QCOMPARE(run(words("remove Demo")).exit, 2);
+    QVERIFY(account().isValid());
+    QCOMPARE(run(words("remove Demo --yes")).exit, 0);
+    QTRY_VERIFY(!account().isValid());
+    QCOMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(message)), 0);
+    QCOMPARE(QMailStore::instance()->countFolders(QMailFolderKey::parentAccountId(id)), 0);
+    QVERIFY(QMailAccountConfiguration(id).services().isEmpty());
+    QCOMPARE(contentFiles(), 0);
+}
+
+void TestOrvmailAccount::removeAsksFirst()
+{
+    addAccount();
+    Terminal no(Program, words("remove Demo"));
+    QVERIFY(no.waitFor("(yes/no)"));
+    no.type("");
+    QCOMPARE(no.finish(), 1);
+    QVERIFY(account().isValid());
+    Terminal yes(Program, words("remove Demo"));
+    QVERIFY(yes.waitFor("(yes/no)"));
+    yes.type("yes");
+    QCOMPARE(yes.finish(), 0);
+    QVERIFY(!account().isValid());
+    everythingPrinted += no.screen() + yes.screen();
+}
+
+void TestOrvmailAccount::syncNeedsAMessageServer()
+{
+    addAccount();
+    const Run refused = run(words("sync Demo"));
+    QCOMPARE(refused.exit, 1);
+    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY(refused.err.contains("messageserver5"));
+}
+
+void TestOrvmailAccount::syncTellsWhatHasChanged()
+{
+    addAccount();
+    StoreFixture::addStandardFolders(account());
+    ScriptedDaemon daemon;
+    QVERIFY(startMessageServer());
+    Background sync(words("sync Demo --json"));
+    const ScriptedDaemon::Call call = daemon.waitForCall("sync", 20000);
+    QVERIFY(call.isValid());
+    const QMailFolderId inbox = Accounts::findFolder(account(), QStringLiteral("Inbox"));
+    StoreFixture::addMessage(account(), inbox, QStringLiteral("New one"));
+    // The rest of the synchronisation has nothing to wait for.
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    daemon.complete(call.requestId, 200);
+    QTRY_VERIFY_WITH_TIMEOUT(sync.isOver(), 20000);
+    const Run result = sync.result();
+    QVERIFY2(result.exit == 0, result.err.constData());
+    const QJsonArray folders = result.json().object()[QLatin1String("folders")].toArray();
+    QCOMPARE(folders.size(), 1);
+    QCOMPARE(folders.first().toObject()[QLatin1String("path")].toString(), QStringLiteral("Inbox"));
+    QCOMPARE(folders.first().toObject()[QLatin1String("new")].toInt(), 1);
+}
+
+void TestOrvmailAccount::syncTellsWhyItFailed()
+{
+    addAccount();
+    ScriptedDaemon daemon;
+    daemon.answer(ScriptedDaemon::Answer().completing(401));
+    QVERIFY(startMessageServer());
+    Background sync(words("sync Demo"));
+    QTRY_VERIFY_WITH_TIMEOUT(sync.isOver(), 30000);
+    const Run result = sync.result();
+    QCOMPARE(result.exit, 1);
+    QCOMPARE(result.errorLines(), 1);
+    QVERIFY2(result.err.contains("user name or password"), result.err.constData());
+}
+
+void TestOrvmailAccount::syncIsCancelledByInterrupt()
+{
+    addAccount();
+    ScriptedDaemon daemon;
+    QVERIFY(startMessageServer());
+    Background sync(words("sync Demo"));
+    QTRY_VERIFY_WITH_TIMEOUT(!daemon.calls().isEmpty(), 20000);
+    sync.interrupt();
+    QTRY_VERIFY_WITH_TIMEOUT(sync.isOver(), 20000);
+    const Run result = sync.result();
+    QCOMPARE(result.exit, 1);
+    QVERIFY2(result.err.contains("cancelled"), result.err.constData());
+    QVERIFY(daemon.waitForCall("abortRequest").isValid());
+}
+
+void TestOrvmailAccount::nothingPrintedHoldsAPassword()
+{
+    QVERIFY(everythingPrinted.size() > 10000);
+    for (const QByteArray &password :
+         {Password, OtherPassword, QByteArray("Typed-Passw0rd"), QByteArray("Not-the-Passw0rd")}) {
+        QVERIFY(!everythingPrinted.contains(password));
+        QVERIFY(!everythingPrinted.contains(password.toBase64()));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestOrvmailAccount)
+#include "tst_orvmailaccount.moc"
