@@ -39,6 +39,15 @@ QString clipped(const QString &text, int width)
     return text.simplified().left(width).leftJustified(width);
 }
 
+void printLine(const QMailMessageMetaData &message)
+{
+    const QString from =
+        message.from().name().isEmpty() ? message.from().address() : message.from().name();
+    out() << "    " << flags(message) << ' '
+          << message.receivedDate().toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm")) << "  "
+          << clipped(from, 20) << "  " << message.subject().simplified().left(44) << '\n';
+}
+
 void printParts(const QMailMessagePartContainer &container, int depth)
 {
     for (uint i = 0; i < container.partCount(); ++i) {
@@ -100,14 +109,20 @@ void StoreView::printMessages(const QString &folder, int limit) const
 {
     const QMailMessageKey key = QMailMessageKey::parentFolderId(folderByPath(folder));
     const QMailMessageSortKey newest = QMailMessageSortKey::receptionTimeStamp(Qt::DescendingOrder);
-    for (const QMailMessageId &id :
-         QMailStore::instance()->queryMessages(key, newest, uint(limit))) {
+    for (const QMailMessageId &id : QMailStore::instance()->queryMessages(key, newest, uint(limit)))
+        printLine(QMailMessageMetaData(id));
+    out() << Qt::flush;
+}
+
+void StoreView::printMatches(const QString &text) const
+{
+    const QMailMessageKey key = QMailMessageKey::parentAccountId(m_account)
+        & (QMailMessageKey::subject(text, QMailDataComparator::Includes)
+           | QMailMessageKey::preview(text, QMailDataComparator::Includes));
+    for (const QMailMessageId &id : QMailStore::instance()->queryMessages(key)) {
         const QMailMessageMetaData message(id);
-        const QString from =
-            message.from().name().isEmpty() ? message.from().address() : message.from().name();
-        out() << "    " << flags(message) << ' '
-              << message.receivedDate().toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm")) << "  "
-              << clipped(from, 20) << "  " << clipped(message.subject(), 44) << '\n';
+        out() << "    " << clipped(folderPath(QMailFolder(message.parentFolderId())), 10);
+        printLine(message);
     }
     out() << Qt::flush;
 }

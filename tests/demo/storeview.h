@@ -25,6 +25,9 @@ public:
     /** One line: where the message is, its flags, and how much of it is here. */
     void printState(const QMailMessageId &id) const;
 
+    /** The messages whose subject or preview contains `text`, with the folder of each. */
+    void printMatches(const QString &text) const;
+
     /** Folder by its path ("Work/2026"); invalid when there is none. */
     QMailFolderId folderByPath(const QString &path) const;
     /** Newest message whose subject contains `subject`; invalid when there is none. */
