@@ -9,10 +9,10 @@ AccountDirectory::AccountDirectory(QObject *parent)
     : QObject(parent)
 {
     QMailStore *store = QMailStore::instance();
-    connect(store, &QMailStore::accountsAdded, this, &AccountDirectory::refresh);
-    connect(store, &QMailStore::accountsUpdated, this, &AccountDirectory::refresh);
+    connect(store, &QMailStore::accountsAdded, this, &AccountDirectory::rescan);
+    connect(store, &QMailStore::accountsUpdated, this, &AccountDirectory::rescan);
     connect(store, &QMailStore::accountsRemoved, this, &AccountDirectory::forget);
-    refresh(store->queryAccounts());
+    rescan();
 }
 
 std::optional<AccountRecord> AccountDirectory::account(const QMailAccountId &id) const
@@ -21,31 +21,46 @@ std::optional<AccountRecord> AccountDirectory::account(const QMailAccountId &id)
     return found == m_accounts.constEnd() ? std::nullopt : std::make_optional(*found);
 }
 
-void AccountDirectory::refresh(const QMailAccountIdList &ids)
+/** All of them: a process that ends at once after a change may lose the notification of it. */
+void AccountDirectory::rescan()
 {
-    for (const QMailAccountId &id : ids) {
-        const AccountRecord record = AccountRecord::read(id);
-        const std::optional<AccountRecord> before = account(id);
-        if (!record.id.isValid()) {
-            if (m_accounts.remove(id))
-                emit removed(id);
-            continue;
-        }
-        m_accounts.insert(id, record);
-        if (!before)
-            emit added(record);
-        else if (*before != record)
-            emit changed(record);
+    const QMailAccountIdList present = QMailStore::instance()->queryAccounts();
+    for (const QMailAccountId &id : m_accounts.keys()) {
+        if (!present.contains(id))
+            drop(id);
     }
+    for (const QMailAccountId &id : present)
+        refresh(id);
+}
+
+void AccountDirectory::refresh(const QMailAccountId &id)
+{
+    const AccountRecord record = AccountRecord::read(id);
+    const std::optional<AccountRecord> before = account(id);
+    if (!record.id.isValid()) {
+        if (m_accounts.remove(id))
+            emit removed(id);
+        return;
+    }
+    m_accounts.insert(id, record);
+    if (!before)
+        emit added(record);
+    else if (*before != record)
+        emit changed(record);
 }
 
 void AccountDirectory::forget(const QMailAccountIdList &ids)
 {
-    for (const QMailAccountId &id : ids) {
-        if (m_accounts.remove(id))
-            emit removed(id);
-        emit deleted(id);
-    }
+    for (const QMailAccountId &id : ids)
+        drop(id);
+    rescan();
+}
+
+void AccountDirectory::drop(const QMailAccountId &id)
+{
+    if (m_accounts.remove(id))
+        emit removed(id);
+    emit deleted(id);
 }
 
 } // namespace Store

@@ -36,8 +36,10 @@ signals:
     void deleted(const QMailAccountId &id);
 
 private:
-    void refresh(const QMailAccountIdList &ids);
+    void rescan();
+    void refresh(const QMailAccountId &id);
     void forget(const QMailAccountIdList &ids);
+    void drop(const QMailAccountId &id);
 
     QMap<QMailAccountId, AccountRecord> m_accounts;
 };

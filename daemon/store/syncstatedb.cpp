@@ -253,7 +253,8 @@ Eas::Result SyncStateDb::loadDeviceId()
 
 Eas::Result SyncStateDb::run(QSqlQuery &query) const
 {
-    if (query.exec())
+    // A failed preparation left its error, which exec() would replace by a worse one.
+    if (!query.lastError().isValid() && query.exec())
         return {};
     const int sqliteCorrupt = 11;
     const int sqliteNotADatabase = 26;
@@ -265,8 +266,7 @@ Eas::Result SyncStateDb::run(QSqlQuery &query) const
 Eas::Result SyncStateDb::execute(const QString &sql)
 {
     QSqlQuery query(m_database);
-    if (!query.prepare(sql))
-        return run(query);
+    query.prepare(sql);
     return run(query);
 }
 
