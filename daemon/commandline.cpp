@@ -16,7 +16,9 @@ struct LogCategory
 constexpr LogCategory Categories[] = {
     {"asdaemon", "start and end, accounts and their settings"},
     {"asdaemon.requests", "each call and its end"},
+    {"asdaemon.eas", "the conversation with the servers, without its contents"},
     {"asdaemon.sync", "what a synchronisation does"},
+    {"platform", "what the mail store and Qt say; may quote people's mail, not in \"all\""},
 };
 
 QString describeCategories()
@@ -76,6 +78,8 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     for (const QString &name : names) {
         if (name == QLatin1String("all"))
             line.logRules += QStringLiteral("asdaemon*.debug=true\n");
+        else if (name == QLatin1String("platform"))
+            line.logPlatform = true;
         else if (categoryNames().contains(name))
             line.logRules += name + QStringLiteral(".debug=true\n");
         else

@@ -16,6 +16,8 @@ struct CommandLine
     bool isOver = false;
     /** Rules for QLoggingCategory::setFilterRules(). */
     QString logRules;
+    /** Log what the mail store and Qt say, too. */
+    bool logPlatform = false;
 
     static CommandLine parse(const QStringList &arguments);
 };

@@ -44,15 +44,15 @@ QSet<quint64> Engine::accounts() const
 
 void Engine::check(quint64 ticket, quint64 accountId, quint64 messageId)
 {
-    const bool acceptable = isAccountEnabled(QMailAccountId(accountId)) && worker(accountId)
-        && (messageId == 0 || hasMessage(accountId, messageId));
+    const bool acceptable =
+        upToDateWorker(accountId) && (messageId == 0 || hasMessage(accountId, messageId));
     emit checkResolved(ticket, acceptable);
 }
 
 void Engine::accept(const Request &request)
 {
-    AccountWorker *account = worker(request.accountId);
-    if (!account || !isAccountEnabled(QMailAccountId(request.accountId)))
+    AccountWorker *account = upToDateWorker(request.accountId);
+    if (!account)
         emit requestFinished(request.id, Eas::Cancelled);
     else if (request.namesMessage() && !hasMessage(request.accountId, request.messageId))
         emit requestFinished(request.id, Eas::NotFound);
@@ -72,13 +72,18 @@ void Engine::stopSync(quint64 accountId)
         account->stopSync();
 }
 
-AccountWorker *Engine::worker(quint64 accountId)
+AccountWorker *Engine::upToDateWorker(quint64 accountId)
 {
-    if (AccountWorker *known = m_workers.value(accountId))
-        return known;
-    // It may have been added a moment ago, and the notice of it is still under way.
+    // Another process may have added or changed the account a moment ago, and the notice of it is
+    // still under way.
     const auto record = Store::AccountRecord::read(QMailAccountId(accountId));
-    return record.id.isValid() ? makeWorker(record) : nullptr;
+    if (!record.id.isValid())
+        return nullptr;
+    AccountWorker *known = m_workers.value(accountId);
+    if (!known)
+        return makeWorker(record);
+    known->update(record);
+    return known;
 }
 
 AccountWorker *Engine::makeWorker(const Store::AccountRecord &record)

@@ -48,7 +48,7 @@ private:
     void onChanged(const Store::AccountRecord &record);
     void onRemoved(const QMailAccountId &id);
     void onDeleted(const QMailAccountId &id);
-    AccountWorker *worker(quint64 accountId);
+    AccountWorker *upToDateWorker(quint64 accountId);
     AccountWorker *makeWorker(const Store::AccountRecord &record);
 
     Store::SyncStateDb &m_db;

@@ -2,6 +2,7 @@
 #include "daemon/jobrunner.h"
 
 #include "daemon/accountcontext.h"
+#include "daemon/storeprobe.h"
 
 namespace Daemon {
 
@@ -20,8 +21,30 @@ void JobRunner::start()
     m_timer.start(0);
 }
 
+/** True while there is nothing to do but to wait. */
+bool JobRunner::waitForStore()
+{
+    if (StoreProbe::isWritable()) {
+        m_timer.setInterval(0);
+        m_locked.invalidate();
+        return false;
+    }
+    m_timer.setInterval(LockPollMs);
+    if (!m_locked.isValid())
+        m_locked.start();
+    return m_locked.elapsed() < LongestLockMs;
+}
+
 void JobRunner::step()
 {
+    if (waitForStore())
+        return;
+    if (m_locked.isValid()) {
+        m_timer.stop();
+        emit finished(
+            {Eas::ServerFailed, QStringLiteral("another process holds the mail store locked")});
+        return;
+    }
     if (!isAccountEnabled(m_account)) {
         m_timer.stop();
         emit finished({Eas::Cancelled, QStringLiteral("the account is not enabled any more")});

@@ -3,12 +3,22 @@
 #define DAEMON_LOGGING_H
 
 #include <QLoggingCategory>
+#include <QString>
 
 namespace Daemon {
 
 Q_DECLARE_LOGGING_CATEGORY(lcDaemon)   ///< start, end, accounts, settings that are wrong
 Q_DECLARE_LOGGING_CATEGORY(lcRequests) ///< calls and their ends
 Q_DECLARE_LOGGING_CATEGORY(lcSync)     ///< what a synchronisation does
+
+/**
+ * Starts logging to standard error: each category's information and warnings, and everything of
+ * those that the rules name.
+ *
+ * What the mail store and Qt log is left out unless it is asked for: the store's warnings quote
+ * what it writes, which is people's mail.
+ */
+void startLogging(const QString &rules, bool withPlatform);
 
 } // namespace Daemon
 

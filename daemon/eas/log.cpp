@@ -3,6 +3,6 @@
 
 namespace Eas {
 
-Q_LOGGING_CATEGORY(lcEas, "orvmail.eas", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcEas, "asdaemon.eas", QtInfoMsg)
 
 } // namespace Eas

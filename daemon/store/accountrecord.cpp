@@ -47,7 +47,10 @@ AccountRecord AccountRecord::read(const QMailAccountId &id)
     AccountRecord record;
     const QMailAccount account = QMailStore::instance()->account(id);
     const QMailAccountConfiguration stored = QMailStore::instance()->accountConfiguration(id);
-    if (!account.id().isValid() || !(account.status() & QMailAccount::Enabled)
+    // By a query: the account that this process remembers may be older than the file.
+    const QMailAccountKey enabled = QMailAccountKey::id(id)
+        & QMailAccountKey::status(QMailAccount::Enabled, QMailDataComparator::Includes);
+    if (QMailStore::instance()->countAccounts(enabled) == 0
         || !stored.services().contains(serviceKey))
         return record;
     const Configuration configuration(stored);

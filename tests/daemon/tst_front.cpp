@@ -226,7 +226,7 @@ void TestFront::aRequestIsCompletedOnce()
     const int id = call(QStringLiteral("sync"), {qulonglong(1)});
     emit m_engine->finish(id, 200);
     emit m_engine->finish(id, 500);
-    call(QStringLiteral("abortRequest"), {id, 1030});
+    m_daemon->abortRequest(id, 1030, QDBus::Block);
     emit m_engine->finish(id, 901);
     const int other = call(QStringLiteral("sync"), {qulonglong(2)});
     emit m_engine->finish(other, 902);

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/asdbusinterface.h"
+#include "daemon/commandline.h"
+#include "daemon/engine.h"
+#include "daemon/front.h"
+#include "daemon/logging.h"
+#include "daemon/signalwatcher.h"
+
+#include <cstdio>
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <qmailstore.h>
+#include <QThread>
+#include <QTimer>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/** The mail store's transactions survive an end at any time, so a blocked one is not waited for. */
+constexpr int LongestEndMs = 5000;
+
+/** What must be so before anything else happens. */
+void prepareProcess()
+{
+    // The mail store compiles a regular expression for one match each; interpreting is cheaper.
+    qputenv("QT_ENABLE_REGEXP_JIT", "0");
+    umask(077);
+    // A dump of this process would have passwords in it.
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+}
+
+void connectHalves(Daemon::Engine *engine, Daemon::Front *front)
+{
+    using Daemon::Engine;
+    using Daemon::Front;
+    QObject::connect(front, &Front::checkWanted, engine, &Engine::check);
+    QObject::connect(front, &Front::requestAccepted, engine, &Engine::accept);
+    QObject::connect(front, &Front::requestDropped, engine, &Engine::drop);
+    QObject::connect(front, &Front::syncStopWanted, engine, &Engine::stopSync);
+    QObject::connect(engine, &Engine::accountsChanged, front, &Front::setAccounts);
+    QObject::connect(engine, &Engine::checkResolved, front, &Front::resolveCheck);
+    QObject::connect(engine, &Engine::requestFinished, front, &Front::finishRequest);
+    QObject::connect(engine, &Engine::syncBegan, front, &Front::beginSync);
+    QObject::connect(engine, &Engine::syncProgressed, front, &Front::setProgress);
+    QObject::connect(engine, &Engine::syncEnded, front, &Front::endSync);
+}
+
+/** Ends the process after the front has said its last word, soon, whatever the engine does. */
+void connectEnd(Daemon::SignalWatcher *watcher, Daemon::Front *front)
+{
+    using Daemon::Front;
+    QObject::connect(watcher, &Daemon::SignalWatcher::endWanted, front, &Front::shutDown);
+    QObject::connect(front, &Front::busLost, front, &Front::shutDown);
+    QObject::connect(front, &Front::shutDownDone, qApp, &QCoreApplication::quit);
+    QObject::connect(front, &Front::shutDownDone, front,
+                     [front] { QTimer::singleShot(LongestEndMs, front, [] { _exit(0); }); });
+}
+
+int fail(const QString &why)
+{
+    qCCritical(Daemon::lcDaemon).noquote() << why;
+    return 1;
+}
+
+/** Serves until a signal or the end of the session; returns the exit code. */
+int serve(const QDBusConnection &bus)
+{
+    if (QMailStore::instance()->initializationState() == QMailStore::InitializationFailed)
+        return fail(QStringLiteral("the mail store cannot be opened"));
+    Store::SyncStateDb db;
+    const Eas::Result opened = db.open();
+    if (!opened.ok())
+        return fail(QStringLiteral("the memory cannot be opened: ") + opened.text);
+    db.removeVanishedAccounts();
+    Daemon::Engine engine(db);
+
+    QThread thread;
+    auto *front = new Daemon::Front(Daemon::systemClock());
+    auto *watcher = new Daemon::SignalWatcher(front);
+    front->setAccounts(engine.accounts());
+    connectHalves(&engine, front);
+    connectEnd(watcher, front);
+    front->moveToThread(&thread);
+    QObject::connect(&thread, &QThread::finished, front, &QObject::deleteLater);
+    thread.start();
+
+    QString error;
+    QMetaObject::invokeMethod(
+        front, [front, bus] { return front->start(bus); }, Qt::BlockingQueuedConnection, &error);
+    const int code = error.isEmpty() ? QCoreApplication::exec() : fail(error);
+    thread.quit();
+    thread.wait();
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    prepareProcess();
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("asdaemon"));
+    const auto line = Daemon::CommandLine::parse(QCoreApplication::arguments());
+    if (line.isOver) {
+        std::fputs(qPrintable(line.text), line.exitCode == 0 ? stdout : stderr);
+        return line.exitCode;
+    }
+    Daemon::startLogging(line.logRules, line.logPlatform);
+    qRegisterMetaType<Daemon::Request>("Daemon::Request");
+    qRegisterMetaType<QSet<quint64>>("QSet<quint64>");
+    qRegisterMetaType<Activesync::SearchMailboxResult>("Activesync::SearchMailboxResult");
+
+    const auto bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("asdaemon"));
+    if (!bus.isConnected())
+        return fail(QStringLiteral("there is no session bus"));
+    // Asked before the mail store is opened, so that a second instance costs nothing; the front
+    // makes sure of it.
+    if (bus.interface()->isServiceRegistered(QLatin1String(Activesync::ServiceName)))
+        return fail(QStringLiteral("another instance is running already"));
+    return serve(bus);
+}

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/daemon/daemonprocess.h"
+
+#include "asclient/asdbusinterface.h"
+
+#include <cstdio>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QFile>
+#include <QTest>
+
+DaemonProcess::DaemonProcess()
+{
+    static int number = 0;
+    m_logFile = qEnvironmentVariable("ORVMAIL_TEST_PLACE")
+        + QStringLiteral("/asdaemon%1.log").arg(++number);
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+    m_process.setStandardOutputFile(m_logFile, QIODevice::Append);
+}
+
+DaemonProcess::~DaemonProcess()
+{
+    if (isRunning())
+        kill();
+    if (QTest::currentTestFailed())
+        std::fprintf(stderr, "--- asdaemon said:\n%s---\n", qPrintable(log()));
+}
+
+QString DaemonProcess::program()
+{
+    return qEnvironmentVariable("ORVMAIL_BUILD_DIR") + QStringLiteral("/bin/asdaemon");
+}
+
+bool DaemonProcess::isOnBus()
+{
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(
+        QLatin1String(Activesync::ServiceName));
+}
+
+bool DaemonProcess::start(const QStringList &arguments)
+{
+    m_process.start(program(), arguments);
+    return QTest::qWaitFor([this] { return isOnBus() || !isRunning(); }, 20000) && isRunning();
+}
+
+void DaemonProcess::requestEnd()
+{
+    m_process.terminate();
+}
+
+int DaemonProcess::end(int timeoutMs)
+{
+    requestEnd();
+    if (!QTest::qWaitFor([this] { return !isRunning(); }, timeoutMs))
+        return -1;
+    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+void DaemonProcess::kill()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+    [[maybe_unused]] const bool gone = QTest::qWaitFor([] { return !isOnBus(); });
+}
+
+QString DaemonProcess::log() const
+{
+    QFile file(m_logFile);
+    file.open(QIODevice::ReadOnly);
+    return QString::fromUtf8(file.readAll());
+}

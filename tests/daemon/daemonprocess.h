@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMONPROCESS_H
+#define DAEMONPROCESS_H
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+/**
+ * The real asdaemon on the test's bus and mail store.
+ *
+ * What it logs (everything) is kept, and printed when the test that owns this object failed. The
+ * destructor kills a daemon that still runs.
+ */
+class DaemonProcess
+{
+public:
+    DaemonProcess();
+    ~DaemonProcess();
+    DaemonProcess(const DaemonProcess &) = delete;
+    DaemonProcess &operator=(const DaemonProcess &) = delete;
+
+    static QString program();
+    /** Some process serves the daemon's name. */
+    static bool isOnBus();
+
+    /** Starts it and waits until it has its name on the bus. */
+    bool start(const QStringList &arguments = {QStringLiteral("--log"), QStringLiteral("all")});
+    /** SIGTERM without waiting. */
+    void requestEnd();
+    /** SIGTERM; the exit code, or -1 when it crashed or did not end in time. */
+    int end(int timeoutMs = 10000);
+    /** SIGKILL, and waits until the bus knows. */
+    void kill();
+
+    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+    qint64 processId() const { return m_process.processId(); }
+    QString log() const;
+
+private:
+    QProcess m_process;
+    QString m_logFile;
+};
+
+#endif

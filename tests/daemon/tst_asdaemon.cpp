@@ -1,0 +1,367 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/syncinfoshmreader.h"
+#include "tests/daemon/daemonworld.h"
+#include "tests/daemon/storelock.h"
+
+#include <memory>
+#include <QElapsedTimer>
+#include <qmailfolder.h>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+#include <QTest>
+
+/** The daemon as a process: calls over the bus, a server on the loopback, a real mail store. */
+class TestAsDaemon : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_world.reset(); }
+
+    void theFirstSynchronisationBringsFoldersAndMessages();
+    void aSecondSynchronisationWithoutChangesLeavesTheStoreAlone();
+    void whatChangesAtTheServerArrives();
+    void aFolderSyncBringsTheTreeAlone();
+    void specificFoldersAloneAreSynchronisedAndUnknownIdsPassedOver();
+    void anyPairOfHintsBringsTheFolderUpToDate();
+    void moreMessagesThanOneWindowArrive();
+
+    void accountsThatDoNotExistAreRefused();
+    void messagesThatDoNotExistAreRefused();
+    void twoSynchronisationsBecomeOneAndBothEnd();
+    void abortingOneOfTwoLeavesTheOther();
+    void anAbortedSynchronisationStopsAndTheNextOneRuns();
+    void anEndedRequestCannotBeAborted();
+    void stopSyncEndsTheSynchronisation();
+    void broadcastsKeepTheirOrder();
+    void aRequestIsAliveForOneSecondAfterItsEnd();
+    void callsAreAnsweredWhileTheStoreIsLocked();
+    void theStateTellsOfARunningSynchronisation();
+
+private:
+    DaemonWorld &world() { return *m_world; }
+    QJsonObject slow(double seconds, const char *command = "Sync") const
+    {
+        return {{QStringLiteral("kind"), QStringLiteral("delay")},
+                {QStringLiteral("command"), QLatin1String(command)},
+                {QStringLiteral("seconds"), seconds}};
+    }
+    qulonglong accountNumber() { return world().account.toULongLong(); }
+    QString broadcast(const QString &text) { return text.arg(accountNumber()); }
+
+    std::unique_ptr<DaemonWorld> m_world;
+};
+
+void TestAsDaemon::init()
+{
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    m_world = std::make_unique<DaemonWorld>();
+    QVERIFY(world().begin());
+}
+
+void TestAsDaemon::theFirstSynchronisationBringsFoldersAndMessages()
+{
+    world().deliver(3);
+    world().server.control("folder-create",
+                           {{QStringLiteral("user"), QStringLiteral("alice")},
+                            {QStringLiteral("folder"), QStringLiteral("Work")}});
+    world().deliver(2, QStringLiteral("Job"), QStringLiteral("Work"));
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(),
+             QStringList(
+                 {QStringLiteral("Mail 1"), QStringLiteral("Mail 2"), QStringLiteral("Mail 3")}));
+    QCOMPARE(world().subjects(QStringLiteral("Work")),
+             QStringList({QStringLiteral("Job 1"), QStringLiteral("Job 2")}));
+    QCOMPARE(QMailAccount(world().account).standardFolder(QMailFolder::InboxFolder),
+             world().folder(QStringLiteral("Inbox")));
+}
+
+void TestAsDaemon::aSecondSynchronisationWithoutChangesLeavesTheStoreAlone()
+{
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    const auto key = QMailMessageKey::parentAccountId(world().account);
+    const QMailMessageIdList before = QMailStore::instance()->queryMessages(key);
+    QCOMPARE(before.size(), 3);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(QMailStore::instance()->queryMessages(key), before);
+}
+
+void TestAsDaemon::whatChangesAtTheServerArrives()
+{
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    const auto atServer = world().server.messages(QStringLiteral("alice"), QStringLiteral("Inbox"));
+    const auto item = [&atServer](int index) {
+        return QJsonObject {{QStringLiteral("user"), QStringLiteral("alice")},
+                            {QStringLiteral("folder"), QStringLiteral("Inbox")},
+                            {QStringLiteral("id"), atServer.at(index)[QStringLiteral("id")]}};
+    };
+    world().server.control("delete", item(0));
+    QJsonObject read = item(1);
+    read[QStringLiteral("read")] = true;
+    world().server.control("flag", read);
+    world().deliver(1, QStringLiteral("New"));
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(
+        world().subjects(),
+        QStringList({QStringLiteral("Mail 2"), QStringLiteral("Mail 3"), QStringLiteral("New 1")}));
+    const auto isRead = QMailMessageKey::parentAccountId(world().account)
+        & QMailMessageKey::status(QMailMessage::Read, QMailDataComparator::Includes);
+    QTRY_COMPARE(QMailStore::instance()->countMessages(isRead), 1);
+}
+
+void TestAsDaemon::aFolderSyncBringsTheTreeAlone()
+{
+    world().deliver(2);
+    const int id = world().proxy.folderSync(accountNumber(), QDBus::Block).value();
+    QCOMPARE(world().codeOf(id), 200);
+    QVERIFY(world().folder(QStringLiteral("Inbox")).isValid());
+    QCOMPARE(world().messageCount(), 0);
+    QCOMPARE(world().server.requestCount("Sync"), 0);
+    QCOMPARE(world().listener.broadcasts().size(), 1);
+}
+
+void TestAsDaemon::specificFoldersAloneAreSynchronisedAndUnknownIdsPassedOver()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    world().deliver(1, QStringLiteral("In"));
+    world().deliver(1, QStringLiteral("Out"), QStringLiteral("Sent"));
+    const QMailFolderId inbox = world().folder(QStringLiteral("Inbox"));
+    QVERIFY(inbox.isValid());
+    const int id = world().syncFolders({QStringLiteral("999999"), QStringLiteral("no number"),
+                                        QString::number(inbox.toULongLong())});
+    QCOMPARE(world().codeOf(id), 200);
+    QCOMPARE(world().messageCount(), 1);
+    QCOMPARE(world().subjects(), QStringList({QStringLiteral("In 1")}));
+    QCOMPARE(world().codeOf(world().syncFolders({QStringLiteral("999999")})), 200);
+    QCOMPARE(world().codeOf(world().syncFolders({})), 200);
+}
+
+void TestAsDaemon::anyPairOfHintsBringsTheFolderUpToDate()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    const QString inbox = QString::number(world().folder(QStringLiteral("Inbox")).toULongLong());
+    const QList<QPair<int, int>> pairs = {{0, 0}, {30, 0}, {0, 5}, {-7, 12345}, {30, -1}};
+    for (int i = 0; i < pairs.size(); ++i) {
+        world().deliver(1, QStringLiteral("Round %1").arg(i));
+        const int id = world().syncFolders({inbox}, pairs.at(i).first, pairs.at(i).second);
+        QCOMPARE(world().codeOf(id), 200);
+        QCOMPARE(world().messageCount(), i + 1);
+    }
+}
+
+void TestAsDaemon::moreMessagesThanOneWindowArrive()
+{
+    world().deliver(230);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 230);
+    QCOMPARE(world().differentSubjects(), 230);
+}
+
+void TestAsDaemon::accountsThatDoNotExistAreRefused()
+{
+    StoreFixture::Account disabled = world().settings();
+    disabled.enabled = false;
+    const qulonglong off = StoreFixture::addAccount(disabled).toULongLong();
+    for (qulonglong id : {qulonglong(0), qulonglong(99999), off, ~qulonglong(0)}) {
+        QCOMPARE(world().proxy.sync(id, QDBus::Block).value(), -1);
+        QCOMPARE(world().proxy.folderSync(id, QDBus::Block).value(), -1);
+        QCOMPARE(world().proxy.syncSpecificFolders(id, {}, 0, 0, QDBus::Block).value(), -1);
+        QCOMPARE(world().proxy.downloadMessage(id, 1, QDBus::Block).value(), -1);
+        QCOMPARE(world().proxy.searchMailbox(id, {}, {}, QDBus::Block).value(), -1);
+    }
+    QVERIFY(world().listener.broadcasts().isEmpty());
+}
+
+void TestAsDaemon::messagesThatDoNotExistAreRefused()
+{
+    const qulonglong account = accountNumber();
+    const QString location = QStringLiteral("1.1");
+    QCOMPARE(world().proxy.downloadMessage(account, 4711, QDBus::Block).value(), -1);
+    QCOMPARE(world().proxy.downloadAttachment(account, 4711, location, QDBus::Block).value(), -1);
+    QCOMPARE(world().proxy.sendMail(account, 4711, QDBus::Block).value(), -1);
+    // One of another account is none of this one.
+    const QMailAccountId other = StoreFixture::addAccount();
+    const QMailFolderId folder = StoreFixture::addFolder(other, QStringLiteral("Other"));
+    const qulonglong message = StoreFixture::addMessage(other, folder).toULongLong();
+    QCOMPARE(world().proxy.downloadMessage(account, message, QDBus::Block).value(), -1);
+}
+
+void TestAsDaemon::twoSynchronisationsBecomeOneAndBothEnd()
+{
+    world().deliver(1);
+    world().server.fault(slow(1.0, "FolderSync"));
+    const int first = world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    const int second = world().sync();
+    QVERIFY(first > 0 && second > 0 && first != second);
+    QCOMPARE(world().codeOf(first), 200);
+    QCOMPARE(world().codeOf(second), 200);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    QCOMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QCOMPARE(world().server.requestCount("FolderSync"), 1);
+}
+
+void TestAsDaemon::abortingOneOfTwoLeavesTheOther()
+{
+    world().deliver(1);
+    world().server.fault(slow(1.0, "FolderSync"));
+    const int first = world().sync();
+    const int second = world().sync();
+    world().proxy.abortRequest(first, 1030, QDBus::Block);
+    QCOMPARE(world().codeOf(first), 1030);
+    QCOMPARE(world().codeOf(second), 200);
+    QCOMPARE(world().messageCount(), 1);
+    QCOMPARE(world().listener.completionsOf(first), 1);
+}
+
+void TestAsDaemon::anAbortedSynchronisationStopsAndTheNextOneRuns()
+{
+    world().deliver(1);
+    world().server.fault(slow(20, "FolderSync"));
+    const int first = world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    world().proxy.abortRequest(first, 1029, QDBus::Block);
+    QCOMPARE(world().codeOf(first, 2000), 1029);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    QCOMPARE(world().messageCount(), 0);
+    QCOMPARE(world().codeOf(world().sync(), 10000), 200);
+    QCOMPARE(world().messageCount(), 1);
+}
+
+void TestAsDaemon::anEndedRequestCannotBeAborted()
+{
+    const int id = world().sync();
+    QCOMPARE(world().codeOf(id), 200);
+    for (int other : {id, -1, -2, 0, 12345})
+        world().proxy.abortRequest(other, 1030, QDBus::Block);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().listener.completionsOf(id), 1);
+    QCOMPARE(world().listener.count(QStringLiteral("requestCompleted")), 2);
+}
+
+void TestAsDaemon::stopSyncEndsTheSynchronisation()
+{
+    world().server.fault(slow(20, "FolderSync"));
+    const int first = world().sync();
+    const int second = world().proxy.folderSync(accountNumber(), QDBus::Block).value();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    world().proxy.stopSync(accountNumber() + 1, 1030, QDBus::Block);
+    world().proxy.stopSync(accountNumber(), 1030, QDBus::Block);
+    QCOMPARE(world().codeOf(first, 2000), 1030);
+    QCOMPARE(world().codeOf(second, 2000), 1030);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    world().proxy.stopSync(accountNumber(), 1030, QDBus::Block);
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemon::broadcastsKeepTheirOrder()
+{
+    world().deliver(1);
+    QList<int> ids;
+    for (int i = 0; i < 20; ++i) {
+        ids.append(world().sync());
+        if (i % 3 == 0)
+            QCOMPARE(world().codeOf(ids.last()), 200);
+    }
+    for (int id : qAsConst(ids))
+        QCOMPARE(world().codeOf(id), 200);
+    QTRY_COMPARE(world().listener.broadcasts().last(),
+                 broadcast(QStringLiteral("syncCompleted %1")));
+    bool isRunning = false;
+    const QStringList broadcasts = world().listener.broadcasts();
+    for (const QString &entry : broadcasts) {
+        if (entry == broadcast(QStringLiteral("syncStarted %1"))) {
+            QVERIFY2(!isRunning, qPrintable(broadcasts.join(QLatin1Char('\n'))));
+            isRunning = true;
+        } else {
+            QVERIFY2(isRunning, qPrintable(broadcasts.join(QLatin1Char('\n'))));
+            isRunning = entry != broadcast(QStringLiteral("syncCompleted %1"));
+        }
+    }
+    for (int id : qAsConst(ids))
+        QCOMPARE(world().listener.completionsOf(id), 1);
+}
+
+void TestAsDaemon::aRequestIsAliveForOneSecondAfterItsEnd()
+{
+    world().server.fault(slow(0.5, "FolderSync"));
+    const int id = world().sync();
+    QCOMPARE(world().proxy.isRequestAlive(id, QDBus::Block).value(), 1);
+    QCOMPARE(world().codeOf(id), 200);
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(world().proxy.isRequestAlive(id, QDBus::Block).value(), 1);
+    QTRY_COMPARE(world().proxy.isRequestAlive(id, QDBus::Block).value(), 0);
+    QVERIFY2(timer.elapsed() > 800, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
+}
+
+void TestAsDaemon::callsAreAnsweredWhileTheStoreIsLocked()
+{
+    world().deliver(5);
+    QCOMPARE(world().syncAndWait(), 200);
+    StoreLock lock;
+    QVERIFY(lock.isHeld());
+    const int first = world().sync();
+    QList<int> ids;
+    qint64 slowest = 0;
+    for (int i = 0; i < 10; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        ids.append(world().sync());
+        slowest = qMax(slowest, timer.restart());
+        QCOMPARE(world().proxy.isRequestAlive(ids.last(), QDBus::Block).value(), 1);
+        slowest = qMax(slowest, timer.restart());
+        QCOMPARE(world().proxy.sync(987654, QDBus::Block).value(), -1);
+        slowest = qMax(slowest, timer.restart());
+        QVERIFY(world().proxy.downloadMessage(accountNumber(), 4711, QDBus::Block).value() != 0);
+        slowest = qMax(slowest, timer.elapsed());
+    }
+    QVERIFY2(slowest < 200, qPrintable(QString::number(slowest)));
+    world().proxy.abortRequest(ids.last(), 1030, QDBus::Block);
+    QCOMPARE(world().codeOf(ids.last(), 1000), 1030);
+    lock.release();
+    QVERIFY(world().codeOf(first) != 0);
+    for (int id : qAsConst(ids))
+        QVERIFY(world().codeOf(id) != 0);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 5);
+}
+
+void TestAsDaemon::theStateTellsOfARunningSynchronisation()
+{
+    SyncInfoNode node;
+    world().deliver(250);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("delay")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("seconds"), 0.2},
+                          {QStringLiteral("count"), 5}});
+    const int id = world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QVERIFY(SyncInfoShmReader::instance().fill(node, accountNumber()));
+    QCOMPARE(node.syncState, SyncInfoNode::SyncRunning);
+    QList<int> seen;
+    [[maybe_unused]] const bool ended = QTest::qWaitFor(
+        [&] {
+            SyncInfoShmReader::instance().fill(node, accountNumber());
+            if (node.syncState == SyncInfoNode::SyncRunning
+                && (seen.isEmpty() || node.progress != seen.last()))
+                seen.append(node.progress);
+            return world().listener.codeOf(id) != 0;
+        },
+        30000);
+    QCOMPARE(world().listener.codeOf(id), 200);
+    QVERIFY2(seen.size() >= 4, qPrintable(QString::number(seen.size())));
+    QVERIFY(std::is_sorted(seen.cbegin(), seen.cend()));
+    QVERIFY(seen.first() >= 0 && seen.last() <= 1000);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    SyncInfoShmReader::instance().fill(node, accountNumber());
+    QCOMPARE(node.syncState, 0);
+}
+
+QTEST_GUILESS_MAIN(TestAsDaemon)
+#include "tst_asdaemon.moc"

@@ -1,0 +1,342 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/daemon/daemonworld.h"
+#include "tests/daemon/storelock.h"
+
+#include <memory>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+#include <QTest>
+
+/** What can be wrong with an account, its server and the mail store, and what a person is told. */
+class TestAsDaemonBadInput : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_world.reset(); }
+
+    void wrongSettingsFailWithOneWarning_data();
+    void wrongSettingsFailWithOneWarning();
+    void aWrongPasswordCostsOneRequest();
+    void severalRequestsShareOneRefusal();
+    void aServerThatIsDownIsNoConnection();
+    void aBrokenAnswerFailsAndTheNextSynchronisationWorks_data();
+    void aBrokenAnswerFailsAndTheNextSynchronisationWorks();
+    void aCertificateThatIsNotTrustedIsAConfigurationError_data();
+    void aCertificateThatIsNotTrustedIsAConfigurationError();
+    void httpStatuses_data();
+    void httpStatuses();
+    void aRefusedKeyKeepsTheMessages();
+    void aRefusedFolderKeyKeepsTheFolders();
+    void aChangedTreeIsFetchedBeforeTheFolder();
+    void moreWithoutItemsEnds();
+    void oneBadFolderDoesNotHoldUpTheOthers();
+    void aPassingFailureIsTriedAgain();
+    void aLockedStoreFailsAndTheNextRunRepeatsTheWindow();
+
+private:
+    DaemonWorld &world() { return *m_world; }
+    QJsonObject fault(const char *kind, const QJsonObject &more = {}) const
+    {
+        QJsonObject wish = more;
+        wish[QStringLiteral("kind")] = QLatin1String(kind);
+        return wish;
+    }
+    QJsonObject refusedCollection(int status) const
+    {
+        return fault("collection_status",
+                     {{QStringLiteral("command"), QStringLiteral("Sync")},
+                      {QStringLiteral("status"), status}});
+    }
+    QMailMessageIdList messageIds()
+    {
+        return QMailStore::instance()->queryMessages(
+            QMailMessageKey::parentAccountId(world().account));
+    }
+
+    std::unique_ptr<DaemonWorld> m_world;
+};
+
+void TestAsDaemonBadInput::init()
+{
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    m_world = std::make_unique<DaemonWorld>();
+    QVERIFY(world().begin());
+}
+
+void TestAsDaemonBadInput::wrongSettingsFailWithOneWarning_data()
+{
+    QTest::addColumn<QString>("server");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<QString>("field");
+    QTest::newRow("no server") << QString() << 80 << QStringLiteral("server");
+    QTest::newRow("blanks") << QStringLiteral("   ") << 80 << QStringLiteral("server");
+    QTest::newRow("not a host") << QStringLiteral("not a host") << 80 << QStringLiteral("server");
+    QTest::newRow("an address") << QStringLiteral("http://127.0.0.1/x") << 80
+                                << QStringLiteral("server");
+    QTest::newRow("port 0") << QStringLiteral("127.0.0.1") << 0 << QStringLiteral("port");
+    QTest::newRow("port too large")
+        << QStringLiteral("127.0.0.1") << 65536 << QStringLiteral("port");
+}
+
+void TestAsDaemonBadInput::wrongSettingsFailWithOneWarning()
+{
+    QFETCH(QString, server);
+    QFETCH(int, port);
+    QFETCH(QString, field);
+    StoreFixture::Account settings = world().settings();
+    settings.name = QStringLiteral("Oddly Named");
+    settings.server = server;
+    settings.port = port;
+    const QMailAccountId bad = StoreFixture::addAccount(settings);
+    const int failed = world().sync(bad);
+    const int good = world().sync();
+    QCOMPARE(world().codeOf(failed), 60006);
+    QCOMPARE(world().codeOf(good), 200);
+    QStringList warnings;
+    const QStringList lines = world().daemon.log().split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        if (line.contains(QLatin1String("Oddly Named")))
+            warnings.append(line);
+    }
+    QCOMPARE(warnings.size(), 1);
+    QVERIFY2(warnings.first().contains(field), qPrintable(warnings.first()));
+}
+
+void TestAsDaemonBadInput::aWrongPasswordCostsOneRequest()
+{
+    StoreFixture::Account settings = world().settings();
+    settings.password = QStringLiteral("wrong");
+    world().changeSettings(world().account, settings);
+    QCOMPARE(world().syncAndWait(), 401);
+    QCOMPARE(world().server.log().size(), 1);
+    // Asked by a person once more: one more request.
+    QCOMPARE(world().syncAndWait(), 401);
+    QCOMPARE(world().server.log().size(), 2);
+}
+
+void TestAsDaemonBadInput::severalRequestsShareOneRefusal()
+{
+    // Slow enough that all of them are there when the server refuses the first.
+    world().server.fault(
+        fault("delay", {{QStringLiteral("seconds"), 1}, {QStringLiteral("count"), -1}}));
+    world().server.fault(
+        fault("http", {{QStringLiteral("status"), 401}, {QStringLiteral("count"), -1}}));
+    QList<int> ids;
+    for (int i = 0; i < 12; ++i)
+        ids.append(world().sync());
+    for (int id : qAsConst(ids))
+        QCOMPARE(world().codeOf(id), 401);
+    QCOMPARE(world().server.log().size(), 1);
+}
+
+void TestAsDaemonBadInput::aServerThatIsDownIsNoConnection()
+{
+    world().deliver(2);
+    QVERIFY(world().server.stop());
+    QCOMPARE(world().syncAndWait(), 902);
+    QVERIFY(world().server.start());
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonBadInput::aBrokenAnswerFailsAndTheNextSynchronisationWorks_data()
+{
+    QTest::addColumn<QJsonObject>("wish");
+    QTest::addColumn<QList<int>>("codes");
+    const auto damaged = [this](const char *how) {
+        return fault("damage", {{QStringLiteral("how"), QLatin1String(how)}});
+    };
+    QTest::newRow("rubbish") << fault("rubbish") << QList<int> {501, 400};
+    QTest::newRow("truncated") << damaged("truncated") << QList<int> {501};
+    QTest::newRow("deep") << damaged("deep") << QList<int> {501};
+    QTest::newRow("length") << damaged("length") << QList<int> {501};
+    QTest::newRow("cut") << fault("cut", {{QStringLiteral("bytes"), 20}}) << QList<int> {902};
+    QTest::newRow("reset") << fault("reset") << QList<int> {902};
+    QTest::newRow("reset late") << fault("reset", {{QStringLiteral("late"), true}})
+                                << QList<int> {902};
+}
+
+void TestAsDaemonBadInput::aBrokenAnswerFailsAndTheNextSynchronisationWorks()
+{
+    QFETCH(QJsonObject, wish);
+    QFETCH(QList<int>, codes);
+    world().deliver(3, QStringLiteral("Old"));
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageIdList before = messageIds();
+    world().deliver(2, QStringLiteral("New"));
+    for (const char *command : {"FolderSync", "Sync"}) {
+        wish[QStringLiteral("command")] = QLatin1String(command);
+        wish[QStringLiteral("count")] = -1;
+        world().server.fault(wish);
+        const int code = world().syncAndWait();
+        QVERIFY2(codes.contains(code), qPrintable(QString::number(code)));
+        QCOMPARE(messageIds(), before);
+        world().server.clearFaults();
+    }
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 5);
+    QCOMPARE(world().differentSubjects(), 5);
+}
+
+void TestAsDaemonBadInput::aCertificateThatIsNotTrustedIsAConfigurationError_data()
+{
+    QTest::addColumn<QString>("names");
+    QTest::addColumn<int>("days");
+    QTest::newRow("self-signed") << QStringLiteral("DNS:localhost,IP:127.0.0.1") << 2;
+    QTest::newRow("another host") << QStringLiteral("DNS:elsewhere.test") << 2;
+    QTest::newRow("expired") << QStringLiteral("DNS:localhost,IP:127.0.0.1") << -1;
+}
+
+void TestAsDaemonBadInput::aCertificateThatIsNotTrustedIsAConfigurationError()
+{
+    QFETCH(QString, names);
+    QFETCH(int, days);
+    const QStringList files =
+        EasServer::makeCertificate(qEnvironmentVariable("ORVMAIL_TEST_PLACE"), names, days);
+    if (files.isEmpty())
+        QSKIP("there is no openssl to make a certificate with");
+    EasServer server;
+    server.addArguments({QStringLiteral("--tls"), files.at(0), files.at(1)});
+    QVERIFY(server.start());
+    StoreFixture::Account settings = world().settings();
+    settings.port = server.port();
+    settings.encryption = 1;
+    const QMailAccountId account = StoreFixture::addAccount(settings);
+    QCOMPARE(world().codeOf(world().sync(account)), 60006);
+    QVERIFY(world().daemon.log().contains(QLatin1String("certificate"), Qt::CaseInsensitive));
+    QCOMPARE(server.log().size(), 0);
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonBadInput::httpStatuses_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("code");
+    QTest::newRow("403") << 403 << 403;
+    QTest::newRow("404") << 404 << 400;
+    QTest::newRow("500") << 500 << 500;
+    QTest::newRow("502") << 502 << 500;
+    QTest::newRow("503") << 503 << 500;
+    QTest::newRow("507") << 507 << 507;
+}
+
+void TestAsDaemonBadInput::httpStatuses()
+{
+    QFETCH(int, status);
+    QFETCH(int, code);
+    world().server.fault(
+        fault("http", {{QStringLiteral("status"), status}, {QStringLiteral("count"), -1}}));
+    QCOMPARE(world().syncAndWait(), code);
+    world().server.clearFaults();
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonBadInput::aRefusedKeyKeepsTheMessages()
+{
+    world().deliver(150);
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageIdList before = messageIds();
+    QCOMPARE(before.size(), 150);
+    const auto atServer = world().server.messages(QStringLiteral("alice"), QStringLiteral("Inbox"));
+    world().server.control("delete",
+                           {{QStringLiteral("user"), QStringLiteral("alice")},
+                            {QStringLiteral("folder"), QStringLiteral("Inbox")},
+                            {QStringLiteral("id"), atServer.at(0)[QStringLiteral("id")]}});
+    world().deliver(1, QStringLiteral("New"));
+    world().server.fault(refusedCollection(3));
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    const QString anew =
+        world().server.requests("Sync").at(1)[QStringLiteral("request")].toString();
+    QVERIFY2(anew.contains(QLatin1String("SyncKey>0<")), qPrintable(anew));
+    const QMailMessageIdList after = messageIds();
+    QCOMPARE(after.size(), 150);
+    QSet<QMailMessageId> kept(after.cbegin(), after.cend());
+    kept.intersect(QSet<QMailMessageId>(before.cbegin(), before.cend()));
+    QCOMPARE(kept.size(), 149);
+    QVERIFY(world().subjects().contains(QStringLiteral("New 1")));
+    QVERIFY(!world().subjects().contains(QStringLiteral("Mail 1")));
+}
+
+void TestAsDaemonBadInput::aRefusedFolderKeyKeepsTheFolders()
+{
+    world().deliver(2);
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailFolderId inbox = world().folder(QStringLiteral("Inbox"));
+    const QMailMessageIdList before = messageIds();
+    world().server.fault(fault("status",
+                               {{QStringLiteral("command"), QStringLiteral("FolderSync")},
+                                {QStringLiteral("status"), 9}}));
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("FolderSync"), 2);
+    QCOMPARE(world().folder(QStringLiteral("Inbox")), inbox);
+    QCOMPARE(messageIds(), before);
+}
+
+void TestAsDaemonBadInput::aChangedTreeIsFetchedBeforeTheFolder()
+{
+    world().deliver(1);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().deliver(1, QStringLiteral("New"));
+    world().server.clearLog();
+    world().server.fault(refusedCollection(12));
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 2);
+    QCOMPARE(world().server.requestCount("FolderSync"), 2);
+}
+
+void TestAsDaemonBadInput::moreWithoutItemsEnds()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.clearLog();
+    world().server.fault(fault("more", {{QStringLiteral("count"), -1}}));
+    QCOMPARE(world().syncAndWait(), 501);
+    QVERIFY(world().server.requestCount("Sync") < 60);
+    world().server.clearFaults();
+    world().deliver(2);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 2);
+}
+
+void TestAsDaemonBadInput::oneBadFolderDoesNotHoldUpTheOthers()
+{
+    world().deliver(1, QStringLiteral("In"));
+    world().deliver(1, QStringLiteral("Out"), QStringLiteral("Sent"));
+    QCOMPARE(world().syncAndWait(), 200);
+    world().deliver(1, QStringLiteral("Later"), QStringLiteral("Sent"));
+    // The inbox comes first.
+    world().server.fault(fault("rubbish", {{QStringLiteral("command"), QStringLiteral("Sync")}}));
+    QCOMPARE(world().syncAndWait(), 501);
+    QCOMPARE(world().messageCount(), 3);
+}
+
+void TestAsDaemonBadInput::aPassingFailureIsTriedAgain()
+{
+    world().deliver(1);
+    world().server.fault(refusedCollection(5));
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.control("faults")[QStringLiteral("faults")].toArray().size(), 0);
+    QCOMPARE(world().messageCount(), 1);
+}
+
+void TestAsDaemonBadInput::aLockedStoreFailsAndTheNextRunRepeatsTheWindow()
+{
+    world().deliver(5);
+    QCOMPARE(world().codeOf(
+                 world().proxy.folderSync(world().account.toULongLong(), QDBus::Block).value()),
+             200);
+    StoreLock lock;
+    QVERIFY(lock.isHeld());
+    const int code = world().codeOf(world().sync(), 60000);
+    lock.release();
+    QVERIFY2(code != 0 && code != 200, qPrintable(QString::number(code)));
+    QCOMPARE(world().messageCount(), 0);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 5);
+}
+
+QTEST_GUILESS_MAIN(TestAsDaemonBadInput)
+#include "tst_asdaemonbadinput.moc"

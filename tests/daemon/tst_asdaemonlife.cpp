@@ -1,0 +1,383 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/syncinfoshmreader.h"
+#include "tests/daemon/daemonworld.h"
+#include "tests/daemon/storelock.h"
+
+#include <memory>
+#include <QDBusConnectionInterface>
+#include <QElapsedTimer>
+#include <QFile>
+#include <qmailaccount.h>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+#include <QRandomGenerator>
+#include <QTest>
+#include <signal.h>
+#include <sys/types.h>
+
+/** How the daemon starts and ends, and what it makes of accounts that come, change and go. */
+class TestAsDaemonLife : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_world.reset(); }
+
+    void helpAndVersionAreTold();
+    void whatIsNotUnderstoodIsRefused();
+    void withoutASessionBusItEnds();
+    void dbusStartsIt();
+    void aSecondInstanceSaysSoAndEnds();
+    void sigtermCancelsWhatRunsAndClearsTheState();
+    void sigtermEndsItWhileTheStoreIsLocked();
+    void itCanStartAgainAfterAKill();
+    void killedAtAnyInstantNothingIsLostOrDoubled();
+    void noCoreIsDumped();
+    void itsFilesAreTheUsersOwn();
+    void neitherPasswordsNorContentsAreLogged();
+
+    void anAccountThatIsAddedIsServedAtOnce();
+    void changedSettingsAreUsedAtOnce();
+    void settingsThatChangeDuringASynchronisationAreUsedForIt();
+    void anAccountThatGoesDuringItsSynchronisation_data();
+    void anAccountThatGoesDuringItsSynchronisation();
+    void anAccountThatIsEnabledAgainIsServed();
+    void twoAccountsAreSynchronisedAtOnce();
+
+private:
+    DaemonWorld &world() { return *m_world; }
+    struct Run
+    {
+        int code;
+        QString text;
+    };
+    Run runOnce(const QStringList &arguments, const QString &bus = QString());
+    QJsonObject slow(double seconds, const char *command, int after = 0) const
+    {
+        return {{QStringLiteral("kind"), QStringLiteral("delay")},
+                {QStringLiteral("command"), QLatin1String(command)},
+                {QStringLiteral("after"), after},
+                {QStringLiteral("seconds"), seconds}};
+    }
+
+    std::unique_ptr<DaemonWorld> m_world;
+};
+
+void TestAsDaemonLife::init()
+{
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    m_world = std::make_unique<DaemonWorld>();
+    QVERIFY(world().server.start());
+    world().account = StoreFixture::addAccount(world().settings());
+}
+
+TestAsDaemonLife::Run TestAsDaemonLife::runOnce(const QStringList &arguments, const QString &bus)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    if (!bus.isEmpty()) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus);
+        process.setProcessEnvironment(environment);
+    }
+    process.start(DaemonProcess::program(), arguments);
+    if (!process.waitForFinished(20000))
+        return {-1, QString()};
+    return {process.exitCode(), QString::fromUtf8(process.readAll())};
+}
+
+void TestAsDaemonLife::helpAndVersionAreTold()
+{
+    const Run help = runOnce({QStringLiteral("--help")});
+    QCOMPARE(help.code, 0);
+    for (const char *word : {"--version", "--log", "asdaemon.requests", "asdaemon.sync"})
+        QVERIFY2(help.text.contains(QLatin1String(word)), word);
+    const Run version = runOnce({QStringLiteral("--version")});
+    QCOMPARE(version.code, 0);
+    QVERIFY(version.text.startsWith(QLatin1String("asdaemon ")));
+}
+
+void TestAsDaemonLife::whatIsNotUnderstoodIsRefused()
+{
+    QCOMPARE(runOnce({QStringLiteral("--nonsense")}).code, 2);
+    QCOMPARE(runOnce({QStringLiteral("nonsense")}).code, 2);
+    QCOMPARE(runOnce({QStringLiteral("--log"), QStringLiteral("nonsense")}).code, 2);
+}
+
+void TestAsDaemonLife::withoutASessionBusItEnds()
+{
+    const Run run = runOnce({}, QStringLiteral("unix:path=/nonexistent/bus"));
+    QCOMPARE(run.code, 1);
+    QVERIFY(run.text.contains(QLatin1String("bus")));
+}
+
+void TestAsDaemonLife::dbusStartsIt()
+{
+    const QString folder =
+        qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/dbus-1/services/");
+    QFile service(folder + QStringLiteral("com.tarvo.asdbus.service"));
+    QVERIFY(service.open(QIODevice::WriteOnly));
+    service.write(
+        "[D-BUS Service]\nName=com.tarvo.asdbus\nExec=" + DaemonProcess::program().toUtf8() + "\n");
+    service.close();
+    auto bus = QDBusConnection::sessionBus();
+    bus.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig")));
+    QVERIFY(!DaemonProcess::isOnBus());
+    world().deliver(1);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 1);
+    const uint pid = bus.interface()->servicePid(QLatin1String(Activesync::ServiceName)).value();
+    QVERIFY(pid > 1);
+    QCOMPARE(::kill(pid_t(pid), SIGTERM), 0);
+    QTRY_VERIFY(!DaemonProcess::isOnBus());
+    QVERIFY(service.remove());
+}
+
+void TestAsDaemonLife::aSecondInstanceSaysSoAndEnds()
+{
+    QVERIFY(world().daemon.start());
+    world().server.fault(slow(3, "FolderSync"));
+    const int id = world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    const Run second = runOnce({});
+    QCOMPARE(second.code, 1);
+    QVERIFY2(second.text.contains(QLatin1String("another instance")), qPrintable(second.text));
+    SyncInfoNode node;
+    QVERIFY(SyncInfoShmReader::instance().fill(node, world().account.toULongLong()));
+    QCOMPARE(node.syncState, SyncInfoNode::SyncRunning);
+    QCOMPARE(world().codeOf(id), 200);
+}
+
+void TestAsDaemonLife::sigtermCancelsWhatRunsAndClearsTheState()
+{
+    world().deliver(120);
+    QVERIFY(world().daemon.start());
+    // In the middle: the first window is being written or was, the second does not come.
+    world().server.fault(slow(30, "Sync", 2));
+    const int first = world().sync();
+    const int second = world().sync();
+    QTRY_VERIFY(world().messageCount() > 0);
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(world().daemon.end(), 0);
+    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(world().codeOf(first, 2000), 1030);
+    QCOMPARE(world().codeOf(second, 2000), 1030);
+    QCOMPARE(world().listener.broadcasts().last(),
+             QStringLiteral("syncCompleted %1").arg(world().account.toULongLong()));
+    SyncInfoNode node;
+    QVERIFY(!SyncInfoShmReader::instance().fill(node, world().account.toULongLong()));
+    world().server.clearFaults();
+    world().listener.clear();
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 120);
+    QCOMPARE(world().differentSubjects(), 120);
+}
+
+void TestAsDaemonLife::sigtermEndsItWhileTheStoreIsLocked()
+{
+    world().deliver(1);
+    QVERIFY(world().daemon.start());
+    StoreLock lock;
+    QVERIFY(lock.isHeld());
+    const int id = world().sync();
+    QVERIFY(id > 0);
+    QCOMPARE(world().daemon.end(), 0);
+    QCOMPARE(world().codeOf(id, 2000), 1030);
+}
+
+void TestAsDaemonLife::itCanStartAgainAfterAKill()
+{
+    QVERIFY(world().daemon.start());
+    world().server.fault(slow(30, "FolderSync"));
+    world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    world().daemon.kill();
+    SyncInfoNode node;
+    SyncInfoShmReader::instance().fill(node, world().account.toULongLong());
+    QCOMPARE(node.syncState, 0);
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonLife::killedAtAnyInstantNothingIsLostOrDoubled()
+{
+    const quint32 seed = qEnvironmentVariableIsSet("ORVMAIL_SEED")
+        ? qEnvironmentVariable("ORVMAIL_SEED").toUInt()
+        : QRandomGenerator::global()->generate();
+    qInfo("seed %u (ORVMAIL_SEED repeats it)", seed);
+    QRandomGenerator random(seed);
+    QStringList expected;
+    for (int round = 0; round < 8; ++round) {
+        const QString prefix = QStringLiteral("Round %1 mail").arg(round);
+        world().deliver(60, prefix);
+        for (int i = 1; i <= 60; ++i)
+            expected.append(QStringLiteral("%1 %2").arg(prefix).arg(i));
+        QVERIFY(world().daemon.start());
+        QVERIFY(world().sync() > 0);
+        QTest::qWait(random.bounded(400));
+        world().daemon.kill();
+    }
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    expected.sort();
+    QCOMPARE(world().subjects(), expected);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(), expected);
+    QCOMPARE(world().messageCount(), expected.size());
+}
+
+void TestAsDaemonLife::noCoreIsDumped()
+{
+    QVERIFY(world().daemon.start());
+    QFile limits(QStringLiteral("/proc/%1/limits").arg(world().daemon.processId()));
+    QVERIFY(limits.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = limits.readAll().split('\n');
+    QByteArray core;
+    for (const QByteArray &line : lines) {
+        if (line.startsWith("Max core file size"))
+            core = line.simplified();
+    }
+    QCOMPARE(core, QByteArray("Max core file size 0 0 bytes"));
+}
+
+void TestAsDaemonLife::itsFilesAreTheUsersOwn()
+{
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    QFile file(QStringLiteral("/proc/%1/status").arg(world().daemon.processId()));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().contains("Umask:\t0077"));
+}
+
+void TestAsDaemonLife::neitherPasswordsNorContentsAreLogged()
+{
+    StoreFixture::Account settings = world().settings();
+    settings.password = QStringLiteral("pa55-Shibboleth");
+    world().server.control("set-password",
+                           {{QStringLiteral("user"), QStringLiteral("alice")},
+                            {QStringLiteral("password"), settings.password}});
+    world().changeSettings(world().account, settings);
+    world().server.deliver(QStringLiteral("alice"), QStringLiteral("Inbox"),
+                           "From: a@b.test\r\nSubject: Sub-Shibboleth\r\n\r\nBody-Shibboleth\r\n");
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 1);
+    const QString log = world().daemon.log();
+    QVERIFY(log.contains(QLatin1String("asdaemon.sync")));
+    QVERIFY2(!log.contains(QLatin1String("Shibboleth")), qPrintable(log));
+    // "alice:pa55-Shibboleth" as HTTP sends it.
+    QVERIFY(!log.contains(QLatin1String("YWxpY2U6cGE1NS1TaGliYm9sZXRo")));
+}
+
+void TestAsDaemonLife::anAccountThatIsAddedIsServedAtOnce()
+{
+    QVERIFY(world().daemon.start());
+    StoreFixture::Account bob = world().settings();
+    bob.username = QStringLiteral("bob");
+    world().server.deliverText(QStringLiteral("bob"), QStringLiteral("For Bob"));
+    const QMailAccountId added = StoreFixture::addAccount(bob);
+    const int id = world().sync(added);
+    QVERIFY(id > 0);
+    QCOMPARE(world().codeOf(id), 200);
+    QCOMPARE(QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(added)), 1);
+}
+
+void TestAsDaemonLife::changedSettingsAreUsedAtOnce()
+{
+    StoreFixture::Account wrong = world().settings();
+    wrong.password = QStringLiteral("wrong");
+    world().changeSettings(world().account, wrong);
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 401);
+    world().changeSettings(world().account, world().settings());
+    QTRY_VERIFY(world().daemon.log().contains(QLatin1String("new settings")));
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonLife::settingsThatChangeDuringASynchronisationAreUsedForIt()
+{
+    world().deliver(1);
+    world().server.deliverText(QStringLiteral("bob"), QStringLiteral("For Bob"));
+    QVERIFY(world().daemon.start());
+    world().server.fault(slow(20, "FolderSync"));
+    const int id = world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    StoreFixture::Account bob = world().settings();
+    bob.username = QStringLiteral("bob");
+    world().changeSettings(world().account, bob);
+    QCOMPARE(world().codeOf(id, 10000), 200);
+    QCOMPARE(world().subjects(), QStringList({QStringLiteral("For Bob")}));
+    QCOMPARE(world().listener.completionsOf(id), 1);
+}
+
+void TestAsDaemonLife::anAccountThatGoesDuringItsSynchronisation_data()
+{
+    QTest::addColumn<bool>("isRemoved");
+    QTest::newRow("removed") << true;
+    QTest::newRow("disabled") << false;
+}
+
+void TestAsDaemonLife::anAccountThatGoesDuringItsSynchronisation()
+{
+    QFETCH(bool, isRemoved);
+    world().deliver(250);
+    QVERIFY(world().daemon.start());
+    world().server.fault(slow(1.5, "Sync", 2));
+    const int id = world().sync();
+    QTRY_VERIFY(world().messageCount() >= 100);
+    if (isRemoved)
+        QVERIFY(QMailStore::instance()->removeAccount(world().account));
+    else
+        world().setEnabled(world().account, false);
+    const int count = world().messageCount();
+    QCOMPARE(world().codeOf(id), 1030);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    QCOMPARE(world().sync(), -1);
+    // The answer that was under way has come by the time that the server takes another request.
+    world().server.clearFaults();
+    StoreFixture::Account bob = world().settings();
+    bob.username = QStringLiteral("bob");
+    QCOMPARE(world().codeOf(world().sync(StoreFixture::addAccount(bob))), 200);
+    QCOMPARE(world().messageCount(), count);
+    QVERIFY(count < 250);
+}
+
+void TestAsDaemonLife::anAccountThatIsEnabledAgainIsServed()
+{
+    world().deliver(3);
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    world().setEnabled(world().account, false);
+    QCOMPARE(world().sync(), -1);
+    world().setEnabled(world().account, true);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 3);
+}
+
+void TestAsDaemonLife::twoAccountsAreSynchronisedAtOnce()
+{
+    StoreFixture::Account bob = world().settings();
+    bob.username = QStringLiteral("bob");
+    const QMailAccountId other = StoreFixture::addAccount(bob);
+    world().deliver(3);
+    world().server.deliverText(QStringLiteral("bob"), QStringLiteral("For Bob"));
+    QVERIFY(world().daemon.start());
+    QJsonObject fault = slow(5, "FolderSync");
+    fault[QStringLiteral("user")] = QStringLiteral("alice");
+    world().server.fault(fault);
+    const int first = world().sync();
+    const int second = world().sync(other);
+    QCOMPARE(world().codeOf(second, 4000), 200);
+    QCOMPARE(world().listener.codeOf(first), 0);
+    QCOMPARE(world().codeOf(first), 200);
+    QCOMPARE(world().messageCount(), 3);
+}
+
+QTEST_GUILESS_MAIN(TestAsDaemonLife)
+#include "tst_asdaemonlife.moc"
