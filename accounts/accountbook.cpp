@@ -2,6 +2,7 @@
 #include "accounts/accountbook.h"
 
 #include "accounts/storefiles.h"
+#include "accounts/syncmemory.h"
 
 #include <qmailaccount.h>
 #include <qmailaccountconfiguration.h>
@@ -93,6 +94,19 @@ bool AccountBook::isNameTaken(const QString &name, const QMailAccountId &except)
     return !named.isEmpty();
 }
 
+bool AccountBook::hasMailbox(const AccountSettings &settings)
+{
+    const QMailAccountIdList ours = accounts();
+    for (const QMailAccountId &id : ours) {
+        const AccountSettings other = details(id).settings;
+        if (other.server.compare(settings.server, Qt::CaseInsensitive) == 0
+            && other.userName.compare(settings.userName, Qt::CaseInsensitive) == 0
+            && other.domain.compare(settings.domain, Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    return false;
+}
+
 AccountDetails AccountBook::details(const QMailAccountId &id)
 {
     const QMailAccount account = QMailStore::instance()->account(id);
@@ -157,6 +171,7 @@ Outcome AccountBook::remove(const QMailAccountId &id)
 {
     if (!QMailStore::instance()->removeAccount(id))
         return storeRefused(QStringLiteral("remove the account"));
+    forgetRemovedAccounts();
     return {};
 }
 

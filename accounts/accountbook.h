@@ -26,6 +26,9 @@ public:
     /** Whether an account of any service but `except` has that name. */
     static bool isNameTaken(const QString &name, const QMailAccountId &except = QMailAccountId());
 
+    /** Whether an account uses the same mailbox. */
+    static bool hasMailbox(const AccountSettings &settings);
+
     static AccountDetails details(const QMailAccountId &id);
     /** Saves a new account, whole or not at all, and sets `id`. */
     static Outcome add(const AccountDetails &details, QMailAccountId *id);

@@ -17,12 +17,13 @@ constexpr int MaximumDepth = 64;
 
 } // namespace
 
-LoginCheck::LoginCheck(const AccountSettings &settings, Depth depth, QObject *parent)
+LoginCheck::LoginCheck(const AccountSettings &settings, const QString &deviceId, Depth depth,
+                       QObject *parent)
     : QObject(parent)
     , m_depth(depth)
 {
     Eas::Device device;
-    device.id = QStringLiteral("orvmail");
+    device.id = deviceId.isEmpty() ? QStringLiteral("orvmail") : deviceId;
     m_session = std::make_unique<Eas::Session>(
         Eas::ServerAddress {settings.server, settings.port, settings.encryption},
         Eas::Credentials {settings.userName, settings.password, settings.domain}, device);

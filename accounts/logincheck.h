@@ -33,7 +33,9 @@ class LoginCheck : public QObject
 public:
     enum Depth { LoginOnly, WithFolders };
 
-    LoginCheck(const AccountSettings &settings, Depth depth, QObject *parent = nullptr);
+    /** `deviceId`: what the daemon calls this installation, so that the server sees one device. */
+    LoginCheck(const AccountSettings &settings, const QString &deviceId, Depth depth,
+               QObject *parent = nullptr);
     ~LoginCheck() override;
 
     void start();

@@ -9,6 +9,7 @@
 #include "accounts/console.h"
 #include "accounts/logincheck.h"
 #include "accounts/report.h"
+#include "accounts/syncmemory.h"
 
 namespace Accounts {
 
@@ -125,7 +126,9 @@ Outcome AddCommand::askServer(Console &console)
 Outcome AddCommand::tryLogin(Console &console)
 {
     console.say(QStringLiteral("Trying the login at %1").arg(m_details.settings.server));
-    LoginCheck check(m_details.settings, LoginCheck::WithFolders);
+    const bool isInUse = AccountBook::hasMailbox(m_details.settings);
+    LoginCheck check(m_details.settings, deviceId(),
+                     isInUse ? LoginCheck::LoginOnly : LoginCheck::WithFolders);
     const Outcome outcome = adviceFor(check.run(), m_details.settings);
     m_serverFolders = check.folders();
     return outcome;

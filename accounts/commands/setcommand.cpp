@@ -7,6 +7,7 @@
 #include "accounts/console.h"
 #include "accounts/logincheck.h"
 #include "accounts/report.h"
+#include "accounts/syncmemory.h"
 
 namespace Accounts {
 
@@ -65,7 +66,7 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
     if (outcome.ok())
         outcome = checkDetails(details);
     if (outcome.ok() && concernsLogin(parser) && !parser.isSet(QStringLiteral("no-check"))) {
-        LoginCheck check(details.settings, LoginCheck::LoginOnly);
+        LoginCheck check(details.settings, deviceId(), LoginCheck::LoginOnly);
         outcome = adviceFor(check.run(), details.settings);
     }
     if (outcome.ok())

@@ -6,6 +6,7 @@
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
 #include "accounts/logincheck.h"
+#include "accounts/syncmemory.h"
 
 #include <QJsonObject>
 
@@ -23,7 +24,7 @@ Outcome TestCommand::run(const QCommandLineParser &parser, Console &console)
     if (!named.ok())
         return named;
     const AccountSettings settings = AccountBook::details(id).settings;
-    LoginCheck check(settings, LoginCheck::LoginOnly);
+    LoginCheck check(settings, deviceId(), LoginCheck::LoginOnly);
     const Outcome outcome = adviceFor(check.run(), settings);
     if (!outcome.ok())
         return outcome;

@@ -2,6 +2,7 @@
 // The program as it is built, run as a process, against the test server and the real mail store.
 #include "accounts/accountbook.h"
 #include "accounts/folderview.h"
+#include "daemon/store/syncstatedb.h"
 #include "plugin/orvconfiguration.h"
 #include "tests/accounts/terminal.h"
 #include "tests/support/easserver.h"
@@ -67,7 +68,12 @@ Run run(const QStringList &arguments, const QByteArray &input = QByteArray(),
 class Background
 {
 public:
-    explicit Background(const QStringList &arguments) { m_process.start(Program, arguments); }
+    explicit Background(const QStringList &arguments, const QByteArray &input = QByteArray())
+    {
+        m_process.start(Program, arguments);
+        m_process.write(input);
+        m_process.closeWriteChannel();
+    }
 
     bool isOver() const { return m_process.state() == QProcess::NotRunning; }
     void interrupt() { ::kill(pid_t(m_process.processId()), SIGINT); }
@@ -115,6 +121,8 @@ private slots:
 
     void addSavesTheAccountAndListsItsFolders();
     void addMarksTheAccountAsTheFormDoes();
+    void secondAccountOfAMailboxDoesNotDisturbTheFirst();
+    void addedAccountIsTakenUpWithoutARestart();
     void addGivesJson();
     void addWithoutCheckAsksNoServer();
     void addRefusesAWrongLogin();
@@ -298,6 +306,10 @@ void TestOrvmailAccount::addSavesTheAccountAndListsItsFolders()
         QVERIFY2(added.out.contains(folder), folder);
     QVERIFY(m_server->requestCount("OPTIONS") >= 1);
     QCOMPARE(m_server->requestCount("FolderSync"), 1);
+    Store::SyncStateDb memory;
+    QVERIFY(memory.open().ok());
+    QVERIFY(m_server->requests("FolderSync").first()[QLatin1String("device")].toString()
+            == memory.deviceId());
 
     const AccountSettings saved = stored(account());
     QCOMPARE(saved.email, QStringLiteral("alice@example.test"));
@@ -325,6 +337,29 @@ void TestOrvmailAccount::addMarksTheAccountAsTheFormDoes()
     const OrvConfiguration config(configuration);
     QCOMPARE(config.version(), 100);
     QCOMPARE(config.type(), QMailServiceConfiguration::SourceAndSink);
+}
+
+void TestOrvmailAccount::secondAccountOfAMailboxDoesNotDisturbTheFirst()
+{
+    addAccount();
+    QCOMPARE(run(addArguments(QStringLiteral("Second")), Password).exit, 0);
+    QCOMPARE(m_server->requestCount("OPTIONS"), 1);
+    QCOMPARE(m_server->requestCount("FolderSync"), 0);
+}
+
+void TestOrvmailAccount::addedAccountIsTakenUpWithoutARestart()
+{
+    ScriptedDaemon daemon;
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    QVERIFY(startMessageServer());
+    Background add(addArguments(), Password);
+    QTRY_VERIFY_WITH_TIMEOUT(add.isOver(), 30000);
+    const Run result = add.result();
+    QVERIFY2(result.exit == 0, result.err.constData());
+    QVERIFY(result.out.contains("Inbox"));
+    const ScriptedDaemon::Call call = daemon.waitForCall("folderSync");
+    QVERIFY(call.isValid());
+    QCOMPARE(call.accountId(), account().toULongLong());
 }
 
 void TestOrvmailAccount::addGivesJson()
@@ -682,6 +717,12 @@ void TestOrvmailAccount::removeTakesMailAndSettings()
             .size();
     };
     QVERIFY(contentFiles() > 0);
+    Store::SyncStateDb memory;
+    QVERIFY(memory.open().ok());
+    QVERIFY(memory.openAccount(Store::AccountRecord::read(id)).ok());
+    Store::AccountState state;
+    state.folderSyncKey = QStringLiteral("7");
+    QVERIFY(memory.saveAccount(id, state).ok());
     QCOMPARE(run(words("remove Demo")).exit, 2);
     QVERIFY(account().isValid());
     QCOMPARE(run(words("remove Demo --yes")).exit, 0);
@@ -690,6 +731,7 @@ void TestOrvmailAccount::removeTakesMailAndSettings()
     QCOMPARE(QMailStore::instance()->countFolders(QMailFolderKey::parentAccountId(id)), 0);
     QVERIFY(QMailAccountConfiguration(id).services().isEmpty());
     QCOMPARE(contentFiles(), 0);
+    QCOMPARE(memory.account(id).folderSyncKey, QStringLiteral("0"));
 }
 
 void TestOrvmailAccount::removeAsksFirst()
