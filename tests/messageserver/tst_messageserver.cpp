@@ -1,43 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/syncinfoshmwriter.h"
-#include "tests/support/actionwatcher.h"
-#include "tests/support/messageserver.h"
-#include "tests/support/scripteddaemon.h"
-#include "tests/support/storefixture.h"
+#include "tests/messageserver/serverfixture.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <qmailstore.h>
 
-#include <functional>
-
 using Answer = ScriptedDaemon::Answer;
 
-namespace {
-
-/** A retrieval action with its watcher. */
-struct Retrieval
-{
-    QMailRetrievalAction action;
-    ActionWatcher watcher {&action};
-};
-
-} // namespace
-
-/**
- * The plugin in the real message server, between a real client and a scripted daemon. Every test
- * ends with a message server that is alive and does the next action; see cleanup().
- */
-class TestMessageServer : public QObject
+/** One action and its end: synchronisation, the daemon's failures, cancellation. */
+class TestMessageServer : public ServerFixture
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void synchronises();
     void retrievesEverything();
     void retrievesAMessageList();
@@ -61,99 +37,10 @@ private slots:
     void keepsTheAccountsApart();
     void answersASecondSynchronisationWithoutTheDaemon();
     void asksAgainAfterAFailure();
-    void showsASynchronisationThatTheDaemonStarted();
     void keepsTheServiceWhenTheAccountIsChanged();
     void endsWithTheServerInTheMiddleOfAnAction();
     void endsWithAServerThatIsKilledInTheMiddleOfAnAction();
-
-private:
-    QMailAccountId addSecondAccount() const;
-    void retrieveFolders(Retrieval &retrieval) const;
-    ScriptedDaemon::Call startFolders(Retrieval &retrieval);
-    void verifyFailed(Retrieval &retrieval, int code);
-    void verifyNextAction();
-
-    QMailAccountId m_account;
-    std::unique_ptr<ScriptedDaemon> m_daemon;
-    std::unique_ptr<MessageServer> m_server;
 };
-
-void TestMessageServer::initTestCase()
-{
-    if (!MessageServer::isInstalled())
-        QSKIP("messageserver5 is not installed");
-    QVERIFY(MessageServer::hasPlugin());
-}
-
-void TestMessageServer::init()
-{
-    m_account = StoreFixture::addAccount();
-    StoreFixture::addStandardFolders(m_account);
-    m_daemon = std::make_unique<ScriptedDaemon>();
-    m_server = std::make_unique<MessageServer>();
-    QVERIFY(m_server->start());
-}
-
-void TestMessageServer::cleanup()
-{
-    if (!QTest::currentTestFailed())
-        verifyNextAction();
-    m_server.reset();
-    m_daemon.reset();
-    StoreFixture::clear();
-}
-
-/** Another account, once the running server has a service for it. */
-QMailAccountId TestMessageServer::addSecondAccount() const
-{
-    StoreFixture::Account settings;
-    settings.name = QStringLiteral("Second");
-    const QMailAccountId id = StoreFixture::addAccount(settings);
-    const QString line =
-        QStringLiteral("Registering service: \"orvmail\" for account: %1\n").arg(id.toULongLong());
-    if (!QTest::qWaitFor([&] { return m_server->log().contains(line); }, 15000))
-        qWarning("the message server did not take the second account");
-    return id;
-}
-
-void TestMessageServer::retrieveFolders(Retrieval &retrieval) const
-{
-    retrieval.action.retrieveFolderList(m_account, QMailFolderId());
-}
-
-/** Has the client retrieve the folder list and returns the call that the daemon gets for it. */
-ScriptedDaemon::Call TestMessageServer::startFolders(Retrieval &retrieval)
-{
-    retrieveFolders(retrieval);
-    return m_daemon->waitForCall("folderSync");
-}
-
-void TestMessageServer::verifyFailed(Retrieval &retrieval, int code)
-{
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(!retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.errorCode(), code);
-    QCOMPARE(retrieval.watcher.endCount(), 1);
-}
-
-/** Whatever happened: the server is alive, and an action goes to the daemon and ends once. */
-void TestMessageServer::verifyNextAction()
-{
-    QVERIFY(m_daemon->appear());
-    QVERIFY(m_server->isAlive());
-    m_daemon->forgetCalls();
-    m_daemon->answer(Answer::nextId());
-    Retrieval next;
-    const auto call = startFolders(next);
-    QCOMPARE(call.accountId(), m_account.toULongLong());
-    m_daemon->complete(call.requestId, 200);
-    QVERIFY(next.watcher.waitForEnd());
-    QVERIFY2(next.watcher.succeeded(), qPrintable(QString::number(next.watcher.errorCode())));
-    QCOMPARE(next.watcher.endCount(), 1);
-    QVERIFY(m_server->isAlive());
-    QVERIFY(!m_server->log().contains(QLatin1String("ERROR: AddressSanitizer")));
-    QVERIFY(!m_server->log().contains(QLatin1String("runtime error:")));
-}
 
 void TestMessageServer::synchronises()
 {
@@ -233,7 +120,7 @@ void TestMessageServer::failsWhileTheDaemonIsAbsent()
     m_daemon->vanish();
     Retrieval retrieval;
     retrieveFolders(retrieval);
-    verifyFailed(retrieval, 1037);
+    verifyFailed(retrieval.watcher, 1037);
     QVERIFY(
         m_server->log().contains(QLatin1String("\"org.freedesktop.DBus.Error.ServiceUnknown\"")));
 }
@@ -243,7 +130,7 @@ void TestMessageServer::failsWhatTheDaemonRefuses()
     m_daemon->answer(Answer::id(-1));
     Retrieval retrieval;
     retrieveFolders(retrieval);
-    verifyFailed(retrieval, 1037);
+    verifyFailed(retrieval.watcher, 1037);
 }
 
 void TestMessageServer::failsWhatTheDaemonAnswersWithAnError()
@@ -251,7 +138,7 @@ void TestMessageServer::failsWhatTheDaemonAnswersWithAnError()
     m_daemon->answer(Answer::error("com.example.Broken"));
     Retrieval retrieval;
     retrieveFolders(retrieval);
-    verifyFailed(retrieval, 1037);
+    verifyFailed(retrieval.watcher, 1037);
     QVERIFY(m_server->log().contains(QLatin1String("\"com.example.Broken\"")));
 }
 
@@ -261,7 +148,7 @@ void TestMessageServer::failsWhenTheDaemonDiesInTheCall()
     Retrieval retrieval;
     QVERIFY(startFolders(retrieval).isValid());
     m_daemon->vanish();
-    verifyFailed(retrieval, 1037);
+    verifyFailed(retrieval.watcher, 1037);
 }
 
 // The poll comes when the progress is full; a published 999 makes it so at the first tick.
@@ -322,7 +209,7 @@ void TestMessageServer::pollLeavesALivingRequestAlone()
     QTRY_VERIFY(retrieval.watcher.progress().contains({1001, 1100}));
     QCOMPARE(retrieval.watcher.endCount(), 0);
     m_daemon->complete(call.requestId, 401);
-    verifyFailed(retrieval, 1029);
+    verifyFailed(retrieval.watcher, 1029);
 }
 
 void TestMessageServer::findsALostBroadcastWhenAnotherSynchronisationStarts()
@@ -345,7 +232,7 @@ void TestMessageServer::cancels()
     retrieval.action.cancelOperation();
     const auto abort = m_daemon->waitForCall("abortRequest");
     QCOMPARE(abort.arguments, QVariantList({call.requestId, 1030}));
-    verifyFailed(retrieval, 1030);
+    verifyFailed(retrieval.watcher, 1030);
 }
 
 void TestMessageServer::lateBroadcastOfACancelledRequestEndsNothingElse()
@@ -362,7 +249,7 @@ void TestMessageServer::lateBroadcastOfACancelledRequestEndsNothingElse()
     m_daemon->requestCompleted(1030, m_account.toULongLong(), call.requestId);
     m_daemon->requestCompleted(401, m_account.toULongLong(), nextCall.requestId);
     // Had the late one ended it, it would have been cancelled and not refused.
-    verifyFailed(next, 1029);
+    verifyFailed(next.watcher, 1029);
 }
 
 void TestMessageServer::cancellationLeavesTheNextClientsActionAlone()
@@ -379,7 +266,7 @@ void TestMessageServer::cancellationLeavesTheNextClientsActionAlone()
         cancelled.action.cancelOperation();
         const auto abort = m_daemon->waitForCall("abortRequest");
         QCOMPARE(abort.arguments, QVariantList({call.requestId, 1030}));
-        verifyFailed(cancelled, 1030);
+        verifyFailed(cancelled.watcher, 1030);
 
         // The second client waited for the service; its action is its own.
         const auto next = m_daemon->waitForCall("folderSync");
@@ -397,7 +284,7 @@ void TestMessageServer::strayBroadcastsEndNothing()
     for (int id : {-2, -1, 0, call.requestId + 1})
         m_daemon->requestCompleted(500, m_account.toULongLong(), id);
     m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
-    verifyFailed(retrieval, 1029);
+    verifyFailed(retrieval.watcher, 1029);
 }
 
 void TestMessageServer::repeatedBroadcastEndsNothingElse()
@@ -445,7 +332,7 @@ void TestMessageServer::keepsTheAccountsApart()
     mine.action.cancelOperation();
     const auto abort = m_daemon->waitForCall("abortRequest");
     QCOMPARE(abort.arguments, QVariantList({myCall.requestId, 1030}));
-    verifyFailed(mine, 1030);
+    verifyFailed(mine.watcher, 1030);
     m_daemon->complete(otherCall.requestId, 200);
     QVERIFY(QTest::qWaitFor([&] { return client.state() == QProcess::NotRunning; }, 15000));
     QCOMPARE(client.readAllStandardOutput(), QByteArray("sent\n1 0\n"));
@@ -472,22 +359,13 @@ void TestMessageServer::asksAgainAfterAFailure()
     m_daemon->answer("sync", Answer::nextId().completing(902));
     Retrieval first;
     first.action.retrieveAll(m_account);
-    verifyFailed(first, 1034);
+    verifyFailed(first.watcher, 1034);
     m_daemon->answer("sync", Answer::nextId().completing(200));
     Retrieval second;
     second.action.retrieveAll(m_account);
     QVERIFY(second.watcher.waitForEnd());
     QVERIFY(second.watcher.succeeded());
     QCOMPARE(m_daemon->callCount("sync"), 2);
-}
-
-void TestMessageServer::showsASynchronisationThatTheDaemonStarted()
-{
-    m_daemon->syncStarted(m_account.toULongLong());
-    QTRY_VERIFY(m_server->log().contains(QLatin1String("Protocol request received")));
-    m_daemon->syncCompleted(m_account.toULongLong());
-    QTRY_VERIFY(m_server->log().contains(QLatin1String("FAKE action is completed")));
-    QCOMPARE(m_daemon->calls().size(), 0);
 }
 
 void TestMessageServer::keepsTheServiceWhenTheAccountIsChanged()
@@ -498,7 +376,7 @@ void TestMessageServer::keepsTheServiceWhenTheAccountIsChanged()
     account.setName(QStringLiteral("Renamed"));
     QVERIFY(QMailStore::instance()->updateAccount(&account));
     m_daemon->complete(call.requestId, 401);
-    verifyFailed(retrieval, 1029);
+    verifyFailed(retrieval.watcher, 1029);
     QVERIFY(!m_server->log().contains(QLatin1String("OrvService::~OrvService")));
 }
 

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef SERVERFIXTURE_H
+#define SERVERFIXTURE_H
+
+#include "tests/support/actionwatcher.h"
+#include "tests/support/messageserver.h"
+#include "tests/support/scripteddaemon.h"
+#include "tests/support/storefixture.h"
+
+#include <QObject>
+
+#include <qmailserviceaction.h>
+
+#include <memory>
+
+/** An action of this process, a client, with its watcher. */
+template <typename Action>
+struct Watched
+{
+    Action action;
+    ActionWatcher watcher {&action};
+};
+
+using Retrieval = Watched<QMailRetrievalAction>;
+
+/**
+ * The plugin in the real message server, between a real client and a scripted daemon: what the
+ * tests of all topics begin and end with. Every test ends with a message server that is alive and
+ * does the next action; see cleanup().
+ */
+class ServerFixture : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+protected:
+    /** Puts into the store what the message server shall find when it starts. */
+    virtual void fillStore();
+
+    /** Another account, once the running server has a service for it. */
+    QMailAccountId addSecondAccount() const;
+    /** The account's folder of that kind. */
+    QMailFolderId folder(QMailFolder::StandardFolder kind) const;
+    /** Reads an account's custom field "pushEnabled" as that text from now on; null: absent. */
+    void setPush(const QString &value) const;
+
+    void retrieveFolders(Retrieval &retrieval) const;
+    /** Has the client retrieve the folder list and returns the call that the daemon gets for it. */
+    ScriptedDaemon::Call startFolders(Retrieval &retrieval);
+
+    /**
+     * Returns when the message server has handled all that the daemon and this process sent before,
+     * and this process what the server told then: a test can assert that nothing happened.
+     */
+    void settle();
+    /** It ended once, and well. */
+    void verifySucceeded(ActionWatcher &watcher, int timeoutMs = 15000);
+    /** It ended once, with that code. */
+    void verifyFailed(ActionWatcher &watcher, int code, int timeoutMs = 15000);
+    /** The server is alive, and an action goes to the daemon and ends once. */
+    void verifyNextAction();
+
+    /** How often the server's log has that text. */
+    int logCount(const char *text) const;
+
+    QMailAccountId m_account;
+    std::unique_ptr<ScriptedDaemon> m_daemon;
+    std::unique_ptr<MessageServer> m_server;
+};
+
+#endif

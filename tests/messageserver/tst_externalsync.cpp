@@ -1,0 +1,366 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/syncinfoshmwriter.h"
+#include "tests/messageserver/actionlist.h"
+#include "tests/messageserver/serverfixture.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using Activity = QMailServiceAction::Activity;
+
+/** Synchronisations that the daemon starts by itself, as a client of the message server sees them.
+ */
+class TestExternalSync : public ServerFixture
+{
+    Q_OBJECT
+
+private slots:
+    void appearsAsARunningActionOfTheAccountWithProgress();
+    void endsWhenTheDaemonSaysSo();
+    void isShownOnceForTwoStarts();
+    void doesNotAppearForAnotherAccount();
+    void doesNotAppearWhenARequestExplainsIt_data();
+    void doesNotAppearWhenARequestExplainsIt();
+    void endOfWhatNeverBeganEndsNothing();
+    void endOfWhatARequestExplainsDoesNotEndTheRequest();
+    void endsForTheNextActionThatWaitsForIt();
+    void isThereAtOnceForAServiceThatIsCreatedWhileItRuns();
+    void isNotThereForAServiceThatIsCreatedAfterADeadDaemon();
+    void survivesTheDaemonsDeath();
+    void isCancelledByAClient();
+    void twoAccountsSynchroniseOneAfterTheOtherInTheList();
+    void burstLeavesTheAccountFree();
+    void burstWhileAnActionRunsEndsNothing();
+    void burstAndABeginningThatStays();
+
+private:
+    ActionList::Entry showMarker(ActionList &list);
+    void verifyFree();
+};
+
+/** Starts a synchronisation and waits until it runs for the client. */
+ActionList::Entry TestExternalSync::showMarker(ActionList &list)
+{
+    const int before = list.markers().size();
+    m_daemon->syncStarted(m_account.toULongLong());
+    const auto runs = [&] {
+        return list.markers().size() > before
+            && list.markers().constLast().info->activity() == QMailServiceAction::InProgress;
+    };
+    if (!QTest::qWaitFor(runs, 10000))
+        qWarning("no marker runs");
+    return list.markers().value(before);
+}
+
+void TestExternalSync::appearsAsARunningActionOfTheAccountWithProgress()
+{
+    SyncInfoShmWriter state;
+    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 400}));
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    QCOMPARE(list.running(), 0);
+    showMarker(list);
+    QCOMPARE(list.entries().size(), 1);
+    QCOMPARE(list.markers().size(), 1);
+    QTRY_VERIFY(list.markers().at(0).accounts.contains(m_account));
+    // 401 of 1000 at the first tick.
+    QTRY_VERIFY(list.markers().at(0).progress.contains({401, 1000}));
+    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 700}));
+    QTRY_VERIFY(list.markers().at(0).progress.contains({701, 1000}));
+    QCOMPARE(list.markers().at(0).endCount(), 0);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QTRY_COMPARE(list.running(), 0);
+    QCOMPARE(list.entries().size(), 1);
+    QVERIFY(m_daemon->calls().isEmpty());
+}
+
+void TestExternalSync::endsWhenTheDaemonSaysSo()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    for (int round = 0; round < 5; ++round) {
+        showMarker(list);
+        QCOMPARE(list.markers().size(), round + 1);
+        m_daemon->syncCompleted(m_account.toULongLong());
+        QTRY_COMPARE(list.running(), 0);
+        QCOMPARE(list.markers().at(round).activities.last(), QMailServiceAction::Successful);
+        QCOMPARE(list.markers().at(round).endCount(), 1);
+        verifyFree();
+    }
+    QCOMPARE(list.markers().size(), 5);
+}
+
+/** The account takes the next action, which ends once. */
+void TestExternalSync::verifyFree()
+{
+    Retrieval next;
+    const auto call = startFolders(next);
+    QVERIFY(call.isValid());
+    m_daemon->complete(call.requestId, 200);
+    verifySucceeded(next.watcher);
+}
+
+void TestExternalSync::isShownOnceForTwoStarts()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    showMarker(list);
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QTRY_COMPARE(list.running(), 0);
+    verifyFree();
+    QCOMPARE(list.markers().size(), 1);
+    QCOMPARE(list.markers().at(0).endCount(), 1);
+}
+
+void TestExternalSync::doesNotAppearForAnotherAccount()
+{
+    const QMailAccountId other = addSecondAccount();
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    m_daemon->syncStarted(other.toULongLong() + 7);
+    m_daemon->syncStarted(other.toULongLong());
+    QTRY_COMPARE(list.markers().size(), 1);
+    QTRY_VERIFY(list.markers().at(0).accounts.contains(other));
+    QVERIFY(!list.markers().at(0).accounts.contains(m_account));
+    m_daemon->syncCompleted(m_account.toULongLong());
+    // Only the other account is busy: this one's actions run, and do not end the other's.
+    verifyFree();
+    QCOMPARE(list.running(), 1);
+    m_daemon->syncCompleted(other.toULongLong());
+    QTRY_COMPARE(list.running(), 0);
+    QCOMPARE(list.markers().size(), 1);
+}
+
+void TestExternalSync::doesNotAppearWhenARequestExplainsIt_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addRow("sync") << "sync";
+    QTest::addRow("message lists") << "syncSpecificFolders";
+    QTest::addRow("folders") << "folderSync";
+}
+
+void TestExternalSync::doesNotAppearWhenARequestExplainsIt()
+{
+    QFETCH(QString, method);
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    Retrieval retrieval;
+    if (method == QLatin1String("sync"))
+        retrieval.action.retrieveAll(m_account);
+    else if (method == QLatin1String("folderSync"))
+        retrieveFolders(retrieval);
+    else
+        retrieval.action.retrieveMessageList(m_account, folder(QMailFolder::InboxFolder));
+    const auto call = m_daemon->waitForCall(qPrintable(method));
+    m_daemon->syncStarted(m_account.toULongLong());
+    QVERIFY(m_daemon->waitForCall("isRequestAlive").isValid());
+    m_daemon->complete(call.requestId, 200);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    verifySucceeded(retrieval.watcher);
+    QTRY_COMPARE(list.running(), 0);
+    settle();
+    QCOMPARE(list.markers().size(), 0);
+    QCOMPARE(logCount("Creating FAKE action"), 0);
+}
+
+void TestExternalSync::endOfWhatNeverBeganEndsNothing()
+{
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
+    verifyFailed(retrieval.watcher, 1029);
+}
+
+void TestExternalSync::endOfWhatARequestExplainsDoesNotEndTheRequest()
+{
+    // The daemon synchronised by itself when the request came: its end is not the request's.
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
+    verifyFailed(retrieval.watcher, 1029);
+    settle();
+    QCOMPARE(list.markers().size(), 0);
+}
+
+void TestExternalSync::endsForTheNextActionThatWaitsForIt()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    showMarker(list);
+    Retrieval waiting;
+    retrieveFolders(waiting);
+    settle();
+    QCOMPARE(m_daemon->callCount("folderSync"), 0);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    const auto call = m_daemon->waitForCall("folderSync");
+    m_daemon->complete(call.requestId, 401);
+    verifyFailed(waiting.watcher, 1029);
+    QCOMPARE(list.markers().at(0).endCount(), 1);
+}
+
+void TestExternalSync::isThereAtOnceForAServiceThatIsCreatedWhileItRuns()
+{
+    QVERIFY(m_server->terminate());
+    SyncInfoShmWriter state;
+    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 300}));
+    QVERIFY(m_server->start());
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    QTRY_COMPARE(list.markers().size(), 1);
+    QTRY_VERIFY(list.markers().at(0).progress.contains({301, 1000}));
+    // The daemon says of the one that runs that it began, too.
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QTRY_COMPARE(list.running(), 0);
+    verifyFree();
+    QCOMPARE(list.markers().size(), 1);
+    QCOMPARE(list.markers().at(0).endCount(), 1);
+}
+
+void TestExternalSync::isNotThereForAServiceThatIsCreatedAfterADeadDaemon()
+{
+    QVERIFY(m_server->terminate());
+    // What the daemon published ends with it.
+    auto state = std::make_unique<SyncInfoShmWriter>();
+    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 300}));
+    state.reset();
+    QVERIFY(m_server->start());
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    verifyFree();
+    QCOMPARE(list.markers().size(), 0);
+}
+
+void TestExternalSync::survivesTheDaemonsDeath()
+{
+    auto state = std::make_unique<SyncInfoShmWriter>();
+    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    showMarker(list);
+    QTRY_VERIFY(list.markers().at(0).progress.contains({1000, 1000}));
+    m_daemon->vanish();
+    state.reset();
+    // Beyond the poll at the full bar it goes on: only the daemon knows of its end.
+    QTRY_VERIFY(list.markers().at(0).progress.contains({1001, 1100}));
+    QVERIFY(m_server->isAlive());
+    QCOMPARE(list.markers().at(0).endCount(), 0);
+    // The next daemon's first synchronisation is the same marker's.
+    QVERIFY(m_daemon->appear());
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QTRY_COMPARE(list.running(), 0);
+    QCOMPARE(list.markers().size(), 1);
+    QCOMPARE(list.markers().at(0).endCount(), 1);
+}
+
+void TestExternalSync::isCancelledByAClient()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    showMarker(list).info->cancelOperation();
+    const auto stop = m_daemon->waitForCall("stopSync");
+    QCOMPARE(stop.arguments, QVariantList({m_account.toULongLong(), 1030}));
+    QTRY_COMPARE(list.running(), 0);
+    QCOMPARE(list.markers().at(0).activities.last(), QMailServiceAction::Failed);
+    QCOMPARE(list.markers().at(0).endCount(), 1);
+    // What the daemon says of the one that it stopped.
+    m_daemon->syncCompleted(m_account.toULongLong());
+    verifyFree();
+    QCOMPARE(list.markers().size(), 1);
+}
+
+void TestExternalSync::twoAccountsSynchroniseOneAfterTheOtherInTheList()
+{
+    // Both markers are actions of one client, the server itself, which has one running at a time.
+    const QMailAccountId other = addSecondAccount();
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    showMarker(list);
+    m_daemon->syncStarted(other.toULongLong());
+    QTRY_COMPARE(logCount("Creating FAKE action"), 2);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    QTRY_COMPARE(list.markers().size(), 2);
+    QTRY_VERIFY(list.markers().at(1).accounts.contains(other));
+    QTRY_COMPARE(list.running(), 1);
+    m_daemon->syncCompleted(other.toULongLong());
+    QTRY_COMPARE(list.running(), 0);
+    for (const ActionList::Entry &marker : list.markers())
+        QCOMPARE(marker.endCount(), 1);
+}
+
+void TestExternalSync::burstLeavesTheAccountFree()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    qint64 worst = 0;
+    for (int round = 0; round < 50; ++round) {
+        m_daemon->answer(ScriptedDaemon::Answer::nextId().completing(401));
+        m_daemon->syncStarted(m_account.toULongLong());
+        m_daemon->syncCompleted(m_account.toULongLong());
+        // The action meets the marker on its way, or what it left.
+        if (round % 2)
+            settle();
+        QElapsedTimer timer;
+        timer.start();
+        Retrieval next;
+        retrieveFolders(next);
+        // Its own outcome: a marker's end, had it hit this action, would be a success.
+        verifyFailed(next.watcher, 1029, 1000);
+        if (QTest::currentTestFailed())
+            return;
+        worst = qMax(worst, timer.elapsed());
+        QTRY_COMPARE(list.running(), 0);
+    }
+    qInfo("free again after at most %lld ms", worst);
+    QVERIFY(worst < 1000);
+    QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 50);
+    for (const ActionList::Entry &marker : list.markers())
+        QCOMPARE(marker.endCount(), 1);
+}
+
+void TestExternalSync::burstWhileAnActionRunsEndsNothing()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    Retrieval retrieval;
+    const auto call = startFolders(retrieval);
+    for (int times = 0; times < 10; ++times) {
+        m_daemon->syncStarted(m_account.toULongLong());
+        m_daemon->syncCompleted(m_account.toULongLong());
+    }
+    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
+    verifyFailed(retrieval.watcher, 1029);
+    settle();
+    QCOMPARE(list.markers().size(), 0);
+}
+
+void TestExternalSync::burstAndABeginningThatStays()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+    showMarker(list);
+    // The second one runs until its own end.
+    Retrieval waiting;
+    retrieveFolders(waiting);
+    settle();
+    QCOMPARE(m_daemon->callCount("folderSync"), 0);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    const auto call = m_daemon->waitForCall("folderSync");
+    m_daemon->complete(call.requestId, 200);
+    verifySucceeded(waiting.watcher);
+    QTRY_COMPARE(list.running(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestExternalSync)
+
+#include "tst_externalsync.moc"
