@@ -44,8 +44,9 @@ void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int
         reportFailure(code);
     if (m_cancelled) {
         qMailLog(Messaging) << "Request has been canceled, return";
-    } else
+    } else {
         finish(code);
+    }
     deleteLater();
 }
 

@@ -84,10 +84,10 @@ void OrvSink::sendMessage(const QMailMessageId &id)
 void OrvSink::syncSentFolder()
 {
     const QMailAccountId account = m_service->accountId();
-    const QMailFolder sent(QMailAccount(account).standardFolder(QMailFolder::SentFolder));
-    if (!(sent.status() & QMailFolder::Favourite))
+    const QMailFolderId sent = QMailAccount(account).standardFolder(QMailFolder::SentFolder);
+    if (!sent.isValid() || !(QMailFolder(sent).status() & QMailFolder::Favourite))
         return;
-    const QStringList folders {QString::number(sent.id().toULongLong())};
+    const QStringList folders {QString::number(sent.toULongLong())};
     auto *request = new AsDaemonOperationRequest(
         *m_service, account,
         std::tr1::bind(&AsDBusInterface::syncSpecificFolders, m_service->daemon(),

@@ -52,6 +52,7 @@ private slots:
     void aRepetitionInTheSameMillisecondIsADoublet();
     void exportUpdatesAndSynchronizeShareTheDoublets();
     void aDoubletCompletesThroughTheServiceAfter100Ms();
+    void aSyncThatEndsWithAnyCodeOfSuccessMakesDoublets();
     void aFailedSyncMakesNoDoublet();
     void aCancelledSyncMakesNoDoublet();
     void aPollThatEndsTheSyncMakesNoDoublet();
@@ -272,6 +273,17 @@ void TestSource::aDoubletCompletesThroughTheServiceAfter100Ms()
     QVERIFY(elapsed.elapsed() >= 95);
     // The service's, not the source's.
     QCOMPARE(log.takeLines(), texts({"Action completed"}));
+}
+
+void TestSource::aSyncThatEndsWithAnyCodeOfSuccessMakesDoublets()
+{
+    TestClock clock(Noon);
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.daemon.complete(1, 4001);
+    f.daemon.settle();
+    QVERIFY(f.source().synchronize(f.account));
+    QCOMPARE(f.daemon.callCount("sync"), 1);
 }
 
 void TestSource::aFailedSyncMakesNoDoublet()
