@@ -33,7 +33,7 @@ struct KeyTree
     {
         KeyTree tree;
         // Mostly And and Or; None and a number that names no combiner now and then.
-        static const int combiners[] = {1, 1, 1, 2, 2, 2, 0, 7};
+        static const int combiners[] = {1, 1, 1, 2, 2, 2, 0, 3};
         tree.combiner = combiners[generator.bounded(8)];
         tree.negated = generator.bounded(10) < 3;
         for (int count = generator.bounded(4); count > 0; --count)
