@@ -4,6 +4,8 @@
 
 #include "daemon/store/syncstatedb.h"
 
+#include <qmailmessage.h>
+
 #include <optional>
 
 namespace Store {
@@ -21,8 +23,9 @@ struct FlagChange
 struct Move
 {
     QMailMessageId id;
-    QString serverId;    ///< in the folder it comes from
-    QString destination; ///< server id of the folder it lies in now
+    QString collectionId; ///< server id of the folder it comes from
+    QString serverId;     ///< its id there
+    QString destination;  ///< server id of the folder it lies in now
 };
 
 /** What the user did to the messages of one folder since the last upload. */
@@ -40,7 +43,8 @@ struct FolderLocalChanges
  * The changes that are to be carried to the server, and their acknowledgement.
  *
  * Once a change was acknowledged, the mail store takes it as known to the server, and "undo" no
- * longer rolls it back.
+ * longer rolls it back. What the user changed again meanwhile stays a change. Everything can be
+ * acknowledged twice without harm.
  */
 class LocalChanges
 {
@@ -48,7 +52,8 @@ public:
     /** The database must outlive it. */
     LocalChanges(SyncStateDb &db, const QMailAccountId &account);
 
-    /** Of every folder that has some. */
+    /** Of every folder that has some; what no server can be told (it has no id there) is left out.
+     */
     QList<FolderLocalChanges> collect() const;
 
     /** The server took over these flags (as they were uploaded, whatever they are now). */
@@ -64,6 +69,15 @@ public:
     Eas::Result revertMove(const Move &move);
 
 private:
+    using Changes = QHash<QString, FolderLocalChanges>; ///< by collection
+
+    void collectFlags(Changes *changes) const;
+    void collectMoves(Changes *changes) const;
+    void collectDeletions(Changes *changes) const;
+    Eas::Result mark(const QMailMessageIdList &ids, quint64 mask, bool value);
+    Eas::Result deleteAt(const QString &collectionId, const QString &serverId);
+    Eas::Result removeDouble(const QString &uid, const QMailMessageId &original);
+
     SyncStateDb &m_db;
     const QMailAccountId m_account;
 };

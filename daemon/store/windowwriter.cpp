@@ -32,6 +32,14 @@ QByteArray fingerprint(const QMailMessageMetaData &message)
     return hash.result().left(12);
 }
 
+/** Of this thread, in milliseconds. */
+qint64 cpuTime()
+{
+    struct timespec time = {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+}
+
 /** How many messages a step writes; shared, as all folders lie in the same store. */
 BatchSize &batchSize()
 {
@@ -159,11 +167,11 @@ Eas::Result WindowWriter::writeItems()
         m_phase = Phase::Removals;
         return {};
     }
-    QElapsedTimer timer;
-    timer.start();
+    // Not the clock's time: on a busy machine smaller batches would only make more work.
+    const qint64 before = cpuTime();
     const QList<Item> batch = nextBatch();
     const Eas::Result result = writeBatch(batch);
-    batchSize().took(batch.size(), timer.elapsed());
+    batchSize().took(batch.size(), cpuTime() - before);
     return result;
 }
 

@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/localchanges.h"
+
+#include "daemon/store/accountguard.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/store/storefailure.h"
+
+#include <qmaildisconnected.h>
+#include <qmailstore.h>
+
+#include <algorithm>
+
+namespace Store {
+
+namespace {
+
+using Message = QMailMessageMetaData;
+
+const QMailMessageKey::Properties propertiesOfChanges = QMailMessageKey::Id
+    | QMailMessageKey::ServerUid | QMailMessageKey::Status | QMailMessageKey::ParentFolderId
+    | QMailMessageKey::PreviousParentFolderId;
+
+/** Messages of which one of two flags is set and the other is not. */
+QMailMessageKey differing(quint64 ours, quint64 theirs)
+{
+    const auto with = QMailDataComparator::Includes;
+    const auto without = QMailDataComparator::Excludes;
+    return (QMailMessageKey::status(ours, with) & QMailMessageKey::status(theirs, without))
+        | (QMailMessageKey::status(ours, without) & QMailMessageKey::status(theirs, with));
+}
+
+std::optional<bool> difference(const Message &message, quint64 ours, quint64 theirs)
+{
+    const bool value = message.status() & ours;
+    return value == bool(message.status() & theirs) ? std::nullopt : std::make_optional(value);
+}
+
+QStringList uids(const QString &collectionId, const QStringList &serverIds)
+{
+    QStringList result;
+    for (const QString &id : serverIds)
+        result.append(ServerUid::join(collectionId, id));
+    return result;
+}
+
+} // namespace
+
+LocalChanges::LocalChanges(SyncStateDb &db, const QMailAccountId &account)
+    : m_db(db)
+    , m_account(account)
+{
+}
+
+QList<FolderLocalChanges> LocalChanges::collect() const
+{
+    Changes changes;
+    for (const FolderState &state : m_db.folders(m_account))
+        changes[state.serverId].collectionId = state.serverId;
+    collectFlags(&changes);
+    collectMoves(&changes);
+    collectDeletions(&changes);
+    QList<FolderLocalChanges> found;
+    for (const FolderLocalChanges &folder : qAsConst(changes)) {
+        if (!folder.isEmpty())
+            found.append(folder);
+    }
+    std::sort(found.begin(), found.end(),
+              [](const auto &a, const auto &b) { return a.collectionId < b.collectionId; });
+    return found;
+}
+
+void LocalChanges::collectFlags(Changes *changes) const
+{
+    const QMailMessageKey key = QMailMessageKey::parentAccountId(m_account)
+        & (differing(Message::Read, Message::ReadElsewhere)
+           | differing(Message::Important, Message::ImportantElsewhere));
+    for (const Message &message :
+         QMailStore::instance()->messagesMetaData(key, propertiesOfChanges)) {
+        const ServerUid uid = ServerUid::split(message.serverUid());
+        if (!changes->contains(uid.collectionId))
+            continue;
+        (*changes)[uid.collectionId].flags.append(
+            {message.id(), uid.itemId, difference(message, Message::Read, Message::ReadElsewhere),
+             difference(message, Message::Important, Message::ImportantElsewhere)});
+    }
+}
+
+void LocalChanges::collectMoves(Changes *changes) const
+{
+    const QMailMessageKey moved = QMailMessageKey::parentAccountId(m_account)
+        & QMailMessageKey::previousParentFolderId(QMailFolderId(), QMailDataComparator::NotEqual);
+    for (const Message &message :
+         QMailStore::instance()->messagesMetaData(moved, propertiesOfChanges)) {
+        const ServerUid uid = ServerUid::split(message.serverUid());
+        const std::optional<FolderState> destination = m_db.folder(message.parentFolderId());
+        if (!changes->contains(uid.collectionId) || !destination
+            || !changes->contains(destination->serverId)
+            || destination->serverId == uid.collectionId)
+            continue;
+        (*changes)[uid.collectionId].moves.append(
+            {message.id(), uid.collectionId, uid.itemId, destination->serverId});
+    }
+}
+
+void LocalChanges::collectDeletions(Changes *changes) const
+{
+    for (const QMailMessageRemovalRecord &record :
+         QMailStore::instance()->messageRemovalRecords(m_account)) {
+        // A draft that was saved again leaves a record without an id.
+        const ServerUid uid = ServerUid::split(record.serverUid());
+        if (changes->contains(uid.collectionId))
+            (*changes)[uid.collectionId].deletions.append(uid.itemId);
+    }
+}
+
+Eas::Result LocalChanges::mark(const QMailMessageIdList &ids, quint64 mask, bool value)
+{
+    if (ids.isEmpty())
+        return {};
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(ids), mask, value))
+        return storeFailure(QStringLiteral("cannot mark messages as known to the server"));
+    return {};
+}
+
+Eas::Result LocalChanges::acknowledgeFlags(const QList<FlagChange> &changes)
+{
+    Eas::Result result = AccountGuard::check(m_account);
+    for (const bool value : {false, true}) {
+        QMailMessageIdList read;
+        QMailMessageIdList important;
+        for (const FlagChange &change : changes) {
+            if (change.read == value)
+                read.append(change.id);
+            if (change.important == value)
+                important.append(change.id);
+        }
+        if (result.ok())
+            result = mark(read, Message::ReadElsewhere, value);
+        if (result.ok())
+            result = mark(important, Message::ImportantElsewhere, value);
+    }
+    return result;
+}
+
+Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newServerId)
+{
+    Eas::Result result = AccountGuard::check(m_account);
+    if (!result.ok())
+        return result;
+    const QString uid = ServerUid::join(move.destination, newServerId);
+    const QMailMessageKey here = QMailMessageKey::id(move.id);
+    if (QMailStore::instance()->countMessages(here) == 0) {
+        // Deleted meanwhile: it is to be deleted where it lies now.
+        result = deleteAt(move.destination, newServerId);
+        return result.ok() ? acknowledgeDeletions(move.collectionId, {move.serverId}) : result;
+    }
+    result = removeDouble(uid, move.id);
+    if (!result.ok())
+        return result;
+    Message message(move.id);
+    const std::optional<FolderState> destination = m_db.folder(m_account, move.destination);
+    message.setServerUid(uid);
+    if (!destination || message.parentFolderId() == destination->folderId)
+        QMailDisconnected::clearPreviousFolder(&message);
+    else
+        message.setPreviousParentFolderId(destination->folderId); // moved on meanwhile
+    if (!QMailStore::instance()->updateMessage(&message))
+        return storeFailure(QStringLiteral("cannot mark a message as moved"));
+    return {};
+}
+
+/** The folder's own synchronisation may have brought the moved message as a new one already. */
+Eas::Result LocalChanges::removeDouble(const QString &uid, const QMailMessageId &original)
+{
+    const QMailMessageKey doubles = QMailMessageKey::parentAccountId(m_account)
+        & QMailMessageKey::serverUid(uid)
+        & QMailMessageKey::id(original, QMailDataComparator::NotEqual);
+    QMailStore *store = QMailStore::instance();
+    if (store->countMessages(doubles) > 0 && !store->removeMessages(doubles))
+        return storeFailure(QStringLiteral("cannot remove the double of a moved message"));
+    return {};
+}
+
+/** The store makes a removal record for a message alone, so there is one for a moment. */
+Eas::Result LocalChanges::deleteAt(const QString &collectionId, const QString &serverId)
+{
+    QMailStore *store = QMailStore::instance();
+    const QString uid = ServerUid::join(collectionId, serverId);
+    const QMailMessageKey key =
+        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uid);
+    const std::optional<FolderState> folder = m_db.folder(m_account, collectionId);
+    if (!folder)
+        return {};
+    if (store->countMessages(key) == 0) {
+        Message message;
+        message.setMessageType(Message::Email);
+        message.setParentAccountId(m_account);
+        message.setParentFolderId(folder->folderId);
+        message.setServerUid(uid);
+        message.setStatus(Message::NoNotification | Message::Read | Message::ReadElsewhere, true);
+        if (!store->addMessage(&message))
+            return storeFailure(QStringLiteral("cannot note a deletion"));
+    }
+    if (!store->removeMessages(key, QMailStore::CreateRemovalRecord))
+        return storeFailure(QStringLiteral("cannot note a deletion"));
+    return {};
+}
+
+Eas::Result LocalChanges::acknowledgeDeletions(const QString &collectionId,
+                                               const QStringList &serverIds)
+{
+    const Eas::Result result = AccountGuard::check(m_account);
+    if (!result.ok() || serverIds.isEmpty())
+        return result;
+    if (!QMailStore::instance()->purgeMessageRemovalRecords(m_account,
+                                                            uids(collectionId, serverIds)))
+        return storeFailure(QStringLiteral("cannot forget deleted messages"));
+    return {};
+}
+
+Eas::Result LocalChanges::dropMessage(const QMailMessageId &id)
+{
+    const QMailMessageKey key =
+        QMailMessageKey::id(id) & QMailMessageKey::parentAccountId(m_account);
+    QMailStore *store = QMailStore::instance();
+    if (store->countMessages(key) > 0 && !store->removeMessages(key))
+        return storeFailure(QStringLiteral("cannot remove a message"));
+    return {};
+}
+
+Eas::Result LocalChanges::revertMove(const Move &move)
+{
+    const Message message(move.id);
+    const std::optional<FolderState> destination = m_db.folder(message.parentFolderId());
+    // Moved on meanwhile, that is another move.
+    if (message.id().isValid() && destination && destination->serverId == move.destination)
+        QMailDisconnected::restoreToPreviousFolder(move.id);
+    return {};
+}
+
+} // namespace Store
