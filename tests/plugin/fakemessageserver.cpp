@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/plugin/fakemessageserver.h"
 
+#include "tests/support/busbarrier.h"
+
 #include <QDBusMessage>
 #include <QTest>
 
@@ -51,12 +53,8 @@ void FakeMessageServer::setActivity(qulonglong action, QMailServiceAction::Activ
     QDBusMessage signal = QDBusMessage::createSignal(Path, Name, QStringLiteral("activityChanged"));
     signal.setArguments({action, QVariant::fromValue(activity)});
     m_bus.send(signal);
-    // What was sent before the answer to a ping has arrived with it.
-    QCoreApplication::processEvents();
-    m_bus.call(QDBusMessage::createMethodCall(
-        QDBusConnection::sessionBus().baseService(), QStringLiteral("/"),
-        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
-    QCoreApplication::processEvents();
+    if (!waitForDelivery(m_bus))
+        qWarning("the clients did not hear of the activity");
 }
 
 bool FakeMessageServer::handleMessage(const QDBusMessage &message, const QDBusConnection &)

@@ -2,6 +2,7 @@
 #include "tests/support/scripteddaemon.h"
 
 #include "asclient/asdbusinterface.h"
+#include "tests/support/busbarrier.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -455,18 +456,11 @@ void ScriptedDaemon::forgetCalls()
 
 void ScriptedDaemon::settle()
 {
-    const QDBusMessage ping = QDBusMessage::createMethodCall(
-        QDBusConnection::sessionBus().baseService(), QStringLiteral("/"),
-        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
     std::optional<QDBusConnection> connection;
     {
         QMutexLocker lock(&m_service->m_mutex);
         connection = m_service->m_connection;
     }
-    // A fresh session bus connection delivers nothing before the first turn of the event loop.
-    QCoreApplication::processEvents();
-    if (connection)
-        connection->call(ping);
-    QCoreApplication::sendPostedEvents();
-    QCoreApplication::processEvents();
+    if (connection && !waitForDelivery(*connection))
+        qWarning("the daemon's messages were not delivered");
 }
