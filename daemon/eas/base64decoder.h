@@ -17,6 +17,9 @@ public:
     bool isComplete() const { return m_valid && m_bits < 6; }
 
 private:
+    static const char *decodeGroups(const char *in, const char *end, char **out);
+    void decodeCharacter(char c, char **out);
+
     quint32 m_buffer = 0;
     int m_bits = 0;
     bool m_padded = false;

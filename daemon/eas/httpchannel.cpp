@@ -5,10 +5,23 @@
 
 namespace Eas {
 
+namespace {
+
+/**
+ * Qt's network access looks at the machine's interfaces every ten seconds for as long as it exists.
+ * Nobody here wants to know, and an idle daemon must not wake up for it. Set before main(), while
+ * there is one thread alone.
+ */
+const bool noPolling =
+    qputenv("QT_BEARER_POLL_TIMEOUT", "-1") && qputenv("QT_EXCLUDE_GENERIC_BEARER", "1");
+
+} // namespace
+
 HttpChannel::HttpChannel(QObject *parent)
     : QObject(parent)
     , m_tls(QSslConfiguration::defaultConfiguration())
 {
+    Q_UNUSED(noPolling)
     m_tls.setProtocol(QSsl::TlsV1_2OrLater);
     m_tls.setPeerVerifyMode(QSslSocket::VerifyPeer);
     m_manager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
