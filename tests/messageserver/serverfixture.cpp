@@ -52,17 +52,6 @@ QMailFolderId ServerFixture::folder(QMailFolder::StandardFolder kind) const
     return QMailAccount(m_account).standardFolder(kind);
 }
 
-void ServerFixture::setPush(const QString &value) const
-{
-    QMailAccount account(m_account);
-    const QString field = QStringLiteral("pushEnabled");
-    if (value.isNull())
-        account.removeCustomField(field);
-    else
-        account.setCustomField(field, value);
-    QVERIFY(QMailStore::instance()->updateAccount(&account));
-}
-
 void ServerFixture::retrieveFolders(Retrieval &retrieval) const
 {
     retrieval.action.retrieveFolderList(m_account, QMailFolderId());

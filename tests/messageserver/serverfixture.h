@@ -45,8 +45,6 @@ protected:
     QMailAccountId addSecondAccount() const;
     /** The account's folder of that kind. */
     QMailFolderId folder(QMailFolder::StandardFolder kind) const;
-    /** Reads an account's custom field "pushEnabled" as that text from now on; null: absent. */
-    void setPush(const QString &value) const;
 
     void retrieveFolders(Retrieval &retrieval) const;
     /** Has the client retrieve the folder list and returns the call that the daemon gets for it. */
