@@ -27,8 +27,16 @@ Eas::Result replaceMessage(const QMailMessageId &id, const QString &path);
 /** Of the part at the location ("1.2", as QMF writes it); code NotFound where there is none. */
 Eas::Result partSource(const QMailMessageId &id, const QString &location, PartSource *source);
 
-/** Gives the part the file's bytes as its content; memory does not grow with the file. */
+/**
+ * Gives the part the file's bytes as its content, and takes the file over.
+ *
+ * Memory does not grow with the file if it lies on the mail store's file system, which
+ * downloadFolder() does.
+ */
 Eas::Result writePart(const QMailMessageId &id, const QString &location, const QString &path);
+
+/** Where downloads are best put; made if it is not there. Empty if that fails. */
+QString downloadFolder();
 
 } // namespace ContentWriter
 

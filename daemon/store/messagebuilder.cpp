@@ -217,29 +217,6 @@ void keepEnvelope(QMailMessage *after, const QMailMessage &before, const Eas::Ma
     }
 }
 
-/** Everything by which the store and its users know the message. */
-void keepIdentity(QMailMessage *after, const QMailMessage &before)
-{
-    const quint64 ofContent = Message::ContentAvailable | Message::PartialContentAvailable
-        | Message::HasAttachments | Message::HighPriority | Message::LowPriority;
-    after->setId(before.id());
-    after->setParentAccountId(before.parentAccountId());
-    after->setParentFolderId(before.parentFolderId());
-    after->setPreviousParentFolderId(before.previousParentFolderId());
-    after->setRestoreFolderId(before.restoreFolderId());
-    after->setServerUid(before.serverUid());
-    after->setContentIdentifier(before.contentIdentifier());
-    after->setParentThreadId(before.parentThreadId());
-    after->setInResponseTo(before.inResponseTo());
-    after->setResponseType(before.responseType());
-    after->setStatus((before.status() & ~ofContent) | (after->status() & ofContent));
-    const QMap<QString, QString> &fields = before.customFields();
-    for (auto it = fields.constBegin(); it != fields.constEnd(); ++it) {
-        if (after->customField(it.key()).isNull())
-            after->setCustomField(it.key(), it.value());
-    }
-}
-
 } // namespace
 
 bool MessageBuilder::isComplete(const Eas::MailItem &item)
@@ -307,6 +284,28 @@ void MessageBuilder::updateFlags(QMailMessageMetaData *message, const Eas::MailI
         message->setStatus(Message::Replied, *item.lastVerb == 1);
         message->setStatus(Message::RepliedAll, *item.lastVerb == 2);
         message->setStatus(Message::Forwarded, *item.lastVerb == 3);
+    }
+}
+
+void MessageBuilder::keepIdentity(QMailMessage *after, const QMailMessage &before)
+{
+    const quint64 ofContent = Message::ContentAvailable | Message::PartialContentAvailable
+        | Message::HasAttachments | Message::HighPriority | Message::LowPriority;
+    after->setId(before.id());
+    after->setParentAccountId(before.parentAccountId());
+    after->setParentFolderId(before.parentFolderId());
+    after->setPreviousParentFolderId(before.previousParentFolderId());
+    after->setRestoreFolderId(before.restoreFolderId());
+    after->setServerUid(before.serverUid());
+    after->setContentIdentifier(before.contentIdentifier());
+    after->setParentThreadId(before.parentThreadId());
+    after->setInResponseTo(before.inResponseTo());
+    after->setResponseType(before.responseType());
+    after->setStatus((before.status() & ~ofContent) | (after->status() & ofContent));
+    const QMap<QString, QString> &fields = before.customFields();
+    for (auto it = fields.constBegin(); it != fields.constEnd(); ++it) {
+        if (after->customField(it.key()).isNull())
+            after->setCustomField(it.key(), it.value());
     }
 }
 

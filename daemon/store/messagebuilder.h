@@ -30,6 +30,9 @@ QMailMessage updated(const QMailMessage &before, const Eas::MailItem &item);
 /** The flags of a change alone; the rest of the message is not looked at. */
 void updateFlags(QMailMessageMetaData *message, const Eas::MailItem &item);
 
+/** Takes over from a message all by which the store and its users know it: ids, folder, flags. */
+void keepIdentity(QMailMessage *after, const QMailMessage &before);
+
 /** Where the server keeps an attachment's content; empty for any other part. */
 QString fileReference(const QMailMessagePart &part);
 

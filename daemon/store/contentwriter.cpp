@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/contentwriter.h"
+
+#include "daemon/store/contentmark.h"
+#include "daemon/store/messagebuilder.h"
+#include "daemon/store/mimeguard.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/store/storefailure.h"
+
+#include <QDir>
+#include <QFile>
+#include <qmailnamespace.h>
+#include <qmailstore.h>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace Store {
+
+namespace {
+
+using Message = QMailMessageMetaData;
+
+const quint64 contentMask = Message::ContentAvailable | Message::PartialContentAvailable;
+
+Eas::Result gone()
+{
+    return {Eas::NotFound, QStringLiteral("the message or its part is not here any more")};
+}
+
+bool exists(const QMailMessageId &id)
+{
+    return QMailStore::instance()->countMessages(QMailMessageKey::id(id)) == 1;
+}
+
+/** Looks at the file without reading it into memory. */
+Eas::Result checkFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() == 0)
+        return {Eas::InvalidAnswer, QStringLiteral("the downloaded message is empty")};
+    const uchar *bytes = file.map(0, file.size());
+    if (!bytes)
+        return storeFailure(QStringLiteral("cannot read the downloaded message"));
+    const auto *text = reinterpret_cast<const char *>(bytes);
+    if (!MimeGuard::isHarmless(QByteArray::fromRawData(text, int(file.size()))))
+        return {Eas::InvalidAnswer, QStringLiteral("the message has an absurd number of parts")};
+    return {};
+}
+
+/** A mail program crashes on a text without any character. */
+void fillEmptyText(QMailMessage *message)
+{
+    if (message->multipartType() != QMailMessagePartContainer::MultipartNone
+        || (message->hasBody() && message->body().length() > 0))
+        return;
+    message->setBody(QMailMessageBody::fromData(
+        QByteArrayLiteral("\r\n"), QMailMessageContentType("text/plain; charset=UTF-8"),
+        QMailMessageBody::SevenBit, QMailMessageBody::AlreadyEncoded));
+}
+
+/** The message id that a location may begin with ("12-1.2"), and the rest. */
+bool splitLocation(const QString &location, quint64 id, QStringList *steps)
+{
+    const int dash = location.indexOf(QLatin1Char('-'));
+    if (dash >= 0 && location.left(dash) != QString::number(id))
+        return false;
+    *steps = location.mid(dash + 1).split(QLatin1Char('.'));
+    return true;
+}
+
+/** The part at a location, or null; QMF's own look-up does not get over a wrong one. */
+QMailMessagePart *find(QMailMessage &message, const QString &location)
+{
+    QStringList steps;
+    if (!splitLocation(location, message.id().toULongLong(), &steps))
+        return nullptr;
+    QMailMessagePartContainer *container = &message;
+    QMailMessagePart *part = nullptr;
+    for (const QString &step : qAsConst(steps)) {
+        const uint number = step.toUInt();
+        if (number == 0 || number > container->partCount())
+            return nullptr;
+        part = &container->partAt(number - 1);
+        container = part;
+    }
+    return part;
+}
+
+quint64 contentState(const QMailMessage &message)
+{
+    const bool whole = !ContentMark::read(message).truncated
+        && message.foreachPart([](const QMailMessagePart &part) {
+               return part.multipartType() != QMailMessagePartContainer::MultipartNone
+                   || part.contentAvailable();
+           });
+    return Message::PartialContentAvailable | (whole ? Message::ContentAvailable : 0);
+}
+
+template <typename Update>
+Eas::Result save(Update update, const QMailMessageId &id)
+{
+    if (update())
+        return {};
+    return exists(id) ? storeFailure(QStringLiteral("cannot write downloaded content")) : gone();
+}
+
+/** Where the store has the content of a part, decoded, if it is here. */
+QString partFile(const QMailMessage &message, const QMailMessagePart &part)
+{
+    return message.contentIdentifier() + QStringLiteral("-parts/")
+        + part.location().toString(false);
+}
+
+/** Whether the store keeps the parts that are here where we think it does. */
+bool isLayoutKnown(const QMailMessage &message)
+{
+    bool anyHere = false;
+    const bool asThought = message.foreachPart([&](const QMailMessagePart &part) {
+        if (part.multipartType() != QMailMessagePartContainer::MultipartNone || !part.hasBody())
+            return true;
+        anyHere = true;
+        return QFile::exists(partFile(message, part));
+    });
+    return anyHere && asThought;
+}
+
+/**
+ * Moves the file to where the store looks for the part's content, or does nothing.
+ *
+ * The store's own way takes as much memory as the part is large. It reads a part whose file is
+ * there, so that putting it there, as a whole and at once, is all that it takes.
+ */
+bool placeFile(const QMailMessage &message, const QMailMessagePart &part, const QString &path)
+{
+    QFile file(path);
+    if (!isLayoutKnown(message) || !file.open(QIODevice::ReadWrite)
+        || ::fdatasync(file.handle()) != 0)
+        return false;
+    const QByteArray target = QFile::encodeName(partFile(message, part));
+    return ::rename(QFile::encodeName(path).constData(), target.constData()) == 0;
+}
+
+} // namespace
+
+Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QString &path)
+{
+    const Eas::Result checked = checkFile(path);
+    if (!checked.ok())
+        return checked;
+    if (!exists(id))
+        return gone();
+    QMailMessage message = QMailMessage::fromRfc2822File(path);
+    message.setMessageType(Message::Email);
+    message.setContentScheme(QStringLiteral("qmfstoragemanager"));
+    fillEmptyText(&message);
+    message.setStatus(Message::ContentAvailable | Message::PartialContentAvailable, true);
+    message.setStatus(Message::HasAttachments, message.hasAttachments());
+    const QMailMessage before(id);
+    MessageBuilder::keepIdentity(&message, before);
+    const quint64 priority = Message::HighPriority | Message::LowPriority;
+    message.setStatus((message.status() & ~priority) | (before.status() & priority));
+    message.setReceivedDate(before.receivedDate());
+    message.setSize(uint(QFile(path).size()));
+    message.setContentSize(message.size());
+    ContentMark mark = ContentMark::read(before);
+    mark.truncated = false;
+    mark.downloaded = true;
+    mark.store(&message);
+    return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+}
+
+QString ContentWriter::downloadFolder()
+{
+    const QString path = QMail::dataPath() + QStringLiteral("asdaemon-downloads");
+    return QDir().mkpath(path) ? path : QString();
+}
+
+Eas::Result ContentWriter::partSource(const QMailMessageId &id, const QString &location,
+                                      PartSource *source)
+{
+    if (!exists(id))
+        return gone();
+    QMailMessage message(id);
+    const QMailMessagePart *part = find(message, location);
+    if (!part)
+        return gone();
+    const ServerUid uid = ServerUid::split(message.serverUid());
+    source->collectionId = uid.collectionId;
+    source->serverId = uid.itemId;
+    source->fileReference = MessageBuilder::fileReference(*part);
+    source->estimatedSize = qMax(0, part->contentDisposition().size());
+    source->available = part->contentAvailable();
+    return {};
+}
+
+Eas::Result ContentWriter::writePart(const QMailMessageId &id, const QString &location,
+                                     const QString &path)
+{
+    if (!exists(id))
+        return gone();
+    QMailMessage message(id);
+    QMailMessagePart *part = find(message, location);
+    if (!part)
+        return gone();
+    Message data(id);
+    if (placeFile(message, *part, path)) {
+        message = QMailMessage(id);
+        data.setStatus(contentState(message) | (data.status() & ~contentMask));
+        return save([&data] { return QMailStore::instance()->updateMessage(&data); }, id);
+    }
+    // The body refers to the file; the store copies from there, as it is.
+    part->setBody(QMailMessageBody::fromFile(path, part->contentType(), QMailMessageBody::Base64,
+                                             QMailMessageBody::RequiresEncoding));
+    message.setStatus(contentState(message) | (message.status() & ~contentMask));
+    return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+}
+
+} // namespace Store
