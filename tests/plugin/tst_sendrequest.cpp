@@ -33,7 +33,12 @@ public:
 
     bool isInOutbox() const
     {
-        return QMailMessageMetaData(message).status() & QMailMessageMetaData::Outbox;
+        // The database knows; the store's cache may be a notification behind.
+        return QMailStore::instance()->countMessages(
+                   QMailMessageKey::id(message)
+                   & QMailMessageKey::status(QMailMessageMetaData::Outbox,
+                                             QMailDataComparator::Includes))
+            == 1;
     }
 
     void broadcast(int code)

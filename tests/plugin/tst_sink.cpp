@@ -95,7 +95,12 @@ void TestSink::announce()
 
 bool TestSink::isInOutbox(const QMailMessageId &message) const
 {
-    return QMailMessageMetaData(message).status() & QMailMessageMetaData::Outbox;
+    // The database knows; the store's cache may be a notification behind.
+    return QMailStore::instance()->countMessages(
+               QMailMessageKey::id(message)
+               & QMailMessageKey::status(QMailMessageMetaData::Outbox,
+                                         QMailDataComparator::Includes))
+        == 1;
 }
 
 void TestSink::nothingToTransmitCompletesAtOnceAndSyncsNothing()
