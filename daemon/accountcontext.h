@@ -19,9 +19,6 @@ struct AccountContext
     QMailAccountId id() const { return record.id; }
 };
 
-/** Whether the mail store has this account, enabled. */
-bool isAccountEnabled(const QMailAccountId &id);
-
 } // namespace Daemon
 
 #endif

@@ -19,16 +19,9 @@ class FolderStep : public SyncStep
     Q_OBJECT
 
 public:
-    /** Items of one window, and bytes of a text that are brought without being asked for. */
-    static constexpr int WindowSize = 100;
-    static constexpr qint64 TextBound = 64 * 1024;
-
     FolderStep(const AccountContext &context, const QString &collectionId, QObject *parent);
 
     void proceed() override;
-
-    /** The server wants the folder tree to be fetched before it goes on with this folder. */
-    static bool isTreeStale(const Eas::Result &result);
 
 private:
     void ask();
@@ -37,7 +30,6 @@ private:
     void beginAnew(const Eas::Result &reason);
     void windowWritten(const Eas::SyncWindow &window);
     bool isLooping(const Eas::SyncWindow &window);
-    Eas::FilterType filter() const;
     void jobProgressed(int progress) override;
 
     const QString m_collectionId;

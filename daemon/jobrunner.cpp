@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/jobrunner.h"
 
-#include "daemon/accountcontext.h"
 #include "daemon/storeprobe.h"
 
 namespace Daemon {
 
-JobRunner::JobRunner(std::unique_ptr<Store::StoreJob> job, const QMailAccountId &account,
-                     QObject *parent)
+JobRunner::JobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent)
     : QObject(parent)
     , m_job(std::move(job))
-    , m_account(account)
 {
     // A timer, not a posted event: those that post the next one starve the sockets.
     connect(&m_timer, &QTimer::timeout, this, &JobRunner::step);
@@ -43,11 +40,6 @@ void JobRunner::step()
         m_timer.stop();
         emit finished(
             {Eas::ServerFailed, QStringLiteral("another process holds the mail store locked")});
-        return;
-    }
-    if (!isAccountEnabled(m_account)) {
-        m_timer.stop();
-        emit finished({Eas::Cancelled, QStringLiteral("the account is not enabled any more")});
         return;
     }
     if (m_job->step()) {

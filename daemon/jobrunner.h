@@ -5,7 +5,6 @@
 #include "daemon/store/storejob.h"
 
 #include <QElapsedTimer>
-#include <qmailid.h>
 #include <QObject>
 #include <QTimer>
 
@@ -16,9 +15,8 @@ namespace Daemon {
 /**
  * Runs a job on the mail store from the event loop, a step at a time.
  *
- * Asks before each step whether the account is still there and enabled; if not, it writes nothing
- * more and ends with Cancelled. Waits for a store that another process has locked, and fails when
- * that takes too long. Deleting it leaves the rest of the job undone.
+ * Waits for a store that another process has locked, and fails when that takes too long. Deleting
+ * it leaves the rest of the job undone.
  */
 class JobRunner : public QObject
 {
@@ -29,7 +27,7 @@ public:
     static constexpr int LongestLockMs = 10000;
     static constexpr int LockPollMs = 200;
 
-    JobRunner(std::unique_ptr<Store::StoreJob> job, const QMailAccountId &account, QObject *parent);
+    JobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent);
 
     void start();
 
@@ -43,7 +41,6 @@ private:
     bool waitForStore();
 
     std::unique_ptr<Store::StoreJob> m_job;
-    QMailAccountId m_account;
     QTimer m_timer;
     QElapsedTimer m_locked; ///< valid while the store is locked
 };

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/syncrun.h"
 
+#include "daemon/batchstep.h"
 #include "daemon/eas/folderchanges.h"
 #include "daemon/folderstep.h"
+#include "daemon/foldersync.h"
 #include "daemon/logging.h"
 #include "daemon/treestep.h"
 
@@ -94,7 +96,7 @@ bool SyncRun::drop(int requestId)
 void SyncRun::plan(const QSet<QString> &steps, bool first)
 {
     for (const QString &step : steps) {
-        if (m_step && m_current == step)
+        if (m_step && m_current.contains(step))
             continue;
         if (first || step == Tree) {
             m_pending.removeAll(step);
@@ -132,70 +134,130 @@ void SyncRun::proceed()
 void SyncRun::startNext()
 {
     finishWishes();
-    if (m_wishes.isEmpty() || m_pending.isEmpty())
+    if (m_wishes.isEmpty() || m_pending.isEmpty()) {
         finishAll({});
+        return;
+    }
+    const QStringList batch = takeBatch();
+    if (!batch.isEmpty()) {
+        startStep(new BatchStep(m_context, batch, this), batch);
+        return;
+    }
+    const QString name = m_pending.takeFirst();
+    if (name == Tree)
+        startStep(new TreeStep(m_context, this), {name});
     else
-        startStep(m_pending.takeFirst());
+        startStep(new FolderStep(m_context, name, this), {name});
 }
 
-void SyncRun::startStep(const QString &name)
+/** Takes the next folders that one request can ask for out of the pending steps. */
+QStringList SyncRun::takeBatch()
 {
-    m_current = name;
-    if (name == Tree)
-        m_step = new TreeStep(m_context, this);
-    else
-        m_step = new FolderStep(m_context, name, this);
-    connect(m_step, &SyncStep::paused, this, &SyncRun::paused);
-    connect(m_step, &SyncStep::progressed, this, &SyncRun::onProgressed);
-    connect(m_step, &SyncStep::finished, this, &SyncRun::onFinished);
-    m_step->proceed();
+    QStringList batch;
+    for (const QString &name : qAsConst(m_pending)) {
+        if (name == Tree || batch.size() == BatchStep::MostFolders)
+            break;
+        const auto state = m_context.db->folder(m_context.id(), name);
+        if (state && !state->reconciling && !m_alone.contains(name))
+            batch.append(name);
+    }
+    if (batch.size() < 2)
+        return {};
+    for (const QString &name : qAsConst(batch))
+        m_pending.removeAll(name);
+    return batch;
+}
+
+void SyncRun::startStep(SyncStep *step, const QStringList &names)
+{
+    m_step = step;
+    m_current = names;
+    connect(step, &SyncStep::paused, this, &SyncRun::paused);
+    connect(step, &SyncStep::progressed, this, &SyncRun::onProgressed);
+    connect(step, &SyncStep::finished, this, &SyncRun::onFinished);
+    step->proceed();
 }
 
 void SyncRun::onFinished(const Eas::Result &result, bool local)
 {
-    m_step->deleteLater();
-    m_step = nullptr;
+    SyncStep *step = m_step;
+    const QStringList names = m_current;
+    step->deleteLater();
     if (!result.ok())
-        qCInfo(lcSync) << "account" << m_context.id()
-                       << (m_current == Tree ? "folder tree" : "folder")
-                       << (m_current == Tree ? QString() : m_current) << "failed with"
-                       << result.code << result.text;
-    if (!result.ok() && (local || m_current == Tree || stopsEverything(result))) {
+        qCInfo(lcSync) << "account" << m_context.id() << names << "failed with" << result.code
+                       << result.text;
+    if (!result.ok() && (local || names.first() == Tree || stopsEverything(result))) {
+        m_step = nullptr;
         finishAll(result);
         return;
     }
-    if (!repeatAfterTree(result)) {
-        ++m_done;
-        noteFailure(result);
-        if (m_current == Tree)
-            awaitFolders();
-        for (Wish &wish : m_wishes)
-            wish.steps.remove(m_current);
-        finishWishes();
-    }
+    if (qobject_cast<BatchStep *>(step))
+        onBatchFinished(names);
+    else
+        onStepFinished(names.first(), result);
+    finishWishes();
     onProgressed(0);
     emit paused();
 }
 
-bool SyncRun::repeatAfterTree(const Eas::Result &result)
+void SyncRun::onBatchFinished(const QStringList &names)
 {
-    if (!FolderStep::isTreeStale(result) || m_repeatedAfterTree.contains(m_current))
+    const auto *batch = static_cast<BatchStep *>(m_step);
+    m_step = nullptr;
+    QStringList left;
+    for (const QString &name : names) {
+        if (batch->done().contains(name)) {
+            noteDone(name);
+        } else {
+            m_alone.insert(name);
+            left.append(name);
+        }
+    }
+    m_pending = left + m_pending;
+    if (batch->isTreeStale() && !left.isEmpty()) {
+        for (const QString &name : qAsConst(left))
+            m_repeatedAfterTree.insert(name);
+        plan({Tree}, true);
+    }
+}
+
+void SyncRun::onStepFinished(const QString &name, const Eas::Result &result)
+{
+    m_step = nullptr;
+    if (FolderSync::isTreeStale(result) && repeatAfterTree(name))
+        return;
+    noteFailure(name, result);
+    if (name == Tree)
+        awaitFolders();
+    noteDone(name);
+}
+
+bool SyncRun::repeatAfterTree(const QString &name)
+{
+    if (m_repeatedAfterTree.contains(name))
         return false;
-    m_repeatedAfterTree.insert(m_current);
-    plan({m_current}, true);
+    m_repeatedAfterTree.insert(name);
+    plan({name}, true);
     plan({Tree}, true);
     return true;
 }
 
-void SyncRun::noteFailure(const Eas::Result &result)
+void SyncRun::noteDone(const QString &name)
+{
+    ++m_done;
+    for (Wish &wish : m_wishes)
+        wish.steps.remove(name);
+}
+
+void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
 {
     if (result.ok())
         return;
     // A folder that has gone is no failure for those who asked for whatever there is.
-    const bool isGone = !m_context.db->folder(m_context.id(), m_current);
+    const bool isGone = !m_context.db->folder(m_context.id(), name);
     for (Wish &wish : m_wishes) {
         const bool asked = wish.request.kind == RequestKind::SyncFolders;
-        if (wish.steps.contains(m_current) && wish.failure.ok() && (asked || !isGone))
+        if (wish.steps.contains(name) && wish.failure.ok() && (asked || !isGone))
             wish.failure = result;
     }
 }
@@ -242,11 +304,12 @@ void SyncRun::onProgressed(int progress)
 {
     const bool isTreeAwaited = std::any_of(m_wishes.cbegin(), m_wishes.cend(),
                                            [](const Wish &wish) { return wish.awaitsTree; });
-    int steps = m_done + (m_step ? 1 : 0) + m_pending.size();
+    const int current = m_step ? m_current.size() : 0;
+    int steps = m_done + current + m_pending.size();
     if (isTreeAwaited)
         steps = qMax(steps, AssumedSteps);
     if (steps > 0)
-        emit syncProgressed((m_done * 1000 + progress) / steps);
+        emit syncProgressed((m_done * 1000 + current * progress) / steps);
 }
 
 QStringList SyncRun::enabledFolders() const

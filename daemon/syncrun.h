@@ -47,10 +47,14 @@ private:
     void plan(const QSet<QString> &steps, bool first);
     void announce();
     void startNext();
-    void startStep(const QString &name);
+    QStringList takeBatch();
+    void startStep(SyncStep *step, const QStringList &names);
     void onFinished(const Eas::Result &result, bool local);
-    bool repeatAfterTree(const Eas::Result &result);
-    void noteFailure(const Eas::Result &result);
+    void onBatchFinished(const QStringList &names);
+    void onStepFinished(const QString &name, const Eas::Result &result);
+    bool repeatAfterTree(const QString &name);
+    void noteFailure(const QString &name, const Eas::Result &result);
+    void noteDone(const QString &name);
     void awaitFolders();
     void finishWishes();
     void finishAll(const Eas::Result &result);
@@ -62,8 +66,9 @@ private:
     QList<Wish> m_wishes;
     /** Names of steps: a collection's id, or Tree. */
     QStringList m_pending;
-    QString m_current;
+    QStringList m_current; ///< what the step that is under way is about
     SyncStep *m_step = nullptr;
+    QSet<QString> m_alone; ///< folders that take no part in batches any more
     QSet<QString> m_repeatedAfterTree;
     int m_done = 0;
     int m_joined = 0;

@@ -27,14 +27,14 @@ void SyncStep::start(Eas::Command *command, std::function<void()> then)
 
 void SyncStep::write(std::unique_ptr<Store::StoreJob> job, std::function<void()> then)
 {
-    auto *runner = new JobRunner(std::move(job), m_context.id(), this);
+    auto *runner = new JobRunner(std::move(job), this);
     connect(runner, &JobRunner::progressed, this, &SyncStep::jobProgressed);
     connect(runner, &JobRunner::finished, this, [this, runner, then](const Eas::Result &result) {
         runner->deleteLater();
         if (result.ok())
             then();
         else
-            emit finished(result, true);
+            emit finished(result, result.code != Eas::NotFound);
     });
     runner->start();
 }

@@ -25,8 +25,7 @@ DaemonWorld::DaemonWorld()
 
 DaemonWorld::~DaemonWorld()
 {
-    if (daemon.isRunning())
-        daemon.end();
+    endDaemon();
     StoreFixture::clear();
 }
 
@@ -36,6 +35,11 @@ bool DaemonWorld::begin()
         return false;
     account = StoreFixture::addAccount(settings());
     return daemon.start();
+}
+
+int DaemonWorld::endDaemon()
+{
+    return daemon.isRunning() ? daemon.end() : 0;
 }
 
 StoreFixture::Account DaemonWorld::settings() const

@@ -19,6 +19,8 @@ public:
 
     /** Starts the server and the daemon and adds an account for "alice" on that server. */
     bool begin();
+    /** Ends the daemon in order; its exit code, 0 where it does not run. */
+    int endDaemon();
     /** The settings of an account on the server. */
     StoreFixture::Account settings() const;
     /** Changes the settings of an account, as another program does. */

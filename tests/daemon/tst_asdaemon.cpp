@@ -17,10 +17,11 @@ class TestAsDaemon : public QObject
 
 private slots:
     void init();
-    void cleanup() { m_world.reset(); }
+    void cleanup();
 
     void theFirstSynchronisationBringsFoldersAndMessages();
     void aSecondSynchronisationWithoutChangesLeavesTheStoreAlone();
+    void whereNothingChangedTwoRequestsSuffice();
     void whatChangesAtTheServerArrives();
     void aFolderSyncBringsTheTreeAlone();
     void specificFoldersAloneAreSynchronisedAndUnknownIdsPassedOver();
@@ -61,6 +62,13 @@ void TestAsDaemon::init()
     QVERIFY(world().begin());
 }
 
+void TestAsDaemon::cleanup()
+{
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
+}
+
 void TestAsDaemon::theFirstSynchronisationBringsFoldersAndMessages()
 {
     world().deliver(3);
@@ -87,6 +95,16 @@ void TestAsDaemon::aSecondSynchronisationWithoutChangesLeavesTheStoreAlone()
     QCOMPARE(before.size(), 3);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(QMailStore::instance()->queryMessages(key), before);
+}
+
+void TestAsDaemon::whereNothingChangedTwoRequestsSuffice()
+{
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("FolderSync"), 1);
+    QCOMPARE(world().server.requestCount("Sync"), 1);
 }
 
 void TestAsDaemon::whatChangesAtTheServerArrives()

@@ -14,7 +14,7 @@ class TestAsDaemonBadInput : public QObject
 
 private slots:
     void init();
-    void cleanup() { m_world.reset(); }
+    void cleanup();
 
     void wrongSettingsFailWithOneWarning_data();
     void wrongSettingsFailWithOneWarning();
@@ -64,6 +64,13 @@ void TestAsDaemonBadInput::init()
         QSKIP("there is no python3 for the test server");
     m_world = std::make_unique<DaemonWorld>();
     QVERIFY(world().begin());
+}
+
+void TestAsDaemonBadInput::cleanup()
+{
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
 }
 
 void TestAsDaemonBadInput::wrongSettingsFailWithOneWarning_data()
@@ -307,8 +314,10 @@ void TestAsDaemonBadInput::oneBadFolderDoesNotHoldUpTheOthers()
     world().deliver(1, QStringLiteral("Out"), QStringLiteral("Sent"));
     QCOMPARE(world().syncAndWait(), 200);
     world().deliver(1, QStringLiteral("Later"), QStringLiteral("Sent"));
-    // The inbox comes first.
-    world().server.fault(fault("rubbish", {{QStringLiteral("command"), QStringLiteral("Sync")}}));
+    // The request for all folders, and then the one for the inbox, which comes first.
+    world().server.fault(
+        fault("rubbish",
+              {{QStringLiteral("command"), QStringLiteral("Sync")}, {QStringLiteral("count"), 2}}));
     QCOMPARE(world().syncAndWait(), 501);
     QCOMPARE(world().messageCount(), 3);
 }

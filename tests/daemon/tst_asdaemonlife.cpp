@@ -22,7 +22,7 @@ class TestAsDaemonLife : public QObject
 
 private slots:
     void init();
-    void cleanup() { m_world.reset(); }
+    void cleanup();
 
     void helpAndVersionAreTold();
     void whatIsNotUnderstoodIsRefused();
@@ -71,6 +71,13 @@ void TestAsDaemonLife::init()
     m_world = std::make_unique<DaemonWorld>();
     QVERIFY(world().server.start());
     world().account = StoreFixture::addAccount(world().settings());
+}
+
+void TestAsDaemonLife::cleanup()
+{
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
 }
 
 TestAsDaemonLife::Run TestAsDaemonLife::runOnce(const QStringList &arguments, const QString &bus)
@@ -201,6 +208,7 @@ void TestAsDaemonLife::itCanStartAgainAfterAKill()
     SyncInfoNode node;
     SyncInfoShmReader::instance().fill(node, world().account.toULongLong());
     QCOMPARE(node.syncState, 0);
+    world().listener.clear();
     QVERIFY(world().daemon.start());
     QCOMPARE(world().syncAndWait(), 200);
 }
@@ -223,6 +231,8 @@ void TestAsDaemonLife::killedAtAnyInstantNothingIsLostOrDoubled()
         QTest::qWait(random.bounded(400));
         world().daemon.kill();
     }
+    // Each daemon counts its requests from 1.
+    world().listener.clear();
     QVERIFY(world().daemon.start());
     QCOMPARE(world().syncAndWait(), 200);
     expected.sort();

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/batchstep.h"
+
+#include "daemon/foldersync.h"
+#include "daemon/store/windowwriter.h"
+
+namespace Daemon {
+
+namespace {
+
+/** Items that all folders together may bring. */
+constexpr int Items = 200;
+
+} // namespace
+
+BatchStep::BatchStep(const AccountContext &context, const QStringList &collectionIds,
+                     QObject *parent)
+    : SyncStep(context, parent)
+    , m_collectionIds(collectionIds)
+{
+}
+
+void BatchStep::proceed()
+{
+    QList<Eas::SyncRequest> requests;
+    for (const QString &collectionId : m_collectionIds) {
+        Eas::SyncRequest request;
+        const int items = Items / m_collectionIds.size();
+        const Eas::Result prepared =
+            FolderSync::nextWindow(m_context, collectionId, items, &request);
+        if (prepared.ok())
+            requests.append(request);
+    }
+    if (requests.isEmpty()) {
+        finishLater({});
+        return;
+    }
+    auto *command = new Eas::SyncCommand(m_context.session, requests);
+    start(command, [this, command] { onAnswer(*command); });
+}
+
+void BatchStep::onAnswer(const Eas::SyncCommand &command)
+{
+    const Eas::Result result = command.result();
+    if (result.ok()) {
+        for (const Eas::SyncWindow &window : command.windows())
+            m_windows.enqueue(window);
+        takeNext();
+    } else if (result.retryAfter > 0) {
+        retryOrFail(result, [this] { proceed(); });
+    } else {
+        emit finished(result, false);
+    }
+}
+
+void BatchStep::takeNext()
+{
+    emit progressed(1000 * m_done.size() / m_collectionIds.size());
+    while (!m_windows.isEmpty()) {
+        const Eas::SyncWindow window = m_windows.dequeue();
+        if (window.status != FolderSync::StatusOk) {
+            const Eas::Result taken = takeRefusal(window);
+            if (!taken.ok()) {
+                emit finished(taken, true);
+                return;
+            }
+        } else if (window.unchanged) {
+            m_done.append(window.collectionId);
+        } else {
+            FolderSync::logWindow(m_context, window);
+            write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
+                  [this, window] {
+                      if (!window.moreAvailable && !window.initial)
+                          m_done.append(window.collectionId);
+                      takeNext();
+                  });
+            return;
+        }
+    }
+    emit finished({}, false);
+}
+
+Eas::Result BatchStep::takeRefusal(const Eas::SyncWindow &window)
+{
+    Eas::Result refusal = Eas::SyncCommand::statusResult(window.status);
+    refusal.status = window.status;
+    m_treeStale = m_treeStale || FolderSync::isTreeStale(refusal);
+    if (!FolderSync::isKeyLost(refusal))
+        return {};
+    return FolderSync::beginAnew(m_context, window.collectionId, refusal);
+}
+
+} // namespace Daemon

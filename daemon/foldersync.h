@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_FOLDERSYNC_H
+#define DAEMON_FOLDERSYNC_H
+
+#include "daemon/accountcontext.h"
+#include "daemon/eas/synccommand.h"
+
+namespace Daemon {
+
+/** What all steps that synchronise folders agree on. */
+namespace FolderSync {
+
+/** Items of one window, and bytes of a text that are brought without being asked for. */
+constexpr int WindowSize = 100;
+constexpr qint64 TextBound = 64 * 1024;
+
+/** A collection's status, [MS-ASCMD] 2.2.3.177.17. */
+constexpr int StatusOk = 1;
+
+/** How far back the account's messages are wanted. */
+Eas::FilterType filterOf(const Store::AccountRecord &record);
+
+/** Asks for the folder's next window; remembers the filter. NotFound when it is not here. */
+Eas::Result nextWindow(const AccountContext &context, const QString &collectionId, int windowSize,
+                       Eas::SyncRequest *request);
+
+/** The server does not know the folder's key any more. */
+bool isKeyLost(const Eas::Result &result);
+
+/** The server wants the folder tree to be fetched before it goes on with this folder. */
+bool isTreeStale(const Eas::Result &result);
+
+/** Prepares the folder for being compared anew with what the server has. */
+Eas::Result beginAnew(const AccountContext &context, const QString &collectionId,
+                      const Eas::Result &reason);
+
+/** Tells the log what a window brings, and what was left out of it. */
+void logWindow(const AccountContext &context, const Eas::SyncWindow &window);
+
+} // namespace FolderSync
+
+} // namespace Daemon
+
+#endif
