@@ -29,8 +29,17 @@ void BodyPreference::write(WbxmlWriter *writer, int version) const
     if (truncation >= 0) {
         writer->element(Tags::AirSync::MIMETruncation, mimeTruncation(truncation));
     }
+    // Offered both, a server gives each message in its own form; where the last one alone counts,
+    // that is HTML, and a plain message stays plain.
+    if (type == Html)
+        writeOne(writer, PlainText, version);
+    writeOne(writer, type, version);
+}
+
+void BodyPreference::writeOne(WbxmlWriter *writer, BodyType form, int version) const
+{
     writer->startElement(Tags::AirSyncBase::BodyPreference);
-    writer->element(Tags::AirSyncBase::Type, type);
+    writer->element(Tags::AirSyncBase::Type, form);
     if (truncation >= 0) {
         writer->element(Tags::AirSyncBase::TruncationSize, QString::number(truncation));
     }

@@ -13,6 +13,7 @@ class WbxmlWriter;
 /** In which form, and how much, of a body is wanted, [MS-ASAIRS] 2.2.2.12. */
 struct BodyPreference
 {
+    /** Html: HTML for what was written in HTML, plain text for the rest. */
     BodyType type = PlainText;
     /** Bytes of the body at most; -1: all of it, 0: none. */
     qint64 truncation = -1;
@@ -21,6 +22,9 @@ struct BodyPreference
 
     /** Writes what belongs into an Options element, for a version as Session::version() has it. */
     void write(WbxmlWriter *writer, int version) const;
+
+private:
+    void writeOne(WbxmlWriter *writer, BodyType form, int version) const;
 };
 
 } // namespace Eas

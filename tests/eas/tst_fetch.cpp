@@ -193,7 +193,10 @@ void TestFetch::anotherFormOfTheBody()
     command.setBodyPreference(html);
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
-    QVERIFY(fixture.xml().contains("<Type>2</Type><TruncationSize>500</TruncationSize>"));
+    const QByteArray xml = fixture.xml();
+    const int plain = xml.indexOf("<Type>1</Type><TruncationSize>500</TruncationSize>");
+    const int last = xml.indexOf("<Type>2</Type><TruncationSize>500</TruncationSize>");
+    QVERIFY2(plain > 0 && last > plain, xml.constData());
     QVERIFY(command.item().body->type == PlainText && command.item().body->truncated);
     QCOMPARE(m_target.data(), QByteArray("text"));
 }
