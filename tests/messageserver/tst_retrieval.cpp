@@ -277,10 +277,12 @@ void TestRetrieval::retrievesMessagesOfTwoAccounts()
     QCOMPARE(calls.keys(), QList<qulonglong>({m_account.toULongLong(), other.toULongLong()}));
     QCOMPARE(calls.first().arguments.at(1).toULongLong(), ids.at(0).toULongLong());
     QCOMPARE(calls.last().arguments.at(1).toULongLong(), ids.at(1).toULongLong());
+    // For the client the action ends with the first account that is done.
     m_daemon->complete(calls.last().requestId, 200);
-    settle();
     m_daemon->complete(calls.first().requestId, 200);
     verifySucceeded(retrieval.watcher);
+    settle();
+    QCOMPARE(retrieval.watcher.endCount(), 1);
 }
 
 void TestRetrieval::cancelsEveryMessage()
