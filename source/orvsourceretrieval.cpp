@@ -88,6 +88,9 @@ void OrvSource::onListenerFinished(const QString &path)
 {
     if (OrvProgressListener *listener = m_listeners.take(path))
         listener->deleteLater();
+    // Nobody feeds the progress now; only a counting timer finds out that the daemon has died.
+    if (m_listeners.isEmpty())
+        m_service->allowProgressCounter(true);
 }
 
 /** Brings folders of an account up to date; the content type tells the daemon who asks. */

@@ -5,7 +5,9 @@
 #include "tests/plugin/servicefixture.h"
 
 #include <QFileInfo>
+#include <QLocalSocket>
 #include <QPointer>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <qmailmessagesortkey.h>
@@ -35,6 +37,7 @@ private slots:
     void twoRetrievalsOfOnePartLeaveTheSecondListener();
     void theListenerGoesWithItsDownload();
     void theListenerGoesWithAFailedDownload();
+    void aDaemonThatDiesInMidDownloadDoesNotKeepTheActionForEver();
     void aRefusedDownloadLeavesNoListener();
     void aListenerThatFinishedTwiceIsForgottenOnce();
     void aNullListenerIsIgnored();
@@ -305,6 +308,26 @@ void TestRetrieval::theListenerGoesWithAFailedDownload()
     QTRY_COMPARE(listeners(f).count(), 1);
     f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
     QTRY_VERIFY(listeners(f).isEmpty());
+}
+
+void TestRetrieval::aDaemonThatDiesInMidDownloadDoesNotKeepTheActionForEver()
+{
+    ServiceFixture f;
+    QSignalSpy progress(f.service.get(), SIGNAL(progressChanged(uint, uint)));
+    f.source().retrieveMessagePart(location(33, "2"));
+    QLocalSocket daemon;
+    daemon.connectToServer(listeners(f).first()->path());
+    const qint32 percent = 97;
+    daemon.write(reinterpret_cast<const char *>(&percent), sizeof percent);
+    daemon.flush();
+    QTRY_COMPARE(progress.last().first().toInt(), 97);
+    daemon.abort();
+    f.daemon.vanish();
+    QTRY_VERIFY(listeners(f).isEmpty());
+    f.tick(3);
+    QCOMPARE(f.spy.completions(), 0);
+    f.tick();
+    QCOMPARE(f.spy.completions(), 1);
 }
 
 void TestRetrieval::aRefusedDownloadLeavesNoListener()
