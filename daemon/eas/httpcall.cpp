@@ -26,6 +26,7 @@ HttpCall::HttpCall(HttpChannel *channel, const HttpRequest &request)
     : m_channel(channel)
     , m_request(request)
     , m_url(channel->url())
+    , m_timer(this)
 {
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &HttpCall::timedOut);

@@ -19,6 +19,7 @@ const bool noPolling =
 
 HttpChannel::HttpChannel(QObject *parent)
     : QObject(parent)
+    , m_manager(this)
     , m_tls(QSslConfiguration::defaultConfiguration())
 {
     Q_UNUSED(noPolling)

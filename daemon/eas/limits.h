@@ -20,8 +20,6 @@ constexpr int DecompressionRatio = 200;
 constexpr qint64 DecompressionGrace = 1024 * 1024;
 /** Bytes that are read ahead of the one who takes an answer. */
 constexpr qint64 ReadAhead = 256 * 1024;
-/** Bytes of an answer's header. */
-constexpr qint64 HeaderSize = 64 * 1024;
 
 /** Elements inside one another. */
 constexpr int Nesting = 64;

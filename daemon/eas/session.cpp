@@ -77,7 +77,7 @@ void Session::run(Command *command)
 /** Whether the command goes on later instead of ending with `result`. */
 bool Session::handle(Command *command, const Result &result, bool provisionDemanded)
 {
-    leaveRedirect(result);
+    unlearn(result);
     if (result.status == 140 && command != m_stageCommand) {
         emit wipeRequested();
     }
@@ -219,14 +219,20 @@ void Session::moved(const QUrl &url)
     emit stateChanged();
 }
 
-/** Where a redirect led to nothing, the account's own address is right again. */
-void Session::leaveRedirect(const Result &result)
+/** What was learned may have become wrong: where the server is, and which versions it speaks. */
+void Session::unlearn(const Result &result)
 {
-    const bool isLost = result.code == NoConnection || result.code == NotActiveSync;
+    SessionState state = m_state;
+    if (result.code == NotActiveSync) {
+        state.protocolVersion.clear();
+    }
     // Not where that would take the login back to a connection without TLS.
-    if (isLost && !m_state.url.isEmpty() && HttpChannel::mayFollow(m_state.url, m_address.url())) {
-        m_state.url.clear();
-        m_channel->setUrl(m_address.url());
+    if ((result.code == NoConnection || result.code == NotActiveSync)
+        && HttpChannel::mayFollow(m_channel->url(), m_address.url())) {
+        state.url.clear();
+    }
+    if (state != m_state) {
+        setState(state);
         emit stateChanged();
     }
 }

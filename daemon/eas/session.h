@@ -76,7 +76,7 @@ private:
     void deviceSent(Command *command);
     void release(const Result &result);
     void moved(const QUrl &url);
-    void leaveRedirect(const Result &result);
+    void unlearn(const Result &result);
 
     ServerAddress m_address;
     Credentials m_credentials;

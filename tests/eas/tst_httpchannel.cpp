@@ -114,6 +114,7 @@ private slots:
     void aBombIsRefused();
     void anAnswerBeyondTheLimitIsRefused();
     void aLongErrorPageIsNotReadToItsEnd();
+    void anEndlessHeaderTimesOut();
     void cutAnswersAreNoConnection_data();
     void cutAnswersAreNoConnection();
     void aRequestIsNeverSentTwiceByItself();
@@ -399,6 +400,18 @@ void TestHttpChannel::aLongErrorPageIsNotReadToItsEnd()
     Heard heard(m_channel->send(post()));
     QVERIFY(heard.wait());
     QCOMPARE(heard.code(), int(ServerFailed));
+}
+
+void TestHttpChannel::anEndlessHeaderTimesOut()
+{
+    HttpTimes times;
+    times.answer = 300;
+    m_channel->setTimes(times);
+    m_server->enqueue("HTTP/1.1 200 OK\r\n"
+                      + QByteArray("X-Long: and on and on and on\r\n").repeated(20000));
+    Heard heard(m_channel->send(post()));
+    QVERIFY(heard.wait());
+    QCOMPARE(heard.code(), int(Timeout));
 }
 
 void TestHttpChannel::cutAnswersAreNoConnection_data()

@@ -73,6 +73,7 @@ private slots:
     void aWipeByStatusIsToldToTheCaller();
     void theDeviceIsDescribedWhenTheServerAsks();
     void theStateIsKeptAndTakenUpAgain();
+    void theVersionIsAskedForAgainWhenTheServerHasChanged();
     void aRedirectIsRemembered();
     void aRememberedRedirectThatLeadsNowhereIsLeft();
     void aRememberedUrlThatDoesNotFitTheSettingsIsDropped();
@@ -499,6 +500,21 @@ void TestSession::theStateIsKeptAndTakenUpAgain()
     QVERIFY(fixture.run(&command));
     QCOMPARE(fixture.commands(), QList<QByteArray> {"FolderSync"});
     QCOMPARE(fixture.server.requests().first().headers.value("x-ms-policykey"), QByteArray("5"));
+}
+
+void TestSession::theVersionIsAskedForAgainWhenTheServerHasChanged()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(400));
+    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(NotActiveSync));
+    fixture.server.enqueue(ScriptedServer::options("12.1"));
+    fixture.server.enqueue(folders());
+    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&next));
+    QVERIFY(next.result().ok());
+    QCOMPARE(fixture.session->version(), 121);
 }
 
 void TestSession::aRedirectIsRemembered()

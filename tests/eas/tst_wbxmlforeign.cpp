@@ -184,8 +184,9 @@ Node randomNode(QRandomGenerator *random, int depth)
     Node node;
     do {
         node.tag = rows[random->bounded(count)].tag;
-    } while (isForeign(node.tag));
-    if (depth < 6 && !isForeignBinary(node.tag) && random->bounded(3) > 0) {
+        // What it takes for binary depends on where it stands; the tables' test has each of them.
+    } while (isForeign(node.tag) || isForeignBinary(node.tag));
+    if (depth < 6 && random->bounded(3) > 0) {
         for (int i = random->bounded(1, 5); i > 0; --i) {
             node.children.append(randomNode(random, depth + 1));
         }
