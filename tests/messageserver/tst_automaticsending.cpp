@@ -1,0 +1,357 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/messageserver/actionlist.h"
+#include "tests/messageserver/sendingfixture.h"
+
+#include <QTest>
+
+#include <qmailstore.h>
+
+using Answer = ScriptedDaemon::Answer;
+
+/** What the sink does when the daemon announces a synchronisation, and what it announces itself. */
+class TestAutomaticSending : public SendingFixture
+{
+    Q_OBJECT
+
+private slots:
+    void announcementSendsWhatWaits();
+    void announcementWithAnEmptyOutboxSendsNothing();
+    void announcementOfAnotherAccountSendsNothing();
+    void messageThatMustNotBeSentIsNotSent_data();
+    void messageThatMustNotBeSentIsNotSent();
+    void heldMessageBlocksNoOther();
+    void messageInTheTrashIsNotSent();
+    void failedMessageIsTriedAtTheNextAnnouncement();
+    void secondAnnouncementDuringATransmissionSendsNothingTwice();
+    void announcementDuringAClientsTransmissionSendsNothingTwice();
+    void burstOfAnnouncementsSendsOnce();
+    void twoAccountsSendTheirOwn();
+
+    void sentFolderThatIsAFavouriteIsBroughtUpToDate();
+    void sentFolderThatIsNoFavouriteIsLeftAlone();
+    void ownAnnouncementIsSkippedOnce();
+    void failedSynchronisationOfTheSentFolder();
+    void sentFolderIsAskedForOnceForManyMessages();
+    void cancelledDuringTheSynchronisationOfTheSentFolder();
+
+private:
+    void startWithSentAsAFavourite();
+    void announce();
+    int transmissions(const ActionList &list) const;
+    void verifyNothingIsSent();
+};
+
+/** The server that knows the Sent folder as a favourite from its start. */
+void TestAutomaticSending::startWithSentAsAFavourite()
+{
+    QVERIFY(m_server->terminate());
+    QMailFolder sent(folder(QMailFolder::SentFolder));
+    sent.setStatus(QMailFolder::Favourite, true);
+    QVERIFY(QMailStore::instance()->updateFolder(&sent));
+    QVERIFY(m_server->start());
+}
+
+/** A whole synchronisation of the daemon's own, over at once. */
+void TestAutomaticSending::announce()
+{
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+}
+
+int TestAutomaticSending::transmissions(const ActionList &list) const
+{
+    return int(std::count_if(
+        list.entries().begin(), list.entries().end(),
+        [](const ActionList::Entry &entry) { return entry.type == TransmitMessagesRequestType; }));
+}
+
+/** The announcement has been seen, and no transmission came of it. */
+void TestAutomaticSending::verifyNothingIsSent()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    announce();
+    QTRY_COMPARE(logCount("Synchronize signal received for the account"), 1);
+    QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 1);
+    verifyNextAction();
+    settle();
+    QCOMPARE(transmissions(list), 0);
+    QCOMPARE(m_daemon->callCount("sendMail"), 0);
+}
+
+void TestAutomaticSending::announcementSendsWhatWaits()
+{
+    addOutgoing(3);
+    m_daemon->answer(Answer::nextId().completing(200));
+    announce();
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(m_daemon->callCount("sendMail"), 3);
+    QCOMPARE(logCount("Sending  3  message(s)"), 1);
+}
+
+void TestAutomaticSending::announcementWithAnEmptyOutboxSendsNothing()
+{
+    verifyNothingIsSent();
+}
+
+void TestAutomaticSending::announcementOfAnotherAccountSendsNothing()
+{
+    addOutgoing();
+    const QMailAccountId other = addSecondAccount();
+    m_daemon->syncStarted(other.toULongLong());
+    m_daemon->syncStarted(other.toULongLong() + 1);
+    QTRY_COMPARE(logCount("Synchronize signal received for the account"), 1);
+    m_daemon->syncCompleted(other.toULongLong());
+    verifyNextAction();
+    QCOMPARE(m_daemon->callCount("sendMail"), 0);
+    QCOMPARE(outbox(), QByteArray("A waiting"));
+}
+
+void TestAutomaticSending::messageThatMustNotBeSentIsNotSent_data()
+{
+    QTest::addColumn<QString>("dontSend");
+    QTest::addColumn<bool>("sent");
+    QTest::addRow("true") << QStringLiteral("true") << false;
+    QTest::addRow("false") << QStringLiteral("false") << true;
+    QTest::addRow("empty") << QStringLiteral("") << true;
+    QTest::addRow("another text") << QStringLiteral("truly") << true;
+}
+
+void TestAutomaticSending::messageThatMustNotBeSentIsNotSent()
+{
+    QFETCH(QString, dontSend);
+    QFETCH(bool, sent);
+    QMailMessageMetaData message(addOutgoing());
+    message.setCustomField(QStringLiteral("dontSend"), dontSend);
+    QVERIFY(QMailStore::instance()->updateMessage(&message));
+    if (!sent) {
+        verifyNothingIsSent();
+        QCOMPARE(outbox(), QByteArray("A waiting"));
+        return;
+    }
+    m_daemon->answer(Answer::nextId().completing(200));
+    announce();
+    QTRY_COMPARE(outbox(), QByteArray());
+}
+
+void TestAutomaticSending::heldMessageBlocksNoOther()
+{
+    const QMailMessageIdList ids = addOutgoing(2);
+    QMailMessageMetaData held(ids.at(0));
+    held.setCustomField(QStringLiteral("dontSend"), QStringLiteral("true"));
+    QVERIFY(QMailStore::instance()->updateMessage(&held));
+    m_daemon->answer(Answer::nextId().completing(200));
+    announce();
+    QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+    QCOMPARE(m_daemon->callCount("sendMail"), 1);
+    QCOMPARE(m_daemon->calls("sendMail").at(0).arguments.at(1).toULongLong(),
+             ids.at(1).toULongLong());
+}
+
+void TestAutomaticSending::messageInTheTrashIsNotSent()
+{
+    QMailMessageMetaData message(addOutgoing());
+    message.setStatus(QMailMessage::Trash, true);
+    message.setParentFolderId(folder(QMailFolder::TrashFolder));
+    QVERIFY(QMailStore::instance()->updateMessage(&message));
+    verifyNothingIsSent();
+    QCOMPARE(outbox(), QByteArray("A waiting"));
+}
+
+void TestAutomaticSending::failedMessageIsTriedAtTheNextAnnouncement()
+{
+    addOutgoing();
+    for (int code : {902, 500, 901}) {
+        m_daemon->answerOnce("sendMail", Answer::nextId().completing(code));
+        announce();
+        QVERIFY(m_daemon->waitForCall("sendMail").isValid());
+        QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+        // Until the server is done with it; an earlier announcement is passed over.
+        verifyNextAction();
+        settle();
+    }
+    m_daemon->answerOnce("sendMail", Answer::nextId().completing(200));
+    announce();
+    QTRY_COMPARE(outbox(), QByteArray());
+}
+
+void TestAutomaticSending::secondAnnouncementDuringATransmissionSendsNothingTwice()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    addOutgoing();
+    announce();
+    const auto call = m_daemon->waitForCall("sendMail");
+    addOutgoing(QStringLiteral("B"));
+    announce();
+    QTRY_COMPARE(logCount("Transmit in progress, skipping"), 1);
+    m_daemon->complete(call.requestId, 200);
+    QTRY_COMPARE(outbox(), QByteArray("B waiting"));
+    settle();
+    QCOMPARE(m_daemon->callCount("sendMail"), 1);
+    QCOMPARE(transmissions(list), 1);
+}
+
+void TestAutomaticSending::announcementDuringAClientsTransmissionSendsNothingTwice()
+{
+    addOutgoing(2);
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    announce();
+    QVERIFY(m_daemon->waitForCall("isRequestAlive").isValid());
+    m_daemon->complete(calls.at(0).requestId, 200);
+    m_daemon->complete(calls.at(1).requestId, 200);
+    verifySucceeded(transmission.watcher);
+    QTRY_COMPARE(outbox(), QByteArray());
+    settle();
+    QCOMPARE(m_daemon->callCount("sendMail"), 2);
+}
+
+void TestAutomaticSending::burstOfAnnouncementsSendsOnce()
+{
+    addOutgoing(2);
+    m_daemon->answer(Answer::nextId().completing(200));
+    for (int times = 0; times < 20; ++times)
+        announce();
+    QTRY_COMPARE(outbox(), QByteArray());
+    QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 20);
+    verifyNextAction();
+    settle();
+    QCOMPARE(m_daemon->callCount("sendMail"), 0);
+    QCOMPARE(logCount("Sending message "), 2);
+}
+
+void TestAutomaticSending::twoAccountsSendTheirOwn()
+{
+    const QMailAccountId other = addSecondAccount();
+    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
+    const QMailMessageId mine = addOutgoing();
+    const QMailMessageId theirs = StoreFixture::addOutgoing(other, QStringLiteral("B"));
+    m_daemon->answer(Answer::nextId().completing(200));
+    announce();
+    m_daemon->syncStarted(other.toULongLong());
+    m_daemon->syncCompleted(other.toULongLong());
+    QTRY_COMPARE(QMailStore::instance()->countMessages(
+                     QMailMessageKey::id(QMailMessageIdList {mine, theirs})),
+                 0);
+    QHash<qulonglong, qulonglong> sent;
+    for (const auto &call : m_daemon->calls("sendMail"))
+        sent.insert(call.arguments.at(1).toULongLong(), call.accountId());
+    QCOMPARE(sent.size(), 2);
+    QCOMPARE(sent.value(mine.toULongLong()), m_account.toULongLong());
+    QCOMPARE(sent.value(theirs.toULongLong()), other.toULongLong());
+    QCOMPARE(m_daemon->callCount("sendMail"), 2);
+}
+
+void TestAutomaticSending::sentFolderThatIsAFavouriteIsBroughtUpToDate()
+{
+    startWithSentAsAFavourite();
+    addOutgoing(2);
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    m_daemon->complete(calls.at(0).requestId, 200);
+    settle();
+    // Only behind the last send.
+    QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
+    m_daemon->complete(calls.at(1).requestId, 200);
+    const auto sync = m_daemon->waitForCall("syncSpecificFolders");
+    const QString sent = QString::number(folder(QMailFolder::SentFolder).toULongLong());
+    QCOMPARE(sync.arguments, QVariantList({m_account.toULongLong(), QStringList(sent), 0, 0}));
+    QCOMPARE(transmission.watcher.endCount(), 0);
+    m_daemon->syncStarted(m_account.toULongLong());
+    QVERIFY(m_daemon->waitForCall("isRequestAlive").isValid());
+    m_daemon->complete(sync.requestId, 200);
+    m_daemon->syncCompleted(m_account.toULongLong());
+    verifySucceeded(transmission.watcher);
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(logCount("Skipping it because it is our own signal"), 1);
+    QCOMPARE(logCount("Creating FAKE action"), 0);
+}
+
+void TestAutomaticSending::sentFolderThatIsNoFavouriteIsLeftAlone()
+{
+    addOutgoing();
+    Transmission transmission;
+    m_daemon->complete(startSending(transmission).requestId, 200);
+    verifySucceeded(transmission.watcher);
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
+    // No announcement is expected: the next one sends.
+    addOutgoing(QStringLiteral("B"));
+    m_daemon->answer(Answer::nextId().completing(200));
+    announce();
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(logCount("Skipping it because it is our own signal"), 0);
+}
+
+void TestAutomaticSending::ownAnnouncementIsSkippedOnce()
+{
+    startWithSentAsAFavourite();
+    m_daemon->answer(Answer::nextId().completing(200));
+    addOutgoing();
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    verifySucceeded(transmission.watcher);
+    QTRY_COMPARE(outbox(), QByteArray());
+    addOutgoing(QStringLiteral("B"));
+    announce();
+    QTRY_COMPARE(logCount("Skipping it because it is our own signal"), 1);
+    verifyNextAction();
+    settle();
+    QCOMPARE(outbox(), QByteArray("B waiting"));
+    m_daemon->answer(Answer::nextId().completing(200));
+    announce();
+    QTRY_COMPARE(outbox(), QByteArray());
+}
+
+void TestAutomaticSending::failedSynchronisationOfTheSentFolder()
+{
+    startWithSentAsAFavourite();
+    m_daemon->answer("sendMail", Answer::nextId().completing(200));
+    m_daemon->answer("syncSpecificFolders", Answer::nextId().completing(902));
+    const QMailMessageId id = addOutgoing();
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    // The last one's end is the action's, and the message is sent all the same.
+    verifyFailed(transmission.watcher, 1034);
+    QCOMPARE(transmission.transmitted, QMailMessageIdList {id});
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(m_daemon->callCount("sendMail"), 1);
+}
+
+void TestAutomaticSending::sentFolderIsAskedForOnceForManyMessages()
+{
+    startWithSentAsAFavourite();
+    m_daemon->answer(Answer::nextId().completing(200));
+    addOutgoing(20);
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    verifySucceeded(transmission.watcher);
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(transmission.transmitted.size(), 20);
+    QCOMPARE(m_daemon->callCount("sendMail"), 20);
+    QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 1);
+}
+
+void TestAutomaticSending::cancelledDuringTheSynchronisationOfTheSentFolder()
+{
+    startWithSentAsAFavourite();
+    const QMailMessageId id = addOutgoing();
+    Transmission transmission;
+    m_daemon->complete(startSending(transmission).requestId, 200);
+    const auto sync = m_daemon->waitForCall("syncSpecificFolders");
+    transmission.action.cancelOperation();
+    QCOMPARE(m_daemon->waitForCall("abortRequest").arguments, QVariantList({sync.requestId, 1030}));
+    verifyFailed(transmission.watcher, 1030);
+    QCOMPARE(transmission.transmitted, QMailMessageIdList {id});
+    // The server marks what went out at the end of an action, and this one has none.
+    settle();
+    QCOMPARE(outbox(), QByteArray("A accepted"));
+    m_daemon->complete(sync.requestId, 1030);
+}
+
+QTEST_GUILESS_MAIN(TestAutomaticSending)
+
+#include "tst_automaticsending.moc"
