@@ -58,7 +58,10 @@ void HttpCall::send()
     QIODevice *body = newBody().release();
     m_reply = m_channel->m_manager.sendCustomRequest(request, m_request.method, body);
     body->setParent(m_reply);
-    m_reply->setReadBufferSize(Limits::ReadAhead);
+    // Not at once: Qt forgets a bound that is set before it has begun with the request, which it
+    // does from the event loop.
+    QTimer::singleShot(0, m_reply,
+                       [reply = m_reply] { reply->setReadBufferSize(Limits::ReadAhead); });
     connect(m_reply, &QNetworkReply::uploadProgress, this, &HttpCall::contentSent);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &HttpCall::readHeader);
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpCall::readBody);
