@@ -184,8 +184,10 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
     const QStringList names = m_current;
     step->deleteLater();
     if (!result.ok())
-        qCInfo(lcSync) << "account" << m_context.id() << names << "failed with" << result.code
-                       << result.text;
+        qCInfo(lcSync) << "account" << m_context.id()
+                       << (names.first() == Tree ? QStringLiteral("folder tree")
+                                                 : names.join(QLatin1Char(' ')))
+                       << "failed with" << result.code << result.text;
     if (!result.ok() && (local || names.first() == Tree || stopsEverything(result))) {
         m_step = nullptr;
         finishAll(result);

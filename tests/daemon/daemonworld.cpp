@@ -76,6 +76,12 @@ void DaemonWorld::deliver(int n, const QString &prefix, const QString &folder)
                            folder);
 }
 
+bool DaemonWorld::faultsAreTaken()
+{
+    return QTest::qWaitFor(
+        [this] { return server.control("faults")[QStringLiteral("faults")].toArray().isEmpty(); });
+}
+
 int DaemonWorld::sync(const QMailAccountId &id)
 {
     return proxy.sync(id.toULongLong(), QDBus::Block).value();

@@ -31,6 +31,9 @@ public:
     void deliver(int n, const QString &prefix = QStringLiteral("Mail"),
                  const QString &folder = QStringLiteral("Inbox"));
 
+    /** Waits until the faults that were asked for have met their requests. */
+    bool faultsAreTaken();
+
     /** Asks for a synchronisation of the account; its request id. */
     int sync() { return sync(account); }
     int sync(const QMailAccountId &id);

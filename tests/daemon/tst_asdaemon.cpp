@@ -241,7 +241,7 @@ void TestAsDaemon::anAbortedSynchronisationStopsAndTheNextOneRuns()
     world().deliver(1);
     world().server.fault(slow(20, "FolderSync"));
     const int first = world().sync();
-    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QVERIFY(world().faultsAreTaken());
     world().proxy.abortRequest(first, 1029, QDBus::Block);
     QCOMPARE(world().codeOf(first, 2000), 1029);
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
@@ -266,7 +266,7 @@ void TestAsDaemon::stopSyncEndsTheSynchronisation()
     world().server.fault(slow(20, "FolderSync"));
     const int first = world().sync();
     const int second = world().proxy.folderSync(accountNumber(), QDBus::Block).value();
-    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QVERIFY(world().faultsAreTaken());
     world().proxy.stopSync(accountNumber() + 1, 1030, QDBus::Block);
     world().proxy.stopSync(accountNumber(), 1030, QDBus::Block);
     QCOMPARE(world().codeOf(first, 2000), 1030);

@@ -203,7 +203,7 @@ void TestAsDaemonLife::itCanStartAgainAfterAKill()
     QVERIFY(world().daemon.start());
     world().server.fault(slow(30, "FolderSync"));
     world().sync();
-    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QVERIFY(world().faultsAreTaken());
     world().daemon.kill();
     SyncInfoNode node;
     SyncInfoShmReader::instance().fill(node, world().account.toULongLong());
@@ -317,7 +317,7 @@ void TestAsDaemonLife::settingsThatChangeDuringASynchronisationAreUsedForIt()
     QVERIFY(world().daemon.start());
     world().server.fault(slow(20, "FolderSync"));
     const int id = world().sync();
-    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QVERIFY(world().faultsAreTaken());
     StoreFixture::Account bob = world().settings();
     bob.username = QStringLiteral("bob");
     world().changeSettings(world().account, bob);
