@@ -17,13 +17,6 @@ const QString Service = QStringLiteral("orvmail");
 const QString PushField = QStringLiteral("pushEnabled");
 const QString KeepDaysKey = QStringLiteral("keepDays");
 
-bool sameSettings(const AccountSettings &a, const AccountSettings &b)
-{
-    return a.userName == b.userName && a.password == b.password && a.server == b.server
-        && a.port == b.port && a.encryption == b.encryption && a.email == b.email
-        && a.domain == b.domain;
-}
-
 Outcome storeRefused(const QString &what)
 {
     const QString reason = QMailStore::instance()->lastError() == QMailStore::StorageInaccessible
@@ -159,7 +152,7 @@ Outcome AccountBook::update(const QMailAccountId &id, const AccountDetails &deta
         return name;
     QMailAccount account = QMailStore::instance()->account(id);
     QMailAccountConfiguration config = QMailStore::instance()->accountConfiguration(id);
-    if (!sameSettings(details.settings, readSettings(config)))
+    if (!(details.settings == readSettings(config)))
         writeSettings(details.settings, &account, &config);
     writeRest(details, &account, &config);
     if (!QMailStore::instance()->updateAccount(&account, &config))

@@ -7,6 +7,8 @@
 #include <qmailmessage.h>
 #include <qmailstore.h>
 
+#include <tuple>
+
 namespace {
 
 QString serviceName()
@@ -34,6 +36,14 @@ void markAccount(QMailAccount *account)
 }
 
 } // namespace
+
+bool AccountSettings::operator==(const AccountSettings &other) const
+{
+    const auto fields = [](const AccountSettings &s) {
+        return std::tie(s.userName, s.password, s.server, s.port, s.encryption, s.email, s.domain);
+    };
+    return fields(*this) == fields(other);
+}
 
 bool isOrvAccount(const QMailAccountConfiguration &config)
 {

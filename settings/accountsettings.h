@@ -17,6 +17,8 @@ struct AccountSettings
     int encryption = 0; ///< 0: none, 1: TLS
     QString email;
     QString domain;
+
+    bool operator==(const AccountSettings &other) const;
 };
 
 /** Whether the configuration is that of one of our accounts. */

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef ACCOUNTS_ACCOUNTWINDOW_H
+#define ACCOUNTS_ACCOUNTWINDOW_H
+
+#include "accounts/outcome.h"
+
+#include <qmailid.h>
+
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class QLabel;
+class QListWidget;
+class QPushButton;
+
+namespace Accounts {
+
+class AccountForm;
+class LoginCheck;
+
+/** The list of accounts beside the settings of the one that is chosen. */
+class AccountWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit AccountWindow(QWidget *parent = nullptr);
+    ~AccountWindow() override;
+
+    /** False where the plugin gives no form. */
+    bool isUsable() const;
+
+private:
+    void build();
+    QPushButton *newButton(const QString &text, const QString &name,
+                           void (AccountWindow::*action)());
+    void addRow(const QString &name, const QMailAccountId &id);
+    void select(const QMailAccountId &id);
+    void refresh();
+    void choose();
+    bool mayDiscard();
+    void showChosen();
+    QMailAccountId chosen() const;
+    void addNew();
+    void removeChosen();
+    void testLogin();
+    void save();
+    void saveUnchecked();
+    void check(bool forSaving);
+    void checkEnded(bool forSaving);
+    void write();
+    void say(const QString &text);
+
+    QListWidget *m_list;
+    AccountForm *m_form;
+    QLabel *m_status;
+    QPushButton *m_remove = nullptr;
+    QPushButton *m_test = nullptr;
+    QPushButton *m_save = nullptr;
+    QPushButton *m_saveUnchecked = nullptr;
+    std::unique_ptr<LoginCheck> m_check;
+};
+
+} // namespace Accounts
+
+#endif
