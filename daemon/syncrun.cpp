@@ -7,6 +7,7 @@
 #include "daemon/foldersync.h"
 #include "daemon/logging.h"
 #include "daemon/treestep.h"
+#include "daemon/uploadstep.h"
 
 #include <qmailfolder.h>
 #include <qmailstore.h>
@@ -20,6 +21,8 @@ namespace {
 
 /** The step that fetches the folder tree; no collection has this id. */
 const QString Tree = QStringLiteral("\n");
+/** The step that carries local changes to the server, before anything is fetched. */
+const QString Upload = QStringLiteral("\t");
 
 /** Before the folders are known, the tree counts as one of so many steps. */
 constexpr int AssumedSteps = 20;
@@ -72,9 +75,11 @@ bool SyncRun::join(const Request &request)
     Wish wish;
     wish.request = request;
     if (request.kind == RequestKind::SyncFolders) {
-        wish.steps = knownFolders(request.folders);
+        wish.steps = knownFolders(request.folders) + QSet<QString> {Upload};
     } else {
         wish.steps = {Tree};
+        if (request.kind == RequestKind::Sync)
+            wish.steps.insert(Upload);
         wish.awaitsTree = request.kind == RequestKind::Sync;
     }
     plan(wish.steps, request.kind == RequestKind::SyncFolders);
@@ -96,7 +101,8 @@ bool SyncRun::drop(int requestId)
 void SyncRun::plan(const QSet<QString> &steps, bool first)
 {
     for (const QString &step : steps) {
-        if (m_step && m_current.contains(step))
+        // An upload that is under way may have missed what this request is about.
+        if (m_step && m_current.contains(step) && step != Upload)
             continue;
         if (first || step == Tree) {
             m_pending.removeAll(step);
@@ -105,9 +111,11 @@ void SyncRun::plan(const QSet<QString> &steps, bool first)
             m_pending.append(step);
         }
     }
-    // The tree decides which folders there are.
-    if (m_pending.removeAll(Tree) > 0)
-        m_pending.prepend(Tree);
+    // The tree decides which folders there are; what the user did goes before all else.
+    for (const QString &step : {Tree, Upload}) {
+        if (m_pending.removeAll(step) > 0)
+            m_pending.prepend(step);
+    }
 }
 
 void SyncRun::announce()
@@ -144,7 +152,9 @@ void SyncRun::startNext()
         return;
     }
     const QString name = m_pending.takeFirst();
-    if (name == Tree)
+    if (name == Upload)
+        startStep(new UploadStep(m_context, this), {name});
+    else if (name == Tree)
         startStep(new TreeStep(m_context, this), {name});
     else
         startStep(new FolderStep(m_context, name, this), {name});
@@ -155,7 +165,7 @@ QStringList SyncRun::takeBatch()
 {
     QStringList batch;
     for (const QString &name : qAsConst(m_pending)) {
-        if (name == Tree || batch.size() == BatchStep::MostFolders)
+        if (name == Tree || name == Upload || batch.size() == BatchStep::MostFolders)
             break;
         const auto state = m_context.db->folder(m_context.id(), name);
         if (state && !state->reconciling && !m_alone.contains(name))
@@ -247,6 +257,8 @@ bool SyncRun::repeatAfterTree(const QString &name)
 void SyncRun::noteDone(const QString &name)
 {
     ++m_done;
+    if (m_pending.contains(name))
+        return;
     for (Wish &wish : m_wishes)
         wish.steps.remove(name);
 }
@@ -256,7 +268,7 @@ void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
     if (result.ok())
         return;
     // A folder that has gone is no failure for those who asked for whatever there is.
-    const bool isGone = !m_context.db->folder(m_context.id(), name);
+    const bool isGone = name != Upload && !m_context.db->folder(m_context.id(), name);
     for (Wish &wish : m_wishes) {
         const bool asked = wish.request.kind == RequestKind::SyncFolders;
         if (wish.steps.contains(name) && wish.failure.ok() && (asked || !isGone))

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/uploadstep.h"
+
+#include "daemon/eas/folderchanges.h"
+#include "daemon/eas/moveitemscommand.h"
+#include "daemon/eas/synccommand.h"
+#include "daemon/foldersync.h"
+#include "daemon/logging.h"
+#include "daemon/store/windowwriter.h"
+
+namespace Daemon {
+
+namespace {
+
+/** An item's status, [MS-ASCMD] 2.2.3.177.17: it is not there any more. */
+constexpr int ObjectNotFound = 8;
+
+/** A move's status, [MS-ASCMD] 2.2.3.177.10. */
+enum MoveStatus { SourceGone = 1, DestinationGone = 2, Moved = 3, SameFolder = 4, Locked = 7 };
+
+/** The parts of a folder's changes that go with one request each. */
+QList<Store::FolderLocalChanges> portions(const Store::FolderLocalChanges &all)
+{
+    QList<Store::FolderLocalChanges> portions;
+    const int most = UploadStep::MostChanges;
+    for (int at = 0; at < qMax(all.flags.size(), all.deletions.size()); at += most) {
+        Store::FolderLocalChanges portion;
+        portion.collectionId = all.collectionId;
+        portion.flags = all.flags.mid(at, most);
+        portion.deletions = all.deletions.mid(at, most);
+        portions.append(portion);
+    }
+    return portions;
+}
+
+Eas::LocalChange toLocalChange(const Store::FlagChange &flags)
+{
+    Eas::LocalChange change;
+    change.serverId = flags.serverId;
+    change.read = flags.read;
+    if (flags.important)
+        change.flag = *flags.important ? Eas::FlagStatus::Active : Eas::FlagStatus::Clear;
+    return change;
+}
+
+} // namespace
+
+UploadStep::UploadStep(const AccountContext &context, QObject *parent)
+    : SyncStep(context, parent)
+    , m_changes(*context.db, context.id())
+{
+}
+
+void UploadStep::proceed()
+{
+    QList<Store::Move> moves;
+    for (const Store::FolderLocalChanges &folder : m_changes.collect()) {
+        for (const Store::FolderLocalChanges &portion : portions(folder))
+            m_folders.enqueue(portion);
+        moves += folder.moves;
+    }
+    for (int at = 0; at < moves.size(); at += MostChanges)
+        m_moves.enqueue(moves.mid(at, MostChanges));
+    next();
+}
+
+void UploadStep::next()
+{
+    if (!m_folders.isEmpty())
+        upload(m_folders.dequeue());
+    else if (!m_moves.isEmpty())
+        move(m_moves.dequeue());
+    else
+        finishLater({});
+}
+
+void UploadStep::upload(const Store::FolderLocalChanges &changes)
+{
+    const auto state = m_context.db->folder(m_context.id(), changes.collectionId);
+    Eas::SyncRequest request;
+    const Eas::Result prepared =
+        FolderSync::nextWindow(m_context, changes.collectionId, FolderSync::WindowSize, &request);
+    if (!prepared.ok()) {
+        endWith(prepared);
+        return;
+    }
+    if (request.syncKey == QLatin1String("0")) {
+        // Only after the folder was synchronised does the server know what we speak of.
+        next();
+        return;
+    }
+    request.getChanges = false;
+    request.deletesAsMoves = state->type != Eas::DeletedItems;
+    request.deleted = changes.deletions;
+    for (const Store::FlagChange &flags : changes.flags)
+        request.changed.append(toLocalChange(flags));
+    auto *command = new Eas::SyncCommand(m_context.session, {request});
+    start(command, [this, command, changes] { onUploaded(*command, changes); });
+}
+
+void UploadStep::onUploaded(const Eas::SyncCommand &command,
+                            const Store::FolderLocalChanges &changes)
+{
+    if (!command.result().ok()) {
+        retryOrFail(command.result(), [this, changes] { upload(changes); });
+        return;
+    }
+    const Eas::SyncWindow &window = command.windows().first();
+    if (window.status != FolderSync::StatusOk) {
+        // What the folder's own step makes of this status comes first; the changes stay.
+        qCInfo(lcSync) << "account" << m_context.id() << "keeps changes of" << changes.collectionId
+                       << "for later: status" << window.status;
+        next();
+        return;
+    }
+    m_retry.reset();
+    if (window.unchanged) {
+        onWritten(window, changes);
+        return;
+    }
+    write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
+          [this, window, changes] { onWritten(window, changes); });
+}
+
+/** The new key is durable: what was carried is known to the server now. */
+void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes)
+{
+    QList<Store::FlagChange> taken;
+    Eas::Result result;
+    for (const Store::FlagChange &flags : changes.flags) {
+        const int status = window.refused.value(flags.serverId, FolderSync::StatusOk);
+        if (status == FolderSync::StatusOk)
+            taken.append(flags);
+        else if (status == ObjectNotFound && result.ok())
+            result = m_changes.dropMessage(flags.id);
+    }
+    QStringList deleted;
+    for (const QString &serverId : changes.deletions) {
+        const int status = window.refused.value(serverId, FolderSync::StatusOk);
+        if (status == FolderSync::StatusOk || status == ObjectNotFound)
+            deleted.append(serverId);
+    }
+    if (result.ok() && !taken.isEmpty())
+        result = m_changes.acknowledgeFlags(taken);
+    if (result.ok() && !deleted.isEmpty())
+        result = m_changes.acknowledgeDeletions(changes.collectionId, deleted);
+    qCInfo(lcSync) << "account" << m_context.id() << "carried" << taken.size() << "flags and"
+                   << deleted.size() << "deletions of" << changes.collectionId;
+    endWith(result);
+}
+
+void UploadStep::move(const QList<Store::Move> &moves)
+{
+    QList<Eas::MoveRequest> requests;
+    for (const Store::Move &move : moves)
+        requests.append({move.serverId, move.collectionId, move.destination});
+    auto *command = new Eas::MoveItemsCommand(m_context.session, requests);
+    start(command, [this, command, moves] { onMoved(*command, moves); });
+}
+
+void UploadStep::onMoved(const Eas::MoveItemsCommand &command, const QList<Store::Move> &moves)
+{
+    Eas::Result result = command.result();
+    if (!result.ok()) {
+        retryOrFail(result, [this, moves] { move(moves); });
+        return;
+    }
+    for (int i = 0; i < moves.size() && result.ok(); ++i) {
+        const Eas::MoveOutcome outcome = command.outcomes().value(i);
+        result = resolve(moves.at(i), outcome.status, outcome.newServerId);
+    }
+    endWith(result);
+}
+
+Eas::Result UploadStep::resolve(const Store::Move &move, int status, const QString &newServerId)
+{
+    switch (status) {
+    case Moved:
+        return m_changes.acknowledgeMove(move, newServerId.isEmpty() ? move.serverId : newServerId);
+    case SameFolder:
+        return m_changes.acknowledgeMove(move, move.serverId);
+    case SourceGone:
+        // Gone, or moved already by a request whose answer was lost: the folder's own step brings
+        // it.
+        return m_changes.dropMessage(move.id);
+    case Locked:
+        return {};
+    default:
+        return m_changes.revertMove(move);
+    }
+}
+
+/** Goes on after a share was resolved; a store that failed ends the step. */
+void UploadStep::endWith(const Eas::Result &result)
+{
+    if (result.ok() || result.code == Eas::NotFound)
+        next();
+    else
+        finishLater(result, true);
+}
+
+} // namespace Daemon

@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/daemon/daemonworld.h"
+
+#include <QTest>
+
+#include <qmaildisconnected.h>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+
+#include <memory>
+
+namespace {
+
+const QString mail1 = QStringLiteral("Mail 1");
+const QString mail2 = QStringLiteral("Mail 2");
+const QString mail3 = QStringLiteral("Mail 3");
+const QString inbox = QStringLiteral("Inbox");
+const QString drafts = QStringLiteral("Drafts");
+const QString trash = QStringLiteral("Trash");
+
+} // namespace
+
+/** What the user did in the mail store reaches the server with the next synchronisation. */
+class TestLocalChanges : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void readAndImportantTravelAndAreAcknowledged();
+    void clearedFlagsTravelToo();
+    void aDeletionGoesToTheServersTrash();
+    void aDeletionFromTheTrashIsForGood();
+    void aMoveTravelsAndTheMessageKeepsItsId();
+    void aMessageThatIsGoneAtTheServerGoesHereToo();
+    void theLastActionHereWinsOnFlags();
+    void aThousandFlagsAreOneRequest();
+    void specificFoldersCarryThemAsWell();
+    void anotherUploadFollowsARequestThatJoinsALateOne();
+    void aCutAnswerCarriesTheSameChangesAgain();
+    void aKilledDaemonLosesAndDoublesNothing();
+
+private:
+    using Message = QMailMessageMetaData;
+
+    DaemonWorld &world() { return *m_world; }
+    QMailMessageId messageOf(const QString &subject) const
+    {
+        return QMailStore::instance()->queryMessages(QMailMessageKey::subject(subject)).value(0);
+    }
+    static void set(const QMailMessageIdList &ids, quint64 flag, bool value)
+    {
+        QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(ids), flag, value);
+    }
+    static bool has(const QMailMessageId &id, quint64 flag)
+    {
+        return QMailStore::instance()->countMessages(
+            QMailMessageKey::id(id) & QMailMessageKey::status(flag, QMailDataComparator::Includes));
+    }
+    /**
+     * As the message server does it for a mail program: the store remembers the origin. Only these
+     * two properties are written: what this process knows of the others may be old, because a
+     * daemon that was killed told nobody of its last changes.
+     */
+    void move(const QMailMessageId &id, const QString &from, const QString &to)
+    {
+        Message where;
+        where.setPreviousParentFolderId(world().folder(from));
+        where.setParentFolderId(world().folder(to));
+        QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+            QMailMessageKey::id(id), QMailDisconnected::parentFolderProperties(), where));
+    }
+    QJsonObject atServer(const QString &subject, const QString &folder = inbox)
+    {
+        for (const QJsonObject &message :
+             world().server.messages(QStringLiteral("alice"), folder)) {
+            if (message.value(QStringLiteral("subject")).toString() == subject)
+                return message;
+        }
+        return {};
+    }
+    bool isReadAtServer(const QString &subject)
+    {
+        return atServer(subject).value(QStringLiteral("read")).toBool();
+    }
+
+    std::unique_ptr<DaemonWorld> m_world;
+};
+
+void TestLocalChanges::init()
+{
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    m_world = std::make_unique<DaemonWorld>();
+    QVERIFY(world().begin());
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.clearLog();
+}
+
+void TestLocalChanges::cleanup()
+{
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
+}
+
+void TestLocalChanges::readAndImportantTravelAndAreAcknowledged()
+{
+    const QMailMessageId first = messageOf(mail1);
+    const QMailMessageId second = messageOf(mail2);
+    set({first}, Message::Read, true);
+    set({second}, Message::Important, true);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(isReadAtServer(mail1));
+    QVERIFY(!isReadAtServer(mail2));
+    QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 0);
+    QCOMPARE(atServer(mail2).value(QStringLiteral("flag")).toInt(), 2);
+    QVERIFY(has(first, Message::ReadElsewhere));
+    QVERIFY(has(second, Message::ImportantElsewhere));
+
+    // Acknowledged is acknowledged: the next synchronisation has nothing to carry.
+    const int requests = world().server.requestCount("Sync");
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("Sync"), requests + 1);
+}
+
+void TestLocalChanges::clearedFlagsTravelToo()
+{
+    const QMailMessageId first = messageOf(mail1);
+    set({first}, Message::Read | Message::Important, true);
+    QCOMPARE(world().syncAndWait(), 200);
+    set({first}, Message::Read | Message::Important, false);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(!isReadAtServer(mail1));
+    QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 0);
+    QVERIFY(!has(first, Message::ReadElsewhere));
+    QVERIFY(!has(first, Message::ImportantElsewhere));
+}
+
+void TestLocalChanges::aDeletionGoesToTheServersTrash()
+{
+    QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(messageOf(mail1)),
+                                                   QMailStore::CreateRemovalRecord));
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(atServer(mail1).isEmpty());
+    QVERIFY(!atServer(mail1, trash).isEmpty());
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+    QCOMPARE(world().subjects(), QStringList({mail2, mail3}));
+    QCOMPARE(world().subjects(trash), QStringList {mail1});
+}
+
+void TestLocalChanges::aDeletionFromTheTrashIsForGood()
+{
+    move(messageOf(mail1), inbox, trash);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(!atServer(mail1, trash).isEmpty());
+    QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(messageOf(mail1)),
+                                                   QMailStore::CreateRemovalRecord));
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(atServer(mail1, trash).isEmpty());
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+    QVERIFY(world().subjects(trash).isEmpty());
+}
+
+void TestLocalChanges::aMoveTravelsAndTheMessageKeepsItsId()
+{
+    const QMailMessageId id = messageOf(mail2);
+    move(id, inbox, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(atServer(mail2).isEmpty());
+    QVERIFY(!atServer(mail2, drafts).isEmpty());
+    QCOMPARE(messageOf(mail2), id);
+    // Asked by key, because the store's client library remembers what it has read before.
+    QCOMPARE(QMailStore::instance()->countMessages(
+                 QMailMessageKey::previousParentFolderId(world().folder(inbox))),
+             0);
+    QCOMPARE(world().messageCount(), 3);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 3);
+    QCOMPARE(messageOf(mail2), id);
+}
+
+void TestLocalChanges::aMessageThatIsGoneAtTheServerGoesHereToo()
+{
+    set({messageOf(mail1)}, Message::Read, true);
+    move(messageOf(mail2), inbox, drafts);
+    for (const QString &subject : {mail1, mail2})
+        world().server.control(
+            "delete",
+            {{QStringLiteral("user"), QStringLiteral("alice")},
+             {QStringLiteral("folder"), inbox},
+             {QStringLiteral("id"), atServer(subject).value(QStringLiteral("id"))}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(), QStringList {mail3});
+    QCOMPARE(world().messageCount(), 1);
+}
+
+void TestLocalChanges::theLastActionHereWinsOnFlags()
+{
+    set({messageOf(mail1)}, Message::Important, true);
+    world().server.control("flag",
+                           {{QStringLiteral("user"), QStringLiteral("alice")},
+                            {QStringLiteral("folder"), inbox},
+                            {QStringLiteral("id"), atServer(mail1).value(QStringLiteral("id"))},
+                            {QStringLiteral("read"), true}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 2);
+    QVERIFY(has(messageOf(mail1), Message::Important));
+    QVERIFY(has(messageOf(mail1), Message::Read));
+}
+
+void TestLocalChanges::aThousandFlagsAreOneRequest()
+{
+    world().deliver(997, QStringLiteral("Many"));
+    QCOMPARE(world().codeOf(world().sync(), 120000), 200);
+    QCOMPARE(world().messageCount(), 1000);
+    world().server.clearLog();
+    QMailStore::instance()->updateMessagesMetaData(
+        QMailMessageKey::parentAccountId(world().account), Message::Read, true);
+    QCOMPARE(world().codeOf(world().sync(), 120000), 200);
+    // One with the flags, one to ask what is new.
+    QCOMPARE(world().server.requestCount("Sync"), 2);
+    for (const QJsonObject &message : world().server.messages(QStringLiteral("alice"), inbox))
+        QVERIFY(message.value(QStringLiteral("read")).toBool());
+}
+
+void TestLocalChanges::specificFoldersCarryThemAsWell()
+{
+    set({messageOf(mail1)}, Message::Read, true);
+    const QString number = QString::number(world().folder(inbox).toULongLong());
+    QCOMPARE(world().codeOf(world().syncFolders({number}, 0, 5)), 200);
+    QVERIFY(isReadAtServer(mail1));
+}
+
+void TestLocalChanges::anotherUploadFollowsARequestThatJoinsALateOne()
+{
+    set({messageOf(mail1)}, Message::Read, true);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("delay")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("seconds"), 1.0}});
+    const int first = world().sync();
+    QTRY_COMPARE(world().server.requestCount("Sync"), 1);
+    set({messageOf(mail2)}, Message::Read, true);
+    const int second = world().sync();
+    QCOMPARE(world().codeOf(first), 200);
+    QCOMPARE(world().codeOf(second), 200);
+    QVERIFY(isReadAtServer(mail1));
+    QVERIFY(isReadAtServer(mail2));
+}
+
+void TestLocalChanges::aCutAnswerCarriesTheSameChangesAgain()
+{
+    set({messageOf(mail1)}, Message::Read, true);
+    QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(messageOf(mail2)),
+                                                   QMailStore::CreateRemovalRecord));
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("cut")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("bytes"), 5}});
+    world().syncAndWait();
+    world().server.clearFaults();
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(isReadAtServer(mail1));
+    QVERIFY(atServer(mail2).isEmpty());
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+    QVERIFY(has(messageOf(mail1), Message::ReadElsewhere));
+    QCOMPARE(world().messageCount(), 3);
+}
+
+void TestLocalChanges::aKilledDaemonLosesAndDoublesNothing()
+{
+    const QMailMessageId first = messageOf(mail1);
+    for (int round = 0; round < 6; ++round) {
+        const bool read = round % 2 == 0;
+        set({first}, Message::Read, read);
+        const QString from = round % 2 == 0 ? inbox : drafts;
+        const QString to = round % 2 == 0 ? drafts : inbox;
+        move(messageOf(mail2), from, to);
+        world().server.clearLog();
+        world().sync();
+        // Killed as soon as the server has heard of something: what it says is lost.
+        const char *command = round < 3 ? "Sync" : "MoveItems";
+        QTRY_VERIFY2(world().server.requestCount(command) > 0, qPrintable(QString::number(round)));
+        world().daemon.kill();
+        // A new daemon counts its requests from 1 again.
+        world().listener.clear();
+        QVERIFY(world().daemon.start());
+        QCOMPARE(world().syncAndWait(), 200);
+        QCOMPARE(isReadAtServer(mail1), read);
+        QVERIFY(atServer(mail2, from).isEmpty());
+        QVERIFY(!atServer(mail2, to).isEmpty());
+        QCOMPARE(world().subjects(to).count(mail2), 1);
+        QCOMPARE(world().messageCount(), 3);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestLocalChanges)
+#include "tst_localchanges.moc"
