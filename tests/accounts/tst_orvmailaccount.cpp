@@ -118,6 +118,7 @@ private slots:
     void wrongUsageEndsWithTwo_data();
     void wrongUsageEndsWithTwo();
     void programLoadsNoWidgets();
+    void windowIsAProgramOfItsOwn();
 
     void addSavesTheAccountAndListsItsFolders();
     void addMarksTheAccountAsTheFormDoes();
@@ -294,6 +295,24 @@ void TestOrvmailAccount::programLoadsNoWidgets()
     QVERIFY(libraries.contains("libQmfClient"));
     QVERIFY(!libraries.contains("libQt5Gui"));
     QVERIFY(!libraries.contains("libQt5Widgets"));
+}
+
+void TestOrvmailAccount::windowIsAProgramOfItsOwn()
+{
+    QProcess process;
+    process.start(Program, words("--window"));
+    QVERIFY(process.waitForStarted());
+    const auto program = [&process] {
+        return QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(process.processId()));
+    };
+    const auto maps = [&process] {
+        QFile file(QStringLiteral("/proc/%1/maps").arg(process.processId()));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    QTRY_VERIFY(program().endsWith(QLatin1String("/orvmail-account-window")));
+    QTRY_VERIFY(maps().contains("liborvmail-settings.so"));
+    process.kill();
+    QVERIFY(process.waitForFinished());
 }
 
 void TestOrvmailAccount::addSavesTheAccountAndListsItsFolders()
