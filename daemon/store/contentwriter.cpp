@@ -145,9 +145,11 @@ bool placeFile(const QMailMessage &message, const QMailMessagePart &part, const 
 
 Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QString &path)
 {
-    const Eas::Result checked = checkFile(path);
-    if (!checked.ok())
-        return checked;
+    Eas::Result result = checkFile(path);
+    if (result.ok())
+        result = checkRoom(2 * QFile(path).size());
+    if (!result.ok())
+        return result;
     if (!exists(id))
         return gone();
     QMailMessage message = QMailMessage::fromRfc2822File(path);

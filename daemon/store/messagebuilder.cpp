@@ -253,6 +253,14 @@ QMailMessage MessageBuilder::build(const Eas::MailItem &item)
     return message;
 }
 
+QMailMessage MessageBuilder::rebuilt(const QMailMessageMetaData &before, const Eas::MailItem &item)
+{
+    QMailMessage after = build(item);
+    keepIdentity(&after, before);
+    updateFlags(&after, item);
+    return after;
+}
+
 QMailMessage MessageBuilder::updated(const QMailMessage &before, const Eas::MailItem &item)
 {
     QMailMessage after = item.body ? build(item) : before;
@@ -287,7 +295,7 @@ void MessageBuilder::updateFlags(QMailMessageMetaData *message, const Eas::MailI
     }
 }
 
-void MessageBuilder::keepIdentity(QMailMessage *after, const QMailMessage &before)
+void MessageBuilder::keepIdentity(QMailMessage *after, const QMailMessageMetaData &before)
 {
     const quint64 ofContent = Message::ContentAvailable | Message::PartialContentAvailable
         | Message::HasAttachments | Message::HighPriority | Message::LowPriority;

@@ -20,6 +20,9 @@ QMailMessage build(const Eas::MailItem &item);
 /** Whether the item brings content that the message does not have already. */
 bool isNews(const Eas::MailItem &item, const QMailMessageMetaData &message);
 
+/** A message that is here, made anew from an item that is complete. */
+QMailMessage rebuilt(const QMailMessageMetaData &before, const Eas::MailItem &item);
+
 /**
  * The message as it is after a change: what the item does not bring stays.
  *
@@ -31,7 +34,7 @@ QMailMessage updated(const QMailMessage &before, const Eas::MailItem &item);
 void updateFlags(QMailMessageMetaData *message, const Eas::MailItem &item);
 
 /** Takes over from a message all by which the store and its users know it: ids, folder, flags. */
-void keepIdentity(QMailMessage *after, const QMailMessage &before);
+void keepIdentity(QMailMessage *after, const QMailMessageMetaData &before);
 
 /** Where the server keeps an attachment's content; empty for any other part. */
 QString fileReference(const QMailMessagePart &part);

@@ -11,17 +11,17 @@ namespace Store {
 
 namespace {
 
-/** Less than this is "full": SQLite and the content files need it for their next write. */
-constexpr quint64 minimumRoom = 256 * 1024;
+/** Less than this is "full": the databases and the content files need it for their next write. */
+constexpr qint64 minimumRoom = 2 * 1024 * 1024;
 
-bool isDiskFull()
+bool hasRoom(qint64 bytes)
 {
     struct statvfs info = {};
     if (::statvfs(QFile::encodeName(QMail::dataPath()).constData(), &info) != 0)
-        return false;
+        return true;
     // Some file systems count no files (f_files 0).
-    return quint64(info.f_bavail) * info.f_frsize < minimumRoom
-        || (info.f_files > 0 && info.f_favail == 0);
+    return qint64(info.f_bavail) * qint64(info.f_frsize) >= minimumRoom + bytes
+        && (info.f_files == 0 || info.f_favail > 0);
 }
 
 } // namespace
@@ -30,9 +30,16 @@ Eas::Result storeFailure(const QString &what)
 {
     const int error = QMailStore::instance()->lastError();
     const QString text = QStringLiteral("%1 (mail store error %2)").arg(what).arg(error);
-    if (isDiskFull())
+    if (!hasRoom(0))
         return {Eas::NoRoom, QStringLiteral("disk full: ") + text};
     return {Eas::ServerFailed, text};
+}
+
+Eas::Result checkRoom(qint64 bytes)
+{
+    if (hasRoom(bytes))
+        return {};
+    return {Eas::NoRoom, QStringLiteral("disk full: no room for %1 bytes").arg(bytes)};
 }
 
 } // namespace Store

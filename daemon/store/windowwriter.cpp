@@ -4,6 +4,8 @@
 #include "daemon/eas/folderchanges.h"
 #include "daemon/store/accountguard.h"
 #include "daemon/store/batchsize.h"
+#include "daemon/store/contentcheck.h"
+#include "daemon/store/contentmark.h"
 #include "daemon/store/messagebuilder.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
@@ -45,6 +47,22 @@ BatchSize &batchSize()
 {
     static BatchSize size;
     return size;
+}
+
+/** Bytes of the items' texts, as they will at least be in the store. */
+qint64 textSize(const QList<Eas::MailItem> &items)
+{
+    qint64 size = 0;
+    for (const Eas::MailItem &item : items)
+        size += item.body && item.body->type != Eas::Mime ? item.body->data.size() : 0;
+    return size;
+}
+
+/** Whether the message lost its content, so that the item must bring it again. */
+bool isDamaged(const QMailMessageMetaData &message, const Eas::MailItem &item)
+{
+    // What was downloaded as a whole is not of the item's size.
+    return isContentDamaged(message, ContentMark::read(message).downloaded ? 0 : textSize({item}));
 }
 
 /** Pointers to the messages, as the store's calls want them. */
@@ -117,6 +135,7 @@ Eas::Result WindowWriter::start()
     if (m_window.status != 1)
         return {Eas::InvalidAnswer, QStringLiteral("a refused window has no content")};
     m_folder = *folder;
+    findPresent();
     m_first = m_folder.syncKey == noKey;
     for (const QMailMessageRemovalRecord &record : store->messageRemovalRecords(m_account)) {
         if (ServerUid::split(record.serverUid()).collectionId == m_window.collectionId)
@@ -193,11 +212,11 @@ QList<WindowWriter::Item> WindowWriter::nextBatch()
 Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
 {
     QList<Item> items;
+    Messages present;
     for (const Item &item : batch) {
-        if (!item.data.serverId.isEmpty() && !m_deleted.contains(uid(item.data.serverId)))
+        if (!item.data.serverId.isEmpty() && !wasDeleted(uid(item.data.serverId), &present))
             items.append(item);
     }
-    Messages present = findPresent(items);
     if (!m_unconfirmed.isEmpty()) {
         const Eas::Result result = rematch(items, &present);
         if (!result.ok())
@@ -218,21 +237,32 @@ Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
     return result.ok() ? update(known) : result;
 }
 
-WindowWriter::Messages WindowWriter::findPresent(const QList<Item> &items) const
+/** Looks the window's messages up, all at once: each look goes through the whole account. */
+void WindowWriter::findPresent()
 {
     QStringList uids;
-    for (const Item &item : items)
+    for (const Item &item : qAsConst(m_items))
         uids.append(uid(item.data.serverId));
-    Messages present;
     if (uids.isEmpty())
-        return present;
-    const QMailMessageIdList ids = QMailStore::instance()->queryMessages(
-        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uids));
-    for (const QMailMessageId &id : ids) {
-        const QMailMessageMetaData message(id);
-        present.insert(message.serverUid(), message);
-    }
-    return present;
+        return;
+    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uids),
+        QMailMessageKey::Id | QMailMessageKey::ServerUid);
+    for (const QMailMessageMetaData &message : found)
+        m_present.insert(message.serverUid(), message.id());
+}
+
+/** Whether the user deleted the message here; if it is here, it comes to those present. */
+bool WindowWriter::wasDeleted(const QString &uid, Messages *present) const
+{
+    const QMailMessageId id = m_present.value(uid);
+    if (!id.isValid())
+        return m_deleted.contains(uid);
+    const QMailMessageMetaData message(id);
+    if (!message.id().isValid())
+        return true; // since this window began
+    present->insert(uid, message);
+    return false;
 }
 
 /**
@@ -253,18 +283,23 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         m_unconfirmed.remove(mark, match);
         if (isSame || !match.isValid() || m_confirmed.contains(match))
             continue;
+        QMailMessageMetaData message(match);
+        for (const QMailMessageMetaData &other : qAsConst(renamed)) {
+            if (other.id() == match)
+                message = other;
+        }
+        if (!message.id().isValid())
+            continue; // deleted here since it was noted
         if (named.isValid()) {
             // Another message has the id now: it may yet be found under its own new one.
             QMailMessageMetaData displaced = present->take(wanted);
             displaced.setServerUid(wanted + QStringLiteral("\x1f%1").arg(named.toULongLong()));
             renamed.append(displaced);
         }
-        QMailMessageMetaData message(match);
-        for (const QMailMessageMetaData &other : qAsConst(renamed)) {
-            if (other.id() == match)
-                message = other;
-        }
         present->remove(message.serverUid());
+        if (m_present.value(message.serverUid()) == match)
+            m_present.remove(message.serverUid());
+        m_present.insert(wanted, match);
         message.setServerUid(wanted);
         renamed.append(message);
         present->insert(wanted, message);
@@ -293,20 +328,27 @@ Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
         message.setStatus(folderFlags(), true);
         messages.push_back(message);
     }
-    if (messages.empty())
-        return {};
+    Eas::Result result = checkRoom(textSize(items));
+    if (messages.empty() || !result.ok())
+        return result;
     if (!QMailStore::instance()->addMessages(pointers(messages)))
         return storeFailure(QStringLiteral("cannot add messages"));
     QMailMessageIdList ids;
     for (const QMailMessage &message : messages)
         ids.append(message.id());
-    const Eas::Result still = AccountGuard::check(m_account);
-    if (!still.ok()) {
-        // Removed while we wrote: nobody else would remove them.
+    // Removed while we wrote: nobody else would remove the messages.
+    result = AccountGuard::check(m_account);
+    for (int i = 0; result.ok() && i < items.size(); ++i) {
+        if (isContentDamaged(messages.at(size_t(i)), textSize({items.at(i)})))
+            result = storeFailure(QStringLiteral("the content of a message was not written"));
+    }
+    if (!result.ok()) {
         QMailStore::instance()->removeMessages(QMailMessageKey::id(ids));
-        return still;
+        return result;
     }
     m_added.append(ids);
+    for (const QMailMessage &message : messages)
+        m_present.insert(message.serverUid(), message.id());
     return {};
 }
 
@@ -314,8 +356,15 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
 {
     std::vector<QMailMessage> contents;
     QList<QMailMessageMetaData> flags;
+    QList<Eas::MailItem> changed;
     for (const auto &[item, before] : items) {
+        changed.append(item);
         m_confirmed.append(before.id());
+        if (MessageBuilder::isComplete(item)
+            && (MessageBuilder::isNews(item, before) || isDamaged(before, item))) {
+            contents.push_back(MessageBuilder::rebuilt(before, item));
+            continue;
+        }
         if (MessageBuilder::isNews(item, before)) {
             contents.push_back(MessageBuilder::updated(QMailMessage(before.id()), item));
             continue;
@@ -325,6 +374,9 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         if (after.status() != before.status())
             flags.append(after);
     }
+    const Eas::Result room = contents.empty() ? Eas::Result() : checkRoom(textSize(changed));
+    if (!room.ok())
+        return room;
     for (const QMailMessage &message : contents)
         m_updated.append(message.id());
     for (const QMailMessageMetaData &message : qAsConst(flags))

@@ -64,7 +64,8 @@ private:
     Eas::Result sweep();
 
     QList<Item> nextBatch();
-    Messages findPresent(const QList<Item> &items) const;
+    void findPresent();
+    bool wasDeleted(const QString &uid, Messages *present) const;
     void expect(const QList<Unconfirmed> &messages);
     quint64 folderFlags() const;
     QString uid(const QString &itemId) const;
@@ -77,6 +78,7 @@ private:
     bool m_first = false; ///< this is the answer to key "0"
     QList<Item> m_items;
     QStringList m_gone;
+    QHash<QString, QMailMessageId> m_present; ///< by uid
     QSet<QString> m_deleted; ///< uids that the user deleted here and the server does not know of
     QMailMessageIdList m_toNote;
     QList<Unconfirmed> m_noted;

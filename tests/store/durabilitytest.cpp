@@ -253,7 +253,7 @@ void DurabilityTest::killUntilDone(const QString &argument)
         QProcess worker;
         startSelf(worker, argument);
         // Longer and longer, so that it ends on a slow machine, too.
-        if (!worker.waitForFinished(m_random.bounded(40 + 3 * patience))) {
+        if (!worker.waitForFinished(m_random.bounded(30 + 10 * patience))) {
             ::kill(pid_t(worker.processId()), SIGKILL);
             QVERIFY(worker.waitForFinished());
             ++kills;

@@ -63,9 +63,12 @@ private slots:
     void unsentImportanceOfTheUserWins();
     void readAtTheServerIsReadHereAndNotNew();
     void messageDeletedHereDoesNotComeBack();
+    void messageDeletedHereMeanwhileDoesNotComeBack();
     void deletionAtBothEndsIsSettled();
     void messageMovedHereStaysWhereTheUserPutIt();
     void fullerTextReplacesACutOneButNotTheOtherWayRound();
+    void contentThatWasLostComesBack_data();
+    void contentThatWasLostComesBack();
     void unknownFolderIsNotFound();
     void refusedWindowIsRefused();
     void nothingIsWrittenForARemovedAccount();
@@ -313,6 +316,19 @@ void WindowWriterTest::messageDeletedHereDoesNotComeBack()
     QCOMPARE(QMailStore::instance()->messageRemovalRecords(m_account->id).size(), 1);
 }
 
+void WindowWriterTest::messageDeletedHereMeanwhileDoesNotComeBack()
+{
+    m_account->write(added(QStringLiteral("2"), 1, 300));
+    Store::WindowWriter writer(m_account->db, m_account->id, added(QStringLiteral("3"), 1, 301));
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(writer.step());
+    QVERIFY(QMailStore::instance()->removeMessage(m_account->metaData(number(300)).id(),
+                                                  QMailStore::CreateRemovalRecord));
+    QVERIFY(writer.run().ok());
+    QCOMPARE(m_account->messages().size(), 300);
+    QVERIFY(!m_account->metaData(number(300)).id().isValid());
+}
+
 void WindowWriterTest::deletionAtBothEndsIsSettled()
 {
     m_account->write(added(QStringLiteral("2"), 1, 1));
@@ -355,6 +371,42 @@ void WindowWriterTest::fullerTextReplacesACutOneButNotTheOtherWayRound()
     QCOMPARE(m_account->message(number(1)).body().data(),
              QStringLiteral("The beginning and the end"));
     QVERIFY(m_account->message(number(1)).status() & Message::ContentAvailable);
+}
+
+void WindowWriterTest::contentThatWasLostComesBack_data()
+{
+    QTest::addColumn<bool>("attachment");
+    QTest::addColumn<int>("left"); ///< bytes, or -1: no file
+    QTest::newRow("no file") << false << -1;
+    QTest::newRow("empty file") << false << 0;
+    QTest::newRow("half a file") << false << 300;
+    QTest::newRow("no file, attachment") << true << -1;
+    QTest::newRow("empty file, attachment") << true << 0;
+}
+
+void WindowWriterTest::contentThatWasLostComesBack()
+{
+    QFETCH(bool, attachment);
+    QFETCH(int, left);
+    const QByteArray body(2000, 'x');
+    Eas::SyncWindow window = Items::window(in, QStringLiteral("2"));
+    window.added = {item(number(1), QStringLiteral("Long"), body)};
+    if (attachment)
+        window.added.first().attachments = QList<Eas::Attachment> {
+            Items::attachment(QStringLiteral("a.bin"), QStringLiteral("ref"))};
+    QCOMPARE(m_account->write(window), 200);
+    const QMailMessageMetaData before = m_account->metaData(number(1));
+    set(before.id(), Message::Read, true);
+    QFile content(before.contentIdentifier());
+    QVERIFY(left < 0 ? content.remove() : content.resize(left));
+    QCOMPARE(m_account->write(window), 200);
+    const QMailMessage after = m_account->message(number(1));
+    QCOMPARE(after.id(), before.id());
+    QCOMPARE(attachment ? after.partAt(0u).body().data() : after.body().data(),
+             QString::fromLatin1(body));
+    QCOMPARE(after.partCount(), attachment ? 2u : 0u);
+    QVERIFY(after.status() & Message::Read);
+    QVERIFY(isOutstanding());
 }
 
 void WindowWriterTest::unknownFolderIsNotFound()
