@@ -118,7 +118,8 @@ void UploadStep::onUploaded(const Eas::SyncCommand &command,
         onWritten(window, changes);
         return;
     }
-    write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
+    write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window,
+                                                Store::WindowWriter::Answers::Upload),
           [this, window, changes] { onWritten(window, changes); });
 }
 

@@ -78,10 +78,11 @@ QList<Message *> pointers(std::vector<Message> &messages)
 } // namespace
 
 WindowWriter::WindowWriter(SyncStateDb &db, const QMailAccountId &account,
-                           const Eas::SyncWindow &window)
+                           const Eas::SyncWindow &window, Answers answers)
     : m_db(db)
     , m_account(account)
     , m_window(window)
+    , m_answers(answers)
     , m_gone(window.removed + window.outOfRange)
 {
     for (const Eas::MailItem &item : window.added)
@@ -427,7 +428,8 @@ Eas::Result WindowWriter::saveKey()
     }
     if (result.ok())
         result = m_db.confirm(m_account, m_folder, m_confirmed);
-    const bool isLast = !m_first && m_folder.reconciling && !m_window.moreAvailable;
+    const bool isLast = !m_first && m_folder.reconciling && !m_window.moreAvailable
+        && m_answers == Answers::Download;
     m_phase = isLast ? Phase::Sweep : Phase::End;
     return result;
 }

@@ -28,8 +28,12 @@ namespace Store {
 class WindowWriter : public StoreJob
 {
 public:
+    /** What the window answers. Only changes that were asked for can be the last of them. */
+    enum class Answers { Download, Upload };
+
     /** The database must outlive the job; the folder must be known to it. */
-    WindowWriter(SyncStateDb &db, const QMailAccountId &account, const Eas::SyncWindow &window);
+    WindowWriter(SyncStateDb &db, const QMailAccountId &account, const Eas::SyncWindow &window,
+                 Answers answers = Answers::Download);
 
     bool step() override;
     int progress() const override;
@@ -73,6 +77,7 @@ private:
     SyncStateDb &m_db;
     const QMailAccountId m_account;
     const Eas::SyncWindow m_window;
+    const Answers m_answers;
     Phase m_phase = Phase::Start;
     FolderState m_folder;
     bool m_first = false; ///< this is the answer to key "0"

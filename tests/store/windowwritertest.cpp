@@ -78,6 +78,7 @@ private slots:
     void freshSynchronisationOutlivesARestart();
     void freshSynchronisationFindsRenumberedMessages();
     void freshSynchronisationOfAnEmptiedFolderEmptiesIt();
+    void freshSynchronisationIsNotEndedByAnUpload();
     void freshSynchronisationSparesWhatTheUserPutThere();
     void stepsAreShort();
     void progressGrows();
@@ -530,6 +531,23 @@ void WindowWriterTest::freshSynchronisationOfAnEmptiedFolderEmptiesIt()
     QCOMPARE(m_account->write(window), 200);
     QVERIFY(m_account->messages().isEmpty());
     QCOMPARE(m_account->state().syncKey, QStringLiteral("9"));
+}
+
+void WindowWriterTest::freshSynchronisationIsNotEndedByAnUpload()
+{
+    m_account->write(added(QStringLiteral("2"), 1, 10));
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, in).ok());
+    QCOMPARE(m_account->write(Items::window(in, QStringLiteral("9"))), 200);
+    // What was uploaded is answered with a new key alone; nothing was asked for.
+    Store::WindowWriter upload(m_account->db, m_account->id,
+                               Items::window(in, QStringLiteral("10")),
+                               Store::WindowWriter::Answers::Upload);
+    QVERIFY(upload.run().ok());
+    QCOMPARE(m_account->state().syncKey, QStringLiteral("10"));
+    QCOMPARE(m_account->messages().size(), 10);
+    QVERIFY(m_account->state().reconciling);
+    QCOMPARE(m_account->write(added(QStringLiteral("11"), 1, 4)), 200);
+    QCOMPARE(m_account->messages().size(), 4);
 }
 
 void WindowWriterTest::freshSynchronisationSparesWhatTheUserPutThere()
