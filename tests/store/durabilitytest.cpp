@@ -101,11 +101,17 @@ int synchronise(bool fresh)
     Store::SyncStateDb &db = openedDb(account);
     ::write(STDOUT_FILENO, "ready\n", 6);
     forever {
-        const QString key = db.folder(account, in)->syncKey;
-        if (key == (fresh ? text("f250") : QString::number(lastKey)))
-            return 0;
-        Store::WindowWriter writer(db, account,
-                                   fresh ? freshWindowAfter(key) : windowAfter(key.toInt()));
+        const Store::FolderState state = *db.folder(account, in);
+        const QString key = state.syncKey;
+        Eas::SyncWindow window = fresh ? freshWindowAfter(key) : windowAfter(key.toInt());
+        if (key == (fresh ? text("f250") : QString::number(lastKey))) {
+            if (!state.reconciling)
+                return 0;
+            // Killed between the last key and the end: the server has nothing more to say.
+            window = Items::window(in, QString());
+            window.unchanged = true;
+        }
+        Store::WindowWriter writer(db, account, window);
         if (!writer.run().ok())
             return 1;
     }
