@@ -2,7 +2,10 @@
 #include "daemon/accountworker.h"
 
 #include "daemon/logging.h"
+#include "daemon/pushwatch.h"
 #include "daemon/syncrun.h"
+
+#include <QTimer>
 
 #include <algorithm>
 
@@ -43,11 +46,13 @@ AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStat
     m_context.record = record;
     m_context.db = &db;
     connectServer();
+    connectPush();
 }
 
 AccountWorker::~AccountWorker()
 {
     // Before the session that they talk through.
+    m_push.reset();
     qDeleteAll(operations());
 }
 
@@ -68,6 +73,45 @@ void AccountWorker::connectServer()
         state.policyKey = policyKey;
     m_session->setState(state);
     connect(m_session.get(), &Eas::Session::stateChanged, this, &AccountWorker::keepSessionState);
+}
+
+/** Begins or ends the watch for news, as the account wants it. */
+void AccountWorker::connectPush()
+{
+    m_push.reset();
+    if (!m_context.record.pushEnabled)
+        return;
+    m_push = std::make_unique<PushWatch>(m_context, nullptr);
+    connect(m_push.get(), &PushWatch::foldersChanged, this, &AccountWorker::syncForPush);
+    connect(m_push.get(), &PushWatch::syncNeeded, this, [this] { syncForPush({}); });
+    QTimer::singleShot(0, m_push.get(), &PushWatch::resume);
+}
+
+/** Synchronises some folders, or all of the account, though nobody asked for it. */
+void AccountWorker::syncForPush(const QStringList &folders)
+{
+    Request request;
+    request.kind = folders.isEmpty() ? RequestKind::Sync : RequestKind::SyncFolders;
+    request.accountId = accountNumber();
+    request.folders = folders;
+    accept(request);
+}
+
+/** A synchronisation is over: what it did not bring is waited for. */
+void AccountWorker::resumePush(const Eas::Result &result)
+{
+    if (!m_push)
+        return;
+    if (result.ok())
+        m_push->resume();
+    else
+        m_push->postpone(result);
+}
+
+void AccountWorker::networkChanged()
+{
+    if (m_push)
+        m_push->networkChanged();
 }
 
 void AccountWorker::keepSessionState()
@@ -171,6 +215,8 @@ void AccountWorker::onOver(const Eas::Result &result)
         // for before the refusal share it.
         cancelAll(result.code);
     }
+    if (qobject_cast<SyncRun *>(ended))
+        resumePush(result);
     next();
 }
 
@@ -197,7 +243,10 @@ void AccountWorker::stopSync()
 void AccountWorker::update(const Store::AccountRecord &record)
 {
     const bool same = sameServer(m_context.record, record);
+    const bool samePush = m_context.record.pushEnabled == record.pushEnabled;
     m_context.record = record;
+    if (same && !samePush)
+        connectPush();
     if (same)
         return;
     qCInfo(lcDaemon) << "account" << m_context.id() << "has new settings";
@@ -207,7 +256,9 @@ void AccountWorker::update(const Store::AccountRecord &record)
         requests += operation->requests();
         stop(operation);
     }
+    m_push.reset();
     connectServer();
+    connectPush();
     for (const Request &request : qAsConst(requests))
         accept(request);
 }

@@ -13,6 +13,8 @@
 
 namespace Daemon {
 
+class PushWatch;
+
 /**
  * Does the work of one account, one operation at a time: those that a person waits for first, then
  * in the order in which they came.
@@ -33,6 +35,8 @@ public:
     void stopSync();
     /** The account's settings are these now; work goes on with them. */
     void update(const Store::AccountRecord &record);
+    /** The machine's network is another one. */
+    void networkChanged();
     /** Stops all work and ends its requests with the code. */
     void cancelAll(int code);
 
@@ -44,6 +48,9 @@ signals:
 
 private:
     void connectServer();
+    void connectPush();
+    void syncForPush(const QStringList &folders);
+    void resumePush(const Eas::Result &result);
     void keepSessionState();
     void enqueue(Operation *operation);
     void next();
@@ -61,7 +68,8 @@ private:
 
     AccountContext m_context;
     std::unique_ptr<Eas::Session> m_session;
-    QList<Operation *> m_queue; ///< those that wait, a paused one first
+    std::unique_ptr<PushWatch> m_push; ///< only while the account's push is on
+    QList<Operation *> m_queue;        ///< those that wait, a paused one first
     Operation *m_current = nullptr;
     QPointer<Operation> m_announced; ///< the synchronisation that others know of
 };

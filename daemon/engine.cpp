@@ -21,7 +21,12 @@ bool hasMessage(quint64 accountId, quint64 messageId)
 Engine::Engine(Store::SyncStateDb &db, QObject *parent)
     : QObject(parent)
     , m_db(db)
+    , m_network(nullptr)
 {
+    connect(&m_network, &NetworkMonitor::changed, this, [this] {
+        for (AccountWorker *account : qAsConst(m_workers))
+            account->networkChanged();
+    });
     // Queued: the mail store tells of our own changes from within the call that makes them.
     connect(&m_directory, &Store::AccountDirectory::added, this, &Engine::onAdded,
             Qt::QueuedConnection);

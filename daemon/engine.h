@@ -4,6 +4,7 @@
 
 #include "asclient/searchmailboxresult.h"
 #include "daemon/accountworker.h"
+#include "daemon/networkmonitor.h"
 #include "daemon/store/accountdirectory.h"
 
 #include <QHash>
@@ -54,6 +55,7 @@ private:
     Store::SyncStateDb &m_db;
     Store::AccountDirectory m_directory;
     QHash<quint64, AccountWorker *> m_workers;
+    NetworkMonitor m_network;
 };
 
 } // namespace Daemon

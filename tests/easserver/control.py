@@ -148,9 +148,9 @@ class Control:
         return {"message": base64.b64encode(folder.items[item].bytes()).decode()}
 
     def devices(self, wish):
-        """The devices of "user"."""
+        """The devices of "user"; "pings" counts those that began to wait, and the ends of ping_end."""
         return {"devices": [{"id": d.id, "information": d.information, "policy_key": d.policy_key,
-                             "wiped": d.wiped} for d in self.user(wish).devices.values()]}
+                             "wiped": d.wiped, "pings": d.ping_number} for d in self.user(wish).devices.values()]}
 
     def set_password(self, wish):
         """"password" for "user"."""
