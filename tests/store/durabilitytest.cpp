@@ -13,7 +13,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <memory>
@@ -259,8 +258,9 @@ void DurabilityTest::killUntilDone(const QString &argument)
         QProcess worker;
         startSelf(worker, argument);
         // Longer and longer, so that it ends on a slow machine, too.
-        if (!worker.waitForFinished(m_random.bounded(30 + 10 * patience))) {
-            ::kill(pid_t(worker.processId()), SIGKILL);
+        worker.waitForFinished(m_random.bounded(30 + 10 * patience));
+        if (worker.state() != QProcess::NotRunning) {
+            worker.kill();
             QVERIFY(worker.waitForFinished());
             ++kills;
             continue;
