@@ -172,6 +172,14 @@ Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QStrin
     return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
 }
 
+Eas::Result ContentWriter::replaceText(const QMailMessageId &id, const Eas::MailItem &item)
+{
+    if (!exists(id))
+        return gone();
+    QMailMessage message = MessageBuilder::updated(QMailMessage(id), item);
+    return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+}
+
 QString ContentWriter::downloadFolder()
 {
     const QString path = QMail::dataPath() + QStringLiteral("asdaemon-downloads");
@@ -185,14 +193,19 @@ Eas::Result ContentWriter::partSource(const QMailMessageId &id, const QString &l
         return gone();
     QMailMessage message(id);
     const QMailMessagePart *part = find(message, location);
-    if (!part)
+    const bool isAlone = message.multipartType() == QMailMessagePartContainer::MultipartNone
+        && location == QLatin1String("1");
+    if (!part && !isAlone)
         return gone();
     const ServerUid uid = ServerUid::split(message.serverUid());
     source->collectionId = uid.collectionId;
     source->serverId = uid.itemId;
-    source->fileReference = MessageBuilder::fileReference(*part);
-    source->estimatedSize = qMax(0, part->contentDisposition().size());
-    source->available = part->contentAvailable();
+    source->fileReference = part ? MessageBuilder::fileReference(*part) : QString();
+    source->estimatedSize = part ? qMax(0, part->contentDisposition().size()) : 0;
+    source->available = part ? part->contentAvailable() : message.hasBody();
+    // Of a text, only the beginning may be here.
+    if (source->fileReference.isEmpty() && ContentMark::read(message).truncated)
+        source->available = false;
     return {};
 }
 

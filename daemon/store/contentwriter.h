@@ -2,6 +2,7 @@
 #ifndef STORE_CONTENTWRITER_H
 #define STORE_CONTENTWRITER_H
 
+#include "daemon/eas/mailitem.h"
 #include "daemon/eas/result.h"
 
 #include <qmailmessage.h>
@@ -24,7 +25,14 @@ namespace ContentWriter {
 /** Replaces the message's content by the RFC 5322 message in the file. */
 Eas::Result replaceMessage(const QMailMessageId &id, const QString &path);
 
-/** Of the part at the location ("1.2", as QMF writes it); code NotFound where there is none. */
+/** Replaces the message's content by the item's text, which is whole, and by its attachments. */
+Eas::Result replaceText(const QMailMessageId &id, const Eas::MailItem &item);
+
+/**
+ * Of the part at the location ("1.2", as QMF writes it); code NotFound where there is none.
+ *
+ * A message without parts is its own part "1".
+ */
 Eas::Result partSource(const QMailMessageId &id, const QString &location, PartSource *source);
 
 /**

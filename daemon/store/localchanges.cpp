@@ -2,6 +2,7 @@
 #include "daemon/store/localchanges.h"
 
 #include "daemon/store/accountguard.h"
+#include "daemon/store/foundmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 
@@ -19,6 +20,12 @@ using Message = QMailMessageMetaData;
 const QMailMessageKey::Properties propertiesOfChanges = QMailMessageKey::Id
     | QMailMessageKey::ServerUid | QMailMessageKey::Status | QMailMessageKey::ParentFolderId
     | QMailMessageKey::PreviousParentFolderId;
+
+/** Whether the server can be told of it: of some that a search found, the id is not known. */
+bool isNamed(const ServerUid &uid)
+{
+    return FoundMark::longIdInsteadOf(uid.itemId).isEmpty();
+}
 
 /** Messages of which one of two flags is set and the other is not. */
 QMailMessageKey differing(quint64 ours, quint64 theirs)
@@ -77,7 +84,7 @@ void LocalChanges::collectFlags(Changes *changes) const
     for (const Message &message :
          QMailStore::instance()->messagesMetaData(key, propertiesOfChanges)) {
         const ServerUid uid = ServerUid::split(message.serverUid());
-        if (!changes->contains(uid.collectionId))
+        if (!changes->contains(uid.collectionId) || !isNamed(uid))
             continue;
         (*changes)[uid.collectionId].flags.append(
             {message.id(), uid.itemId, difference(message, Message::Read, Message::ReadElsewhere),
@@ -93,7 +100,7 @@ void LocalChanges::collectMoves(Changes *changes) const
          QMailStore::instance()->messagesMetaData(moved, propertiesOfChanges)) {
         const ServerUid uid = ServerUid::split(message.serverUid());
         const std::optional<FolderState> destination = m_db.folder(message.parentFolderId());
-        if (!changes->contains(uid.collectionId) || !destination
+        if (!changes->contains(uid.collectionId) || !isNamed(uid) || !destination
             || !changes->contains(destination->serverId)
             || destination->serverId == uid.collectionId)
             continue;
@@ -108,7 +115,7 @@ void LocalChanges::collectDeletions(Changes *changes) const
          QMailStore::instance()->messageRemovalRecords(m_account)) {
         // A draft that was saved again leaves a record without an id.
         const ServerUid uid = ServerUid::split(record.serverUid());
-        if (changes->contains(uid.collectionId))
+        if (changes->contains(uid.collectionId) && isNamed(uid))
             (*changes)[uid.collectionId].deletions.append(uid.itemId);
     }
 }

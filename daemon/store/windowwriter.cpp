@@ -6,11 +6,13 @@
 #include "daemon/store/batchsize.h"
 #include "daemon/store/contentcheck.h"
 #include "daemon/store/contentmark.h"
+#include "daemon/store/fingerprint.h"
+#include "daemon/store/folderflags.h"
+#include "daemon/store/foundmark.h"
 #include "daemon/store/messagebuilder.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 
-#include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <qmailstore.h>
 
@@ -22,17 +24,9 @@ namespace {
 
 constexpr int noteBatch = 500;    ///< messages whose fingerprint is taken in one step
 constexpr int removalBatch = 100; ///< messages that are removed in one step
+constexpr int everything = 0;     ///< the filter of a folder that is synchronised as a whole
 
 const QString noKey = QStringLiteral("0");
-
-/** What tells a message in a folder although the server may give it another id. */
-QByteArray fingerprint(const QMailMessageMetaData &message)
-{
-    QCryptographicHash hash(QCryptographicHash::Sha1);
-    hash.addData(QByteArray::number(message.receivedDate().toUTC().toSecsSinceEpoch()));
-    hash.addData(message.subject().toUtf8() + '\n' + message.from().address().toUtf8());
-    return hash.result().left(12);
-}
 
 /** Of this thread, in milliseconds. */
 qint64 cpuTime()
@@ -146,11 +140,14 @@ Eas::Result WindowWriter::start()
         m_toNote =
             store->queryMessages(QMailMessageKey::parentFolderId(m_folder.folderId)
                                  | QMailMessageKey::previousParentFolderId(m_folder.folderId));
+        if (m_folder.filter != everything)
+            passOverFound();
         m_phase = Phase::Note;
         return {};
     }
     if (m_folder.reconciling)
         expect(m_db.unconfirmed(m_account, m_window.collectionId));
+    expectFound();
     m_phase = Phase::Items;
     return {};
 }
@@ -161,21 +158,49 @@ void WindowWriter::expect(const QList<Unconfirmed> &messages)
         m_unconfirmed.insert(message.fingerprint, message.messageId);
 }
 
+/** What a search brought may lie outside of what the server will show now. */
+void WindowWriter::passOverFound()
+{
+    const QMailMessageIdList found = QMailStore::instance()->queryMessages(
+        QMailMessageKey::parentAccountId(m_account) & FoundMark::key());
+    const QSet<QMailMessageId> marked(found.cbegin(), found.cend());
+    QMailMessageIdList others;
+    for (const QMailMessageId &id : qAsConst(m_toNote)) {
+        if (!marked.contains(id))
+            others.append(id);
+    }
+    m_toNote = others;
+}
+
+/** What a search brought is recognised when the server shows it under another id. */
+void WindowWriter::expectFound()
+{
+    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::parentFolderId(m_folder.folderId) & FoundMark::key(),
+        fingerprintProperties | QMailMessageKey::ServerUid);
+    for (const QMailMessageMetaData &message : found) {
+        const ServerUid known = ServerUid::split(message.serverUid());
+        const bool isNamed = FoundMark::longIdInsteadOf(known.itemId).isEmpty();
+        const bool mayBeRenamed = m_first || m_folder.reconciling;
+        if (known.collectionId == m_window.collectionId && (mayBeRenamed || !isNamed))
+            m_unconfirmed.insert(fingerprint(message), message.id());
+    }
+}
+
 /** Notes what the folder has from the server; what the user put there is not compared. */
 Eas::Result WindowWriter::note()
 {
     const QMailMessageIdList ids = m_toNote.mid(0, noteBatch);
     m_toNote = m_toNote.mid(noteBatch);
     const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
-        QMailMessageKey::id(ids),
-        QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::ReceptionTimeStamp
-            | QMailMessageKey::Subject | QMailMessageKey::Sender);
+        QMailMessageKey::id(ids), fingerprintProperties | QMailMessageKey::ServerUid);
     for (const QMailMessageMetaData &message : found) {
         if (ServerUid::split(message.serverUid()).collectionId == m_window.collectionId)
             m_noted.append({message.id(), fingerprint(message)});
     }
     if (m_toNote.isEmpty()) {
         expect(m_noted);
+        expectFound();
         m_phase = Phase::Items;
     }
     return {};
@@ -326,7 +351,7 @@ Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
         message.setParentAccountId(m_account);
         message.setParentFolderId(m_folder.folderId);
         message.setServerUid(uid(item.serverId));
-        message.setStatus(folderFlags(), true);
+        message.setStatus(folderFlags(m_folder), true);
         messages.push_back(message);
     }
     Eas::Result result = checkRoom(textSize(items));
@@ -372,14 +397,17 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         }
         QMailMessageMetaData after = before;
         MessageBuilder::updateFlags(&after, item);
-        if (after.status() != before.status())
+        FoundMark::clear(&after);
+        if (after.status() != before.status() || FoundMark::isSet(before))
             flags.append(after);
     }
     const Eas::Result room = contents.empty() ? Eas::Result() : checkRoom(textSize(changed));
     if (!room.ok())
         return room;
-    for (const QMailMessage &message : contents)
+    for (QMailMessage &message : contents) {
+        FoundMark::clear(&message);
         m_updated.append(message.id());
+    }
     for (const QMailMessageMetaData &message : qAsConst(flags))
         m_updated.append(message.id());
     if (!contents.empty() && !QMailStore::instance()->updateMessages(pointers(contents)))
@@ -455,23 +483,6 @@ Eas::Result WindowWriter::sweep()
         return storeFailure(QStringLiteral("cannot remove messages"));
     m_removed += count;
     return m_db.confirm(m_account, m_folder, ids);
-}
-
-/** The flags that every message of the folder has. Not Outbox: the message server would send it. */
-quint64 WindowWriter::folderFlags() const
-{
-    using Message = QMailMessageMetaData;
-    switch (m_folder.type) {
-    case Eas::SentItems:
-        return Message::Outgoing | Message::Sent;
-    case Eas::Drafts:
-        return Message::Outgoing | Message::Draft;
-    case Eas::DeletedItems:
-        return Message::Incoming | Message::Trash;
-    default:
-        return Message::Incoming
-            | (QMailFolder(m_folder.folderId).status() & QMailFolder::Junk ? Message::Junk : 0);
-    }
 }
 
 QString WindowWriter::uid(const QString &itemId) const

@@ -71,7 +71,8 @@ private:
     void findPresent();
     bool wasDeleted(const QString &uid, Messages *present) const;
     void expect(const QList<Unconfirmed> &messages);
-    quint64 folderFlags() const;
+    void expectFound();
+    void passOverFound();
     QString uid(const QString &itemId) const;
 
     SyncStateDb &m_db;

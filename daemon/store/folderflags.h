@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_FOLDERFLAGS_H
+#define STORE_FOLDERFLAGS_H
+
+#include "daemon/store/syncstatedb.h"
+
+namespace Store {
+
+/** The flags that every message of the folder has. Not Outbox: the message server would send it. */
+quint64 folderFlags(const FolderState &folder);
+
+} // namespace Store
+
+#endif

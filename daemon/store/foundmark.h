@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_FOUNDMARK_H
+#define STORE_FOUNDMARK_H
+
+#include <qmailmessage.h>
+#include <qmailmessagekey.h>
+
+namespace Store {
+
+/**
+ * Marks messages that a search has brought and that no synchronisation has shown since.
+ *
+ * They may lie further back than their folder is synchronised: a synchronisation that does not show
+ * them says nothing about them. The first one that shows them takes the mark away.
+ */
+namespace FoundMark {
+
+bool isSet(const QMailMessageMetaData &message);
+void set(QMailMessageMetaData *message);
+void clear(QMailMessageMetaData *message);
+/** The messages that have the mark. */
+QMailMessageKey key();
+
+/**
+ * The item id of a message whose real one a search does not tell; it stands for the LongId under
+ * which the search has found it. No server's id looks like it.
+ */
+QString itemIdFor(const QString &longId);
+/** The LongId that such an item id stands for; empty for a real item id. */
+QString longIdInsteadOf(const QString &itemId);
+
+} // namespace FoundMark
+
+} // namespace Store
+
+#endif

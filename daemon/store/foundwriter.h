@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_FOUNDWRITER_H
+#define STORE_FOUNDWRITER_H
+
+#include "daemon/eas/mailitem.h"
+#include "daemon/store/storejob.h"
+#include "daemon/store/syncstatedb.h"
+
+#include <qmailmessage.h>
+#include <QSet>
+
+namespace Store {
+
+/** A message that a search has found at the server. */
+struct FoundItem
+{
+    QString collectionId; ///< of a folder that is known here
+    /** Empty where the search does not tell it; then the LongId stands for it. */
+    QString itemId;
+    QString longId;
+    Eas::MailItem item;
+};
+
+/**
+ * Finds the messages of a search's result in the mail store and adds those that are not there.
+ *
+ * What the user deleted here and the server does not know of yet is left out.
+ */
+class FoundWriter : public StoreJob
+{
+public:
+    /** The database must outlive the job. */
+    FoundWriter(SyncStateDb &db, const QMailAccountId &account, const QList<FoundItem> &items);
+
+    bool step() override;
+    int progress() const override;
+
+    /** The messages, in the order of the items. */
+    QMailMessageIdList messages() const { return m_messages; }
+
+private:
+    Eas::Result write(const FoundItem &found);
+    QMailMessageId presentAs(const FoundItem &found, const QMailFolderId &folder) const;
+    Eas::Result add(const FoundItem &found, const FolderState &folder);
+
+    SyncStateDb &m_db;
+    const QMailAccountId m_account;
+    QList<FoundItem> m_items;
+    const int m_total;
+    bool m_started = false;
+    QSet<QString> m_deleted; ///< uids that the user deleted here and the server does not know of
+    QMailMessageIdList m_messages;
+};
+
+} // namespace Store
+
+#endif
