@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/accountworker.h"
 
+#include "daemon/attachmentdownload.h"
 #include "daemon/logging.h"
 #include "daemon/pushwatch.h"
+#include "daemon/mailboxsearch.h"
+#include "daemon/messagedownload.h"
+#include "daemon/searcherrand.h"
 #include "daemon/syncrun.h"
 
 #include <QTimer>
@@ -134,19 +138,46 @@ void AccountWorker::accept(const Request &request)
         if (operation->join(request))
             return;
     }
-    if (!isSynchronisation(request.kind)) {
-        qCWarning(lcDaemon) << "account" << m_context.id() << "cannot do this kind of request yet";
-        emit requestFinished(request.id, Eas::ServerFailed);
+    if (Operation *operation = operationFor(request)) {
+        enqueue(operation);
         return;
     }
-    auto *run = new SyncRun(m_context, this);
-    run->join(request);
-    enqueue(run);
+    qCWarning(lcDaemon) << "account" << m_context.id() << "cannot do this kind of request yet";
+    emit requestFinished(request.id, Eas::ServerFailed);
+}
+
+Operation *AccountWorker::operationFor(const Request &request)
+{
+    const QMailMessageId message(request.messageId);
+    switch (request.kind) {
+    case RequestKind::Sync:
+    case RequestKind::FolderSync:
+    case RequestKind::SyncFolders: {
+        auto *run = new SyncRun(m_context, this);
+        run->join(request);
+        return run;
+    }
+    case RequestKind::DownloadMessage:
+        return new Errand(std::make_unique<MessageDownload>(m_context, message), request, this);
+    case RequestKind::DownloadAttachment: {
+        auto step = std::make_unique<AttachmentDownload>(m_context, message, request.location);
+        AttachmentDownload *download = step.get();
+        auto *errand = new Errand(std::move(step), request, this);
+        connect(errand, &Errand::joined, download, &AttachmentDownload::greetListener);
+        return errand;
+    }
+    case RequestKind::Search:
+        return new SearchErrand(std::make_unique<MailboxSearch>(m_context, request), request, this);
+    case RequestKind::SendMail:
+        break;
+    }
+    return nullptr;
 }
 
 void AccountWorker::enqueue(Operation *operation)
 {
     connect(operation, &Operation::requestFinished, this, &AccountWorker::requestFinished);
+    connect(operation, &Operation::searchFinished, this, &AccountWorker::searchFinished);
     connect(operation, &Operation::paused, this, &AccountWorker::onPaused);
     connect(operation, &Operation::over, this, &AccountWorker::onOver);
     connect(operation, &Operation::syncBegan, this, [this, operation] {

@@ -42,6 +42,7 @@ public:
 
 signals:
     void requestFinished(int requestId, int code);
+    void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
     void syncBegan(quint64 accountId);
     void syncProgressed(quint64 accountId, int progress);
     void syncEnded(quint64 accountId);
@@ -52,6 +53,8 @@ private:
     void syncForPush(const QStringList &folders);
     void resumePush(const Eas::Result &result);
     void keepSessionState();
+    /** What does the request; nothing for a kind that cannot be done. */
+    Operation *operationFor(const Request &request);
     void enqueue(Operation *operation);
     void next();
     void run(Operation *operation);

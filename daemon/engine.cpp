@@ -95,6 +95,7 @@ AccountWorker *Engine::makeWorker(const Store::AccountRecord &record)
 {
     auto *account = new AccountWorker(record, m_db, this);
     connect(account, &AccountWorker::requestFinished, this, &Engine::requestFinished);
+    connect(account, &AccountWorker::searchFinished, this, &Engine::searchFinished);
     connect(account, &AccountWorker::syncBegan, this, &Engine::syncBegan);
     connect(account, &AccountWorker::syncProgressed, this, &Engine::syncProgressed);
     connect(account, &AccountWorker::syncEnded, this, &Engine::syncEnded);

@@ -40,6 +40,7 @@ signals:
     void accountsChanged(const QSet<quint64> &accounts);
     void checkResolved(quint64 ticket, bool acceptable);
     void requestFinished(int requestId, int code);
+    void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
     void syncBegan(quint64 accountId);
     void syncProgressed(quint64 accountId, int progress);
     void syncEnded(quint64 accountId);

@@ -135,6 +135,14 @@ void Front::setAccounts(const QSet<quint64> &accounts)
 
 void Front::finishRequest(int id, int code)
 {
+    if (m_table.isSearch(id))
+        finishSearch(id, code, {});
+    else
+        complete(id, code);
+}
+
+void Front::complete(int id, int code)
+{
     const std::optional<quint64> accountId = m_table.close(id);
     if (!accountId)
         return;
@@ -149,7 +157,7 @@ void Front::finishSearch(int id, int code, const Activesync::SearchMailboxResult
         return;
     broadcast(QStringLiteral("searchMailboxCompleted"),
               {code, *accountId, QVariant::fromValue(result), id});
-    finishRequest(id, code);
+    complete(id, code);
 }
 
 void Front::beginSync(quint64 accountId)

@@ -56,7 +56,7 @@ public slots:
     void resolveCheck(quint64 ticket, bool acceptable);
     /** Ends a request; one that has already ended is left alone. */
     void finishRequest(int id, int code);
-    /** Tells what a search found and ends its request. */
+    /** Tells what a search found and ends its request; one that failed has found nothing. */
     void finishSearch(int id, int code, const Activesync::SearchMailboxResult &result);
     void beginSync(quint64 accountId);
     /** `progress` is 0 to 1000. */
@@ -90,6 +90,7 @@ private:
     };
 
     void answer(const Check &check, bool acceptable);
+    void complete(int id, int code);
     void broadcast(const QString &signal, const QVariantList &arguments);
     void armTimer();
     void flush();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/asdbusinterface.h"
 #include "daemon/commandline.h"
+#include "daemon/downloadfile.h"
 #include "daemon/engine.h"
 #include "daemon/front.h"
 #include "daemon/logging.h"
@@ -43,6 +44,7 @@ void connectHalves(Daemon::Engine *engine, Daemon::Front *front)
     QObject::connect(engine, &Engine::accountsChanged, front, &Front::setAccounts);
     QObject::connect(engine, &Engine::checkResolved, front, &Front::resolveCheck);
     QObject::connect(engine, &Engine::requestFinished, front, &Front::finishRequest);
+    QObject::connect(engine, &Engine::searchFinished, front, &Front::finishSearch);
     QObject::connect(engine, &Engine::syncBegan, front, &Front::beginSync);
     QObject::connect(engine, &Engine::syncProgressed, front, &Front::setProgress);
     QObject::connect(engine, &Engine::syncEnded, front, &Front::endSync);
@@ -75,6 +77,7 @@ int serve(const QDBusConnection &bus)
     if (!opened.ok())
         return fail(QStringLiteral("the memory cannot be opened: ") + opened.text);
     db.removeVanishedAccounts();
+    Daemon::DownloadFile::removeLeftovers();
     Daemon::Engine engine(db);
 
     QThread thread;

@@ -2,6 +2,7 @@
 #ifndef DAEMON_OPERATION_H
 #define DAEMON_OPERATION_H
 
+#include "asclient/searchmailboxresult.h"
 #include "daemon/eas/result.h"
 #include "daemon/request.h"
 
@@ -42,6 +43,8 @@ signals:
     /** It is over; `result` is why it stopped early, or Success. */
     void over(const Eas::Result &result);
     void requestFinished(int requestId, int code);
+    /** In the place of requestFinished() for a search that succeeded. */
+    void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
     /** It is a synchronisation from now on until its end; comes once. */
     void syncBegan();
     /** How much of that synchronisation is done, 0 to 1000. */

@@ -49,6 +49,12 @@ bool RequestTable::isAlive(int id)
     return m_open.contains(id) || m_lingering.contains(id);
 }
 
+bool RequestTable::isSearch(int id) const
+{
+    const auto entry = m_open.constFind(id);
+    return entry != m_open.constEnd() && entry->kind == RequestKind::Search;
+}
+
 std::optional<quint64> RequestTable::accountOf(int id) const
 {
     const auto entry = m_open.constFind(id);

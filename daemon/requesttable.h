@@ -41,6 +41,7 @@ public:
     std::optional<quint64> close(int id);
     bool isAlive(int id);
     bool isOpen(int id) const { return m_open.contains(id); }
+    bool isSearch(int id) const;
     /** The account of an open request. */
     std::optional<quint64> accountOf(int id) const;
 

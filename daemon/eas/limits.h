@@ -44,8 +44,12 @@ constexpr int HeaderFieldLength = 1024 * 1024;
 constexpr int Attachments = 1000;
 /** ... and characters of an attachment's name, and of its other properties. */
 constexpr int AttachmentNameLength = 1024;
-/** Results of one search. */
+/** Results in one answer to a search, */
 constexpr int SearchResults = 1000;
+/** ... in how many requests they are asked for, whatever they find, */
+constexpr int SearchRequests = 100;
+/** ... and messages that one search brings. */
+constexpr int SearchHits = 500;
 
 /** Redirects that are followed for one request. */
 constexpr int Redirects = 3;

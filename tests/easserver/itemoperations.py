@@ -57,7 +57,8 @@ def _fetch(call, request, parts):
         return _fetch_attachment(call, request, reference, parts)
     long_id = request.value("Search:LongId")
     if long_id is not None:
-        folder_id, _, text = long_id.rpartition("+")
+        plain = bytes.fromhex(long_id).decode() if call.options.opaque_long_ids else long_id
+        folder_id, _, text = plain.rpartition("+")
         identity = [Node("Search:LongId", long_id)]
     else:
         folder_id = request.value("AirSync:CollectionId", "")

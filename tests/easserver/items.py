@@ -28,6 +28,7 @@ class BodyWish:
         self.types = {}
         self.plain_stays_plain = manners and manners.plain_stays_plain
         self.no_truncation = manners and manners.no_truncation
+        self.no_mime = manners and manners.no_mime
         self.mime_support = 0
         self.mime_truncation = None
         if options is None:
@@ -48,7 +49,7 @@ class BodyWish:
         """The body type for a message, or None for no body."""
         if not self.types:
             return None
-        if MIME in self.types and (self.mime_support == 2 or self.mime_support == 1 and summary.secured):
+        if MIME in self.types and not self.no_mime and (self.mime_support == 2 or self.mime_support == 1 and summary.secured):
             return MIME
         native = HTML if summary.html is not None else PLAIN
         if native in self.types:

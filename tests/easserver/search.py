@@ -20,6 +20,8 @@ def search(call):
     if found is None:
         return _answer(BAD_REQUEST, [])
     first, last = _range(store.value("Search:Options/Search:Range", "0-99"))
+    if call.options.ignores_search_range:
+        first, last = 0, 99
     if first and first >= len(found):
         return _answer(END_OF_RANGE, [])
     shown = found[first:last + 1]
@@ -100,8 +102,11 @@ def _folders(user, wanted, deep):
 
 
 def _result(call, folder, item, wish):
+    long_id = f"{folder.id}+{item}"
+    if call.options.opaque_long_ids:
+        long_id = long_id.encode().hex()
     return Node("Search:Result", Node("AirSync:Class", "Email"),
-                Node("Search:LongId", f"{folder.id}+{item}"), Node("AirSync:CollectionId", folder.id),
+                Node("Search:LongId", long_id), Node("AirSync:CollectionId", folder.id),
                 Node("Search:Properties",
                      *items.properties(folder.items[item], folder, item, wish, call.new)))
 

@@ -77,6 +77,9 @@ class Options:
         self.max_folders = 200
         self.gzip = True
         self.client_id_memory = True
+        self.ignores_search_range = False
+        self.opaque_long_ids = False  # a search's ids tell nothing of folder and item
+        self.no_mime = False          # a message has no form but its text
         for name in LENIENT:
             setattr(self, name, False)
 
