@@ -3,9 +3,9 @@
 
 #include "daemon/attachmentdownload.h"
 #include "daemon/logging.h"
-#include "daemon/pushwatch.h"
 #include "daemon/mailboxsearch.h"
 #include "daemon/messagedownload.h"
+#include "daemon/pushwatch.h"
 #include "daemon/searcherrand.h"
 #include "daemon/syncrun.h"
 

@@ -47,8 +47,12 @@ BatchSize &batchSize()
 qint64 textSize(const QList<Eas::MailItem> &items)
 {
     qint64 size = 0;
-    for (const Eas::MailItem &item : items)
-        size += item.body && item.body->type != Eas::Mime ? item.body->data.size() : 0;
+    for (const Eas::MailItem &item : items) {
+        const QByteArray text =
+            item.body && item.body->type != Eas::Mime ? item.body->data : QByteArray();
+        // The store keeps neither, and lines end with LF alone.
+        size += text.size() - text.count('\r') - text.count('\0');
+    }
     return size;
 }
 

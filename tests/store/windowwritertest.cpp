@@ -80,6 +80,7 @@ private slots:
     void freshSynchronisationOfAnEmptiedFolderEmptiesIt();
     void freshSynchronisationIsNotEndedByAnUpload();
     void freshSynchronisationSparesWhatTheUserPutThere();
+    void aTextOfManyShortLinesIsWholeInTheStore();
     void stepsAreShort();
     void progressGrows();
     void randomWindowsMatchAPlainModel();
@@ -564,6 +565,19 @@ void WindowWriterTest::freshSynchronisationSparesWhatTheUserPutThere()
     QCOMPARE(m_account->messages(trash).size(), 2);
     QVERIFY(m_account->messages(trash).contains(moved));
     QVERIFY(m_account->messages(trash).contains(draft));
+}
+
+void WindowWriterTest::aTextOfManyShortLinesIsWholeInTheStore()
+{
+    const QByteArray text = QByteArray("a\r\n").repeated(5000);
+    Eas::SyncWindow window = Items::window(in, QStringLiteral("2"));
+    window.added = {item(QStringLiteral("1"), QStringLiteral("Lines"), text)};
+    QCOMPARE(m_account->write(window), 200);
+    const QMailMessageId id = m_account->messages().value(0);
+    QCOMPARE(QMailMessage(id).body().data().count(QLatin1Char('a')), 5000);
+    // What comes once more is known.
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(m_account->messages(), QMailMessageIdList({id}));
 }
 
 void WindowWriterTest::stepsAreShort()
