@@ -41,7 +41,8 @@ quint64 SyncInfoTable::packed(const SyncInfoNode &node)
 void SyncInfoTable::unpack(quint64 value, SyncInfoNode &node)
 {
     node.syncState = int(value >> 32);
-    node.progress = int(value & 0xffffffff);
+    // Also a damaged file must not make more of it than there is.
+    node.progress = int(qMin(value & 0xffffffff, quint64(1000)));
 }
 
 QString SyncInfoTable::defaultPath()

@@ -73,6 +73,10 @@ void AnswerParser::start(Tag tag)
         return;
     }
     m_begun = true;
+    if (++m_elements > Limits::Elements) {
+        fail(QStringLiteral("an answer of more than %1 elements").arg(Limits::Elements));
+        return;
+    }
     m_path.append(tag);
     m_text.clear();
     m_cut = false;

@@ -76,6 +76,7 @@ private:
     QString m_error;
     int m_errorCode = InvalidAnswer;
     int m_status = 0;
+    int m_elements = 0;
     qint64 m_held = 0;
     bool m_cut = false;
     bool m_begun = false;

@@ -23,6 +23,8 @@ constexpr qint64 ReadAhead = 256 * 1024;
 
 /** Elements inside one another. */
 constexpr int Nesting = 64;
+/** Elements of one answer: what is kept of an empty one, of a byte or two, takes some hundred. */
+constexpr int Elements = 1000 * 1000;
 /** Bytes of a text that is held in memory. */
 constexpr qint64 TextSize = 16 * 1024 * 1024;
 /** Bytes of a document's string table. */

@@ -46,6 +46,24 @@ void dropPartialCharacter(QByteArray *utf8)
     }
 }
 
+BodyType bodyTypeOf(const QByteArray &text)
+{
+    switch (text.trimmed().toInt()) {
+    case Html:
+        return Html;
+    case Mime:
+        return Mime;
+    default:
+        return PlainText;
+    }
+}
+
+/** What a server estimates is never more than could be fetched. */
+qint64 sizeOf(const QByteArray &text)
+{
+    return qBound(Q_INT64_C(0), text.trimmed().toLongLong(), Limits::DownloadSize);
+}
+
 QString shortText(const QByteArray &text)
 {
     return QString::fromUtf8(text).left(Limits::AttachmentNameLength);
@@ -177,7 +195,7 @@ void MailItemReader::readBody(Tag tag, const QByteArray &text, bool cut)
 {
     switch (tag) {
     case Base::Type:
-        m_body.type = BodyType(text.trimmed().toInt());
+        m_body.type = bodyTypeOf(text);
         break;
     case Base::Data:
         m_body.data = text;
@@ -190,7 +208,7 @@ void MailItemReader::readBody(Tag tag, const QByteArray &text, bool cut)
         m_body.truncated = m_body.truncated || isTrue(text);
         break;
     case Base::EstimatedDataSize:
-        m_body.estimatedSize = qMax(Q_INT64_C(0), text.trimmed().toLongLong());
+        m_body.estimatedSize = sizeOf(text);
         break;
     case Base::Preview:
         m_body.preview = shortText(text);
@@ -219,7 +237,7 @@ void MailItemReader::readAttachment(Tag tag, const QByteArray &text)
         m_attachment.contentType = shortText(text);
         break;
     case Base::EstimatedDataSize:
-        m_attachment.estimatedSize = qMax(Q_INT64_C(0), text.trimmed().toLongLong());
+        m_attachment.estimatedSize = sizeOf(text);
         break;
     case Base::Method:
         m_attachment.method = text.trimmed().toInt();

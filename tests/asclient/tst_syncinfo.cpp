@@ -85,6 +85,7 @@ private slots:
     void shunsADamagedHeader();
     void bearsNoise();
     void bearsNoiseBehindAGoodHeader();
+    void boundsADamagedProgress();
     void bearsTruncationWhileItReads();
     void bearsReplacementWhileItReads();
     void shunsWhatIsNoFile_data();
@@ -424,6 +425,20 @@ void TestSyncInfo::bearsNoiseBehindAGoodHeader()
     QVERIFY(holder.open(QFile::encodeName(path()), O_RDWR) && holder.lock());
     SyncInfoShmReader reader(path());
     QVERIFY(readsNothing(reader));
+}
+
+void TestSyncInfo::boundsADamagedProgress()
+{
+    QByteArray content = goodContent();
+    memset(content.data() + offsetof(SyncInfoTable, entries) + sizeof(quint64), 0xff,
+           sizeof(quint64));
+    put(content);
+    SyncInfoFile holder;
+    QVERIFY(holder.open(QFile::encodeName(path()), O_RDWR) && holder.lock());
+    SyncInfoShmReader reader(path());
+    SyncInfoNode node;
+    QVERIFY(reader.fill(node, 7));
+    QCOMPARE(node.progress, 1000);
 }
 
 void TestSyncInfo::bearsTruncationWhileItReads()

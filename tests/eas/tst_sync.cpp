@@ -55,6 +55,8 @@ private slots:
     void aFolderThatIsNotMentionedIsUnchanged();
     void severalFoldersInOneAnswer();
     void refusedChangesAreTold();
+    void numbersBeyondAllSenseAreBounded();
+    void countlessCollectionsAreRefused();
     void anItemThatCannotBeReadIsLeftOut();
     void oddValuesAreTakenAsAbsent();
     void aFolderStatus_data();
@@ -391,6 +393,37 @@ void TestSync::refusedChangesAreTold()
     QCOMPARE(window.refused,
              (QMap<QString, int> {{QStringLiteral("2"), 8}, {QStringLiteral("3"), 7}}));
     QCOMPARE(window.changed.size(), 1);
+}
+
+void TestSync::numbersBeyondAllSenseAreBounded()
+{
+    const QByteArray size = "<EstimatedDataSize>9223372036854775807</EstimatedDataSize>";
+    SyncWindow window;
+    answer(collection("<Commands>"
+                      + add("<Body xmlns=\"AirSyncBase:\"><Type>2147483647</Type>" + size
+                                + "</Body><Attachments xmlns=\"AirSyncBase:\"><Attachment>" + size
+                                + "</Attachment></Attachments>",
+                            "1")
+                      + "</Commands>"),
+           {requestFor(QStringLiteral("k1"))}, &window);
+    QCOMPARE(window.added.size(), 1);
+    const MailItem &item = window.added.first();
+    QCOMPARE(int(item.body->type), int(PlainText));
+    QCOMPARE(item.body->estimatedSize, Limits::DownloadSize);
+    QCOMPARE(item.attachments->first().estimatedSize, Limits::DownloadSize);
+}
+
+void TestSync::countlessCollectionsAreRefused()
+{
+    // One byte each, and each a window to keep.
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(200,
+                                                QByteArray::fromHex("03016a00455c")
+                                                    + QByteArray(Limits::Elements, '\x0f')
+                                                    + QByteArray::fromHex("0101")));
+    SyncCommand command(fixture.session.get(), {requestFor(QStringLiteral("k1"))});
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(InvalidAnswer));
 }
 
 void TestSync::anItemThatCannotBeReadIsLeftOut()
