@@ -2,6 +2,7 @@
 #include "daemon/store/contentwriter.h"
 
 #include "daemon/store/contentmark.h"
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/messagebuilder.h"
 #include "daemon/store/mimeguard.h"
 #include "daemon/store/serveruid.h"
@@ -218,7 +219,7 @@ Eas::Result ContentWriter::writePart(const QMailMessageId &id, const QString &lo
     QMailMessagePart *part = find(message, location);
     if (!part)
         return gone();
-    Message data(id);
+    Message data = currentMessage(id);
     if (placeFile(message, *part, path)) {
         message = QMailMessage(id);
         data.setStatus(contentState(message) | (data.status() & ~contentMask));

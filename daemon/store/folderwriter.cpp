@@ -2,12 +2,12 @@
 #include "daemon/store/folderwriter.h"
 
 #include "daemon/store/accountguard.h"
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/mailtext.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 
 #include <QElapsedTimer>
-#include <qmaildisconnected.h>
 #include <qmailstore.h>
 
 namespace Store {
@@ -268,14 +268,14 @@ Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
 /** Messages that the user moved here, which the server still has elsewhere, go back there. */
 Eas::Result FolderWriter::restoreVisitors(const FolderState &state)
 {
-    QMailStore *store = QMailStore::instance();
     const QMailMessageKey moved = QMailMessageKey::parentFolderId(state.folderId)
         & QMailMessageKey::previousParentFolderId(QMailFolderId(), QMailDataComparator::NotEqual);
-    for (const QMailMessageId &id : store->queryMessages(moved)) {
-        const QMailMessageMetaData message(id);
+    for (const QMailMessageMetaData &message : currentMessages(moved)) {
         const QString home = ServerUid::split(message.serverUid()).collectionId;
-        if (home != state.serverId && m_known.contains(home) && !m_doomed.contains(home))
-            QMailDisconnected::restoreToPreviousFolder(id);
+        const bool isVisitor =
+            home != state.serverId && m_known.contains(home) && !m_doomed.contains(home);
+        if (isVisitor && !putBack(message))
+            return storeFailure(QStringLiteral("cannot move a message back"));
     }
     return {};
 }

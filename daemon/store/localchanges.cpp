@@ -2,11 +2,11 @@
 #include "daemon/store/localchanges.h"
 
 #include "daemon/store/accountguard.h"
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 
-#include <qmaildisconnected.h>
 #include <qmailstore.h>
 
 #include <algorithm>
@@ -164,14 +164,17 @@ Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newSe
     result = removeDouble(uid, move.id);
     if (!result.ok())
         return result;
-    Message message(move.id);
     const std::optional<FolderState> destination = m_db.folder(m_account, move.destination);
-    message.setServerUid(uid);
-    if (!destination || message.parentFolderId() == destination->folderId)
-        QMailDisconnected::clearPreviousFolder(&message);
-    else
-        message.setPreviousParentFolderId(destination->folderId); // moved on meanwhile
-    if (!QMailStore::instance()->updateMessage(&message))
+    const QMailMessageKey movedOn = here
+        & QMailMessageKey::parentFolderId(destination ? destination->folderId : QMailFolderId(),
+                                          QMailDataComparator::NotEqual);
+    Message data;
+    data.setServerUid(uid);
+    if (destination && QMailStore::instance()->countMessages(movedOn) > 0)
+        data.setPreviousParentFolderId(destination->folderId);
+    // Nothing else is written: the user may be doing more with the message right now.
+    if (!QMailStore::instance()->updateMessagesMetaData(
+            here, QMailMessageKey::ServerUid | QMailMessageKey::PreviousParentFolderId, data))
         return storeFailure(QStringLiteral("cannot mark a message as moved"));
     return {};
 }
@@ -237,12 +240,13 @@ Eas::Result LocalChanges::dropMessage(const QMailMessageId &id)
 
 Eas::Result LocalChanges::revertMove(const Move &move)
 {
-    const Message message(move.id);
+    const Message message = currentMessage(move.id);
     const std::optional<FolderState> destination = m_db.folder(message.parentFolderId());
     // Moved on meanwhile, that is another move.
-    if (message.id().isValid() && destination && destination->serverId == move.destination)
-        QMailDisconnected::restoreToPreviousFolder(move.id);
-    return {};
+    if (!message.id().isValid() || !destination || destination->serverId != move.destination)
+        return {};
+    return putBack(message) ? Eas::Result()
+                            : storeFailure(QStringLiteral("cannot move a message back"));
 }
 
 } // namespace Store

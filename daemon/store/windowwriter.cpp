@@ -6,6 +6,7 @@
 #include "daemon/store/batchsize.h"
 #include "daemon/store/contentcheck.h"
 #include "daemon/store/contentmark.h"
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/fingerprint.h"
 #include "daemon/store/folderflags.h"
 #include "daemon/store/foundmark.h"
@@ -288,7 +289,7 @@ bool WindowWriter::wasDeleted(const QString &uid, Messages *present) const
     const QMailMessageId id = m_present.value(uid);
     if (!id.isValid())
         return m_deleted.contains(uid);
-    const QMailMessageMetaData message(id);
+    const QMailMessageMetaData message = currentMessage(id);
     if (!message.id().isValid())
         return true; // since this window began
     present->insert(uid, message);
@@ -313,7 +314,7 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         m_unconfirmed.remove(mark, match);
         if (isSame || !match.isValid() || m_confirmed.contains(match))
             continue;
-        QMailMessageMetaData message(match);
+        QMailMessageMetaData message = currentMessage(match);
         for (const QMailMessageMetaData &other : qAsConst(renamed)) {
             if (other.id() == match)
                 message = other;
@@ -385,7 +386,8 @@ Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
 Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMetaData>> &items)
 {
     std::vector<QMailMessage> contents;
-    QList<QMailMessageMetaData> flags;
+    QMap<QPair<quint64, bool>, QMailMessageIdList> flags;
+    QList<QMailMessageMetaData> found;
     QList<Eas::MailItem> changed;
     for (const auto &[item, before] : items) {
         changed.append(item);
@@ -401,9 +403,18 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         }
         QMailMessageMetaData after = before;
         MessageBuilder::updateFlags(&after, item);
-        FoundMark::clear(&after);
-        if (after.status() != before.status() || FoundMark::isSet(before))
-            flags.append(after);
+        const quint64 different = after.status() ^ before.status();
+        if (different || FoundMark::isSet(before))
+            m_updated.append(before.id());
+        if (FoundMark::isSet(before)) {
+            FoundMark::clear(&after);
+            found.append(after);
+            continue;
+        }
+        if (different & after.status())
+            flags[{different & after.status(), true}].append(before.id());
+        if (different & before.status())
+            flags[{different & before.status(), false}].append(before.id());
     }
     const Eas::Result room = contents.empty() ? Eas::Result() : checkRoom(textSize(changed));
     if (!room.ok())
@@ -412,11 +423,21 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         FoundMark::clear(&message);
         m_updated.append(message.id());
     }
-    for (const QMailMessageMetaData &message : qAsConst(flags))
-        m_updated.append(message.id());
     if (!contents.empty() && !QMailStore::instance()->updateMessages(pointers(contents)))
         return storeFailure(QStringLiteral("cannot update messages"));
-    return store(flags);
+    const Eas::Result result = storeFlags(flags);
+    return result.ok() ? store(found) : result;
+}
+
+/** Writes the flags alone: the user may be doing more with the messages right now. */
+Eas::Result WindowWriter::storeFlags(const QMap<QPair<quint64, bool>, QMailMessageIdList> &flags)
+{
+    for (auto it = flags.cbegin(); it != flags.cend(); ++it) {
+        if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(it.value()),
+                                                            it.key().first, it.key().second))
+            return storeFailure(QStringLiteral("cannot update messages"));
+    }
+    return {};
 }
 
 Eas::Result WindowWriter::removeItems()

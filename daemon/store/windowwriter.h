@@ -63,6 +63,7 @@ private:
     Eas::Result add(const QList<Eas::MailItem> &items);
     Eas::Result update(const QList<QPair<Eas::MailItem, QMailMessageMetaData>> &items);
     Eas::Result store(QList<QMailMessageMetaData> &messages);
+    Eas::Result storeFlags(const QMap<QPair<quint64, bool>, QMailMessageIdList> &flags);
     Eas::Result removeItems();
     Eas::Result saveKey();
     Eas::Result sweep();

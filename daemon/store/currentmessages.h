@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_CURRENTMESSAGES_H
+#define STORE_CURRENTMESSAGES_H
+
+#include <qmailmessage.h>
+#include <qmailmessagekey.h>
+
+namespace Store {
+
+/**
+ * The messages as the store's database has them now.
+ *
+ * What QMailMessageMetaData(id) gives may be older: the store keeps what it has read, and hears of
+ * another process's changes only later, by the bus. Whoever writes back what it got there undoes
+ * what the user has done meanwhile.
+ */
+QMailMessageMetaDataList currentMessages(const QMailMessageKey &key);
+
+/** The one message; an invalid one where there is none. */
+QMailMessageMetaData currentMessage(const QMailMessageId &id);
+
+/** Undoes a move that the server does not know of; false when the store fails. */
+bool putBack(const QMailMessageMetaData &message);
+
+} // namespace Store
+
+#endif
