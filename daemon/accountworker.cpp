@@ -82,6 +82,8 @@ void AccountWorker::connectServer()
 /** Begins or ends the watch for news, as the account wants it. */
 void AccountWorker::connectPush()
 {
+    if (m_push && !m_context.record.pushEnabled)
+        qCInfo(lcDaemon) << "account" << m_context.id() << "is not watched any more";
     m_push.reset();
     if (!m_context.record.pushEnabled)
         return;

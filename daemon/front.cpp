@@ -2,11 +2,13 @@
 #include "daemon/front.h"
 
 #include "asclient/asdbusinterface.h"
+#include "asclient/syncinfotable.h"
 #include "daemon/asdbusadaptor.h"
 #include "daemon/eas/result.h"
 #include "daemon/logging.h"
 
 #include <QDBusConnectionInterface>
+#include <QFileInfo>
 
 namespace Daemon {
 
@@ -43,11 +45,22 @@ QString Front::start(const QDBusConnection &connection)
                          QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     if (!m_connection.registerService(service))
         return service + QStringLiteral(" is already served on this bus");
+    // A daemon that ended in order has taken its state away.
+    const bool diedBefore = QFileInfo::exists(SyncInfoTable::defaultPath());
     // Made only now: the state of a running instance must not be touched by a second one.
     m_state = std::make_unique<SyncInfoShmWriter>();
     if (!m_state->isOpen())
         return QStringLiteral("cannot publish the state: ") + m_state->errorString();
+    if (diedBefore)
+        endSyncsOfTheDead();
     return QString();
+}
+
+/** Who still shows a synchronisation of the daemon that died would show it for ever. */
+void Front::endSyncsOfTheDead()
+{
+    for (const quint64 accountId : qAsConst(m_accounts))
+        broadcast(QStringLiteral("syncCompleted"), {accountId});
 }
 
 void Front::accept(const Request &request, const QDBusMessage &call)

@@ -43,6 +43,9 @@ public:
      */
     QString start(const QDBusConnection &connection);
 
+    /** The id after which requests are counted; before start(). */
+    void setLastRequestId(int id) { m_table.setLastId(id); }
+
     /** Answers `call` with a request id or -1, now or within CheckTimeoutMs. */
     void accept(const Request &request, const QDBusMessage &call);
     void abortRequest(int id, int code);
@@ -91,6 +94,7 @@ private:
 
     void answer(const Check &check, bool acceptable);
     void complete(int id, int code);
+    void endSyncsOfTheDead();
     void broadcast(const QString &signal, const QVariantList &arguments);
     void armTimer();
     void flush();

@@ -9,10 +9,13 @@
 
 #include <cstdio>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDBusConnectionInterface>
 #include <qmailstore.h>
 #include <QThread>
 #include <QTimer>
+
+#include <limits>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -82,6 +85,10 @@ int serve(const QDBusConnection &bus)
 
     QThread thread;
     auto *front = new Daemon::Front(Daemon::systemClock());
+    // Not from 1 in each run: a message server that outlives a daemon would take the end of a new
+    // request for that of one which the dead daemon had given the same id.
+    front->setLastRequestId(
+        int(QDateTime::currentSecsSinceEpoch() % std::numeric_limits<int>::max()));
     auto *watcher = new Daemon::SignalWatcher(front);
     front->setAccounts(engine.accounts());
     connectHalves(&engine, front);

@@ -58,10 +58,6 @@ void HttpCall::send()
     QIODevice *body = newBody().release();
     m_reply = m_channel->m_manager.sendCustomRequest(request, m_request.method, body);
     body->setParent(m_reply);
-    // Not at once: Qt forgets a bound that is set before it has begun with the request, which it
-    // does from the event loop.
-    QTimer::singleShot(0, m_reply,
-                       [reply = m_reply] { reply->setReadBufferSize(Limits::ReadAhead); });
     connect(m_reply, &QNetworkReply::uploadProgress, this, &HttpCall::contentSent);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &HttpCall::readHeader);
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpCall::readBody);
@@ -121,13 +117,21 @@ void HttpCall::readHeader()
     if (status != 200) {
         return;
     }
+    bool known = false;
+    m_length = m_answer.header("Content-Length").toLongLong(&known);
+    if (!known) {
+        m_length = -1;
+    }
+    // Only now, as Qt forgets a bound that is set before it has begun with the request; and not for
+    // a short answer, whose end Qt may tell before its content when the bound comes in between.
+    if (m_length < 0 || m_length > Limits::ReadAhead) {
+        m_reply->setReadBufferSize(Limits::ReadAhead);
+    }
     const QByteArray encoding = m_answer.header("Content-Encoding").trimmed().toLower();
     if (encoding == "gzip" || encoding == "x-gzip") {
         m_decoder.reset(new GzipDecoder);
     } else {
-        bool known = false;
-        const qint64 length = m_answer.header("Content-Length").toLongLong(&known);
-        m_total = known ? length : -1;
+        m_total = m_length;
     }
     emit accepted(m_answer);
 }
@@ -232,6 +236,7 @@ bool HttpCall::followRedirect()
     m_url = bare;
     m_headerRead = false;
     m_packed = 0;
+    m_length = -1;
     m_answer = {};
     drop();
     m_channel->setUrl(bare);
@@ -259,6 +264,12 @@ Result HttpCall::resultOfReply()
     }
     if (m_reply->error() != QNetworkReply::NoError || m_answer.status == 0) {
         return transportResult();
+    }
+    if (m_length > m_packed) {
+        return {NoConnection,
+                QStringLiteral("only %1 of the answer's %2 bytes have come")
+                    .arg(m_packed)
+                    .arg(m_length)};
     }
     if (m_decoder && !m_decoder->isComplete() && m_packed > 0) {
         return {NoConnection, QStringLiteral("the packed answer was cut")};

@@ -112,7 +112,8 @@ private:
     /** What was wrong with the content, where something was. */
     Result m_contentResult;
     qint64 m_received = 0;
-    qint64 m_packed = 0;
+    qint64 m_packed = 0;  ///< bytes that have come
+    qint64 m_length = -1; ///< bytes that are to come, -1 where the server does not say
     qint64 m_total = -1;
     int m_redirects = 0;
     bool m_headerRead = false;

@@ -32,6 +32,8 @@ private slots:
     void sigtermCancelsWhatRunsAndClearsTheState();
     void sigtermEndsItWhileTheStoreIsLocked();
     void itCanStartAgainAfterAKill();
+    void aNewDaemonEndsTheSynchronisationsOfADeadOne();
+    void aNewDaemonDoesNotRepeatTheIdsOfADeadOne();
     void killedAtAnyInstantNothingIsLostOrDoubled();
     void noCoreIsDumped();
     void itsFilesAreTheUsersOwn();
@@ -211,6 +213,39 @@ void TestAsDaemonLife::itCanStartAgainAfterAKill()
     world().listener.clear();
     QVERIFY(world().daemon.start());
     QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonLife::aNewDaemonEndsTheSynchronisationsOfADeadOne()
+{
+    QVERIFY(world().daemon.start());
+    world().server.fault(slow(30, "Sync"));
+    world().sync();
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    world().daemon.kill();
+    QCOMPARE(world().listener.count(QStringLiteral("syncCompleted")), 0);
+    QVERIFY(world().daemon.start());
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    // One that ended in order leaves nothing to end.
+    QCOMPARE(world().endDaemon(), 0);
+    QVERIFY(world().daemon.start());
+    world().server.clearFaults();
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 2);
+}
+
+void TestAsDaemonLife::aNewDaemonDoesNotRepeatTheIdsOfADeadOne()
+{
+    QVERIFY(world().daemon.start());
+    const int first = world().sync();
+    QVERIFY(first > 0);
+    QCOMPARE(world().codeOf(first), 200);
+    // Ids follow the seconds of the day, so that a run ends below the next one's first.
+    QTest::qWait(1100);
+    world().daemon.kill();
+    QVERIFY(world().daemon.start());
+    const int second = world().sync();
+    QVERIFY2(second > first, qPrintable(QStringLiteral("%1 after %2").arg(second).arg(first)));
+    QCOMPARE(world().codeOf(second), 200);
 }
 
 void TestAsDaemonLife::killedAtAnyInstantNothingIsLostOrDoubled()
