@@ -2,7 +2,9 @@
 #include "daemon/attachmentdownload.h"
 
 #include "daemon/eas/fetchattachmentcommand.h"
+#include "daemon/eas/fetchmessagecommand.h"
 #include "daemon/messagedownload.h"
+#include "daemon/store/foundmark.h"
 #include "daemon/storecall.h"
 
 namespace Daemon {
@@ -89,6 +91,10 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
         retryOrFail(result, [this] { ask(); });
         return;
     }
+    if (result.code == Eas::NotFound && !m_isReferenceNew) {
+        askForReference();
+        return;
+    }
     if (result.ok())
         result = m_file->finish();
     if (!result.ok()) {
@@ -101,6 +107,39 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
                                               m_message, m_location, m_file->path());
                                       }),
           [this] { end(); });
+}
+
+/** The message may have moved since its references came. */
+void AttachmentDownload::askForReference()
+{
+    m_isReferenceNew = true;
+    Eas::ItemLocator locator;
+    locator.collectionId = m_source.collectionId;
+    locator.serverId = m_source.serverId;
+    locator.longId = Store::FoundMark::longIdInsteadOf(m_source.serverId);
+    m_nothing.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    auto *command = new Eas::FetchMessageCommand(m_context.session, locator, &m_nothing);
+    Eas::BodyPreference preference;
+    preference.type = Eas::Html;
+    preference.truncation = 0;
+    command->setBodyPreference(preference);
+    start(command, [this, command] { onReference(*command); });
+}
+
+void AttachmentDownload::onReference(const Eas::FetchMessageCommand &command)
+{
+    if (!command.result().ok()) {
+        emit finished(command.result(), false);
+        return;
+    }
+    const QString reference = Store::ContentWriter::matchingReference(
+        m_message, m_location, command.item().attachments.value_or(QList<Eas::Attachment>()));
+    if (reference.isEmpty() || reference == m_source.fileReference) {
+        emit finished({Eas::NotFound, QStringLiteral("the attachment is gone")}, false);
+        return;
+    }
+    m_source.fileReference = reference;
+    ask();
 }
 
 void AttachmentDownload::end()

@@ -7,9 +7,12 @@
 #include "daemon/store/contentwriter.h"
 #include "daemon/syncstep.h"
 
+#include <QBuffer>
+
 namespace Eas {
 class FetchAttachmentCommand;
-}
+class FetchMessageCommand;
+} // namespace Eas
 
 namespace Daemon {
 
@@ -38,6 +41,8 @@ private:
     void onReceived(qint64 received, qint64 total);
     void onWritten(qint64 bytes);
     void onAnswer(const Eas::FetchAttachmentCommand &command);
+    void askForReference();
+    void onReference(const Eas::FetchMessageCommand &command);
     void end();
 
     const QMailMessageId m_message;
@@ -45,6 +50,8 @@ private:
     Store::PartSource m_source;
     std::unique_ptr<DownloadFile> m_file;
     ProgressSocket m_progress;
+    QBuffer m_nothing; ///< takes the text that comes with a new reference
+    bool m_isReferenceNew = false;
     bool m_isLengthKnown = false;
 };
 

@@ -4,6 +4,7 @@
 #include "daemon/eas/fetchmessagecommand.h"
 #include "daemon/store/contentmark.h"
 #include "daemon/store/contentwriter.h"
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/storecall.h"
@@ -42,7 +43,7 @@ MessageDownload::MessageDownload(const AccountContext &context, const QMailMessa
 
 void MessageDownload::proceed()
 {
-    const QMailMessageMetaData message(m_message);
+    const QMailMessageMetaData message = Store::currentMessage(m_message);
     if (isWhole(message)) {
         finishLater({});
     } else if (locatorOf(message).serverId.isEmpty()) {
@@ -63,7 +64,7 @@ void MessageDownload::ask()
         finishLater(opened, true);
         return;
     }
-    const QMailMessageMetaData message(m_message);
+    const QMailMessageMetaData message = Store::currentMessage(m_message);
     const qint64 size = message.size();
     auto *command =
         new Eas::FetchMessageCommand(m_context.session, locatorOf(message), m_file->device());

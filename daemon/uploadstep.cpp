@@ -6,6 +6,7 @@
 #include "daemon/eas/synccommand.h"
 #include "daemon/foldersync.h"
 #include "daemon/logging.h"
+#include "daemon/store/foundmark.h"
 #include "daemon/store/windowwriter.h"
 
 namespace Daemon {
@@ -130,7 +131,9 @@ void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLoc
     Eas::Result result;
     for (const Store::FlagChange &flags : changes.flags) {
         const int status = window.refused.value(flags.serverId, FolderSync::StatusOk);
-        if (status == FolderSync::StatusOk)
+        // What a search brought may lie outside of what the server synchronises: it is not gone.
+        const bool isFound = Store::FoundMark::isSet(QMailMessageMetaData(flags.id));
+        if (status == FolderSync::StatusOk || (status == ObjectNotFound && isFound))
             taken.append(flags);
         else if (status == ObjectNotFound && result.ok())
             result = m_changes.dropMessage(flags.id);

@@ -108,11 +108,12 @@ Result FetchMessageCommand::evaluate()
             return result;
         }
     }
+    m_item = m_parser->reader.item();
     // Some servers have no status for it: what is gone then has no body, though one was asked for.
-    if (!m_parser->hasBody) {
+    // What is there has one, if without data.
+    if (!m_parser->hasBody && !m_item.body) {
         return {NotFound, QStringLiteral("the message is gone")};
     }
-    m_item = m_parser->reader.item();
     m_item.serverId = m_locator.serverId;
     m_written = m_parser->written;
     return {};

@@ -3,6 +3,7 @@
 
 #include "daemon/store/contentmark.h"
 #include "daemon/store/currentmessages.h"
+#include "daemon/store/mailtext.h"
 #include "daemon/store/messagebuilder.h"
 #include "daemon/store/mimeguard.h"
 #include "daemon/store/serveruid.h"
@@ -207,6 +208,30 @@ Eas::Result ContentWriter::partSource(const QMailMessageId &id, const QString &l
     // Of a text, only the beginning may be here.
     if (source->fileReference.isEmpty() && ContentMark::read(message).truncated)
         source->available = false;
+    return {};
+}
+
+QString ContentWriter::matchingReference(const QMailMessageId &id, const QString &location,
+                                         const QList<Eas::Attachment> &attachments)
+{
+    QMailMessage message(id);
+    const QMailMessagePart *wanted = find(message, location);
+    if (!wanted)
+        return {};
+    // Of several with one name, the order tells.
+    int before = 0;
+    bool isPassed = false;
+    message.foreachPart([&](const QMailMessagePart &part) {
+        isPassed = isPassed || &part == wanted;
+        const bool isAlike = !MessageBuilder::fileReference(part).isEmpty()
+            && part.displayName() == wanted->displayName();
+        before += isAlike && !isPassed ? 1 : 0;
+        return true;
+    });
+    for (const Eas::Attachment &attachment : attachments) {
+        if (MailText::fileName(attachment.displayName) == wanted->displayName() && before-- == 0)
+            return attachment.fileReference;
+    }
     return {};
 }
 

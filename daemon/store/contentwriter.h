@@ -36,6 +36,13 @@ Eas::Result replaceText(const QMailMessageId &id, const Eas::MailItem &item);
 Eas::Result partSource(const QMailMessageId &id, const QString &location, PartSource *source);
 
 /**
+ * Where the server keeps the part's content by the list of attachments that it has now; empty where
+ * the list has no such part. Servers change the references of messages that move.
+ */
+QString matchingReference(const QMailMessageId &id, const QString &location,
+                          const QList<Eas::Attachment> &attachments);
+
+/**
  * Gives the part the file's bytes as its content, and takes the file over.
  *
  * Memory does not grow with the file if it lies on the mail store's file system, which

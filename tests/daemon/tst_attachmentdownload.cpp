@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <qmaildisconnected.h>
 #include <qmailstore.h>
 #include <QTest>
 #include <sys/socket.h>
@@ -128,6 +129,7 @@ private slots:
     void aPartOfADownloadedMessageIsASuccessAtOnce();
     void theRestOfATextComesWithTheMessage();
     void aPartThatDoesNotExistIsNotFound();
+    void anAttachmentOfAMessageThatMovedIsFound();
     void anAttachmentThatIsGoneIsNotFound_data();
     void anAttachmentThatIsGoneIsNotFound();
     void aBrokenDownloadLeavesTheMessageAndCanBeRepeated_data();
@@ -336,6 +338,26 @@ void TestAttachmentDownload::aPartThatDoesNotExistIsNotFound()
         QCOMPARE(world().codeOf(world().downloadPart(id, QString::fromLatin1(location))), 404);
     QCOMPARE(world().server.requestCount("ItemOperations"), 0);
     QVERIFY(isUntouched(id));
+}
+
+void TestAttachmentDownload::anAttachmentOfAMessageThatMovedIsFound()
+{
+    // Servers change what they call an attachment when its message moves.
+    const SourcePart first = DownloadWorld::attachment("same.bin", 3000);
+    const SourcePart second = DownloadWorld::attachment("same.bin", 4000);
+    const QMailMessageId id = bring({first, second});
+    QMailMessageMetaData message(id);
+    QMailDisconnected::moveToFolder(
+        {id}, QMailAccount(world().account).standardFolder(QMailFolder::TrashFolder));
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_VERIFY(QMailMessageMetaData(id).serverUid() != message.serverUid());
+    for (const bool isLenient : {false, true}) {
+        world().server.control("options", {{QStringLiteral("missing_is_fine"), isLenient}});
+        const QString location = QString::number(isLenient ? 2 : 3);
+        QCOMPARE(world().codeOf(world().downloadPart(id, location)), 200);
+        QTRY_COMPARE(DownloadWorld::content(id, location),
+                     isLenient ? first.content : second.content);
+    }
 }
 
 void TestAttachmentDownload::anAttachmentThatIsGoneIsNotFound_data()

@@ -38,6 +38,7 @@ private slots:
     void aSynchronisationThatShowsAnAddedMessageTakesItOver();
     void whatHasGoneVanishesWithAFullSynchronisation();
     void whatTheUserDeletedDoesNotComeBack();
+    void whatTheServerDoesNotSynchroniseIsNotDropped();
     void anOpaqueIdIsMatchedWithTheStore();
     void aMessageWithAnOpaqueIdIsReadAndLaterRecognised();
     void aSearchThatIsTooComplexIsTriedFolderByFolder();
@@ -144,6 +145,7 @@ void TestMailboxSearch::whatIsFoundIsToldBeforeTheCompletion()
 {
     deliver(QStringLiteral("needle"), 1);
     QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
     world().listener.clear();
     QCOMPARE(find(QStringLiteral("needle")), 200);
     const QStringList broadcasts = world().listener.broadcasts();
@@ -397,6 +399,24 @@ void TestMailboxSearch::whatTheUserDeletedDoesNotComeBack()
     QCOMPARE(find(QStringLiteral("needle")), 200);
     QVERIFY(m_found.messageIds.isEmpty());
     QCOMPARE(world().messageCount(), 0);
+}
+
+void TestMailboxSearch::whatTheServerDoesNotSynchroniseIsNotDropped()
+{
+    deliver(QStringLiteral("needle"), 90);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(find(QStringLiteral("needle")), 200);
+    const QMailMessageId id(m_found.messageIds.value(0));
+    QMailMessageMetaData message(id);
+    message.setStatus(QMailMessage::Important, true);
+    QVERIFY(QMailStore::instance()->updateMessage(&message));
+    QJsonObject unknown = world().faultOf("item_status", "Sync");
+    unknown[QStringLiteral("status")] = 8;
+    world().server.fault(unknown);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 1);
+    QTRY_VERIFY(QMailMessageMetaData(id).status() & QMailMessage::ImportantElsewhere);
+    QVERIFY(QMailMessageMetaData(id).status() & QMailMessage::Important);
 }
 
 void TestMailboxSearch::anOpaqueIdIsMatchedWithTheStore()
