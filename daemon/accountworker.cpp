@@ -4,6 +4,7 @@
 #include "daemon/attachmentdownload.h"
 #include "daemon/logging.h"
 #include "daemon/mailboxsearch.h"
+#include "daemon/mailsending.h"
 #include "daemon/messagedownload.h"
 #include "daemon/pushwatch.h"
 #include "daemon/searcherrand.h"
@@ -51,6 +52,7 @@ AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStat
     m_context.db = &db;
     connectServer();
     connectPush();
+    recoverOutbox();
 }
 
 AccountWorker::~AccountWorker()
@@ -140,12 +142,9 @@ void AccountWorker::accept(const Request &request)
         if (operation->join(request))
             return;
     }
-    if (Operation *operation = operationFor(request)) {
-        enqueue(operation);
-        return;
-    }
-    qCWarning(lcDaemon) << "account" << m_context.id() << "cannot do this kind of request yet";
-    emit requestFinished(request.id, Eas::ServerFailed);
+    if (isSynchronisation(request.kind))
+        recoverOutbox();
+    enqueue(operationFor(request));
 }
 
 Operation *AccountWorker::operationFor(const Request &request)
@@ -173,7 +172,20 @@ Operation *AccountWorker::operationFor(const Request &request)
     case RequestKind::SendMail:
         break;
     }
-    return nullptr;
+    auto *sending = new MailSending(m_context, message, this);
+    sending->join(request);
+    return sending;
+}
+
+void AccountWorker::recoverOutbox()
+{
+    QSet<QMailMessageId> busy;
+    const QList<Operation *> all = operations();
+    for (Operation *operation : all) {
+        if (const auto *sending = qobject_cast<MailSending *>(operation))
+            busy.insert(sending->messageId());
+    }
+    Store::Outbox(*m_context.db, m_context.record).recover(busy);
 }
 
 void AccountWorker::enqueue(Operation *operation)

@@ -53,8 +53,10 @@ private:
     void syncForPush(const QStringList &folders);
     void resumePush(const Eas::Result &result);
     void keepSessionState();
-    /** What does the request; nothing for a kind that cannot be done. */
+    /** What does the request. */
     Operation *operationFor(const Request &request);
+    /** Looks after messages whose sending was interrupted. */
+    void recoverOutbox();
     void enqueue(Operation *operation);
     void next();
     void run(Operation *operation);

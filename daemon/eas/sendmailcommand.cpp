@@ -28,9 +28,15 @@ SendMailCommand::SendMailCommand(Session *session, const OutgoingMail &mail)
 {
 }
 
+/** An older server cannot be told to leave the original out. */
+OutgoingMail::Kind SendMailCommand::kind() const
+{
+    return m_mail.replaceMime && !isWbxml() ? OutgoingMail::Plain : m_mail.kind;
+}
+
 QByteArray SendMailCommand::name() const
 {
-    switch (m_mail.kind) {
+    switch (kind()) {
     case OutgoingMail::Reply:
         return QByteArrayLiteral("SmartReply");
     case OutgoingMail::Forward:
@@ -43,7 +49,7 @@ QByteArray SendMailCommand::name() const
 
 Tag SendMailCommand::rootTag() const
 {
-    switch (m_mail.kind) {
+    switch (kind()) {
     case OutgoingMail::Reply:
         return C::SmartReply;
     case OutgoingMail::Forward:
@@ -84,7 +90,7 @@ std::unique_ptr<QIODevice> SendMailCommand::streamedBody()
     writer.startDocument();
     writer.startElement(rootTag());
     writer.element(C::ClientId, m_mail.clientId);
-    if (m_mail.kind != OutgoingMail::Plain) {
+    if (kind() != OutgoingMail::Plain) {
         writer.startElement(C::Source);
         if (m_mail.original.longId.isEmpty()) {
             writer.element(C::FolderId, m_mail.original.collectionId);
@@ -97,7 +103,7 @@ std::unique_ptr<QIODevice> SendMailCommand::streamedBody()
     if (m_mail.saveInSentItems) {
         writer.emptyElement(C::SaveInSentItems);
     }
-    if (m_mail.replaceMime && m_mail.kind != OutgoingMail::Plain) {
+    if (m_mail.replaceMime && kind() != OutgoingMail::Plain) {
         writer.emptyElement(C::ReplaceMime);
     }
     writer.startElement(C::MIME);
@@ -121,7 +127,7 @@ QList<QPair<QString, QString>> SendMailCommand::query() const
     if (isWbxml()) {
         return items;
     }
-    if (m_mail.kind != OutgoingMail::Plain) {
+    if (kind() != OutgoingMail::Plain) {
         if (m_mail.original.longId.isEmpty()) {
             items.append({QStringLiteral("CollectionId"), m_mail.original.collectionId});
             items.append({QStringLiteral("ItemId"), m_mail.original.serverId});

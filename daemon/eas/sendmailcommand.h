@@ -25,7 +25,7 @@ struct OutgoingMail
     Kind kind = Plain;
     /** Of a reply or forward: the message it is about, which the server adds to it ... */
     ItemLocator original;
-    /** ... unless the message says all itself (14.x). */
+    /** ... unless the message says all itself; before 14.0 it then goes as a plain one. */
     bool replaceMime = false;
 };
 
@@ -60,6 +60,7 @@ private:
     class Parser;
 
     bool isWbxml() const;
+    OutgoingMail::Kind kind() const;
     Tag rootTag() const;
 
     const OutgoingMail m_mail;

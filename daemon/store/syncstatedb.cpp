@@ -40,7 +40,24 @@ const char *const tables[] = {
     "message),"
     " FOREIGN KEY (account, server_id) REFERENCES folder(account, server_id)"
     " ON DELETE CASCADE ON UPDATE CASCADE) WITHOUT ROWID",
+    "CREATE TABLE IF NOT EXISTS outgoing (account INTEGER NOT NULL REFERENCES account(id)"
+    " ON DELETE CASCADE, client_id TEXT NOT NULL, message INTEGER NOT NULL, rfc_id BLOB NOT NULL,"
+    " created INTEGER NOT NULL, state INTEGER NOT NULL, PRIMARY KEY (account, client_id))",
 };
+
+const QString outgoingColumns =
+    QStringLiteral("SELECT client_id, message, rfc_id, created, state FROM outgoing ");
+
+Outgoing outgoingFrom(const QSqlQuery &query)
+{
+    Outgoing outgoing;
+    outgoing.clientId = query.value(0).toString();
+    outgoing.messageId = QMailMessageId(query.value(1).toULongLong());
+    outgoing.rfcId = query.value(2).toByteArray();
+    outgoing.created = query.value(3).toLongLong();
+    outgoing.state = Outgoing::State(query.value(4).toInt());
+    return outgoing;
+}
 
 const QString folderColumns = QStringLiteral(
     "SELECT server_id, folder, parent_id, type, sync_key, filter, reconciling FROM folder ");
@@ -524,6 +541,72 @@ QList<Unconfirmed> SyncStateDb::unconfirmed(const QMailAccountId &account,
                 {QMailMessageId(query.value(0).toULongLong()), query.value(1).toByteArray()});
     }
     return found;
+}
+
+std::optional<Outgoing> SyncStateDb::outgoing(const QMailAccountId &account,
+                                              const QString &clientId) const
+{
+    QSqlQuery query(m_database);
+    query.prepare(outgoingColumns + QStringLiteral("WHERE account = ? AND client_id = ?"));
+    query.addBindValue(number(account));
+    query.addBindValue(clientId);
+    if (run(query).ok() && query.next())
+        return outgoingFrom(query);
+    return std::nullopt;
+}
+
+std::optional<Outgoing> SyncStateDb::outgoing(const QMailAccountId &account,
+                                              const QMailMessageId &messageId) const
+{
+    QSqlQuery query(m_database);
+    query.prepare(outgoingColumns + QStringLiteral("WHERE account = ? AND message = ?"));
+    query.addBindValue(number(account));
+    query.addBindValue(qint64(messageId.toULongLong()));
+    if (run(query).ok() && query.next())
+        return outgoingFrom(query);
+    return std::nullopt;
+}
+
+QList<Outgoing> SyncStateDb::outgoing(const QMailAccountId &account) const
+{
+    QList<Outgoing> found;
+    QSqlQuery query(m_database);
+    query.prepare(outgoingColumns + QStringLiteral("WHERE account = ?"));
+    query.addBindValue(number(account));
+    if (run(query).ok()) {
+        while (query.next())
+            found.append(outgoingFrom(query));
+    }
+    return found;
+}
+
+Eas::Result SyncStateDb::saveOutgoing(const QMailAccountId &account, const Outgoing &outgoing)
+{
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral(
+        "INSERT INTO outgoing (message, rfc_id, created, state, client_id, account)"
+        " SELECT ?, ?, ?, ?, ?, id FROM account WHERE id = ?"
+        " ON CONFLICT (account, client_id) DO UPDATE SET message = excluded.message,"
+        " rfc_id = excluded.rfc_id, created = excluded.created, state = excluded.state"));
+    query.addBindValue(qint64(outgoing.messageId.toULongLong()));
+    query.addBindValue(outgoing.rfcId);
+    query.addBindValue(outgoing.created);
+    query.addBindValue(int(outgoing.state));
+    query.addBindValue(outgoing.clientId);
+    query.addBindValue(number(account));
+    const Eas::Result result = run(query);
+    if (result.ok() && query.numRowsAffected() == 0)
+        return {Eas::Cancelled, QStringLiteral("the account was removed")};
+    return result;
+}
+
+Eas::Result SyncStateDb::removeOutgoing(const QMailAccountId &account, const QString &clientId)
+{
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("DELETE FROM outgoing WHERE account = ? AND client_id = ?"));
+    query.addBindValue(number(account));
+    query.addBindValue(clientId);
+    return run(query);
 }
 
 } // namespace Store

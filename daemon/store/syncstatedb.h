@@ -45,6 +45,23 @@ struct Unconfirmed
     QByteArray fingerprint;
 };
 
+/** What is remembered of a message that was to be sent from here. */
+struct Outgoing
+{
+    /** How far it got, as far as is known here. */
+    enum State {
+        Ready = 0,     ///< the server does not have it
+        Uncertain = 1, ///< the server may have it
+        Sent = 2       ///< the server has it
+    };
+
+    QString clientId; ///< by which the server knows it again
+    QMailMessageId messageId;
+    QByteArray rfcId;   ///< its Message-ID, with the brackets
+    qint64 created = 0; ///< UTC seconds since 1970; the message's Date if it has none of its own
+    State state = Ready;
+};
+
 /**
  * The daemon's own durable memory: the device id, the accounts' and the folders' keys.
  *
@@ -97,6 +114,13 @@ public:
     Eas::Result confirm(const QMailAccountId &account, const FolderState &state,
                         const QMailMessageIdList &messages);
     QList<Unconfirmed> unconfirmed(const QMailAccountId &account, const QString &serverId) const;
+
+    std::optional<Outgoing> outgoing(const QMailAccountId &account, const QString &clientId) const;
+    std::optional<Outgoing> outgoing(const QMailAccountId &account,
+                                     const QMailMessageId &messageId) const;
+    QList<Outgoing> outgoing(const QMailAccountId &account) const;
+    Eas::Result saveOutgoing(const QMailAccountId &account, const Outgoing &outgoing);
+    Eas::Result removeOutgoing(const QMailAccountId &account, const QString &clientId);
 
 private:
     class Transaction;

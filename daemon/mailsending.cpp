@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/mailsending.h"
+
+#include "daemon/eas/sendmailcommand.h"
+#include "daemon/logging.h"
+#include "daemon/sentlookup.h"
+#include "daemon/store/outgoingmail.h"
+
+#include <QTimer>
+
+#include <algorithm>
+
+namespace Daemon {
+
+namespace {
+
+/** A server may need a moment to put into its folder what it has taken. */
+constexpr int LookupDelayMs = 1000;
+
+/** [MS-ASCMD] 2.2.2: the message was not submitted. */
+constexpr int SubmissionFailed = 120;
+constexpr int ItemGone = 150;
+constexpr int RepliesForbidden = 117;
+/** The server failed, before or after it has sent the message. */
+constexpr int FirstServerError = 110;
+constexpr int LastServerError = 111;
+
+/** What the server's answer means for who has written the message. */
+Eas::Result judged(Eas::Result result)
+{
+    if (result.status == SubmissionFailed) {
+        result.code = Eas::NotFound;
+        result.text += QStringLiteral(", most often because of a recipient");
+    }
+    return result;
+}
+
+/** The server has said that it does not send the message. */
+bool isRefusal(const Eas::Result &result)
+{
+    switch (result.code) {
+    case Eas::NoConnection:
+    case Eas::Timeout:
+    case Eas::InvalidAnswer:
+    case Eas::Cancelled:
+        return result.status > 0;
+    case Eas::ServerFailed:
+        return result.status > 0
+            && (result.status < FirstServerError || result.status > LastServerError);
+    default:
+        return true;
+    }
+}
+
+} // namespace
+
+MailSending::MailSending(const AccountContext &context, const QMailMessageId &id, QObject *parent)
+    : Operation(parent)
+    , m_context(context)
+    , m_id(id)
+    , m_outbox(*context.db, context.record)
+{
+}
+
+MailSending::~MailSending()
+{
+    // It reads from the file.
+    delete m_command;
+}
+
+bool MailSending::join(const Request &request)
+{
+    if (request.kind != RequestKind::SendMail || request.messageId != m_id.toULongLong() || m_over)
+        return false;
+    m_requests.append(request);
+    return true;
+}
+
+bool MailSending::drop(int requestId)
+{
+    m_requests.erase(
+        std::remove_if(m_requests.begin(), m_requests.end(),
+                       [requestId](const Request &request) { return request.id == requestId; }),
+        m_requests.end());
+    return m_requests.isEmpty() && !(m_file && m_file->hasBegun());
+}
+
+void MailSending::proceed()
+{
+    QTimer::singleShot(0, this, &MailSending::begin);
+}
+
+void MailSending::begin()
+{
+    const Eas::Result opened = m_outbox.open(m_id, &m_outgoing);
+    if (!opened.ok())
+        finish(opened);
+    else if (m_outgoing.state == Store::Outgoing::Sent)
+        finish({});
+    else if (m_outgoing.state == Store::Outgoing::Uncertain)
+        lookUp();
+    else
+        send();
+}
+
+Eas::Result MailSending::check(const QMailMessage &message) const
+{
+    const qint64 limit = m_context.session->state().maxMessageSize;
+    if (limit > 0 && m_file->size() > limit) {
+        return {Eas::NoRoom,
+                QStringLiteral("the message has %1 bytes, the server takes %2")
+                    .arg(m_file->size())
+                    .arg(limit)};
+    }
+    return Store::OutgoingMail::checkRecipients(message);
+}
+
+Eas::Result MailSending::compose()
+{
+    QMailMessage message(m_id);
+    if (!message.id().isValid())
+        return {Eas::NotFound, QStringLiteral("the message has been removed")};
+    m_file = std::make_unique<OutgoingFile>();
+    m_file->mayLeave = [this] { return noteLeaving(); };
+    const Eas::Result written = Store::OutgoingMail::write(message, m_outgoing, m_file->device());
+    if (!written.ok())
+        return written;
+    if (!m_file->close())
+        return {Eas::NoRoom, QStringLiteral("the message cannot be prepared: disk full")};
+    return check(message);
+}
+
+void MailSending::send()
+{
+    const Eas::Result composed = compose();
+    if (!composed.ok()) {
+        finish(composed);
+        return;
+    }
+    m_command = new Eas::SendMailCommand(m_context.session, mail());
+    connect(m_command, &Eas::Command::finished, this, [this] {
+        Eas::SendMailCommand *ended = m_command;
+        m_command = nullptr;
+        ended->deleteLater();
+        onSent(judged(ended->result()));
+    });
+    m_command->start();
+}
+
+Eas::OutgoingMail MailSending::mail()
+{
+    Eas::OutgoingMail mail;
+    mail.clientId = m_outgoing.clientId;
+    mail.size = m_file->size();
+    mail.open = [this] { return m_file->reader(); };
+    mail.kind = m_plan.kind == Store::ResponsePlan::Reply ? Eas::OutgoingMail::Reply
+        : m_plan.kind == Store::ResponsePlan::Forward     ? Eas::OutgoingMail::Forward
+                                                          : Eas::OutgoingMail::Plain;
+    mail.original.collectionId = m_plan.original.collectionId;
+    mail.original.serverId = m_plan.original.itemId;
+    mail.replaceMime = m_plan.saysAll;
+    return mail;
+}
+
+bool MailSending::canFallBack(const Eas::Result &failure) const
+{
+    const bool isOld = m_context.session->version() < 140;
+    return m_plan.kind != Store::ResponsePlan::Plain
+        && (failure.status == ItemGone || failure.status == RepliesForbidden
+            || (isOld && failure.code == Eas::ServerFailed));
+}
+
+bool MailSending::noteLeaving()
+{
+    const Eas::Result noted = m_outbox.save(m_outgoing, Store::Outgoing::Uncertain);
+    if (!noted.ok())
+        qCWarning(lcDaemon) << "account" << m_context.id() << noted.text;
+    return noted.ok();
+}
+
+void MailSending::onSent(const Eas::Result &answer)
+{
+    const bool hasLeft = m_file->hasEnded();
+    if (answer.ok()) {
+        finish(answer);
+    } else if (hasLeft && !isRefusal(answer)) {
+        onFailed(answer);
+    } else {
+        m_outbox.save(m_outgoing, Store::Outgoing::Ready);
+        if (canFallBack(answer))
+            sendPlain();
+        else
+            onFailed(answer);
+    }
+}
+
+/** The server cannot help with it: the message goes as it is. */
+void MailSending::sendPlain()
+{
+    qCInfo(lcDaemon) << "account" << m_context.id() << "the original is gone, the message"
+                     << m_id.toULongLong() << "goes without it";
+    m_plain = true;
+    m_failure = {};
+    send();
+}
+
+void MailSending::onFailed(const Eas::Result &failure)
+{
+    const std::optional<int> delay = m_retry.nextDelay(failure);
+    const bool isUncertain = m_file->hasEnded() && !isRefusal(failure);
+    if (delay) {
+        QTimer::singleShot(*delay, this, &MailSending::begin);
+    } else if (isUncertain && failure.code != Eas::Timeout) {
+        m_failure = failure;
+        QTimer::singleShot(LookupDelayMs, this, &MailSending::lookUp);
+    } else {
+        finish(failure);
+    }
+}
+
+void MailSending::lookUp()
+{
+    const QMailMessage message(m_id);
+    const SentMark mark {Store::OutgoingMail::rfcId(message, m_outgoing), message.subject(),
+                         m_outgoing.created};
+    auto *lookup = new SentLookup(m_context, mark, this);
+    connect(lookup, &SyncStep::finished, this, [this, lookup](const Eas::Result &result) {
+        lookup->deleteLater();
+        if (result.ok() && lookup->hasFound())
+            finish({});
+        else if (result.ok() && canFallBack(m_failure))
+            sendPlain();
+        else if (!m_failure.ok())
+            finish(m_failure);
+        else if (!result.ok())
+            finish(result);
+        else
+            send();
+    });
+    lookup->proceed();
+}
+
+void MailSending::finish(const Eas::Result &result)
+{
+    m_over = true;
+    qCInfo(lcDaemon).noquote()
+        << "account" << m_context.id().toULongLong() << "message" << m_id.toULongLong()
+        << (result.ok() ? QStringLiteral("is sent")
+                        : QStringLiteral("is not sent: %1 %2").arg(result.code).arg(result.text));
+    settle(result);
+    for (const Request &request : qAsConst(m_requests))
+        emit requestFinished(request.id, result.code);
+    m_requests.clear();
+    emit over(result);
+}
+
+/** Makes the end durable, and where nobody else does, visible. */
+void MailSending::settle(const Eas::Result &result)
+{
+    Eas::Result settled;
+    if (result.ok())
+        settled = m_outbox.save(m_outgoing, Store::Outgoing::Sent);
+    else
+        m_outbox.noteReason(m_id, QStringLiteral("%1 %2").arg(result.code).arg(result.text));
+    if (settled.ok() && m_requests.isEmpty())
+        settled = result.ok() ? m_outbox.takeOut(m_id) : m_outbox.putBack(m_id, result.text);
+    if (!settled.ok())
+        qCWarning(lcDaemon) << "account" << m_context.id() << settled.text;
+}
+
+} // namespace Daemon

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_MAILSENDING_H
+#define DAEMON_MAILSENDING_H
+
+#include "daemon/accountcontext.h"
+#include "daemon/operation.h"
+#include "daemon/outgoingfile.h"
+#include "daemon/retry.h"
+#include "daemon/store/outbox.h"
+#include "daemon/store/responseplan.h"
+
+#include <qmailmessage.h>
+
+namespace Eas {
+struct OutgoingMail;
+class SendMailCommand;
+}
+
+namespace Daemon {
+
+/**
+ * Sends one message, once.
+ *
+ * That the server may have the message is durable before the first byte of it leaves. Where it is
+ * not known whether the server has it (after a crash, a cut connection), the folder of sent
+ * messages is asked before it is sent again. Once a byte has left, it goes on though nobody waits
+ * any more, and then brings the message itself into the state that its end demands.
+ */
+class MailSending : public Operation
+{
+    Q_OBJECT
+
+public:
+    MailSending(const AccountContext &context, const QMailMessageId &id, QObject *parent);
+    ~MailSending() override;
+
+    QMailMessageId messageId() const { return m_id; }
+
+    bool isUrgent() const override { return true; }
+    QList<Request> requests() const override { return m_requests; }
+    bool join(const Request &request) override;
+    bool drop(int requestId) override;
+    void proceed() override;
+
+private:
+    void begin();
+    void send();
+    Eas::Result compose();
+    Eas::OutgoingMail mail();
+    /** Whether it can still go without the server's help. */
+    bool canFallBack(const Eas::Result &failure) const;
+    Eas::Result check(const QMailMessage &message) const;
+    bool noteLeaving();
+    void sendPlain();
+    void onSent(const Eas::Result &answer);
+    void onFailed(const Eas::Result &failure);
+    void lookUp();
+    void finish(const Eas::Result &result);
+    void settle(const Eas::Result &result);
+
+    const AccountContext m_context;
+    const QMailMessageId m_id;
+    Store::Outbox m_outbox;
+    Store::Outgoing m_outgoing;
+    QByteArray m_rfcId;
+    QList<Request> m_requests;
+    Store::ResponsePlan m_plan;
+    bool m_plain = false; ///< the original is gone
+    std::unique_ptr<OutgoingFile> m_file;
+    Eas::SendMailCommand *m_command = nullptr;
+    Eas::Result m_failure; ///< why it has to be found out whether the server has it
+    Retry m_retry;
+    bool m_over = false;
+};
+
+} // namespace Daemon
+
+#endif

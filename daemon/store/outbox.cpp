@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/outbox.h"
+
+#include "daemon/store/currentmessages.h"
+#include "daemon/store/storefailure.h"
+
+#include <QDateTime>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+#include <QUrl>
+#include <QUuid>
+
+namespace Store {
+
+namespace {
+
+using Message = QMailMessageMetaData;
+
+const QString clientIdField = QStringLiteral("orvmail-client-id");
+const QString reasonField = QStringLiteral("orvmail-send-failure");
+
+/** 32 letters and digits. */
+QString newClientId()
+{
+    return QString::fromLatin1(QUuid::createUuid().toRfc4122().toHex());
+}
+
+bool exists(const QMailMessageId &id)
+{
+    return QMailStore::instance()->countMessages(QMailMessageKey::id(id)) > 0;
+}
+
+Eas::Result setField(const QMailMessageId &id, const QString &name, const QString &value)
+{
+    Message message = currentMessage(id);
+    if (message.customField(name) == value)
+        return {};
+    message.setCustomField(name, value);
+    // The custom fields alone: others change the message's status at the same time.
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                        QMailMessageKey::Custom, message))
+        return storeFailure(QStringLiteral("cannot mark a message that is to be sent"));
+    return {};
+}
+
+/** Messages from here that are in no state that anybody looks at. */
+QMailMessageIdList stranded(const QMailAccountId &account)
+{
+    const quint64 settled = Message::Outbox | Message::Sent | Message::Draft | Message::Trash
+        | Message::Removed | Message::Temporary;
+    const QMailMessageKey key = QMailMessageKey::parentAccountId(account)
+        & QMailMessageKey::status(Message::Outgoing, QMailDataComparator::Includes)
+        & ~QMailMessageKey::status(settled, QMailDataComparator::Includes);
+    QMailMessageIdList found;
+    const auto messages = QMailStore::instance()->messagesMetaData(
+        key, QMailMessageKey::Id | QMailMessageKey::ServerUid);
+    for (const Message &message : messages) {
+        if (message.serverUid().isEmpty())
+            found.append(message.id());
+    }
+    return found;
+}
+
+} // namespace
+
+Outbox::Outbox(SyncStateDb &db, const AccountRecord &account)
+    : m_db(db)
+    , m_account(account)
+{
+}
+
+Outgoing Outbox::newOutgoing(const QMailMessageId &id, const QString &clientId) const
+{
+    Outgoing outgoing;
+    outgoing.clientId = clientId;
+    outgoing.messageId = id;
+    const QString domain = m_account.email.section(QLatin1Char('@'), -1).trimmed();
+    const QByteArray host = domain.isEmpty() ? QByteArrayLiteral("localhost") : QUrl::toAce(domain);
+    outgoing.rfcId = '<' + clientId.toLatin1() + '@' + host + '>';
+    outgoing.created = QDateTime::currentSecsSinceEpoch();
+    return outgoing;
+}
+
+Eas::Result Outbox::open(const QMailMessageId &id, Outgoing *outgoing)
+{
+    if (!exists(id))
+        return {Eas::NotFound, QStringLiteral("the message has been removed")};
+    if (const auto remembered = m_db.outgoing(m_account.id, id)) {
+        *outgoing = *remembered;
+        return {};
+    }
+    const QString known = currentMessage(id).customField(clientIdField);
+    // A copy of another message bears that one's id.
+    const bool isForgotten = !known.isEmpty() && !m_db.outgoing(m_account.id, known);
+    *outgoing = newOutgoing(id, isForgotten ? known : newClientId());
+    outgoing->state = isForgotten ? Outgoing::Uncertain : Outgoing::Ready;
+    const Eas::Result saved = m_db.saveOutgoing(m_account.id, *outgoing);
+    return saved.ok() ? setField(id, clientIdField, outgoing->clientId) : saved;
+}
+
+Eas::Result Outbox::save(const Outgoing &outgoing, Outgoing::State state)
+{
+    Outgoing changed = outgoing;
+    changed.state = state;
+    return m_db.saveOutgoing(m_account.id, changed);
+}
+
+Eas::Result Outbox::putBack(const QMailMessageId &id, const QString &reason)
+{
+    noteReason(id, reason);
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), Message::Outbox,
+                                                        true))
+        return storeFailure(QStringLiteral("cannot put a message back into the outbox"));
+    return {};
+}
+
+void Outbox::noteReason(const QMailMessageId &id, const QString &reason)
+{
+    if (exists(id))
+        setField(id, reasonField, reason);
+}
+
+Eas::Result Outbox::takeOut(const QMailMessageId &id)
+{
+    if (exists(id) && !QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord))
+        return storeFailure(QStringLiteral("cannot take a sent message out of the outbox"));
+    return {};
+}
+
+void Outbox::recover(const QSet<QMailMessageId> &busy)
+{
+    forgetRemoved();
+    for (const QMailMessageId &id : stranded(m_account.id)) {
+        if (busy.contains(id))
+            continue;
+        const auto known = m_db.outgoing(m_account.id, id);
+        if (known && known->state == Outgoing::Sent)
+            takeOut(id);
+        else
+            putBack(id, QStringLiteral("the sending was interrupted"));
+    }
+}
+
+void Outbox::forgetRemoved()
+{
+    for (const Outgoing &outgoing : m_db.outgoing(m_account.id)) {
+        if (!exists(outgoing.messageId))
+            m_db.removeOutgoing(m_account.id, outgoing.clientId);
+    }
+}
+
+} // namespace Store

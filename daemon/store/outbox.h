@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_OUTBOX_H
+#define STORE_OUTBOX_H
+
+#include "daemon/store/syncstatedb.h"
+
+#include <qmailid.h>
+#include <QSet>
+
+namespace Store {
+
+/**
+ * The messages of an account that are to be sent, and how far each has got.
+ *
+ * Each is known by a client id, which is durable in the database. It lies in the message, too: one
+ * that bears an id of which the database knows nothing may have been sent.
+ */
+class Outbox
+{
+public:
+    /** The database must outlive it. */
+    Outbox(SyncStateDb &db, const AccountRecord &account);
+
+    /**
+     * What is known of a message that is to be sent; makes it known where it is not.
+     *
+     * One that bears a client id of which nothing is remembered reads as uncertain. NotFound where
+     * there is no such message.
+     */
+    Eas::Result open(const QMailMessageId &id, Outgoing *outgoing);
+    /** Durable when it returns. */
+    Eas::Result save(const Outgoing &outgoing, Outgoing::State state);
+
+    /** It waits to be sent (again); `reason` is kept in the message, for who wants to tell it. */
+    Eas::Result putBack(const QMailMessageId &id, const QString &reason);
+    /** Keeps the reason alone. */
+    void noteReason(const QMailMessageId &id, const QString &reason);
+    /** It was sent, and whoever asked for it has gone: the server's own copy takes its place. */
+    Eas::Result takeOut(const QMailMessageId &id);
+
+    /**
+     * Deals with the messages whose sending nobody pursues any more, because this process or the
+     * message server ended over it, and which no list shows as waiting: puts them back, or takes
+     * them out if they were sent. `busy` are those that are being sent.
+     */
+    void recover(const QSet<QMailMessageId> &busy);
+
+private:
+    void forgetRemoved();
+    Outgoing newOutgoing(const QMailMessageId &id, const QString &clientId) const;
+
+    SyncStateDb &m_db;
+    const AccountRecord m_account;
+};
+
+} // namespace Store
+
+#endif

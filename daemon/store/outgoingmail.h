@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_OUTGOINGMAIL_H
+#define STORE_OUTGOINGMAIL_H
+
+#include "daemon/store/responseplan.h"
+#include "daemon/store/syncstatedb.h"
+
+#include <qmailmessage.h>
+
+class QIODevice;
+
+namespace Store {
+
+/**
+ * Writes messages of the mail store as they go to the server (RFC 5322).
+ *
+ * What is written is plain ASCII in lines of at most 998 characters, ended by CR LF, and has all
+ * recipients, those of "Bcc", too. Memory does not grow with the message.
+ */
+namespace OutgoingMail {
+
+/** Whether somebody is named to whom it can be sent; else NotFound. */
+Eas::Result checkRecipients(const QMailMessageMetaData &message);
+
+/** Brings in what parts of the message only name, but for what the server is to add itself. */
+Eas::Result completeParts(QMailMessage *message, const ResponsePlan &plan);
+
+/** The message, with the Message-ID and Date of `outgoing` where it has none of its own. */
+Eas::Result write(QMailMessage message, const Outgoing &outgoing, QIODevice *target);
+
+/** The Message-ID that write() gives it, with the brackets. */
+QByteArray rfcId(const QMailMessage &message, const Outgoing &outgoing);
+
+} // namespace OutgoingMail
+
+} // namespace Store
+
+#endif
