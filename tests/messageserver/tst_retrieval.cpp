@@ -197,7 +197,7 @@ void TestRetrieval::failsAListThatTheDaemonFails()
 
 void TestRetrieval::retrievesEachMessageByARequest_data()
 {
-    QTest::addColumn<QMailRetrievalAction::RetrievalSpecification>("specification");
+    QTest::addColumn<QMailRetrievalAction::RetrievalSpecification>("wanted");
     QTest::addRow("flags") << QMailRetrievalAction::Flags;
     QTest::addRow("meta data") << QMailRetrievalAction::MetaData;
     QTest::addRow("content") << QMailRetrievalAction::Content;
@@ -206,10 +206,10 @@ void TestRetrieval::retrievesEachMessageByARequest_data()
 
 void TestRetrieval::retrievesEachMessageByARequest()
 {
-    QFETCH(QMailRetrievalAction::RetrievalSpecification, specification);
+    QFETCH(QMailRetrievalAction::RetrievalSpecification, wanted);
     const QMailMessageIdList ids = addMessages(3);
     Retrieval retrieval;
-    retrieval.action.retrieveMessages(ids, specification);
+    retrieval.action.retrieveMessages(ids, wanted);
     QList<int> requests;
     for (const QMailMessageId &id : ids) {
         const auto call = m_daemon->waitForCall("downloadMessage");

@@ -202,7 +202,7 @@ void TestRetrieval::noMessagesReturnsTrueAndNothingHappens()
 
 void TestRetrieval::threeMessagesAreThreeDownloadsInOrderWhateverTheSpecification_data()
 {
-    QTest::addColumn<int>("specification");
+    QTest::addColumn<int>("wanted");
     QTest::newRow("flags") << int(QMailRetrievalAction::Flags);
     QTest::newRow("meta data") << int(QMailRetrievalAction::MetaData);
     QTest::newRow("content") << int(QMailRetrievalAction::Content);
@@ -211,13 +211,13 @@ void TestRetrieval::threeMessagesAreThreeDownloadsInOrderWhateverTheSpecificatio
 
 void TestRetrieval::threeMessagesAreThreeDownloadsInOrderWhateverTheSpecification()
 {
-    QFETCH(int, specification);
+    QFETCH(int, wanted);
     ServiceFixture f;
     LogRecorder log;
     const QList<quint64> ids {32, 30, 31};
     QVERIFY(
         f.source().retrieveMessages({QMailMessageId(32), QMailMessageId(30), QMailMessageId(31)},
-                                    QMailRetrievalAction::RetrievalSpecification(specification)));
+                                    QMailRetrievalAction::RetrievalSpecification(wanted)));
     const auto calls = f.daemon.calls();
     QCOMPARE(calls.count(), 3);
     for (int i = 0; i < 3; ++i) {
