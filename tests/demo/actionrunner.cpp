@@ -10,6 +10,12 @@
 
 namespace Demo {
 
+namespace {
+
+constexpr int BarWidth = 30;
+
+} // namespace
+
 ActionRunner::ActionRunner(const QString &title, QMailServiceAction &action)
     : m_title(title)
     , m_action(action)
@@ -54,20 +60,45 @@ bool ActionRunner::run(const std::function<void()> &start, int timeoutMs)
 void ActionRunner::showProgress(uint value, uint total)
 {
     const int percent = total ? int(qMin<quint64>(100, quint64(value) * 100 / total)) : 0;
-    if (!m_terminal || percent == m_lastPercent)
+    if (percent == qMax(0, m_lastPercent))
         return;
     m_lastPercent = percent;
-    const int width = 30;
-    const int filled = percent * width / 100;
+    if (m_terminal)
+        drawBar(percent);
+    else
+        growBar(percent);
+}
+
+void ActionRunner::drawBar(int percent)
+{
+    const int filled = percent * BarWidth / 100;
     QTextStream(stdout) << '\r' << m_title << " [" << QString(filled, QLatin1Char('#'))
-                        << QString(width - filled, QLatin1Char('.')) << "] " << percent << " %  "
-                        << Qt::flush;
+                        << QString(BarWidth - filled, QLatin1Char('.')) << "] "
+                        << QStringLiteral("%1 %").arg(percent, 3) << Qt::flush;
+}
+
+/** In a log, where nothing can be drawn anew, the bar only grows. */
+void ActionRunner::growBar(int percent)
+{
+    QTextStream out(stdout);
+    if (m_drawn < 0) {
+        out << m_title << " [";
+        m_drawn = 0;
+    }
+    for (; m_drawn < percent * BarWidth / 100; ++m_drawn)
+        out << '#';
 }
 
 void ActionRunner::endLine(const QString &text)
 {
-    QTextStream(stdout) << (m_terminal ? "\r\033[K" : "") << m_title << ": " << text << '\n'
-                        << Qt::flush;
+    QTextStream out(stdout);
+    if (m_terminal && m_lastPercent >= 0)
+        out << "  ";
+    else if (m_drawn >= 0)
+        out << "] ";
+    else
+        out << m_title << ": ";
+    out << text << '\n';
 }
 
 } // namespace Demo

@@ -27,6 +27,8 @@ public:
 
 private:
     void showProgress(uint value, uint total);
+    void drawBar(int percent);
+    void growBar(int percent);
     void endLine(const QString &text);
 
     QString m_title;
@@ -34,6 +36,7 @@ private:
     QString m_errorText;
     qint64 m_elapsedMs = 0;
     int m_lastPercent = -1;
+    int m_drawn = -1; ///< of a bar that only grows; -1: none was begun
     bool m_terminal = false;
 };
 

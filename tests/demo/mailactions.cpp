@@ -119,23 +119,16 @@ bool MailActions::mark(const QMailMessageId &id)
     QMailStorageAction action;
     return ActionRunner(QStringLiteral("  mark as read and important"), action).run([&] {
         action.flagMessages({id}, QMailMessage::Read | QMailMessage::Important, 0);
-    }) && exportUpdates();
+    }) && refresh(QMailMessageMetaData(id).parentFolderId());
 }
 
 bool MailActions::remove(const QMailMessageId &id)
 {
+    const QMailFolderId folder = QMailMessageMetaData(id).parentFolderId();
     QMailStorageAction action;
     return ActionRunner(QStringLiteral("  move to the trash"), action).run([&] {
         action.moveToStandardFolder({id}, QMailFolder::TrashFolder);
-    }) && exportUpdates();
-}
-
-bool MailActions::exportUpdates()
-{
-    QMailRetrievalAction action;
-    return ActionRunner(QStringLiteral("  let it travel"), action).run([&] {
-        action.exportUpdates(m_account);
-    });
+    }) && refresh(folder);
 }
 
 bool MailActions::search(const QString &text)
@@ -172,6 +165,7 @@ bool MailActions::await(const QString &subject, int timeoutMs)
             loop.quit();
     });
     QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    QTextStream(stdout) << "  waiting for it\n" << Qt::flush;
     if (!view.messageBySubject(subject).isValid())
         loop.exec();
     const bool arrived = view.messageBySubject(subject).isValid();

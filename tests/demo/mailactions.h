@@ -25,9 +25,9 @@ public:
     bool fetch(const QMailMessageId &id);
     /** Fetches the first part that is still at the server. */
     bool fetchAttachment(const QMailMessageId &id);
-    /** Marks as read and as important in the store, and lets that travel. */
+    /** Marks as read and as important in the store, and refreshes the folder: that carries it. */
     bool mark(const QMailMessageId &id);
-    /** Moves to the trash, and lets that travel. */
+    /** Moves to the trash in the store, and refreshes the folder it came from. */
     bool remove(const QMailMessageId &id);
     /** Searches at the server and lists what it found. */
     bool search(const QString &text);
@@ -37,8 +37,6 @@ public:
     bool await(const QString &subject, int timeoutMs);
 
 private:
-    bool exportUpdates();
-
     QMailAccountId m_account;
 };
 

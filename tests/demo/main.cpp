@@ -29,6 +29,7 @@ const char Usage[] = "usage: demo-client ACCOUNT COMMAND [ARGUMENT...]\n"
                      "  state SUBJECT            tell what the mail store says of a message\n"
                      "  fetch SUBJECT            fetch the whole message\n"
                      "  attachment SUBJECT       fetch the first part that is not here\n"
+                     "  save SUBJECT FILE        save the first attachment from the mail store\n"
                      "  mark SUBJECT             mark as read and as important\n"
                      "  delete SUBJECT           move to the trash\n"
                      "  search TEXT              search at the server\n"
@@ -51,6 +52,8 @@ int runCommand(const QMailAccountId &account, const QString &command, const QStr
         {QStringLiteral("refresh"), [&] { return mail.refresh(view.folderByPath(argument)); }},
         {QStringLiteral("fetch"), [&] { return mail.fetch(message()); }},
         {QStringLiteral("attachment"), [&] { return mail.fetchAttachment(message()); }},
+        {QStringLiteral("save"),
+         [&] { return view.saveAttachment(message(), arguments.value(1)); }},
         {QStringLiteral("mark"), [&] { return mail.mark(message()); }},
         {QStringLiteral("delete"), [&] { return mail.remove(message()); }},
         {QStringLiteral("search"), [&] { return mail.search(argument); }},

@@ -53,10 +53,12 @@ void printParts(const QMailMessagePartContainer &container, int depth)
     for (uint i = 0; i < container.partCount(); ++i) {
         const QMailMessagePart &part = container.partAt(i);
         const QString type = QString::fromLatin1(part.contentType().content());
+        const bool isNamed =
+            !part.contentDisposition().filename().isEmpty() || !part.contentType().name().isEmpty();
         out() << QString(4 + 2 * depth, QLatin1Char(' ')) << "part "
               << part.location().toString(false) << "  " << type.toLower() << "  "
-              << part.displayName() << "  " << (part.contentAvailable() ? "here" : "at the server")
-              << '\n';
+              << (isNamed ? part.displayName() + QStringLiteral("  ") : QString())
+              << (part.contentAvailable() ? "here" : "at the server") << '\n';
         printParts(part, depth + 1);
     }
 }
@@ -158,6 +160,16 @@ void StoreView::printState(const QMailMessageId &id) const
           << (message.status() & QMailMessage::Important ? ", flagged" : "") << ", "
           << presence(message.status()) << '\n'
           << Qt::flush;
+}
+
+bool StoreView::saveAttachment(const QMailMessageId &id, const QString &path) const
+{
+    const QMailMessage message(id);
+    const QList<QMailMessagePart::Location> attachments = message.findAttachmentLocations();
+    if (attachments.isEmpty() || !message.contains(attachments.first()))
+        return false;
+    const QMailMessagePart &part = message.partAt(attachments.first());
+    return part.hasBody() && part.body().toFile(path, QMailMessageBody::Decoded);
 }
 
 QMailMessageId StoreView::messageBySubject(const QString &subject) const

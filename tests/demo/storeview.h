@@ -25,6 +25,9 @@ public:
     /** One line: where the message is, its flags, and how much of it is here. */
     void printState(const QMailMessageId &id) const;
 
+    /** Writes the message's first attachment into a file; false when it is not here. */
+    bool saveAttachment(const QMailMessageId &id, const QString &path) const;
+
     /** The messages whose subject or preview contains `text`, with the folder of each. */
     void printMatches(const QString &text) const;
 

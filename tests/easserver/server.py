@@ -371,9 +371,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def trickle(self, piece, rate):
         step = max(1, rate // 10)
         for at in range(0, len(piece), step):
-            self.wfile.write(piece[at:at + step])
+            bite = piece[at:at + step]
+            self.wfile.write(bite)
             self.wfile.flush()
-            self.pause(step / rate)
+            self.pause(len(bite) / rate)
 
     def hang_up(self):
         """Ends the connection with a reset."""
