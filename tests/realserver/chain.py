@@ -1,0 +1,170 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""The whole chain of one test: the real mail server, an account for it, the message server with the
+plugin, the daemon (started by the bus), and a mail program. support/isolated gives it its home and its
+bus."""
+
+import json
+import os
+import re
+import select
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+from realserver import RealServer
+from witness import Witness
+
+BUILD = Path(os.environ.get("ORVMAIL_BUILD_DIR", "build/release"))
+PLACE = Path(os.environ.get("ORVMAIL_TEST_PLACE", "/nowhere"))
+BUS_NAME = "com.tarvo.asdbus"
+
+
+def await_true(what, condition, seconds=30, pause=0.1):
+    """Waits until the condition is true, and returns what made it so."""
+    deadline = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise AssertionError(f"no {what} after {seconds} s")
+        time.sleep(pause)
+
+
+class Robot:
+    """A mail program that does what it is told; see robot/mailrobot.h."""
+
+    def __init__(self, account, log):
+        self.process = subprocess.Popen([BUILD / "bin/mail-robot", account], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, stderr=log)
+
+    def ask(self, do, **arguments):
+        line = json.dumps({"do": do, **arguments}) + "\n"
+        self.process.stdin.write(line.encode())
+        self.process.stdin.flush()
+        answer = self.process.stdout.readline()
+        if not answer:
+            raise AssertionError(f"the mail program died while it was to {do}")
+        return json.loads(answer)
+
+    def tell(self, do, **arguments):
+        """As ask(), and it must succeed."""
+        answer = self.ask(do, **arguments)
+        if not answer["ok"]:
+            raise AssertionError(f"{do} {arguments} failed: {answer}")
+        return answer
+
+    def folders(self):
+        return {folder["path"]: folder for folder in self.tell("folders")["folders"]}
+
+    def messages(self, **arguments):
+        return self.tell("messages", **arguments)["messages"]
+
+    def message(self, subject, **arguments):
+        """The one message with this subject (in "folder" where that is given), or None."""
+        found = [m for m in self.messages(**arguments) if m["subject"] == subject]
+        if len(found) > 1:
+            raise AssertionError(f"{len(found)} messages called {subject!r}: {found}")
+        return found[0] if found else None
+
+    def close(self):
+        self.process.stdin.close()
+        self.process.wait(10)
+
+
+class Chain:
+    """Made with a server that runs and no account yet; close() takes everything down."""
+
+    def __init__(self):
+        self.logs = PLACE / "logs"
+        self.logs.mkdir(exist_ok=True)
+        (PLACE / "server").mkdir(exist_ok=True)
+        self.server = RealServer(PLACE / "server")
+        self.witness = Witness(self.server)
+        self.message_server = None
+        self.robots = []
+        self.server.start()
+        self._announce_daemon()
+
+    def _announce_daemon(self):
+        service = Path(os.environ["XDG_DATA_HOME"], f"dbus-1/services/{BUS_NAME}.service")
+        service.write_text(f"[D-BUS Service]\nName={BUS_NAME}\nExec=/bin/sh -c 'exec "
+                           f"\"{BUILD}/bin/asdaemon\" 2>>\"{self.logs}/asdaemon\"'\n")
+
+    # --- the account program
+
+    def account_program(self, *arguments, password=None):
+        if password is not None:
+            arguments += ("--password-stdin",)
+        return subprocess.run([BUILD / "bin/orvmail-account", *arguments], text=True,
+                              input=None if password is None else password + "\n",
+                              stdin=None if password is not None else subprocess.DEVNULL,
+                              capture_output=True, timeout=60)
+
+    def add_account(self, name="Work", user="alice", *arguments):
+        result = self.account_program(
+            "add", name, "--email", f"{user}@example.test", "--user", user, "--server", "127.0.0.1",
+            "--port", str(self.server.port), "--encryption", "none", *arguments,
+            password=self.server.passwords[user])
+        if result.returncode != 0:
+            raise AssertionError(f"the account was not added: {result.stdout}{result.stderr}")
+        return result.stdout
+
+    # --- the message server and mail programs
+
+    def start_message_server(self):
+        self.message_server = subprocess.Popen(["messageserver5"], stdout=self._log("messageserver"),
+                                               stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+        await_true("message server", lambda: bus_pid("org.qt.messageserver"))
+
+    def robot(self, account="Work"):
+        robot = Robot(account, self._log("robot"))
+        self.robots.append(robot)
+        return robot
+
+    def synchronised(self, account="Work"):
+        """An account, the message server, a mail program, and the first synchronisation done."""
+        self.add_account(account)
+        self.start_message_server()
+        robot = self.robot(account)
+        robot.tell("synchronize")
+        return robot
+
+    # --- the end
+
+    def close(self):
+        for robot in self.robots:
+            robot.close()
+        daemon = bus_pid(BUS_NAME)
+        for pid in [self.message_server and self.message_server.pid, daemon]:
+            if pid:
+                os.kill(pid, signal.SIGTERM)
+        if self.message_server:
+            self.message_server.wait(20)
+        if daemon:
+            await_true("end of the daemon", lambda: not Path(f"/proc/{daemon}").exists(), 20)
+        self.witness.close()
+        self.server.stop()
+
+    def _log(self, name):
+        return open(self.logs / name, "ab")
+
+    def log(self, name):
+        path = self.logs / name
+        return path.read_text(errors="replace") if path.exists() else ""
+
+    def check_logs_hold_no_password(self):
+        for path in self.logs.iterdir():
+            text = path.read_text(errors="replace")
+            for password in self.server.passwords.values():
+                assert password not in text, f"{path.name} holds a password"
+
+
+def bus_pid(name):
+    """The process that owns a name on the bus, or None."""
+    result = subprocess.run(
+        ["dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/",
+         "org.freedesktop.DBus.GetConnectionUnixProcessID", f"string:{name}"],
+        capture_output=True, text=True)
+    return int(result.stdout.split()[-1]) if result.returncode == 0 else None
