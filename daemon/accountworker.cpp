@@ -106,14 +106,27 @@ void AccountWorker::syncForPush(const QStringList &folders)
 }
 
 /** A synchronisation is over: what it did not bring is waited for. */
-void AccountWorker::resumePush(const Eas::Result &result)
+void AccountWorker::resumePush(const SyncRun &run, const Eas::Result &result)
 {
     if (!m_push)
         return;
+    if (run.hasBroughtNews())
+        m_push->noteNews();
     if (result.ok())
         m_push->resume();
     else
         m_push->postpone(result);
+}
+
+/** Synchronisations were stopped before their end, and nobody else will resume the watch. */
+void AccountWorker::postponePush()
+{
+    const QList<Operation *> all = operations();
+    const bool isSyncLeft = std::any_of(all.cbegin(), all.cend(), [](Operation *operation) {
+        return qobject_cast<SyncRun *>(operation);
+    });
+    if (m_push && !isSyncLeft)
+        m_push->postpone({Eas::Cancelled, QStringLiteral("the synchronisation was stopped")});
 }
 
 void AccountWorker::networkChanged()
@@ -260,28 +273,38 @@ void AccountWorker::onOver(const Eas::Result &result)
         // for before the refusal share it.
         cancelAll(result.code);
     }
-    if (qobject_cast<SyncRun *>(ended))
-        resumePush(result);
+    if (const auto *run = qobject_cast<SyncRun *>(ended))
+        resumePush(*run, result);
     next();
 }
 
 void AccountWorker::drop(int requestId)
 {
     const QList<Operation *> all = operations();
+    bool isSyncStopped = false;
     for (Operation *operation : all) {
-        if (operation->drop(requestId))
-            stop(operation);
+        if (!operation->drop(requestId))
+            continue;
+        isSyncStopped = isSyncStopped || qobject_cast<SyncRun *>(operation);
+        stop(operation);
     }
+    if (isSyncStopped)
+        postponePush();
     next();
 }
 
 void AccountWorker::stopSync()
 {
     const QList<Operation *> all = operations();
+    bool isSyncStopped = false;
     for (Operation *operation : all) {
-        if (qobject_cast<SyncRun *>(operation))
-            stop(operation);
+        if (!qobject_cast<SyncRun *>(operation))
+            continue;
+        stop(operation);
+        isSyncStopped = true;
     }
+    if (isSyncStopped)
+        postponePush();
     next();
 }
 

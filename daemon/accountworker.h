@@ -14,6 +14,7 @@
 namespace Daemon {
 
 class PushWatch;
+class SyncRun;
 
 /**
  * Does the work of one account, one operation at a time: those that a person waits for first, then
@@ -51,7 +52,8 @@ private:
     void connectServer();
     void connectPush();
     void syncForPush(const QStringList &folders);
-    void resumePush(const Eas::Result &result);
+    void resumePush(const SyncRun &run, const Eas::Result &result);
+    void postponePush();
     void keepSessionState();
     /** What does the request. */
     Operation *operationFor(const Request &request);

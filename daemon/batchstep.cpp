@@ -68,6 +68,7 @@ void BatchStep::takeNext()
             m_done.append(window.collectionId);
         } else {
             FolderSync::logWindow(m_context, window);
+            m_broughtNews = m_broughtNews || !FolderSync::isEmpty(window);
             write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
                   [this, window] {
                       if (!window.moreAvailable && !window.initial)

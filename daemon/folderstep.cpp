@@ -11,12 +11,6 @@ namespace {
 /** A server that says "more" and brings nothing is asked this often. */
 constexpr int EmptyWindows = 5;
 
-bool isEmpty(const Eas::SyncWindow &window)
-{
-    return window.added.isEmpty() && window.changed.isEmpty() && window.removed.isEmpty()
-        && window.outOfRange.isEmpty();
-}
-
 } // namespace
 
 FolderStep::FolderStep(const AccountContext &context, const QString &collectionId, QObject *parent)
@@ -80,6 +74,7 @@ void FolderStep::takeWindow(const Eas::SyncWindow &window)
 {
     m_retry.reset();
     FolderSync::logWindow(m_context, window);
+    m_broughtNews = m_broughtNews || !FolderSync::isEmpty(window);
     auto job = std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window);
     write(std::move(job), [this, window] { windowWritten(window); });
 }
@@ -101,7 +96,7 @@ void FolderStep::windowWritten(const Eas::SyncWindow &window)
 
 bool FolderStep::isLooping(const Eas::SyncWindow &window)
 {
-    m_emptyWindows = isEmpty(window) ? m_emptyWindows + 1 : 0;
+    m_emptyWindows = FolderSync::isEmpty(window) ? m_emptyWindows + 1 : 0;
     return m_emptyWindows >= EmptyWindows || window.syncKey == m_key;
 }
 

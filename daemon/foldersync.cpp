@@ -70,6 +70,12 @@ Eas::Result beginAnew(const AccountContext &context, const QString &collectionId
     return Store::startReconciling(*context.db, context.id(), collectionId);
 }
 
+bool isEmpty(const Eas::SyncWindow &window)
+{
+    return window.added.isEmpty() && window.changed.isEmpty() && window.removed.isEmpty()
+        && window.outOfRange.isEmpty();
+}
+
 void logWindow(const AccountContext &context, const Eas::SyncWindow &window)
 {
     for (const QString &item : window.unreadable)

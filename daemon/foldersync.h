@@ -34,6 +34,9 @@ bool isTreeStale(const Eas::Result &result);
 Eas::Result beginAnew(const AccountContext &context, const QString &collectionId,
                       const Eas::Result &reason);
 
+/** Whether a window brings nothing but its key. */
+bool isEmpty(const Eas::SyncWindow &window);
+
 /** Tells the log what a window brings, and what was left out of it. */
 void logWindow(const AccountContext &context, const Eas::SyncWindow &window);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/pushwatch.h"
 
+#include "daemon/backoff.h"
 #include "daemon/eas/pingcommand.h"
 #include "daemon/logging.h"
 
@@ -8,16 +9,15 @@
 
 #include <qmailfolder.h>
 
+#include <utility>
+
 namespace Daemon {
 
 namespace {
 
 /** Folders in one request, as long as the server does not say less. */
 constexpr int MostFolders = 100;
-/** The pauses after errors, in ms: the first, and the longest. */
-constexpr int FirstPauseMs = 5000;
-constexpr int LongestPauseMs = 15 * 60 * 1000;
-/** A server that reports changes so fast, and so often in a row, reports nothing new. */
+/** A server that answers so fast, and so often in a row without news, is asked more slowly. */
 constexpr int QuickAnswerMs = 1000;
 constexpr int MostQuickAnswers = 5;
 
@@ -39,12 +39,17 @@ PushWatch::PushWatch(const AccountContext &context, QObject *parent)
     , m_maxFolders(MostFolders)
 {
     m_pause.setSingleShot(true);
-    connect(&m_pause, &QTimer::timeout, this, &PushWatch::wait);
+    connect(&m_pause, &QTimer::timeout, this, &PushWatch::goOn);
 }
 
 PushWatch::~PushWatch()
 {
     delete m_command;
+}
+
+void PushWatch::noteNews()
+{
+    m_quickAnswers = 0;
 }
 
 void PushWatch::resume()
@@ -57,8 +62,12 @@ void PushWatch::resume()
 
 void PushWatch::postpone(const Eas::Result &reason)
 {
-    if (!m_command)
-        onError(reason, nullptr);
+    if (m_givenUp)
+        return;
+    delete m_command;
+    // The server may count as delivered what was lost on its way, and would not tell of it again.
+    m_syncFirst = true;
+    onError(reason, nullptr);
 }
 
 void PushWatch::networkChanged()
@@ -68,6 +77,18 @@ void PushWatch::networkChanged()
     delete m_command;
     m_failures = 0;
     m_pause.start(0);
+}
+
+/** What was held back when the pause began comes before the next wait. */
+void PushWatch::goOn()
+{
+    const QStringList held = std::exchange(m_held, {});
+    if (std::exchange(m_syncFirst, false))
+        emit syncNeeded();
+    else if (!held.isEmpty())
+        tell(held);
+    else
+        wait();
 }
 
 void PushWatch::wait()
@@ -95,22 +116,22 @@ void PushWatch::onAnswer(Eas::PingCommand *command)
         return;
     }
     m_failures = 0;
-    if (command->changedFolders().isEmpty()) {
+    const QStringList changed = command->changedFolders();
+    m_quickAnswers = m_waiting.elapsed() < QuickAnswerMs ? m_quickAnswers + 1 : 0;
+    if (m_quickAnswers > MostQuickAnswers) {
+        m_held = changed;
+        m_failures = m_quickAnswers - MostQuickAnswers;
+        pause(0);
+    } else if (changed.isEmpty()) {
         m_heartbeat.carried();
         wait();
     } else {
-        onChanged(command->changedFolders());
+        tell(changed);
     }
 }
 
-void PushWatch::onChanged(const QStringList &collectionIds)
+void PushWatch::tell(const QStringList &collectionIds)
 {
-    m_quickAnswers = m_waiting.elapsed() < QuickAnswerMs ? m_quickAnswers + 1 : 0;
-    if (m_quickAnswers > MostQuickAnswers) {
-        ++m_failures;
-        pause(0);
-        return;
-    }
     QStringList folders;
     for (const QString &collectionId : collectionIds) {
         if (const auto state = m_context.db->folder(m_context.id(), collectionId))
@@ -152,11 +173,8 @@ void PushWatch::onError(const Eas::Result &result, Eas::PingCommand *command)
 
 void PushWatch::pause(int retryAfter)
 {
-    const int doublings = qMin(m_failures - 1, 10);
-    const int longest = qMin(FirstPauseMs << qMax(0, doublings), LongestPauseMs);
-    // Spread, so that the clients of a server that comes back do not all come at once.
-    const int spread = longest / 2 + QRandomGenerator::global()->bounded(longest / 2);
-    m_pause.start(qMax(spread, retryAfter * 1000));
+    const double share = QRandomGenerator::global()->generateDouble();
+    m_pause.start(Backoff::pauseMs(m_failures, share, retryAfter));
     qCInfo(lcSync) << "account" << m_context.id() << "is watched again in"
                    << m_pause.interval() / 1000 << "s";
 }

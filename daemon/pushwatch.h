@@ -36,10 +36,14 @@ public:
     /** Waits, or goes on waiting, if it does not; after an error at the earliest when its pause is
      * over. */
     void resume();
-    /** A synchronisation failed: what it was told of will be asked for again after a pause. */
+    /** A synchronisation brought something: the server's quick answers meant something. */
+    void noteNews();
+    /** A synchronisation failed or was stopped: after a pause another one is asked for. */
     void postpone(const Eas::Result &reason);
     /** The network is another one: what waits now may wait in vain. */
     void networkChanged();
+    /** Whether a request waits at the server. */
+    bool isWaiting() const { return !m_command.isNull(); }
 
 signals:
     /** Decimal QMailFolderIds of the folders with news. */
@@ -48,9 +52,10 @@ signals:
     void syncNeeded();
 
 private:
+    void goOn();
     void wait();
     void onAnswer(Eas::PingCommand *command);
-    void onChanged(const QStringList &collectionIds);
+    void tell(const QStringList &collectionIds);
     void onError(const Eas::Result &result, Eas::PingCommand *command);
     void pause(int retryAfter);
     QStringList watchedCollections() const;
@@ -58,11 +63,13 @@ private:
     const AccountContext &m_context;
     QPointer<Eas::PingCommand> m_command;
     QTimer m_pause;
+    QStringList m_held; ///< collections whose news is told of after the pause
     QElapsedTimer m_waiting;
     Heartbeat m_heartbeat;
     int m_maxFolders;
     int m_failures = 0;
     int m_quickAnswers = 0;
+    bool m_syncFirst = false; ///< after the pause, before the next wait
     bool m_givenUp = false;
 };
 

@@ -193,6 +193,7 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
     SyncStep *step = m_step;
     const QStringList names = m_current;
     step->deleteLater();
+    m_broughtNews = m_broughtNews || step->hasBroughtNews();
     if (!result.ok())
         qCInfo(lcSync) << "account" << m_context.id()
                        << (names.first() == Tree ? QStringLiteral("folder tree")

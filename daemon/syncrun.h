@@ -33,6 +33,9 @@ public:
     bool drop(int requestId) override;
     void proceed() override;
 
+    /** Whether the server brought anything that was not known here. */
+    bool hasBroughtNews() const { return m_broughtNews; }
+
 private:
     /** A request, and the steps that it still waits for. */
     struct Wish
@@ -74,6 +77,7 @@ private:
     int m_joined = 0;
     bool m_started = false;
     bool m_announced = false;
+    bool m_broughtNews = false;
 };
 
 } // namespace Daemon

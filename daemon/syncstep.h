@@ -32,6 +32,8 @@ public:
     SyncStep(const AccountContext &context, QObject *parent);
 
     virtual void proceed() = 0;
+    /** Whether the server brought anything that was not known here. */
+    bool hasBroughtNews() const { return m_broughtNews; }
 
 signals:
     void paused();
@@ -54,6 +56,7 @@ protected:
 
     const AccountContext m_context;
     Retry m_retry;
+    bool m_broughtNews = false;
 };
 
 } // namespace Daemon

@@ -1,13 +1,22 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/backoff.h"
 #include "daemon/heartbeat.h"
+#include "daemon/networkmonitor.h"
+#include "daemon/pushwatch.h"
 #include "tests/daemon/daemonworld.h"
 
 #include <QElapsedTimer>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <qmailstore.h>
 
 #include <memory>
+
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 /** Mail that arrives by itself, for an account whose push is on. */
 class TestPush : public QObject
@@ -19,6 +28,8 @@ private slots:
     void cleanup();
 
     void newMailArrivesWithinTwoSeconds();
+    void manyMessagesInARowAllArriveAtOnce();
+    void quickAnswersWithoutNewsAreAskedForMoreSlowly();
     void itIsAnnouncedAsASynchronisation();
     void onlyTheChangedFolderIsAskedFor();
     void aChangeDuringTheFetchArrivesToo();
@@ -26,6 +37,11 @@ private slots:
     void pushSwitchedOffEndsTheWait();
     void aRefusedLoginIsNotRepeated();
     void aServerThatComesBackIsWatchedAgain();
+    void aStoppedSynchronisationIsMadeUpFor();
+    void aNetworkThatReturnsIsUsedAtOnce();
+    void aChangeOfTheNetworkIsNoticed();
+    void pausesAfterErrorsGrowAndAreSpread();
+    void aHeartbeatThatTheServerBoundsIsKept();
     void theEndOfAHeartbeatIsOneMoreRequest();
     void theHeartbeatGrowsAndFallsBack();
 
@@ -84,6 +100,34 @@ void TestPush::newMailArrivesWithinTwoSeconds()
         QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(subject), 10000);
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     }
+}
+
+void TestPush::manyMessagesInARowAllArriveAtOnce()
+{
+    setPush(true);
+    awaitPing();
+    for (int i = 1; i <= 10; ++i) {
+        const QString subject = QStringLiteral("News %1").arg(i);
+        QElapsedTimer timer;
+        timer.start();
+        world().server.deliverText(QStringLiteral("alice"), subject);
+        QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(subject), 10000);
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        awaitPing(i + 1);
+    }
+}
+
+void TestPush::quickAnswersWithoutNewsAreAskedForMoreSlowly()
+{
+    // "Nothing happened", long before the heartbeat is over.
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("status")},
+                          {QStringLiteral("command"), QStringLiteral("Ping")},
+                          {QStringLiteral("status"), 1},
+                          {QStringLiteral("count"), -1}});
+    world().server.clearLog();
+    setPush(true);
+    QTRY_VERIFY(world().daemon.log().contains(QStringLiteral("is watched again in")));
+    QCOMPARE(world().server.requestCount("Ping"), 6);
 }
 
 void TestPush::itIsAnnouncedAsASynchronisation()
@@ -169,6 +213,95 @@ void TestPush::aServerThatComesBackIsWatchedAgain()
     QTest::qWait(200);
     world().server.control("network", {{QStringLiteral("up"), true}});
     QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(QStringLiteral("News")), 30000);
+}
+
+void TestPush::aStoppedSynchronisationIsMadeUpFor()
+{
+    setPush(true);
+    awaitPing();
+    world().listener.clear();
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("delay")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("seconds"), 2}});
+    world().server.deliverText(QStringLiteral("alice"), QStringLiteral("News"));
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QTRY_VERIFY(world().faultsAreTaken());
+    world().proxy.stopSync(world().account.toULongLong(), 1030, QDBus::Block);
+    QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(QStringLiteral("News")), 20000);
+}
+
+/** The watch itself, without the rest of the daemon. */
+void TestPush::aNetworkThatReturnsIsUsedAtOnce()
+{
+    QCOMPARE(world().endDaemon(), 0);
+    Store::SyncStateDb db;
+    QVERIFY(db.open().ok());
+    Daemon::AccountContext context;
+    context.db = &db;
+    context.record = Store::AccountRecord::read(world().account);
+    Eas::ServerAddress address;
+    address.host = context.record.server;
+    address.port = context.record.port;
+    Eas::Credentials credentials;
+    credentials.user = context.record.userName;
+    credentials.password = context.record.password;
+    Eas::Device device;
+    device.id = db.deviceId();
+    Eas::Session session(address, credentials, device);
+    context.session = &session;
+    Daemon::PushWatch watch(context, nullptr);
+    watch.resume();
+    awaitPing(1);
+    world().server.control("network", {{QStringLiteral("up"), false}});
+    QTRY_VERIFY(!watch.isWaiting());
+    world().server.control("network", {{QStringLiteral("up"), true}});
+    QElapsedTimer timer;
+    timer.start();
+    watch.networkChanged();
+    awaitPing(2);
+    QVERIFY(timer.elapsed() < Daemon::Backoff::FirstMs / 2);
+}
+
+void TestPush::aChangeOfTheNetworkIsNoticed()
+{
+    Daemon::NetworkMonitor monitor(nullptr);
+    QSignalSpy changed(&monitor, &Daemon::NetworkMonitor::changed);
+    ifreq request {};
+    qstrncpy(request.ifr_name, "lo:orvmail", sizeof request.ifr_name);
+    auto *address = reinterpret_cast<sockaddr_in *>(&request.ifr_addr);
+    address->sin_family = AF_INET;
+    address->sin_addr.s_addr = htonl(0x7f000963);
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const bool isSet = ::ioctl(socket, SIOCSIFADDR, &request) == 0;
+    ::close(socket);
+    if (!isSet)
+        QSKIP("this user may not change the network");
+    QTRY_COMPARE(changed.count(), 1);
+}
+
+void TestPush::pausesAfterErrorsGrowAndAreSpread()
+{
+    using Daemon::Backoff;
+    QCOMPARE(Backoff::pauseMs(1, 0, 0), Backoff::FirstMs / 2);
+    QCOMPARE(Backoff::pauseMs(1, 1, 0), int(Backoff::FirstMs));
+    QCOMPARE(Backoff::pauseMs(2, 0.5, 0), Backoff::FirstMs * 3 / 2);
+    QCOMPARE(Backoff::pauseMs(1000, 1, 0), int(Backoff::LongestMs));
+    QCOMPARE(Backoff::pauseMs(1000, 0, 0), Backoff::LongestMs / 2);
+    // What the server asks for comes first.
+    QCOMPARE(Backoff::pauseMs(1, 0, 3600), 3600000);
+    QCOMPARE(Backoff::pauseMs(1, 0, 2147483647), 24 * 3600000);
+}
+
+void TestPush::aHeartbeatThatTheServerBoundsIsKept()
+{
+    world().server.control("options", {{QStringLiteral("heartbeat"), QJsonArray {60, 120}}});
+    world().server.clearLog();
+    setPush(true);
+    awaitPing();
+    const QList<QJsonObject> pings = world().server.requests("Ping");
+    QCOMPARE(pings.size(), 2);
+    const QString kept = pings.last().value(QStringLiteral("request")).toString();
+    QVERIFY2(kept.contains(QStringLiteral(">120<")), qPrintable(kept));
 }
 
 void TestPush::theEndOfAHeartbeatIsOneMoreRequest()
