@@ -8,8 +8,11 @@
 
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QSocketNotifier>
 #include <QTextStream>
 #include <QTimer>
+
+#include <unistd.h>
 
 namespace Demo {
 
@@ -122,6 +125,16 @@ bool MailActions::mark(const QMailMessageId &id)
     }) && refresh(QMailMessageMetaData(id).parentFolderId());
 }
 
+bool MailActions::markAll(const QMailFolderId &folder)
+{
+    const QMailMessageIdList ids =
+        QMailStore::instance()->queryMessages(QMailMessageKey::parentFolderId(folder));
+    QMailStorageAction action;
+    return ActionRunner(QStringLiteral("  mark as read"), action).run([&] {
+        action.flagMessages(ids, QMailMessage::Read, 0);
+    }) && refresh(folder);
+}
+
 bool MailActions::remove(const QMailMessageId &id)
 {
     const QMailFolderId folder = QMailMessageMetaData(id).parentFolderId();
@@ -172,6 +185,22 @@ bool MailActions::await(const QString &subject, int timeoutMs)
     QTextStream(stdout) << (arrived ? "  arrived after " : "  nothing after ") << timer.elapsed()
                         << " ms\n";
     return arrived;
+}
+
+bool MailActions::watch()
+{
+    QEventLoop loop;
+    QObject::connect(QMailStore::instance(), &QMailStore::messagesAdded, &loop,
+                     [](const QMailMessageIdList &ids) {
+                         QTextStream out(stdout);
+                         for (const QMailMessageId &id : ids)
+                             out << QMailMessageMetaData(id).subject() << '\n';
+                     });
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &loop, &QEventLoop::quit);
+    QTextStream(stdout) << "watching\n";
+    loop.exec();
+    return true;
 }
 
 } // namespace Demo

@@ -27,6 +27,8 @@ public:
     bool fetchAttachment(const QMailMessageId &id);
     /** Marks as read and as important in the store, and refreshes the folder: that carries it. */
     bool mark(const QMailMessageId &id);
+    /** Marks every message of a folder as read in the store, and refreshes the folder. */
+    bool markAll(const QMailFolderId &folder);
     /** Moves to the trash in the store, and refreshes the folder it came from. */
     bool remove(const QMailMessageId &id);
     /** Searches at the server and lists what it found. */
@@ -35,6 +37,8 @@ public:
     bool reply(const QMailMessageId &id, const QString &text, const QString &attachment);
     /** Waits until a message with that subject is in the store; tells how long it took. */
     bool await(const QString &subject, int timeoutMs);
+    /** Prints the subject of each message that arrives, until standard input ends. */
+    bool watch();
 
 private:
     QMailAccountId m_account;

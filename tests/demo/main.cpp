@@ -20,21 +20,24 @@ QTextStream &err()
     return stream;
 }
 
-const char Usage[] = "usage: demo-client ACCOUNT COMMAND [ARGUMENT...]\n"
-                     "  synchronize              let the message server synchronise the account\n"
-                     "  refresh FOLDER           bring one folder up to date\n"
-                     "  folders                  show the folders in the mail store\n"
-                     "  messages FOLDER          show the newest messages of a folder\n"
-                     "  read SUBJECT             show a message as far as it is here\n"
-                     "  state SUBJECT            tell what the mail store says of a message\n"
-                     "  fetch SUBJECT            fetch the whole message\n"
-                     "  attachment SUBJECT       fetch the first part that is not here\n"
-                     "  save SUBJECT FILE        save the first attachment from the mail store\n"
-                     "  mark SUBJECT             mark as read and as important\n"
-                     "  delete SUBJECT           move to the trash\n"
-                     "  search TEXT              search at the server\n"
-                     "  reply SUBJECT TEXT FILE  reply with a file attached, and send it\n"
-                     "  await SUBJECT            wait until such a message is in the store\n";
+const char Usage[] =
+    "usage: demo-client ACCOUNT COMMAND [ARGUMENT...]\n"
+    "  synchronize              let the message server synchronise the account\n"
+    "  refresh FOLDER           bring one folder up to date\n"
+    "  folders                  show the folders in the mail store\n"
+    "  messages FOLDER          show the newest messages of a folder\n"
+    "  read SUBJECT             show a message as far as it is here\n"
+    "  state SUBJECT            tell what the mail store says of a message\n"
+    "  fetch SUBJECT            fetch the whole message\n"
+    "  attachment SUBJECT       fetch the first part that is not here\n"
+    "  save SUBJECT FILE        save the first attachment from the mail store\n"
+    "  mark SUBJECT             mark as read and as important\n"
+    "  mark-all FOLDER          mark a folder's messages as read\n"
+    "  delete SUBJECT           move to the trash\n"
+    "  search TEXT              search at the server\n"
+    "  reply SUBJECT TEXT FILE  reply with a file attached, and send it\n"
+    "  await SUBJECT            wait until such a message is in the store\n"
+    "  watch                    tell of arriving messages until standard input ends\n";
 
 QMailAccountId accountByName(const QString &name)
 {
@@ -55,11 +58,13 @@ int runCommand(const QMailAccountId &account, const QString &command, const QStr
         {QStringLiteral("save"),
          [&] { return view.saveAttachment(message(), arguments.value(1)); }},
         {QStringLiteral("mark"), [&] { return mail.mark(message()); }},
+        {QStringLiteral("mark-all"), [&] { return mail.markAll(view.folderByPath(argument)); }},
         {QStringLiteral("delete"), [&] { return mail.remove(message()); }},
         {QStringLiteral("search"), [&] { return mail.search(argument); }},
         {QStringLiteral("reply"),
          [&] { return mail.reply(message(), arguments.value(1), arguments.value(2)); }},
         {QStringLiteral("await"), [&] { return mail.await(argument, 30000); }},
+        {QStringLiteral("watch"), [&] { return mail.watch(); }},
         {QStringLiteral("folders"), [&] { return view.printFolders(), true; }},
         {QStringLiteral("messages"), [&] { return view.printMessages(argument, 12), true; }},
         {QStringLiteral("read"), [&] { return view.printMessage(message()), true; }},
