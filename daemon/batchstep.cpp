@@ -64,7 +64,7 @@ void BatchStep::takeNext()
                 emit finished(taken, true);
                 return;
             }
-        } else if (window.unchanged) {
+        } else if (window.unchanged && !awaitsMessages(window.collectionId)) {
             m_done.append(window.collectionId);
         } else {
             FolderSync::logWindow(m_context, window);
@@ -79,6 +79,12 @@ void BatchStep::takeNext()
         }
     }
     emit finished({}, false);
+}
+
+/** Whether an answer without changes says something: what is not brought now is gone. */
+bool BatchStep::awaitsMessages(const QString &collectionId) const
+{
+    return !m_context.db->unconfirmed(m_context.id(), collectionId).isEmpty();
 }
 
 Eas::Result BatchStep::takeRefusal(const Eas::SyncWindow &window)

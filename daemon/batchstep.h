@@ -37,6 +37,7 @@ public:
 private:
     void onAnswer(const Eas::SyncCommand &command);
     void takeNext();
+    bool awaitsMessages(const QString &collectionId) const;
     Eas::Result takeRefusal(const Eas::SyncWindow &window);
 
     const QStringList m_collectionIds;

@@ -9,6 +9,8 @@
 #include "daemon/store/foundmark.h"
 #include "daemon/store/windowwriter.h"
 
+#include <algorithm>
+
 namespace Daemon {
 
 namespace {
@@ -29,9 +31,18 @@ QList<Store::FolderLocalChanges> portions(const Store::FolderLocalChanges &all)
         portion.collectionId = all.collectionId;
         portion.flags = all.flags.mid(at, most);
         portion.deletions = all.deletions.mid(at, most);
+        portion.moves = all.moves;
         portions.append(portion);
     }
     return portions;
+}
+
+/** Whether it is to be moved yet: then it may be there already, by a request whose answer was lost.
+ */
+bool isMoving(const Store::FolderLocalChanges &changes, const QMailMessageId &id)
+{
+    return std::any_of(changes.moves.cbegin(), changes.moves.cend(),
+                       [&id](const Store::Move &move) { return move.id == id; });
 }
 
 Eas::LocalChange toLocalChange(const Store::FlagChange &flags)
@@ -135,7 +146,7 @@ void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLoc
         const bool isFound = Store::FoundMark::isSet(QMailMessageMetaData(flags.id));
         if (status == FolderSync::StatusOk || (status == ObjectNotFound && isFound))
             taken.append(flags);
-        else if (status == ObjectNotFound && result.ok())
+        else if (status == ObjectNotFound && !isMoving(changes, flags.id) && result.ok())
             result = m_changes.dropMessage(flags.id);
     }
     QStringList deleted;
@@ -184,9 +195,7 @@ Eas::Result UploadStep::resolve(const Store::Move &move, int status, const QStri
     case SameFolder:
         return m_changes.acknowledgeMove(move, move.serverId);
     case SourceGone:
-        // Gone, or moved already by a request whose answer was lost: the folder's own step brings
-        // it.
-        return m_changes.dropMessage(move.id);
+        return m_changes.awaitMoved(move);
     case Locked:
         return {};
     default:

@@ -3,6 +3,7 @@
 
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
+#include "daemon/store/fingerprint.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
@@ -21,7 +22,8 @@ const QMailMessageKey::Properties propertiesOfChanges = QMailMessageKey::Id
     | QMailMessageKey::ServerUid | QMailMessageKey::Status | QMailMessageKey::ParentFolderId
     | QMailMessageKey::PreviousParentFolderId;
 
-/** Whether the server can be told of it: of some that a search found, the id is not known. */
+/** Whether the server can be told of it: of some that a search found or that moved, the id is not
+ * known. */
 bool isNamed(const ServerUid &uid)
 {
     return FoundMark::longIdInsteadOf(uid.itemId).isEmpty();
@@ -164,6 +166,13 @@ Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newSe
     result = removeDouble(uid, move.id);
     if (!result.ok())
         return result;
+    return renameMoved(move, uid);
+}
+
+/** Nothing else is written: the user may be doing more with the message right now. */
+Eas::Result LocalChanges::renameMoved(const Move &move, const QString &uid)
+{
+    const QMailMessageKey here = QMailMessageKey::id(move.id);
     const std::optional<FolderState> destination = m_db.folder(m_account, move.destination);
     const QMailMessageKey movedOn = here
         & QMailMessageKey::parentFolderId(destination ? destination->folderId : QMailFolderId(),
@@ -172,11 +181,24 @@ Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newSe
     data.setServerUid(uid);
     if (destination && QMailStore::instance()->countMessages(movedOn) > 0)
         data.setPreviousParentFolderId(destination->folderId);
-    // Nothing else is written: the user may be doing more with the message right now.
     if (!QMailStore::instance()->updateMessagesMetaData(
             here, QMailMessageKey::ServerUid | QMailMessageKey::PreviousParentFolderId, data))
         return storeFailure(QStringLiteral("cannot mark a message as moved"));
     return {};
+}
+
+Eas::Result LocalChanges::awaitMoved(const Move &move)
+{
+    Eas::Result result = AccountGuard::check(m_account);
+    const Message message = currentMessage(move.id);
+    if (!result.ok() || !message.id().isValid())
+        return result;
+    result = m_db.addUnconfirmed(m_account, move.destination, {move.id, fingerprint(message)});
+    if (!result.ok())
+        return result;
+    // Its id there is not known yet, and what comes of the old one is not about it any more.
+    const QString standIn = FoundMark::itemIdFor(QString::number(move.id.toULongLong()));
+    return renameMoved(move, ServerUid::join(move.destination, standIn));
 }
 
 /** The folder's own synchronisation may have brought the moved message as a new one already. */

@@ -60,6 +60,11 @@ public:
     Eas::Result acknowledgeFlags(const QList<FlagChange> &changes);
     /** The server moved it, and calls it by a new id now. */
     Eas::Result acknowledgeMove(const Move &move, const QString &newServerId);
+    /**
+     * The server does not have it where it was: it is gone, or was moved by a request whose answer
+     * was lost. The next synchronisation of the destination recognises it there, or removes it.
+     */
+    Eas::Result awaitMoved(const Move &move);
     /** The server deleted them, or never had them. */
     Eas::Result acknowledgeDeletions(const QString &collectionId, const QStringList &serverIds);
 
@@ -76,6 +81,7 @@ private:
     void collectDeletions(Changes *changes) const;
     Eas::Result mark(const QMailMessageIdList &ids, quint64 mask, bool value);
     Eas::Result deleteAt(const QString &collectionId, const QString &serverId);
+    Eas::Result renameMoved(const Move &move, const QString &uid);
     Eas::Result removeDouble(const QString &uid, const QMailMessageId &original);
 
     SyncStateDb &m_db;

@@ -507,6 +507,20 @@ Eas::Result SyncStateDb::startReconciling(const QMailAccountId &account, const F
     return result.ok() ? transaction.commit() : result;
 }
 
+Eas::Result SyncStateDb::addUnconfirmed(const QMailAccountId &account, const QString &serverId,
+                                        const Unconfirmed &message)
+{
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral(
+        "INSERT OR REPLACE INTO unconfirmed (account, server_id, message, fingerprint)"
+        " VALUES (?, ?, ?, ?)"));
+    query.addBindValue(number(account));
+    query.addBindValue(serverId);
+    query.addBindValue(qint64(message.messageId.toULongLong()));
+    query.addBindValue(message.fingerprint);
+    return run(query);
+}
+
 Eas::Result SyncStateDb::confirm(const QMailAccountId &account, const FolderState &state,
                                  const QMailMessageIdList &messages)
 {

@@ -38,7 +38,7 @@ struct FolderState
     bool reconciling = false;
 };
 
-/** A message of which a fresh synchronisation has not shown yet that the server still has it. */
+/** A message of which a synchronisation has still to show that the server has it in the folder. */
 struct Unconfirmed
 {
     QMailMessageId messageId;
@@ -110,6 +110,9 @@ public:
     /** Replaces the folder's unconfirmed messages and saves its state, both or neither. */
     Eas::Result startReconciling(const QMailAccountId &account, const FolderState &state,
                                  const QList<Unconfirmed> &messages);
+    /** One more unconfirmed message of a folder that is not compared as a whole. */
+    Eas::Result addUnconfirmed(const QMailAccountId &account, const QString &serverId,
+                               const Unconfirmed &message);
     /** Strikes messages off the unconfirmed ones and saves the folder's state, both or neither. */
     Eas::Result confirm(const QMailAccountId &account, const FolderState &state,
                         const QMailMessageIdList &messages);

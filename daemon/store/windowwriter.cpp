@@ -150,8 +150,8 @@ Eas::Result WindowWriter::start()
         m_phase = Phase::Note;
         return {};
     }
-    if (m_folder.reconciling)
-        expect(m_db.unconfirmed(m_account, m_window.collectionId));
+    expect(m_db.unconfirmed(m_account, m_window.collectionId));
+    m_hasUnconfirmed = !m_unconfirmed.isEmpty();
     expectFound();
     m_phase = Phase::Items;
     return {};
@@ -481,13 +481,12 @@ Eas::Result WindowWriter::saveKey()
     }
     if (result.ok())
         result = m_db.confirm(m_account, m_folder, m_confirmed);
-    const bool isLast = !m_first && m_folder.reconciling && !m_window.moreAvailable
-        && m_answers == Answers::Download;
-    m_phase = isLast ? Phase::Sweep : Phase::End;
+    const bool isLast = !m_first && !m_window.moreAvailable && m_answers == Answers::Download;
+    m_phase = isLast && (m_folder.reconciling || m_hasUnconfirmed) ? Phase::Sweep : Phase::End;
     return result;
 }
 
-/** Removes what the fresh synchronisation did not bring again. */
+/** Removes what the synchronisation had to bring and did not. */
 Eas::Result WindowWriter::sweep()
 {
     const QList<Unconfirmed> left =

@@ -23,7 +23,8 @@ namespace Store {
  *
  * The answer to key "0" starts a fresh synchronisation: the folder's messages are noted as
  * unconfirmed, the windows that follow confirm those that the server still has, and after the last
- * of them the others are removed. All of it outlives a restart.
+ * of them the others are removed. All of it outlives a restart. A message that may have been moved
+ * here by a request whose answer was lost is treated in the same way.
  */
 class WindowWriter : public StoreJob
 {
@@ -82,7 +83,8 @@ private:
     const Answers m_answers;
     Phase m_phase = Phase::Start;
     FolderState m_folder;
-    bool m_first = false; ///< this is the answer to key "0"
+    bool m_first = false;          ///< this is the answer to key "0"
+    bool m_hasUnconfirmed = false; ///< of earlier windows, or of moves whose answer was lost
     QList<Item> m_items;
     QStringList m_gone;
     QHash<QString, QMailMessageId> m_present; ///< by uid

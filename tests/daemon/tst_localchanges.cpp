@@ -40,6 +40,8 @@ private slots:
     void specificFoldersCarryThemAsWell();
     void anotherUploadFollowsARequestThatJoinsALateOne();
     void aCutAnswerCarriesTheSameChangesAgain();
+    void aMoveWhoseAnswerIsLostKeepsTheMessagesId_data();
+    void aMoveWhoseAnswerIsLostKeepsTheMessagesId();
     void aKilledDaemonLosesAndDoublesNothing();
 
 private:
@@ -270,9 +272,50 @@ void TestLocalChanges::aCutAnswerCarriesTheSameChangesAgain()
     QCOMPARE(world().messageCount(), 3);
 }
 
+void TestLocalChanges::aMoveWhoseAnswerIsLostKeepsTheMessagesId_data()
+{
+    QTest::addColumn<bool>("kill");
+    QTest::newRow("the connection is cut") << false;
+    QTest::newRow("the daemon is killed") << true;
+}
+
+void TestLocalChanges::aMoveWhoseAnswerIsLostKeepsTheMessagesId()
+{
+    QFETCH(bool, kill);
+    const QMailMessageId id = messageOf(mail2);
+    move(id, inbox, drafts);
+    world().server.fault(
+        {{QStringLiteral("kind"), kill ? QStringLiteral("delay") : QStringLiteral("reset")},
+         {QStringLiteral("command"), QStringLiteral("MoveItems")},
+         {QStringLiteral("seconds"), 30},
+         {QStringLiteral("late"), true}});
+    const int request = world().sync();
+    QTRY_VERIFY(!atServer(mail2, drafts).isEmpty());
+    if (kill) {
+        world().daemon.kill();
+        world().listener.clear();
+        QVERIFY(world().daemon.start());
+    } else {
+        QVERIFY(world().codeOf(request) != 0);
+    }
+    // Between the two, the person goes on. The other flag is nothing that a server tells of.
+    set({id}, Message::Important, true);
+    set({id}, Message::CalendarInvitation, true);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(messageOf(mail2), id);
+    QCOMPARE(world().subjects(drafts), QStringList {mail2});
+    QCOMPARE(world().messageCount(), 3);
+    QVERIFY(atServer(mail2).isEmpty());
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(atServer(mail2, drafts).value(QStringLiteral("flag")).toInt(), 2);
+    QCOMPARE(messageOf(mail2), id);
+    QVERIFY(has(id, Message::CalendarInvitation));
+}
+
 void TestLocalChanges::aKilledDaemonLosesAndDoublesNothing()
 {
     const QMailMessageId first = messageOf(mail1);
+    const QMailMessageId second = messageOf(mail2);
     for (int round = 0; round < 6; ++round) {
         const bool read = round % 2 == 0;
         set({first}, Message::Read, read);
@@ -293,6 +336,7 @@ void TestLocalChanges::aKilledDaemonLosesAndDoublesNothing()
         QVERIFY(atServer(mail2, from).isEmpty());
         QVERIFY(!atServer(mail2, to).isEmpty());
         QCOMPARE(world().subjects(to).count(mail2), 1);
+        QCOMPARE(messageOf(mail2), second);
         QCOMPARE(world().messageCount(), 3);
     }
 }
