@@ -307,6 +307,9 @@ ScriptedDaemon::ScriptedDaemon()
 {
     if (!appear())
         qFatal("the scripted daemon cannot own %s", ServiceName);
+    // Qt keeps what comes until the first event loop runs, the name's change of owner, too; until
+    // it has taken that in it drops the new owner's broadcasts.
+    settle();
 }
 
 ScriptedDaemon::~ScriptedDaemon() = default;
