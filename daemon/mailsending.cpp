@@ -4,6 +4,7 @@
 #include "daemon/eas/sendmailcommand.h"
 #include "daemon/logging.h"
 #include "daemon/sentlookup.h"
+#include "daemon/store/foundmark.h"
 #include "daemon/store/outgoingmail.h"
 
 #include <QTimer>
@@ -21,6 +22,7 @@ constexpr int LookupDelayMs = 1000;
 constexpr int SubmissionFailed = 120;
 constexpr int ItemGone = 150;
 constexpr int RepliesForbidden = 117;
+constexpr int ReplyFailed = 121;
 /** The server failed, before or after it has sent the message. */
 constexpr int FirstServerError = 110;
 constexpr int LastServerError = 111;
@@ -120,6 +122,10 @@ Eas::Result MailSending::compose()
     QMailMessage message(m_id);
     if (!message.id().isValid())
         return {Eas::NotFound, QStringLiteral("the message has been removed")};
+    m_plan = m_plain ? Store::ResponsePlan() : Store::ResponsePlan::of(message);
+    const Eas::Result completed = Store::OutgoingMail::completeParts(&message, m_plan);
+    if (!completed.ok())
+        return completed;
     m_file = std::make_unique<OutgoingFile>();
     m_file->mayLeave = [this] { return noteLeaving(); };
     const Eas::Result written = Store::OutgoingMail::write(message, m_outgoing, m_file->device());
@@ -158,16 +164,20 @@ Eas::OutgoingMail MailSending::mail()
                                                           : Eas::OutgoingMail::Plain;
     mail.original.collectionId = m_plan.original.collectionId;
     mail.original.serverId = m_plan.original.itemId;
+    mail.original.longId = Store::FoundMark::longIdInsteadOf(m_plan.original.itemId);
     mail.replaceMime = m_plan.saysAll;
     return mail;
 }
 
 bool MailSending::canFallBack(const Eas::Result &failure) const
 {
-    const bool isOld = m_context.session->version() < 140;
-    return m_plan.kind != Store::ResponsePlan::Plain
-        && (failure.status == ItemGone || failure.status == RepliesForbidden
-            || (isOld && failure.code == Eas::ServerFailed));
+    if (m_plan.kind == Store::ResponsePlan::Plain)
+        return false;
+    // An older server says no more than that it failed.
+    if (m_context.session->version() < 140)
+        return !m_plan.saysAll && failure.code == Eas::ServerFailed;
+    return failure.status == ItemGone || failure.status == RepliesForbidden
+        || failure.status == ReplyFailed;
 }
 
 bool MailSending::noteLeaving()

@@ -56,6 +56,21 @@ quint64 roleOf(int type, const QString &name, bool atTop)
     }
 }
 
+/** The account's status in the database: this process's copy may be older, and an update writes
+ * all of it. */
+quint64 currentStatus(const QMailAccountId &account)
+{
+    quint64 status = 0;
+    for (int bit = 0; bit < 63; ++bit) {
+        const quint64 flag = Q_UINT64_C(1) << bit;
+        const auto key = QMailAccountKey::id(account)
+            & QMailAccountKey::status(flag, QMailDataComparator::Includes);
+        if (QMailStore::instance()->countAccounts(key) > 0)
+            status |= flag;
+    }
+    return status;
+}
+
 } // namespace
 
 FolderWriter::FolderWriter(SyncStateDb &db, const QMailAccountId &account,
@@ -327,7 +342,10 @@ Eas::Result FolderWriter::setStandardFolders()
         account.setStandardFolder(role, wanted.value(role));
         changed = true;
     }
-    if (changed && !QMailStore::instance()->updateAccount(&account))
+    if (!changed)
+        return {};
+    account.setStatus(currentStatus(m_account));
+    if (!QMailStore::instance()->updateAccount(&account))
         return storeFailure(QStringLiteral("cannot name the account's standard folders"));
     return {};
 }

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "tests/daemon/cuttingproxy.h"
-#include "tests/daemon/daemonworld.h"
+#include "tests/daemon/sendingworld.h"
 
 #include <memory>
 #include <QFile>
 #include <qmailaccount.h>
 #include <qmailmessage.h>
 #include <qmailstore.h>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -15,20 +13,6 @@ namespace {
 
 const QString alice = QStringLiteral("alice");
 const QString bob = QStringLiteral("bob");
-
-QJsonObject fault(const char *kind, QJsonObject more = {})
-{
-    more.insert(QStringLiteral("kind"), QLatin1String(kind));
-    if (!more.contains(QStringLiteral("command")))
-        more.insert(QStringLiteral("command"), QStringLiteral("SendMail"));
-    return more;
-}
-
-/** Why the message was not sent, as the daemon wrote it down. */
-QString reasonOf(const QMailMessageId &id)
-{
-    return QMailMessageMetaData(id).customField(QStringLiteral("orvmail-send-failure"));
-}
 
 } // namespace
 
@@ -66,38 +50,17 @@ private slots:
     void abortedAfterItIsLetFinish();
     void anInterruptedSendingReturnsToTheOutbox();
     void aCopyOfASentMessageIsSent();
-    void brokenOffAnywhereItIsSentOnce_data();
-    void brokenOffAnywhereItIsSentOnce();
 
 private:
-    DaemonWorld &world() { return *m_world; }
-    QMailMessage draft(const QString &subject = QStringLiteral("Hello")) const;
-    QMailMessageId add(QMailMessage message) const;
-    int send(const QMailMessageId &id);
-    int sendAndWait(const QMailMessageId &id)
-    {
-        world().listener.clear(); // a new daemon counts its requests from 1 again
-        return world().codeOf(send(id), 60000);
-    }
-    QJsonArray sent();
-    QMailMessage sentMessage(int index = 0);
-    /** Copies of a subject that the user's folder has. */
-    int copies(const QString &user, const QString &subject,
-               const QString &folder = QStringLiteral("Inbox"));
-    void setOption(const char *name, const QJsonValue &value);
-    qint64 bytesOfOneSending(CuttingProxy *proxy);
-    void sendAndBreakOff(CuttingProxy *proxy, bool kill, qint64 point, const QString &subject);
-    bool isInOutbox(const QMailMessageId &id) const;
-    void setOutbox(const QMailMessageId &id, bool on);
-
-    std::unique_ptr<DaemonWorld> m_world;
+    SendingWorld &world() { return *m_world; }
+    std::unique_ptr<SendingWorld> m_world;
 };
 
 void TestAsDaemonSending::init()
 {
     if (!EasServer::isAvailable())
         QSKIP("there is no python3 for the test server");
-    m_world = std::make_unique<DaemonWorld>();
+    m_world = std::make_unique<SendingWorld>();
     QVERIFY(world().begin());
 }
 
@@ -106,82 +69,6 @@ void TestAsDaemonSending::cleanup()
     const int code = m_world ? m_world->endDaemon() : 0;
     m_world.reset();
     QCOMPARE(code, 0);
-}
-
-QMailMessage TestAsDaemonSending::draft(const QString &subject) const
-{
-    QMailMessage message;
-    message.setMessageType(QMailMessage::Email);
-    message.setParentAccountId(m_world->account);
-    message.setParentFolderId(QMailFolderId(QMailFolder::LocalStorageFolderId));
-    message.setFrom(QMailAddress(QStringLiteral("Alice"), QStringLiteral("alice@example.test")));
-    message.setTo(QMailAddress(QStringLiteral("Bob"), QStringLiteral("bob@example.test")));
-    message.setSubject(subject);
-    message.setDate(QMailTimeStamp::currentDateTime());
-    message.setBody(QMailMessageBody::fromData(QStringLiteral("Hello.\n"),
-                                               QMailMessageContentType("text/plain; charset=UTF-8"),
-                                               QMailMessageBody::QuotedPrintable));
-    message.setStatus(QMailMessage::Outgoing | QMailMessage::Outbox | QMailMessage::ContentAvailable
-                          | QMailMessage::LocalOnly | QMailMessage::Read,
-                      true);
-    return message;
-}
-
-QMailMessageId TestAsDaemonSending::add(QMailMessage message) const
-{
-    if (!QMailStore::instance()->addMessage(&message))
-        qFatal("cannot add a message");
-    return message.id();
-}
-
-int TestAsDaemonSending::send(const QMailMessageId &id)
-{
-    const int request =
-        world().proxy.sendMail(world().account.toULongLong(), id.toULongLong(), QDBus::Block);
-    if (request > 0)
-        setOutbox(id, false);
-    return request;
-}
-
-QJsonArray TestAsDaemonSending::sent()
-{
-    return world()
-        .server.control("sent", {{QStringLiteral("mime"), true}})
-        .value(QStringLiteral("sent"))
-        .toArray();
-}
-
-QMailMessage TestAsDaemonSending::sentMessage(int index)
-{
-    const QJsonObject entry = sent().at(index).toObject();
-    return QMailMessage::fromRfc2822(
-        QByteArray::fromBase64(entry.value(QStringLiteral("mime")).toString().toLatin1()));
-}
-
-int TestAsDaemonSending::copies(const QString &user, const QString &subject, const QString &folder)
-{
-    int found = 0;
-    for (const QJsonObject &message : world().server.messages(user, folder))
-        found += int(message.value(QStringLiteral("subject")).toString() == subject);
-    return found;
-}
-
-void TestAsDaemonSending::setOption(const char *name, const QJsonValue &value)
-{
-    world().server.control("options", {{QLatin1String(name), value}});
-}
-
-bool TestAsDaemonSending::isInOutbox(const QMailMessageId &id) const
-{
-    const auto key = QMailMessageKey::id(id)
-        & QMailMessageKey::status(QMailMessage::Outbox, QMailDataComparator::Includes);
-    return QMailStore::instance()->countMessages(key) == 1;
-}
-
-void TestAsDaemonSending::setOutbox(const QMailMessageId &id, bool on)
-{
-    QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), QMailMessage::Outbox,
-                                                   on);
 }
 
 void TestAsDaemonSending::aMessageReachesItsRecipientAndTheSentFolder_data()
@@ -194,11 +81,11 @@ void TestAsDaemonSending::aMessageReachesItsRecipientAndTheSentFolder_data()
 void TestAsDaemonSending::aMessageReachesItsRecipientAndTheSentFolder()
 {
     QFETCH(QString, version);
-    setOption("versions", QJsonArray {version});
-    QCOMPARE(sendAndWait(add(draft())), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
-    QCOMPARE(copies(alice, QStringLiteral("Hello"), QStringLiteral("Sent")), 1);
-    const QMailMessage message = sentMessage();
+    world().setOption("versions", QJsonArray {version});
+    QCOMPARE(world().sendAndWait(world().add(world().draft())), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().copies(alice, QStringLiteral("Hello"), QStringLiteral("Sent")), 1);
+    const QMailMessage message = world().sentMessage();
     QCOMPARE(message.from().address(), QStringLiteral("alice@example.test"));
     QCOMPARE(message.to().first().address(), QStringLiteral("bob@example.test"));
     QCOMPARE(message.body().data(), QStringLiteral("Hello.\n"));
@@ -208,13 +95,13 @@ void TestAsDaemonSending::aMessageReachesItsRecipientAndTheSentFolder()
 
 void TestAsDaemonSending::bccReachesItsRecipientsAndNobodyElseLearnsOfThem()
 {
-    QMailMessage message = draft();
+    QMailMessage message = world().draft();
     message.setBcc({QMailAddress(QStringLiteral("Jörg"), QStringLiteral("alice@example.test"))});
-    QCOMPARE(sendAndWait(add(message)), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
-    QCOMPARE(copies(alice, QStringLiteral("Hello")), 1);
-    QCOMPARE(sentMessage().bcc().value(0).address(), QStringLiteral("alice@example.test"));
-    QCOMPARE(sentMessage().bcc().value(0).name(), QStringLiteral("Jörg"));
+    QCOMPARE(world().sendAndWait(world().add(message)), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().copies(alice, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().sentMessage().bcc().value(0).address(), QStringLiteral("alice@example.test"));
+    QCOMPARE(world().sentMessage().bcc().value(0).name(), QStringLiteral("Jörg"));
     const QString id = world()
                            .server.messages(bob, QStringLiteral("Inbox"))
                            .first()
@@ -257,25 +144,25 @@ void TestAsDaemonSending::whateverIsInABodyArrivesUnchanged()
     QFETCH(int, encoding);
     QFETCH(QByteArray, charset);
     QFETCH(QByteArray, text);
-    QMailMessage message = draft();
+    QMailMessage message = world().draft();
     const bool isPlain = encoding == QMailMessageBody::SevenBit
         || encoding == QMailMessageBody::EightBit || encoding == QMailMessageBody::Binary;
     message.setBody(QMailMessageBody::fromData(
         text, QMailMessageContentType("text/plain; charset=" + charset),
         QMailMessageBody::TransferEncoding(encoding),
         isPlain ? QMailMessageBody::AlreadyEncoded : QMailMessageBody::RequiresEncoding));
-    QCOMPARE(sendAndWait(add(message)), 200);
+    QCOMPARE(world().sendAndWait(world().add(message)), 200);
     const QByteArray mime = QByteArray::fromBase64(
-        sent().first().toObject().value(QStringLiteral("mime")).toString().toLatin1());
+        world().sent().first().toObject().value(QStringLiteral("mime")).toString().toLatin1());
     for (const QByteArray &line : mime.split('\n'))
         QVERIFY2(line.size() <= 999, line.left(60).constData());
     QCOMPARE(mime.count('\n'), mime.count("\r\n"));
     for (const char sign : mime)
         QVERIFY(sign > 0);
     // The mail store's own reader makes LF of CR LF.
-    QByteArray arrived = sentMessage().body().data(QMailMessageBody::Decoded);
+    QByteArray arrived = world().sentMessage().body().data(QMailMessageBody::Decoded);
     QCOMPARE(arrived.replace("\r\n", "\n"), QByteArray(text).replace("\r\n", "\n"));
-    QCOMPARE(sentMessage().contentType().charset().toLower(), charset.toLower());
+    QCOMPARE(world().sentMessage().contentType().charset().toLower(), charset.toLower());
 }
 
 void TestAsDaemonSending::anAttachmentFromAFileArrives()
@@ -289,7 +176,7 @@ void TestAsDaemonSending::anAttachmentFromAFileArrives()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(content);
     file.close();
-    QMailMessage message = draft();
+    QMailMessage message = world().draft();
     message.setMultipartType(QMailMessage::MultipartMixed);
     message.appendPart(QMailMessagePart::fromData(
         QStringLiteral("See ä"),
@@ -300,8 +187,8 @@ void TestAsDaemonSending::anAttachmentFromAFileArrives()
     message.appendPart(QMailMessagePart::fromFile(
         path, disposition, QMailMessageContentType("application/octet-stream"),
         QMailMessageBody::Base64));
-    QCOMPARE(sendAndWait(add(message)), 200);
-    const QMailMessage arrived = sentMessage();
+    QCOMPARE(world().sendAndWait(world().add(message)), 200);
+    const QMailMessage arrived = world().sentMessage();
     QCOMPARE(arrived.partCount(), 2u);
     QCOMPARE(arrived.partAt(0).body().data(), QStringLiteral("See ä"));
     QCOMPARE(arrived.partAt(1).body().data(QMailMessageBody::Decoded), content);
@@ -312,11 +199,11 @@ void TestAsDaemonSending::twentyAtOnceAllArrive()
 {
     QList<int> requests;
     for (int i = 0; i < 20; ++i)
-        requests.append(send(add(draft(QStringLiteral("Mail %1").arg(i)))));
+        requests.append(world().send(world().add(world().draft(QStringLiteral("Mail %1").arg(i)))));
     for (int request : requests)
         QCOMPARE(world().codeOf(request, 60000), 200);
     for (int i = 0; i < 20; ++i)
-        QCOMPARE(copies(bob, QStringLiteral("Mail %1").arg(i)), 1);
+        QCOMPARE(world().copies(bob, QStringLiteral("Mail %1").arg(i)), 1);
 }
 
 void TestAsDaemonSending::whoCannotBeSentToIsTold_data()
@@ -332,15 +219,15 @@ void TestAsDaemonSending::whoCannotBeSentToIsTold()
 {
     QFETCH(QString, address);
     QFETCH(int, asked);
-    QMailMessage message = draft();
+    QMailMessage message = world().draft();
     message.setTo(QMailAddressList());
     if (!address.isEmpty())
         message.setTo(QMailAddress(address));
-    const QMailMessageId id = add(message);
-    QCOMPARE(sendAndWait(id), 404);
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
     QCOMPARE(world().server.requestCount("SendMail"), asked);
     QVERIFY(world().daemon.log().contains(QLatin1String("is not sent: 404")));
-    QTRY_VERIFY(reasonOf(id).contains(QLatin1String("recipient")));
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("recipient")));
 }
 
 void TestAsDaemonSending::refusalsHaveTheirOwnCode_data()
@@ -349,10 +236,10 @@ void TestAsDaemonSending::refusalsHaveTheirOwnCode_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("text");
     const auto status = [](int status) {
-        return fault("status", {{QStringLiteral("status"), status}});
+        return SendingWorld::sendFault("status", {{QStringLiteral("status"), status}});
     };
     const auto http = [](int status) {
-        return fault("http", {{QStringLiteral("status"), status}});
+        return SendingWorld::sendFault("http", {{QStringLiteral("status"), status}});
     };
     QTest::newRow("mailbox full") << status(113) << 507 << QStringLiteral("mailbox is full");
     QTest::newRow("quota") << status(115) << 507 << QStringLiteral("quota");
@@ -370,36 +257,36 @@ void TestAsDaemonSending::refusalsHaveTheirOwnCode()
     QFETCH(int, code);
     QFETCH(QString, text);
     world().server.fault(wish);
-    const QMailMessageId id = add(draft());
-    QCOMPARE(sendAndWait(id), code);
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), code);
     // This process learns of what the daemon wrote a moment later.
-    QTRY_VERIFY(reasonOf(id).contains(text));
-    QVERIFY(world().daemon.log().contains(reasonOf(id)));
-    setOutbox(id, true);
-    QCOMPARE(sendAndWait(id), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(text));
+    QVERIFY(world().daemon.log().contains(SendingWorld::reasonOf(id)));
+    world().setOutbox(id, true);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::aRefusedMessageBlocksNoOther()
 {
-    QMailMessage bad = draft(QStringLiteral("Bad"));
+    QMailMessage bad = world().draft(QStringLiteral("Bad"));
     bad.setTo(QMailAddress(QStringLiteral("nobody@example.test")));
-    const int first = send(add(bad));
-    const int second = send(add(draft(QStringLiteral("Good"))));
+    const int first = world().send(world().add(bad));
+    const int second = world().send(world().add(world().draft(QStringLiteral("Good"))));
     QCOMPARE(world().codeOf(first), 404);
     QCOMPARE(world().codeOf(second), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Good")), 1);
+    QCOMPARE(world().copies(bob, QStringLiteral("Good")), 1);
 }
 
 void TestAsDaemonSending::messageIdAndDateStayOverRetries()
 {
-    setOption("client_id_memory", false);
-    QMailMessage message = draft();
+    world().setOption("client_id_memory", false);
+    QMailMessage message = world().draft();
     message.setDate(QMailTimeStamp());
-    const QMailMessageId id = add(message);
-    world().server.fault(fault("status", {{QStringLiteral("status"), 113}}));
-    QCOMPARE(sendAndWait(id), 507);
-    QCOMPARE(sendAndWait(id), 200);
+    const QMailMessageId id = world().add(message);
+    world().server.fault(SendingWorld::sendFault("status", {{QStringLiteral("status"), 113}}));
+    QCOMPARE(world().sendAndWait(id), 507);
+    QCOMPARE(world().sendAndWait(id), 200);
     const QList<QJsonObject> requests = world().server.requests("SendMail");
     QCOMPARE(requests.size(), 2);
     QCOMPARE(requests.at(0).value(QStringLiteral("request")),
@@ -409,7 +296,7 @@ void TestAsDaemonSending::messageIdAndDateStayOverRetries()
 void TestAsDaemonSending::aMessageOrAccountThatDoesNotExistIsRefused()
 {
     const quint64 account = world().account.toULongLong();
-    const quint64 message = add(draft()).toULongLong();
+    const quint64 message = world().add(world().draft()).toULongLong();
     QCOMPARE(world().proxy.sendMail(account, message + 77, QDBus::Block).value(), -1);
     QCOMPARE(world().proxy.sendMail(account + 77, message, QDBus::Block).value(), -1);
 }
@@ -424,19 +311,19 @@ void TestAsDaemonSending::whatWasSentBeforeIsNotSentAgain_data()
 void TestAsDaemonSending::whatWasSentBeforeIsNotSentAgain()
 {
     QFETCH(bool, memory);
-    setOption("client_id_memory", memory);
-    const QMailMessageId id = add(draft());
-    world().server.fault(
-        fault("delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 30}}));
-    send(id);
-    QTRY_COMPARE_WITH_TIMEOUT(copies(bob, QStringLiteral("Hello")), 1, 20000);
+    world().setOption("client_id_memory", memory);
+    const QMailMessageId id = world().add(world().draft());
+    world().server.fault(SendingWorld::sendFault(
+        "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 30}}));
+    world().send(id);
+    QTRY_COMPARE_WITH_TIMEOUT(world().copies(bob, QStringLiteral("Hello")), 1, 20000);
     world().daemon.kill();
-    QVERIFY(!isInOutbox(id));
+    QVERIFY(!world().isInOutbox(id));
     QVERIFY(world().daemon.start());
-    QTRY_VERIFY(isInOutbox(id));
-    QCOMPARE(sendAndWait(id), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
-    QCOMPARE(copies(alice, QStringLiteral("Hello"), QStringLiteral("Sent")), 1);
+    QTRY_VERIFY(world().isInOutbox(id));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().copies(alice, QStringLiteral("Hello"), QStringLiteral("Sent")), 1);
 }
 
 void TestAsDaemonSending::aCutAfterTheServerHasItIsFoundOut_data()
@@ -447,160 +334,84 @@ void TestAsDaemonSending::aCutAfterTheServerHasItIsFoundOut_data()
 void TestAsDaemonSending::aCutAfterTheServerHasItIsFoundOut()
 {
     QFETCH(bool, memory);
-    setOption("client_id_memory", memory);
-    world().server.fault(fault("reset", {{QStringLiteral("late"), true}}));
-    QCOMPARE(sendAndWait(add(draft())), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
+    world().setOption("client_id_memory", memory);
+    world().server.fault(SendingWorld::sendFault("reset", {{QStringLiteral("late"), true}}));
+    QCOMPARE(world().sendAndWait(world().add(world().draft())), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::aCutBeforeTheServerHasItIsNoDoubt()
 {
-    setOption("client_id_memory", false);
-    world().server.fault(fault("reset"));
-    const QMailMessageId id = add(draft());
-    QCOMPARE(sendAndWait(id), 902);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 0);
-    QCOMPARE(sendAndWait(id), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
+    world().setOption("client_id_memory", false);
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 0);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::withoutAConnectionTheMessageStaysInTheOutbox()
 {
     world().server.control("network", {{QStringLiteral("up"), false}});
-    const QMailMessageId id = add(draft());
-    QCOMPARE(sendAndWait(id), 902);
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
     world().server.control("network", {{QStringLiteral("up"), true}});
     world().server.clearLog();
-    QCOMPARE(sendAndWait(id), 200);
+    QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().server.requestCount("Sync"), 0);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::abortedBeforeTheFirstByteItStays()
 {
-    world().server.fault(fault("delay", {{QStringLiteral("seconds"), 2}}));
-    const int first = send(add(draft(QStringLiteral("First"))));
-    const QMailMessageId id = add(draft());
-    const int second = send(id);
+    world().server.fault(SendingWorld::sendFault("delay", {{QStringLiteral("seconds"), 2}}));
+    const int first = world().send(world().add(world().draft(QStringLiteral("First"))));
+    const QMailMessageId id = world().add(world().draft());
+    const int second = world().send(id);
     world().proxy.abortRequest(second, 1030, QDBus::Block);
     QCOMPARE(world().codeOf(second), 1030);
     QCOMPARE(world().codeOf(first), 200);
-    QCOMPARE(sendAndWait(add(draft(QStringLiteral("Third")))), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Hello")), 0);
+    QCOMPARE(world().sendAndWait(world().add(world().draft(QStringLiteral("Third")))), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 0);
     QVERIFY(QMailMessage(id).id().isValid());
 }
 
 void TestAsDaemonSending::abortedAfterItIsLetFinish()
 {
-    world().server.fault(fault("delay", {{QStringLiteral("seconds"), 1}}));
-    const QMailMessageId id = add(draft());
-    const int request = send(id);
+    world().server.fault(SendingWorld::sendFault("delay", {{QStringLiteral("seconds"), 1}}));
+    const QMailMessageId id = world().add(world().draft());
+    const int request = world().send(id);
     QTRY_VERIFY(world().server.control("log").value(QStringLiteral("log")).toArray().size() > 0);
     QTRY_COMPARE(world().server.control("faults").value(QStringLiteral("faults")).toArray().size(),
                  0);
     world().proxy.abortRequest(request, 1030, QDBus::Block);
     QCOMPARE(world().codeOf(request), 1030);
-    setOutbox(id, true); // as who asked for it does
-    QTRY_COMPARE_WITH_TIMEOUT(copies(bob, QStringLiteral("Hello")), 1, 20000);
+    world().setOutbox(id, true); // as who asked for it does
+    QTRY_COMPARE_WITH_TIMEOUT(world().copies(bob, QStringLiteral("Hello")), 1, 20000);
     QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
 }
 
 void TestAsDaemonSending::anInterruptedSendingReturnsToTheOutbox()
 {
-    const QMailMessageId id = add(draft());
+    const QMailMessageId id = world().add(world().draft());
     world().endDaemon();
-    setOutbox(id, false);
+    world().setOutbox(id, false);
     QVERIFY(world().daemon.start());
-    QTRY_VERIFY(isInOutbox(id));
-    QTRY_VERIFY(!reasonOf(id).isEmpty());
+    QTRY_VERIFY(world().isInOutbox(id));
+    QTRY_VERIFY(!SendingWorld::reasonOf(id).isEmpty());
 }
 
 void TestAsDaemonSending::aCopyOfASentMessageIsSent()
 {
-    const QMailMessageId first = add(draft(QStringLiteral("First")));
-    QCOMPARE(sendAndWait(first), 200);
+    const QMailMessageId first = world().add(world().draft(QStringLiteral("First")));
+    QCOMPARE(world().sendAndWait(first), 200);
     QMailMessage copy(first);
     QVERIFY(!copy.customFields().isEmpty());
     copy.setId(QMailMessageId());
     copy.setSubject(QStringLiteral("Second"));
-    QCOMPARE(sendAndWait(add(copy)), 200);
-    QCOMPARE(copies(bob, QStringLiteral("Second")), 1);
-}
-
-void TestAsDaemonSending::brokenOffAnywhereItIsSentOnce_data()
-{
-    QTest::addColumn<bool>("memory");
-    QTest::addColumn<bool>("kill");
-    QTest::newRow("connection cut, server remembers") << true << false;
-    QTest::newRow("connection cut, server forgets") << false << false;
-    QTest::newRow("daemon killed, server remembers") << true << true;
-    QTest::newRow("daemon killed, server forgets") << false << true;
-}
-
-/** How many bytes pass when one message is sent. */
-qint64 TestAsDaemonSending::bytesOfOneSending(CuttingProxy *proxy)
-{
-    proxy->heal();
-    if (sendAndWait(add(draft())) != 200)
-        return 0;
-    return proxy->passed();
-}
-
-/** 50 points for each row, 100 for a cut connection and 100 for a killed daemon. */
-void TestAsDaemonSending::brokenOffAnywhereItIsSentOnce()
-{
-    QFETCH(bool, memory);
-    QFETCH(bool, kill);
-    constexpr int Points = 50;
-    setOption("client_id_memory", memory);
-    CuttingProxy proxy(world().server.port());
-    StoreFixture::Account settings = world().settings();
-    settings.port = proxy.port();
-    world().changeSettings(world().account, settings);
-    const qint64 total = bytesOfOneSending(&proxy);
-    QVERIFY(total > 0);
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u, %lld bytes", seed, total);
-    QRandomGenerator random(seed);
-    for (int i = 0; i < Points; ++i) {
-        const qint64 point = 1 + total * i / Points + random.bounded(int(total / Points) + 1);
-        sendAndBreakOff(&proxy, kill, point, QStringLiteral("Point %1").arg(i));
-        if (QTest::currentTestFailed()) {
-            qWarning("at byte %lld", point);
-            return;
-        }
-    }
-}
-
-void TestAsDaemonSending::sendAndBreakOff(CuttingProxy *proxy, bool kill, qint64 point,
-                                          const QString &subject)
-{
-    const QMailMessageId id = add(draft(subject));
-    const auto messageKey = QMailMessageKey::id(id);
-    bool isKilled = false;
-    proxy->cutAfter(point, [&] {
-        isKilled = kill;
-        if (kill)
-            world().daemon.kill();
-    });
-    world().listener.clear();
-    const int request = send(id);
-    QVERIFY(request > 0);
-    QTRY_VERIFY_WITH_TIMEOUT(isKilled || world().listener.codeOf(request) != 0, 30000);
-    proxy->heal();
-    if (isKilled) {
-        QVERIFY(world().daemon.start());
-        QTRY_VERIFY(isInOutbox(id) || QMailStore::instance()->countMessages(messageKey) == 0);
-    } else if (world().listener.codeOf(request) != 200) {
-        QVERIFY(world().daemon.log().contains(
-            QStringLiteral("message %1 is not sent").arg(id.toULongLong())));
-    }
-    const bool isOpen = isKilled ? isInOutbox(id) : world().listener.codeOf(request) != 200;
-    QVERIFY(copies(bob, subject) <= 1);
-    QVERIFY(isOpen || copies(bob, subject) == 1);
-    if (isOpen)
-        QCOMPARE(sendAndWait(id), 200);
-    QCOMPARE(copies(bob, subject), 1);
+    QCOMPARE(world().sendAndWait(world().add(copy)), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Second")), 1);
 }
 
 QTEST_GUILESS_MAIN(TestAsDaemonSending)
