@@ -70,6 +70,18 @@ int fail(const QString &why)
     return 1;
 }
 
+/**
+ * Where the ids of this run begin.
+ *
+ * Not at 1: a message server that outlives a daemon would take the end of a new request for that
+ * of one which the dead daemon had given the same id. They follow the clock in tenths of a
+ * millisecond, because no run gives them out faster, and so none begins among those of the last.
+ */
+int firstRequestId()
+{
+    return int(QDateTime::currentMSecsSinceEpoch() * 10 % std::numeric_limits<int>::max());
+}
+
 /** Serves until a signal or the end of the session; returns the exit code. */
 int serve(const QDBusConnection &bus)
 {
@@ -85,10 +97,7 @@ int serve(const QDBusConnection &bus)
 
     QThread thread;
     auto *front = new Daemon::Front(Daemon::systemClock());
-    // Not from 1 in each run: a message server that outlives a daemon would take the end of a new
-    // request for that of one which the dead daemon had given the same id.
-    front->setLastRequestId(
-        int(QDateTime::currentSecsSinceEpoch() % std::numeric_limits<int>::max()));
+    front->setLastRequestId(firstRequestId());
     auto *watcher = new Daemon::SignalWatcher(front);
     front->setAccounts(engine.accounts());
     connectHalves(&engine, front);

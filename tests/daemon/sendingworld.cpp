@@ -106,5 +106,9 @@ QJsonObject SendingWorld::sendFault(const char *kind, QJsonObject more)
 
 QString SendingWorld::reasonOf(const QMailMessageId &id)
 {
-    return QMailMessageMetaData(id).customField(QStringLiteral("orvmail-send-failure"));
+    // Not this process's copy, which may be older.
+    const auto found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::id(id), QMailMessageKey::Id | QMailMessageKey::Custom);
+    return found.isEmpty() ? QString()
+                           : found.first().customField(QStringLiteral("orvmail-send-failure"));
 }

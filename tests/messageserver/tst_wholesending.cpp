@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/daemon/sendingworld.h"
+#include "tests/messageserver/sendingfixture.h"
+#include "tests/support/messageserver.h"
+
+#include <memory>
+#include <QJsonArray>
+#include <qmailmessageremovalrecord.h>
+#include <qmailstore.h>
+#include <QTest>
+
+namespace {
+
+const QString alice = QStringLiteral("alice");
+const QString bob = QStringLiteral("bob");
+
+/** Asked of the database: this process's copies may be older. */
+bool has(const QMailMessageId &id, quint64 flag)
+{
+    return QMailStore::instance()->countMessages(
+               QMailMessageKey::id(id)
+               & QMailMessageKey::status(flag, QMailDataComparator::Includes))
+        > 0;
+}
+
+QString stateOf(const QMailMessageMetaData &message)
+{
+    if (!message.serverUid().isEmpty())
+        return QStringLiteral("of the server");
+    const bool waiting = has(message.id(), QMailMessage::Outbox);
+    const bool sent = has(message.id(), QMailMessage::Sent);
+    return waiting && sent ? QStringLiteral("contradictory")
+        : waiting          ? QStringLiteral("waiting")
+        : sent             ? QStringLiteral("sent")
+                           : QStringLiteral("neither");
+}
+
+QMailMessageIdList sorted(QMailMessageIdList ids)
+{
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+} // namespace
+
+/** A mail program, the message server, the daemon and a mail server, none of them scripted. */
+class TestWholeSending : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void oneMessage();
+    void severalMessages();
+    void nothing();
+    void oneIsRefusedInTheMiddle();
+    void aLaterSynchronisationSendsWhatWasRefused();
+    void daemonKilledBeforeTheServerHasIt();
+    void daemonKilledAfterTheServerHasIt_data();
+    void daemonKilledAfterTheServerHasIt();
+    void daemonKilledAmongMany();
+    void cancelledAfterTheServerHasIt();
+
+private:
+    SendingWorld &world() { return *m_world; }
+    QMailMessageIdList addMany(int count);
+    /** Subject, folder and state of each message of the account, and the removal records. */
+    QStringList store() const;
+    /** What store() tells when nothing but this line has come to what there was. */
+    QStringList storeWith(const QString &line) const;
+    void transmit(Transmission &transmission);
+    void verifyTransmitted(const Transmission &transmission, const QMailMessageIdList &ids) const;
+    void verifyOneCopyOf(const QStringList &subjects);
+    /** Starts the daemon again and synchronises, upon which what waits is transmitted. */
+    void recover();
+
+    std::unique_ptr<SendingWorld> m_world;
+    std::unique_ptr<MessageServer> m_server;
+    QStringList m_before;
+};
+
+void TestWholeSending::initTestCase()
+{
+    if (!MessageServer::isInstalled())
+        QSKIP("messageserver5 is not installed");
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    QVERIFY(MessageServer::hasPlugin());
+}
+
+void TestWholeSending::init()
+{
+    m_world = std::make_unique<SendingWorld>();
+    QVERIFY(world().begin());
+    world().server.deliverText(alice, QStringLiteral("Received"));
+    QCOMPARE(world().syncAndWait(), 200);
+    QMailMessage draft = world().draft(QStringLiteral("Draft"));
+    draft.setStatus(QMailMessage::Outbox | QMailMessage::Outgoing, false);
+    draft.setStatus(QMailMessage::Draft, true);
+    world().add(draft);
+    m_server = std::make_unique<MessageServer>();
+    QVERIFY(m_server->start());
+    m_before = store();
+    QCOMPARE(m_before.size(), 2);
+}
+
+void TestWholeSending::cleanup()
+{
+    if (m_server) {
+        QVERIFY(m_server->isAlive());
+        QVERIFY(!m_server->log().contains(QLatin1String("ERROR: AddressSanitizer")));
+    }
+    m_server.reset();
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
+}
+
+QMailMessageIdList TestWholeSending::addMany(int count)
+{
+    QMailMessageIdList ids;
+    for (int i = 0; i < count; ++i)
+        ids.append(world().add(world().draft(QString(QLatin1Char(char('A' + i))))));
+    return ids;
+}
+
+QStringList TestWholeSending::store() const
+{
+    QStringList lines;
+    const auto messages = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::parentAccountId(m_world->account),
+        QMailMessageKey::Id | QMailMessageKey::Subject | QMailMessageKey::ServerUid
+            | QMailMessageKey::ParentFolderId);
+    for (const QMailMessageMetaData &message : messages) {
+        const QString folder = QMailFolder(message.parentFolderId()).displayName();
+        lines.append(message.subject() + QStringLiteral(" in ") + folder + QStringLiteral(": ")
+                     + stateOf(message));
+    }
+    lines.sort();
+    const int records = QMailStore::instance()->messageRemovalRecords(m_world->account).size();
+    for (int i = 0; i < records; ++i)
+        lines.append(QStringLiteral("removal record"));
+    return lines;
+}
+
+QStringList TestWholeSending::storeWith(const QString &line) const
+{
+    QStringList lines = m_before + QStringList(line);
+    lines.sort();
+    return lines;
+}
+
+void TestWholeSending::transmit(Transmission &transmission)
+{
+    transmission.action.transmitMessages(world().account);
+}
+
+void TestWholeSending::verifyTransmitted(const Transmission &transmission,
+                                         const QMailMessageIdList &ids) const
+{
+    QCOMPARE(transmission.watcher.endCount(), 1);
+    QCOMPARE(sorted(transmission.transmitted), sorted(ids));
+}
+
+void TestWholeSending::verifyOneCopyOf(const QStringList &subjects)
+{
+    for (const QString &subject : subjects) {
+        QCOMPARE(world().copies(bob, subject), 1);
+        QCOMPARE(world().copies(alice, subject, QStringLiteral("Sent")), 1);
+    }
+    QCOMPARE(world().server.messages(bob, QStringLiteral("Inbox")).size(), subjects.size());
+}
+
+void TestWholeSending::recover()
+{
+    world().listener.clear();
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestWholeSending::oneMessage()
+{
+    const QMailMessageId id = world().add(world().draft());
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(transmission.watcher.waitForEnd());
+    QVERIFY(transmission.watcher.succeeded());
+    verifyTransmitted(transmission, {id});
+    verifyOneCopyOf({QStringLiteral("Hello")});
+    QTRY_COMPARE(store(), m_before);
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(store(), storeWith(QStringLiteral("Hello in Sent: of the server")));
+}
+
+void TestWholeSending::severalMessages()
+{
+    const QMailMessageIdList ids = addMany(12);
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(transmission.watcher.waitForEnd(30000));
+    QVERIFY(transmission.watcher.succeeded());
+    verifyTransmitted(transmission, ids);
+    QTRY_COMPARE(store(), m_before);
+    for (int i = 0; i < 12; ++i)
+        QCOMPARE(world().copies(bob, QString(QLatin1Char(char('A' + i)))), 1);
+}
+
+void TestWholeSending::nothing()
+{
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(transmission.watcher.waitForEnd());
+    QVERIFY(transmission.watcher.succeeded());
+    QCOMPARE(store(), m_before);
+    QCOMPARE(world().server.requestCount("SendMail"), 0);
+}
+
+void TestWholeSending::oneIsRefusedInTheMiddle()
+{
+    world().add(world().draft(QStringLiteral("A")));
+    QMailMessage bad = world().draft(QStringLiteral("B"));
+    bad.setTo(QMailAddress(QStringLiteral("nobody@example.test")));
+    const QMailMessageId refused = world().add(bad);
+    world().add(world().draft(QStringLiteral("C")));
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(transmission.watcher.waitForEnd());
+    QVERIFY(!transmission.watcher.succeeded());
+    QCOMPARE(transmission.watcher.errorCode(), int(QMailServiceAction::Status::ErrInvalidAddress));
+    QCOMPARE(transmission.failed, QMailMessageIdList {refused});
+    // Required: the refusal fails the client's action at once; the others go on.
+    QTRY_COMPARE(store(), storeWith(QStringLiteral("B in Local Storage: waiting")));
+    verifyOneCopyOf({QStringLiteral("A"), QStringLiteral("C")});
+    QTRY_VERIFY(SendingWorld::reasonOf(refused).contains(QLatin1String("recipient")));
+}
+
+void TestWholeSending::aLaterSynchronisationSendsWhatWasRefused()
+{
+    world().server.fault(SendingWorld::sendFault("status", {{QStringLiteral("status"), 115}}));
+    const QMailMessageId id = world().add(world().draft());
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(transmission.watcher.waitForEnd());
+    QCOMPARE(transmission.failed, QMailMessageIdList {id});
+    QTRY_VERIFY(world().isInOutbox(id));
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE_WITH_TIMEOUT(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0,
+                              20000);
+    verifyOneCopyOf({QStringLiteral("Hello")});
+}
+
+void TestWholeSending::daemonKilledBeforeTheServerHasIt()
+{
+    world().server.fault(SendingWorld::sendFault("delay", {{QStringLiteral("seconds"), 2}}));
+    const QMailMessageId id = world().add(world().draft());
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(world().faultsAreTaken());
+    world().daemon.kill();
+    QCOMPARE(store(), storeWith(QStringLiteral("Hello in Local Storage: neither")));
+    recover();
+    QVERIFY(transmission.watcher.waitForEnd());
+    QTRY_COMPARE_WITH_TIMEOUT(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0,
+                              20000);
+    verifyOneCopyOf({QStringLiteral("Hello")});
+}
+
+void TestWholeSending::daemonKilledAfterTheServerHasIt_data()
+{
+    QTest::addColumn<bool>("memory");
+    QTest::newRow("server remembers") << true;
+    QTest::newRow("server forgets") << false;
+}
+
+void TestWholeSending::daemonKilledAfterTheServerHasIt()
+{
+    QFETCH(bool, memory);
+    world().setOption("client_id_memory", memory);
+    world().server.fault(SendingWorld::sendFault(
+        "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 30}}));
+    const QMailMessageId id = world().add(world().draft());
+    Transmission transmission;
+    transmit(transmission);
+    QTRY_COMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    world().daemon.kill();
+    recover();
+    QVERIFY(transmission.watcher.waitForEnd());
+    QTRY_COMPARE_WITH_TIMEOUT(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0,
+                              20000);
+    verifyOneCopyOf({QStringLiteral("Hello")});
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(store(), storeWith(QStringLiteral("Hello in Sent: of the server")));
+}
+
+void TestWholeSending::daemonKilledAmongMany()
+{
+    const QMailMessageIdList ids = addMany(6);
+    world().server.fault(SendingWorld::sendFault("delay",
+                                                 {{QStringLiteral("late"), true},
+                                                  {QStringLiteral("seconds"), 30},
+                                                  {QStringLiteral("after"), 3}}));
+    Transmission transmission;
+    transmit(transmission);
+    QVERIFY(world().faultsAreTaken());
+    QTRY_COMPARE(world().server.messages(bob, QStringLiteral("Inbox")).size(), 4);
+    world().daemon.kill();
+    recover();
+    QVERIFY(transmission.watcher.waitForEnd());
+    QTRY_COMPARE_WITH_TIMEOUT(world().server.messages(bob, QStringLiteral("Inbox")).size(), 6,
+                              30000);
+    for (const QMailMessageId &id : ids)
+        QTRY_COMPARE_WITH_TIMEOUT(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0,
+                                  20000);
+    for (int i = 0; i < 6; ++i)
+        QCOMPARE(world().copies(bob, QString(QLatin1Char(char('A' + i)))), 1);
+}
+
+void TestWholeSending::cancelledAfterTheServerHasIt()
+{
+    world().server.fault(SendingWorld::sendFault(
+        "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 2}}));
+    world().add(world().draft());
+    Transmission transmission;
+    transmit(transmission);
+    QTRY_COMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    transmission.action.cancelOperation();
+    QVERIFY(transmission.watcher.waitForEnd());
+    QVERIFY(transmission.transmitted.isEmpty());
+    // What nobody asks for any more is still brought to its end, by the next synchronisation.
+    QTRY_VERIFY_WITH_TIMEOUT(world().daemon.log().contains(QLatin1String("is sent")), 15000);
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(store(), storeWith(QStringLiteral("Hello in Sent: of the server")));
+    verifyOneCopyOf({QStringLiteral("Hello")});
+}
+
+QTEST_GUILESS_MAIN(TestWholeSending)
+#include "tst_wholesending.moc"
