@@ -105,23 +105,14 @@ void MailSending::begin()
         send();
 }
 
-Eas::Result MailSending::check(const QMailMessage &message) const
-{
-    const qint64 limit = m_context.session->state().maxMessageSize;
-    if (limit > 0 && m_file->size() > limit) {
-        return {Eas::NoRoom,
-                QStringLiteral("the message has %1 bytes, the server takes %2")
-                    .arg(m_file->size())
-                    .arg(limit)};
-    }
-    return Store::OutgoingMail::checkRecipients(message);
-}
-
 Eas::Result MailSending::compose()
 {
     QMailMessage message(m_id);
     if (!message.id().isValid())
         return {Eas::NotFound, QStringLiteral("the message has been removed")};
+    const Eas::Result addressed = Store::OutgoingMail::checkRecipients(message);
+    if (!addressed.ok())
+        return addressed;
     m_plan = m_plain ? Store::ResponsePlan() : Store::ResponsePlan::of(message);
     const Eas::Result completed = Store::OutgoingMail::completeParts(&message, m_plan);
     if (!completed.ok())
@@ -133,7 +124,7 @@ Eas::Result MailSending::compose()
         return written;
     if (!m_file->close())
         return {Eas::NoRoom, QStringLiteral("the message cannot be prepared: disk full")};
-    return check(message);
+    return {};
 }
 
 void MailSending::send()

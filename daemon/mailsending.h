@@ -49,7 +49,6 @@ private:
     Eas::OutgoingMail mail();
     /** Whether it can still go without the server's help. */
     bool canFallBack(const Eas::Result &failure) const;
-    Eas::Result check(const QMailMessage &message) const;
     bool noteLeaving();
     void sendPlain();
     void onSent(const Eas::Result &answer);

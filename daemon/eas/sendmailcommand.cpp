@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/eas/sendmailcommand.h"
 
+#include "daemon/eas/httpcall.h"
 #include "daemon/eas/requestbody.h"
 #include "daemon/eas/status.h"
 #include "daemon/eas/wbxmlwriter.h"
+
+#include <QDateTime>
 
 namespace Eas {
 
 namespace {
 
 namespace C = Tags::ComposeMail;
+
+/** RFC 9110 15.5.14 */
+constexpr int TooLarge = 413;
 
 } // namespace
 
@@ -67,8 +73,9 @@ bool SendMailCommand::isWbxml() const
 
 Result SendMailCommand::prepare()
 {
-    if (m_mail.size > Limits::DownloadSize) {
-        return {NoRoom, QStringLiteral("the message is too large")};
+    const qint64 limit = session()->state().maxMessageSize(QDateTime::currentSecsSinceEpoch());
+    if (m_mail.size > Limits::DownloadSize || (limit > 0 && m_mail.size > limit)) {
+        return tooLarge();
     }
     m_device = m_mail.open();
     if (!m_device || !m_device->isOpen()) {
@@ -144,6 +151,24 @@ QList<QPair<QString, QString>> SendMailCommand::query() const
 AnswerParser *SendMailCommand::newParser()
 {
     return m_parser = new Parser(rootTag());
+}
+
+/** HTTP's "too large" is about the message: its body is all but a few bytes of the request. */
+Result SendMailCommand::evaluateFailure(const HttpAnswer &answer)
+{
+    if (answer.status != TooLarge) {
+        return answer.result;
+    }
+    SessionState state = session()->state();
+    state.noteRefusedSize(m_mail.size, QDateTime::currentSecsSinceEpoch());
+    session()->setState(state);
+    return tooLarge();
+}
+
+Result SendMailCommand::tooLarge() const
+{
+    return {NoRoom,
+            QStringLiteral("the message is too large for the server: %1 bytes").arg(m_mail.size)};
 }
 
 Result SendMailCommand::evaluate()

@@ -34,7 +34,8 @@ struct OutgoingMail
  * to the server, 2.2.1.19 and 20.
  *
  * Success with status 118: the server has sent it before. Nothing is repeated: after NoConnection
- * or Timeout with mayHaveArrived() the message may have been sent.
+ * or Timeout with mayHaveArrived() the message may have been sent. A message that is as large as
+ * one that the server has refused for its size is not sent at all: NoRoom.
  */
 class SendMailCommand : public Command
 {
@@ -54,6 +55,7 @@ protected:
     AnswerParser *newParser() override;
     Result evaluate() override;
     Result evaluateEmpty() override { return {}; }
+    Result evaluateFailure(const HttpAnswer &answer) override;
     bool isRepeatable() const override { return false; }
 
 private:
@@ -62,6 +64,7 @@ private:
     bool isWbxml() const;
     OutgoingMail::Kind kind() const;
     Tag rootTag() const;
+    Result tooLarge() const;
 
     const OutgoingMail m_mail;
     Parser *m_parser = nullptr;

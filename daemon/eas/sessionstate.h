@@ -17,13 +17,37 @@ struct SessionState
     QString protocolVersion;
     /** "0" until the server has handed one out. */
     QString policyKey = QStringLiteral("0");
-    /** The largest message that the server takes, bytes; 0: not told. */
-    qint64 maxMessageSize = 0;
+    /** The smallest message that the server has refused for its size, bytes; 0: none. */
+    qint64 refusedSize = 0;
+    /** When it did so, UTC seconds since 1970. */
+    qint64 refusedAt = 0;
+
+    /**
+     * The largest message that may be worth sending at this time, bytes; 0: no bound is known.
+     *
+     * Nothing in the protocol announces one: it shows when a message is refused. Asked again after
+     * a day, because administrators change it.
+     */
+    qint64 maxMessageSize(qint64 now) const
+    {
+        constexpr qint64 Day = 24 * 60 * 60;
+        const bool isFresh = now >= refusedAt && now < refusedAt + Day;
+        return refusedSize > 0 && isFresh ? refusedSize - 1 : 0;
+    }
+    void noteRefusedSize(qint64 size, qint64 now)
+    {
+        const qint64 known = maxMessageSize(now);
+        if (known == 0 || size <= known) {
+            refusedSize = size;
+            refusedAt = now;
+        }
+    }
 
     bool operator==(const SessionState &other) const
     {
         return url == other.url && protocolVersion == other.protocolVersion
-            && policyKey == other.policyKey && maxMessageSize == other.maxMessageSize;
+            && policyKey == other.policyKey && refusedSize == other.refusedSize
+            && refusedAt == other.refusedAt;
     }
     bool operator!=(const SessionState &other) const { return !(*this == other); }
 };

@@ -36,6 +36,7 @@ private slots:
     void whoCannotBeSentToIsTold();
     void refusalsHaveTheirOwnCode_data();
     void refusalsHaveTheirOwnCode();
+    void whatIsTooLargeIsNotSentAgainAndAgain();
     void aRefusedMessageBlocksNoOther();
     void messageIdAndDateStayOverRetries();
     void aMessageOrAccountThatDoesNotExistIsRefused();
@@ -247,7 +248,6 @@ void TestAsDaemonSending::refusalsHaveTheirOwnCode_data()
     QTest::newRow("no recipient") << status(119) << 404 << QStringLiteral("no recipient");
     QTest::newRow("denied") << status(112) << 403 << QStringLiteral("denied");
     QTest::newRow("not allowed") << status(167) << 403 << QStringLiteral("not allowed");
-    QTest::newRow("too large") << http(413) << 507 << QStringLiteral("413");
     QTest::newRow("forbidden") << http(403) << 403 << QStringLiteral("403");
 }
 
@@ -265,6 +265,26 @@ void TestAsDaemonSending::refusalsHaveTheirOwnCode()
     world().setOutbox(id, true);
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::whatIsTooLargeIsNotSentAgainAndAgain()
+{
+    QMailMessage message = world().draft(QStringLiteral("Large"));
+    message.setBody(QMailMessageBody::fromData(
+        QByteArray(50000, 'x'), QMailMessageContentType("text/plain"), QMailMessageBody::Base64,
+        QMailMessageBody::RequiresEncoding));
+    const QMailMessageId id = world().add(message);
+    world().server.fault(SendingWorld::sendFault("http", {{QStringLiteral("status"), 413}}));
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(world().sendAndWait(id), 507);
+    QCOMPARE(world().server.requestCount("SendMail"), 1);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("too large")));
+    QCOMPARE(world().sendAndWait(world().add(world().draft())), 200);
+    // Another run of the daemon asks the server again.
+    QCOMPARE(world().endDaemon(), 0);
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Large")), 1);
 }
 
 void TestAsDaemonSending::aRefusedMessageBlocksNoOther()

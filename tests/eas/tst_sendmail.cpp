@@ -51,6 +51,9 @@ private slots:
     void statuses();
     void aDuplicateIsASuccessThatTells();
     void httpFailuresOfAnOldServer();
+    void whatIsTooLargeIsSentOnceOnly_data();
+    void whatIsTooLargeIsSentOnceOnly();
+    void aSizeThatWasRefusedIsForgottenAfterADay();
     void aCutConnectionSendsNothingTwice();
     void aCutOnAKeptConnectionSendsNothingTwice();
     void provisioningInBetweenSendsOnceMore();
@@ -207,6 +210,48 @@ void TestSendMail::httpFailuresOfAnOldServer()
         QVERIFY(fixture.run(&command));
         QCOMPARE(command.result().code, row.second);
     }
+}
+
+void TestSendMail::whatIsTooLargeIsSentOnceOnly_data()
+{
+    QTest::addColumn<QByteArray>("version");
+    QTest::newRow("12.1") << QByteArray("12.1");
+    QTest::newRow("14.1") << QByteArray("14.1");
+}
+
+void TestSendMail::whatIsTooLargeIsSentOnceOnly()
+{
+    QFETCH(QByteArray, version);
+    SessionFixture fixture(version.constData());
+    fixture.server.enqueue(ScriptedServer::http(413));
+    fixture.server.enqueue(ScriptedServer::http(200));
+    const QByteArray large(3000, 'x');
+    for (const QByteArray &content : {large, large, QByteArray(large + 'y')}) {
+        SendMailCommand command(fixture.session.get(), mailOf(content));
+        QVERIFY(fixture.run(&command));
+        QCOMPARE(command.result().code, int(NoRoom));
+        QVERIFY(command.result().text.contains(QLatin1String("too large")));
+        QCOMPARE(fixture.server.requests().size(), 1);
+    }
+    SendMailCommand smaller(fixture.session.get(), mailOf(large.mid(1)));
+    QVERIFY(fixture.run(&smaller));
+    QVERIFY(smaller.result().ok());
+}
+
+void TestSendMail::aSizeThatWasRefusedIsForgottenAfterADay()
+{
+    constexpr qint64 Start = 1700000000;
+    SessionState state;
+    QCOMPARE(state.maxMessageSize(Start), 0);
+    state.noteRefusedSize(3000, Start);
+    QCOMPARE(state.maxMessageSize(Start), 2999);
+    state.noteRefusedSize(5000, Start + 10);
+    QCOMPARE(state.maxMessageSize(Start + 10), 2999);
+    state.noteRefusedSize(2000, Start + 20);
+    QCOMPARE(state.maxMessageSize(Start + 20 + 86399), 1999);
+    QCOMPARE(state.maxMessageSize(Start + 20 + 86400), 0);
+    // The clock was set back.
+    QCOMPARE(state.maxMessageSize(Start), 0);
 }
 
 void TestSendMail::aCutConnectionSendsNothingTwice()
