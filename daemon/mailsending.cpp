@@ -129,6 +129,7 @@ Eas::Result MailSending::compose()
 
 void MailSending::send()
 {
+    m_outbox.noteReason(m_id, QString()); // what it said of the last try
     const Eas::Result composed = compose();
     if (!composed.ok()) {
         finish(composed);

@@ -35,12 +35,22 @@ Eas::Result setField(const QMailMessageId &id, const QString &name, const QStrin
     Message message = currentMessage(id);
     if (message.customField(name) == value)
         return {};
-    message.setCustomField(name, value);
+    if (value.isEmpty())
+        message.removeCustomField(name);
+    else
+        message.setCustomField(name, value);
     // The custom fields alone: others change the message's status at the same time.
     if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
                                                         QMailMessageKey::Custom, message))
         return storeFailure(QStringLiteral("cannot mark a message that is to be sent"));
     return {};
+}
+
+/** Why its sending has not come to an end; where that is known already, it stands. */
+QString interrupted(const QMailMessageId &id)
+{
+    const QString known = currentMessage(id).customField(reasonField);
+    return known.isEmpty() ? QStringLiteral("the sending was interrupted") : known;
 }
 
 /** Messages from here that are in no state that anybody looks at. */
@@ -137,7 +147,7 @@ void Outbox::recover(const QSet<QMailMessageId> &busy)
         if (known && known->state == Outgoing::Sent)
             takeOut(id);
         else
-            putBack(id, QStringLiteral("the sending was interrupted"));
+            putBack(id, interrupted(id));
     }
 }
 

@@ -33,7 +33,7 @@ public:
 
     /** It waits to be sent (again); `reason` is kept in the message, for who wants to tell it. */
     Eas::Result putBack(const QMailMessageId &id, const QString &reason);
-    /** Keeps the reason alone. */
+    /** Keeps the reason alone; an empty one takes back the last. */
     void noteReason(const QMailMessageId &id, const QString &reason);
     /** It was sent, and whoever asked for it has gone: the server's own copy takes its place. */
     Eas::Result takeOut(const QMailMessageId &id);

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <qmailaccount.h>
 #include <qmailmessage.h>
+#include <qmailmessageremovalrecord.h>
 #include <qmailstore.h>
 #include <QTemporaryDir>
 #include <QTest>
@@ -50,6 +51,11 @@ private slots:
     void abortedBeforeTheFirstByteItStays();
     void abortedAfterItIsLetFinish();
     void anInterruptedSendingReturnsToTheOutbox();
+    void whatWasSentButNotToldIsTakenOut();
+    void whatIsKnownToBeSentIsNotSentAgain();
+    void whatWasRefusedButNotToldReturnsWithItsReason();
+    void theReasonGoesWhenItIsSent();
+    void whatNobodySentIsLeftAlone();
     void aCopyOfASentMessageIsSent();
 
 private:
@@ -270,9 +276,9 @@ void TestAsDaemonSending::refusalsHaveTheirOwnCode()
 void TestAsDaemonSending::whatIsTooLargeIsNotSentAgainAndAgain()
 {
     QMailMessage message = world().draft(QStringLiteral("Large"));
-    message.setBody(QMailMessageBody::fromData(
-        QByteArray(50000, 'x'), QMailMessageContentType("text/plain"), QMailMessageBody::Base64,
-        QMailMessageBody::RequiresEncoding));
+    message.setBody(
+        QMailMessageBody::fromData(QByteArray(50000, 'x'), QMailMessageContentType("text/plain"),
+                                   QMailMessageBody::Base64, QMailMessageBody::RequiresEncoding));
     const QMailMessageId id = world().add(message);
     world().server.fault(SendingWorld::sendFault("http", {{QStringLiteral("status"), 413}}));
     for (int i = 0; i < 3; ++i)
@@ -420,6 +426,78 @@ void TestAsDaemonSending::anInterruptedSendingReturnsToTheOutbox()
     QVERIFY(world().daemon.start());
     QTRY_VERIFY(world().isInOutbox(id));
     QTRY_VERIFY(!SendingWorld::reasonOf(id).isEmpty());
+}
+
+/** The daemon dies between the server's answer and its own broadcast. */
+void TestAsDaemonSending::whatWasSentButNotToldIsTakenOut()
+{
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 200);
+    world().daemon.kill();
+    QVERIFY(world().daemon.start());
+    QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
+    QCOMPARE(QMailStore::instance()->messageRemovalRecords(world().account).size(), 0);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::whatIsKnownToBeSentIsNotSentAgain()
+{
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 200);
+    world().setOutbox(id, true);
+    world().daemon.kill();
+    QVERIFY(world().daemon.start());
+    world().server.clearLog();
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().server.requestCount("SendMail"), 0);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::whatWasRefusedButNotToldReturnsWithItsReason()
+{
+    QMailMessage message = world().draft();
+    message.setTo(QMailAddress(QStringLiteral("nobody@example.test")));
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
+    QVERIFY(!world().isInOutbox(id));
+    world().daemon.kill();
+    QVERIFY(world().daemon.start());
+    QTRY_VERIFY(world().isInOutbox(id));
+    QVERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("recipient")));
+}
+
+void TestAsDaemonSending::theReasonGoesWhenItIsSent()
+{
+    world().server.fault(SendingWorld::sendFault("status", {{QStringLiteral("status"), 115}}));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 507);
+    QVERIFY(!SendingWorld::reasonOf(id).isEmpty());
+    QCOMPARE(world().sendAndWait(id), 200);
+    QVERIFY(SendingWorld::reasonOf(id).isEmpty());
+}
+
+/** Drafts, what lies in the trash, and what the server's folder of sent messages holds. */
+void TestAsDaemonSending::whatNobodySentIsLeftAlone()
+{
+    QMailMessageIdList ids;
+    for (const quint64 flag : {QMailMessage::Draft, QMailMessage::Trash, QMailMessage::Sent}) {
+        QMailMessage message = world().draft();
+        message.setStatus(QMailMessage::Outbox, false);
+        message.setStatus(flag, true);
+        ids.append(world().add(message));
+    }
+    QMailMessage known = world().draft();
+    known.setStatus(QMailMessage::Outbox, false);
+    known.setServerUid(QStringLiteral("folder\u001fitem"));
+    ids.append(world().add(known));
+    world().daemon.kill();
+    QVERIFY(world().daemon.start());
+    const QMailMessageId waiting = world().add(world().draft());
+    world().setOutbox(waiting, false);
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_VERIFY(world().isInOutbox(waiting));
+    for (const QMailMessageId &id : qAsConst(ids))
+        QVERIFY(!world().isInOutbox(id));
 }
 
 void TestAsDaemonSending::aCopyOfASentMessageIsSent()
