@@ -12,47 +12,78 @@ namespace {
 
 /** So many letters of the original's beginning make out whether a text quotes it. */
 constexpr int QuotedLetters = 300;
+/** Fewer may stand in any text by chance: they must make up whole lines of it. */
+constexpr int TellingLetters = 40;
 
-/** The text without everything that quoting, folding and HTML change. */
-QString letters(QString text, bool isHtml)
+QString lettersOf(const QString &text)
 {
-    if (isHtml) {
-        static const QRegularExpression invisible(
-            QStringLiteral("<(style|script|head)\\b.*?</\\1\\s*>|<[^>]*>|&#?\\w+;"),
-            QRegularExpression::CaseInsensitiveOption
-                | QRegularExpression::DotMatchesEverythingOption);
-        text.remove(invisible);
-    }
     QString found;
-    for (const QChar sign : qAsConst(text)) {
+    for (const QChar sign : text) {
         if (sign.isLetterOrNumber())
             found += sign.toLower();
     }
     return found;
 }
 
-QString lettersOf(const QMailMessagePartContainer *container, bool isHtml)
+/** The text's lines without all that quoting, folding and HTML change; none is empty. */
+QStringList lettersByLine(QString text, bool isHtml)
 {
-    return container && container->hasBody() ? letters(container->body().data(), isHtml)
-                                             : QString();
+    if (isHtml) {
+        static const QRegularExpression tag(
+            QStringLiteral("<(style|script|head)\\b.*?</\\1\\s*>|<[^>]*>"),
+            QRegularExpression::CaseInsensitiveOption
+                | QRegularExpression::DotMatchesEverythingOption);
+        static const QRegularExpression entity(QStringLiteral("&#?\\w+;"));
+        text.replace(QLatin1Char('\n'), QLatin1Char(' '));
+        text.replace(tag, QStringLiteral("\n")).remove(entity);
+    }
+    QStringList lines;
+    const auto all = text.splitRef(QLatin1Char('\n'));
+    for (const QStringRef &line : all) {
+        const QString letters = lettersOf(line.toString());
+        if (!letters.isEmpty())
+            lines.append(letters);
+    }
+    return lines;
 }
 
-QString allLetters(const QMailMessage &message)
+QStringList linesOf(const QMailMessagePartContainer *container, bool isHtml)
 {
-    return lettersOf(message.findPlainTextContainer(), false) + QLatin1Char('\n')
-        + lettersOf(message.findHtmlContainer(), true);
+    return container && container->hasBody() ? lettersByLine(container->body().data(), isHtml)
+                                             : QStringList();
 }
 
 /** What the original's text begins with; empty where nothing of it is known here. */
 QString beginning(const QMailMessage &original)
 {
-    for (const QString &text :
-         {lettersOf(original.findPlainTextContainer(), false),
-          lettersOf(original.findHtmlContainer(), true), letters(original.preview(), false)}) {
-        if (!text.isEmpty())
-            return text.left(QuotedLetters);
+    for (const QStringList &lines :
+         {linesOf(original.findPlainTextContainer(), false),
+          linesOf(original.findHtmlContainer(), true), lettersByLine(original.preview(), false)}) {
+        if (!lines.isEmpty())
+            return lines.join(QString()).left(QuotedLetters);
     }
     return QString();
+}
+
+bool isAtLine(const QStringList &lines, int first, const QString &wanted)
+{
+    QString found;
+    for (int i = first; i < lines.size() && found.size() < wanted.size(); ++i)
+        found += lines.at(i);
+    return found == wanted;
+}
+
+bool quotes(const QStringList &lines, const QString &wanted)
+{
+    if (wanted.isEmpty())
+        return false;
+    if (wanted.size() >= TellingLetters)
+        return lines.join(QString()).contains(wanted);
+    for (int i = 0; i < lines.size(); ++i) {
+        if (isAtLine(lines, i, wanted))
+            return true;
+    }
+    return false;
 }
 
 /** The names of the attachments that are in the message themselves. */
@@ -69,8 +100,9 @@ QSet<QString> attachmentNames(const QMailMessage &message)
 
 bool holds(const QMailMessage &message, const QMailMessage &original)
 {
-    const QString text = beginning(original);
-    return (!text.isEmpty() && allLetters(message).contains(text))
+    const QString wanted = beginning(original);
+    return quotes(linesOf(message.findPlainTextContainer(), false), wanted)
+        || quotes(linesOf(message.findHtmlContainer(), true), wanted)
         || attachmentNames(message).intersects(attachmentNames(original));
 }
 
