@@ -14,9 +14,10 @@ constexpr int Items = 200;
 } // namespace
 
 BatchStep::BatchStep(const AccountContext &context, const QStringList &collectionIds,
-                     QObject *parent)
+                     qint64 textBound, QObject *parent)
     : SyncStep(context, parent)
     , m_collectionIds(collectionIds)
+    , m_textBound(textBound)
 {
 }
 
@@ -27,7 +28,7 @@ void BatchStep::proceed()
         Eas::SyncRequest request;
         const int items = Items / m_collectionIds.size();
         const Eas::Result prepared =
-            FolderSync::nextWindow(m_context, collectionId, items, &request);
+            FolderSync::nextWindow(m_context, collectionId, items, m_textBound, &request);
         if (prepared.ok())
             requests.append(request);
     }

@@ -25,7 +25,8 @@ public:
     /** A batch has so many folders at most. */
     static constexpr int MostFolders = 20;
 
-    BatchStep(const AccountContext &context, const QStringList &collectionIds, QObject *parent);
+    BatchStep(const AccountContext &context, const QStringList &collectionIds, qint64 textBound,
+              QObject *parent);
 
     void proceed() override;
 
@@ -41,6 +42,7 @@ private:
     Eas::Result takeRefusal(const Eas::SyncWindow &window);
 
     const QStringList m_collectionIds;
+    const qint64 m_textBound; ///< bytes
     QQueue<Eas::SyncWindow> m_windows;
     QStringList m_done;
     bool m_treeStale = false;

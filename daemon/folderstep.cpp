@@ -13,9 +13,11 @@ constexpr int EmptyWindows = 5;
 
 } // namespace
 
-FolderStep::FolderStep(const AccountContext &context, const QString &collectionId, QObject *parent)
+FolderStep::FolderStep(const AccountContext &context, const QString &collectionId, qint64 textBound,
+                       QObject *parent)
     : SyncStep(context, parent)
     , m_collectionId(collectionId)
+    , m_textBound(textBound)
 {
 }
 
@@ -27,13 +29,14 @@ void FolderStep::proceed()
 void FolderStep::ask()
 {
     Eas::SyncRequest request;
-    const Eas::Result prepared =
-        FolderSync::nextWindow(m_context, m_collectionId, FolderSync::WindowSize, &request);
+    const Eas::Result prepared = FolderSync::nextWindow(
+        m_context, m_collectionId, m_windowSize.value(), m_textBound, &request);
     if (!prepared.ok()) {
         finishLater(prepared, prepared.code != Eas::NotFound);
         return;
     }
     m_key = request.syncKey;
+    m_asked.start();
     auto *command = new Eas::SyncCommand(m_context.session, {request});
     start(command, [this, command] { onAnswer(*command); });
 }
@@ -81,6 +84,7 @@ void FolderStep::takeWindow(const Eas::SyncWindow &window)
 
 void FolderStep::windowWritten(const Eas::SyncWindow &window)
 {
+    m_windowSize.took(FolderSync::itemCount(window), m_asked.elapsed());
     m_progress += (1000 - m_progress) / 4;
     emit progressed(m_progress);
     if (window.initial) {

@@ -4,6 +4,9 @@
 
 #include "daemon/eas/synccommand.h"
 #include "daemon/syncstep.h"
+#include "daemon/windowsize.h"
+
+#include <QElapsedTimer>
 
 namespace Daemon {
 
@@ -19,7 +22,9 @@ class FolderStep : public SyncStep
     Q_OBJECT
 
 public:
-    FolderStep(const AccountContext &context, const QString &collectionId, QObject *parent);
+    /** `textBound`: bytes of each text. */
+    FolderStep(const AccountContext &context, const QString &collectionId, qint64 textBound,
+               QObject *parent);
 
     void proceed() override;
 
@@ -33,6 +38,9 @@ private:
     void jobProgressed(int progress) override;
 
     const QString m_collectionId;
+    const qint64 m_textBound;
+    WindowSize m_windowSize;
+    QElapsedTimer m_asked;
     QString m_key; ///< sent last
     bool m_begunAnew = false;
     int m_emptyWindows = 0;

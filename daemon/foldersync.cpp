@@ -34,7 +34,7 @@ Eas::FilterType filterOf(const Store::AccountRecord &record)
 }
 
 Eas::Result nextWindow(const AccountContext &context, const QString &collectionId, int windowSize,
-                       Eas::SyncRequest *request)
+                       qint64 textBound, Eas::SyncRequest *request)
 {
     auto state = context.db->folder(context.id(), collectionId);
     if (!state)
@@ -45,7 +45,7 @@ Eas::Result nextWindow(const AccountContext &context, const QString &collectionI
     request->windowSize = windowSize;
     request->filter = filter;
     request->body.type = Eas::Html;
-    request->body.truncation = TextBound;
+    request->body.truncation = textBound;
     if (state->filter == int(filter))
         return {};
     state->filter = int(filter);
@@ -72,8 +72,13 @@ Eas::Result beginAnew(const AccountContext &context, const QString &collectionId
 
 bool isEmpty(const Eas::SyncWindow &window)
 {
-    return window.added.isEmpty() && window.changed.isEmpty() && window.removed.isEmpty()
-        && window.outOfRange.isEmpty();
+    return itemCount(window) == 0;
+}
+
+int itemCount(const Eas::SyncWindow &window)
+{
+    return window.added.size() + window.changed.size() + window.removed.size()
+        + window.outOfRange.size();
 }
 
 void logWindow(const AccountContext &context, const Eas::SyncWindow &window)

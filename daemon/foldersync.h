@@ -10,9 +10,10 @@ namespace Daemon {
 /** What all steps that synchronise folders agree on. */
 namespace FolderSync {
 
-/** Items of one window, and bytes of a text that are brought without being asked for. */
-constexpr int WindowSize = 100;
+/** Bytes of a text that are brought without being asked for. */
 constexpr qint64 TextBound = 64 * 1024;
+/** The same where headers and a preview suffice. */
+constexpr qint64 PreviewBound = 4 * 1024;
 
 /** A collection's status, [MS-ASCMD] 2.2.3.177.17. */
 constexpr int StatusOk = 1;
@@ -20,9 +21,15 @@ constexpr int StatusOk = 1;
 /** How far back the account's messages are wanted. */
 Eas::FilterType filterOf(const Store::AccountRecord &record);
 
-/** Asks for the folder's next window; remembers the filter. NotFound when it is not here. */
+/**
+ * Asks for the folder's next window, with so many bytes of each text; remembers the filter.
+ * NotFound when the folder is not here.
+ */
 Eas::Result nextWindow(const AccountContext &context, const QString &collectionId, int windowSize,
-                       Eas::SyncRequest *request);
+                       qint64 textBound, Eas::SyncRequest *request);
+
+/** How many items a window has, gone ones included. */
+int itemCount(const Eas::SyncWindow &window);
 
 /** The server does not know the folder's key any more. */
 bool isKeyLost(const Eas::Result &result);

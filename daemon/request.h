@@ -22,6 +22,9 @@ enum class RequestKind {
     Search
 };
 
+/** The content type of a request for message lists that a person looks at; others bring texts. */
+constexpr int HeadersAndPreview = 30;
+
 /** Whether stopping an account's synchronisation ends a request of this kind. */
 inline bool isSynchronisation(RequestKind kind)
 {

@@ -72,14 +72,15 @@ void SentLookup::syncFolder()
         syncTree();
         return;
     }
-    run(new FolderStep(m_context, folder->serverId, this), [this, folder](const auto &result) {
-        if (result.ok())
-            collect(folder->folderId);
-        else if (FolderSync::isTreeStale(result) && !m_treeIsFresh)
-            syncTree();
-        else
-            emit finished(result, false);
-    });
+    run(new FolderStep(m_context, folder->serverId, FolderSync::TextBound, this),
+        [this, folder](const auto &result) {
+            if (result.ok())
+                collect(folder->folderId);
+            else if (FolderSync::isTreeStale(result) && !m_treeIsFresh)
+                syncTree();
+            else
+                emit finished(result, false);
+        });
 }
 
 void SentLookup::syncTree()

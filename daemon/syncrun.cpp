@@ -148,7 +148,7 @@ void SyncRun::startNext()
     }
     const QStringList batch = takeBatch();
     if (!batch.isEmpty()) {
-        startStep(new BatchStep(m_context, batch, this), batch);
+        startStep(new BatchStep(m_context, batch, textBound(batch.first()), this), batch);
         return;
     }
     const QString name = m_pending.takeFirst();
@@ -157,7 +157,17 @@ void SyncRun::startNext()
     else if (name == Tree)
         startStep(new TreeStep(m_context, this), {name});
     else
-        startStep(new FolderStep(m_context, name, this), {name});
+        startStep(new FolderStep(m_context, name, textBound(name), this), {name});
+}
+
+/** Bytes of each text in a folder: enough for everybody who wants that folder. */
+qint64 SyncRun::textBound(const QString &folder) const
+{
+    const auto wantsText = [&folder](const Wish &wish) {
+        return wish.steps.contains(folder) && wish.request.contentType != HeadersAndPreview;
+    };
+    const bool isWanted = std::any_of(m_wishes.cbegin(), m_wishes.cend(), wantsText);
+    return isWanted ? FolderSync::TextBound : FolderSync::PreviewBound;
 }
 
 /** Takes the next folders that one request can ask for out of the pending steps. */
@@ -168,7 +178,8 @@ QStringList SyncRun::takeBatch()
         if (name == Tree || name == Upload || batch.size() == BatchStep::MostFolders)
             break;
         const auto state = m_context.db->folder(m_context.id(), name);
-        if (state && !state->reconciling && !m_alone.contains(name))
+        const bool isAlike = batch.isEmpty() || textBound(name) == textBound(batch.first());
+        if (state && !state->reconciling && !m_alone.contains(name) && isAlike)
             batch.append(name);
     }
     if (batch.size() < 2)

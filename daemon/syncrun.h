@@ -50,6 +50,7 @@ private:
     void plan(const QSet<QString> &steps, bool first);
     void announce();
     void startNext();
+    qint64 textBound(const QString &folder) const;
     QStringList takeBatch();
     void startStep(SyncStep *step, const QStringList &names);
     void onFinished(const Eas::Result &result, bool local);

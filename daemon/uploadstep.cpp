@@ -8,6 +8,7 @@
 #include "daemon/logging.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/windowwriter.h"
+#include "daemon/windowsize.h"
 
 #include <algorithm>
 
@@ -90,8 +91,8 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
 {
     const auto state = m_context.db->folder(m_context.id(), changes.collectionId);
     Eas::SyncRequest request;
-    const Eas::Result prepared =
-        FolderSync::nextWindow(m_context, changes.collectionId, FolderSync::WindowSize, &request);
+    const Eas::Result prepared = FolderSync::nextWindow(
+        m_context, changes.collectionId, WindowSize::Most, FolderSync::TextBound, &request);
     if (!prepared.ok()) {
         endWith(prepared);
         return;
