@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/mailtext.h"
 
+#include <qmailmessage.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -28,6 +30,11 @@ QString cut(const QString &text, int maximum)
     if (text.size() <= maximum)
         return text;
     return text.left(text.at(maximum - 1).isHighSurrogate() ? maximum - 1 : maximum);
+}
+
+bool isAscii(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
 }
 
 bool isToken(const QByteArray &text)
@@ -61,6 +68,21 @@ QList<QMailAddress> MailText::addresses(const QString &text)
     if (line.isEmpty())
         return {};
     return QMailAddress::fromStringList(line);
+}
+
+QString MailText::encodedAddresses(const QList<QMailAddress> &addresses)
+{
+    QStringList words;
+    for (const QMailAddress &address : addresses) {
+        const QString text = address.toString();
+        const int end = text.lastIndexOf(QLatin1String(" <"));
+        words.append(
+            isAscii(text) || end < 0
+                ? text
+                : QString::fromLatin1(QMailMessageHeaderField::encodeWord(text.left(end), "UTF-8"))
+                    + text.mid(end));
+    }
+    return words.join(QLatin1String(", "));
 }
 
 QString MailText::fileName(const QString &name)

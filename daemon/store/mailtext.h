@@ -21,6 +21,9 @@ QString headerText(const QString &text, int maximum = maximumHeaderLength);
 /** A list of addresses from header text; what cannot be understood is kept as a name. */
 QList<QMailAddress> addresses(const QString &text);
 
+/** A header's text for addresses, in ASCII: names in other scripts are all encoded in UTF-8. */
+QString encodedAddresses(const QList<QMailAddress> &addresses);
+
 /** A file's name without folders, control characters and odd ends. */
 QString fileName(const QString &name);
 

@@ -118,6 +118,36 @@ void setContent(QMailMessage *message, const Eas::Body &body,
         message->appendPart(part);
 }
 
+/**
+ * To, Cc or Bcc.
+ *
+ * QMF encodes each name in the narrowest charset, and reads a list with several charsets wrongly
+ * back.
+ */
+void setAddresses(QMailMessage *message, const char *header, const QList<QMailAddress> &addresses)
+{
+    if (!addresses.isEmpty())
+        message->setHeaderField(QLatin1String(header), MailText::encodedAddresses(addresses));
+}
+
+void setTo(QMailMessage *message, const QList<QMailAddress> &addresses)
+{
+    message->setTo(addresses);
+    setAddresses(message, "To", addresses);
+}
+
+void setCc(QMailMessage *message, const QList<QMailAddress> &addresses)
+{
+    message->setCc(addresses);
+    setAddresses(message, "Cc", addresses);
+}
+
+void setBcc(QMailMessage *message, const QList<QMailAddress> &addresses)
+{
+    message->setBcc(addresses);
+    setAddresses(message, "Bcc", addresses);
+}
+
 void setEnvelope(QMailMessage *message, const Eas::MailItem &item)
 {
     if (item.from || item.sender) {
@@ -127,11 +157,11 @@ void setEnvelope(QMailMessage *message, const Eas::MailItem &item)
             message->setFrom(from.isEmpty() ? sender.first() : from.first());
     }
     if (item.to)
-        message->setTo(MailText::addresses(*item.to));
+        setTo(message, MailText::addresses(*item.to));
     if (item.cc)
-        message->setCc(MailText::addresses(*item.cc));
+        setCc(message, MailText::addresses(*item.cc));
     if (item.bcc)
-        message->setBcc(MailText::addresses(*item.bcc));
+        setBcc(message, MailText::addresses(*item.bcc));
     if (item.replyTo) {
         const QList<QMailAddress> replyTo = MailText::addresses(*item.replyTo);
         if (!replyTo.isEmpty())
@@ -202,11 +232,11 @@ void keepEnvelope(QMailMessage *after, const QMailMessage &before, const Eas::Ma
     if (!item.from && !item.sender)
         after->setFrom(before.from());
     if (!item.to)
-        after->setTo(before.to());
+        setTo(after, before.to());
     if (!item.cc)
-        after->setCc(before.cc());
+        setCc(after, before.cc());
     if (!item.bcc)
-        after->setBcc(before.bcc());
+        setBcc(after, before.bcc());
     if (!item.replyTo && !before.replyTo().isNull())
         after->setReplyTo(before.replyTo());
     if (!item.subject)

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """Runs the functions test_... of a script in their order, on one chain, and prints as Qt Test does."""
 
+import os
+import shutil
 import sys
 import traceback
 
@@ -54,6 +56,10 @@ def tell(chain):
     for name in ("asdaemon", "messageserver", "robot"):
         print(f"--- {name}\n{chain.log(name)[-6000:]}")
     print(chain.server.logs())
+    keep = os.environ.get("ORVMAIL_KEEP_LOGS")
+    if keep:
+        shutil.copytree(chain.logs, keep, dirs_exist_ok=True)
+        shutil.copytree(chain.server.data / "log", keep, dirs_exist_ok=True)
 
 
 def equal(found, expected, what=""):

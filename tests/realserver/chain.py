@@ -105,7 +105,7 @@ class Chain:
     def add_account(self, name="Work", user="alice", *arguments):
         result = self.account_program(
             "add", name, "--email", f"{user}@example.test", "--user", user, "--server", "127.0.0.1",
-            "--port", str(self.server.port), "--encryption", "none", *arguments,
+            "--port", str(self.server.port), "--encryption", "none", "--keep", "all", *arguments,
             password=self.server.passwords[user])
         if result.returncode != 0:
             raise AssertionError(f"the account was not added: {result.stdout}{result.stderr}")

@@ -104,8 +104,9 @@ class RealServer:
 
     # --- mail
 
-    def deliver(self, user, content, received=None):
-        """Files a message (bytes) in a user's inbox as new mail, received at a time (s since 1970)."""
+    def deliver(self, user, content, received=None, flags=""):
+        """Files a message (bytes) in a user's inbox, received at a time (s since 1970), as new mail or
+        with flags (letters as in file names)."""
         self.delivered += 1
         name = f"{time.time_ns() // 1000}.{os.getpid()}_{self.delivered}.test"
         folder = self.data / "mail" / user
@@ -114,7 +115,7 @@ class RealServer:
         path.chmod(0o666)
         if received is not None:
             os.utime(path, (received, received))
-        path.rename(folder / "new" / name)
+        path.rename(folder / "cur" / f"{name}:2,{flags}" if flags else folder / "new" / name)
 
     # --- configuration; paths are those inside
 

@@ -53,6 +53,7 @@ private slots:
     void flagsOfTheServerAreThereFromTheStart();
     void importanceSetsPriority();
     void namesOfAnyScriptSurvive();
+    void namesOfManyScriptsInOneListSurvive();
     void oddAddresses_data();
     void oddAddresses();
     void oddSubjects_data();
@@ -157,6 +158,22 @@ void MessageBuilderTest::namesOfAnyScriptSurvive()
     QCOMPARE(message.to().at(0).name(), text("שלום"));
     QCOMPARE(message.to().at(1).name(), text("Δοκιμή"));
     QCOMPARE(message.to().at(1).address(), text("d@example.test"));
+}
+
+void MessageBuilderTest::namesOfManyScriptsInOneListSurvive()
+{
+    Eas::MailItem sent = item(text("1"));
+    sent.to = text("\"Erin Müller\" <e@example.test>, \"山田 太郎\" <y@example.test>, "
+                   "plain@example.test, \"O'Hara, Zoë\" <z@example.test>");
+    sent.cc = text("\"山田 太郎\" <y@example.test>, \"Erin Müller\" <e@example.test>");
+    const QMailMessage message = through(sent);
+    QStringList names;
+    const QList<QMailAddress> all = message.to() + message.cc();
+    for (const QMailAddress &address : all)
+        names.append(address.name());
+    QCOMPARE(names,
+             QStringList({text("Erin Müller"), text("山田 太郎"), text("plain@example.test"),
+                          text("O'Hara, Zoë"), text("山田 太郎"), text("Erin Müller")}));
 }
 
 void MessageBuilderTest::oddAddresses_data()
