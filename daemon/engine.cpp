@@ -94,15 +94,31 @@ AccountWorker *Engine::upToDateWorker(quint64 accountId)
 AccountWorker *Engine::makeWorker(const Store::AccountRecord &record)
 {
     auto *account = new AccountWorker(record, m_db, this);
-    connect(account, &AccountWorker::requestFinished, this, &Engine::requestFinished);
-    connect(account, &AccountWorker::searchFinished, this, &Engine::searchFinished);
+    connect(account, &AccountWorker::requestFinished, this, [this](int id, int code) {
+        tellStoreChanges();
+        emit requestFinished(id, code);
+    });
+    connect(account, &AccountWorker::searchFinished, this,
+            [this](int id, int code, const Activesync::SearchMailboxResult &result) {
+                tellStoreChanges();
+                emit searchFinished(id, code, result);
+            });
     connect(account, &AccountWorker::syncBegan, this, &Engine::syncBegan);
     connect(account, &AccountWorker::syncProgressed, this, &Engine::syncProgressed);
-    connect(account, &AccountWorker::syncEnded, this, &Engine::syncEnded);
+    connect(account, &AccountWorker::syncEnded, this, [this](quint64 accountId) {
+        tellStoreChanges();
+        emit syncEnded(accountId);
+    });
     m_workers.insert(record.id.toULongLong(), account);
     qCInfo(lcDaemon) << "account" << record.id << "is served";
     emit accountsChanged(accounts());
     return account;
+}
+
+/** Who hears of an end finds what it brought, in whatever process: the store would tell later. */
+void Engine::tellStoreChanges()
+{
+    QMailStore::instance()->flushIpcNotifications();
 }
 
 void Engine::onAdded(const Store::AccountRecord &record)

@@ -52,6 +52,7 @@ private:
     void onDeleted(const QMailAccountId &id);
     AccountWorker *upToDateWorker(quint64 accountId);
     AccountWorker *makeWorker(const Store::AccountRecord &record);
+    void tellStoreChanges();
 
     Store::SyncStateDb &m_db;
     Store::AccountDirectory m_directory;

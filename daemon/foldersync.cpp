@@ -17,6 +17,9 @@ enum SyncStatus {
     StateDamaged = 134
 };
 
+/** What some servers answer, instead of BadKey, to a key that is none of theirs. */
+constexpr int HttpNotImplemented = 501;
+
 } // namespace
 
 Eas::FilterType filterOf(const Store::AccountRecord &record)
@@ -54,7 +57,8 @@ Eas::Result nextWindow(const AccountContext &context, const QString &collectionI
 
 bool isKeyLost(const Eas::Result &result)
 {
-    return result.status == BadKey || result.status == StateLost || result.status == StateDamaged;
+    return result.status == BadKey || result.status == StateLost || result.status == StateDamaged
+        || result.httpStatus == HttpNotImplemented;
 }
 
 bool isTreeStale(const Eas::Result &result)

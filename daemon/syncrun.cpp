@@ -38,7 +38,8 @@ bool stopsEverything(const Eas::Result &result)
     case Eas::InvalidAnswer:
         return false;
     case Eas::ServerFailed:
-        return result.status == 0;
+        // A key may be lost by a status of HTTP; the folders then have to begin anew one by one.
+        return result.status == 0 && !FolderSync::isKeyLost(result);
     default:
         return true;
     }

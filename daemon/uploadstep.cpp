@@ -79,12 +79,76 @@ void UploadStep::proceed()
 
 void UploadStep::next()
 {
-    if (!m_folders.isEmpty())
-        upload(m_folders.dequeue());
-    else if (!m_moves.isEmpty())
+    if (!m_folders.isEmpty()) {
+        const Store::FolderLocalChanges &first = m_folders.head();
+        if (!first.flags.isEmpty() && !m_seen.contains(first.collectionId))
+            look(first.collectionId);
+        else
+            upload(m_folders.dequeue());
+    } else if (!m_moves.isEmpty()) {
         move(m_moves.dequeue());
-    else
+    } else {
         finishLater({});
+    }
+}
+
+/** One window of the folder's news: enough for what happened since the last synchronisation. */
+void UploadStep::look(const QString &collectionId)
+{
+    m_seen.insert(collectionId);
+    Eas::SyncRequest request;
+    const Eas::Result prepared =
+        FolderSync::nextWindow(m_context, collectionId, FolderSync::WindowSize, &request);
+    if (!prepared.ok() || request.syncKey == QLatin1String("0")) {
+        next();
+        return;
+    }
+    auto *command = new Eas::SyncCommand(m_context.session, {request});
+    start(command, [this, command] { onLooked(*command); });
+}
+
+void UploadStep::onLooked(const Eas::SyncCommand &command)
+{
+    // What is wrong with the folder or the server shows again when the changes go up.
+    if (!command.result().ok()) {
+        next();
+        return;
+    }
+    Eas::SyncWindow window = command.windows().first();
+    if (window.status != FolderSync::StatusOk || window.unchanged) {
+        next();
+        return;
+    }
+    // What has left the folder may have been moved by us; the move itself finds out.
+    for (const QList<Store::Move> &moves : qAsConst(m_moves)) {
+        for (const Store::Move &move : moves) {
+            if (move.collectionId == window.collectionId)
+                window.removed.removeAll(move.serverId);
+        }
+    }
+    FolderSync::logWindow(m_context, window);
+    write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
+          [this, window] {
+              collectAgain(window.collectionId);
+              next();
+          });
+}
+
+/** The news may have settled some of what was to go up. */
+void UploadStep::collectAgain(const QString &collectionId)
+{
+    QQueue<Store::FolderLocalChanges> folders;
+    for (const Store::FolderLocalChanges &folder : m_changes.collect()) {
+        if (folder.collectionId != collectionId)
+            continue;
+        for (const Store::FolderLocalChanges &portion : portions(folder))
+            folders.enqueue(portion);
+    }
+    for (const Store::FolderLocalChanges &portion : qAsConst(m_folders)) {
+        if (portion.collectionId != collectionId)
+            folders.enqueue(portion);
+    }
+    m_folders = folders;
 }
 
 void UploadStep::upload(const Store::FolderLocalChanges &changes)
@@ -114,6 +178,11 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
 void UploadStep::onUploaded(const Eas::SyncCommand &command,
                             const Store::FolderLocalChanges &changes)
 {
+    if (FolderSync::isKeyLost(command.result())) {
+        // The folder's own step begins anew; the changes stay.
+        next();
+        return;
+    }
     if (!command.result().ok()) {
         retryOrFail(command.result(), [this, changes] { upload(changes); });
         return;

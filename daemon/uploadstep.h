@@ -6,6 +6,7 @@
 #include "daemon/syncstep.h"
 
 #include <QQueue>
+#include <QSet>
 
 namespace Eas {
 class MoveItemsCommand;
@@ -17,7 +18,8 @@ namespace Daemon {
 
 /**
  * Carries to the server what the user did in the mail store: flags and deletions folder by folder,
- * then the moves.
+ * then the moves. Before flags go up, the folder's news are asked for: some servers never tell what
+ * another client did to a message that we changed, too.
  *
  * A change is acknowledged in the store after the server has taken it; what is interrupted in
  * between is carried again and does no harm. What the server refuses is resolved: a message that is
@@ -37,6 +39,9 @@ public:
 
 private:
     void next();
+    void look(const QString &collectionId);
+    void onLooked(const Eas::SyncCommand &command);
+    void collectAgain(const QString &collectionId);
     void upload(const Store::FolderLocalChanges &changes);
     void onUploaded(const Eas::SyncCommand &command, const Store::FolderLocalChanges &changes);
     void onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes);
@@ -47,6 +52,7 @@ private:
 
     Store::LocalChanges m_changes;
     QQueue<Store::FolderLocalChanges> m_folders;
+    QSet<QString> m_seen; ///< folders whose news were asked for before their flags go up
     QQueue<QList<Store::Move>> m_moves;
 };
 

@@ -52,10 +52,13 @@ QDateTime httpDate(const QByteArray &text)
 
 Result httpStatusResult(int status)
 {
-    const int code = codeOf(status);
-    return {code,
-            code == Success ? QString()
-                            : QStringLiteral("the server answered HTTP %1").arg(status)};
+    Result result;
+    result.code = codeOf(status);
+    if (!result.ok()) {
+        result.text = QStringLiteral("the server answered HTTP %1").arg(status);
+        result.httpStatus = status;
+    }
+    return result;
 }
 
 int retryAfterSeconds(const QByteArray &retryAfter, const QByteArray &date)

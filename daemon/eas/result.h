@@ -33,6 +33,8 @@ struct Result
     int retryAfter = 0;
     /** The protocol's own status where one led to the code, else 0. */
     int status = 0;
+    /** The status of HTTP where one led to the code, else 0. */
+    int httpStatus = 0;
 
     bool ok() const { return code == Success; }
 };

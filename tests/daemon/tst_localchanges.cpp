@@ -36,7 +36,11 @@ private slots:
     void aMoveTravelsAndTheMessageKeepsItsId();
     void aMessageThatIsGoneAtTheServerGoesHereToo();
     void theLastActionHereWinsOnFlags();
+    void flagsOfBothSidesStay_data();
+    void flagsOfBothSidesStay();
+    void whatWasDeletedThereIsNotFlagged();
     void aThousandFlagsAreOneRequest();
+    void aKeyThatTheServerCallsNotImplementedBeginsTheFolderAnew();
     void specificFoldersCarryThemAsWell();
     void anotherUploadFollowsARequestThatJoinsALateOne();
     void aCutAnswerCarriesTheSameChangesAgain();
@@ -82,6 +86,13 @@ private:
                 return message;
         }
         return {};
+    }
+    void flagAtServer(const QString &subject, QJsonObject flags)
+    {
+        flags.insert(QStringLiteral("user"), QStringLiteral("alice"));
+        flags.insert(QStringLiteral("folder"), inbox);
+        flags.insert(QStringLiteral("id"), atServer(subject).value(QStringLiteral("id")));
+        world().server.control("flag", flags);
     }
     bool isReadAtServer(const QString &subject)
     {
@@ -203,16 +214,66 @@ void TestLocalChanges::aMessageThatIsGoneAtTheServerGoesHereToo()
 void TestLocalChanges::theLastActionHereWinsOnFlags()
 {
     set({messageOf(mail1)}, Message::Important, true);
-    world().server.control("flag",
-                           {{QStringLiteral("user"), QStringLiteral("alice")},
-                            {QStringLiteral("folder"), inbox},
-                            {QStringLiteral("id"), atServer(mail1).value(QStringLiteral("id"))},
-                            {QStringLiteral("read"), true}});
+    flagAtServer(mail1, {{QStringLiteral("read"), true}});
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 2);
     QVERIFY(has(messageOf(mail1), Message::Important));
     QVERIFY(has(messageOf(mail1), Message::Read));
+}
+
+void TestLocalChanges::flagsOfBothSidesStay_data()
+{
+    QTest::addColumn<bool>("lenient");
+    QTest::newRow("a server that tells what another did") << false;
+    QTest::newRow("a server that does not, once we changed the item, too") << true;
+}
+
+void TestLocalChanges::flagsOfBothSidesStay()
+{
+    QFETCH(bool, lenient);
+    world().server.control("options",
+                           {{QStringLiteral("own_changes_hide"), lenient},
+                            {QStringLiteral("responses_alone"), lenient}});
+    set({messageOf(mail1)}, Message::Important, true);
+    set({messageOf(mail2)}, Message::Read, true);
+    flagAtServer(mail1, {{QStringLiteral("read"), true}});
+    flagAtServer(mail2, {{QStringLiteral("flag"), 2}});
+    QCOMPARE(world().syncAndWait(), 200);
+    for (const QString &subject : {mail1, mail2}) {
+        QVERIFY(isReadAtServer(subject));
+        QCOMPARE(atServer(subject).value(QStringLiteral("flag")).toInt(), 2);
+        QVERIFY(has(messageOf(subject), Message::Read));
+        QVERIFY(has(messageOf(subject), Message::Important));
+    }
+}
+
+void TestLocalChanges::whatWasDeletedThereIsNotFlagged()
+{
+    set({messageOf(mail1), messageOf(mail2)}, Message::Important, true);
+    world().server.control("delete",
+                           {{QStringLiteral("user"), QStringLiteral("alice")},
+                            {QStringLiteral("folder"), inbox},
+                            {QStringLiteral("id"), atServer(mail1).value(QStringLiteral("id"))}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(!messageOf(mail1).isValid());
+    QCOMPARE(atServer(mail2).value(QStringLiteral("flag")).toInt(), 2);
+}
+
+void TestLocalChanges::aKeyThatTheServerCallsNotImplementedBeginsTheFolderAnew()
+{
+    set({messageOf(mail1)}, Message::Important, true);
+    const QMailMessageId second = messageOf(mail2);
+    // The look, the upload, and the folder's own step: all with the key that is not understood.
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("status"), 501},
+                          {QStringLiteral("count"), 3}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(), QStringList({mail1, mail2, mail3}));
+    QCOMPARE(messageOf(mail2), second);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 2);
 }
 
 void TestLocalChanges::aThousandFlagsAreOneRequest()
@@ -224,8 +285,8 @@ void TestLocalChanges::aThousandFlagsAreOneRequest()
     QMailStore::instance()->updateMessagesMetaData(
         QMailMessageKey::parentAccountId(world().account), Message::Read, true);
     QCOMPARE(world().codeOf(world().sync(), 120000), 200);
-    // One with the flags, one to ask what is new.
-    QCOMPARE(world().server.requestCount("Sync"), 2);
+    // One to ask first what others did, one with the flags, one to ask what is new.
+    QCOMPARE(world().server.requestCount("Sync"), 3);
     for (const QJsonObject &message : world().server.messages(QStringLiteral("alice"), inbox))
         QVERIFY(message.value(QStringLiteral("read")).toBool());
 }

@@ -37,6 +37,7 @@ LENIENT = (
                           # was lost comes again with Change instead of Add
     "settling",           # after an answer with items comes one without, with a new key
     "responses_alone",    # a request with commands is answered with Responses and nothing new
+    "own_changes_hide",   # what another did to an item since is never told to who changed it, too
     "confirm_all",        # every command has its Response, not only the refused ones
     "whole_changes",      # a Change brings the whole item
     "missing_is_fine",    # what is not there is changed, deleted, fetched and replied to with success

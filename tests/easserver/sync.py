@@ -226,7 +226,7 @@ class CollectionSync:
         if flag is not None:
             message.flag = int(flag.value("Email:Status", "0") or 0)
         # What else is new of this item is still to be told.
-        if snapshot.items.get(item) == before:
+        if snapshot.items.get(item) == before or self.options.own_changes_hide:
             snapshot.items[item] = message.state()
         self.folder.change += 1
         self.call.store.notify()

@@ -900,6 +900,18 @@ class Lenient(ServerTest):
         found = commands_of(self.client.sync_at(folder, key))
         self.assertEqual([(name, text(data, "Email:Subject")) for name, _, data in found], [("Change", "lost")])
 
+    def testOwnChangeHidesAnothersOfTheSameItem(self):
+        self.deliver()
+        folder = self.ready()
+        self.client.sync(folder)
+        self.client.sync(folder)
+        self.server.control("flag", id="1", flag=2)
+        self.client.sync(folder, "<Change><ServerId>1</ServerId><ApplicationData>"
+                         '<Read xmlns="Email:">1</Read></ApplicationData></Change>')
+        self.assertEqual(commands_of(self.client.sync(folder)), [])
+        found = self.server.messages("Inbox")[0]
+        self.assertEqual((found["read"], found["flag"]), (True, 2))
+
     def testCommandsAreAllConfirmedAndMissingOnesToo(self):
         self.deliver()
         folder = self.ready()

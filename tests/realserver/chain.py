@@ -18,6 +18,7 @@ from witness import Witness
 BUILD = Path(os.environ.get("ORVMAIL_BUILD_DIR", "build/release"))
 PLACE = Path(os.environ.get("ORVMAIL_TEST_PLACE", "/nowhere"))
 BUS_NAME = "com.tarvo.asdbus"
+DOUBLET = 5.2  # seconds after a synchronisation in which another is taken for the same
 
 
 def await_true(what, condition, seconds=30, pause=0.1):
@@ -36,6 +37,7 @@ class Robot:
     """A mail program that does what it is told; see robot/mailrobot.h."""
 
     def __init__(self, account, log):
+        self.synchronised = 0
         self.process = subprocess.Popen([BUILD / "bin/mail-robot", account], stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=log)
 
@@ -54,6 +56,25 @@ class Robot:
         if not answer["ok"]:
             raise AssertionError(f"{do} {arguments} failed: {answer}")
         return answer
+
+    def synchronize(self):
+        """A whole synchronisation. So soon after another that it would pass for the same wish (5 s), it
+        waits until it does not."""
+        time.sleep(max(0, self.synchronised + DOUBLET - time.monotonic()))
+        self.tell("synchronize")
+        self.synchronised = time.monotonic()
+
+    def export(self):
+        """Lets what the user did travel, as synchronize() does."""
+        time.sleep(max(0, self.synchronised + DOUBLET - time.monotonic()))
+        self.tell("exportUpdates")
+        self.synchronised = time.monotonic()
+
+    def refresh(self):
+        """Brings the folder tree and all folders up to date, as pulling down in each would."""
+        self.tell("folderList")
+        self.tell("refresh")
+        self.synchronised = time.monotonic()
 
     def folders(self):
         return {folder["path"]: folder for folder in self.tell("folders")["folders"]}
@@ -128,7 +149,7 @@ class Chain:
         self.add_account(account)
         self.start_message_server()
         robot = self.robot(account)
-        robot.tell("synchronize")
+        robot.synchronize()
         return robot
 
     # --- the end

@@ -38,7 +38,7 @@ def test_theAccountIsAdded(world):
 
 
 def test_itsFoldersArrive(world):
-    world.robot.tell("synchronize")
+    world.robot.synchronize()
     found = world.robot.folders()
     for folder in FOLDERS:
         assert folder in found, f"{folder} is not among {sorted(found)}"

@@ -127,7 +127,7 @@ def test_attachmentsDecodeToTheSame(world):
 
 def test_aSecondSynchronisationChangesNothing(world):
     requests = len(re.findall(r"<Add>", world.chain.server.exchanges()))
-    world.robot.tell("synchronize")
+    world.robot.synchronize()
     equal(len(re.findall(r"<Add>", world.chain.server.exchanges())), requests, "messages sent again")
     now = {m["subject"]: m for m in world.robot.messages(folder="INBOX")}
     equal(sorted(now), sorted(world.there))

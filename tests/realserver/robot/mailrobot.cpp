@@ -127,13 +127,18 @@ QJsonObject MailRobot::folderList(const QJsonObject &)
     return run(action, [&] { action.retrieveFolderList(account(), QMailFolderId()); });
 }
 
+/** One "folder", or all of them. */
 QJsonObject MailRobot::refresh(const QJsonObject &command)
 {
-    const QMailFolderId folder = folderByPath(command.value(QLatin1String("folder")).toString());
-    if (!folder.isValid())
+    QMailFolderIdList folders;
+    if (command.contains(QLatin1String("folder")))
+        folders.append(folderByPath(command.value(QLatin1String("folder")).toString()));
+    else
+        folders = QMailStore::instance()->queryFolders(QMailFolderKey::parentAccountId(account()));
+    if (folders.contains(QMailFolderId()))
         return failure(QStringLiteral("no such folder"));
     QMailRetrievalAction action;
-    return run(action, [&] { action.retrieveNewMessages(account(), {folder}); });
+    return run(action, [&] { action.retrieveNewMessages(account(), folders); });
 }
 
 QJsonObject MailRobot::folders(const QJsonObject &)
