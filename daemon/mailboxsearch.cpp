@@ -2,6 +2,7 @@
 #include "daemon/mailboxsearch.h"
 
 #include "daemon/eas/limits.h"
+#include "daemon/foundtext.h"
 #include "daemon/logging.h"
 #include "daemon/longid.h"
 
@@ -203,6 +204,8 @@ bool MailboxSearch::isWanted(const Eas::SearchHit &hit) const
 {
     const QDateTime after = m_request.query.receivedAfter;
     const QDateTime before = m_request.query.receivedBefore;
+    if (!FoundText::mayHold(hit.item, m_request.query.text))
+        return false;
     if (!hit.item.dateReceived)
         return true;
     return (!after.isValid() || *hit.item.dateReceived > after)

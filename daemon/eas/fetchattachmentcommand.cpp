@@ -11,8 +11,9 @@ namespace {
 
 namespace I = Tags::ItemOperations;
 
-/** What some servers send for an attachment that is gone. */
-const char nothing[] = "(null)";
+/** What some servers send for no data: of an attachment that is gone (then its type is none, too),
+   or of an empty one. */
+const QByteArray nothing = QByteArrayLiteral("(null)");
 
 } // namespace
 
@@ -30,7 +31,11 @@ public:
     bool hasData = false;
     qint64 written = 0;
 
-    bool isGone() const { return !hasData || m_beginning == nothing; }
+    bool isGone() const
+    {
+        const bool isTyped = !contentType.isEmpty() && !contentType.startsWith(nothing);
+        return !hasData || (m_saysNothing && !isTyped);
+    }
 
 protected:
     void startElement(Tag tag) override { hasData = hasData || tag == I::Data; }
@@ -41,8 +46,8 @@ protected:
             itemStatus = text.trimmed().toInt();
         } else if (tag == Tags::AirSyncBase::ContentType) {
             contentType = text.left(Limits::AttachmentNameLength);
-        } else if (tag == I::Data && !isGone() && !m_decoder.isComplete()) {
-            fail(QStringLiteral("the attachment is no base64"));
+        } else if (tag == I::Data) {
+            endData();
         }
     }
 
@@ -50,10 +55,26 @@ protected:
 
     void piece(Tag, const QByteArray &text) override
     {
-        if (m_beginning.size() < int(sizeof nothing)) {
-            m_beginning += text.left(int(sizeof nothing));
-        }
-        const QByteArray bytes = m_decoder.decode(text);
+        m_beginning += text;
+        if (!nothing.startsWith(m_beginning))
+            take();
+    }
+
+private:
+    void endData()
+    {
+        m_saysNothing = m_beginning == nothing;
+        if (m_saysNothing)
+            return;
+        take();
+        if (!m_decoder.isComplete())
+            fail(QStringLiteral("the attachment is no base64"));
+    }
+
+    void take()
+    {
+        const QByteArray bytes = m_decoder.decode(m_beginning);
+        m_beginning = QByteArrayLiteral("");
         if (m_target->write(bytes) != bytes.size()) {
             fail(QStringLiteral("cannot write the attachment: %1").arg(m_target->errorString()),
                  NoRoom);
@@ -61,11 +82,11 @@ protected:
         written += bytes.size();
     }
 
-private:
     QIODevice *m_target;
     Base64Decoder m_decoder;
-    /** The data's first characters. */
+    /** Characters of the data that may become the word for nothing. */
     QByteArray m_beginning;
+    bool m_saysNothing = false;
 };
 
 FetchAttachmentCommand::FetchAttachmentCommand(Session *session, const QString &fileReference,

@@ -26,6 +26,8 @@ private slots:
     void nothingIsFoundWhereNothingMatches();
     void onlyTheFoldersThatAreNamedAreSearched_data();
     void onlyTheFoldersThatAreNamedAreSearched();
+    void anApostropheFindsNoMoreThanItSays_data();
+    void anApostropheFindsNoMoreThanItSays();
     void boundsOfTimeAreKept_data();
     void boundsOfTimeAreKept();
     void resultsOfManyPagesCome();
@@ -219,6 +221,30 @@ void TestMailboxSearch::onlyTheFoldersThatAreNamedAreSearched()
     QCOMPARE(find(QStringLiteral("needle"), folders), 200);
     QCOMPARE(foundSubjects(), expected);
     QCOMPARE(m_found.total, count);
+}
+
+void TestMailboxSearch::anApostropheFindsNoMoreThanItSays_data()
+{
+    QTest::addColumn<bool>("findsAll");
+    QTest::newRow("a server that finds what it is asked for") << false;
+    QTest::newRow("a server that takes it for the text's end") << true;
+}
+
+void TestMailboxSearch::anApostropheFindsNoMoreThanItSays()
+{
+    QFETCH(bool, findsAll);
+    deliver(QStringLiteral("A baker's dozen"), 1);
+    deliver(QStringLiteral("A Baker\u2019s loaf"), 2);
+    deliver(QStringLiteral("A baker and a dozen"), 3);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.control("options",
+                           {{QStringLiteral("simple_search"), findsAll},
+                            {QStringLiteral("apostrophe_is_all"), findsAll}});
+    QCOMPARE(find(QStringLiteral("baker's dozen"), {m_inbox}), 200);
+    QCOMPARE(foundSubjects(), QStringList({QStringLiteral("A baker's dozen")}));
+    QCOMPARE(m_found.total, 1);
+    QCOMPARE(find(QStringLiteral("o'clock"), {m_inbox}), 200);
+    QCOMPARE(foundSubjects(), QStringList());
 }
 
 void TestMailboxSearch::boundsOfTimeAreKept_data()

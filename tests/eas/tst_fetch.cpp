@@ -71,6 +71,7 @@ private slots:
     void messageStatuses();
     void aMessageThatCannotBeWritten();
     void anAttachmentComesDecoded();
+    void anEmptyAttachment_data();
     void anEmptyAttachment();
     void anAttachmentThatIsGone_data();
     void anAttachmentThatIsGone();
@@ -297,14 +298,25 @@ void TestFetch::anAttachmentComesDecoded()
                    "xmlns=\"AirSyncBase:\">att/1%20</FileReference></Fetch></ItemOperations>"));
 }
 
+void TestFetch::anEmptyAttachment_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::newRow("said by nothing") << fetched("<Properties><Data/></Properties>");
+    QTest::newRow("said by null") << fetched(
+        "<Properties><ContentType xmlns=\"AirSyncBase:\">application/octet-stream</ContentType>"
+        "<Data>(null)</Data></Properties>");
+}
+
 void TestFetch::anEmptyAttachment()
 {
+    QFETCH(QByteArray, answer);
     SessionFixture fixture;
-    fixture.server.enqueue(ScriptedServer::document(fetched("<Properties><Data/></Properties>")));
+    fixture.server.enqueue(ScriptedServer::document(answer));
     FetchAttachmentCommand command(fixture.session.get(), QStringLiteral("a"), &m_target);
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
     QCOMPARE(command.bytesWritten(), qint64(0));
+    QVERIFY(m_target.data().isEmpty());
 }
 
 void TestFetch::anAttachmentThatIsGone_data()

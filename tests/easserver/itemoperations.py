@@ -155,6 +155,8 @@ def _fetch_attachment(call, request, reference, parts):
         ranged = [Node("ItemOperations:Range", f"{first}-{last}"),
                   Node("ItemOperations:Total", str(found.size))]
     content = _content(found.part(message), first, length, parts is None)
+    if call.options.null_is_empty and not found.size:
+        content = "(null)"
     data = Node("ItemOperations:Data", content) if parts is None else parts.add(content)
     return Node("ItemOperations:Fetch", Node("ItemOperations:Status", OK), identity,
                 Node("ItemOperations:Properties", *ranged,

@@ -88,6 +88,8 @@ def _mailbox(call, store, text):
 def _simplify(call, text, query):
     if text.find("Search:And") is None or query.words is None:
         call.http_error(500)
+    if call.options.apostrophe_is_all and any("'" in word for word in query.words):
+        query.words = []
     query.words, query.before, query.folders = [" ".join(query.words)], None, query.folders[-1:]
 
 

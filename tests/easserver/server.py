@@ -41,11 +41,13 @@ LENIENT = (
     "confirm_all",        # every command has its Response, not only the refused ones
     "whole_changes",      # a Change brings the whole item
     "missing_is_fine",    # what is not there is changed, deleted, fetched and replied to with success
+    "null_is_empty",      # the data of an empty attachment are the word "(null)"
     "always_trash",       # DeletesAsMoves 0 makes no difference
     "no_truncation",      # TruncationSize, AllOrNone and Preview make none; MIMETruncation cuts every type
     "plain_stays_plain",  # a plain message has no HTML form
     "no_ranges",          # a Range of an attachment is not looked at
     "simple_search",      # one phrase in one folder or all, no upper bound of time; all else is HTTP 500
+    "apostrophe_is_all",  # a search for a text with an apostrophe finds everything
     "forgetful_folders",  # FolderSync compares no keys, and key 0 forgets all sync keys of the device
     "silent_unknown",     # Sync of an unknown folder is an empty answer, Ping of one waits in vain
 )

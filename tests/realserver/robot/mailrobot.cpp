@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/realserver/robot/mailrobot.h"
 
+#include "asclient/asdbusinterface.h"
 #include "tests/realserver/robot/storejson.h"
 
 #include <qmailstore.h>
@@ -211,19 +212,25 @@ QJsonObject MailRobot::part(const QJsonObject &command)
     return run(action, [&] { action.retrieveMessagePart(location); });
 }
 
-/** At the server; "found" has the ids that it matched, "folder" bounds it to one. */
+/** At the server; "found" has the ids that the daemon told, "folder" bounds it to one. */
 QJsonObject MailRobot::search(const QJsonObject &command)
 {
+    // A folder instead of the account: the two would add up.
     QMailMessageKey key = QMailMessageKey::parentAccountId(account());
-    if (command.contains(QLatin1String("folder")))
-        key &= QMailMessageKey::parentFolderId(
-            folderByPath(command.value(QLatin1String("folder")).toString()));
+    if (command.contains(QLatin1String("folder"))) {
+        const QMailFolderId folder =
+            folderByPath(command.value(QLatin1String("folder")).toString());
+        if (!folder.isValid())
+            return failure(QStringLiteral("no such folder"));
+        key = QMailMessageKey::parentFolderId(folder);
+    }
     QMailSearchAction action;
     QJsonArray found;
-    connect(&action, &QMailSearchAction::messageIdsMatched, this,
-            [&found](const QMailMessageIdList &ids) {
-                for (const QMailMessageId &id : ids)
-                    found.append(QString::number(id.toULongLong()));
+    const Activesync::AsDBusInterface daemon(QDBusConnection::sessionBus(), nullptr);
+    connect(&daemon, &Activesync::AsDBusInterface::searchMailboxCompleted, this,
+            [&found](int, qulonglong, const Activesync::SearchMailboxResult &result, int) {
+                for (const qulonglong id : result.messageIds)
+                    found.append(QString::number(id));
             });
     QJsonObject answer = run(action, [&] {
         action.searchMessages(key, command.value(QLatin1String("text")).toString(),

@@ -1,0 +1,95 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""News arrive by themselves, within the time that this server takes to notice (it looks every 5 s)."""
+
+import sys
+import time
+
+import cases
+from cases import equal
+from chain import await_true
+from mails import plain
+
+SECONDS = 8  # the server's 5, and what a busy machine adds
+
+
+class World:
+    def __init__(self, chain):
+        self.chain, self.witness = chain, chain.witness
+        chain.server.deliver("alice", plain("There before"))
+        self.witness.create("Watched")
+        chain.add_account("Work", "alice", "--push", "on")
+        chain.start_message_server()
+        self.robot = chain.robot()
+        self.robot.synchronize()
+        self.took = []
+
+    def await_here(self, what, condition):
+        start = time.monotonic()
+        await_true(what, condition, SECONDS, 0.05)
+        self.took.append(time.monotonic() - start)
+
+
+def test_newMailArrivesByItself(world):
+    for number in range(4):
+        subject = f"Pushed {number}"
+        world.chain.server.deliver("alice", plain(subject))
+        world.await_here(subject, lambda: world.robot.message(subject))
+
+
+def test_newMailInAnotherFolderArrives(world):
+    world.witness.append("Watched", plain("Pushed into a folder"))
+    world.await_here("it", lambda: world.robot.message("Pushed into a folder"))
+
+
+def test_aFlagSetElsewhereArrives(world):
+    world.witness.store("There before", "+FLAGS", "\\Flagged")
+    world.await_here("it", lambda: world.robot.message("There before")["important"])
+
+
+def test_aDeletionElsewhereArrives(world):
+    world.witness.remove("There before")
+    world.await_here("it", lambda: not world.robot.message("There before"))
+
+
+def test_mailDuringAnUploadArrives(world):
+    """Our own change settles nothing that came meanwhile."""
+    world.robot.tell("flag", ids=[world.robot.message("Pushed 0")["id"]], set=["important"])
+    world.chain.server.deliver("alice", plain("Pushed meanwhile"))
+    world.robot.refresh()
+    world.await_here("it", lambda: world.robot.message("Pushed meanwhile"))
+    assert world.witness.message("Pushed 0").is_flagged
+
+
+def test_aBurstArrives(world):
+    for number in range(10):
+        world.chain.server.deliver("alice", plain(f"Burst {number}"))
+        time.sleep(0.3)  # the server must see more than one state
+    expected = {f"Burst {number}" for number in range(10)}
+    world.await_here("them", lambda: expected <= {m["subject"] for m in world.robot.messages()})
+    equal(len([m for m in world.robot.messages() if m["subject"] in expected]), 10)
+
+
+def test_itStaysQuietWithoutNews(world):
+    """No request but the waiting one while nothing happens, once all is told."""
+    fewest = min(requests_within(world, 4) for _ in range(3))
+    assert fewest <= 1, f"{fewest} requests in 4 s without news"
+
+
+def requests_within(world, seconds):
+    before = world.chain.server.exchanges().count("EAS - request")
+    time.sleep(seconds)
+    return world.chain.server.exchanges().count("EAS - request") - before
+
+
+def test_newMailAfterAQuietTimeArrives(world):
+    world.chain.server.deliver("alice", plain("After the quiet"))
+    world.await_here("it", lambda: world.robot.message("After the quiet"))
+
+
+def test_theTimesThatItTook(world):
+    print("   took " + ", ".join(f"{seconds:.1f}" for seconds in world.took) + " s", flush=True)
+    assert sorted(world.took)[len(world.took) // 2] <= 5, "the middle one"
+
+
+if __name__ == "__main__":
+    cases.run("Push", sys.modules[__name__], World)
