@@ -92,13 +92,13 @@ void UploadStep::next()
     }
 }
 
-/** One window of the folder's news: enough for what happened since the last synchronisation. */
+/** One small window of the folder's news: enough for what mostly happened since the last one. */
 void UploadStep::look(const QString &collectionId)
 {
     m_seen.insert(collectionId);
     Eas::SyncRequest request;
-    const Eas::Result prepared =
-        FolderSync::nextWindow(m_context, collectionId, FolderSync::WindowSize, &request);
+    const Eas::Result prepared = FolderSync::nextWindow(m_context, collectionId, WindowSize::First,
+                                                        FolderSync::TextBound, &request);
     if (!prepared.ok() || request.syncKey == QLatin1String("0")) {
         next();
         return;
