@@ -13,7 +13,9 @@ bool hasMessage(quint64 accountId, quint64 messageId)
 {
     const auto key = QMailMessageKey::id(QMailMessageId(messageId))
         & QMailMessageKey::parentAccountId(QMailAccountId(accountId));
-    return QMailStore::instance()->countMessages(key) == 1;
+    const int found = QMailStore::instance()->countMessages(key);
+    // Where the store cannot be read, the work itself tells of it.
+    return found == 1 || QMailStore::instance()->lastError() != QMailStore::NoError;
 }
 
 } // namespace
@@ -81,13 +83,16 @@ AccountWorker *Engine::upToDateWorker(quint64 accountId)
 {
     // Another process may have added or changed the account a moment ago, and the notice of it is
     // still under way.
-    const auto record = Store::AccountRecord::read(QMailAccountId(accountId));
-    if (!record.id.isValid())
-        return nullptr;
+    const auto record = Store::AccountRecord::tryRead(QMailAccountId(accountId));
     AccountWorker *known = m_workers.value(accountId);
+    // The store cannot be read just now: what was known of the account goes on.
+    if (!record)
+        return known;
+    if (!record->id.isValid())
+        return nullptr;
     if (!known)
-        return makeWorker(record);
-    known->update(record);
+        return makeWorker(*record);
+    known->update(*record);
     return known;
 }
 

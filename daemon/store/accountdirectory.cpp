@@ -25,6 +25,9 @@ std::optional<AccountRecord> AccountDirectory::account(const QMailAccountId &id)
 void AccountDirectory::rescan()
 {
     const QMailAccountIdList present = QMailStore::instance()->queryAccounts();
+    // A store that cannot be read just now has not lost its accounts.
+    if (QMailStore::instance()->lastError() != QMailStore::NoError)
+        return;
     for (const QMailAccountId &id : m_accounts.keys()) {
         if (!present.contains(id))
             drop(id);
@@ -35,7 +38,10 @@ void AccountDirectory::rescan()
 
 void AccountDirectory::refresh(const QMailAccountId &id)
 {
-    const AccountRecord record = AccountRecord::read(id);
+    const std::optional<AccountRecord> read = AccountRecord::tryRead(id);
+    if (!read)
+        return;
+    const AccountRecord record = *read;
     const std::optional<AccountRecord> before = account(id);
     if (!record.id.isValid()) {
         if (m_accounts.remove(id))

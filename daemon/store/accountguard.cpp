@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/accountguard.h"
 
+#include "daemon/store/storefailure.h"
+
 #include <qmailstore.h>
 
 namespace Store {
@@ -11,6 +13,8 @@ Eas::Result AccountGuard::check(const QMailAccountId &account)
         & QMailAccountKey::status(QMailAccount::Enabled, QMailDataComparator::Includes);
     if (QMailStore::instance()->countAccounts(enabled) > 0)
         return {};
+    if (QMailStore::instance()->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the accounts"));
     return {Eas::Cancelled, QStringLiteral("the account was removed or disabled")};
 }
 

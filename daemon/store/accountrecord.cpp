@@ -44,14 +44,26 @@ bool AccountRecord::operator==(const AccountRecord &other) const
 
 AccountRecord AccountRecord::read(const QMailAccountId &id)
 {
+    return tryRead(id).value_or(AccountRecord());
+}
+
+std::optional<AccountRecord> AccountRecord::tryRead(const QMailAccountId &id)
+{
+    QMailStore *store = QMailStore::instance();
     AccountRecord record;
-    const QMailAccount account = QMailStore::instance()->account(id);
-    const QMailAccountConfiguration stored = QMailStore::instance()->accountConfiguration(id);
     // By a query: the account that this process remembers may be older than the file.
     const QMailAccountKey enabled = QMailAccountKey::id(id)
         & QMailAccountKey::status(QMailAccount::Enabled, QMailDataComparator::Includes);
-    if (QMailStore::instance()->countAccounts(enabled) == 0
-        || !stored.services().contains(serviceKey))
+    const int found = store->countAccounts(enabled);
+    if (store->lastError() != QMailStore::NoError)
+        return std::nullopt;
+    if (found == 0)
+        return record;
+    const QMailAccount account = store->account(id);
+    const QMailAccountConfiguration stored = store->accountConfiguration(id);
+    if (store->lastError() != QMailStore::NoError)
+        return std::nullopt;
+    if (!stored.services().contains(serviceKey))
         return record;
     const Configuration configuration(stored);
     record.id = id;

@@ -6,6 +6,8 @@
 #include <QMetaType>
 #include <QString>
 
+#include <optional>
+
 namespace Store {
 
 /** The settings of one account, as its service configuration "orvmail" has them. */
@@ -29,6 +31,8 @@ struct AccountRecord
 
     /** Reads the account from the mail store; invalid id where it is not enabled or not ours. */
     static AccountRecord read(const QMailAccountId &id);
+    /** The same; nothing where the store cannot be read, which says nothing about the account. */
+    static std::optional<AccountRecord> tryRead(const QMailAccountId &id);
 };
 
 } // namespace Store

@@ -364,6 +364,9 @@ Eas::Result SyncStateDb::removeAccount(const QMailAccountId &account)
 Eas::Result SyncStateDb::removeVanishedAccounts()
 {
     const QMailAccountIdList present = QMailStore::instance()->queryAccounts();
+    // Nothing is known of what a store has lost that cannot be read.
+    if (QMailStore::instance()->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the accounts"));
     QSqlQuery query(m_database);
     query.prepare(QStringLiteral("SELECT id FROM account"));
     Eas::Result result = run(query);

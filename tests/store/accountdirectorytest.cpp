@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/accountdirectory.h"
+#include "daemon/store/accountguard.h"
+#include "daemon/store/syncstatedb.h"
 #include "tests/support/storefixture.h"
 
 #include <QDBusConnection>
@@ -8,6 +10,8 @@
 #include <qmailstore.h>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTest>
 
 using Store::AccountDirectory;
@@ -51,6 +55,38 @@ QMailAccountId addForeignAccount()
                                                                         : QMailAccountId();
 }
 
+/** A table of the mail store that cannot be read, as from a damaged disk. */
+class HiddenTable
+{
+public:
+    explicit HiddenTable(const QString &table)
+        : m_table(table)
+    {
+        auto base = QSqlDatabase::addDatabase(text("QSQLITE"), connection());
+        base.setDatabaseName(qEnvironmentVariable("QMF_DATA") + text("/database/qmailstore.db"));
+        m_isHidden = base.open() && rename(m_table, m_table + text("_hidden"));
+    }
+    ~HiddenTable()
+    {
+        rename(m_table + text("_hidden"), m_table);
+        QSqlDatabase::removeDatabase(connection());
+    }
+    bool isHidden() const { return m_isHidden; }
+
+private:
+    static QString connection() { return text("hiding"); }
+    static bool rename(const QString &from, const QString &to)
+    {
+        QSqlQuery query(QSqlDatabase::database(connection()));
+        // References of other tables stay as they are.
+        return query.exec(text("PRAGMA legacy_alter_table = ON"))
+            && query.exec(text("ALTER TABLE %1 RENAME TO %2").arg(from, to));
+    }
+
+    const QString m_table;
+    bool m_isHidden = false;
+};
+
 } // namespace
 
 /** Which accounts the daemon serves, and what it hears of their changes. */
@@ -73,6 +109,7 @@ private slots:
     void disabledAccountIsRemovedAndComesBack();
     void removedAccountIsReportedAsDeleted();
     void changesOfAnotherProcessAreReported();
+    void storeThatCannotBeReadHasLostNoAccount();
 };
 
 void AccountDirectoryTest::recordHasTheStoredValues()
@@ -244,6 +281,32 @@ void AccountDirectoryTest::changesOfAnotherProcessAreReported()
     QCOMPARE(removed.first().first().value<QMailAccountId>(), id);
     QTRY_COMPARE_WITH_TIMEOUT(other.state(), QProcess::NotRunning, 20000);
     QCOMPARE(other.exitCode(), 0);
+}
+
+void AccountDirectoryTest::storeThatCannotBeReadHasLostNoAccount()
+{
+    const QMailAccountId id = StoreFixture::addAccount();
+    Store::SyncStateDb db;
+    QVERIFY(db.open().ok());
+    QVERIFY(db.openAccount(AccountRecord::read(id)).ok());
+    AccountDirectory directory;
+    QSignalSpy removed(&directory, &AccountDirectory::removed);
+    QSignalSpy deleted(&directory, &AccountDirectory::deleted);
+    {
+        const HiddenTable accounts(text("mailaccounts"));
+        QVERIFY(accounts.isHidden());
+        emit QMailStore::instance() -> accountsUpdated({id});
+        QVERIFY(directory.account(id));
+        QVERIFY(!AccountRecord::tryRead(id));
+        QVERIFY(!db.removeVanishedAccounts().ok());
+        QCOMPARE(Store::AccountGuard::check(id).code, int(Eas::ServerFailed));
+    }
+    QVERIFY(removed.isEmpty());
+    QVERIFY(deleted.isEmpty());
+    QSignalSpy changed(&directory, &AccountDirectory::changed);
+    QVERIFY(setValue(id, text("domain"), text("X")));
+    QTRY_COMPARE(changed.size(), 1);
+    QVERIFY(db.removeVanishedAccounts().ok());
 }
 
 /** What the other process does: one account more, and the first one less. */
