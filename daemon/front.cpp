@@ -23,11 +23,14 @@ Front::Front(Clock clock, QObject *parent)
     , m_table(std::move(clock))
     , m_connection(QString())
     , m_timer(new QTimer(this))
+    , m_watch(new EngineWatch(this))
 {
     new AsDBusAdaptor(this);
     m_timer->setSingleShot(true);
     m_timer->setTimerType(Qt::PreciseTimer);
     connect(m_timer, &QTimer::timeout, this, &Front::onExpired);
+    connect(m_watch, &EngineWatch::asked, this, &Front::lifeSignWanted);
+    connect(m_watch, &EngineWatch::silent, this, &Front::onEngineSilent);
 }
 
 Front::~Front() = default;
@@ -115,6 +118,7 @@ void Front::answer(const Check &check, bool acceptable)
         return;
     qCDebug(lcRequests) << "request" << request.id << "for account" << request.accountId << "is a"
                         << check.call.member();
+    watch();
     emit requestAccepted(request);
 }
 
@@ -161,6 +165,7 @@ void Front::complete(int id, int code)
         return;
     qCDebug(lcRequests) << "request" << id << "ended with" << code;
     broadcast(QStringLiteral("requestCompleted"), {code, *accountId, id});
+    watch();
 }
 
 void Front::finishSearch(int id, int code, const Activesync::SearchMailboxResult &result)
@@ -180,6 +185,7 @@ void Front::beginSync(quint64 accountId)
     m_syncing.insert(accountId, 0);
     m_state->publish({accountId, SyncInfoNode::SyncRunning, 0});
     broadcast(QStringLiteral("syncStarted"), {accountId});
+    watch();
 }
 
 void Front::setProgress(quint64 accountId, int progress)
@@ -198,6 +204,27 @@ void Front::endSync(quint64 accountId)
     // Before the broadcast: who starts on it must not read the state of the run that is over.
     m_state->publish({accountId, 0, 0});
     broadcast(QStringLiteral("syncCompleted"), {accountId});
+    watch();
+}
+
+void Front::watch()
+{
+    m_watch->setOn(!m_stopped && (!m_table.openRequests().isEmpty() || !m_syncing.isEmpty()));
+}
+
+/** Nobody waits for ever: what is under way is given up, and the engine learns of it when it can.
+ */
+void Front::onEngineSilent()
+{
+    qCWarning(lcDaemon) << "the mail store has not come back for a minute; what is under way ends";
+    const QList<int> ids = m_table.openRequests();
+    for (int id : ids)
+        abortRequest(id, Eas::ServerFailed);
+    const QList<quint64> accounts = m_syncing.keys();
+    for (quint64 accountId : accounts) {
+        endSync(accountId);
+        emit syncStopWanted(accountId);
+    }
 }
 
 void Front::shutDown()

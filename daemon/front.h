@@ -4,6 +4,7 @@
 
 #include "asclient/searchmailboxresult.h"
 #include "asclient/syncinfoshmwriter.h"
+#include "daemon/enginewatch.h"
 #include "daemon/requesttable.h"
 
 #include <QDBusConnection>
@@ -45,6 +46,8 @@ public:
 
     /** The id after which requests are counted; before start(). */
     void setLastRequestId(int id) { m_table.setLastId(id); }
+    /** How often the engine is asked whether it lives while something is under way, in ms. */
+    void setWatchInterval(int ms) { m_watch->setInterval(ms); }
 
     /** Answers `call` with a request id or -1, now or within CheckTimeoutMs. */
     void accept(const Request &request, const QDBusMessage &call);
@@ -65,6 +68,8 @@ public slots:
     /** `progress` is 0 to 1000. */
     void setProgress(quint64 accountId, int progress);
     void endSync(quint64 accountId);
+    /** The engine's answer to lifeSignWanted(). */
+    void hearLifeSign() { m_watch->hear(); }
     /** Ends every request as cancelled, clears the state, and answers calls with -1 from now on. */
     void shutDown();
 
@@ -72,6 +77,7 @@ signals:
     /** Does the account exist and is it enabled, does the message (unless 0) exist in it? */
     void checkWanted(quint64 ticket, quint64 accountId, quint64 messageId);
     void requestAccepted(const Daemon::Request &request);
+    void lifeSignWanted();
     /** The request has ended without the engine; its work is not wanted any more. */
     void requestDropped(int id);
     void syncStopWanted(quint64 accountId);
@@ -83,6 +89,7 @@ signals:
 private slots:
     void onExpired();
     void onDisconnected();
+    void onEngineSilent();
 
 private:
     struct Check
@@ -97,6 +104,8 @@ private:
     void endSyncsOfTheDead();
     void broadcast(const QString &signal, const QVariantList &arguments);
     void armTimer();
+    /** The engine is watched while somebody waits for it. */
+    void watch();
     void flush();
 
     Clock m_clock;
@@ -108,6 +117,7 @@ private:
     QMap<quint64, int> m_syncing;  ///< progress by account
     quint64 m_lastTicket = 0;
     QTimer *m_timer;
+    EngineWatch *m_watch;
     bool m_stopped = false;
 };
 

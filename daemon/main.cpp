@@ -44,6 +44,10 @@ void connectHalves(Daemon::Engine *engine, Daemon::Front *front)
     QObject::connect(front, &Front::requestAccepted, engine, &Engine::accept);
     QObject::connect(front, &Front::requestDropped, engine, &Engine::drop);
     QObject::connect(front, &Front::syncStopWanted, engine, &Engine::stopSync);
+    // That its thread comes to it is the answer.
+    QObject::connect(front, &Front::lifeSignWanted, engine, [front] {
+        QMetaObject::invokeMethod(front, &Front::hearLifeSign, Qt::QueuedConnection);
+    });
     QObject::connect(engine, &Engine::accountsChanged, front, &Front::setAccounts);
     QObject::connect(engine, &Engine::checkResolved, front, &Front::resolveCheck);
     QObject::connect(engine, &Engine::requestFinished, front, &Front::finishRequest);

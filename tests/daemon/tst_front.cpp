@@ -27,6 +27,7 @@ public:
     QList<int> dropped;
     QList<quint64> stopped;
     bool answersChecks = true;
+    bool livesOn = true;
     QSet<quint64> missingMessages;
 
 public slots:
@@ -38,6 +39,11 @@ public slots:
     void accept(const Daemon::Request &request) { accepted.append(request); }
     void drop(int id) { dropped.append(id); }
     void stopSync(quint64 account) { stopped.append(account); }
+    void live()
+    {
+        if (livesOn)
+            emit lifeSign();
+    }
 
 signals:
     void checkResolved(quint64 ticket, bool acceptable);
@@ -46,6 +52,7 @@ signals:
     void begin(quint64 account);
     void progress(quint64 account, int progress);
     void end(quint64 account);
+    void lifeSign();
     void shutDown();
 };
 
@@ -81,6 +88,8 @@ private slots:
     void shuttingDownCancelsEverything();
     void callsAfterTheShutDownAreRefused();
     void aSecondInstanceIsTurnedAway();
+    void whatAnEngineThatHangsDoesIsGivenUp();
+    void anEngineThatLivesIsLetAlone();
 
 private:
     int call(const QString &method, const QVariantList &arguments);
@@ -113,6 +122,8 @@ void TestFront::init()
     connect(m_engine, &FakeEngine::begin, m_front, &Front::beginSync);
     connect(m_engine, &FakeEngine::progress, m_front, &Front::setProgress);
     connect(m_engine, &FakeEngine::end, m_front, &Front::endSync);
+    connect(m_front, &Front::lifeSignWanted, m_engine, &FakeEngine::live);
+    connect(m_engine, &FakeEngine::lifeSign, m_front, &Front::hearLifeSign);
     connect(m_engine, &FakeEngine::shutDown, m_front, &Front::shutDown);
     connect(m_thread, &QThread::finished, m_front, &QObject::deleteLater);
     m_front->setAccounts({1, 2});
@@ -448,6 +459,40 @@ void TestFront::aSecondInstanceIsTurnedAway()
     SyncInfoNode node;
     QVERIFY(SyncInfoShmReader::instance().fill(node, 1));
     QCOMPARE(node.syncState, 2);
+}
+
+void TestFront::whatAnEngineThatHangsDoesIsGivenUp()
+{
+    m_engine->livesOn = false;
+    QMetaObject::invokeMethod(m_front, [this] { m_front->setWatchInterval(10); });
+    const int sync = call(QStringLiteral("sync"), {qulonglong(1)});
+    const int sending = call(QStringLiteral("sendMail"), {qulonglong(2), qulonglong(4)});
+    emit m_engine->begin(1);
+    QTRY_COMPARE(m_listener->codeOf(sync), 500);
+    QTRY_COMPARE(m_listener->codeOf(sending), 500);
+    QTRY_COMPARE(m_listener->count(QStringLiteral("syncCompleted 1")), 1);
+    QTRY_COMPARE(m_engine->dropped, QList<int>({sync, sending}));
+    QCOMPARE(m_engine->stopped, QList<quint64>({1}));
+    // It comes back and tells of what it did: nobody hears of it twice.
+    emit m_engine->finish(sync, 200);
+    emit m_engine->end(1);
+    m_engine->livesOn = true;
+    const int next = call(QStringLiteral("sync"), {qulonglong(1)});
+    emit m_engine->finish(next, 200);
+    QTRY_COMPARE(m_listener->codeOf(next), 200);
+    QCOMPARE(m_listener->completionsOf(sync), 1);
+    QCOMPARE(m_listener->count(QStringLiteral("syncCompleted 1")), 1);
+}
+
+void TestFront::anEngineThatLivesIsLetAlone()
+{
+    QMetaObject::invokeMethod(m_front, [this] { m_front->setWatchInterval(20); });
+    QSignalSpy asked(m_front, &Front::lifeSignWanted);
+    const int id = call(QStringLiteral("sync"), {qulonglong(1)});
+    QTRY_VERIFY(asked.count() > 2 * Daemon::EngineWatch::MostUnanswered);
+    QCOMPARE(m_listener->codeOf(id), 0);
+    emit m_engine->finish(id, 200);
+    QTRY_COMPARE(m_listener->codeOf(id), 200);
 }
 
 QTEST_GUILESS_MAIN(TestFront)
