@@ -27,6 +27,8 @@ def arguments():
                         'is "secret" (%(default)s)')
     parser.add_argument("--state", type=Path, metavar="FILE",
                         help="keep everything in FILE at the end, and go on from it at the start")
+    parser.add_argument("--durable", action="store_true",
+                        help="keep it there before each answer, so that the server may be killed")
     parser.add_argument("--versions", help="12.1,14.0,14.1 or some of them")
     parser.add_argument("--provision", action="store_true", help="demand it before all else")
     parser.add_argument("--quirks", choices=["lenient"],
@@ -62,7 +64,8 @@ def stop_at_end_of_input(stop):
 
 def main():
     wish = arguments()
-    store = Store(wish.maildir, dict(entry.split(":", 1) for entry in wish.users), wish.state)
+    store = Store(wish.maildir, dict(entry.split(":", 1) for entry in wish.users), wish.state,
+                  wish.durable)
     server = Server((wish.host, wish.port), store, options(wish), wish.tls)
     control = ControlServer((wish.host, wish.control_port), server)
     if wish.warm:

@@ -255,6 +255,7 @@ class ControlHandler(http.server.BaseHTTPRequestHandler):
         try:
             with self.server.control.store.lock:
                 answer = method(wish)
+                self.server.control.store.settle()
                 self.server.control.store.notify()
             self.send(200, answer)
         except (Refused, KeyError, ValueError, OSError) as error:

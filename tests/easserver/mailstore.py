@@ -194,11 +194,11 @@ class User:
 class Store:
     """All users. lock guards everything; changed is notified after each change."""
 
-    def __init__(self, directory, users, state_file=None):
+    def __init__(self, directory, users, state_file=None, durable=False):
         self.lock = threading.RLock()
         self.changed = threading.Condition(self.lock)
         self.directory = Path(directory)
-        self.state_file = state_file
+        self.state_file, self.durable = state_file, durable
         self.users = {}
         # What clients sent, for the tests.
         self.sent = []
@@ -216,7 +216,15 @@ class Store:
         """Keeps all for the next run, sync keys included, if there is a place for it."""
         if self.state_file:
             with self.lock:
-                self.state_file.write_bytes(pickle.dumps((self.users, self.sent)))
+                # A run that is killed over it leaves the old file whole.
+                made = self.state_file.with_suffix(".new")
+                made.write_bytes(pickle.dumps((self.users, self.sent)))
+                made.replace(self.state_file)
+
+    def settle(self):
+        """Before a change is answered: a server that is killed afterwards must know of it."""
+        if self.durable:
+            self.save()
 
     def notify(self):
         with self.lock:

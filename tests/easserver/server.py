@@ -289,6 +289,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.decode(call)
         with self.server.store.lock:
             answer = self.forced_answer(call) or commands.run(call)
+            self.server.store.settle()
         self.entry["done"] = True
         self.after(call, answer)
 

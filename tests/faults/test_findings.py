@@ -1,0 +1,108 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""What the rounds look for is found: each wrong state of the two sides by its own finding."""
+import base64
+import copy
+import random
+import sys
+import unittest
+
+from mailbox import Mailbox
+
+MAIL = {"id": "1", "subject": "Mail 1", "read": False, "flag": 0}
+COPY = {"folder": "Inbox", "subject": "Mail 1", "read": False, "flagged": False, "outbox": False, "sent": False,
+        "whole": True, "text": "t", "attachments": ["a"], "reason": ""}
+
+
+class Witness:
+    """The server's account of what was sent."""
+
+    def __init__(self):
+        self.subjects = []
+
+    def far(self, _, **wish):
+        return {"sent": [{"mime": base64.b64encode(f"Subject: {s}\r\n\r\n".encode())} for s in self.subjects]}
+
+
+class Findings(unittest.TestCase):
+    def setUp(self):
+        self.world = Witness()
+        self.mailbox = Mailbox(self.world, random.Random(1))
+        self.mailbox.delivered["Mail 1"] = ["t", "a"]
+        self.server = {"folders": [{"path": "Inbox", "messages": [dict(MAIL)]}, {"path": "Calendar", "messages": []}]}
+        self.store = {"folders": ["Inbox"], "messages": [copy.deepcopy(COPY)], "removals": 0}
+
+    def found(self):
+        return "\n".join(self.mailbox.findings(self.server, self.store))
+
+    def test_nothing_is_wrong(self):
+        self.assertEqual(self.found(), "")
+
+    def test_disagreement(self):
+        self.store["messages"][0]["read"] = True
+        self.assertIn("only at the server", self.found())
+        self.assertIn("only in the store", self.found())
+
+    def test_a_copy_too_much(self):
+        self.store["messages"].append(COPY)
+        self.assertIn("only in the store", self.found())
+
+    def test_folder_on_one_side(self):
+        self.store["folders"].append("Work")
+        self.assertIn("a folder on one side alone: Work", self.found())
+
+    def test_deletion_not_carried_out(self):
+        self.store["removals"] = 1
+        self.assertIn("1 deletions are not carried out", self.found())
+
+    def test_lost_on_both_sides(self):
+        self.server["folders"][0]["messages"], self.store["messages"] = [], []
+        self.assertIn("Mail 1 is at the server 0 times", self.found())
+        self.mailbox.deleted.add("Mail 1")
+        self.assertEqual(self.found(), "")
+
+    def test_twice_on_both_sides(self):
+        self.server["folders"][0]["messages"] *= 2
+        self.store["messages"] *= 2
+        self.assertIn("Mail 1 is at the server 2 times", self.found())
+
+    def test_wish_not_fulfilled(self):
+        self.mailbox.by_user["Mail 1"] = {"flagged": True}
+        self.assertIn("Mail 1 should be", self.found())
+        self.mailbox.contested.add("Mail 1")
+        self.assertEqual(self.found(), "")
+
+    def test_damaged_content(self):
+        self.store["messages"][0]["text"] = "other"
+        self.assertIn("another text", self.found())
+        self.store["messages"][0].update(text="t", attachments=["b"])
+        self.assertIn("another attachment", self.found())
+
+    def test_sending(self):
+        self.mailbox.sent.add("Sent 1")
+        self.assertIn("Sent 1 did not arrive", self.found())
+        waiting = dict(COPY, subject="Sent 1", outbox=True, text="", attachments=[])
+        self.store["messages"].append(waiting)
+        self.assertIn("no reason", self.found())
+        waiting["reason"] = "902 no connection"
+        self.assertEqual(self.found(), "")
+        self.world.subjects = ["Sent 1"]
+        self.assertIn("arrived, and is in the outbox", self.found())
+        self.world.subjects = ["Sent 1", "Sent 1"]
+        self.assertIn("arrived 2 times", self.found())
+
+
+class Result(unittest.TextTestResult):
+    """Prints as Qt Test does."""
+
+    def addSuccess(self, test):
+        super().addSuccess(test)
+        print(f"PASS   : faults::{test.id().rpartition('.')[2]}()", flush=True)
+
+    def addFailure(self, test, error):
+        super().addFailure(test, error)
+        print(f"FAIL!  : faults::{test.id().rpartition('.')[2]}()", flush=True)
+
+
+if __name__ == "__main__":
+    runner = unittest.TextTestRunner(resultclass=Result)
+    sys.exit(not runner.run(unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__])).wasSuccessful())
