@@ -84,6 +84,10 @@ class World:
         self.clocked = dict(self.env, LD_PRELOAD=str(self.build / "lib/libfaults-clock.so"),
                             FAULTS_CLOCK=str(self.clock))
         self._write_bus_configuration()
+        # The message server says nothing otherwise.
+        log = self.dir / "home/.config/QtProject"
+        log.mkdir(parents=True)
+        (log / "Messageserver.conf").write_text("[StdStreamLog]\nEnabled=1\n[LogCategories]\nMessaging=1\n")
         self.processes = {}
         self.server_ports = None
         self.lock = threading.Lock()
