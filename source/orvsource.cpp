@@ -126,6 +126,7 @@ bool OrvSource::protocolRequest(const QMailAccountId &accountId, const QString &
     if (accountId != m_service->accountId())
         return false;
     emit updateStatus(QStringLiteral("protocol request received"));
+    m_markerSent = false;
     m_protocolRequestOpen = m_service->isWaiting();
     if (!m_protocolRequestOpen)
         QTimer::singleShot(0, this, SLOT(completeAction()));

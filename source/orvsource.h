@@ -108,6 +108,7 @@ private:
     QStringList parentFolders(const QMailMessageIdList &ids) const;
     QSet<QMailFolderId> searchScope(const QMailMessageKey &filter) const;
     bool isMarkerPending();
+    bool isMarkerLeftOpen();
 
     OrvService *m_service;
     qint64 m_lastSyncCompletedAt = 0;
@@ -116,6 +117,8 @@ private:
     QMap<QString, OrvProgressListener *> m_listeners;
     /** A protocol request was delivered, and ends when the synchronisation does. */
     bool m_protocolRequestOpen = false;
+    /** A marker was sent and is not delivered yet. */
+    bool m_markerSent = false;
 };
 
 #endif

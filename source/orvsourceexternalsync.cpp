@@ -23,6 +23,18 @@ bool OrvSource::isMarkerPending()
         && m_externalSyncAction->activity() == QMailServiceAction::Pending;
 }
 
+/**
+ * The marker was delivered and waits for its end, whatever its action says.
+ *
+ * The message server numbers the actions that it makes for itself as a client in its process does:
+ * the end of another one may have been taken for the marker's.
+ */
+bool OrvSource::isMarkerLeftOpen()
+{
+    return m_protocolRequestOpen
+        && (isMarkerPending() || (m_service->isWaiting() && m_service->scheduler()->isIdle()));
+}
+
 bool OrvSource::cancelExternalSync()
 {
     return false;
@@ -59,6 +71,7 @@ void OrvSource::onSyncStarted(qulonglong account)
     qMailLog(Messaging) << "Got sync request, but have no action for it. Creating FAKE action";
     // Deliberately not QVariant(): an invalid one cannot cross the bus.
     m_externalSyncAction->protocolRequest(QMailAccountId(account), QString(), QVariant(QString()));
+    m_markerSent = true;
     m_service->startWaiting();
 }
 
@@ -67,11 +80,11 @@ void OrvSource::onSyncCompleted(qulonglong account)
     if (account != m_service->accountId().toULongLong())
         return;
     qMailLog(Messaging) << "Synchronize COMPLETED signal received for the account " << account;
-    if (isExternalSyncWorking() || (isMarkerPending() && m_protocolRequestOpen)) {
+    if (isExternalSyncWorking() || isMarkerLeftOpen()) {
         qMailLog(Messaging) << "FAKE action is completed";
         m_service->stopWaiting(200);
         completeAction();
-    } else if (isMarkerPending() && m_service->scheduler()->isIdle()) {
+    } else if ((isMarkerPending() || m_markerSent) && m_service->scheduler()->isIdle()) {
         // The marker arrives after the end: it must find the service not waiting.
         m_service->stopWaiting(200);
     }

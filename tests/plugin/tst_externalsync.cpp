@@ -27,6 +27,8 @@ private slots:
     void anEndAfterACancellationCompletesNothing();
     void theMarkerOutlivesTheDaemonAndEndsWithTheNextSync();
     void theProgressGoesOnWhileTheMarkerRuns();
+    void anEndThatIsTakenForTheMarkersLeavesNoActionBehind();
+    void anEndThatIsTakenForTheMarkersBeforeItsDelivery();
 };
 
 namespace {
@@ -319,6 +321,36 @@ void TestExternalSync::theProgressGoesOnWhileTheMarkerRuns()
     x.f.spy.take();
     x.f.tick();
     QCOMPARE(x.f.spy.take(), texts({"status Progressing...", "progress 1001/1100"}));
+}
+
+/** The message server counts its own actions in the same process and from the same number on. */
+void TestExternalSync::anEndThatIsTakenForTheMarkersLeavesNoActionBehind()
+{
+    ExternalSyncFixture x;
+    x.start();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    QVERIFY(x.deliver());
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+    QVERIFY(!x.f.service->isWaiting());
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestExternalSync::anEndThatIsTakenForTheMarkersBeforeItsDelivery()
+{
+    ExternalSyncFixture x;
+    x.start();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    x.end();
+    QVERIFY(!x.f.service->isWaiting());
+    x.f.spy.take();
+    QVERIFY(x.deliver());
+    QStringList told;
+    QTRY_VERIFY((told += x.f.spy.take()).contains(QStringLiteral("completed true")));
 }
 
 QTEST_GUILESS_MAIN(TestExternalSync)
