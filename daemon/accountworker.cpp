@@ -7,6 +7,7 @@
 #include "daemon/mailsending.h"
 #include "daemon/messagedownload.h"
 #include "daemon/pushwatch.h"
+#include "daemon/remotewipe.h"
 #include "daemon/searcherrand.h"
 #include "daemon/syncrun.h"
 
@@ -59,6 +60,7 @@ AccountWorker::~AccountWorker()
 {
     // Before the session that they talk through.
     m_push.reset();
+    m_wipe.reset();
     qDeleteAll(operations());
 }
 
@@ -79,6 +81,9 @@ void AccountWorker::connectServer()
         state.policyKey = policyKey;
     m_session->setState(state);
     connect(m_session.get(), &Eas::Session::stateChanged, this, &AccountWorker::keepSessionState);
+    // Queued: it is told from within a command that this ends.
+    connect(m_session.get(), &Eas::Session::wipeRequested, this, &AccountWorker::wipe,
+            Qt::QueuedConnection);
 }
 
 /** Begins or ends the watch for news, as the account wants it. */
@@ -135,8 +140,25 @@ void AccountWorker::networkChanged()
         m_push->networkChanged();
 }
 
+void AccountWorker::wipe()
+{
+    if (m_wipe)
+        return;
+    m_push.reset();
+    cancelAll(Eas::Forbidden);
+    m_wipe = std::make_unique<RemoteWipe>(m_context, nullptr);
+    connect(m_wipe.get(), &RemoteWipe::finished, this, [this] {
+        m_wipe.release()->deleteLater();
+        connectPush();
+    });
+    m_wipe->start();
+}
+
 void AccountWorker::keepSessionState()
 {
+    // What is remembered of the server goes with the rest.
+    if (m_wipe)
+        return;
     Store::AccountState state = m_context.db->account(m_context.id());
     const QString policyKey = m_session->state().policyKey;
     if (state.policyKey == policyKey)
@@ -149,6 +171,10 @@ void AccountWorker::keepSessionState()
 
 void AccountWorker::accept(const Request &request)
 {
+    if (m_wipe) {
+        emit requestFinished(request.id, Eas::Forbidden);
+        return;
+    }
     if (m_current && m_current->join(request))
         return;
     for (Operation *operation : qAsConst(m_queue)) {
@@ -312,6 +338,9 @@ void AccountWorker::update(const Store::AccountRecord &record)
 {
     const bool same = sameServer(m_context.record, record);
     const bool samePush = m_context.record.pushEnabled == record.pushEnabled;
+    // The server that asked for it is the one to be told.
+    if (m_wipe)
+        return;
     m_context.record = record;
     if (same && !samePush)
         connectPush();

@@ -14,6 +14,7 @@
 namespace Daemon {
 
 class PushWatch;
+class RemoteWipe;
 class SyncRun;
 
 /**
@@ -55,6 +56,8 @@ private:
     void resumePush(const SyncRun &run, const Eas::Result &result);
     void postponePush();
     void keepSessionState();
+    /** The server wants the account's data gone. */
+    void wipe();
     /** What does the request. */
     Operation *operationFor(const Request &request);
     /** Looks after messages whose sending was interrupted. */
@@ -75,8 +78,9 @@ private:
 
     AccountContext m_context;
     std::unique_ptr<Eas::Session> m_session;
-    std::unique_ptr<PushWatch> m_push; ///< only while the account's push is on
-    QList<Operation *> m_queue;        ///< those that wait, a paused one first
+    std::unique_ptr<PushWatch> m_push;  ///< only while the account's push is on
+    std::unique_ptr<RemoteWipe> m_wipe; ///< only while the account is emptied
+    QList<Operation *> m_queue;         ///< those that wait, a paused one first
     Operation *m_current = nullptr;
     QPointer<Operation> m_announced; ///< the synchronisation that others know of
 };

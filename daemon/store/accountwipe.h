@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef STORE_ACCOUNTWIPE_H
+#define STORE_ACCOUNTWIPE_H
+
+#include "daemon/store/storejob.h"
+#include "daemon/store/syncstatedb.h"
+
+#include <qmailid.h>
+
+namespace Store {
+
+/**
+ * Removes all that is here of an account's mail: messages (those to be sent, too), folders, records
+ * of deletions, and what is remembered of the server.
+ *
+ * The account itself stays, enabled and with its password, for the server to be told: forget() then
+ * ends that.
+ */
+class AccountWipe : public StoreJob
+{
+public:
+    /** The database must outlive it. */
+    AccountWipe(SyncStateDb &db, const QMailAccountId &account);
+
+    bool step() override;
+    int progress() const override { return 0; }
+
+    /** Removes the password and disables the account. */
+    static Eas::Result forget(const QMailAccountId &account);
+
+private:
+    Eas::Result removeTheRest();
+
+    SyncStateDb &m_db;
+    const QMailAccountId m_account;
+};
+
+} // namespace Store
+
+#endif
