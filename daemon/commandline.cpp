@@ -63,7 +63,11 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     const QCommandLineOption log(
         QStringLiteral("log"), QStringLiteral("Log everything of these categories, or of \"all\"."),
         QStringLiteral("CATEGORY[,CATEGORY...]"));
-    parser.addOptions({help, version, log});
+    const QCommandLineOption patience(
+        QStringLiteral("patience"),
+        QStringLiteral("Give a server up that keeps silent for so long (default 120)."),
+        QStringLiteral("SECONDS"));
+    parser.addOptions({help, version, log, patience});
     if (!parser.parse(arguments))
         return over(parser.errorText() + QStringLiteral("\n"), 2);
     if (parser.isSet(help))
@@ -74,6 +78,9 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         return over(QStringLiteral("unexpected: %1\n").arg(parser.positionalArguments().first()),
                     2);
     CommandLine line;
+    line.patience = parser.value(patience).toInt();
+    if (parser.isSet(patience) && (line.patience < 1 || line.patience > 3600))
+        return over(QStringLiteral("not 1 to 3600 seconds: %1\n").arg(parser.value(patience)), 2);
     const QStringList names = parser.value(log).split(QLatin1Char(','), Qt::SkipEmptyParts);
     for (const QString &name : names) {
         if (name == QLatin1String("all"))

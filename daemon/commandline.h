@@ -19,6 +19,9 @@ struct CommandLine
     /** Log what the mail store and Qt say, too. */
     bool logPlatform = false;
 
+    /** Seconds that a server may keep silent; 0: as usual. */
+    int patience = 0;
+
     static CommandLine parse(const QStringList &arguments);
 };
 

@@ -2,6 +2,7 @@
 #include "asclient/asdbusinterface.h"
 #include "daemon/commandline.h"
 #include "daemon/downloadfile.h"
+#include "daemon/eas/httpchannel.h"
 #include "daemon/engine.h"
 #include "daemon/front.h"
 #include "daemon/logging.h"
@@ -130,6 +131,11 @@ int main(int argc, char *argv[])
     if (line.isOver) {
         std::fputs(qPrintable(line.text), line.exitCode == 0 ? stdout : stderr);
         return line.exitCode;
+    }
+    if (line.patience > 0) {
+        Eas::HttpTimes &times = Eas::HttpTimes::usual();
+        times.answer = line.patience * 1000;
+        times.idle = qMin(times.idle, times.answer);
     }
     Daemon::startLogging(line.logRules, line.logPlatform);
     qRegisterMetaType<Daemon::Request>("Daemon::Request");

@@ -17,6 +17,12 @@ const bool noPolling =
 
 } // namespace
 
+HttpTimes &HttpTimes::usual()
+{
+    static HttpTimes times;
+    return times;
+}
+
 HttpChannel::HttpChannel(QObject *parent)
     : QObject(parent)
     , m_manager(this)

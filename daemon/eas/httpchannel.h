@@ -16,6 +16,9 @@ struct HttpTimes
     int idle = Limits::IdleTime;
     int answer = Limits::AnswerTime;
     int waitingGrace = Limits::WaitingGrace;
+
+    /** What every channel begins with; changed at the program's start alone. */
+    static HttpTimes &usual();
 };
 
 /**
@@ -59,7 +62,7 @@ private:
     QUrl m_url;
     QByteArray m_authorization;
     QSslConfiguration m_tls;
-    HttpTimes m_times;
+    HttpTimes m_times = HttpTimes::usual();
     /** An answer came: its connection may be used again, and may be dead then. */
     bool m_hasAnswered = false;
 };

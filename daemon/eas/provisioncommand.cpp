@@ -17,6 +17,9 @@ const QString policyType = QStringLiteral("MS-EAS-Provisioning-WBXML");
 /** A policy's own status. */
 enum PolicyStatus { PolicyOk = 1, NoPolicy = 2 };
 
+/** What is said of the policy. */
+constexpr int Met = 1;
+
 } // namespace
 
 class ProvisionCommand::Parser : public AnswerParser
@@ -52,11 +55,9 @@ ProvisionCommand::ProvisionCommand(Session *session)
 {
 }
 
-ProvisionCommand::ProvisionCommand(Session *session, const QString &key,
-                                   Acknowledgement acknowledgement)
+ProvisionCommand::ProvisionCommand(Session *session, const QString &key)
     : Command(session)
     , m_sentKey(key)
-    , m_acknowledgement(acknowledgement)
 {
 }
 
@@ -66,15 +67,15 @@ QByteArray ProvisionCommand::body()
     WbxmlWriter writer(&bytes);
     writer.startDocument();
     writer.startElement(P::Provision);
-    if (m_acknowledgement == 0 && session()->version() >= 141) {
+    if (m_sentKey.isEmpty() && session()->version() >= 141) {
         writeDeviceInformation(&writer, session()->device());
     }
     writer.startElement(P::Policies);
     writer.startElement(P::Policy);
     writer.element(P::PolicyType, policyType);
-    if (m_acknowledgement != 0) {
+    if (!m_sentKey.isEmpty()) {
         writer.element(P::PolicyKey, m_sentKey);
-        writer.element(P::Status, m_acknowledgement);
+        writer.element(P::Status, Met);
     }
     writer.endDocument();
     return bytes;
@@ -96,13 +97,13 @@ Result ProvisionCommand::evaluate()
     if (m_parser->status() != 1) {
         return statusResult(ServerFailed, m_parser->status(), "the server could not provision");
     }
-    if (m_parser->policyStatus == NoPolicy && m_acknowledgement == 0) {
+    if (m_parser->policyStatus == NoPolicy && m_sentKey.isEmpty()) {
         m_key.clear();
         return {};
     }
     if (m_parser->policyStatus != PolicyOk) {
-        return statusResult(m_acknowledgement == PartlyMet ? PolicyDemanded : ServerFailed,
-                            m_parser->policyStatus, "the server did not go on provisioning");
+        return statusResult(ServerFailed, m_parser->policyStatus,
+                            "the server did not go on provisioning");
     }
     return m_key.isEmpty() ? Result {InvalidAnswer, QStringLiteral("a policy without a key")}
                            : Result {};

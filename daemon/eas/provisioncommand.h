@@ -10,7 +10,7 @@ namespace Eas {
 class WbxmlWriter;
 
 /**
- * Provisioning, [MS-ASPROV] 3.1.5.1: asks for the server's policy, then tells how far it is met.
+ * Provisioning, [MS-ASPROV] 3.1.5.1: asks for the server's policy, then tells that it is met.
  *
  * Two of them make one provisioning; a session does it by itself.
  */
@@ -19,13 +19,10 @@ class ProvisionCommand : public Command
     Q_OBJECT
 
 public:
-    /** What this program says about a policy. */
-    enum Acknowledgement { Met = 1, PartlyMet = 2 };
-
     /** Asks for the policy. */
     explicit ProvisionCommand(Session *session);
-    /** Acknowledges the policy that came with the temporary `key`. */
-    ProvisionCommand(Session *session, const QString &key, Acknowledgement acknowledgement);
+    /** Says that the policy which came with the temporary `key` is met, wholly. */
+    ProvisionCommand(Session *session, const QString &key);
 
     /** The key that came; empty where the server has no policy for this device. */
     QString key() const { return m_key; }
@@ -44,7 +41,6 @@ private:
     class Parser;
 
     QString m_sentKey;
-    int m_acknowledgement = 0;
     Parser *m_parser = nullptr;
     QString m_key;
     Policy m_policy;

@@ -165,26 +165,23 @@ void Session::policyAsked(Command *command)
         release(result);
         return;
     }
-    m_unmet = provision->policy().unmet();
-    if (!m_unmet.isEmpty()) {
-        qCWarning(lcEas, "the server's policy demands what is not met here: %s",
-                  qUtf8Printable(m_unmet.join(QStringLiteral(", "))));
+    const QStringList &unmet = provision->policy().unmet();
+    if (!unmet.isEmpty()) {
+        const QString text = QStringLiteral("the server's policy demands what is not met here: ")
+            + unmet.join(QStringLiteral(", "));
+        qCWarning(lcEas, "%s", qUtf8Printable(text));
+        release({PolicyDemanded, text});
+        return;
     }
     m_state.policyKey = provision->key();
-    const auto acknowledgement =
-        m_unmet.isEmpty() ? ProvisionCommand::Met : ProvisionCommand::PartlyMet;
-    runStage(new ProvisionCommand(this, provision->key(), acknowledgement),
-             &Session::policyAcknowledged);
+    runStage(new ProvisionCommand(this, provision->key()), &Session::policyAcknowledged);
 }
 
 void Session::policyAcknowledged(Command *command)
 {
-    Result result = command->result();
+    const Result &result = command->result();
     m_state.policyKey =
         result.ok() ? static_cast<ProvisionCommand *>(command)->key() : SessionState().policyKey;
-    if (result.code == PolicyDemanded && !m_unmet.isEmpty()) {
-        result.text += QStringLiteral("; not met here: ") + m_unmet.join(QStringLiteral(", "));
-    }
     emit stateChanged();
     release(result);
 }

@@ -9,7 +9,6 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
-#include <QStringList>
 
 namespace Eas {
 
@@ -85,8 +84,6 @@ private:
     HttpChannel *m_channel;
     Stage m_stage = NoStage;
     QPointer<Command> m_stageCommand;
-    /** What the policy demands and is not met here, for the log. */
-    QStringList m_unmet;
     QList<Command *> m_running;
     /** Those of the running ones that wait until the stage is over. */
     QList<Command *> m_held;

@@ -34,6 +34,11 @@ private slots:
     void oneBadFolderDoesNotHoldUpTheOthers();
     void aPassingFailureIsTriedAgain();
     void aLockedStoreFailsAndTheNextRunRepeatsTheWindow();
+    void aServerThatKeepsSilentIsATimeout_data();
+    void aServerThatKeepsSilentIsATimeout();
+    void aPolicyThatIsNotMetFails();
+    void aWipeRemovesTheMailAndDisablesTheAccount();
+    void aWipeLeavesOtherAccountsAlone();
 
 private:
     DaemonWorld &world() { return *m_world; }
@@ -345,6 +350,94 @@ void TestAsDaemonBadInput::aLockedStoreFailsAndTheNextRunRepeatsTheWindow()
     QCOMPARE(world().messageCount(), 0);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().messageCount(), 5);
+}
+
+void TestAsDaemonBadInput::aServerThatKeepsSilentIsATimeout_data()
+{
+    QTest::addColumn<bool>("late");
+    QTest::newRow("before it does anything") << false;
+    QTest::newRow("when all is done") << true;
+}
+
+void TestAsDaemonBadInput::aServerThatKeepsSilentIsATimeout()
+{
+    QFETCH(bool, late);
+    QCOMPARE(world().endDaemon(), 0);
+    QVERIFY(world().daemon.start({QStringLiteral("--patience"), QStringLiteral("1")}));
+    world().deliver(1);
+    world().server.fault(fault("delay",
+                               {{QStringLiteral("command"), QStringLiteral("Sync")},
+                                {QStringLiteral("seconds"), 600},
+                                {QStringLiteral("late"), late}}));
+    QCOMPARE(world().syncAndWait(), 901);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 1);
+}
+
+void TestAsDaemonBadInput::aPolicyThatIsNotMetFails()
+{
+    world().deliver(1);
+    world().server.control(
+        "options",
+        {{QStringLiteral("provision"), true},
+         {QStringLiteral("policy"),
+          QJsonObject {{QStringLiteral("DevicePasswordEnabled"), QStringLiteral("1")}}}});
+    QCOMPARE(world().syncAndWait(), 60007);
+    QCOMPARE(world().messageCount(), 0);
+    QVERIFY(world().daemon.log().contains(QLatin1String("DevicePasswordEnabled=1")));
+    world().server.control(
+        "options",
+        {{QStringLiteral("policy"),
+          QJsonObject {{QStringLiteral("DevicePasswordEnabled"), QStringLiteral("0")}}}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 1);
+}
+
+void TestAsDaemonBadInput::aWipeRemovesTheMailAndDisablesTheAccount()
+{
+    world().deliver(120);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 120);
+    world().server.control("options", {{QStringLiteral("remote_wipe"), true}});
+    QCOMPARE(world().syncAndWait(), 403);
+    QTRY_VERIFY_WITH_TIMEOUT(!(QMailAccount(world().account).status() & QMailAccount::Enabled),
+                             20000);
+    QCOMPARE(world().messageCount(), 0);
+    QCOMPARE(QMailStore::instance()->countFolders(QMailFolderKey::parentAccountId(world().account)),
+             0);
+    const QMailAccountConfiguration configuration(world().account);
+    QCOMPARE(configuration.serviceConfiguration(QStringLiteral("orvmail"))
+                 .value(QStringLiteral("password")),
+             QString());
+    // 1: removed.
+    const QJsonArray devices =
+        world().server.control("devices")[QStringLiteral("devices")].toArray();
+    QCOMPARE(devices.first()[QStringLiteral("wiped")].toString(), QStringLiteral("1"));
+    QTRY_COMPARE(world().sync(), -1);
+    // With a new password the account is as good as new.
+    world().changeSettings(world().account, world().settings());
+    world().setEnabled(world().account, true);
+    QTRY_VERIFY(world().sync() > 0);
+    QTRY_COMPARE_WITH_TIMEOUT(world().messageCount(), 120, 20000);
+}
+
+void TestAsDaemonBadInput::aWipeLeavesOtherAccountsAlone()
+{
+    StoreFixture::Account settings = world().settings();
+    settings.username = QStringLiteral("bob");
+    const QMailAccountId other = StoreFixture::addAccount(settings);
+    world().deliver(2);
+    world().server.deliverText(QStringLiteral("bob"), QStringLiteral("For Bob"),
+                               QStringLiteral("Inbox"));
+    QCOMPARE(world().codeOf(world().sync(other)), 200);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.control("options", {{QStringLiteral("remote_wipe"), true}});
+    QCOMPARE(world().syncAndWait(), 403);
+    QTRY_VERIFY_WITH_TIMEOUT(!(QMailAccount(world().account).status() & QMailAccount::Enabled),
+                             20000);
+    QCOMPARE(world().messageCount(), 0);
+    QCOMPARE(QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(other)), 1);
+    QCOMPARE(world().codeOf(world().sync(other)), 200);
 }
 
 QTEST_GUILESS_MAIN(TestAsDaemonBadInput)
