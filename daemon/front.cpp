@@ -54,9 +54,21 @@ QString Front::start(const QDBusConnection &connection)
     m_state = std::make_unique<SyncInfoShmWriter>();
     if (!m_state->isOpen())
         return QStringLiteral("cannot publish the state: ") + m_state->errorString();
+    endRequestsOfTheDead();
     if (diedBefore)
         endSyncsOfTheDead();
     return QString();
+}
+
+/** Who waits for a request of a daemon that was killed would wait for ever. */
+void Front::endRequestsOfTheDead()
+{
+    const RequestJournal::Entries left = m_journal.takeOver();
+    for (auto entry = left.cbegin(); entry != left.cend(); ++entry) {
+        qCInfo(lcRequests) << "request" << entry.key() << "of a daemon that died is cancelled";
+        broadcast(QStringLiteral("requestCompleted"),
+                  {int(Eas::Cancelled), entry.value(), entry.key()});
+    }
 }
 
 /** Who still shows a synchronisation of the daemon that died would show it for ever. */
@@ -113,6 +125,8 @@ void Front::answer(const Check &check, bool acceptable)
 {
     Request request = check.request;
     request.id = acceptable ? m_table.open(request.accountId, request.kind) : Refused;
+    if (acceptable)
+        m_journal.add(request.id, request.accountId);
     m_connection.send(check.call.createReply(request.id));
     if (!acceptable)
         return;
@@ -165,6 +179,7 @@ void Front::complete(int id, int code)
         return;
     qCDebug(lcRequests) << "request" << id << "ended with" << code;
     broadcast(QStringLiteral("requestCompleted"), {code, *accountId, id});
+    m_journal.remove(id);
     watch();
 }
 

@@ -5,6 +5,7 @@
 #include "asclient/searchmailboxresult.h"
 #include "asclient/syncinfoshmwriter.h"
 #include "daemon/enginewatch.h"
+#include "daemon/requestjournal.h"
 #include "daemon/requesttable.h"
 
 #include <QDBusConnection>
@@ -102,6 +103,7 @@ private:
     void answer(const Check &check, bool acceptable);
     void complete(int id, int code);
     void endSyncsOfTheDead();
+    void endRequestsOfTheDead();
     void broadcast(const QString &signal, const QVariantList &arguments);
     void armTimer();
     /** The engine is watched while somebody waits for it. */
@@ -110,6 +112,7 @@ private:
 
     Clock m_clock;
     RequestTable m_table;
+    RequestJournal m_journal;
     QDBusConnection m_connection;
     std::unique_ptr<SyncInfoShmWriter> m_state;
     QSet<quint64> m_accounts;

@@ -33,6 +33,7 @@ private slots:
     void sigtermEndsItWhileTheStoreIsLocked();
     void itCanStartAgainAfterAKill();
     void aNewDaemonEndsTheSynchronisationsOfADeadOne();
+    void aNewDaemonEndsTheRequestsOfADeadOne();
     void aNewDaemonDoesNotRepeatTheIdsOfADeadOne();
     void killedAtAnyInstantNothingIsLostOrDoubled();
     void noCoreIsDumped();
@@ -213,6 +214,29 @@ void TestAsDaemonLife::itCanStartAgainAfterAKill()
     world().listener.clear();
     QVERIFY(world().daemon.start());
     QCOMPARE(world().syncAndWait(), 200);
+}
+
+void TestAsDaemonLife::aNewDaemonEndsTheRequestsOfADeadOne()
+{
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.fault(slow(30, "FolderSync"));
+    const int first = world().sync();
+    const int second =
+        world().proxy.folderSync(world().account.toULongLong(), QDBus::Block).value();
+    world().daemon.kill();
+    world().listener.clear();
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().codeOf(first), 1030);
+    QCOMPARE(world().codeOf(second), 1030);
+    QCOMPARE(world().listener.count(QStringLiteral("requestCompleted")), 2);
+    // Once: the next one finds nothing of it.
+    world().daemon.kill();
+    world().listener.clear();
+    QVERIFY(world().daemon.start());
+    world().server.clearFaults();
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().listener.count(QStringLiteral("requestCompleted")), 1);
 }
 
 void TestAsDaemonLife::aNewDaemonEndsTheSynchronisationsOfADeadOne()

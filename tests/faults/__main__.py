@@ -268,7 +268,7 @@ def main():
             except Failure as failure:
                 failed += 1
                 print(f"FAIL!  : faults::round_{number}({one.kind}) seed {wish.seed}\n{failure}\n" +
-                      "\n".join(one.deeds) + f"\n{world.logs()}", flush=True)
+                      "\n".join(one.deeds) + f"\n{world.logs(20)}\nall logs: {world.keep_logs()}", flush=True)
                 if not wish.keep_going:
                     break
                 world.close()

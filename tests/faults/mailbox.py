@@ -168,7 +168,7 @@ class Mailbox:
             elif arrived[subject] == 0 and not waiting.get(subject):
                 found.append(f"{subject} did not arrive; in the outbox: {subject in waiting}, no reason")
             elif arrived[subject] == 1 and subject in waiting:
-                found.append(f"{subject} arrived, and is in the outbox")
+                found.append(f"{subject} arrived, and is in the outbox with \"{waiting[subject]}\"")
         return found
 
     def arrived(self):

@@ -86,7 +86,7 @@ class Findings(unittest.TestCase):
         waiting["reason"] = "902 no connection"
         self.assertEqual(self.found(), "")
         self.world.subjects = ["Sent 1"]
-        self.assertIn("arrived, and is in the outbox", self.found())
+        self.assertIn("arrived, and is in the outbox with", self.found())
         self.world.subjects = ["Sent 1", "Sent 1"]
         self.assertIn("arrived 2 times", self.found())
 

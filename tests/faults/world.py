@@ -107,7 +107,7 @@ class World:
         (self.dir / "data/dbus-1/services/com.tarvo.asdbus.service").write_text(
             "[D-BUS Service]\nName=com.tarvo.asdbus\n"
             f"Exec=/bin/sh -c 'LD_PRELOAD={self.build}/lib/libfaults-clock.so FAULTS_CLOCK={self.clock} "
-            f"exec {self.build}/bin/asdaemon 2>>{self.dir}/log/asdaemon'\n")
+            f"exec {self.build}/bin/asdaemon --log all 2>>{self.dir}/log/asdaemon'\n")
 
     # --- the processes
 
@@ -250,6 +250,15 @@ class World:
             self.start_server()
         if self.processes["messageserver"].poll() is not None:
             self.start_message_server()
+        self.start_daemon()
+
+    def start_daemon(self):
+        """As the session's manager does with a service that has crashed."""
+        if self.pids("daemon"):
+            return
+        subprocess.run(["dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/",
+                        "org.freedesktop.DBus.StartServiceByName", "string:com.tarvo.asdbus", "uint32:0"],
+                       env=self.env, capture_output=True, check=False, timeout=30)
 
     def close(self):
         self.proxy.shutdown()
@@ -273,6 +282,12 @@ class World:
     def mend_signals(self):
         for who in ("bus", "server", "messageserver", "daemon"):
             self.send_signal(who, signal.SIGCONT)
+
+    def keep_logs(self):
+        """All of them, beside what was built, for who looks into a finding; returns where."""
+        kept = self.build / f"faults-logs/{time.strftime('%H%M%S')}"
+        shutil.copytree(self.dir / "log", kept, dirs_exist_ok=True)
+        return kept
 
     def logs(self, lines=60):
         parts = []
