@@ -231,7 +231,7 @@ bool HttpCall::followRedirect()
     if (bare == m_url) {
         return false;
     }
-    qCInfo(lcEas, "the server redirects to %s", qUtf8Printable(bare.toString()));
+    qCDebug(lcEas, "the server redirects to %s", qUtf8Printable(bare.toString()));
     ++m_redirects;
     m_url = bare;
     m_headerRead = false;

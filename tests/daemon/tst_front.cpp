@@ -105,6 +105,9 @@ private:
 
 void TestFront::init()
 {
+    // A front that was destroyed in the middle of a request has left it there, as a killed one
+    // does.
+    QFile::remove(Daemon::RequestJournal::defaultPath());
     m_thread = new QThread;
     m_now = 1000;
     m_slowest = 0;
