@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/eas/requestbody.h"
 
+#include "daemon/eas/tcpdelay.h"
+
 #include <QBuffer>
 
 namespace Eas {
@@ -38,6 +40,10 @@ qint64 RequestBody::readData(char *data, qint64 maxSize)
     }
     if (m_current == m_parts.size()) {
         return 0;
+    }
+    if (!m_begun) {
+        // The connection is there by now, and the header is on its way.
+        TcpDelay::switchOff();
     }
     m_begun = true;
     Part &part = m_parts[m_current];

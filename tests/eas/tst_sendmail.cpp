@@ -8,6 +8,10 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 using namespace Eas;
 
 namespace {
@@ -24,6 +28,24 @@ OutgoingMail mailOf(const QByteArray &content)
         return device;
     };
     return mail;
+}
+
+/** TCP_NODELAY of each connection of this process that leads to the port. */
+QList<int> noDelayOfConnectionsTo(quint16 port)
+{
+    QList<int> found;
+    for (int fd = 0; fd < 1024; ++fd) {
+        sockaddr_in peer {};
+        socklen_t length = sizeof peer;
+        if (getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) != 0
+            || peer.sin_family != AF_INET || ntohs(peer.sin_port) != port)
+            continue;
+        int value = 0;
+        length = sizeof value;
+        getsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &value, &length);
+        found.append(value);
+    }
+    return found;
 }
 
 QByteArray eightBit()
@@ -47,6 +69,7 @@ private slots:
     void repliesAndForwardsNameTheOriginal_data();
     void repliesAndForwardsNameTheOriginal();
     void aLongMessageIsStreamed();
+    void theBodyDoesNotWaitForTheHeadersAcknowledgement();
     void statuses_data();
     void statuses();
     void aDuplicateIsASuccessThatTells();
@@ -160,6 +183,16 @@ void TestSendMail::aLongMessageIsStreamed()
     QVERIFY(!uploaded.isEmpty());
     QCOMPARE(uploaded.last().at(0), uploaded.last().at(1));
     QVERIFY(uploaded.last().at(0).toLongLong() > content.size());
+}
+
+void TestSendMail::theBodyDoesNotWaitForTheHeadersAcknowledgement()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(200));
+    SendMailCommand command(fixture.session.get(), mailOf("text"));
+    QVERIFY(fixture.run(&command));
+    const QList<int> options = noDelayOfConnectionsTo(fixture.server.serverPort());
+    QCOMPARE(options, QList<int> {1});
 }
 
 void TestSendMail::statuses_data()
