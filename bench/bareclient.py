@@ -5,7 +5,9 @@ import base64
 import http.client
 import pathlib
 import sys
+import time
 import urllib.parse
+import uuid
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/easserver"))
 from wbxml import Node, decode, encode  # noqa: E402
@@ -76,6 +78,17 @@ class BareClient:
         self.sync(*[Node("AirSync:Change", Node("AirSync:ServerId", one),
                          Node("AirSync:ApplicationData", Node("Email:Read", "1")))
                     for one in self.ids])
+
+    def send_ms(self, mime):
+        """Sends a message; milliseconds of the post alone."""
+        body = encode(Node("ComposeMail:SendMail", Node("ComposeMail:ClientId", uuid.uuid4().hex),
+                           Node("ComposeMail:SaveInSentItems"), Node("ComposeMail:MIME", mime)))
+        start = time.perf_counter()
+        self.connection.request("POST", self.target("SendMail"), body, self.headers())
+        answer = self.connection.getresponse()
+        if answer.status != 200 or answer.read():
+            raise SystemExit("bench: the server did not send a message")
+        return (time.perf_counter() - start) * 1000
 
     def ping(self):
         """Returns when there is news."""

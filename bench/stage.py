@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """The stage of a measurement: a home, a session bus and the real processes on it."""
+import contextlib
 import json
 import os
 import pathlib
@@ -8,6 +9,7 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import threading
 import time
 import urllib.request
 
@@ -40,6 +42,25 @@ class Process:
 
     def memory_mb(self):
         return self._status("VmRSS") / 1024.0
+
+    @contextlib.contextmanager
+    def watch_own_mb(self):
+        """The most of the memory of its own, without files that are mapped, while the block runs; in a list."""
+        peak, ended = [0.0], threading.Event()
+
+        def look():
+            while not ended.wait(0.001):
+                peak[0] = max(peak[0], self._status("RssAnon") / 1024.0)
+        thread = threading.Thread(target=look)
+        thread.start()
+        try:
+            yield peak
+        finally:
+            ended.set()
+            thread.join()
+
+    def own_mb(self):
+        return self._status("RssAnon") / 1024.0
 
     def forget_peak(self):
         """peak_mb() tells from now on of what comes."""

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/outgoingmail.h"
 
+#include "daemon/store/messageskeleton.h"
 #include "daemon/store/references.h"
 #include "daemon/store/transferencoding.h"
 
-#include <QDataStream>
 #include <QDateTime>
 #include <QIODevice>
 #include <qmailtimestamp.h>
@@ -93,9 +93,7 @@ Eas::Result OutgoingMail::write(QMailMessage message, const Outgoing &outgoing, 
     if (!safe.ok())
         return safe;
     target->write(bccField(message));
-    QDataStream stream(target);
-    message.toRfc2822(stream, QMailMessage::TransmissionFormat);
-    if (stream.status() != QDataStream::Ok)
+    if (!MessageSkeleton(message).write(target))
         return {Eas::NoRoom, QStringLiteral("the message cannot be prepared: disk full")};
     return {};
 }
