@@ -21,6 +21,7 @@ void ServerFixture::init()
     fillStore();
     m_daemon = std::make_unique<ScriptedDaemon>();
     m_server = std::make_unique<MessageServer>();
+    prepareServer(*m_server);
     QVERIFY(m_server->start());
 }
 
@@ -34,6 +35,8 @@ void ServerFixture::cleanup()
 }
 
 void ServerFixture::fillStore() { }
+
+void ServerFixture::prepareServer(MessageServer &) { }
 
 QMailAccountId ServerFixture::addSecondAccount() const
 {

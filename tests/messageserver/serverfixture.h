@@ -40,6 +40,8 @@ private slots:
 protected:
     /** Puts into the store what the message server shall find when it starts. */
     virtual void fillStore();
+    /** Changes what the message server, not yet started, shall run with. */
+    virtual void prepareServer(MessageServer &server);
 
     /** Another account, once the running server has a service for it. */
     QMailAccountId addSecondAccount() const;

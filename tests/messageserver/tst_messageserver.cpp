@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/serverfixture.h"
 
 #include <QTest>
@@ -23,10 +22,6 @@ private slots:
     void failsWhatTheDaemonRefuses();
     void failsWhatTheDaemonAnswersWithAnError();
     void failsWhenTheDaemonDiesInTheCall();
-    void endsWhenTheDaemonDiesBehindTheCall();
-    void endsWhatTheNextDaemonDoesNotKnow();
-    void findsALostBroadcastByThePoll();
-    void pollLeavesALivingRequestAlone();
     void findsALostBroadcastWhenAnotherSynchronisationStarts();
     void cancels();
     void lateBroadcastOfACancelledRequestEndsNothingElse();
@@ -35,7 +30,6 @@ private slots:
     void repeatedBroadcastEndsNothingElse();
     void runsTwoAccountsAtOnce();
     void keepsTheAccountsApart();
-    void answersASecondSynchronisationWithoutTheDaemon();
     void asksAgainAfterAFailure();
     void keepsTheServiceWhenTheAccountIsChanged();
     void endsWithTheServerInTheMiddleOfAnAction();
@@ -149,67 +143,6 @@ void TestMessageServer::failsWhenTheDaemonDiesInTheCall()
     QVERIFY(startFolders(retrieval).isValid());
     m_daemon->vanish();
     verifyFailed(retrieval.watcher, 1037);
-}
-
-// The poll comes when the progress is full; a published 999 makes it so at the first tick.
-
-void TestMessageServer::endsWhenTheDaemonDiesBehindTheCall()
-{
-    auto state = std::make_unique<SyncInfoShmWriter>();
-    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
-    Retrieval retrieval;
-    QVERIFY(startFolders(retrieval).isValid());
-    QTRY_VERIFY(retrieval.watcher.progress().contains({1000, 1000}));
-    m_daemon->vanish();
-    state.reset();
-    QVERIFY(retrieval.watcher.waitForEnd());
-    // A request that nobody knows any more counts as done.
-    QVERIFY(retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.endCount(), 1);
-}
-
-void TestMessageServer::endsWhatTheNextDaemonDoesNotKnow()
-{
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
-    Retrieval retrieval;
-    const auto call = startFolders(retrieval);
-    m_daemon->vanish();
-    QVERIFY(m_daemon->appear());
-    const auto poll = m_daemon->waitForCall("isRequestAlive");
-    QCOMPARE(poll.arguments, QVariantList {call.requestId});
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.endCount(), 1);
-}
-
-void TestMessageServer::findsALostBroadcastByThePoll()
-{
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
-    m_daemon->answerAlive(0);
-    Retrieval retrieval;
-    const auto call = startFolders(retrieval);
-    const auto poll = m_daemon->waitForCall("isRequestAlive", 10000);
-    QCOMPARE(poll.arguments, QVariantList {call.requestId});
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.endCount(), 1);
-    // Late, and nobody's.
-    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
-}
-
-void TestMessageServer::pollLeavesALivingRequestAlone()
-{
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
-    Retrieval retrieval;
-    const auto call = startFolders(retrieval);
-    QVERIFY(m_daemon->waitForCall("isRequestAlive", 10000).isValid());
-    QTRY_VERIFY(retrieval.watcher.progress().contains({1001, 1100}));
-    QCOMPARE(retrieval.watcher.endCount(), 0);
-    m_daemon->complete(call.requestId, 401);
-    verifyFailed(retrieval.watcher, 1029);
 }
 
 void TestMessageServer::findsALostBroadcastWhenAnotherSynchronisationStarts()
@@ -337,21 +270,6 @@ void TestMessageServer::keepsTheAccountsApart()
     QVERIFY(QTest::qWaitFor([&] { return client.state() == QProcess::NotRunning; }, 15000));
     QCOMPARE(client.readAllStandardOutput(), QByteArray("sent\n1 0\n"));
     QCOMPARE(m_daemon->callCount("abortRequest"), 1);
-}
-
-void TestMessageServer::answersASecondSynchronisationWithoutTheDaemon()
-{
-    m_daemon->answer("sync", Answer::nextId().completing(200));
-    Retrieval first;
-    first.action.retrieveAll(m_account);
-    QVERIFY(first.watcher.waitForEnd());
-    Retrieval second;
-    second.action.retrieveAll(m_account);
-    QVERIFY(second.watcher.waitForEnd());
-    QVERIFY(second.watcher.succeeded());
-    QCOMPARE(second.watcher.endCount(), 1);
-    QCOMPARE(m_daemon->callCount("sync"), 1);
-    QVERIFY(m_server->log().contains(QLatin1String("doublet sync request, ignoring (emulating)")));
 }
 
 void TestMessageServer::asksAgainAfterAFailure()

@@ -47,7 +47,7 @@ MessageServer::MessageServer()
 {
     const QString runtime = qEnvironmentVariable("ORVMAIL_SANITIZER_RUNTIME");
     if (!runtime.isEmpty()) {
-        setEnvironment(QStringLiteral("LD_PRELOAD"), runtime);
+        preload(runtime);
         // The leaks of the whole platform at the server's end are not ours to judge.
         setEnvironment(QStringLiteral("ASAN_OPTIONS"),
                        qEnvironmentVariable("ASAN_OPTIONS") + QStringLiteral(":detect_leaks=0"));
@@ -75,6 +75,15 @@ bool MessageServer::hasPlugin()
 void MessageServer::setEnvironment(const QString &name, const QString &value)
 {
     m_environment.insert(name, value);
+}
+
+void MessageServer::preload(const QString &library)
+{
+    const QString variable = QStringLiteral("LD_PRELOAD");
+    QStringList libraries =
+        m_environment.value(variable).split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    libraries.append(library);
+    setEnvironment(variable, libraries.join(QLatin1Char(':')));
 }
 
 bool MessageServer::start(int timeoutMs)

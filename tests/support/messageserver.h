@@ -26,6 +26,8 @@ public:
 
     /** Sets a variable of the server's environment; before start(). */
     void setEnvironment(const QString &name, const QString &value);
+    /** Loads a library before the server's own; before start(). */
+    void preload(const QString &library);
     /** Starts it and waits until it takes requests; registers the types of the client library. */
     bool start(int timeoutMs = 30000);
     /** Ends it as a system does, with SIGTERM; false when it did not end in time. */
