@@ -244,8 +244,10 @@ void TestScheduler::aBroadcastAfterACancellationEndsAnAction()
     f.scheduler().addSecondQueueRequest(f.newRequest());
     f.service->cancelOperation(Cancel, QString());
     f.spy.take();
+    LogRecorder log;
     request->onRequestCompleted(200, f.account.toULongLong(), 1);
     QCOMPARE(f.spy.take(), texts({"completed true"}));
+    QVERIFY(log.hasLine(QStringLiteral("OrvService::stopWaiting( 200 )")));
     // The next action is not held up by either.
     f.deleteDeferred();
     QCOMPARE(f.scheduler().addRequest(f.newRequest()), 2);

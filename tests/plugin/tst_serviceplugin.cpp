@@ -123,8 +123,11 @@ void TestServicePlugin::everyKeyIsTheOneConstant()
     const std::unique_ptr<QMailMessageService> service(plugin()->createService(QMailAccountId(41)));
     QCOMPARE(plugin()->key(), Key);
     QCOMPARE(service->service(), Key);
-    QCOMPARE(static_cast<const void *>(service->service().constData()),
-             static_cast<const void *>(plugin()->key().constData()));
+    const auto place = [](const QString &text) { return quintptr(text.constData()); };
+    QCOMPARE(place(service->service()), place(plugin()->key()));
+    const std::unique_ptr<QMailMessageServiceConfigurator> configurator(
+        plugin()->createServiceConfigurator());
+    QCOMPARE(place(configurator->service()), place(plugin()->key()));
 }
 
 QTEST_GUILESS_MAIN(TestServicePlugin)
