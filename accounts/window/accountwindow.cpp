@@ -9,6 +9,7 @@
 
 #include <qmailstore.h>
 
+#include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -150,6 +151,11 @@ bool AccountWindow::mayDiscard()
     return question.exec() == QMessageBox::Yes;
 }
 
+void AccountWindow::closeEvent(QCloseEvent *event)
+{
+    event->setAccepted(!isUsable() || !m_form->isModified() || mayDiscard());
+}
+
 void AccountWindow::showChosen()
 {
     m_check.reset();
@@ -218,6 +224,7 @@ void AccountWindow::check(bool forSaving)
         return;
     }
     say(tr("Trying the login at %1...").arg(details.settings.server));
+    m_checked = details.settings;
     m_check = std::make_unique<LoginCheck>(details.settings, deviceId(), LoginCheck::LoginOnly);
     connect(m_check.get(), &LoginCheck::finished, this,
             [this, forSaving] { checkEnded(forSaving); });
@@ -227,8 +234,11 @@ void AccountWindow::check(bool forSaving)
 void AccountWindow::checkEnded(bool forSaving)
 {
     say(QString());
-    const AccountDetails details = m_form->details();
-    const Outcome outcome = adviceFor(m_check->result(), details.settings);
+    const Outcome outcome = adviceFor(m_check->result(), m_checked);
+    if (!(m_form->details().settings == m_checked)) {
+        say(tr("The settings have changed since; test them again."));
+        return;
+    }
     m_form->showProblem(outcome);
     if (!outcome.ok()) {
         m_saveUnchecked->setVisible(forSaving);
@@ -237,7 +247,7 @@ void AccountWindow::checkEnded(bool forSaving)
     if (forSaving)
         write();
     else
-        say(tr("%1 accepts the login.").arg(details.settings.server));
+        say(tr("%1 accepts the login.").arg(m_checked.server));
 }
 
 void AccountWindow::write()

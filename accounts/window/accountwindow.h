@@ -3,6 +3,7 @@
 #define ACCOUNTS_ACCOUNTWINDOW_H
 
 #include "accounts/outcome.h"
+#include "settings/accountsettings.h"
 
 #include <qmailid.h>
 
@@ -31,6 +32,9 @@ public:
 
     /** False where the plugin gives no form. */
     bool isUsable() const;
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
 
 private:
     void build();
@@ -61,6 +65,8 @@ private:
     QPushButton *m_save = nullptr;
     QPushButton *m_saveUnchecked = nullptr;
     std::unique_ptr<LoginCheck> m_check;
+    /** What m_check tries; a person may go on typing meanwhile. */
+    AccountSettings m_checked;
 };
 
 } // namespace Accounts

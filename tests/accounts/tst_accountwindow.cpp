@@ -60,7 +60,9 @@ private slots:
     void takenNameIsSaidAtTheName();
     void refusedAccountIsSavedOnRequest();
     void loginIsTestedWithoutSaving();
+    void settingsChangedDuringTheirTestAreNotSaved();
     void typedTextIsNotThrownAwayUnasked();
+    void closingAsksForWhatIsNotSaved();
     void removeAsksFirst();
     void accountOfAnotherProgramAppears();
     void nothingIsCutOff();
@@ -324,6 +326,17 @@ void TestAccountWindow::loginIsTestedWithoutSaving()
     QVERIFY(button("save")->isEnabled());
 }
 
+void TestAccountWindow::settingsChangedDuringTheirTestAreNotSaved()
+{
+    fill();
+    press("save");
+    type("mailPasswInput", QStringLiteral("Wrong-Passw0rd"));
+    auto *status = m_window->findChild<QLabel *>(QStringLiteral("status"));
+    QTRY_VERIFY(status->text().contains(QLatin1String("have changed since")));
+    QVERIFY(AccountBook::accounts().isEmpty());
+    QCOMPARE(line("mailPasswInput")->text(), QStringLiteral("Wrong-Passw0rd"));
+}
+
 void TestAccountWindow::typedTextIsNotThrownAwayUnasked()
 {
     addAccount(QStringLiteral("One"));
@@ -339,6 +352,17 @@ void TestAccountWindow::typedTextIsNotThrownAwayUnasked()
     QTest::keyClick(list(), Qt::Key_Down);
     QCOMPARE(line("accountName")->text(), QStringLiteral("One"));
     QCOMPARE(list()->currentRow(), 1);
+}
+
+void TestAccountWindow::closingAsksForWhatIsNotSaved()
+{
+    type("accountName", QStringLiteral("Half typed"));
+    answer(QMessageBox::No);
+    QVERIFY(!m_window->close());
+    QVERIFY(m_window->isVisible());
+    QCOMPARE(line("accountName")->text(), QStringLiteral("Half typed"));
+    answer(QMessageBox::Yes);
+    QVERIFY(m_window->close());
 }
 
 void TestAccountWindow::removeAsksFirst()
