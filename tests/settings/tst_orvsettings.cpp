@@ -70,6 +70,8 @@ private slots:
 
     void accountOfAnotherServiceShowsDefaults();
     void accountShowsItsSettings();
+    void choiceIsTheStoredEncryption_data();
+    void choiceIsTheStoredEncryption();
     void storedPortThatIsNoNumberShowsZero();
 
     void portTakesTyping_data();
@@ -267,6 +269,28 @@ void TestOrvSettings::accountShowsItsSettings()
     QCOMPARE(encryption()->currentIndex(), 1);
     QCOMPARE(line("mailEmailInput")->text(), QStringLiteral("alice@example.com"));
     QCOMPARE(line("mailDomainInput")->text(), QStringLiteral("EXAMPLE"));
+}
+
+void TestOrvSettings::choiceIsTheStoredEncryption_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("none") << QStringLiteral("0") << QStringLiteral("None");
+    QTest::newRow("SSL") << QStringLiteral("1") << QStringLiteral("SSL");
+}
+
+void TestOrvSettings::choiceIsTheStoredEncryption()
+{
+    QFETCH(QString, stored);
+    QFETCH(QString, shown);
+    QMailAccountConfiguration config = filledConfiguration();
+    config.serviceConfiguration(Service).setValue(QStringLiteral("encryption"), stored);
+    m_settings->displayConfiguration(QMailAccount(), config);
+    QCOMPARE(encryption()->currentText(), shown);
+    QMailAccount account;
+    QMailAccountConfiguration saved;
+    QVERIFY(m_settings->updateAccount(&account, &saved));
+    QCOMPARE(saved.serviceConfiguration(Service).value(QStringLiteral("encryption")), stored);
 }
 
 void TestOrvSettings::storedPortThatIsNoNumberShowsZero()
