@@ -165,6 +165,7 @@ Outcome AccountBook::remove(const QMailAccountId &id)
     if (!QMailStore::instance()->removeAccount(id))
         return storeRefused(QStringLiteral("remove the account"));
     forgetRemovedAccounts();
+    eraseDeletedRows();
     return {};
 }
 

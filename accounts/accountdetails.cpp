@@ -27,8 +27,13 @@ Outcome checkDetails(const AccountDetails &details)
                 .arg(settings.email));
     const Eas::Result server =
         Eas::ServerAddress {settings.server, settings.port, settings.encryption}.check();
-    if (!server.ok())
-        return Outcome::wrongSetting(server.text.section(QLatin1Char(':'), 0, 0), server.text);
+    if (!server.ok()) {
+        const QString setting = server.text.section(QLatin1Char(':'), 0, 0);
+        const QString advice = setting == QLatin1String("server")
+            ? QStringLiteral("; give the name alone, such as mail.example.com")
+            : QString();
+        return Outcome::wrongSetting(setting, server.text + advice);
+    }
     const Eas::Result login =
         Eas::Credentials {settings.userName, settings.password, settings.domain}.check();
     if (!login.ok())

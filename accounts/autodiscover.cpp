@@ -105,8 +105,11 @@ void Autodiscover::lookUp()
 void Autodiscover::lookedUp()
 {
     const QList<QDnsServiceRecord> records = m_lookup->serviceRecords();
-    if (!records.isEmpty() && isTrusted(records.first().target()))
-        m_candidates.append(serviceAt(records.first().target(), records.first().port()));
+    const QString target = records.isEmpty() ? QString() : records.first().target();
+    // The root as a target says that there is no such service, RFC 2782.
+    const bool isThere = !target.isEmpty() && target != QLatin1String(".");
+    if (isThere && isTrusted(target))
+        m_candidates.append(serviceAt(target, records.first().port()));
     if (m_result.ok())
         tryNext();
 }

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <csignal>
 #include <cstdio>
 #include <termios.h>
 #include <unistd.h>
@@ -13,30 +14,59 @@ namespace Accounts {
 
 namespace {
 
+/** The terminal as it was before its echo went off. */
+termios terminalBefore;
+
+/** Ends the program as the signal does, and leaves the terminal as it was. */
+void endWithEcho(int signal)
+{
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
 /** Standard input's echo is off while one of these lives. */
 class NoEcho
 {
 public:
     NoEcho()
     {
-        m_off = tcgetattr(STDIN_FILENO, &m_before) == 0;
-        termios silent = m_before;
+        m_off = tcgetattr(STDIN_FILENO, &terminalBefore) == 0;
+        if (!m_off)
+            return;
+        for (int signal : EndingSignals)
+            std::signal(signal, endWithEcho);
+        termios silent = terminalBefore;
         silent.c_lflag &= ~tcflag_t(ECHO);
-        if (m_off)
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
     ~NoEcho()
     {
-        if (m_off)
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+        if (!m_off)
+            return;
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
+        for (int signal : EndingSignals)
+            std::signal(signal, SIG_DFL);
     }
     NoEcho(const NoEcho &) = delete;
     NoEcho &operator=(const NoEcho &) = delete;
 
 private:
-    termios m_before;
+    static constexpr int EndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
     bool m_off;
 };
+
+/** On one line, and without what a terminal would obey: texts come from servers, too. */
+QString plain(const QString &text)
+{
+    QString line = text;
+    for (QChar &character : line) {
+        if (character.category() == QChar::Other_Control || character == QChar::LineSeparator
+            || character == QChar::ParagraphSeparator)
+            character = QLatin1Char(' ');
+    }
+    return line;
+}
 
 constexpr int BarWidth = 30;
 
@@ -56,7 +86,7 @@ Console::Console()
 void Console::say(const QString &line)
 {
     if (!m_json)
-        m_out << line << '\n' << Qt::flush;
+        m_out << plain(line) << '\n' << Qt::flush;
 }
 
 void Console::give(const QJsonValue &value)
@@ -70,7 +100,7 @@ void Console::give(const QJsonValue &value)
 
 void Console::complain(const QString &line)
 {
-    m_err << "orvmail-account: " << line << '\n' << Qt::flush;
+    m_err << "orvmail-account: " << plain(line) << '\n' << Qt::flush;
 }
 
 void Console::drawProgress(const QString &title, int percent)
@@ -78,7 +108,7 @@ void Console::drawProgress(const QString &title, int percent)
     if (!m_redraw)
         return;
     const int filled = qBound(0, percent, 100) * BarWidth / 100;
-    m_err << '\r' << title << " [" << QString(filled, QLatin1Char('#'))
+    m_err << '\r' << plain(title) << " [" << QString(filled, QLatin1Char('#'))
           << QString(BarWidth - filled, QLatin1Char('.')) << "] " << qBound(0, percent, 100)
           << " % " << Qt::flush;
     m_drawn = true;
@@ -93,9 +123,9 @@ void Console::clearProgress()
 
 std::optional<QString> Console::ask(const QString &question, const QString &preset)
 {
-    m_err << question;
+    m_err << plain(question);
     if (!preset.isEmpty())
-        m_err << " [" << preset << ']';
+        m_err << " [" << plain(preset) << ']';
     m_err << ": " << Qt::flush;
     const std::optional<QString> line = readLine();
     if (!line)

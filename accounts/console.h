@@ -27,7 +27,8 @@ public:
     void setJson(bool json) { m_json = json; }
     bool isJson() const { return m_json; }
 
-    /** A line for a person; nothing when the output is for a program. */
+    /** A line for a person; nothing when the output is for a program. What a terminal would obey is
+     * left out of all lines. */
     void say(const QString &line);
     /** The output for a program; nothing when it is for a person. */
     void give(const QJsonValue &value);

@@ -117,9 +117,11 @@ int Program::runCommand(Command &command, const QStringList &arguments, Console 
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("show this text")});
     const bool understood = parser.parse(arguments);
     if (parser.isSet(QStringLiteral("help"))) {
-        print(parser.helpText().replace(QLatin1String("orvmail-account [options]"),
-                                        QLatin1String("orvmail-account ") + command.name()
-                                            + QLatin1String(" [options]")));
+        QStringList lines = parser.helpText().split(QLatin1Char('\n'));
+        // Qt names the program by its path and knows nothing of the command.
+        lines.first() = QLatin1String("Usage: orvmail-account ") + command.name()
+            + lines.first().mid(lines.first().indexOf(QLatin1String(" [options]")));
+        print(lines.join(QLatin1Char('\n')));
         return Outcome::Done;
     }
     console.setJson(parser.isSet(QStringLiteral("json")));

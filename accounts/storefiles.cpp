@@ -4,6 +4,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <qmailnamespace.h>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -32,6 +35,19 @@ Outcome prepareStoreFolder(const QString &folder)
             QStringLiteral("the mail store's folder %1 cannot be opened; it is not writable")
                 .arg(folder));
     return {};
+}
+
+void eraseDeletedRows()
+{
+    const QString connection = QStringLiteral("orvmail-erase");
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000"));
+        database.setDatabaseName(QMail::dataPath() + QLatin1String("/database/qmailstore.db"));
+        if (database.open())
+            QSqlQuery(database).exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    }
+    QSqlDatabase::removeDatabase(connection);
 }
 
 } // namespace Accounts

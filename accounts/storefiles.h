@@ -14,6 +14,15 @@ namespace Accounts {
  */
 Outcome prepareStoreFolder(const QString &folder);
 
+/**
+ * Overwrites in the mail store's files what was deleted from it, a password for one.
+ *
+ * SQLite does so once its journal is merged into the database, which the message server's own
+ * connection may put off for as long as it runs. Where another process is busy with the store, it
+ * is put off again.
+ */
+void eraseDeletedRows();
+
 } // namespace Accounts
 
 #endif

@@ -101,14 +101,16 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
         return Outcome::refused(
             QStringLiteral("%1; give --server, or --accept-redirects if you trust it")
                 .arg(result.text));
-    if (console.isInteractive() && !parser.isSet(QStringLiteral("password-stdin")))
-        return askServer(console);
     const QString reason = result.code == Eas::LoginRefused
         ? QStringLiteral("user name or password was refused")
         : result.text;
-    Outcome outcome =
-        Outcome::refused(QStringLiteral("the server of %1 cannot be found (%2); give --server")
-                             .arg(settings.email, reason));
+    const QString problem =
+        QStringLiteral("the server of %1 cannot be found (%2)").arg(settings.email, reason);
+    if (console.isInteractive() && !parser.isSet(QStringLiteral("password-stdin"))) {
+        console.complain(problem);
+        return askServer(console);
+    }
+    Outcome outcome = Outcome::refused(problem + QLatin1String("; give --server"));
     outcome.code = result.code;
     return outcome;
 }
@@ -116,7 +118,6 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
 Outcome AddCommand::askServer(Console &console)
 {
     AccountSettings &settings = m_details.settings;
-    console.say(QStringLiteral("The server cannot be found."));
     settings.server = console.ask(QStringLiteral("Server")).value_or(QString());
     if (settings.server.isEmpty())
         return Outcome::refused(QStringLiteral("without a server there is no account"));

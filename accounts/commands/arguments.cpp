@@ -24,6 +24,11 @@ Outcome readPort(const QString &text, int *port)
         QStringLiteral("\"%1\" is no port; a port is a number from 1 to 65535").arg(text));
 }
 
+int usualPort(int encryption)
+{
+    return encryption ? 443 : 80;
+}
+
 Outcome readEncryption(const QString &text, int *encryption)
 {
     if (text == QLatin1String("tls") || text == QLatin1String("ssl") || text == QLatin1String("1"))
@@ -104,10 +109,11 @@ Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *deta
                   QStringLiteral("\"%1\" is no mail address; it looks like name@example.com")
                       .arg(text));
     });
+    const bool hasUsualPort = settings.port == usualPort(settings.encryption);
     apply("encryption",
           [&](const QString &text) { return readEncryption(text, &settings.encryption); });
-    if (given("encryption") && !given("port"))
-        settings.port = settings.encryption ? 443 : 80;
+    if (hasUsualPort)
+        settings.port = usualPort(settings.encryption);
     apply("port", [&](const QString &text) { return readPort(text, &settings.port); });
     apply("push", [&](const QString &text) { return readSwitch("push", text, &details->push); });
     apply("keep", [&](const QString &text) { return readKeep(text, &details->keepDays); });

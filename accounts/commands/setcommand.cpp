@@ -9,6 +9,8 @@
 #include "accounts/report.h"
 #include "accounts/syncmemory.h"
 
+#include <qmailstore.h>
+
 namespace Accounts {
 
 namespace {
@@ -69,10 +71,13 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
         LoginCheck check(details.settings, deviceId(), LoginCheck::LoginOnly);
         outcome = adviceFor(check.run(), details.settings);
     }
+    FolderWishes wishes;
     if (outcome.ok())
-        outcome = setFavourites(parser, id);
+        outcome = readFavourites(parser, id, &wishes);
     if (outcome.ok())
         outcome = AccountBook::update(id, details);
+    if (outcome.ok())
+        outcome = setFavourites(wishes);
     if (!outcome.ok())
         return outcome;
     console.say(QStringLiteral("Saved."));
@@ -80,10 +85,10 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
     return {};
 }
 
-/** Every folder must be there before the first is changed. */
-Outcome SetCommand::setFavourites(const QCommandLineParser &parser, const QMailAccountId &account)
+/** Every folder must be there before anything is changed. */
+Outcome SetCommand::readFavourites(const QCommandLineParser &parser, const QMailAccountId &account,
+                                   FolderWishes *wishes)
 {
-    QList<QPair<QMailFolderId, bool>> wanted;
     for (const QString &option : {FavouriteOption, NoFavouriteOption}) {
         const QStringList paths = parser.values(option);
         for (const QString &path : paths) {
@@ -93,13 +98,20 @@ Outcome SetCommand::setFavourites(const QCommandLineParser &parser, const QMailA
                     QStringLiteral("there is no folder \"%1\"; \"orvmail-account folders\" shows "
                                    "all")
                         .arg(path));
-            wanted.append({folder, option == FavouriteOption});
+            wishes->append({folder, option == FavouriteOption});
         }
     }
-    for (const auto &wish : qAsConst(wanted)) {
+    return {};
+}
+
+Outcome SetCommand::setFavourites(const FolderWishes &wishes)
+{
+    for (const auto &wish : wishes) {
         if (!setFavourite(wish.first, wish.second))
             return Outcome::refused(QStringLiteral("the mail store refuses to change a folder"));
     }
+    // The other processes are told a second later, when this one is over.
+    QMailStore::instance()->flushIpcNotifications();
     return {};
 }
 

@@ -8,6 +8,9 @@
 
 #include <qmailid.h>
 
+#include <QList>
+#include <QPair>
+
 namespace Accounts {
 
 /** Changes settings; what is not named stays as it is. */
@@ -22,7 +25,12 @@ public:
     Outcome run(const QCommandLineParser &parser, Console &console) override;
 
 private:
-    static Outcome setFavourites(const QCommandLineParser &parser, const QMailAccountId &account);
+    /** Folders, and whether each is to be a favourite. */
+    using FolderWishes = QList<QPair<QMailFolderId, bool>>;
+
+    static Outcome readFavourites(const QCommandLineParser &parser, const QMailAccountId &account,
+                                  FolderWishes *wishes);
+    static Outcome setFavourites(const FolderWishes &wishes);
 };
 
 } // namespace Accounts

@@ -119,6 +119,7 @@ private slots:
     void wrongUsageEndsWithTwo();
     void programLoadsNoWidgets();
     void windowIsAProgramOfItsOwn();
+    void windowWithoutADisplayIsRefused();
 
     void addSavesTheAccountAndListsItsFolders();
     void addMarksTheAccountAsTheFormDoes();
@@ -134,6 +135,7 @@ private slots:
     void addWithoutServerSearchesAndSavesNothing();
     void addNeedsAPasswordFromSomewhere();
     void addAsksForWhatIsMissing();
+    void interruptedPasswordPromptGivesTheEchoBack();
 
     void storeThatCannotBeOpened_data();
     void storeThatCannotBeOpened();
@@ -147,20 +149,25 @@ private slots:
     void setTurnsPushOnAndOff();
     void setKeepsMailForSoLong();
     void setTakesANewPassword();
+    void setEncryptionMovesTheUsualPortAlone();
     void setWithRefusedLoginChangesNothing();
     void setDisablesAndEnables();
     void setMakesFavourites();
     void setRefusesAnUnknownFolderWhole();
+    void setRefusesATakenNameWhole();
     void setRefusesATakenName();
 
     void foldersAreListedWithTheirCounts();
+    void namesFromTheServerDoNotSteerTheTerminal();
     void testTellsVersionOrReason();
 
     void removeTakesMailAndSettings();
+    void removeLeavesNoPasswordInTheStoresFiles();
     void removeAsksFirst();
 
     void syncNeedsAMessageServer();
     void syncTellsWhatHasChanged();
+    void syncShowsAProgressBar();
     void syncTellsWhyItFailed();
     void syncIsCancelledByInterrupt();
 
@@ -242,6 +249,8 @@ void TestOrvmailAccount::helpIsThereForEveryCommand()
     QFETCH(QString, mentions);
     const Run help = run({QLatin1String(QTest::currentDataTag()), QStringLiteral("--help")});
     QCOMPARE(help.exit, 0);
+    QVERIFY(help.out.startsWith(QByteArray("Usage: orvmail-account ") + QTest::currentDataTag()
+                                + " [options]"));
     QVERIFY(help.out.contains(mentions.toUtf8()));
     QVERIFY(help.err.isEmpty());
     QVERIFY(run({QStringLiteral("--help")}).out.contains(QTest::currentDataTag()));
@@ -270,6 +279,8 @@ void TestOrvmailAccount::wrongUsageEndsWithTwo_data()
     row("no address", "add --password-stdin", "--email");
     row("password on the command line", "add --email a@b --password=Typed-Passw0rd", "password");
     row("server is no host", "add --email a@b --server a..b --no-check --password-stdin", "host");
+    row("server is a URL", "add --email a@b --server https://a.b/ --no-check --password-stdin",
+        "the name alone");
 }
 
 void TestOrvmailAccount::wrongUsageEndsWithTwo()
@@ -313,6 +324,21 @@ void TestOrvmailAccount::windowIsAProgramOfItsOwn()
     QTRY_VERIFY(maps().contains("liborvmail-settings.so"));
     process.kill();
     QVERIFY(process.waitForFinished());
+}
+
+void TestOrvmailAccount::windowWithoutADisplayIsRefused()
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    process.setProcessEnvironment(environment);
+    process.start(Program, words("--window"));
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 1);
+    const QByteArray error = process.readAllStandardError();
+    QCOMPARE(error.count('\n'), 1);
+    QVERIFY2(error.contains("no display"), error.constData());
 }
 
 void TestOrvmailAccount::addSavesTheAccountAndListsItsFolders()
@@ -497,12 +523,25 @@ void TestOrvmailAccount::addAsksForWhatIsMissing()
     QCOMPARE(saved.userName, QStringLiteral("alice"));
 }
 
+void TestOrvmailAccount::interruptedPasswordPromptGivesTheEchoBack()
+{
+    Terminal terminal(Program,
+                      words("add --email alice@example.test --user alice --server 127.0.0.1"));
+    QVERIFY(terminal.waitFor("Password: "));
+    QVERIFY(!terminal.echoes());
+    terminal.type("\x03");
+    QCOMPARE(terminal.finish(), -1);
+    QVERIFY(terminal.echoes());
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
 void TestOrvmailAccount::storeThatCannotBeOpened_data()
 {
     QTest::addColumn<QString>("obstacle");
     QTest::newRow("file in place of the folder") << QStringLiteral("");
     QTest::newRow("file in place of a folder in it") << QStringLiteral("/database");
     QTest::newRow("folder in place of the database") << QStringLiteral("/database/qmailstore.db/x");
+    QTest::newRow("database that is none") << QStringLiteral("/database/qmailstore.db");
 }
 
 void TestOrvmailAccount::storeThatCannotBeOpened()
@@ -513,6 +552,7 @@ void TestOrvmailAccount::storeThatCannotBeOpened()
     QDir().mkpath(QFileInfo(store + obstacle).path());
     QFile file(store + obstacle);
     QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("This is no database.\n");
     file.close();
     const Run refused = run(words("list"), QByteArray(), store);
     QCOMPARE(refused.exit, 1);
@@ -628,6 +668,18 @@ void TestOrvmailAccount::setTakesANewPassword()
                  QStringLiteral("bob"));
 }
 
+void TestOrvmailAccount::setEncryptionMovesTheUsualPortAlone()
+{
+    addAccount();
+    QCOMPARE(run(words("set Demo --encryption tls --no-check")).exit, 0);
+    QTRY_COMPARE(stored(account()).encryption, 1);
+    QCOMPARE(stored(account()).port, int(m_server->port()));
+    QCOMPARE(run(words("set Demo --port 443 --no-check")).exit, 0);
+    QCOMPARE(run(words("set Demo --encryption none --no-check")).exit, 0);
+    QTRY_COMPARE(stored(account()).encryption, 0);
+    QCOMPARE(stored(account()).port, 80);
+}
+
 void TestOrvmailAccount::setWithRefusedLoginChangesNothing()
 {
     addAccount();
@@ -679,6 +731,18 @@ void TestOrvmailAccount::setRefusesAnUnknownFolderWhole()
     QVERIFY(QMailAccount(account()).customField(QStringLiteral("pushEnabled")).isEmpty());
 }
 
+void TestOrvmailAccount::setRefusesATakenNameWhole()
+{
+    addAccount();
+    StoreFixture::addStandardFolders(account());
+    QCOMPARE(run(addArguments(QStringLiteral("Second")) + words("--no-check"), Password).exit, 0);
+    const Run refused = run(words("set Demo --name Second --push on --favourite Sent"));
+    QCOMPARE(refused.exit, 1);
+    const QMailFolderId sent = Accounts::findFolder(account(), QStringLiteral("Sent"));
+    QVERIFY(!(QMailFolder(sent).status() & QMailFolder::Favourite));
+    QVERIFY(QMailAccount(account()).customField(QStringLiteral("pushEnabled")).isEmpty());
+}
+
 void TestOrvmailAccount::setRefusesATakenName()
 {
     addAccount();
@@ -707,6 +771,18 @@ void TestOrvmailAccount::foldersAreListedWithTheirCounts()
         QCOMPARE(folder[QLatin1String("total")].toInt(), isInbox ? 2 : 0);
         QCOMPARE(folder[QLatin1String("unread")].toInt(), isInbox ? 1 : 0);
     }
+}
+
+void TestOrvmailAccount::namesFromTheServerDoNotSteerTheTerminal()
+{
+    addAccount();
+    StoreFixture::addFolder(account(), QStringLiteral("In\033[2Jbox\nremove: done\r"));
+    const Run shown = run(words("folders Demo"));
+    QCOMPARE(shown.exit, 0);
+    QCOMPARE(shown.out.count('\n'), 1);
+    QVERIFY(!shown.out.contains('\033'));
+    QVERIFY(!shown.out.contains('\r'));
+    QVERIFY(shown.out.contains("In [2Jbox remove: done"));
 }
 
 void TestOrvmailAccount::testTellsVersionOrReason()
@@ -751,6 +827,26 @@ void TestOrvmailAccount::removeTakesMailAndSettings()
     QVERIFY(QMailAccountConfiguration(id).services().isEmpty());
     QCOMPARE(contentFiles(), 0);
     QCOMPARE(memory.account(id).folderSyncKey, QStringLiteral("0"));
+}
+
+void TestOrvmailAccount::removeLeavesNoPasswordInTheStoresFiles()
+{
+    const QByteArray password = "Removed-Passw0rd-of-an-account";
+    // In another process: whoever closes a database's file loses the locks that it has on it.
+    const auto filesWithIt = [&password] {
+        QProcess grep;
+        grep.start(QStringLiteral("grep"),
+                   {QStringLiteral("-rlaF"), QStringLiteral("-e"), QString::fromLatin1(password),
+                    QStringLiteral("-e"), QString::fromLatin1(password.toBase64()),
+                    qEnvironmentVariable("QMF_DATA")});
+        return grep.waitForFinished() ? QString::fromUtf8(grep.readAll())
+                                      : QStringLiteral("no grep");
+    };
+    QVERIFY(startMessageServer());
+    QCOMPARE(run(addArguments() + words("--no-check --enabled off"), password).exit, 0);
+    QVERIFY(filesWithIt().contains(QLatin1String("qmailstore.db")));
+    QCOMPARE(run(words("remove Demo --yes")).exit, 0);
+    QCOMPARE(filesWithIt(), QString());
 }
 
 void TestOrvmailAccount::removeAsksFirst()
@@ -801,6 +897,22 @@ void TestOrvmailAccount::syncTellsWhatHasChanged()
     QCOMPARE(folders.first().toObject()[QLatin1String("new")].toInt(), 1);
 }
 
+void TestOrvmailAccount::syncShowsAProgressBar()
+{
+    addAccount();
+    ScriptedDaemon daemon;
+    QVERIFY(startMessageServer());
+    Terminal terminal(Program, words("sync Demo"));
+    const ScriptedDaemon::Call call = daemon.waitForCall("sync", 20000);
+    QVERIFY(call.isValid());
+    QVERIFY(terminal.waitFor("Demo [..............................] 0 %"));
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    daemon.complete(call.requestId, 200);
+    QVERIFY(terminal.waitFor("\r\033[K", 20000));
+    QVERIFY(terminal.waitFor("Nothing has changed."));
+    QCOMPARE(terminal.finish(), 0);
+}
+
 void TestOrvmailAccount::syncTellsWhyItFailed()
 {
     addAccount();
@@ -834,7 +946,8 @@ void TestOrvmailAccount::nothingPrintedHoldsAPassword()
 {
     QVERIFY(everythingPrinted.size() > 10000);
     for (const QByteArray &password :
-         {Password, OtherPassword, QByteArray("Typed-Passw0rd"), QByteArray("Not-the-Passw0rd")}) {
+         {Password, OtherPassword, QByteArray("Typed-Passw0rd"), QByteArray("Not-the-Passw0rd"),
+          QByteArray("Removed-Passw0rd")}) {
         QVERIFY(!everythingPrinted.contains(password));
         QVERIFY(!everythingPrinted.contains(password.toBase64()));
     }
