@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The program finds the server of an address by real names, at the real port, with a certificate
+// that the system trusts; only the world behind the names is the test's own.
+#include "accounts/accountbook.h"
+#include "tests/accounts/nameserver.h"
+#include "tests/accounts/terminal.h"
+#include "tests/eas/scriptedserver.h"
+#include "tests/support/easserver.h"
+#include "tests/support/storefixture.h"
+
+#include <qmailstore.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QSslKey>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString Program = QStringLiteral(ACCOUNT_PROGRAM);
+const QByteArray Password = "autodiscover-Passw0rd";
+constexpr quint16 OtherPort = 8443;
+
+/** A service that tells everybody the same server. */
+class Service : public ScriptedServer
+{
+public:
+    Service(const QSslCertificate &certificate, const QSslKey &key, quint16 port)
+        : ScriptedServer(certificate, key)
+    {
+        close();
+        if (!listen(QHostAddress::LocalHost, port))
+            qFatal("cannot listen on port %d", port);
+        setAnswer([this](const SeenRequest &) { return ScriptedAnswer {m_document}; });
+    }
+
+    void tell(const QString &server)
+    {
+        m_document = http(200,
+                          "<Autodiscover><Response><Action><Settings><Server><Type>MobileSync"
+                          "</Type><Url>"
+                              + server.toUtf8()
+                              + "</Url></Server></Settings></Action></Response></Autodiscover>");
+    }
+
+private:
+    QByteArray m_document;
+};
+
+/** Reads the terminal while this process answers for the world as well. */
+bool awaitText(Terminal &terminal, const QByteArray &text)
+{
+    return QTest::qWaitFor([&] { return terminal.waitFor(text, 10); }, 20000);
+}
+
+} // namespace
+
+class TestAutodiscoverNames : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void serverIsFoundFromTheAddressAlone();
+    void serviceRecordIsAskedForAfterTheHosts();
+    void serviceRecordOfTheLowestPriorityIsTaken();
+    void domainWithoutTheServiceLeadsNowhere();
+    void hostElsewhereIsLeftWhereNobodyCanConfirm();
+    void acceptRedirectsTrustsHostsElsewhere();
+    void personConfirmsEachHostElsewhere();
+    void personWhoDoesNotConfirmGetsNoAccount();
+
+private:
+    QStringList arguments(const char *email, const char *more = "") const;
+    int add(const QStringList &arguments);
+    QString serverAt(const char *host) const;
+    AccountSettings saved() const;
+
+    std::unique_ptr<NameServer> m_names;
+    std::unique_ptr<EasServer> m_mail;
+    std::unique_ptr<Service> m_usual;
+    std::unique_ptr<Service> m_other;
+    QByteArray m_error;
+    QByteArray m_output;
+};
+
+void TestAutodiscoverNames::initTestCase()
+{
+    if (!EasServer::isAvailable())
+        QSKIP("the test server needs Python 3.11");
+    QVERIFY(Accounts::AccountBook::open().ok());
+    m_names = std::make_unique<NameServer>();
+    QVERIFY(m_names->start());
+    for (const char *host : {"example.test", "mail.example.test", "discover.service.test",
+                             "mail.service.test", "first.several.test", "second.several.test",
+                             "mail.several.test", "discover.hosting.test", "mail.hosting.test"})
+        m_names->addHost(host);
+    m_names->addService("_autodiscover._tcp.service.test", 0, OtherPort, "discover.service.test");
+    m_names->addService("_autodiscover._tcp.several.test", 20, 443, "second.several.test");
+    m_names->addService("_autodiscover._tcp.several.test", 10, OtherPort, "first.several.test");
+    m_names->addService("_autodiscover._tcp.none.test", 0, 0, "");
+    m_names->addService("_autodiscover._tcp.moved.test", 0, OtherPort, "discover.hosting.test");
+
+    const QString certificatePath = qEnvironmentVariable("CERTIFICATE");
+    const QString keyPath = qEnvironmentVariable("KEY");
+    m_mail = std::make_unique<EasServer>();
+    m_mail->addArguments({QStringLiteral("--tls"), certificatePath, keyPath,
+                          QStringLiteral("--users"),
+                          QStringLiteral("alice:") + QString::fromUtf8(Password)});
+    QVERIFY(m_mail->start());
+    QFile keyFile(keyPath);
+    QVERIFY(keyFile.open(QIODevice::ReadOnly));
+    const QSslKey key(&keyFile, QSsl::Ec);
+    const QList<QSslCertificate> certificates = QSslCertificate::fromPath(certificatePath);
+    QCOMPARE(certificates.size(), 1);
+    m_usual = std::make_unique<Service>(certificates.first(), key, 443);
+    m_other = std::make_unique<Service>(certificates.first(), key, OtherPort);
+}
+
+void TestAutodiscoverNames::init()
+{
+    StoreFixture::clear();
+    m_names->forgetQuestions();
+}
+
+QStringList TestAutodiscoverNames::arguments(const char *email, const char *more) const
+{
+    return QStringList {QStringLiteral("add"), QStringLiteral("--user"), QStringLiteral("alice"),
+                        QStringLiteral("--email"), QLatin1String(email)}
+    + QString::fromLatin1(more).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/** Runs the program while this one plays the world; returns its exit code. */
+int TestAutodiscoverNames::add(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(Program, arguments + QStringList(QStringLiteral("--password-stdin")));
+    process.write(Password);
+    process.closeWriteChannel();
+    const bool over =
+        QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 30000);
+    m_error = process.readAllStandardError();
+    m_output = process.readAllStandardOutput();
+    return over ? process.exitCode() : -1;
+}
+
+QString TestAutodiscoverNames::serverAt(const char *host) const
+{
+    return QStringLiteral("https://%1:%2/Microsoft-Server-ActiveSync")
+        .arg(QLatin1String(host))
+        .arg(m_mail->port());
+}
+
+AccountSettings TestAutodiscoverNames::saved() const
+{
+    const QMailAccountIdList ids = Accounts::AccountBook::accounts();
+    return ids.isEmpty() ? AccountSettings() : Accounts::AccountBook::details(ids.first()).settings;
+}
+
+void TestAutodiscoverNames::serverIsFoundFromTheAddressAlone()
+{
+    m_usual->tell(serverAt("mail.example.test"));
+    QCOMPARE(add(arguments("alice@example.test")), 0);
+    QCOMPARE(m_error, QByteArray());
+    QVERIFY(m_output.contains("Found mail.example.test"));
+    QVERIFY(m_output.contains("Inbox"));
+    QCOMPARE(saved().server, QStringLiteral("mail.example.test"));
+    QCOMPARE(saved().port, int(m_mail->port()));
+    QCOMPARE(saved().encryption, 1);
+}
+
+void TestAutodiscoverNames::serviceRecordIsAskedForAfterTheHosts()
+{
+    m_other->tell(serverAt("mail.service.test"));
+    QCOMPARE(add(arguments("alice@service.test")), 0);
+    QCOMPARE(saved().server, QStringLiteral("mail.service.test"));
+    QStringList questions = m_names->questions();
+    questions.removeDuplicates();
+    QCOMPARE(questions,
+             (QStringList {QStringLiteral("host service.test"),
+                           QStringLiteral("host autodiscover.service.test"),
+                           QStringLiteral("SRV _autodiscover._tcp.service.test"),
+                           QStringLiteral("host discover.service.test"),
+                           QStringLiteral("host mail.service.test")}));
+}
+
+void TestAutodiscoverNames::serviceRecordOfTheLowestPriorityIsTaken()
+{
+    m_other->tell(serverAt("mail.several.test"));
+    QCOMPARE(add(arguments("alice@several.test")), 0);
+    QVERIFY(m_names->questions().contains(QLatin1String("host first.several.test")));
+    QVERIFY(!m_names->questions().contains(QLatin1String("host second.several.test")));
+}
+
+void TestAutodiscoverNames::domainWithoutTheServiceLeadsNowhere()
+{
+    const int before = m_usual->connections() + m_other->connections();
+    QCOMPARE(add(arguments("alice@none.test", "--accept-redirects")), 1);
+    QCOMPARE(m_error.count('\n'), 1);
+    QVERIFY2(m_error.contains("cannot be found"), m_error.constData());
+    QCOMPARE(m_usual->connections() + m_other->connections(), before);
+    QVERIFY(m_names->questions().contains(QLatin1String("SRV _autodiscover._tcp.none.test")));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestAutodiscoverNames::hostElsewhereIsLeftWhereNobodyCanConfirm()
+{
+    const int before = m_other->connections();
+    QCOMPARE(add(arguments("alice@moved.test")), 1);
+    QCOMPARE(m_error.count('\n'), 1);
+    QVERIFY2(m_error.contains("discover.hosting.test was not confirmed"), m_error.constData());
+    QVERIFY(m_error.contains("--accept-redirects"));
+    QCOMPARE(m_other->connections(), before);
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestAutodiscoverNames::acceptRedirectsTrustsHostsElsewhere()
+{
+    m_other->tell(serverAt("mail.hosting.test"));
+    QCOMPARE(add(arguments("alice@moved.test", "--accept-redirects")), 0);
+    QCOMPARE(m_error, QByteArray());
+    QCOMPARE(saved().server, QStringLiteral("mail.hosting.test"));
+    QCOMPARE(saved().encryption, 1);
+}
+
+void TestAutodiscoverNames::personConfirmsEachHostElsewhere()
+{
+    m_other->tell(serverAt("mail.hosting.test"));
+    Terminal terminal(Program, arguments("alice@moved.test"));
+    QVERIFY(awaitText(terminal, "Password: "));
+    terminal.type(Password);
+    QVERIFY(awaitText(terminal, "leads to discover.hosting.test. Send the login there?"));
+    terminal.type("yes");
+    QVERIFY(awaitText(terminal, "leads to mail.hosting.test. Send the login there?"));
+    terminal.type("yes");
+    QVERIFY(awaitText(terminal, "is ready"));
+    QCOMPARE(terminal.finish(), 0);
+    QCOMPARE(saved().server, QStringLiteral("mail.hosting.test"));
+}
+
+void TestAutodiscoverNames::personWhoDoesNotConfirmGetsNoAccount()
+{
+    m_other->tell(serverAt("mail.hosting.test"));
+    Terminal terminal(Program, arguments("alice@moved.test"));
+    QVERIFY(awaitText(terminal, "Password: "));
+    terminal.type(Password);
+    QVERIFY(awaitText(terminal, "leads to discover.hosting.test"));
+    // The proposed answer is no.
+    terminal.type("");
+    QCOMPARE(terminal.finish(), 1);
+    QVERIFY(terminal.screen().contains("was not confirmed"));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestAutodiscoverNames)
+#include "tst_autodiscovernames.moc"
