@@ -39,6 +39,8 @@ private slots:
     void flagsOfBothSidesStay_data();
     void flagsOfBothSidesStay();
     void whatWasDeletedThereIsNotFlagged();
+    void whatTheServerRefusesForAMomentIsCarriedAgain();
+    void aMoveThatTheServerRefusesGoesBack();
     void aThousandFlagsAreOneRequest();
     void aKeyThatTheServerCallsNotImplementedBeginsTheFolderAnew();
     void specificFoldersCarryThemAsWell();
@@ -274,6 +276,50 @@ void TestLocalChanges::aKeyThatTheServerCallsNotImplementedBeginsTheFolderAnew()
     QCOMPARE(messageOf(mail2), second);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 2);
+}
+
+void TestLocalChanges::whatTheServerRefusesForAMomentIsCarriedAgain()
+{
+    // A conflict, and an item that is locked.
+    for (const char *command : {"Sync", "MoveItems"}) {
+        const bool isSync = qstrcmp(command, "Sync") == 0;
+        world().server.fault({{QStringLiteral("kind"), QStringLiteral("item_status")},
+                              {QStringLiteral("command"), QString::fromLatin1(command)},
+                              {QStringLiteral("after"), isSync ? 1 : 0}, // the look before it
+                              {QStringLiteral("status"), 7}});
+    }
+    const QMailMessageId id = messageOf(mail2);
+    set({messageOf(mail1)}, Message::Important, true);
+    QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(messageOf(mail3)),
+                                                   QMailStore::CreateRemovalRecord));
+    move(id, inbox, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(world().faultsAreTaken());
+    // What the user did stays done here, and is not taken for known to the server.
+    QVERIFY(!has(messageOf(mail1), Message::ImportantElsewhere));
+    QCOMPARE(world().subjects(), QStringList {mail1});
+    QCOMPARE(world().subjects(drafts), QStringList {mail2});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 2);
+    QVERIFY(has(messageOf(mail1), Message::ImportantElsewhere));
+    QVERIFY(atServer(mail3).isEmpty());
+    QVERIFY(!atServer(mail2, drafts).isEmpty());
+    QCOMPARE(messageOf(mail2), id);
+}
+
+void TestLocalChanges::aMoveThatTheServerRefusesGoesBack()
+{
+    const QMailMessageId id = messageOf(mail2);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("item_status")},
+                          {QStringLiteral("command"), QStringLiteral("MoveItems")},
+                          {QStringLiteral("status"), 5}});
+    move(id, inbox, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(), (QStringList {mail1, mail2, mail3}));
+    QCOMPARE(messageOf(mail2), id);
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("MoveItems"), 0);
 }
 
 void TestLocalChanges::aThousandFlagsAreOneRequest()
