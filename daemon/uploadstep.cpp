@@ -96,6 +96,12 @@ void UploadStep::next()
 void UploadStep::look(const QString &collectionId)
 {
     m_seen.insert(collectionId);
+    const auto state = m_context.db->folder(m_context.id(), collectionId);
+    if (!state || state->filter != int(FolderSync::filterOf(m_context.record))) {
+        // It is to reach less far back, maybe, and would lose messages with flags to go up.
+        next();
+        return;
+    }
     Eas::SyncRequest request;
     const Eas::Result prepared = FolderSync::nextWindow(m_context, collectionId, WindowSize::First,
                                                         FolderSync::TextBound, &request);

@@ -171,8 +171,9 @@ void TestMessageLists::localChangesGoFirst()
     deliverText(QStringLiteral("News"), 1);
     QCOMPARE(listOf(inbox, 0, 5), 200);
     const QList<QJsonObject> requests = world().server.requests("Sync");
-    QVERIFY(!requests.isEmpty());
-    QVERIFY(requests.first()
+    // Behind a look at what others did to the same messages.
+    QVERIFY(requests.size() >= 2);
+    QVERIFY(requests.at(1)
                 .value(QStringLiteral("request"))
                 .toString()
                 .contains(QStringLiteral("AirSync:Change")));
