@@ -158,7 +158,12 @@ class Round:
             self.attempts = attempt + 1
             self.synchronise(attempt)
             store = self.look()
-            if any(m["outbox"] for m in store["messages"]):
+            waiting = [m for m in store["messages"] if m["outbox"]]
+            for message in waiting:
+                if message["given up"]:
+                    self.note(f"quiet: {message['subject']} is wanted sent all the same")
+                    self.world.user("again", message["subject"])
+            if waiting:
                 self.act("act", "transmit")
                 self.synchronise(1)
             store = self.look()

@@ -21,6 +21,9 @@ namespace {
 /** Ids before the newest one that are asked for, too. */
 constexpr int RequestsLookedAt = 200;
 
+/** What the message server marks a message with that it has tried to send often enough. */
+const QString givenUpField = QStringLiteral("dontSend");
+
 QJsonObject outcome(bool ok)
 {
     return {{QStringLiteral("ok"), ok}};
@@ -77,6 +80,7 @@ QJsonObject describe(const QMailMessage &message)
         {QStringLiteral("whole"), has(QMailMessage::ContentAvailable)},
         {QStringLiteral("text"), textDigest(message)},
         {QStringLiteral("attachments"), attachmentDigests(message)},
+        {QStringLiteral("given up"), message.customField(givenUpField) == QLatin1String("true")},
         {QStringLiteral("reason"), message.customField(QStringLiteral("orvmail-send-failure"))},
     };
 }
@@ -203,6 +207,18 @@ QJsonObject MailUser::compose(const QString &subject, const QString &recipient) 
     return outcome(QMailStore::instance()->addMessage(&message));
 }
 
+QJsonObject MailUser::sendAgain(const QString &subject) const
+{
+    const QMailMessageId id = find(subject);
+    if (!id.isValid())
+        return outcome(false);
+    QMailMessageMetaData message(id);
+    message.removeCustomField(givenUpField);
+    message.removeCustomField(QStringLiteral("sendFailedTime"));
+    return outcome(QMailStore::instance()->updateMessagesMetaData(
+        QMailMessageKey::id(id), QMailMessageKey::Custom, message));
+}
+
 QJsonObject MailUser::fetch(const QString &subject, int seconds) const
 {
     const QMailMessageId id = find(subject);
@@ -210,6 +226,14 @@ QJsonObject MailUser::fetch(const QString &subject, int seconds) const
         return outcome(false);
     QMailRetrievalAction action;
     action.retrieveMessages({id}, QMailRetrievalAction::Content);
+    return awaitEnd(action, seconds);
+}
+
+QJsonObject MailUser::search(const QString &text, int seconds) const
+{
+    QMailSearchAction action;
+    action.searchMessages(QMailMessageKey::parentAccountId(m_account), text,
+                          QMailSearchAction::Remote, QMailMessageSortKey());
     return awaitEnd(action, seconds);
 }
 

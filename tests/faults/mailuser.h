@@ -33,8 +33,12 @@ public:
     /** Puts a new message where the message server looks for what is to be sent. */
     QJsonObject compose(const QString &subject, const QString &recipient) const;
 
+    /** Wants a message sent all the same that the message server has given up. */
+    QJsonObject sendAgain(const QString &subject) const;
     /** Lets the message server bring all of a message. */
     QJsonObject fetch(const QString &subject, int seconds) const;
+    /** Lets the message server search at the mail server. */
+    QJsonObject search(const QString &text, int seconds) const;
     /** Lets the message server "synchronize", "export" or "transmit"; "ended" says whether it did.
      */
     QJsonObject act(const QString &what, int seconds) const;
