@@ -66,6 +66,12 @@ class Process:
         """peak_mb() tells from now on of what comes."""
         pathlib.Path(f"/proc/{self.pid}/clear_refs").write_text("5")
 
+    def open_files(self):
+        return len(list(pathlib.Path(f"/proc/{self.pid}/fd").iterdir()))
+
+    def threads(self):
+        return len(list(pathlib.Path(f"/proc/{self.pid}/task").iterdir()))
+
     def wakeups(self):
         """Voluntary context switches of all threads: each is one wake-up."""
         total = 0
@@ -135,6 +141,20 @@ class Stage:
             time.sleep(0.02)
         raise SystemExit(f"bench: no {what} after {seconds} s\n{self.logs()}")
 
+    def match_rules(self):
+        """How many rules each process has at the bus, by process id; empty where the bus does not tell."""
+        result = subprocess.run(
+            ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+             "org.freedesktop.DBus.Debug.Stats.GetAllMatchRules"], env=self.env, capture_output=True, text=True)
+        rules, owner = {}, None
+        for line in result.stdout.splitlines():
+            word = line.strip()
+            if re.fullmatch(r'string ":1\.\d+"', word):
+                owner = self._owner(word.split('"')[1])
+            elif word.startswith('string "') and owner:
+                rules[owner] = rules.get(owner, 0) + 1
+        return rules
+
     # --- the players
 
     def mail_server(self, maildir, *arguments):
@@ -152,13 +172,13 @@ class Stage:
         with urllib.request.urlopen(request) as answer:
             return json.load(answer)
 
-    def daemon(self):
-        process = self.start("asdaemon", [self.bin("asdaemon")])
+    def daemon(self, *prefix):
+        process = self.start("asdaemon", [*prefix, self.bin("asdaemon")])
         self.await_name("com.tarvo.asdbus")
         return process
 
-    def message_server(self):
-        process = self.start("messageserver", ["messageserver5"])
+    def message_server(self, *prefix):
+        process = self.start("messageserver", [*prefix, "messageserver5"])
         self.await_name("org.qt.messageserver")
         return process
 
