@@ -97,8 +97,11 @@ void UploadStep::look(const QString &collectionId)
 {
     m_seen.insert(collectionId);
     const auto state = m_context.db->folder(m_context.id(), collectionId);
-    if (!state || state->filter != int(FolderSync::filterOf(m_context.record))) {
-        // It is to reach less far back, maybe, and would lose messages with flags to go up.
+    // Where it is to reach less far back, it would lose messages with flags to go up; and what may
+    // have moved there is recognised only after the moves.
+    const bool isOtherRange =
+        !state || state->filter != int(FolderSync::filterOf(m_context.record));
+    if (isOtherRange || isDestination(collectionId)) {
         next();
         return;
     }
@@ -111,6 +114,17 @@ void UploadStep::look(const QString &collectionId)
     }
     auto *command = new Eas::SyncCommand(m_context.session, {request});
     start(command, [this, command] { onLooked(*command); });
+}
+
+bool UploadStep::isDestination(const QString &collectionId) const
+{
+    for (const QList<Store::Move> &moves : m_moves) {
+        for (const Store::Move &move : moves) {
+            if (move.destination == collectionId)
+                return true;
+        }
+    }
+    return false;
 }
 
 void UploadStep::onLooked(const Eas::SyncCommand &command)

@@ -40,6 +40,7 @@ public:
 private:
     void next();
     void look(const QString &collectionId);
+    bool isDestination(const QString &collectionId) const;
     void onLooked(const Eas::SyncCommand &command);
     void collectAgain(const QString &collectionId);
     void upload(const Store::FolderLocalChanges &changes);

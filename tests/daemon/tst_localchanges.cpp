@@ -389,6 +389,8 @@ void TestLocalChanges::aMoveWhoseAnswerIsLostKeepsTheMessagesId_data()
 void TestLocalChanges::aMoveWhoseAnswerIsLostKeepsTheMessagesId()
 {
     QFETCH(bool, kill);
+    world().deliver(1, QStringLiteral("Draft"), drafts);
+    QCOMPARE(world().syncAndWait(), 200);
     const QMailMessageId id = messageOf(mail2);
     move(id, inbox, drafts);
     world().server.fault(
@@ -406,12 +408,13 @@ void TestLocalChanges::aMoveWhoseAnswerIsLostKeepsTheMessagesId()
         QVERIFY(world().codeOf(request) != 0);
     }
     // Between the two, the person goes on. The other flag is nothing that a server tells of.
-    set({id}, Message::Important, true);
+    const QMailMessageId draft = messageOf(QStringLiteral("Draft 1"));
+    set({id, draft}, Message::Important, true);
     set({id}, Message::CalendarInvitation, true);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(messageOf(mail2), id);
-    QCOMPARE(world().subjects(drafts), QStringList {mail2});
-    QCOMPARE(world().messageCount(), 3);
+    QCOMPARE(world().subjects(drafts), (QStringList {QStringLiteral("Draft 1"), mail2}));
+    QCOMPARE(world().messageCount(), 4);
     QVERIFY(atServer(mail2).isEmpty());
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(atServer(mail2, drafts).value(QStringLiteral("flag")).toInt(), 2);
