@@ -1,0 +1,148 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""Sending, reply and forward: what the other person receives, and what the sender keeps."""
+
+import hashlib
+import html
+import random
+import re
+import sys
+
+import cases
+from cases import equal
+from chain import PLACE, await_true
+from mails import plain, with_files
+
+BYTES = random.Random(3).randbytes(150000)
+FILES = [("report.bin", "application/octet-stream", BYTES),
+         ("größe.bin", "application/octet-stream", BYTES[:777])]
+TEXT = "Grüße aus Köln,\nеще одна строка.\n.\nFrom a line that begins so.\n"
+WORDS = re.findall(r"\w+", TEXT)
+
+
+class World:
+    def __init__(self, chain):
+        self.chain, self.witness = chain, chain.witness
+        self.file = PLACE / "tmp/picture.bin"
+        self.file.write_bytes(BYTES)
+        sender = {"sender": "Bob Example <bob@example.test>"}
+        chain.server.deliver("alice", plain("A question", "What is the answer?\n", **sender))
+        chain.server.deliver("alice", with_files("The report", FILES, "See the report.\n", **sender))
+        self.robot = chain.synchronised()
+
+    def send(self, subject, **more):
+        return self.robot.ask("send", subject=subject, text=TEXT, to=["bob@example.test"], **more)
+
+    def received(self, subject, user="bob", folder="INBOX"):
+        return await_true(f"{subject} for {user}",
+                          lambda: self.witness.message(subject, folder, user, content=True), 10)
+
+
+def lines(text):
+    return text.replace("\r\n", "\n").rstrip().split("\n")
+
+
+def text_of(seen):
+    return lines(seen.mail.get_body(("plain",)).get_content())
+
+
+def says(seen):
+    """Its words, whatever the form: the server makes HTML of what it quotes below."""
+    part = seen.mail.get_body(("plain", "html"))
+    return re.findall(r"\w+", html.unescape(re.sub(r"<[^>]*>", " ", part.get_content())))
+
+
+def attached(seen):
+    return {part.get_filename(): hashlib.sha256(part.get_payload(decode=True)).hexdigest()
+            for part in seen.mail.iter_attachments()}
+
+
+def digests(files):
+    return {name: hashlib.sha256(data).hexdigest() for name, _, data in files}
+
+
+def test_aMessageArrivesOnceWithItsAttachment(world):
+    answer = world.send("Grüße, 世界", files=[str(world.file)], cc=["Alice Example <alice@example.test>"])
+    assert answer["ok"], answer
+    there = world.received("Grüße, 世界")
+    equal(text_of(there), lines(TEXT))
+    equal(attached(there), {"picture.bin": hashlib.sha256(BYTES).hexdigest()})
+    equal([a.addr_spec for a in there.mail["From"].addresses], ["alice@example.test"])
+    equal([a.addr_spec for a in there.mail["To"].addresses], ["bob@example.test"])
+    equal([a.addr_spec for a in there.mail["Cc"].addresses], ["alice@example.test"])
+    assert there.mail["Date"] and there.mail["Message-ID"]
+    world.received("Grüße, 世界", "alice")
+    world.received("Grüße, 世界", "alice", "Sent")
+
+
+def test_theSenderHasItAmongTheSentOnes(world):
+    world.robot.refresh()
+    sent = [m for m in world.robot.messages(folder="Sent") if m["subject"] == "Grüße, 世界"]
+    equal(len(sent), 1, "in the folder of sent messages")
+    equal([m["subject"] for m in world.robot.messages() if m["outbox"]], [])
+    equal(len([m for m in world.robot.messages(folder="Drafts")]), 0, "drafts")
+
+
+def test_blindCopiesStayBlind(world):
+    answer = world.robot.ask("send", subject="Blind", text=TEXT, to=["alice@example.test"],
+                             bcc=["bob@example.test"])
+    assert answer["ok"], answer
+    for user in ("alice", "bob"):
+        assert b"bob@" not in world.received("Blind", user).raw.lower(), user
+
+
+def test_aReplyIsOne(world):
+    original = world.robot.message("A question")
+    answer = world.send("Re: A question", original=original["id"], response="reply")
+    assert answer["ok"], answer
+    there = world.received("Re: A question")
+    asked = world.witness.message("A question")
+    assert asked.mail["Message-ID"] in there.mail["References"], there.mail["References"]
+    equal(there.mail["In-Reply-To"], asked.mail["Message-ID"])
+    equal(says(there)[:len(WORDS)], WORDS)
+    assert "\\Answered" in asked.flags, asked.flags
+
+
+def test_theOriginalIsQuotedOnce(world):
+    assert world.received("Re: A question").raw.count(b"What is the answer?") <= 2  # text and HTML
+
+
+def test_aForwardCarriesTheAttachments(world):
+    """They are not here: nobody has downloaded them."""
+    original = world.robot.message("The report")
+    assert not original["complete"]
+    answer = world.send("Fwd: The report", original=original["id"], response="forward")
+    assert answer["ok"], answer
+    there = world.received("Fwd: The report")
+    found = attached(there)
+    equal({name: found.get(name) for name, _, _ in FILES}, digests(FILES))
+    equal(says(there)[:len(WORDS)], WORDS)
+
+
+def test_aForwardWithAFileMoreCarriesAll(world):
+    original = world.robot.message("The report")
+    answer = world.send("Fwd: The report, and more", original=original["id"], response="forward",
+                        files=[str(world.file)])
+    assert answer["ok"], answer
+    found = attached(world.received("Fwd: The report, and more"))
+    equal(found, {**digests(FILES), "picture.bin": hashlib.sha256(BYTES).hexdigest()})
+
+
+def test_whatCannotBeDeliveredStaysInTheOutbox(world):
+    answer = world.robot.ask("send", subject="To nobody", text=TEXT, to=["nobody@example.test"])
+    assert not answer["ok"], answer
+    left = [m for m in world.robot.messages() if m["subject"] == "To nobody"]
+    equal([m["outbox"] for m in left], [True])
+    assert world.witness.message("To nobody", user="bob") is None
+    # It holds up nothing else.
+    world.robot.ask("send", subject="To somebody", text=TEXT, to=["bob@example.test"])
+    world.received("To somebody")
+    world.robot.tell("remove", ids=[m["id"] for m in left], forGood=True)
+
+
+def test_everythingArrivedExactlyOnce(world):
+    subjects = [m.subject for m in world.witness.messages(user="bob")]
+    equal(len(subjects), len(set(subjects)), subjects)
+
+
+if __name__ == "__main__":
+    cases.run("Sending", sys.modules[__name__], World)
