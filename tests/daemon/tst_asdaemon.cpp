@@ -23,6 +23,7 @@ private slots:
     void aSecondSynchronisationWithoutChangesLeavesTheStoreAlone();
     void whereNothingChangedTwoRequestsSuffice();
     void whatChangesAtTheServerArrives();
+    void whatARequestBroughtIsKnownElsewhereAtItsEnd();
     void aFolderSyncBringsTheTreeAlone();
     void specificFoldersAloneAreSynchronisedAndUnknownIdsPassedOver();
     void anyPairOfHintsBringsTheFolderUpToDate();
@@ -129,6 +130,25 @@ void TestAsDaemon::whatChangesAtTheServerArrives()
     const auto isRead = QMailMessageKey::parentAccountId(world().account)
         & QMailMessageKey::status(QMailMessage::Read, QMailDataComparator::Includes);
     QTRY_COMPARE(QMailStore::instance()->countMessages(isRead), 1);
+}
+
+/** This process has its own view of the mail store, as a mail program has. */
+void TestAsDaemon::whatARequestBroughtIsKnownElsewhereAtItsEnd()
+{
+    const QJsonObject user = {{QStringLiteral("user"), QStringLiteral("alice")}};
+    QJsonObject wish = user;
+    wish[QStringLiteral("folder")] = QStringLiteral("Round 0");
+    world().server.control("folder-create", wish);
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailFolderId id = world().folder(QStringLiteral("Round 0"));
+    for (int round = 1; round <= 5; ++round) {
+        const QString name = QStringLiteral("Round %1").arg(round);
+        wish[QStringLiteral("target")] = name;
+        world().server.control("folder-rename", wish);
+        wish[QStringLiteral("folder")] = name;
+        QCOMPARE(world().syncAndWait(), 200);
+        QCOMPARE(QMailFolder(id).displayName(), name);
+    }
 }
 
 void TestAsDaemon::aFolderSyncBringsTheTreeAlone()

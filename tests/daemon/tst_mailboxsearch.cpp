@@ -22,6 +22,7 @@ private slots:
     void cleanup() { m_world.reset(); }
 
     void whatIsFoundIsToldBeforeTheCompletion();
+    void textIsFoundInEveryFolder_data();
     void textIsFoundInEveryFolder();
     void nothingIsFoundWhereNothingMatches();
     void onlyTheFoldersThatAreNamedAreSearched_data();
@@ -160,8 +161,17 @@ void TestMailboxSearch::whatIsFoundIsToldBeforeTheCompletion()
     QCOMPARE(world().messageCount(), 1);
 }
 
+void TestMailboxSearch::textIsFoundInEveryFolder_data()
+{
+    QTest::addColumn<bool>("bareIds");
+    QTest::newRow("folders have one id") << false;
+    QTest::newRow("a search calls folders by their ids without escapes") << true;
+}
+
 void TestMailboxSearch::textIsFoundInEveryFolder()
 {
+    QFETCH(bool, bareIds);
+    world().server.control("options", {{QStringLiteral("bare_search_ids"), bareIds}});
     createFolder(QStringLiteral("Work"));
     deliver(QStringLiteral("needle one"), 1);
     deliver(QStringLiteral("hay"), 1);

@@ -47,7 +47,7 @@ class Request:
 
     def source(self, call):
         """(folder, message) of the original."""
-        folder = call.user.folders.get(self.folder)
+        folder = call.user.by_id(self.folder)
         message = folder.items.get(int(self.item)) if folder and self.item.isdigit() else None
         if message is None and not call.options.missing_is_fine:
             raise Refused(NO_SOURCE)

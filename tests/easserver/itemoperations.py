@@ -64,7 +64,7 @@ def _fetch(call, request, parts):
         folder_id = request.value("AirSync:CollectionId", "")
         text = request.value("AirSync:ServerId", "")
         identity = [Node("AirSync:CollectionId", folder_id), Node("AirSync:ServerId", text)]
-    folder = call.user.folders.get(folder_id)
+    folder = call.user.by_id(folder_id)
     item = int(text) if text.isdigit() else 0
     if folder is None or item not in folder.items:
         if call.options.missing_is_fine:

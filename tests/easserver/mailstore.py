@@ -138,6 +138,10 @@ class User:
         return next((f for f in self.folders.values()
                      if f.parent == parent and f.name == name), None)
 
+    def by_id(self, text):
+        """A folder by its id, or by the id as a search tells it where "bare_search_ids" is on."""
+        return self.folders.get(text) or self.folders.get(text.replace("/", "%2F"))
+
     def by_path(self, path):
         """A folder by "Name/Name", or by its id; None if there is none."""
         if path in self.folders:

@@ -81,7 +81,8 @@ def _mailbox(call, store, text):
     found = [(message.received, folder, item) for folder in folders
              for item, message in folder.items.items() if query.matches(message)]
     found.sort(key=lambda one: (-one[0], one[1].id, one[2]))
-    return [lambda folder=folder, item=item: _result(call, folder, item, wish)
+    bare = call.options.bare_search_ids and not query.folders
+    return [lambda folder=folder, item=item: _result(call, folder, item, wish, bare)
             for _, folder, item in found]
 
 
@@ -103,12 +104,13 @@ def _folders(user, wanted, deep):
     return folders
 
 
-def _result(call, folder, item, wish):
-    long_id = f"{folder.id}+{item}"
+def _result(call, folder, item, wish, bare):
+    folder_id = folder.id.replace("%2F", "/") if bare else folder.id
+    long_id = f"{folder_id}+{item}"
     if call.options.opaque_long_ids:
         long_id = long_id.encode().hex()
     return Node("Search:Result", Node("AirSync:Class", "Email"),
-                Node("Search:LongId", long_id), Node("AirSync:CollectionId", folder.id),
+                Node("Search:LongId", long_id), Node("AirSync:CollectionId", folder_id),
                 Node("Search:Properties",
                      *items.properties(folder.items[item], folder, item, wish, call.new)))
 

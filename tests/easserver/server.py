@@ -47,6 +47,7 @@ LENIENT = (
     "plain_stays_plain",  # a plain message has no HTML form
     "no_ranges",          # a Range of an attachment is not looked at
     "simple_search",      # one phrase in one folder or all, no upper bound of time; all else is HTTP 500
+    "bare_search_ids",    # a search in all folders tells folder ids without their percent escapes
     "apostrophe_is_all",  # a search for a text with an apostrophe finds everything
     "forgetful_folders",  # FolderSync compares no keys, and key 0 forgets all sync keys of the device
     "silent_unknown",     # Sync of an unknown folder is an empty answer, Ping of one waits in vain

@@ -942,6 +942,41 @@ class Lenient(ServerTest):
         self.assertEqual((text(item, "ItemOperations:Status"), text(item, "ItemOperations:Properties")), ("1", ""))
         self.assertEqual(text(attachment, "ItemOperations:Properties/Data"), "(null)")
 
+    def testAnEmptyAttachmentIsNull(self):
+        self.server.control("deliver", user="alice", message='Content-Type: multipart/mixed; boundary="b"\r\n\r\n'
+                            '--b\r\n\r\nText\r\n--b\r\nContent-Type: application/octet-stream\r\n'
+                            'Content-Disposition: attachment; filename="empty"\r\n\r\n\r\n--b--\r\n')
+        folder = self.ready()
+        root = self.client.ask("ItemOperations", '<ItemOperations xmlns="ItemOperations:"><Fetch><Store>Mailbox</Store>'
+                               f'<FileReference xmlns="AirSyncBase:">att%2F{folder}%2F1%2F2</FileReference></Fetch>'
+                               "</ItemOperations>")
+        [found] = at(root, "ItemOperations:Response/Fetch")
+        self.assertEqual((text(found, "ItemOperations:Properties/Data"),
+                          text(found, "ItemOperations:Properties/AirSyncBase:ContentType")), ("(null)", "application/octet-stream"))
+
+    def testASearchOfAllFoldersTellsBareIds(self):
+        self.deliver("needle in hay")
+        folder = self.ready()
+        bare = folder.replace("%2F", "/")
+        root = self.search("needle")
+        [result] = at(root, "Search:Response/Store/Result")
+        self.assertEqual((text(result, "Search:LongId"), text(result, "AirSync:CollectionId")), (f"{bare}+1", bare))
+        root = self.client.ask("ItemOperations", '<ItemOperations xmlns="ItemOperations:"><Fetch><Store>Mailbox</Store>'
+                               f'<LongId xmlns="Search:">{bare}+1</LongId></Fetch></ItemOperations>')
+        [fetched] = at(root, "ItemOperations:Response/Fetch")
+        self.assertEqual(text(fetched, "ItemOperations:Properties/Email:Subject"), "needle in hay")
+
+    def testAnApostropheFindsAll(self):
+        self.deliver("one")
+        self.deliver("two")
+        self.ready()
+        self.assertEqual(text(self.search("o'clock"), "Search:Response/Store/Total"), "2")
+
+    def search(self, words):
+        return self.client.ask("Search", '<Search xmlns="Search:"><Store><Name>Mailbox</Name><Query><And>'
+                               f'<Class xmlns="AirSync:">Email</Class><FreeText>{words}</FreeText></And></Query>'
+                               "<Options><Range>0-9</Range></Options></Store></Search>")
+
     def testFolderKeysAreNotCompared(self):
         folder = self.ready()
         self.client.sync(folder)

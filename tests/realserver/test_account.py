@@ -30,6 +30,16 @@ def test_aWrongPasswordIsRefusedByTheProgram(world):
     assert "Wrong" not in world.chain.account_program("list").stdout
 
 
+def test_aCertificateThatNobodySignedIsRefused(world):
+    result = world.chain.account_program(
+        "add", "Untrusted", "--email", "alice@example.test", "--user", "alice", "--server",
+        "localhost", "--port", str(world.chain.server.tls_port),
+        password=world.chain.server.passwords["alice"])
+    assert result.returncode != 0, result.stdout
+    assert "certificate" in (result.stdout + result.stderr).lower(), result.stdout + result.stderr
+    assert "Untrusted" not in world.chain.account_program("list").stdout
+
+
 def test_theAccountIsAdded(world):
     said = world.chain.add_account("Work")
     assert "Work" in world.chain.account_program("list").stdout, said
