@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/asdbusinterface.h"
 #include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/serverclock.h"
 #include "tests/messageserver/serverfixture.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 using Answer = ScriptedDaemon::Answer;
@@ -29,13 +31,17 @@ private slots:
     void endsWhatTheNextDaemonDoesNotKnow();
     void findsALostBroadcastByThePoll();
     void pollLeavesALivingRequestAlone();
+    void aSilentDaemonIsLeftAfterTenSeconds();
+    void aDaemonThatIsSilentToThePollIsLeftAfterTwoSeconds();
 
 protected:
     void prepareServer(MessageServer &server) override { m_clock.giveTo(server); }
 
 private:
+    /** The server's timers get that much later, and it looks at them. */
+    void pass(int msecs);
     /** The service's timer goes off. */
-    void tick();
+    void tick() { pass(TickMs); }
     /** Has the client start an action and drives its progress to the maximum. */
     ScriptedDaemon::Call startAndFill(Retrieval &retrieval);
 
@@ -43,9 +49,9 @@ private:
     std::unique_ptr<SyncInfoShmWriter> m_state;
 };
 
-void TestTime::tick()
+void TestTime::pass(int msecs)
 {
-    m_clock.advanceTimers(TickMs);
+    m_clock.advanceTimers(msecs);
     // Nobody's; it wakes the server.
     m_daemon->requestCompleted(200, 0, -1);
 }
@@ -167,6 +173,36 @@ void TestTime::pollLeavesALivingRequestAlone()
     QCOMPARE(retrieval.watcher.endCount(), 0);
     m_daemon->complete(call.requestId, 401);
     verifyFailed(retrieval.watcher, 1029);
+}
+
+void TestTime::aSilentDaemonIsLeftAfterTenSeconds()
+{
+    m_daemon->answer(Answer::silence());
+    Retrieval retrieval;
+    QVERIFY(startFolders(retrieval).isValid());
+    QElapsedTimer timer;
+    timer.start();
+    pass(Activesync::CallTimeoutMs - 5000);
+    m_daemon->settle();
+    // Its thread for the bus answers, and has seen the time pass.
+    QVERIFY(m_server->isAlive());
+    QCOMPARE(retrieval.watcher.endCount(), 0);
+    pass(5000);
+    verifyFailed(retrieval.watcher, 1037);
+    QVERIFY(timer.elapsed() < Activesync::CallTimeoutMs);
+    QVERIFY(m_server->log().contains(QLatin1String("\"org.freedesktop.DBus.Error.NoReply\"")));
+}
+
+void TestTime::aDaemonThatIsSilentToThePollIsLeftAfterTwoSeconds()
+{
+    m_daemon->ignoreAlive();
+    Retrieval retrieval;
+    QVERIFY(startAndFill(retrieval).isValid());
+    tick();
+    QVERIFY(m_daemon->waitForCall("isRequestAlive").isValid());
+    QCOMPARE(retrieval.watcher.endCount(), 0);
+    pass(Activesync::AliveTimeoutMs);
+    verifySucceeded(retrieval.watcher);
 }
 
 QTEST_GUILESS_MAIN(TestTime)
