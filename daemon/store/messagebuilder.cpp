@@ -31,6 +31,9 @@ QMailMessagePart textPart(const Eas::Body &body)
 {
     QMailMessagePart part;
     part.setBody(textBody(body));
+    // By this the store knows, and tells mail programs, that there is more of it.
+    if (body.truncated)
+        part.setHeaderField(QStringLiteral("X-qmf-internal-partial-content"), QStringLiteral("1"));
     return part;
 }
 

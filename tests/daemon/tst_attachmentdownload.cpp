@@ -323,9 +323,11 @@ void TestAttachmentDownload::theRestOfATextComesWithTheMessage()
         DownloadWorld::mixed(m_subject, {DownloadWorld::text(text), part}), m_subject);
     const QString first = QStringLiteral("1");
     QVERIFY(DownloadWorld::content(id, first).size() < text.size());
+    QVERIFY(!DownloadWorld::isHere(id, first));
     Listener listener(path(id, first));
     QCOMPARE(world().codeOf(world().downloadPart(id, first)), 200);
     QTRY_COMPARE(DownloadWorld::content(id, first), text);
+    QVERIFY(DownloadWorld::isHere(id, first));
     QCOMPARE(DownloadWorld::content(id, m_second), part.content);
     QTRY_VERIFY(listener.isOver());
     QCOMPARE(listener.values().last(), 100);
