@@ -108,13 +108,11 @@ void TestPush::manyMessagesInARowAllArriveAtOnce()
     awaitPing();
     for (int i = 1; i <= 10; ++i) {
         const QString subject = QStringLiteral("News %1").arg(i);
-        QElapsedTimer timer;
-        timer.start();
         world().server.deliverText(QStringLiteral("alice"), subject);
         QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(subject), 10000);
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         awaitPing(i + 1);
     }
+    QVERIFY(!world().daemon.log().contains(QStringLiteral("is watched again in")));
 }
 
 void TestPush::quickAnswersWithoutNewsAreAskedForMoreSlowly()
