@@ -62,6 +62,14 @@ class Process:
     def own_mb(self):
         return self._status("RssAnon") / 1024.0
 
+    def rollup_mb(self, name):
+        """"Rss" or "Pss" (shared memory by its share) of the process."""
+        text = pathlib.Path(f"/proc/{self.pid}/smaps_rollup").read_text()
+        return int(re.search(rf"^{name}:\s+(\d+)", text, re.M).group(1)) / 1024.0
+
+    def maps(self):
+        return pathlib.Path(f"/proc/{self.pid}/maps").read_text()
+
     def forget_peak(self):
         """peak_mb() tells from now on of what comes."""
         pathlib.Path(f"/proc/{self.pid}/clear_refs").write_text("5")
