@@ -9,6 +9,9 @@
 #include <qmailnamespace.h>
 #include <qmailstore.h>
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+
 namespace Accounts {
 
 namespace {
@@ -158,6 +161,15 @@ Outcome AccountBook::update(const QMailAccountId &id, const AccountDetails &deta
     if (!QMailStore::instance()->updateAccount(&account, &config))
         return storeRefused(QStringLiteral("change the account"));
     return {};
+}
+
+void AccountBook::announce()
+{
+    QMailStore::instance()->flushIpcNotifications();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    // What was sent before a call that waits for its answer has gone out.
+    if (bus.isConnected())
+        bus.interface()->isServiceRegistered(QStringLiteral("org.qt.messageserver"));
 }
 
 Outcome AccountBook::remove(const QMailAccountId &id)

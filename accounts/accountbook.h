@@ -37,6 +37,15 @@ public:
     /** Removes the account with its mail and its settings. */
     static Outcome remove(const QMailAccountId &id);
 
+    /**
+     * Returns once the other processes are told of all changes; to be called before this one ends.
+     *
+     * QMF holds the news of some changes back for a second, and what Qt has still to write to the
+     * bus is lost with the process. A message server that was not told goes on with the old
+     * settings.
+     */
+    static void announce();
+
 private:
     static Outcome refuseName(const AccountDetails &details, const QMailAccountId &except);
 };

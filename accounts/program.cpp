@@ -133,8 +133,12 @@ int Program::runCommand(Command &command, const QStringList &arguments, Console 
     if (count > command.maximumArguments())
         return conclude(Outcome::wrongUsage(QStringLiteral("too many arguments; see --help")),
                         console);
-    const Outcome opened = AccountBook::open();
-    return conclude(opened.ok() ? command.run(parser, console) : opened, console);
+    Outcome outcome = AccountBook::open();
+    if (outcome.ok()) {
+        outcome = command.run(parser, console);
+        AccountBook::announce();
+    }
+    return conclude(outcome, console);
 }
 
 int Program::conclude(const Outcome &outcome, Console &console) const

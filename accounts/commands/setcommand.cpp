@@ -9,8 +9,6 @@
 #include "accounts/report.h"
 #include "accounts/syncmemory.h"
 
-#include <qmailstore.h>
-
 namespace Accounts {
 
 namespace {
@@ -110,8 +108,6 @@ Outcome SetCommand::setFavourites(const FolderWishes &wishes)
         if (!setFavourite(wish.first, wish.second))
             return Outcome::refused(QStringLiteral("the mail store refuses to change a folder"));
     }
-    // The other processes are told a second later, when this one is over.
-    QMailStore::instance()->flushIpcNotifications();
     return {};
 }
 

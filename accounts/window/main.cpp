@@ -48,5 +48,7 @@ int main(int argc, char **argv)
         return Accounts::Outcome::Refused;
     }
     window.show();
-    return application.exec();
+    const int exit = application.exec();
+    Accounts::AccountBook::announce();
+    return exit;
 }
