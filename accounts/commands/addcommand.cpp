@@ -10,6 +10,7 @@
 #include "accounts/logincheck.h"
 #include "accounts/report.h"
 #include "accounts/syncmemory.h"
+#include "daemon/eas/serveraddress.h"
 
 namespace Accounts {
 
@@ -82,8 +83,9 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
     AccountSettings &settings = m_details.settings;
     const bool accept = parser.isSet(AcceptOption);
     Autodiscover search(
-        settings.email, settings.userName, settings.password,
-        [&console, accept](const QString &host) {
+        settings.email,
+        Eas::Credentials {settings.userName, settings.password, settings.domain}.login(),
+        settings.password, [&console, accept](const QString &host) {
             return accept
                 || console.confirm(
                     QStringLiteral("The search leads to %1. Send the login there?").arg(host));

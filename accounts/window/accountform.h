@@ -35,6 +35,8 @@ public:
     /** Shows an account, or with an invalid id the settings of a new one. */
     void display(const QMailAccountId &id);
     QMailAccountId account() const { return m_account; }
+    /** The account is gone: what is shown and typed would be a new one. */
+    void forgetAccount() { m_account = QMailAccountId(); }
     /** Whether something was typed since the account was shown. */
     bool isModified() const;
     /** What the form says, laid over what the account has besides. */

@@ -122,9 +122,13 @@ void AccountWindow::select(const QMailAccountId &id)
 void AccountWindow::refresh()
 {
     const QSignalBlocker quiet(m_list);
+    const QMailAccountIdList ids = AccountBook::accounts();
+    if (m_form->account().isValid() && !ids.contains(m_form->account())) {
+        m_form->forgetAccount();
+        say(tr("Another program has removed the account; saving adds it anew."));
+    }
     const QMailAccountId current = m_form->account();
     m_list->clear();
-    const QMailAccountIdList ids = AccountBook::accounts();
     // Always one is chosen: a list without takes its first row when it gets the keyboard's focus.
     addRow(tr("(new account)"), QMailAccountId());
     for (const QMailAccountId &id : ids)

@@ -65,6 +65,7 @@ private slots:
     void closingAsksForWhatIsNotSaved();
     void removeAsksFirst();
     void accountOfAnotherProgramAppears();
+    void accountRemovedByAnotherProgramCanBeSavedAnew();
     void nothingIsCutOff();
     void takesPictures();
 
@@ -388,6 +389,21 @@ void TestAccountWindow::accountOfAnotherProgramAppears()
     addAccount(QStringLiteral("Elsewhere"));
     QTRY_COMPARE(list()->count(), 2);
     QCOMPARE(line("accountName")->text(), QStringLiteral("Half typed"));
+}
+
+void TestAccountWindow::accountRemovedByAnotherProgramCanBeSavedAnew()
+{
+    const QMailAccountId id = addAccount(QStringLiteral("One"));
+    QTRY_COMPARE(list()->count(), 2);
+    list()->setCurrentRow(1);
+    type("accountName", QStringLiteral("Half typed"));
+    QVERIFY(AccountBook::remove(id).ok());
+    QTRY_COMPARE(list()->count(), 1);
+    QCOMPARE(line("accountName")->text(), QStringLiteral("Half typed"));
+    press("save");
+    QTRY_COMPARE(AccountBook::accounts().size(), 1);
+    QCOMPARE(AccountBook::details(AccountBook::accounts().first()).name,
+             QStringLiteral("Half typed"));
 }
 
 void TestAccountWindow::nothingIsCutOff()

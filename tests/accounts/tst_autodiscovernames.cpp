@@ -66,6 +66,7 @@ private slots:
     void init();
 
     void serverIsFoundFromTheAddressAlone();
+    void loginHasTheDomainInFront();
     void serviceRecordIsAskedForAfterTheHosts();
     void serviceRecordOfTheLowestPriorityIsTaken();
     void domainWithoutTheServiceLeadsNowhere();
@@ -171,6 +172,16 @@ void TestAutodiscoverNames::serverIsFoundFromTheAddressAlone()
     QCOMPARE(saved().server, QStringLiteral("mail.example.test"));
     QCOMPARE(saved().port, int(m_mail->port()));
     QCOMPARE(saved().encryption, 1);
+}
+
+void TestAutodiscoverNames::loginHasTheDomainInFront()
+{
+    m_usual->enqueue(
+        ScriptedServer::http(401, QByteArray(), {{"WWW-Authenticate", "Basic realm=\"x\""}}));
+    m_usual->tell(serverAt("mail.example.test"));
+    QCOMPARE(add(arguments("alice@example.test", "--domain EXAMPLE --no-check")), 0);
+    QCOMPARE(m_usual->requests().last().headers.value("authorization"),
+             "Basic " + ("EXAMPLE\\alice:" + Password).toBase64());
 }
 
 void TestAutodiscoverNames::serviceRecordIsAskedForAfterTheHosts()
