@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/mailsending.h"
 
+#include "daemon/eas/httpchannel.h"
 #include "daemon/eas/sendmailcommand.h"
 #include "daemon/logging.h"
 #include "daemon/sentlookup.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/outgoingmail.h"
 
+#include <QDateTime>
 #include <QTimer>
 
 #include <algorithm>
@@ -17,6 +19,15 @@ namespace {
 
 /** A server may need a moment to put into its folder what it has taken. */
 constexpr int LookupDelayMs = 1000;
+
+/**
+ * How long a server may still be at a message that it has got, milliseconds: only then does it tell
+ * something that the message is not in its folder. A part of what is waited for an answer.
+ */
+int settlingTime()
+{
+    return Eas::HttpTimes::usual().answer / 8;
+}
 
 /** [MS-ASCMD] 2.2.2: the message was not submitted. */
 constexpr int SubmissionFailed = 120;
@@ -174,6 +185,7 @@ bool MailSending::canFallBack(const Eas::Result &failure) const
 
 bool MailSending::noteLeaving()
 {
+    m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();
     const Eas::Result noted = m_outbox.save(m_outgoing, Store::Outgoing::Uncertain);
     if (!noted.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << noted.text;
@@ -236,10 +248,20 @@ void MailSending::lookUp()
             finish(m_failure);
         else if (!result.ok())
             finish(result);
+        else if (timeToSettle() > 0)
+            QTimer::singleShot(timeToSettle(), this, &MailSending::lookUp);
         else
             send();
     });
     lookup->proceed();
+}
+
+/** Milliseconds until it is clear that what is not in the server's folder will not come there. */
+int MailSending::timeToSettle() const
+{
+    const qint64 passed = QDateTime::currentMSecsSinceEpoch() - m_outgoing.leftAt;
+    // The clock may have been set back.
+    return passed < 0 ? 0 : int(qMax<qint64>(0, settlingTime() - passed));
 }
 
 void MailSending::finish(const Eas::Result &result)

@@ -42,11 +42,12 @@ const char *const tables[] = {
     " ON DELETE CASCADE ON UPDATE CASCADE) WITHOUT ROWID",
     "CREATE TABLE IF NOT EXISTS outgoing (account INTEGER NOT NULL REFERENCES account(id)"
     " ON DELETE CASCADE, client_id TEXT NOT NULL, message INTEGER NOT NULL, rfc_id BLOB NOT NULL,"
-    " created INTEGER NOT NULL, state INTEGER NOT NULL, PRIMARY KEY (account, client_id))",
+    " created INTEGER NOT NULL, state INTEGER NOT NULL, left_at INTEGER NOT NULL,"
+    " PRIMARY KEY (account, client_id))",
 };
 
 const QString outgoingColumns =
-    QStringLiteral("SELECT client_id, message, rfc_id, created, state FROM outgoing ");
+    QStringLiteral("SELECT client_id, message, rfc_id, created, state, left_at FROM outgoing ");
 
 Outgoing outgoingFrom(const QSqlQuery &query)
 {
@@ -56,6 +57,7 @@ Outgoing outgoingFrom(const QSqlQuery &query)
     outgoing.rfcId = query.value(2).toByteArray();
     outgoing.created = query.value(3).toLongLong();
     outgoing.state = Outgoing::State(query.value(4).toInt());
+    outgoing.leftAt = query.value(5).toLongLong();
     return outgoing;
 }
 
@@ -601,14 +603,16 @@ Eas::Result SyncStateDb::saveOutgoing(const QMailAccountId &account, const Outgo
 {
     QSqlQuery query(m_database);
     query.prepare(QStringLiteral(
-        "INSERT INTO outgoing (message, rfc_id, created, state, client_id, account)"
-        " SELECT ?, ?, ?, ?, ?, id FROM account WHERE id = ?"
+        "INSERT INTO outgoing (message, rfc_id, created, state, left_at, client_id, account)"
+        " SELECT ?, ?, ?, ?, ?, ?, id FROM account WHERE id = ?"
         " ON CONFLICT (account, client_id) DO UPDATE SET message = excluded.message,"
-        " rfc_id = excluded.rfc_id, created = excluded.created, state = excluded.state"));
+        " rfc_id = excluded.rfc_id, created = excluded.created, state = excluded.state,"
+        " left_at = excluded.left_at"));
     query.addBindValue(qint64(outgoing.messageId.toULongLong()));
     query.addBindValue(outgoing.rfcId);
     query.addBindValue(outgoing.created);
     query.addBindValue(int(outgoing.state));
+    query.addBindValue(outgoing.leftAt);
     query.addBindValue(outgoing.clientId);
     query.addBindValue(number(account));
     const Eas::Result result = run(query);

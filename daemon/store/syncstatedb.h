@@ -59,6 +59,7 @@ struct Outgoing
     QMailMessageId messageId;
     QByteArray rfcId;   ///< its Message-ID, with the brackets
     qint64 created = 0; ///< UTC seconds since 1970; the message's Date if it has none of its own
+    qint64 leftAt = 0;  ///< UTC milliseconds since 1970, when it last began to leave
     State state = Ready;
 };
 

@@ -37,8 +37,10 @@ bool DaemonProcess::isOnBus()
         QLatin1String(Activesync::ServiceName));
 }
 
-bool DaemonProcess::start(const QStringList &arguments)
+bool DaemonProcess::start(QStringList arguments)
 {
+    if (m_patience > 0)
+        arguments << QStringLiteral("--patience") << QString::number(m_patience);
     m_process.start(program(), arguments);
     return QTest::qWaitFor([this] { return isOnBus() || !isRunning(); }, 20000) && isRunning();
 }
@@ -61,6 +63,15 @@ void DaemonProcess::kill()
     m_process.kill();
     m_process.waitForFinished();
     [[maybe_unused]] const bool gone = QTest::qWaitFor([] { return !isOnBus(); });
+}
+
+qint64 DaemonProcess::ownMemory() const
+{
+    QFile file(QStringLiteral("/proc/%1/status").arg(processId()));
+    file.open(QIODevice::ReadOnly);
+    const QByteArray status = file.readAll();
+    const int at = status.indexOf("RssAnon:");
+    return status.mid(at + 8, status.indexOf("kB", at) - at - 8).trimmed().toLongLong();
 }
 
 QString DaemonProcess::log() const

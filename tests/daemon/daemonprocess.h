@@ -24,8 +24,10 @@ public:
     /** Some process serves the daemon's name. */
     static bool isOnBus();
 
+    /** Seconds for which a server may keep silent, from the next start on. */
+    void setPatience(int seconds) { m_patience = seconds; }
     /** Starts it and waits until it has its name on the bus. */
-    bool start(const QStringList &arguments = {QStringLiteral("--log"), QStringLiteral("all")});
+    bool start(QStringList arguments = {QStringLiteral("--log"), QStringLiteral("all")});
     /** SIGTERM without waiting. */
     void requestEnd();
     /** SIGTERM; the exit code, or -1 when it crashed or did not end in time. */
@@ -35,11 +37,14 @@ public:
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 processId() const { return m_process.processId(); }
+    /** Kibibytes of memory of its own, without files that are mapped. */
+    qint64 ownMemory() const;
     QString log() const;
 
 private:
     QProcess m_process;
     QString m_logFile;
+    int m_patience = 0;
 };
 
 #endif

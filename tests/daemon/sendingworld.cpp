@@ -4,6 +4,12 @@
 #include <QJsonArray>
 #include <qmailstore.h>
 
+SendingWorld::SendingWorld()
+{
+    // An eighth of it is waited until what the server does not show counts as not sent.
+    daemon.setPatience(24);
+}
+
 QMailMessage SendingWorld::draft(const QString &subject) const
 {
     QMailMessage message;

@@ -10,6 +10,8 @@
 class SendingWorld : public DaemonWorld
 {
 public:
+    SendingWorld();
+
     /** A message to bob that is ready to go; not in the store yet. */
     QMailMessage draft(const QString &subject = QStringLiteral("Hello")) const;
     QMailMessageId add(QMailMessage message) const;

@@ -47,6 +47,11 @@ private slots:
     void aCutAfterTheServerHasItIsFoundOut_data();
     void aCutAfterTheServerHasItIsFoundOut();
     void aCutBeforeTheServerHasItIsNoDoubt();
+    void aTimeoutIsNoReasonToSendItTwice_data();
+    void aTimeoutIsNoReasonToSendItTwice();
+    void anEditedMessageGoesAsItIsNow();
+    void askedForTwiceItIsSentOnce();
+    void memoryDoesNotGrowWithTheMessage();
     void withoutAConnectionTheMessageStaysInTheOutbox();
     void abortedBeforeTheFirstByteItStays();
     void abortedAfterItIsLetFinish();
@@ -375,6 +380,89 @@ void TestAsDaemonSending::aCutBeforeTheServerHasItIsNoDoubt()
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 0);
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::aTimeoutIsNoReasonToSendItTwice_data()
+{
+    QTest::addColumn<bool>("memory");
+    QTest::addColumn<bool>("late");
+    QTest::newRow("server remembers") << true << true;
+    QTest::newRow("server forgets") << false << true;
+    QTest::newRow("server forgets, and is at it still") << false << false;
+}
+
+void TestAsDaemonSending::aTimeoutIsNoReasonToSendItTwice()
+{
+    QFETCH(bool, memory);
+    QFETCH(bool, late);
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(2);
+    QVERIFY(world().daemon.start());
+    world().setOption("client_id_memory", memory);
+    world().server.fault(SendingWorld::sendFault(
+        "delay", {{QStringLiteral("late"), late}, {QStringLiteral("seconds"), 3}}));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 901);
+    QTRY_VERIFY(!SendingWorld::reasonOf(id).isEmpty());
+    QTRY_COMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::anEditedMessageGoesAsItIsNow()
+{
+    QMailMessage message = world().draft();
+    message.setTo(QMailAddress(QStringLiteral("nobody@example.test")));
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
+    QMailMessage edited(id);
+    edited.setTo(QMailAddress(QStringLiteral("bob@example.test")));
+    edited.setSubject(QStringLiteral("Edited"));
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Edited")), 1);
+}
+
+void TestAsDaemonSending::askedForTwiceItIsSentOnce()
+{
+    world().server.fault(SendingWorld::sendFault("delay", {{QStringLiteral("seconds"), 1}}));
+    world().setOption("client_id_memory", false);
+    const QMailMessageId id = world().add(world().draft());
+    const int first = world().send(id);
+    const int second = world().send(id);
+    QVERIFY(first != second);
+    QCOMPARE(world().codeOf(first), 200);
+    QCOMPARE(world().codeOf(second), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::memoryDoesNotGrowWithTheMessage()
+{
+#ifdef __SANITIZE_ADDRESS__
+    QSKIP("a sanitizer keeps memory that was given back");
+#endif
+    constexpr int Size = 40 * 1024 * 1024;
+    QCOMPARE(world().sendAndWait(world().add(world().draft())), 200);
+    QMailMessage message = world().draft(QStringLiteral("Large"));
+    message.setMultipartType(QMailMessage::MultipartMixed);
+    message.appendPart(QMailMessagePart::fromData(
+        QByteArray(Size, 'x'),
+        QMailMessageContentDisposition(QMailMessageContentDisposition::Attachment),
+        QMailMessageContentType("application/octet-stream"), QMailMessageBody::Base64,
+        QMailMessageBody::RequiresEncoding));
+    const QMailMessageId id = world().add(message);
+    const qint64 before = world().daemon.ownMemory();
+    qint64 peak = 0;
+    const int request = world().send(id);
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            peak = qMax(peak, world().daemon.ownMemory());
+            return world().listener.codeOf(request) != 0;
+        },
+        60000));
+    QCOMPARE(world().listener.codeOf(request), 200);
+    QVERIFY(world().sent().last()[QStringLiteral("size")].toInt() > Size);
+    QVERIFY2(peak - before < 4 * 1024, qPrintable(QString::number(peak - before)));
 }
 
 void TestAsDaemonSending::withoutAConnectionTheMessageStaysInTheOutbox()

@@ -58,7 +58,8 @@ private slots:
     void nothing();
     void oneIsRefusedInTheMiddle();
     void aLaterSynchronisationSendsWhatWasRefused();
-    void daemonKilledBeforeTheServerHasIt();
+    void daemonKilledWhileTheServerIsAtIt_data();
+    void daemonKilledWhileTheServerIsAtIt();
     void daemonKilledAfterTheServerHasIt_data();
     void daemonKilledAfterTheServerHasIt();
     void daemonKilledAmongMany();
@@ -252,8 +253,15 @@ void TestWholeSending::aLaterSynchronisationSendsWhatWasRefused()
     verifyOneCopyOf({QStringLiteral("Hello")});
 }
 
-void TestWholeSending::daemonKilledBeforeTheServerHasIt()
+void TestWholeSending::daemonKilledWhileTheServerIsAtIt_data()
 {
+    daemonKilledAfterTheServerHasIt_data();
+}
+
+void TestWholeSending::daemonKilledWhileTheServerIsAtIt()
+{
+    QFETCH(bool, memory);
+    world().setOption("client_id_memory", memory);
     world().server.fault(SendingWorld::sendFault("delay", {{QStringLiteral("seconds"), 2}}));
     const QMailMessageId id = world().add(world().draft());
     Transmission transmission;
