@@ -16,6 +16,5 @@ void AsDaemonOperationRequest::onRequestCompleted(int code, qulonglong accountId
         return;
     qMailLog(Messaging) << "request completed signal received code" << code << "for Account"
                         << accountId << "Request" << requestId;
-    emit requestCompleted(code, this, false);
-    deleteLater();
+    end(code, false);
 }

@@ -5,6 +5,8 @@
 #include "requests/requestscheduler.h"
 #include "service/orvservice.h"
 
+#include <QPointer>
+
 #include <qmaillog.h>
 
 AsDaemonRequest::AsDaemonRequest(OrvService &service, const QMailAccountId &accountId,
@@ -32,8 +34,7 @@ int AsDaemonRequest::execute()
     if (!reply.isValid()) {
         qMailLog(Messaging) << "Request has returned an error" << reply.error().name();
     }
-    emit requestCompleted(-1, this, false);
-    deleteLater();
+    end(-1, false);
     return -1;
 }
 
@@ -45,6 +46,13 @@ void AsDaemonRequest::onCancelled(QMailServiceAction::Status::ErrorCode code)
     // deleted, and a broadcast that is already on its way is handled.
     disconnect(this, nullptr, this, SLOT(onRequestCompleted(int, qulonglong, int)));
     m_service.daemon()->abortRequest(m_requestId, code, QDBus::Block);
-    emit requestCompleted(code, this, true);
-    deleteLater();
+    end(code, true);
+}
+
+void AsDaemonRequest::end(int code, bool cancelled)
+{
+    const QPointer<AsDaemonRequest> self(this);
+    emit requestCompleted(code, this, cancelled);
+    if (self)
+        deleteLater();
 }

@@ -55,6 +55,9 @@ public slots:
     virtual void onCancelled(QMailServiceAction::Status::ErrorCode code);
 
 protected:
+    /** Reports the end and leaves; who hears of it may even destroy this request at once. */
+    void end(int code, bool cancelled);
+
     int m_requestId = -2;
     OrvService &m_service;
     QMailAccountId m_accountId;

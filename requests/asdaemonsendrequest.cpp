@@ -44,10 +44,10 @@ void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int
         reportFailure(code);
     if (m_cancelled) {
         qMailLog(Messaging) << "Request has been canceled, return";
+        deleteLater();
     } else {
         finish(code);
     }
-    deleteLater();
 }
 
 void AsDaemonSendRequest::onCancelled(QMailServiceAction::Status::ErrorCode code)
@@ -86,5 +86,5 @@ void AsDaemonSendRequest::finish(int code)
     const QMailServiceAction::Status::ErrorCode mapped = statusErrorCode(code);
     qMailLog(Messaging) << " Update status: " << int(mapped);
     m_service.updateStatus(mapped, QString(), m_accountId, QMailFolderId(), m_messageId, 0);
-    emit requestCompleted(code, this, false);
+    end(code, false);
 }

@@ -77,8 +77,10 @@ int RequestScheduler::addRequest(AsDaemonRequest *request)
     }
     insert(m_firstQueue, request);
     m_service.startWaiting();
+    // One that fails at once ends the action, upon which somebody may destroy it.
+    const QPointer<AsDaemonRequest> guarded(request);
     const int id = request->execute();
-    qMailLog(Messaging) << "Request" << request << "has been added into requests queue";
+    qMailLog(Messaging) << "Request" << guarded.data() << "has been added into requests queue";
     return id;
 }
 

@@ -41,6 +41,8 @@ private slots:
     void aRequestDestroyedWithItsParentIsInNoQueue();
     void aSecondQueueRequestThatEndsBehindTheFirstQueueIsInNoQueue();
     void aPollThatEndsTheActionTouchesNoDestroyedRequest();
+    void whoHearsOfTheEndMayDestroyTheRequest_data();
+    void whoHearsOfTheEndMayDestroyTheRequest();
 };
 
 void TestScheduler::oneRequestRunsAndEndsTheActionOnce()
@@ -413,6 +415,44 @@ void TestScheduler::aPollThatEndsTheActionTouchesNoDestroyedRequest()
     QCOMPARE(ends, 1);
     QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
     QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::whoHearsOfTheEndMayDestroyTheRequest_data()
+{
+    QTest::addColumn<QString>("how");
+    for (const char *how : {"broadcast", "refusal", "cancellation", "poll"})
+        QTest::newRow(how) << QString::fromLatin1(how);
+}
+
+void TestScheduler::whoHearsOfTheEndMayDestroyTheRequest()
+{
+    QFETCH(QString, how);
+    ServiceFixture f;
+    const LogRecorder log;
+    const QPointer<AsDaemonRequest> request = f.newRequest();
+    int ends = 0;
+    const auto destroy = [&] {
+        ++ends;
+        delete request.data();
+    };
+    connect(&f.scheduler(), &RequestScheduler::actionCompleted, this, destroy);
+    if (how == QLatin1String("cancellation"))
+        connect(request, &AsDaemonRequest::requestCompleted, this, destroy);
+    if (how == QLatin1String("refusal"))
+        f.daemon.answerOnce("sync", Answer::id(-1));
+    f.scheduler().addRequest(request);
+    if (how == QLatin1String("broadcast"))
+        f.daemon.complete(1, 200);
+    else if (how == QLatin1String("cancellation"))
+        f.service->cancelOperation(Cancel, QString());
+    else if (how == QLatin1String("poll"))
+        f.daemon.answerAlive(0);
+    f.daemon.settle();
+    f.scheduler().checkRequests(f.service->daemon());
+    QCOMPARE(ends, 1);
+    QVERIFY(!request);
+    QVERIFY(f.scheduler().isIdle());
+    QCOMPARE(f.scheduler().addRequest(f.newRequest()), how == QLatin1String("refusal") ? 1 : 2);
 }
 
 QTEST_GUILESS_MAIN(TestScheduler)
