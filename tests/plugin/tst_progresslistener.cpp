@@ -6,9 +6,11 @@
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QPointer>
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
 
+#include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -74,6 +76,7 @@ private slots:
     void eightBytesThatArriveTogetherReportTheLastRecord();
     void sixBytesReportTheFirstAndKeepTheRest();
     void aRecordThatArrivesByteByByteIsReportedOnce();
+    void bytesOfChanceInPiecesOfChanceReportRecordsAlone();
     void aNegativeRecordReportsNothingAndEndsNothing();
     void aNegativeRecordBehindAGoodOneHidesIt();
     void valuesAboveAHundredArePassedOn();
@@ -155,6 +158,44 @@ void TestProgressListener::aRecordThatArrivesByteByByteIsReportedOnce()
             QStringLiteral("%1 bytes available to read from path \"%2\"").arg(i + 1).arg(x.path)));
     }
     QCOMPARE(x.takeProgress(1), texts({"progress 55/100"}));
+}
+
+void TestProgressListener::bytesOfChanceInPiecesOfChanceReportRecordsAlone()
+{
+    quint32 seed = quint32(qEnvironmentVariableIntValue("ORVMAIL_TEST_SEED"));
+    if (seed == 0)
+        seed = QRandomGenerator::global()->generate() >> 1;
+    qInfo("ORVMAIL_TEST_SEED=%u", seed);
+    QRandomGenerator random(seed);
+    for (int round = 0; round < 30; ++round) {
+        ListenerFixture x;
+        x.listen();
+        QLocalSocket daemon;
+        QVERIFY(x.connectDaemon(daemon));
+        QByteArray bytes(int(random.bounded(200)), '\0');
+        for (char &byte : bytes)
+            byte = char(random.bounded(256));
+        QSet<QString> possible;
+        for (int at = 0; at + 4 <= bytes.size(); at += 4) {
+            qint32 value = 0;
+            std::memcpy(&value, bytes.constData() + at, sizeof value);
+            possible.insert(QStringLiteral("progress %1/100").arg(value));
+        }
+        QStringList events;
+        for (int at = 0, piece = 0; at < bytes.size(); at += piece) {
+            piece = int(1 + random.bounded(13));
+            daemon.write(bytes.mid(at, piece));
+            daemon.flush();
+            QCoreApplication::processEvents();
+            events += x.f.spy.take();
+        }
+        daemon.disconnectFromServer();
+        QTRY_VERIFY(x.finished->count() >= 1);
+        events += x.f.spy.take();
+        for (const QString &event : qAsConst(events))
+            QVERIFY2(possible.contains(event) && !event.contains(QLatin1Char('-')),
+                     qPrintable(event));
+    }
 }
 
 void TestProgressListener::aNegativeRecordReportsNothingAndEndsNothing()
