@@ -3,6 +3,7 @@
 #include "daemon/store/serveruid.h"
 #include "daemon/store/windowwriter.h"
 #include "tests/store/items.h"
+#include "tests/support/smalldisk.h"
 #include "tests/support/storefixture.h"
 
 #include <QFile>
@@ -16,8 +17,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <memory>
-#include <sched.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 using namespace Items;
@@ -133,27 +132,6 @@ int readEverything()
         }
     }
     return 0;
-}
-
-/** The own view of the file system that mounting needs; false where that is not permitted. */
-bool mountSmallDisk(const char *path, const char *size)
-{
-    const uid_t uid = ::getuid();
-    const gid_t gid = ::getgid();
-    if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-        return false;
-    const auto put = [](const char *name, const QByteArray &line) {
-        const int file = ::open(name, O_WRONLY);
-        const bool done = file >= 0 && ::write(file, line.constData(), size_t(line.size())) > 0;
-        ::close(file);
-        return done;
-    };
-    const auto own = [](uint id) {
-        return QByteArray::number(id) + ' ' + QByteArray::number(id) + " 1";
-    };
-    put("/proc/self/setgroups", "deny");
-    return put("/proc/self/uid_map", own(uid)) && put("/proc/self/gid_map", own(gid))
-        && ::mount("none", path, "tmpfs", 0, size) == 0;
 }
 
 /** Fills a small disk with windows; 0 if the error was right and all was well with room again. */

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/daemon/daemonworld.h"
+#include "tests/support/smalldisk.h"
+
+#include <memory>
+#include <QFile>
+#include <qmailnamespace.h>
+#include <QStorageInfo>
+#include <QTest>
+
+namespace {
+
+bool onSmallDisk = false;
+
+/** A file that takes what a disk has left but for some bytes. */
+bool fill(QFile &ballast, qint64 left)
+{
+    const qint64 size = QStorageInfo(QMail::dataPath()).bytesAvailable() - left;
+    return size > 0 && ballast.open(QIODevice::WriteOnly)
+        && ballast.write(QByteArray(int(size), 'b')) == size && ballast.flush();
+}
+
+} // namespace
+
+/** What becomes of a synchronisation when the mail store's disk is full. Runs on a small disk. */
+class TestAsDaemonDiskFull : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void aFullDiskFailsAndTheNextRunRepeatsTheWindow();
+
+private:
+    DaemonWorld &world() { return *m_world; }
+    /** The first Sync request of the last synchronisation. */
+    QString window()
+    {
+        return world().server.requests("Sync").value(0)[QStringLiteral("request")].toString();
+    }
+
+    std::unique_ptr<DaemonWorld> m_world;
+};
+
+void TestAsDaemonDiskFull::init()
+{
+    if (!onSmallDisk)
+        QSKIP("a small file system cannot be mounted here");
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    m_world = std::make_unique<DaemonWorld>();
+    QVERIFY(world().begin());
+}
+
+void TestAsDaemonDiskFull::cleanup()
+{
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
+}
+
+void TestAsDaemonDiskFull::aFullDiskFailsAndTheNextRunRepeatsTheWindow()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    QFile ballast(QMail::dataPath() + QStringLiteral("ballast"));
+    QVERIFY(fill(ballast, 16384));
+    world().deliver(20);
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 507);
+    QVERIFY(world().daemon.log().contains(QLatin1String("disk full")));
+    QCOMPARE(world().messageCount(), 0);
+    const QString failed = window();
+    QVERIFY(failed.contains(QLatin1String("SyncKey")));
+
+    QVERIFY(ballast.remove());
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(window(), failed);
+    QCOMPARE(world().messageCount(), 20);
+    QCOMPARE(world().differentSubjects(), 20);
+}
+
+int main(int argc, char **argv)
+{
+    onSmallDisk = mountSmallDisk(qgetenv("QMF_DATA"), "size=8m");
+    QCoreApplication app(argc, argv);
+    TestAsDaemonDiskFull test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_asdaemondiskfull.moc"
