@@ -438,7 +438,8 @@ void TestAsDaemonLife::anAccountThatGoesDuringItsSynchronisation()
     StoreFixture::Account bob = world().settings();
     bob.username = QStringLiteral("bob");
     QCOMPARE(world().codeOf(world().sync(StoreFixture::addAccount(bob))), 200);
-    QCOMPARE(world().messageCount(), count);
+    // Nothing has come since; what was just being written may have been taken back.
+    QVERIFY(world().messageCount() <= count);
     QVERIFY(count < 250);
 }
 
