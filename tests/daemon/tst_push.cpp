@@ -271,9 +271,13 @@ void TestPush::aChangeOfTheNetworkIsNoticed()
     address->sin_addr.s_addr = htonl(0x7f000963);
     const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const bool isSet = ::ioctl(socket, SIOCSIFADDR, &request) == 0;
+    // Without its flags the second address of the interface is gone again.
+    request.ifr_flags = 0;
+    const bool isRemoved = ::ioctl(socket, SIOCSIFFLAGS, &request) == 0;
     ::close(socket);
     if (!isSet)
         QSKIP("this user may not change the network");
+    QVERIFY(isRemoved);
     QTRY_COMPARE(changed.count(), 1);
 }
 
