@@ -427,7 +427,7 @@ void TestOrvmailAccount::addRefusesAWrongLogin()
 {
     const Run refused = run(addArguments() + words("--json"), OtherPassword);
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY(refused.err.contains("user name or password"));
     QCOMPARE(refused.json().object()[QLatin1String("code")].toInt(), 401);
     QCOMPARE(refused.json().object()[QLatin1String("setting")].toString(),
@@ -442,7 +442,7 @@ void TestOrvmailAccount::addRefusesAnUnknownHost()
         run(words("add --email alice@example.test --server nowhere.invalid --password-stdin"),
             Password);
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY(refused.err.contains("no connection to nowhere.invalid:443"));
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
@@ -460,7 +460,7 @@ void TestOrvmailAccount::addRefusesAnUntrustedCertificate()
                 + QStringList(QString::number(server.port())),
             Password);
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY2(refused.err.contains("certificate is not trusted"), refused.err.constData());
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
@@ -470,7 +470,7 @@ void TestOrvmailAccount::addRefusesATakenName()
     addAccount();
     const Run refused = run(addArguments(), Password);
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY(refused.err.contains("\"Demo\" already"));
     QCOMPARE(Accounts::AccountBook::accounts().size(), 1);
     QCOMPARE(m_server->log().size(), 0);
@@ -488,7 +488,7 @@ void TestOrvmailAccount::addWithoutServerSearchesAndSavesNothing()
 {
     const Run refused = run(words("add --email alice@nowhere.invalid --password-stdin"), Password);
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY(refused.err.contains("--server"));
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
@@ -556,7 +556,7 @@ void TestOrvmailAccount::storeThatCannotBeOpened()
     file.close();
     const Run refused = run(words("list"), QByteArray(), store);
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY2(refused.err.contains("store"), refused.err.constData());
     QVERIFY(refused.out.isEmpty());
 }
@@ -613,7 +613,7 @@ void TestOrvmailAccount::unknownAccountIsRefused()
          {"show", "set --push on", "remove --yes", "test", "sync", "folders"}) {
         const Run refused = run(words(command) + words("Nobody"));
         QCOMPARE(refused.exit, 1);
-        QCOMPARE(refused.errorLines(), 1);
+        QVERIFY2(refused.errorLines() == 1, refused.err.constData());
         QVERIFY(refused.err.contains("\"Nobody\""));
     }
 }
@@ -870,7 +870,7 @@ void TestOrvmailAccount::syncNeedsAMessageServer()
     addAccount();
     const Run refused = run(words("sync Demo"));
     QCOMPARE(refused.exit, 1);
-    QCOMPARE(refused.errorLines(), 1);
+    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
     QVERIFY(refused.err.contains("messageserver5"));
 }
 
