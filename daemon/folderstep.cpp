@@ -2,6 +2,7 @@
 #include "daemon/folderstep.h"
 
 #include "daemon/foldersync.h"
+#include "daemon/movedcheck.h"
 #include "daemon/store/windowwriter.h"
 
 namespace Daemon {
@@ -90,12 +91,23 @@ void FolderStep::windowWritten(const Eas::SyncWindow &window)
     if (window.initial) {
         ask();
     } else if (!window.moreAvailable) {
-        emit finished({}, false);
+        checkMoved();
     } else if (isLooping(window)) {
         emit finished({Eas::InvalidAnswer, QStringLiteral("the server does not get on")}, false);
     } else {
         emit paused();
     }
+}
+
+void FolderStep::checkMoved()
+{
+    if (m_context.db->moved(m_context.id(), m_collectionId).isEmpty()) {
+        emit finished({}, false);
+        return;
+    }
+    auto *check = new MovedCheck(m_context, m_collectionId, this);
+    connect(check, &SyncStep::finished, this, &SyncStep::finished);
+    check->proceed();
 }
 
 bool FolderStep::isLooping(const Eas::SyncWindow &window)

@@ -15,7 +15,8 @@ namespace Daemon {
  *
  * The next window is asked for only after the previous one was written, so that the key that is
  * remembered is never more than one behind the server's. A refused key leads to a fresh
- * synchronisation that keeps the messages which the server still has.
+ * synchronisation that keeps the messages which the server still has. After the last window the
+ * server is asked about messages that were moved here and that no window has shown.
  */
 class FolderStep : public SyncStep
 {
@@ -34,6 +35,7 @@ private:
     void takeWindow(const Eas::SyncWindow &window);
     void beginAnew(const Eas::Result &reason);
     void windowWritten(const Eas::SyncWindow &window);
+    void checkMoved();
     bool isLooping(const Eas::SyncWindow &window);
     void jobProgressed(int progress) override;
 

@@ -180,7 +180,7 @@ QStringList SyncRun::takeBatch()
             break;
         const auto state = m_context.db->folder(m_context.id(), name);
         const bool isAlike = batch.isEmpty() || textBound(name) == textBound(batch.first());
-        if (state && !state->reconciling && !m_alone.contains(name) && isAlike)
+        if (state && isOrdinary(*state) && !m_alone.contains(name) && isAlike)
             batch.append(name);
     }
     if (batch.size() < 2)
@@ -188,6 +188,12 @@ QStringList SyncRun::takeBatch()
     for (const QString &name : qAsConst(batch))
         m_pending.removeAll(name);
     return batch;
+}
+
+/** Whether no more is to be found out about the folder than its changes. */
+bool SyncRun::isOrdinary(const Store::FolderState &folder) const
+{
+    return !folder.reconciling && m_context.db->moved(m_context.id(), folder.serverId).isEmpty();
 }
 
 void SyncRun::startStep(SyncStep *step, const QStringList &names)

@@ -52,6 +52,7 @@ private:
     void startNext();
     qint64 textBound(const QString &folder) const;
     QStringList takeBatch();
+    bool isOrdinary(const Store::FolderState &folder) const;
     void startStep(SyncStep *step, const QStringList &names);
     void onFinished(const Eas::Result &result, bool local);
     void onBatchFinished(const QStringList &names);

@@ -26,7 +26,8 @@ public:
     /** Asks for another form of the body. */
     void setBodyPreference(const BodyPreference &preference) { m_preference = preference; }
 
-    /** The message's properties, its body without the data; valid after Success. */
+    /** The message's properties, its body without the data; valid after Success, and after NotFound
+     * what there was of them. */
     const MailItem &item() const { return m_item; }
     /** Bytes written to the device. */
     qint64 bytesWritten() const { return m_written; }

@@ -163,10 +163,14 @@ Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newSe
         result = deleteAt(move.destination, newServerId);
         return result.ok() ? acknowledgeDeletions(move.collectionId, {move.serverId}) : result;
     }
-    result = removeDouble(uid, move.id);
-    if (!result.ok())
-        return result;
-    return renameMoved(move, uid);
+    const QMailMessageKey shown = doubles(uid, move.id);
+    // Noted first: what is not noted, and gone before the folder shows it, would stay for ever.
+    if (QMailStore::instance()->countMessages(shown) == 0
+        && m_db.folder(m_account, move.destination))
+        result = m_db.addMoved(m_account, move.destination, move.id);
+    if (result.ok())
+        result = removeDoubles(shown);
+    return result.ok() ? renameMoved(move, uid) : result;
 }
 
 /** Nothing else is written: the user may be doing more with the message right now. */
@@ -202,11 +206,14 @@ Eas::Result LocalChanges::awaitMoved(const Move &move)
 }
 
 /** The folder's own synchronisation may have brought the moved message as a new one already. */
-Eas::Result LocalChanges::removeDouble(const QString &uid, const QMailMessageId &original)
+QMailMessageKey LocalChanges::doubles(const QString &uid, const QMailMessageId &original) const
 {
-    const QMailMessageKey doubles = QMailMessageKey::parentAccountId(m_account)
-        & QMailMessageKey::serverUid(uid)
+    return QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uid)
         & QMailMessageKey::id(original, QMailDataComparator::NotEqual);
+}
+
+Eas::Result LocalChanges::removeDoubles(const QMailMessageKey &doubles)
+{
     QMailStore *store = QMailStore::instance();
     if (store->countMessages(doubles) > 0 && !store->removeMessages(doubles))
         return storeFailure(QStringLiteral("cannot remove the double of a moved message"));

@@ -5,6 +5,7 @@
 #include "daemon/store/syncstatedb.h"
 
 #include <qmailmessage.h>
+#include <qmailmessagekey.h>
 
 #include <optional>
 
@@ -58,7 +59,10 @@ public:
 
     /** The server took over these flags (as they were uploaded, whatever they are now). */
     Eas::Result acknowledgeFlags(const QList<FlagChange> &changes);
-    /** The server moved it, and calls it by a new id now. */
+    /**
+     * The server moved it, and calls it by a new id now. Until the destination's synchronisation
+     * has shown it there, it is among SyncStateDb::moved().
+     */
     Eas::Result acknowledgeMove(const Move &move, const QString &newServerId);
     /**
      * The server does not have it where it was: it is gone, or was moved by a request whose answer
@@ -82,7 +86,8 @@ private:
     Eas::Result mark(const QMailMessageIdList &ids, quint64 mask, bool value);
     Eas::Result deleteAt(const QString &collectionId, const QString &serverId);
     Eas::Result renameMoved(const Move &move, const QString &uid);
-    Eas::Result removeDouble(const QString &uid, const QMailMessageId &original);
+    QMailMessageKey doubles(const QString &uid, const QMailMessageId &original) const;
+    Eas::Result removeDoubles(const QMailMessageKey &doubles);
 
     SyncStateDb &m_db;
     const QMailAccountId m_account;

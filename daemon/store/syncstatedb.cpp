@@ -40,6 +40,10 @@ const char *const tables[] = {
     "message),"
     " FOREIGN KEY (account, server_id) REFERENCES folder(account, server_id)"
     " ON DELETE CASCADE ON UPDATE CASCADE) WITHOUT ROWID",
+    "CREATE TABLE IF NOT EXISTS moved (account INTEGER NOT NULL, server_id TEXT NOT NULL,"
+    " message INTEGER NOT NULL, PRIMARY KEY (account, server_id, message),"
+    " FOREIGN KEY (account, server_id) REFERENCES folder(account, server_id)"
+    " ON DELETE CASCADE ON UPDATE CASCADE) WITHOUT ROWID",
     "CREATE TABLE IF NOT EXISTS outgoing (account INTEGER NOT NULL REFERENCES account(id)"
     " ON DELETE CASCADE, client_id TEXT NOT NULL, message INTEGER NOT NULL, rfc_id BLOB NOT NULL,"
     " created INTEGER NOT NULL, state INTEGER NOT NULL, left_at INTEGER NOT NULL,"
@@ -254,7 +258,8 @@ Eas::Result SyncStateDb::loadDeviceId()
     // What a server told another device is of no use to this one.
     for (const char *sql :
          {"DELETE FROM device", "UPDATE account SET folder_sync_key = '0', policy_key = ''",
-          "UPDATE folder SET sync_key = '0', reconciling = 0", "DELETE FROM unconfirmed"}) {
+          "UPDATE folder SET sync_key = '0', reconciling = 0", "DELETE FROM unconfirmed",
+          "DELETE FROM moved"}) {
         result = execute(QLatin1String(sql));
         if (!result.ok())
             return result;
@@ -322,7 +327,7 @@ Eas::Result SyncStateDb::resetAccount(const QMailAccountId &account)
     for (const char *sql :
          {"UPDATE account SET folder_sync_key = '0', policy_key = '', protocol_version = '',"
           " server_url = '' WHERE id = ?",
-          "DELETE FROM unconfirmed WHERE account = ?",
+          "DELETE FROM unconfirmed WHERE account = ?", "DELETE FROM moved WHERE account = ?",
           "UPDATE folder SET sync_key = '0', reconciling = 0 WHERE account = ?"}) {
         QSqlQuery query(m_database);
         query.prepare(QLatin1String(sql));
@@ -497,6 +502,11 @@ Eas::Result SyncStateDb::startReconciling(const QMailAccountId &account, const F
     query.addBindValue(state.serverId);
     if (result.ok())
         result = run(query);
+    query.prepare(QStringLiteral("DELETE FROM moved WHERE account = ? AND server_id = ?"));
+    query.addBindValue(number(account));
+    query.addBindValue(state.serverId);
+    if (result.ok())
+        result = run(query);
     query.prepare(
         QStringLiteral("INSERT INTO unconfirmed (account, server_id, message, fingerprint)"
                        " VALUES (?, ?, ?, ?)"));
@@ -542,6 +552,10 @@ Eas::Result SyncStateDb::confirm(const QMailAccountId &account, const FolderStat
         query.addBindValue(qint64(message.toULongLong()));
         result = run(query);
     }
+    for (const QMailMessageId &message : moved(account, state.serverId)) {
+        if (result.ok() && messages.contains(message))
+            result = removeMoved(account, state.serverId, message);
+    }
     return result.ok() ? transaction.commit() : result;
 }
 
@@ -558,6 +572,44 @@ QList<Unconfirmed> SyncStateDb::unconfirmed(const QMailAccountId &account,
         while (query.next())
             found.append(
                 {QMailMessageId(query.value(0).toULongLong()), query.value(1).toByteArray()});
+    }
+    return found;
+}
+
+Eas::Result SyncStateDb::addMoved(const QMailAccountId &account, const QString &serverId,
+                                  const QMailMessageId &message)
+{
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral(
+        "INSERT OR REPLACE INTO moved (account, server_id, message) VALUES (?, ?, ?)"));
+    query.addBindValue(number(account));
+    query.addBindValue(serverId);
+    query.addBindValue(qint64(message.toULongLong()));
+    return run(query);
+}
+
+Eas::Result SyncStateDb::removeMoved(const QMailAccountId &account, const QString &serverId,
+                                     const QMailMessageId &message)
+{
+    QSqlQuery query(m_database);
+    query.prepare(
+        QStringLiteral("DELETE FROM moved WHERE account = ? AND server_id = ? AND message = ?"));
+    query.addBindValue(number(account));
+    query.addBindValue(serverId);
+    query.addBindValue(qint64(message.toULongLong()));
+    return run(query);
+}
+
+QMailMessageIdList SyncStateDb::moved(const QMailAccountId &account, const QString &serverId) const
+{
+    QMailMessageIdList found;
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("SELECT message FROM moved WHERE account = ? AND server_id = ?"));
+    query.addBindValue(number(account));
+    query.addBindValue(serverId);
+    if (run(query).ok()) {
+        while (query.next())
+            found.append(QMailMessageId(query.value(0).toULongLong()));
     }
     return found;
 }

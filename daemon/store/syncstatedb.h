@@ -108,16 +108,26 @@ public:
     Eas::Result saveFolder(const QMailAccountId &account, const FolderState &state);
     Eas::Result removeFolder(const QMailAccountId &account, const QString &serverId);
 
-    /** Replaces the folder's unconfirmed messages and saves its state, both or neither. */
+    /** Replaces the folder's unconfirmed messages, which moved ones are as well from now on, and
+     * saves its state, both or neither. */
     Eas::Result startReconciling(const QMailAccountId &account, const FolderState &state,
                                  const QList<Unconfirmed> &messages);
     /** One more unconfirmed message of a folder that is not compared as a whole. */
     Eas::Result addUnconfirmed(const QMailAccountId &account, const QString &serverId,
                                const Unconfirmed &message);
-    /** Strikes messages off the unconfirmed ones and saves the folder's state, both or neither. */
+    /** Strikes messages off the unconfirmed and the moved ones and saves the folder's state, all or
+     * nothing. */
     Eas::Result confirm(const QMailAccountId &account, const FolderState &state,
                         const QMailMessageIdList &messages);
     QList<Unconfirmed> unconfirmed(const QMailAccountId &account, const QString &serverId) const;
+
+    /** Notes a message that was moved to the folder: its synchronisation has not shown it yet. */
+    Eas::Result addMoved(const QMailAccountId &account, const QString &serverId,
+                         const QMailMessageId &message);
+    /** It was shown, or is no matter of that folder any more. */
+    Eas::Result removeMoved(const QMailAccountId &account, const QString &serverId,
+                            const QMailMessageId &message);
+    QMailMessageIdList moved(const QMailAccountId &account, const QString &serverId) const;
 
     std::optional<Outgoing> outgoing(const QMailAccountId &account, const QString &clientId) const;
     std::optional<Outgoing> outgoing(const QMailAccountId &account,

@@ -7,6 +7,7 @@
 #include <qmailmessage.h>
 #include <qmailstore.h>
 
+#include <functional>
 #include <memory>
 
 namespace {
@@ -48,6 +49,11 @@ private slots:
     void aCutAnswerCarriesTheSameChangesAgain();
     void aMoveWhoseAnswerIsLostKeepsTheMessagesId_data();
     void aMoveWhoseAnswerIsLostKeepsTheMessagesId();
+    void aMovedMessageThatIsTakenAwayAtOnceGoesHereToo_data();
+    void aMovedMessageThatIsTakenAwayAtOnceGoesHereToo();
+    void aMovedMessageThatTheServerDoesNotShowStays();
+    void aMovedMessageStaysUntilTheServerSaysThatItIsGone();
+    void onlySoManyMovedMessagesAreAskedForAtOnce();
     void aKilledDaemonLosesAndDoublesNothing();
 
 private:
@@ -99,6 +105,27 @@ private:
     bool isReadAtServer(const QString &subject)
     {
         return atServer(subject).value(QStringLiteral("read")).toBool();
+    }
+
+    void deleteAtServer(const QString &subject, const QString &folder)
+    {
+        world().server.control(
+            "delete",
+            {{QStringLiteral("user"), QStringLiteral("alice")},
+             {QStringLiteral("folder"), folder},
+             {QStringLiteral("id"), atServer(subject, folder).value(QStringLiteral("id"))}});
+    }
+    /** Synchronises, and does something between the move at the server and our hearing of it. */
+    void syncAndMeanwhile(const QString &subject, const std::function<void()> &meanwhile)
+    {
+        world().server.fault({{QStringLiteral("kind"), QStringLiteral("delay")},
+                              {QStringLiteral("command"), QStringLiteral("MoveItems")},
+                              {QStringLiteral("seconds"), 1},
+                              {QStringLiteral("late"), true}});
+        const int request = world().sync();
+        QTRY_VERIFY(!atServer(subject, drafts).isEmpty());
+        meanwhile();
+        QCOMPARE(world().codeOf(request), 200);
     }
 
     std::unique_ptr<DaemonWorld> m_world;
@@ -203,11 +230,7 @@ void TestLocalChanges::aMessageThatIsGoneAtTheServerGoesHereToo()
     set({messageOf(mail1)}, Message::Read, true);
     move(messageOf(mail2), inbox, drafts);
     for (const QString &subject : {mail1, mail2})
-        world().server.control(
-            "delete",
-            {{QStringLiteral("user"), QStringLiteral("alice")},
-             {QStringLiteral("folder"), inbox},
-             {QStringLiteral("id"), atServer(subject).value(QStringLiteral("id"))}});
+        deleteAtServer(subject, inbox);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().subjects(), QStringList {mail3});
     QCOMPARE(world().messageCount(), 1);
@@ -253,10 +276,7 @@ void TestLocalChanges::flagsOfBothSidesStay()
 void TestLocalChanges::whatWasDeletedThereIsNotFlagged()
 {
     set({messageOf(mail1), messageOf(mail2)}, Message::Important, true);
-    world().server.control("delete",
-                           {{QStringLiteral("user"), QStringLiteral("alice")},
-                            {QStringLiteral("folder"), inbox},
-                            {QStringLiteral("id"), atServer(mail1).value(QStringLiteral("id"))}});
+    deleteAtServer(mail1, inbox);
     QCOMPARE(world().syncAndWait(), 200);
     QVERIFY(!messageOf(mail1).isValid());
     QCOMPARE(atServer(mail2).value(QStringLiteral("flag")).toInt(), 2);
@@ -420,6 +440,94 @@ void TestLocalChanges::aMoveWhoseAnswerIsLostKeepsTheMessagesId()
     QCOMPARE(atServer(mail2, drafts).value(QStringLiteral("flag")).toInt(), 2);
     QCOMPARE(messageOf(mail2), id);
     QVERIFY(has(id, Message::CalendarInvitation));
+}
+
+void TestLocalChanges::aMovedMessageThatIsTakenAwayAtOnceGoesHereToo_data()
+{
+    QTest::addColumn<bool>("movesOn");
+    QTest::addColumn<bool>("missingIsFine");
+    QTest::newRow("deleted") << false << false;
+    QTest::newRow("moved on") << true << false;
+    QTest::newRow("deleted at a server that has no status for it") << false << true;
+}
+
+void TestLocalChanges::aMovedMessageThatIsTakenAwayAtOnceGoesHereToo()
+{
+    QFETCH(bool, movesOn);
+    QFETCH(bool, missingIsFine);
+    world().server.control("options", {{QStringLiteral("missing_is_fine"), missingIsFine}});
+    move(messageOf(mail2), inbox, drafts);
+    syncAndMeanwhile(mail2, [&] {
+        if (movesOn)
+            world().server.control(
+                "move",
+                {{QStringLiteral("user"), QStringLiteral("alice")},
+                 {QStringLiteral("folder"), drafts},
+                 {QStringLiteral("id"), atServer(mail2, drafts).value(QStringLiteral("id"))},
+                 {QStringLiteral("target"), trash}});
+        else
+            deleteAtServer(mail2, drafts);
+    });
+    QVERIFY(world().subjects(drafts).isEmpty());
+    QCOMPARE(world().subjects(), (QStringList {mail1, mail3}));
+    QCOMPARE(world().subjects(trash), movesOn ? QStringList {mail2} : QStringList());
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+    QCOMPARE(world().server.requestCount("ItemOperations"), 1);
+}
+
+void TestLocalChanges::aMovedMessageThatTheServerDoesNotShowStays()
+{
+    world().server.control("options", {{QStringLiteral("moves_are_known"), true}});
+    const QMailMessageId id = messageOf(mail2);
+    move(id, inbox, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(drafts), QStringList {mail2});
+    QCOMPARE(messageOf(mail2), id);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 1);
+
+    // Asked once, and from then on told as of any other.
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 1);
+    deleteAtServer(mail2, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(world().subjects(drafts).isEmpty());
+    QCOMPARE(world().server.requestCount("ItemOperations"), 1);
+}
+
+void TestLocalChanges::aMovedMessageStaysUntilTheServerSaysThatItIsGone()
+{
+    move(messageOf(mail2), inbox, drafts);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
+                          {QStringLiteral("command"), QStringLiteral("ItemOperations")},
+                          {QStringLiteral("status"), 500}});
+    syncAndMeanwhile(mail2, [this] { deleteAtServer(mail2, drafts); });
+    QVERIFY(world().faultsAreTaken());
+    QCOMPARE(world().subjects(drafts), QStringList {mail2});
+
+    // Also by a daemon that only remembers that it has to ask.
+    QCOMPARE(world().endDaemon(), 0);
+    world().listener.clear();
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(world().subjects(drafts).isEmpty());
+    QCOMPARE(world().messageCount(), 2);
+}
+
+void TestLocalChanges::onlySoManyMovedMessagesAreAskedForAtOnce()
+{
+    world().server.control("options", {{QStringLiteral("moves_are_known"), true}});
+    world().deliver(27, QStringLiteral("Many"));
+    QCOMPARE(world().syncAndWait(), 200);
+    const auto all =
+        QMailStore::instance()->queryMessages(QMailMessageKey::parentAccountId(world().account));
+    for (const QMailMessageId &id : all)
+        move(id, inbox, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 20);
+    for (int i = 0; i < 2; ++i)
+        QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 30);
+    QCOMPARE(world().subjects(drafts).size(), 30);
 }
 
 void TestLocalChanges::aKilledDaemonLosesAndDoublesNothing()

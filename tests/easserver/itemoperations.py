@@ -197,7 +197,11 @@ def move_items(call):
         elif target is source:
             code = SAME
         else:
-            new = Node("Move:DstMsgId", str(call.store.move(source, item, target)))
+            moved = call.store.move(source, item, target)
+            if call.options.moves_are_known and target.id in call.device.collections:
+                snapshot = call.device.collections[target.id].ring.current[1]
+                snapshot.items[moved] = target.items[moved].state()
+            new = Node("Move:DstMsgId", str(moved))
         answer.add(Node("Move:Response", Node("Move:SrcMsgId", text), Node("Move:Status", code), new))
     return answer
 

@@ -84,6 +84,7 @@ class Options:
         self.ignores_search_range = False
         self.opaque_long_ids = False  # a search's ids tell nothing of folder and item
         self.no_mime = False          # a message has no form but its text
+        self.moves_are_known = False  # what a client moved is not shown to it in the new folder
         for name in LENIENT:
             setattr(self, name, False)
 

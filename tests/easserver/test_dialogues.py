@@ -575,6 +575,18 @@ class Items(ServerTest):
         self.assertEqual(move(1, self.folder, junk), ("1", None))
         self.assertEqual([(n, i) for n, i, _ in commands_of(self.client.sync(self.folder))], [("Delete", "1")])
 
+    def testAMoveIsShownToItsMoverOrNot(self):
+        junk = self.ready("Junk")
+        self.deliver("another")
+        for known, shown in ((False, [("Add", "1")]), (True, [])):
+            self.server.control("options", moves_are_known=known)
+            item = self.server.messages("Inbox")[0]["id"]
+            self.client.ask("MoveItems", f'<MoveItems xmlns="Move:"><Move><SrcMsgId>{item}</SrcMsgId><SrcFldId>'
+                            f"{self.folder}</SrcFldId><DstFldId>{junk}</DstFldId></Move></MoveItems>")
+            self.assertEqual([(n, i) for n, i, _ in commands_of(self.client.sync(junk))], shown)
+        self.server.control("delete", user="alice", folder="Junk", id="2")
+        self.assertEqual([(n, i) for n, i, _ in commands_of(self.client.sync(junk))], [("Delete", "2")])
+
 
 class Search(ServerTest):
     def search(self, query, options="<Range>0-9</Range>"):

@@ -45,6 +45,7 @@ private slots:
     void moveNamesBothFolders();
     void acknowledgedMoveIsKnownByItsNewId();
     void acknowledgedMoveSurvivesUndo();
+    void acknowledgedMoveIsRememberedUntilItsFolderShowsIt();
     void moveThatWasBroughtByASynchronisationIsOneMessage();
     void movedOnDuringTheUploadIsAnotherMove();
     void movedBackIsNoMove();
@@ -221,6 +222,27 @@ void LocalChangesTest::acknowledgedMoveSurvivesUndo()
     QCOMPARE(Message(id).parentFolderId(), m_account->folderId(trash));
 }
 
+void LocalChangesTest::acknowledgedMoveIsRememberedUntilItsFolderShowsIt()
+{
+    const QMailMessageId id = message(1).id();
+    moveToTrash(1);
+    QVERIFY(m_changes->acknowledgeMove(collect().first().moves.first(), text("77")).ok());
+    QCOMPARE(m_account->db.moved(m_account->id, trash), QMailMessageIdList {id});
+    // That it left its former folder, and other news, say nothing about it.
+    Eas::SyncWindow gone = Items::window(in, text("3"));
+    gone.removed = QStringList(text("1"));
+    QCOMPARE(m_account->write(gone), 200);
+    Eas::SyncWindow other = Items::window(trash, text("2"));
+    other.added = {item(text("78"), text("Other"))};
+    QCOMPARE(m_account->write(other), 200);
+    QCOMPARE(m_account->db.moved(m_account->id, trash), QMailMessageIdList {id});
+    Eas::SyncWindow shown = Items::window(trash, text("3"));
+    shown.added = {item(text("77"), text("Message 1"))};
+    QCOMPARE(m_account->write(shown), 200);
+    QVERIFY(m_account->db.moved(m_account->id, trash).isEmpty());
+    QCOMPARE(m_account->messages(trash).size(), 2);
+}
+
 void LocalChangesTest::moveThatWasBroughtByASynchronisationIsOneMessage()
 {
     const QMailMessageId id = message(1).id();
@@ -231,6 +253,8 @@ void LocalChangesTest::moveThatWasBroughtByASynchronisationIsOneMessage()
     QCOMPARE(m_account->write(come), 200);
     QVERIFY(m_changes->acknowledgeMove(move, text("77")).ok());
     QCOMPARE(m_account->messages(trash), QMailMessageIdList {id});
+    // The server has told of it, and will tell of its end.
+    QVERIFY(m_account->db.moved(m_account->id, trash).isEmpty());
 }
 
 void LocalChangesTest::movedOnDuringTheUploadIsAnotherMove()

@@ -46,6 +46,7 @@ private slots:
     void vanishedAccountsAreForgotten();
     void unconfirmedMessagesGoWithTheirFolder();
     void confirmationAndKeyAreSavedTogether();
+    void movedMessagesAreRememberedUntilTheyAreShown();
     void damagedFileIsPutAside_data();
     void damagedFileIsPutAside();
     void folderThatCannotBeWrittenIsAnError();
@@ -277,6 +278,36 @@ void SyncStateDbTest::confirmationAndKeyAreSavedTogether()
     QVERIFY(m_db->removeAccount(m_account).ok());
     QCOMPARE(m_db->startReconciling(m_account, state, messages).code, 1030);
     QVERIFY(m_db->unconfirmed(m_account, text("in")).isEmpty());
+}
+
+void SyncStateDbTest::movedMessagesAreRememberedUntilTheyAreShown()
+{
+    const Store::FolderState state = folder(text("in"));
+    const QMailMessageId shown(11);
+    const QMailMessageId other(12);
+    QVERIFY(m_db->saveFolder(m_account, state).ok());
+    QVERIFY(m_db->addMoved(m_account, text("in"), shown).ok());
+    QVERIFY(m_db->addMoved(m_account, text("in"), other).ok());
+    QVERIFY(m_db->addMoved(m_account, text("in"), other).ok());
+    {
+        SyncStateDb again(m_path, "machine");
+        QVERIFY(again.open().ok());
+        QVERIFY(again.openAccount(record()).ok());
+        QCOMPARE(again.moved(m_account, text("in")), (QMailMessageIdList {shown, other}));
+    }
+    QVERIFY(m_db->moved(m_account, text("other")).isEmpty());
+    QVERIFY(m_db->confirm(m_account, state, {shown, QMailMessageId(13)}).ok());
+    QCOMPARE(m_db->moved(m_account, text("in")), QMailMessageIdList {other});
+    QVERIFY(m_db->removeMoved(m_account, text("in"), other).ok());
+    QVERIFY(m_db->moved(m_account, text("in")).isEmpty());
+
+    // What is compared anew as a whole, or gone, needs no look at single ones.
+    QVERIFY(m_db->addMoved(m_account, text("in"), other).ok());
+    QVERIFY(m_db->startReconciling(m_account, state, {}).ok());
+    QVERIFY(m_db->moved(m_account, text("in")).isEmpty());
+    QVERIFY(m_db->addMoved(m_account, text("in"), other).ok());
+    QVERIFY(m_db->removeFolder(m_account, text("in")).ok());
+    QVERIFY(m_db->moved(m_account, text("in")).isEmpty());
 }
 
 void SyncStateDbTest::damagedFileIsPutAside_data()
