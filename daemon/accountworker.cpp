@@ -2,6 +2,7 @@
 #include "daemon/accountworker.h"
 
 #include "daemon/attachmentdownload.h"
+#include "daemon/givenupcheck.h"
 #include "daemon/logging.h"
 #include "daemon/mailboxsearch.h"
 #include "daemon/mailsending.h"
@@ -227,6 +228,24 @@ void AccountWorker::recoverOutbox()
     Store::Outbox(*m_context.db, m_context.record).recover(busy);
 }
 
+void AccountWorker::checkGivenUp()
+{
+    QList<Store::Outgoing> messages;
+    for (const Store::Outgoing &one : Store::Outbox(*m_context.db, m_context.record).givenUp()) {
+        if (m_lookedFor.value(one.clientId, -1) != one.leftAt)
+            messages.append(one);
+    }
+    if (messages.isEmpty())
+        return;
+    auto check = std::make_unique<GivenUpCheck>(m_context, messages);
+    connect(check.get(), &GivenUpCheck::notFound, this, [this](const Store::Outgoing &message) {
+        m_lookedFor.insert(message.clientId, message.leftAt);
+    });
+    Request request;
+    request.accountId = accountNumber();
+    enqueue(new Errand(std::move(check), request, this));
+}
+
 void AccountWorker::enqueue(Operation *operation)
 {
     connect(operation, &Operation::requestFinished, this, &AccountWorker::requestFinished);
@@ -299,8 +318,11 @@ void AccountWorker::onOver(const Eas::Result &result)
         // for before the refusal share it.
         cancelAll(result.code);
     }
-    if (const auto *run = qobject_cast<SyncRun *>(ended))
+    if (const auto *run = qobject_cast<SyncRun *>(ended)) {
         resumePush(*run, result);
+        if (result.ok())
+            checkGivenUp();
+    }
     next();
 }
 

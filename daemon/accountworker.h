@@ -5,6 +5,7 @@
 #include "daemon/accountcontext.h"
 #include "daemon/operation.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -62,6 +63,8 @@ private:
     Operation *operationFor(const Request &request);
     /** Looks after messages whose sending was interrupted. */
     void recoverOutbox();
+    /** Finds out whether messages that the message server has given up were sent all the same. */
+    void checkGivenUp();
     void enqueue(Operation *operation);
     void next();
     void run(Operation *operation);
@@ -82,6 +85,8 @@ private:
     std::unique_ptr<RemoteWipe> m_wipe; ///< only while the account is emptied
     QList<Operation *> m_queue;         ///< those that wait, a paused one first
     Operation *m_current = nullptr;
+    /** Messages given up that need no other look: when they left last, by client id. */
+    QHash<QString, qint64> m_lookedFor;
     QPointer<Operation> m_announced; ///< the synchronisation that others know of
 };
 

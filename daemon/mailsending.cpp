@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/mailsending.h"
 
-#include "daemon/eas/httpchannel.h"
 #include "daemon/eas/sendmailcommand.h"
 #include "daemon/logging.h"
 #include "daemon/sentlookup.h"
@@ -19,15 +18,6 @@ namespace {
 
 /** A server may need a moment to put into its folder what it has taken. */
 constexpr int LookupDelayMs = 1000;
-
-/**
- * How long a server may still be at a message that it has got, milliseconds: only then does it tell
- * something that the message is not in its folder. A part of what is waited for an answer.
- */
-int settlingTime()
-{
-    return Eas::HttpTimes::usual().answer / 8;
-}
 
 /** [MS-ASCMD] 2.2.2: the message was not submitted. */
 constexpr int SubmissionFailed = 120;
@@ -234,10 +224,7 @@ void MailSending::onFailed(const Eas::Result &failure)
 
 void MailSending::lookUp()
 {
-    const QMailMessage message(m_id);
-    const SentMark mark {Store::OutgoingMail::rfcId(message, m_outgoing), message.subject(),
-                         m_outgoing.created};
-    auto *lookup = new SentLookup(m_context, mark, this);
+    auto *lookup = new SentLookup(m_context, SentMark::of(m_outgoing), this);
     connect(lookup, &SyncStep::finished, this, [this, lookup](const Eas::Result &result) {
         lookup->deleteLater();
         if (result.ok() && lookup->hasFound())
@@ -248,20 +235,12 @@ void MailSending::lookUp()
             finish(m_failure);
         else if (!result.ok())
             finish(result);
-        else if (timeToSettle() > 0)
-            QTimer::singleShot(timeToSettle(), this, &MailSending::lookUp);
+        else if (SentLookup::timeToSettle(m_outgoing) > 0)
+            QTimer::singleShot(SentLookup::timeToSettle(m_outgoing), this, &MailSending::lookUp);
         else
             send();
     });
     lookup->proceed();
-}
-
-/** Milliseconds until it is clear that what is not in the server's folder will not come there. */
-int MailSending::timeToSettle() const
-{
-    const qint64 passed = QDateTime::currentMSecsSinceEpoch() - m_outgoing.leftAt;
-    // The clock may have been set back.
-    return passed < 0 ? 0 : int(qMax<qint64>(0, settlingTime() - passed));
 }
 
 void MailSending::finish(const Eas::Result &result)

@@ -54,7 +54,6 @@ private:
     void onSent(const Eas::Result &answer);
     void onFailed(const Eas::Result &failure);
     void lookUp();
-    int timeToSettle() const;
     void finish(const Eas::Result &result);
     void settle(const Eas::Result &result);
 

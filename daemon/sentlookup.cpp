@@ -3,9 +3,11 @@
 
 #include "daemon/eas/fetchmessagecommand.h"
 #include "daemon/eas/folderchanges.h"
+#include "daemon/eas/httpchannel.h"
 #include "daemon/folderstep.h"
 #include "daemon/foldersync.h"
 #include "daemon/logging.h"
+#include "daemon/store/outgoingmail.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/treestep.h"
 
@@ -27,6 +29,15 @@ constexpr int MostCandidates = 50;
 /** ... and so much of each: all of the head but for very long lists of recipients. */
 constexpr int HeadSize = 51200;
 
+/**
+ * How long a server may still be at a message that it has got, milliseconds: only then does it tell
+ * something that the message is not in its folder. A part of what is waited for an answer.
+ */
+int settlingTime()
+{
+    return Eas::HttpTimes::usual().answer / 8;
+}
+
 std::optional<Store::FolderState> sentFolder(const AccountContext &context)
 {
     const auto folders = context.db->folders(context.id());
@@ -39,10 +50,23 @@ std::optional<Store::FolderState> sentFolder(const AccountContext &context)
 
 } // namespace
 
+SentMark SentMark::of(const Store::Outgoing &outgoing)
+{
+    const QMailMessage message(outgoing.messageId);
+    return {Store::OutgoingMail::rfcId(message, outgoing), message.subject(), outgoing.created};
+}
+
 SentLookup::SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent)
     : SyncStep(context, parent)
     , m_mark(mark)
 {
+}
+
+int SentLookup::timeToSettle(const Store::Outgoing &outgoing)
+{
+    const qint64 passed = QDateTime::currentMSecsSinceEpoch() - outgoing.leftAt;
+    // The clock may have been set back.
+    return passed < 0 ? 0 : int(qMax<qint64>(0, settlingTime() - passed));
 }
 
 void SentLookup::proceed()

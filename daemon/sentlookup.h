@@ -17,6 +17,8 @@ struct SentMark
     QByteArray rfcId;
     QString subject;
     qint64 since = 0; ///< it was sent after this time, UTC seconds since 1970
+
+    static SentMark of(const Store::Outgoing &outgoing);
 };
 
 /**
@@ -33,6 +35,10 @@ public:
     SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent);
 
     void proceed() override;
+
+    /** Milliseconds until it is clear that what is not in the server's folder will not come there.
+     */
+    static int timeToSettle(const Store::Outgoing &outgoing);
 
     /** Valid after it has finished with Success. */
     bool hasFound() const { return m_found; }

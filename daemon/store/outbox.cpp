@@ -18,6 +18,8 @@ using Message = QMailMessageMetaData;
 
 const QString clientIdField = QStringLiteral("orvmail-client-id");
 const QString reasonField = QStringLiteral("orvmail-send-failure");
+/** The message server's own, "true" once it has tried often enough. */
+const QString givenUpField = QStringLiteral("dontSend");
 
 /** 32 letters and digits. */
 QString newClientId()
@@ -51,6 +53,14 @@ QString interrupted(const QMailMessageId &id)
 {
     const QString known = currentMessage(id).customField(reasonField);
     return known.isEmpty() ? QStringLiteral("the sending was interrupted") : known;
+}
+
+/** Whether it waits, and the message server leaves it alone. */
+bool isGivenUp(const QMailMessageId &id)
+{
+    const Message message = currentMessage(id);
+    return (message.status() & Message::Outbox)
+        && message.customField(givenUpField) == QLatin1String("true");
 }
 
 /** Messages from here that are in no state that anybody looks at. */
@@ -135,6 +145,27 @@ Eas::Result Outbox::takeOut(const QMailMessageId &id)
     if (exists(id) && !QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord))
         return storeFailure(QStringLiteral("cannot take a sent message out of the outbox"));
     return {};
+}
+
+QList<Outgoing> Outbox::givenUp() const
+{
+    QList<Outgoing> found;
+    for (const Outgoing &outgoing : m_db.outgoing(m_account.id)) {
+        if (outgoing.state != Outgoing::Ready && isGivenUp(outgoing.messageId))
+            found.append(outgoing);
+    }
+    return found;
+}
+
+Eas::Result Outbox::settleGivenUp(const Outgoing &outgoing)
+{
+    // The message first: once it is known as sent, nobody looks for it again.
+    if (isGivenUp(outgoing.messageId)) {
+        const Eas::Result taken = takeOut(outgoing.messageId);
+        if (!taken.ok())
+            return taken;
+    }
+    return save(outgoing, Outgoing::Sent);
 }
 
 void Outbox::recover(const QSet<QMailMessageId> &busy)

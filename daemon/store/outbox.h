@@ -39,6 +39,14 @@ public:
     Eas::Result takeOut(const QMailMessageId &id);
 
     /**
+     * Messages that were sent or may have been, and that the message server, which does not know of
+     * it, does not try to send any more.
+     */
+    QList<Outgoing> givenUp() const;
+    /** One of those was sent, and is done with, even if it is to be sent again right now. */
+    Eas::Result settleGivenUp(const Outgoing &outgoing);
+
+    /**
      * Deals with the messages whose sending nobody pursues any more, because this process or the
      * message server ended over it, and which no list shows as waiting: puts them back, or takes
      * them out if they were sent. `busy` are those that are being sent.

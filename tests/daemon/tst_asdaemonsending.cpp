@@ -58,6 +58,10 @@ private slots:
     void anInterruptedSendingReturnsToTheOutbox();
     void whatWasSentButNotToldIsTakenOut();
     void whatIsKnownToBeSentIsNotSentAgain();
+    void aGivenUpMessageThatWasSentLeavesTheOutbox_data();
+    void aGivenUpMessageThatWasSentLeavesTheOutbox();
+    void aGivenUpMessageThatWasNotSentStays();
+    void aMessageThatIsTriedAgainIsNotLookedFor();
     void whatWasRefusedButNotToldReturnsWithItsReason();
     void theReasonGoesWhenItIsSent();
     void whatNobodySentIsLeftAlone();
@@ -65,6 +69,15 @@ private slots:
 
 private:
     SendingWorld &world() { return *m_world; }
+    /** As the message server does with a message that it has tried to send often enough. */
+    void giveUp(const QMailMessageId &id)
+    {
+        world().setOutbox(id, true);
+        QMailMessage message(id);
+        message.setCustomField(QStringLiteral("dontSend"), QStringLiteral("true"));
+        QVERIFY(QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                               QMailMessageKey::Custom, message));
+    }
     std::unique_ptr<SendingWorld> m_world;
 };
 
@@ -539,6 +552,75 @@ void TestAsDaemonSending::whatIsKnownToBeSentIsNotSentAgain()
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().server.requestCount("SendMail"), 0);
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::aGivenUpMessageThatWasSentLeavesTheOutbox_data()
+{
+    QTest::addColumn<bool>("known");
+    QTest::newRow("the daemon has heard of it") << true;
+    QTest::newRow("the daemon has not") << false;
+}
+
+void TestAsDaemonSending::aGivenUpMessageThatWasSentLeavesTheOutbox()
+{
+    QFETCH(bool, known);
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(2);
+    QVERIFY(world().daemon.start());
+    if (!known)
+        world().server.fault(SendingWorld::sendFault(
+            "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 3}}));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), known ? 200 : 901);
+    QTRY_COMPARE(SendingWorld::reasonOf(id).isEmpty(), known);
+    giveUp(id);
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
+    QCOMPARE(QMailStore::instance()->messageRemovalRecords(world().account).size(), 0);
+    QCOMPARE(world().server.requestCount("SendMail"), 1);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().subjects(QStringLiteral("Sent")), QStringList {QStringLiteral("Hello")});
+}
+
+void TestAsDaemonSending::aGivenUpMessageThatWasNotSentStays()
+{
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(2); // for a server that may still be at it
+    QVERIFY(world().daemon.start());
+    world().deliver(1, QStringLiteral("Other"), QStringLiteral("Sent"));
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_VERIFY(!SendingWorld::reasonOf(id).isEmpty());
+    giveUp(id);
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(world().server.requestCount("ItemOperations"), 1);
+    // It was looked for: that is enough until it leaves once more.
+    for (int i = 0; i < 2; ++i)
+        QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 1);
+    QCOMPARE(world().server.requestCount("SendMail"), 0);
+    QVERIFY(world().isInOutbox(id));
+    QVERIFY(!SendingWorld::reasonOf(id).isEmpty());
+    QCOMPARE(QMailMessage(id).customField(QStringLiteral("dontSend")), QStringLiteral("true"));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+/** Its own next attempt will. */
+void TestAsDaemonSending::aMessageThatIsTriedAgainIsNotLookedFor()
+{
+    world().deliver(1, QStringLiteral("Other"), QStringLiteral("Sent"));
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    world().setOutbox(id, true);
+    world().server.clearLog();
+    for (int i = 0; i < 2; ++i)
+        QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 0);
+    QVERIFY(world().isInOutbox(id));
 }
 
 void TestAsDaemonSending::whatWasRefusedButNotToldReturnsWithItsReason()

@@ -159,8 +159,10 @@ class Round:
             self.synchronise(attempt)
             store = self.look()
             waiting = [m for m in store["messages"] if m["outbox"]]
+            # What has arrived must leave the outbox without anybody's help.
+            arrived = set(self.mailbox.arrived())
             for message in waiting:
-                if message["given up"]:
+                if message["given up"] and message["subject"] not in arrived:
                     self.note(f"quiet: {message['subject']} is wanted sent all the same")
                     self.world.user("again", message["subject"])
             if waiting:
