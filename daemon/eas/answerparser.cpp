@@ -87,7 +87,7 @@ void AnswerParser::text(const QByteArray &bytes)
 {
     const Tag tag = m_path.last();
     if (streams(tag)) {
-        piece(tag, bytes);
+        stream(tag, bytes);
         return;
     }
     const int room = int(qBound(qint64(0), textLimit(tag) - m_text.size(), qint64(bytes.size())));
@@ -96,6 +96,17 @@ void AnswerParser::text(const QByteArray &bytes)
     m_held += room;
     if (m_held > Limits::HeldSize) {
         fail(QStringLiteral("an answer of more than %1 bytes").arg(Limits::HeldSize));
+    }
+}
+
+void AnswerParser::stream(Tag tag, const QByteArray &bytes)
+{
+    // An answer may name a long text of its string table with three bytes, again and again.
+    m_streamed += bytes.size();
+    if (m_streamed > Limits::DownloadSize) {
+        fail(QStringLiteral("a content of more than %1 bytes").arg(Limits::DownloadSize));
+    } else {
+        piece(tag, bytes);
     }
 }
 

@@ -12,7 +12,7 @@ namespace Eas {
  * its end.
  *
  * Texts up to Limits::TextSize are collected; where streams() says so, they are handed on in pieces
- * instead, and the element ends with an empty text.
+ * instead, up to Limits::DownloadSize, and the element ends with an empty text.
  */
 class AnswerParser
 {
@@ -67,6 +67,7 @@ private:
     bool drain();
     void start(Tag tag);
     void text(const QByteArray &bytes);
+    void stream(Tag tag, const QByteArray &bytes);
     void end(Tag tag);
 
     const Tag m_root;
@@ -78,6 +79,7 @@ private:
     int m_status = 0;
     int m_elements = 0;
     qint64 m_held = 0;
+    qint64 m_streamed = 0;
     bool m_cut = false;
     bool m_begun = false;
     bool m_complete = false;

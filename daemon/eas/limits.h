@@ -10,7 +10,7 @@ namespace Eas::Limits {
 /** Bytes of an answer, unpacked. */
 constexpr qint64 AnswerSize = 64 * 1024 * 1024;
 /** Bytes of an answer that carries messages or attachments, which are not held in memory as a
- * whole. */
+ * whole; and of what is written of it. */
 constexpr qint64 DownloadSize = Q_INT64_C(2) * 1024 * 1024 * 1024;
 /** Bytes of an answer that are held in memory. */
 constexpr qint64 HeldSize = 64 * 1024 * 1024;
