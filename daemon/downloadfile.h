@@ -3,8 +3,7 @@
 #define DAEMON_DOWNLOADFILE_H
 
 #include "daemon/eas/result.h"
-
-#include <QTemporaryFile>
+#include "daemon/sparingfile.h"
 
 namespace Daemon {
 
@@ -17,6 +16,7 @@ public:
 
     /** Makes the file; NoRoom where that cannot be. */
     Eas::Result open();
+    /** Writing to it fails before the disk is full. */
     QIODevice *device() { return &m_file; }
     /** All is written and on the disk; NoRoom where it did not fit. */
     Eas::Result finish();
@@ -27,7 +27,7 @@ public:
     static void removeLeftovers();
 
 private:
-    QTemporaryFile m_file;
+    SparingFile m_file;
     QString m_path;
 };
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/downloadfile.h"
 #include "tests/daemon/daemonworld.h"
 #include "tests/support/smalldisk.h"
 
@@ -32,6 +33,7 @@ private slots:
     void cleanup();
 
     void aFullDiskFailsAndTheNextRunRepeatsTheWindow();
+    void anEndlessDownloadLeavesTheStoreItsRoom();
 
 private:
     DaemonWorld &world() { return *m_world; }
@@ -80,6 +82,23 @@ void TestAsDaemonDiskFull::aFullDiskFailsAndTheNextRunRepeatsTheWindow()
     QCOMPARE(window(), failed);
     QCOMPARE(world().messageCount(), 20);
     QCOMPARE(world().differentSubjects(), 20);
+}
+
+void TestAsDaemonDiskFull::anEndlessDownloadLeavesTheStoreItsRoom()
+{
+    const QByteArray piece(10000, 'x');
+    Daemon::DownloadFile file;
+    QVERIFY(file.open().ok());
+    qint64 written = 0;
+    while (file.device()->write(piece) == piece.size() && written < 100 * 1000 * 1000)
+        written += piece.size();
+    QVERIFY(written > 1000 * 1000 && written < 8 * 1024 * 1024);
+    QVERIFY(file.device()->errorString().startsWith(QLatin1String("disk full")));
+    QVERIFY(QStorageInfo(QMail::dataPath()).bytesAvailable() >= 2 * 1024 * 1024);
+    // The rest of the store works on.
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 3);
 }
 
 int main(int argc, char **argv)

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_SPARINGFILE_H
+#define DAEMON_SPARINGFILE_H
+
+#include <QTemporaryFile>
+
+namespace Daemon {
+
+/**
+ * A temporary file in the mail store's folder that fails before the disk is full.
+ *
+ * What a server sends must not take the room that the mail store needs for its next write.
+ */
+class SparingFile : public QTemporaryFile
+{
+public:
+    using QTemporaryFile::QTemporaryFile;
+
+protected:
+    qint64 writeData(const char *bytes, qint64 length) override;
+
+private:
+    qint64 m_allowed = 0; ///< bytes until the disk is looked at again
+};
+
+} // namespace Daemon
+
+#endif
