@@ -5,6 +5,7 @@
 #include "daemon/eas/httpchannel.h"
 #include "daemon/engine.h"
 #include "daemon/front.h"
+#include "daemon/halves.h"
 #include "daemon/logging.h"
 #include "daemon/signalwatcher.h"
 
@@ -35,27 +36,6 @@ void prepareProcess()
     // A dump of this process would have passwords in it.
     const rlimit none = {0, 0};
     setrlimit(RLIMIT_CORE, &none);
-}
-
-void connectHalves(Daemon::Engine *engine, Daemon::Front *front)
-{
-    using Daemon::Engine;
-    using Daemon::Front;
-    QObject::connect(front, &Front::checkWanted, engine, &Engine::check);
-    QObject::connect(front, &Front::requestAccepted, engine, &Engine::accept);
-    QObject::connect(front, &Front::requestDropped, engine, &Engine::drop);
-    QObject::connect(front, &Front::syncStopWanted, engine, &Engine::stopSync);
-    // That its thread comes to it is the answer.
-    QObject::connect(front, &Front::lifeSignWanted, engine, [front] {
-        QMetaObject::invokeMethod(front, &Front::hearLifeSign, Qt::QueuedConnection);
-    });
-    QObject::connect(engine, &Engine::accountsChanged, front, &Front::setAccounts);
-    QObject::connect(engine, &Engine::checkResolved, front, &Front::resolveCheck);
-    QObject::connect(engine, &Engine::requestFinished, front, &Front::finishRequest);
-    QObject::connect(engine, &Engine::searchFinished, front, &Front::finishSearch);
-    QObject::connect(engine, &Engine::syncBegan, front, &Front::beginSync);
-    QObject::connect(engine, &Engine::syncProgressed, front, &Front::setProgress);
-    QObject::connect(engine, &Engine::syncEnded, front, &Front::endSync);
 }
 
 /** Ends the process after the front has said its last word, soon, whatever the engine does. */
@@ -105,7 +85,7 @@ int serve(const QDBusConnection &bus)
     front->setLastRequestId(firstRequestId());
     auto *watcher = new Daemon::SignalWatcher(front);
     front->setAccounts(engine.accounts());
-    connectHalves(&engine, front);
+    Daemon::connectHalves(&engine, front);
     connectEnd(watcher, front);
     front->moveToThread(&thread);
     QObject::connect(&thread, &QThread::finished, front, &QObject::deleteLater);
@@ -138,9 +118,6 @@ int main(int argc, char *argv[])
         times.idle = qMin(times.idle, times.answer);
     }
     Daemon::startLogging(line.logRules, line.logPlatform);
-    qRegisterMetaType<Daemon::Request>("Daemon::Request");
-    qRegisterMetaType<QSet<quint64>>("QSet<quint64>");
-    qRegisterMetaType<Activesync::SearchMailboxResult>("Activesync::SearchMailboxResult");
 
     const auto bus =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("asdaemon"));

@@ -69,6 +69,7 @@ public:
     void hangUp();
 
     const QList<SeenRequest> &requests() const { return m_requests; }
+    void forgetRequests() { m_requests.clear(); }
     int connections() const { return m_connections; }
     /** Bytes of requests that came so far, also of one that is not complete. */
     qint64 bytesSeen() const { return m_bytesSeen; }

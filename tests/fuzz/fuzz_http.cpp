@@ -5,8 +5,8 @@
 #include "daemon/eas/foldersynccommand.h"
 #include "tests/eas/sessionfixture.h"
 #include "tests/fuzz/require.h"
+#include "tests/fuzz/waited.h"
 
-#include <QCoreApplication>
 #include <QUrl>
 
 using namespace Eas;
@@ -31,7 +31,8 @@ void checkAnswer(const QByteArray &bytes)
         [](const SeenRequest &) { return ScriptedAnswer {ScriptedServer::http(503), true}; });
     fixture.server.enqueue(bytes, true);
     FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    REQUIRE(fixture.run(&command, 5000));
+    command.start();
+    REQUIRE(waited([&command] { return command.isFinished(); }, 5000));
     const Result &result = command.result();
     REQUIRE(result.retryAfter >= 0 && result.retryAfter <= Limits::RetryAfter);
     // What was asked again was so because of a redirect, a demand, or a connection that was stale.

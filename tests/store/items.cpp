@@ -4,7 +4,6 @@
 #include "daemon/store/folderwriter.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/windowwriter.h"
-#include "tests/support/storefixture.h"
 
 #include <QFile>
 #include <qmailstore.h>
@@ -87,8 +86,8 @@ Eas::FolderChanges usualFolders(const QString &key)
 
 } // namespace Items
 
-SyncedAccount::SyncedAccount()
-    : id(StoreFixture::addAccount())
+SyncedAccount::SyncedAccount(const StoreFixture::Account &settings)
+    : id(StoreFixture::addAccount(settings))
 {
     const bool opened = db.open().ok() && db.openAccount(Store::AccountRecord::read(id)).ok();
     if (!opened || !Store::FolderWriter(db, id, Items::usualFolders()).run().ok())

@@ -5,6 +5,7 @@
 #include "daemon/eas/folderchanges.h"
 #include "daemon/eas/syncwindow.h"
 #include "daemon/store/syncstatedb.h"
+#include "tests/support/storefixture.h"
 
 #include <qmailmessage.h>
 
@@ -30,7 +31,7 @@ Eas::FolderChanges usualFolders(const QString &key = QStringLiteral("f1"));
 class SyncedAccount
 {
 public:
-    SyncedAccount();
+    explicit SyncedAccount(const StoreFixture::Account &settings = StoreFixture::Account());
     ~SyncedAccount();
 
     /** Writes the window; the result's code. */

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_HALVES_H
+#define DAEMON_HALVES_H
+
+namespace Daemon {
+
+class Engine;
+class Front;
+
+/** Lets the two talk to each other, whatever threads they live in. */
+void connectHalves(Engine *engine, Front *front);
+
+} // namespace Daemon
+
+#endif
