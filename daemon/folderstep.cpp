@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/folderstep.h"
 
+#include "daemon/eas/limits.h"
 #include "daemon/foldersync.h"
 #include "daemon/movedcheck.h"
 #include "daemon/store/windowwriter.h"
@@ -9,8 +10,8 @@ namespace Daemon {
 
 namespace {
 
-/** A server that says "more" and brings nothing is asked this often. */
-constexpr int EmptyWindows = 5;
+/** A server that says "more" and brings nothing, or the same again, is asked this often. */
+constexpr int IdleWindows = 5;
 
 } // namespace
 
@@ -112,8 +113,20 @@ void FolderStep::checkMoved()
 
 bool FolderStep::isLooping(const Eas::SyncWindow &window)
 {
-    m_emptyWindows = FolderSync::isEmpty(window) ? m_emptyWindows + 1 : 0;
-    return m_emptyWindows >= EmptyWindows || window.syncKey == m_key;
+    m_idleWindows = namesNewItems(window) ? 0 : m_idleWindows + 1;
+    return m_idleWindows >= IdleWindows || window.syncKey == m_key
+        || m_named.size() > Eas::Limits::FolderItems;
+}
+
+bool FolderStep::namesNewItems(const Eas::SyncWindow &window)
+{
+    constexpr uint Gone = 1;
+    const int before = m_named.size();
+    for (const Eas::MailItem &item : window.added + window.changed)
+        m_named.insert(qHash(item.serverId));
+    for (const QString &id : window.removed + window.outOfRange)
+        m_named.insert(qHash(id, Gone));
+    return m_named.size() > before;
 }
 
 void FolderStep::jobProgressed(int progress)

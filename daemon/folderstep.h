@@ -7,6 +7,7 @@
 #include "daemon/windowsize.h"
 
 #include <QElapsedTimer>
+#include <QSet>
 
 namespace Daemon {
 
@@ -37,6 +38,7 @@ private:
     void windowWritten(const Eas::SyncWindow &window);
     void checkMoved();
     bool isLooping(const Eas::SyncWindow &window);
+    bool namesNewItems(const Eas::SyncWindow &window);
     void jobProgressed(int progress) override;
 
     const QString m_collectionId;
@@ -45,7 +47,8 @@ private:
     QElapsedTimer m_asked;
     QString m_key; ///< sent last
     bool m_begunAnew = false;
-    int m_emptyWindows = 0;
+    QSet<uint> m_named; ///< hashes of the ids that came so far, and of those that went
+    int m_idleWindows = 0;
     int m_progress = 0;
 };
 

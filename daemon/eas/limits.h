@@ -38,8 +38,10 @@ constexpr int KeyLength = 4096;
 constexpr int FolderNameLength = 1024;
 /** Folders in one answer. */
 constexpr int Folders = 20000;
-/** Items in one window. */
+/** Items in one window, */
 constexpr int Items = 20000;
+/** ... and in all windows of one folder that follow one another. */
+constexpr int FolderItems = 1000 * 1000;
 /** Characters of one header field of a message (the addresses of a large list are long). */
 constexpr int HeaderFieldLength = 1024 * 1024;
 /** Attachments of one message, */

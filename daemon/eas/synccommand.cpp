@@ -258,7 +258,9 @@ Result SyncCommand::evaluate()
             }
             m_windows[i] = answered;
             m_windows[i].initial = m_requests.at(i).syncKey == firstKey;
-            if (answered.status == 1 && answered.syncKey.isEmpty()) {
+            // A client that took "0" for a key would be where it began, again and again.
+            if (answered.status == 1
+                && (answered.syncKey.isEmpty() || answered.syncKey == firstKey)) {
                 return {InvalidAnswer, QStringLiteral("a folder without a synchronisation key")};
             }
         }

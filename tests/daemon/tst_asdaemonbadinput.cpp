@@ -30,6 +30,7 @@ private slots:
     void aRefusedKeyKeepsTheMessages();
     void aRefusedFolderKeyKeepsTheFolders();
     void aChangedTreeIsFetchedBeforeTheFolder();
+    void moreWithoutItemsEnds_data();
     void moreWithoutItemsEnds();
     void oneBadFolderDoesNotHoldUpTheOthers();
     void aPassingFailureIsTriedAgain();
@@ -307,11 +308,20 @@ void TestAsDaemonBadInput::aChangedTreeIsFetchedBeforeTheFolder()
     QCOMPARE(world().server.requestCount("FolderSync"), 2);
 }
 
+void TestAsDaemonBadInput::moreWithoutItemsEnds_data()
+{
+    QTest::addColumn<QJsonValue>("item");
+    QTest::newRow("nothing") << QJsonValue();
+    QTest::newRow("always the same") << QJsonValue(QStringLiteral("77"));
+}
+
 void TestAsDaemonBadInput::moreWithoutItemsEnds()
 {
+    QFETCH(QJsonValue, item);
     QCOMPARE(world().syncAndWait(), 200);
     world().server.clearLog();
-    world().server.fault(fault("more", {{QStringLiteral("count"), -1}}));
+    world().server.fault(
+        fault("more", {{QStringLiteral("count"), -1}, {QStringLiteral("item"), item}}));
     QCOMPARE(world().syncAndWait(), 501);
     QVERIFY(world().server.requestCount("Sync") < 60);
     world().server.clearFaults();

@@ -41,6 +41,7 @@ class TestSync : public QObject
 
 private slots:
     void keyZeroAsksForNothingElse();
+    void zeroIsNoKeyToGoOnWith();
     void theRequestHasItsElementsInOrder();
     void truncationIsToldInBothWays_data();
     void truncationIsToldInBothWays();
@@ -100,6 +101,18 @@ void TestSync::keyZeroAsksForNothingElse()
     QVERIFY(window.initial && !window.unchanged);
     QCOMPARE(window.syncKey, QStringLiteral("-1"));
     QCOMPARE(window.collectionId, box);
+}
+
+void TestSync::zeroIsNoKeyToGoOnWith()
+{
+    for (const auto &key : {QStringLiteral("0"), QStringLiteral("k1")}) {
+        SessionFixture fixture;
+        fixture.server.enqueue(
+            ScriptedServer::document(collection({}).replace("k2</SyncKey>", "0</SyncKey>")));
+        SyncCommand command(fixture.session.get(), {requestFor(key)});
+        QVERIFY(fixture.run(&command));
+        QCOMPARE(command.result().code, int(InvalidAnswer));
+    }
 }
 
 void TestSync::theRequestHasItsElementsInOrder()

@@ -56,7 +56,9 @@ def with_status(command, code):
 
 
 def more_without_items(call):
-    """A Sync that promises more and brings nothing."""
+    """A Sync that promises more and brings nothing, or always the deletion of one item."""
+    item = call.fault_value("more", "item")
+    gone = [Node("AirSync:Commands", Node("AirSync:Delete", Node("AirSync:ServerId", str(item))))] if item else []
     wanted = call.root.find("AirSync:Collections")
     answers = []
     for request in wanted.nodes("AirSync:Collection") if wanted else []:
@@ -65,5 +67,5 @@ def more_without_items(call):
         if snapshot is None:
             return None
         one.state.ring.advance(snapshot.copy(), None)
-        answers.append(one.success([Node("AirSync:MoreAvailable")]))
+        answers.append(one.success([Node("AirSync:MoreAvailable"), *gone]))
     return Node("AirSync:Sync", Node("AirSync:Collections", *answers)) if answers else None

@@ -11,7 +11,8 @@ A fault is a JSON object: "kind", and optionally "command" (only for that one), 
   item_status        every Change, Delete, Move of the client is refused with "status"
   odd_item           the first Add of a Sync is odd: "how" is empty (no data), dates, values (words for
                      numbers), twice, no_id
-  more               Sync says MoreAvailable with a new key and without items
+  more               Sync says MoreAvailable with a new key and without items, or each time with the
+                     deletion of "item"
   delay              "seconds" before the request is carried out, or with "late" before the answer
   slow               the answer trickles at "rate" bytes a second
   cut                the connection ends after "bytes" bytes of the answer's body

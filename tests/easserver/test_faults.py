@@ -101,6 +101,8 @@ class Faults(ServerTest):
         self.assertTrue(at(answer, "AirSync:MoreAvailable"))
         self.assertEqual(commands_of(answer), [])
         self.assertNotEqual(self.client.keys[folder], key)
+        self.fault("more", command="Sync", item="77")
+        self.assertEqual(commands_of(self.client.sync(folder))[0][:2], ("Delete", "77"))
         self.assertEqual(len(commands_of(self.client.sync(folder))), 1)
 
     def testOddItems(self):
