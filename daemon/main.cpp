@@ -33,8 +33,9 @@ void prepareProcess()
     // The mail store compiles a regular expression for one match each; interpreting is cheaper.
     qputenv("QT_ENABLE_REGEXP_JIT", "0");
     umask(077);
-    // A dump of this process would have passwords in it.
-    const rlimit none = {0, 0};
+    // A dump of this process would have passwords in it. Not 0, with which the kernel still hands
+    // it to a program that collects dumps; at 1 byte, deliberately, it refuses those as well.
+    const rlimit none = {1, 1};
     setrlimit(RLIMIT_CORE, &none);
 }
 

@@ -337,7 +337,7 @@ void TestAsDaemonLife::noCoreIsDumped()
         if (line.startsWith("Max core file size"))
             core = line.simplified();
     }
-    QCOMPARE(core, QByteArray("Max core file size 0 0 bytes"));
+    QCOMPARE(core, QByteArray("Max core file size 1 1 bytes"));
 }
 
 void TestAsDaemonLife::itsFilesAreTheUsersOwn()
