@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Daemon {
 
@@ -15,6 +17,36 @@ namespace {
 constexpr char OwnCategories[] = "asdaemon";
 
 bool showsPlatform = false;
+bool isJournal = false;
+
+/** Whether the service manager has tied standard error to the journal, systemd.exec(5). */
+bool writesToJournal()
+{
+    struct stat error;
+    if (fstat(STDERR_FILENO, &error) != 0)
+        return false;
+    const QByteArray stream = QByteArray::number(qulonglong(error.st_dev)) + ':'
+        + QByteArray::number(qulonglong(error.st_ino));
+    return qgetenv("JOURNAL_STREAM") == stream;
+}
+
+/** What makes the journal take a line as of this priority, sd-daemon(3). */
+const char *journalPrefix(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return "<7>";
+    case QtInfoMsg:
+        return "<6>";
+    case QtWarningMsg:
+        return "<4>";
+    case QtCriticalMsg:
+        return "<3>";
+    case QtFatalMsg:
+        return "<2>";
+    }
+    return "";
+}
 
 void writeMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
@@ -22,7 +54,8 @@ void writeMessage(QtMsgType type, const QMessageLogContext &context, const QStri
         && std::strncmp(context.category, OwnCategories, sizeof OwnCategories - 1) == 0;
     if (!isOwn && !showsPlatform && type != QtFatalMsg)
         return;
-    std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, text)));
+    std::fprintf(stderr, "%s%s\n", isJournal ? journalPrefix(type) : "",
+                 qPrintable(qFormatLogMessage(type, context, text)));
 }
 
 } // namespace
@@ -30,7 +63,10 @@ void writeMessage(QtMsgType type, const QMessageLogContext &context, const QStri
 void startLogging(const QString &rules, bool withPlatform)
 {
     showsPlatform = withPlatform;
-    qSetMessagePattern(QStringLiteral("asdaemon: %{if-category}%{category}: %{endif}%{message}"));
+    isJournal = writesToJournal();
+    // The journal knows the program.
+    qSetMessagePattern((isJournal ? QString() : QStringLiteral("asdaemon: "))
+                       + QStringLiteral("%{if-category}%{category}: %{endif}%{message}"));
     QLoggingCategory::setFilterRules(rules);
     qInstallMessageHandler(writeMessage);
 }

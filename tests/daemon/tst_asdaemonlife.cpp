@@ -27,6 +27,7 @@ private slots:
     void helpAndVersionAreTold();
     void whatIsNotUnderstoodIsRefused();
     void withoutASessionBusItEnds();
+    void theJournalIsToldAPriority();
     void dbusStartsIt();
     void aSecondInstanceSaysSoAndEnds();
     void sigtermCancelsWhatRunsAndClearsTheState();
@@ -122,6 +123,28 @@ void TestAsDaemonLife::withoutASessionBusItEnds()
     const Run run = runOnce({}, QStringLiteral("unix:path=/nonexistent/bus"));
     QCOMPARE(run.code, 1);
     QVERIFY(run.text.contains(QLatin1String("bus")));
+}
+
+void TestAsDaemonLife::theJournalIsToldAPriority()
+{
+    const auto run = [](const QString &journal) {
+        QProcess shell;
+        shell.start(QStringLiteral("/bin/sh"),
+                    {QStringLiteral("-c"),
+                     QStringLiteral("DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent/bus "
+                                    "JOURNAL_STREAM=%1 exec \"$0\" 2>\"$TMPDIR/journal\"")
+                         .arg(journal),
+                     DaemonProcess::program()});
+        shell.waitForFinished(20000);
+        QFile file(qEnvironmentVariable("TMPDIR") + QStringLiteral("/journal"));
+        file.open(QIODevice::ReadOnly);
+        return file.readAll();
+    };
+    // Another's journal.
+    QCOMPARE(run(QStringLiteral("1:1")),
+             QByteArray("asdaemon: asdaemon: there is no session bus\n"));
+    QCOMPARE(run(QStringLiteral("$(stat -L -c %d:%i \"$TMPDIR/journal\")")),
+             QByteArray("<3>asdaemon: there is no session bus\n"));
 }
 
 void TestAsDaemonLife::dbusStartsIt()
