@@ -283,7 +283,8 @@ daemon off;
 pid /run/nginx.pid;
 events {}
 http {
-  access_log /srv/log/http;
+  log_format scheme '$scheme "$request" $status $body_bytes_sent';
+  access_log /srv/log/http scheme;
   client_body_temp_path /tmp/body;
   proxy_temp_path /tmp/proxy;
   fastcgi_temp_path /tmp/unused;
