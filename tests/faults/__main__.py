@@ -31,7 +31,7 @@ class Round:
         self.dice = random.Random(seed)
         mailbox.dice = random.Random(seed + 1)
         self.kinds = [k for k in all_kinds(world) if k != "several"]
-        self.deeds, self.met, self.failed = [], 0, False
+        self.deeds, self.left, self.met, self.failed = [], [], 0, False
         self.over = threading.Event()
 
     def run(self):
@@ -180,7 +180,15 @@ class Round:
             raise Failure("the fault itself did not go as planned")
         if findings:
             raise Failure("\n".join(findings))
+        self.discard([m for m in store["messages"] if m["outbox"]])
         self.mailbox.forget()
+
+    def discard(self, messages):
+        """Mails that cannot be sent, which the person has read the reason of and throws away."""
+        for message in messages:
+            self.left.append(f"{message['subject']} waited in vain: {message['reason']}")
+            self.mailbox.sent.discard(message["subject"])
+            self.world.user("discard", message["subject"])
 
     def synchronise(self, attempt):
         """At first as a person does, who may have done it a moment ago; then past the message server."""
@@ -268,6 +276,7 @@ def main():
                 one.run()
                 print(f"   round {number} {one.kind}: {time.monotonic() - start:.1f} s, quiet after "
                       f"{one.seconds:.1f} s and {one.attempts} attempts, met {one.met} times", flush=True)
+                print("".join(f"      {left}\n" for left in one.left), end="", flush=True)
                 if os.environ.get("FAULTS_VERBOSE"):
                     print("\n".join(one.deeds))
                 if one.met:

@@ -184,6 +184,13 @@ QJsonObject MailUser::remove(const QString &subject) const
                    && QMailStore::instance()->removeMessage(id, QMailStore::CreateRemovalRecord));
 }
 
+QJsonObject MailUser::discard(const QString &subject) const
+{
+    const QMailMessageId id = find(subject);
+    return outcome(id.isValid()
+                   && QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord));
+}
+
 QJsonObject MailUser::compose(const QString &subject, const QString &recipient) const
 {
     const QMailAccount account(m_account);

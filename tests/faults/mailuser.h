@@ -30,6 +30,8 @@ public:
     QJsonObject move(const QString &subject, const QString &folder) const;
     /** For good, not into the trash. */
     QJsonObject remove(const QString &subject) const;
+    /** Throws away a message that no server knows. */
+    QJsonObject discard(const QString &subject) const;
     /** Puts a new message where the message server looks for what is to be sent. */
     QJsonObject compose(const QString &subject, const QString &recipient) const;
 

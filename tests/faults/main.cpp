@@ -30,6 +30,7 @@ QMap<QString, Command> commands(const Faults::MailUser &user, const QStringList 
         {QStringLiteral("unflag"), [=] { return user.flag(subject, 0, QMailMessage::Important); }},
         {QStringLiteral("move"), [=] { return user.move(subject, words.value(1)); }},
         {QStringLiteral("delete"), [=] { return user.remove(subject); }},
+        {QStringLiteral("discard"), [=] { return user.discard(subject); }},
         {QStringLiteral("compose"), [=] { return user.compose(subject, words.value(1)); }},
         {QStringLiteral("again"), [=] { return user.sendAgain(subject); }},
         {QStringLiteral("fetch"), [=] { return user.fetch(subject, seconds); }},
