@@ -55,12 +55,12 @@ QString interrupted(const QMailMessageId &id)
     return known.isEmpty() ? QStringLiteral("the sending was interrupted") : known;
 }
 
-/** Whether it waits, and the message server leaves it alone. */
-bool isGivenUp(const QMailMessageId &id)
+/** Messages that wait, and that the message server leaves alone. */
+QMailMessageKey givenUpKey(const QMailAccountId &account)
 {
-    const Message message = currentMessage(id);
-    return (message.status() & Message::Outbox)
-        && message.customField(givenUpField) == QLatin1String("true");
+    return QMailMessageKey::parentAccountId(account)
+        & QMailMessageKey::status(Message::Outbox, QMailDataComparator::Includes)
+        & QMailMessageKey::customField(givenUpField, QStringLiteral("true"));
 }
 
 /** Messages from here that are in no state that anybody looks at. */
@@ -150,9 +150,11 @@ Eas::Result Outbox::takeOut(const QMailMessageId &id)
 QList<Outgoing> Outbox::givenUp() const
 {
     QList<Outgoing> found;
-    for (const Outgoing &outgoing : m_db.outgoing(m_account.id)) {
-        if (outgoing.state != Outgoing::Ready && isGivenUp(outgoing.messageId))
-            found.append(outgoing);
+    for (const QMailMessageId &id :
+         QMailStore::instance()->queryMessages(givenUpKey(m_account.id))) {
+        const auto known = m_db.outgoing(m_account.id, id);
+        if (known && known->state != Outgoing::Ready)
+            found.append(*known);
     }
     return found;
 }
@@ -160,7 +162,8 @@ QList<Outgoing> Outbox::givenUp() const
 Eas::Result Outbox::settleGivenUp(const Outgoing &outgoing)
 {
     // The message first: once it is known as sent, nobody looks for it again.
-    if (isGivenUp(outgoing.messageId)) {
+    const QMailMessageKey key = givenUpKey(m_account.id) & QMailMessageKey::id(outgoing.messageId);
+    if (QMailStore::instance()->countMessages(key) > 0) {
         const Eas::Result taken = takeOut(outgoing.messageId);
         if (!taken.ok())
             return taken;
