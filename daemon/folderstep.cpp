@@ -68,6 +68,7 @@ void FolderStep::beginAnew(const Eas::Result &reason)
         return;
     }
     m_begunAnew = true;
+    m_named.clear();
     const Eas::Result result = FolderSync::beginAnew(m_context, m_collectionId, reason);
     if (result.ok())
         ask();
@@ -120,10 +121,13 @@ bool FolderStep::isLooping(const Eas::SyncWindow &window)
 
 bool FolderStep::namesNewItems(const Eas::SyncWindow &window)
 {
-    constexpr uint Gone = 1;
+    constexpr uint Added = 0, Changed = 1, Gone = 2;
     const int before = m_named.size();
-    for (const Eas::MailItem &item : window.added + window.changed)
-        m_named.insert(qHash(item.serverId));
+    for (const Eas::MailItem &item : window.added)
+        m_named.insert(qHash(item.serverId, Added));
+    // Somebody may mark thousands as read while they come in.
+    for (const Eas::MailItem &item : window.changed)
+        m_named.insert(qHash(item.serverId, Changed));
     for (const QString &id : window.removed + window.outOfRange)
         m_named.insert(qHash(id, Gone));
     return m_named.size() > before;

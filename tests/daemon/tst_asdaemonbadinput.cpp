@@ -28,6 +28,7 @@ private slots:
     void httpStatuses_data();
     void httpStatuses();
     void aRefusedKeyKeepsTheMessages();
+    void aKeyRefusedAmongTheWindowsBeginsTheFolderAnew();
     void aRefusedFolderKeyKeepsTheFolders();
     void aChangedTreeIsFetchedBeforeTheFolder();
     void moreWithoutItemsEnds_data();
@@ -278,6 +279,20 @@ void TestAsDaemonBadInput::aRefusedKeyKeepsTheMessages()
     QCOMPARE(kept.size(), 149);
     QVERIFY(world().subjects().contains(QStringLiteral("New 1")));
     QVERIFY(!world().subjects().contains(QStringLiteral("Mail 1")));
+}
+
+void TestAsDaemonBadInput::aKeyRefusedAmongTheWindowsBeginsTheFolderAnew()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    world().deliver(800);
+    world().server.clearLog();
+    QJsonObject late = refusedCollection(3);
+    late[QStringLiteral("after")] = 8;
+    world().server.fault(late);
+    QCOMPARE(world().syncAndWait(), 200);
+    // Most come once more; that is no reason to give up.
+    QCOMPARE(messageIds().size(), 800);
+    QVERIFY(world().server.requestCount("Sync") > 16);
 }
 
 void TestAsDaemonBadInput::aRefusedFolderKeyKeepsTheFolders()
