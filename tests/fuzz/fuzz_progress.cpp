@@ -7,6 +7,7 @@
 #include "tests/fuzz/waited.h"
 #include "tests/plugin/servicefixture.h"
 
+#include <QAbstractEventDispatcher>
 #include <QFile>
 #include <QLocalSocket>
 #include <QPointer>
@@ -25,6 +26,8 @@ enum Event {
     ListenerGoes,
     Turn
 };
+
+constexpr int MostSeconds = 8;
 
 QList<qint32> recordsIn(const QByteArray &bytes)
 {
@@ -47,6 +50,7 @@ public:
 
 private:
     void write(const QByteArray &piece);
+    void connectSecond();
     bool isOver() const { return m_ended || !m_listener; }
 
     const QString m_path = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/part");
@@ -55,6 +59,7 @@ private:
     QLocalSocket m_daemon;
     QLocalSocket m_second;
     QByteArray m_written;
+    int m_seconds = 0;
     int m_finished = 0;
     bool m_ended = false;
 };
@@ -75,6 +80,17 @@ void Exchange::write(const QByteArray &piece)
     m_daemon.flush();
 }
 
+void Exchange::connectSecond()
+{
+    if (++m_seconds > MostSeconds)
+        return;
+    m_second.abort();
+    m_second.connectToServer(m_path);
+    // Where nobody accepts, the queue is short.
+    if (m_second.state() == QLocalSocket::ConnectedState)
+        m_second.write("\1\0\0\0\2", 5);
+}
+
 void Exchange::play(const QByteArray &bytes)
 {
     for (int at = 0; at < bytes.size() && !isOver();) {
@@ -84,9 +100,7 @@ void Exchange::play(const QByteArray &bytes)
             at += piece.size();
             write(piece);
         } else if (event == SecondClient) {
-            m_second.abort();
-            m_second.connectToServer(m_path);
-            m_second.write("\1\0\0\0\2", 5);
+            connectSecond();
         } else if (event == DownloadEnds) {
             m_ended = true;
             m_listener->onDisconnected();
@@ -122,6 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static auto *fixture = new ServiceFixture;
     fixture->service->startWaiting();
+    // The service counts by itself when time passes.
+    QAbstractEventDispatcher::instance()->unregisterTimers(fixture->service.get());
     fixture->spy.take();
     {
         Exchange exchange(fixture->service.get());
