@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/logging.h"
 
+#include <QRegularExpression>
+
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
@@ -48,14 +50,25 @@ const char *journalPrefix(QtMsgType type)
     return "";
 }
 
+/** Errors quote what servers and settings say. Who and where that is, is told for debugging alone.
+ */
+QString withoutAddresses(QString text)
+{
+    static const QRegularExpression address(
+        QStringLiteral("[a-z][a-z0-9+.-]*://[^\\s\"]+|[^\\s\"<>(),;:]+@[^\\s\"<>(),;:]+"),
+        QRegularExpression::CaseInsensitiveOption);
+    return text.replace(address, QStringLiteral("(address)"));
+}
+
 void writeMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     const bool isOwn = context.category
         && std::strncmp(context.category, OwnCategories, sizeof OwnCategories - 1) == 0;
     if (!isOwn && !showsPlatform && type != QtFatalMsg)
         return;
+    const QString shown = isOwn && type != QtDebugMsg ? withoutAddresses(text) : text;
     std::fprintf(stderr, "%s%s\n", isJournal ? journalPrefix(type) : "",
-                 qPrintable(qFormatLogMessage(type, context, text)));
+                 qPrintable(qFormatLogMessage(type, context, shown)));
 }
 
 } // namespace

@@ -14,6 +14,7 @@ Q_DECLARE_LOGGING_CATEGORY(lcSync)     ///< what a synchronisation does
 /**
  * Starts logging to standard error: each category's information and warnings, and everything of
  * those that the rules name. Where that is the journal, each line has its priority.
+ * Mail addresses and URLs are left out of all but debug messages.
  *
  * What the mail store and Qt log is left out unless it is asked for: the store's warnings quote
  * what it writes, which is people's mail.

@@ -287,6 +287,9 @@ Result HttpCall::transportResult() const
                     ? QStringLiteral("no TLS with the server: %1").arg(text)
                     : QStringLiteral("the server's certificate is not trusted: %1")
                           .arg(m_tlsErrors.join(QStringLiteral("; ")))};
+    case QNetworkReply::HostNotFoundError:
+        // Qt's text would carry the name into the log.
+        return {NoConnection, QStringLiteral("there is no host of this name")};
     case QNetworkReply::TimeoutError:
     case QNetworkReply::ProxyTimeoutError:
         return {Timeout, text};

@@ -41,6 +41,7 @@ private slots:
     void noCoreIsDumped();
     void itsFilesAreTheUsersOwn();
     void neitherPasswordsNorContentsAreLogged();
+    void addressesAreLoggedForDebuggingAlone();
 
     void anAccountThatIsAddedIsServedAtOnce();
     void changedSettingsAreUsedAtOnce();
@@ -390,6 +391,36 @@ void TestAsDaemonLife::neitherPasswordsNorContentsAreLogged()
     QVERIFY2(!log.contains(QLatin1String("Shibboleth")), qPrintable(log));
     // "alice:pa55-Shibboleth" as HTTP sends it.
     QVERIFY(!log.contains(QLatin1String("YWxpY2U6cGE1NS1TaGliYm9sZXRo")));
+}
+
+void TestAsDaemonLife::addressesAreLoggedForDebuggingAlone()
+{
+    // Their names are the addresses, as the account program has it unless told otherwise.
+    StoreFixture::Account redirected = world().settings();
+    redirected.name = QStringLiteral("alice@shibboleth.test");
+    world().changeSettings(world().account, redirected);
+    StoreFixture::Account lost = world().settings();
+    lost.server = QStringLiteral("shibboleth.invalid");
+    const QMailAccountId lostId = StoreFixture::addAccount(lost);
+    StoreFixture::Account useless = redirected;
+    useless.name = QStringLiteral("bob@shibboleth.test");
+    useless.port = -1;
+    const QMailAccountId uselessId = StoreFixture::addAccount(useless);
+    QVERIFY(world().daemon.start({}));
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
+                          {QStringLiteral("count"), -1},
+                          {QStringLiteral("status"), 451},
+                          {QStringLiteral("location"),
+                           QStringLiteral("http://shibboleth.test/x?User=alice@shibboleth.test")}});
+    for (const QMailAccountId &id : {world().account, lostId, uselessId}) {
+        const int request = world().sync(id);
+        QVERIFY(request <= 0 || world().codeOf(request) != 200);
+    }
+    const QString log = world().daemon.log();
+    QVERIFY2(log.contains(QLatin1String("where the login may not go: (address)")), qPrintable(log));
+    QVERIFY2(log.contains(QLatin1String("there is no host of this name")), qPrintable(log));
+    QVERIFY2(log.contains(QLatin1String("port: -1 is not a port")), qPrintable(log));
+    QVERIFY2(!log.contains(QLatin1String("shibboleth")), qPrintable(log));
 }
 
 void TestAsDaemonLife::anAccountThatIsAddedIsServedAtOnce()
