@@ -38,10 +38,10 @@ class Round:
         state = self.world.user("state") or {"messages": []}
         subjects = [m["subject"] for m in state["messages"] if m["folder"] != "Trash" and not m["outbox"]
                     and not m["sent"] and m["subject"].startswith("Mail")]
-        sides = [threading.Thread(target=self.side, args=(deed, count)) for deed, count in (
+        sides = [threading.Thread(target=self.side, args=(deed, count), daemon=True) for deed, count in (
             (lambda: self.mailbox.user_deed(subjects), self.dice.randint(7, 13)),
             (self.mailbox.far_deed, self.dice.randint(5, 12)))]
-        trouble = threading.Thread(target=self.trouble)
+        trouble = threading.Thread(target=self.trouble, daemon=True)
         for thread in (*sides, trouble):
             thread.start()
         for thread in sides:
@@ -69,7 +69,7 @@ class Round:
         else:
             kinds = [self.kind]
         self.note(" and ".join(kinds))
-        parts = [threading.Thread(target=self.one_trouble, args=(kind,)) for kind in kinds]
+        parts = [threading.Thread(target=self.one_trouble, args=(kind,), daemon=True) for kind in kinds]
         for part in parts:
             part.start()
         for part in parts:
