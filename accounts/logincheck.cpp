@@ -25,7 +25,8 @@ LoginCheck::LoginCheck(const AccountSettings &settings, const QString &deviceId,
     Eas::Device device;
     device.id = deviceId.isEmpty() ? QStringLiteral("orvmail") : deviceId;
     m_session = std::make_unique<Eas::Session>(
-        Eas::ServerAddress {settings.server, settings.port, settings.encryption},
+        Eas::ServerAddress {settings.server, settings.port, settings.encryption,
+                            settings.email.section(QLatin1Char('@'), -1)},
         Eas::Credentials {settings.userName, settings.password, settings.domain}, device);
 }
 

@@ -22,8 +22,9 @@ namespace {
 
 bool sameServer(const Store::AccountRecord &a, const Store::AccountRecord &b)
 {
-    return a.server == b.server && a.port == b.port && a.encryption == b.encryption
-        && a.userName == b.userName && a.password == b.password && a.domain == b.domain;
+    return a.server == b.server && a.email == b.email && a.port == b.port
+        && a.encryption == b.encryption && a.userName == b.userName && a.password == b.password
+        && a.domain == b.domain;
 }
 
 Eas::ServerAddress addressOf(const Store::AccountRecord &record)
@@ -32,6 +33,7 @@ Eas::ServerAddress addressOf(const Store::AccountRecord &record)
     address.host = record.server;
     address.port = record.port;
     address.encryption = record.encryption;
+    address.mailDomain = record.email.section(QLatin1Char('@'), -1);
     return address;
 }
 

@@ -222,7 +222,7 @@ bool HttpCall::followRedirect()
 {
     const QUrl to(QString::fromUtf8(m_answer.header("X-MS-Location").trimmed()), QUrl::StrictMode);
     if (m_answer.status != 451 || m_redirects == Limits::Redirects
-        || !HttpChannel::mayFollow(m_url, to)) {
+        || !m_channel->mayFollow(m_url, to)) {
         return false;
     }
     QUrl bare = to;
@@ -251,10 +251,10 @@ bool HttpCall::followRedirect()
 Result HttpCall::resultOfReply()
 {
     if (m_answer.status == 451) {
-        return {
-            NotActiveSync,
-            QStringLiteral("the server redirects in a circle, or to where the login may not go: %1")
-                .arg(QString::fromUtf8(m_answer.header("X-MS-Location")))};
+        return {NotActiveSync,
+                QStringLiteral("the server redirects in a circle, or to where the login goes only "
+                               "if the account says so: %1")
+                    .arg(QString::fromUtf8(m_answer.header("X-MS-Location")))};
     }
     if (m_answer.status != 0 && m_answer.status != 200) {
         Result result = httpStatusResult(m_answer.status);

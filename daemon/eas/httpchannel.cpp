@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/eas/httpchannel.h"
 
+#include <QHostAddress>
 #include <QSslConfiguration>
+
+#include <algorithm>
 
 namespace Eas {
 
@@ -14,6 +17,11 @@ namespace {
  */
 const bool noPolling =
     qputenv("QT_BEARER_POLL_TIMEOUT", "-1") && qputenv("QT_EXCLUDE_GENERIC_BEARER", "1");
+
+bool isThisMachine(const QString &host)
+{
+    return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
+}
 
 } // namespace
 
@@ -53,17 +61,28 @@ HttpCall *HttpChannel::send(const HttpRequest &request)
     return call;
 }
 
-bool HttpChannel::mayFollow(const QUrl &from, const QUrl &to)
+bool HttpChannel::mayFollow(const QUrl &from, const QUrl &to) const
 {
-    const QString tls = QStringLiteral("https");
-    if (!to.isValid() || to.host().isEmpty() || !to.userInfo().isEmpty()) {
+    if (!to.isValid() || to.host().isEmpty() || !to.userInfo().isEmpty()
+        || !belongsTogether(from.host(), to.host())) {
         return false;
     }
-    if (to.scheme() == tls) {
+    if (to.scheme() == QLatin1String("https")) {
         return true;
     }
     return to.scheme() == QLatin1String("http") && from.scheme() == to.scheme()
         && from.host() == to.host();
+}
+
+bool HttpChannel::belongsTogether(const QString &from, const QString &to) const
+{
+    return from == to || (isThisMachine(from) && isThisMachine(to))
+        || std::any_of(m_loginDomains.cbegin(), m_loginDomains.cend(),
+                       [&to](const QString &domain) {
+                           return !domain.isEmpty()
+                               && (to.compare(domain, Qt::CaseInsensitive) == 0
+                                   || to.endsWith(QLatin1Char('.') + domain, Qt::CaseInsensitive));
+                       });
 }
 
 } // namespace Eas

@@ -40,6 +40,8 @@ public:
     void setUrl(const QUrl &url) { m_url = url; }
     QUrl url() const { return m_url; }
     void setCredentials(const Credentials &credentials);
+    /** Domains whose hosts may get the login by a redirect; the host that is asked always may. */
+    void setLoginDomains(const QStringList &domains) { m_loginDomains = domains; }
     void setTimes(const HttpTimes &times) { m_times = times; }
     const HttpTimes &times() const { return m_times; }
     /** Certificates that are trusted besides the system's. */
@@ -48,8 +50,9 @@ public:
     /** Sends a request; the call is the caller's, and reports from the event loop alone. */
     HttpCall *send(const HttpRequest &request);
 
-    /** Whether the login may follow a redirect from one URL to another. */
-    static bool mayFollow(const QUrl &from, const QUrl &to);
+    /** Whether the login may follow a redirect from one URL to another: not without TLS to another
+     * host or after TLS, and never out of the login's domains. */
+    bool mayFollow(const QUrl &from, const QUrl &to) const;
 
 signals:
     /** The server wants to be asked at another URL from now on (HTTP 451). */
@@ -58,9 +61,12 @@ signals:
 private:
     friend class HttpCall;
 
+    bool belongsTogether(const QString &from, const QString &to) const;
+
     QNetworkAccessManager m_manager;
     QUrl m_url;
     QByteArray m_authorization;
+    QStringList m_loginDomains;
     QSslConfiguration m_tls;
     HttpTimes m_times = HttpTimes::usual();
     /** An answer came: its connection may be used again, and may be dead then. */

@@ -17,6 +17,7 @@ struct ServerAddress
     QString host; ///< a name, an IPv4 address, or an IPv6 address with or without brackets
     int port = 0;
     int encryption = NoEncryption;
+    QString mailDomain {}; ///< of the account's mail address, whose hosts are trusted; may be empty
 
     /** Success, or BadConfiguration with a text that names the setting and what is wrong with it.
      */

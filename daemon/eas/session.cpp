@@ -21,6 +21,7 @@ Session::Session(const ServerAddress &address, const Credentials &credentials, c
 {
     m_channel->setUrl(address.url());
     m_channel->setCredentials(credentials);
+    m_channel->setLoginDomains({address.host, address.mailDomain});
     connect(m_channel, &HttpChannel::moved, this, &Session::moved);
 }
 
@@ -37,7 +38,7 @@ void Session::setState(const SessionState &state)
         m_state.policyKey = SessionState().policyKey;
     }
     // What was kept may be older than the account's settings.
-    if (!m_state.url.isEmpty() && !HttpChannel::mayFollow(m_address.url(), m_state.url)) {
+    if (!m_state.url.isEmpty() && !m_channel->mayFollow(m_address.url(), m_state.url)) {
         m_state.url.clear();
     }
     m_channel->setUrl(m_state.url.isEmpty() ? m_address.url() : m_state.url);
@@ -225,7 +226,7 @@ void Session::unlearn(const Result &result)
     }
     // Not where that would take the login back to a connection without TLS.
     if ((result.code == NoConnection || result.code == NotActiveSync)
-        && HttpChannel::mayFollow(m_channel->url(), m_address.url())) {
+        && m_channel->mayFollow(m_channel->url(), m_address.url())) {
         state.url.clear();
     }
     if (state != m_state) {

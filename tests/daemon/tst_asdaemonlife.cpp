@@ -417,7 +417,7 @@ void TestAsDaemonLife::addressesAreLoggedForDebuggingAlone()
         QVERIFY(request <= 0 || world().codeOf(request) != 200);
     }
     const QString log = world().daemon.log();
-    QVERIFY2(log.contains(QLatin1String("where the login may not go: (address)")), qPrintable(log));
+    QVERIFY2(log.contains(QLatin1String("if the account says so: (address)")), qPrintable(log));
     QVERIFY2(log.contains(QLatin1String("there is no host of this name")), qPrintable(log));
     QVERIFY2(log.contains(QLatin1String("port: -1 is not a port")), qPrintable(log));
     QVERIFY2(!log.contains(QLatin1String("shibboleth")), qPrintable(log));

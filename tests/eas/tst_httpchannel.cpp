@@ -133,6 +133,7 @@ private slots:
     void redirectsThatMayBeFollowed();
     void aRedirectIsFollowedWithTheBody();
     void aRedirectToAnotherHostWithoutTlsIsNotFollowed();
+    void aRedirectToAStrangerIsNotFollowed();
     void aRedirectInACircleEnds();
     void aRedirectToItselfEnds();
     void tlsWithATrustedCertificate();
@@ -615,18 +616,29 @@ void TestHttpChannel::redirectsThatMayBeFollowed_data()
     QTest::addColumn<QString>("from");
     QTest::addColumn<QString>("to");
     QTest::addColumn<bool>("allowed");
-    QTest::newRow("TLS, another host") << "https://a.test/x" << "https://b.test/y" << true;
+    QTest::newRow("TLS, another host of the mail's domain")
+        << "https://a.test/x" << "https://b.mail.test/y" << true;
+    QTest::newRow("TLS, the mail's domain") << "https://a.test/x" << "https://Mail.test/y" << true;
+    QTest::newRow("TLS, below the server") << "https://a.test/x" << "https://b.a.test/y" << true;
+    QTest::newRow("TLS, this machine by another name")
+        << "https://localhost/x" << "https://127.0.0.1/y" << true;
+    QTest::newRow("TLS, a stranger") << "https://a.test/x" << "https://b.test/y" << false;
+    QTest::newRow("TLS, a stranger whose name ends so")
+        << "https://a.test/x" << "https://evilmail.test/y" << false;
+    QTest::newRow("TLS, a stranger whose name begins so")
+        << "https://a.test/x" << "https://mail.test.evil/y" << false;
     QTest::newRow("up to TLS, same host") << "http://a.test/x" << "https://a.test/x" << true;
-    QTest::newRow("up to TLS, another host") << "http://a.test/x" << "https://b.test/x" << true;
+    QTest::newRow("up to TLS, another host")
+        << "http://a.test/x" << "https://b.mail.test/x" << true;
     QTest::newRow("down from TLS") << "https://a.test/x" << "http://a.test/x" << false;
     QTest::newRow("no TLS, same host") << "http://a.test/x" << "http://a.test:81/y" << true;
     QTest::newRow("no TLS, same host, other case")
         << "http://a.test/x" << "http://A.TEST/y" << true;
-    QTest::newRow("no TLS, another host") << "http://a.test/x" << "http://b.test/x" << false;
+    QTest::newRow("no TLS, another host") << "http://a.test/x" << "http://b.mail.test/x" << false;
     QTest::newRow("another protocol") << "https://a.test/x" << "ftp://a.test/x" << false;
     QTest::newRow("a file") << "https://a.test/x" << "file:///etc/passwd" << false;
     QTest::newRow("no host") << "https://a.test/x" << "https:///x" << false;
-    QTest::newRow("a login in it") << "https://a.test/x" << "https://a:b@b.test/x" << false;
+    QTest::newRow("a login in it") << "https://a.test/x" << "https://a:b@b.a.test/x" << false;
     QTest::newRow("relative") << "https://a.test/x" << "/y" << false;
     QTest::newRow("nothing") << "https://a.test/x" << "" << false;
     QTest::newRow("rubbish") << "https://a.test/x" << "https://[" << false;
@@ -637,7 +649,8 @@ void TestHttpChannel::redirectsThatMayBeFollowed()
     QFETCH(QString, from);
     QFETCH(QString, to);
     QFETCH(bool, allowed);
-    QCOMPARE(HttpChannel::mayFollow(QUrl(from), QUrl(to)), allowed);
+    m_channel->setLoginDomains({QStringLiteral("a.test"), QStringLiteral("mail.test"), QString()});
+    QCOMPARE(m_channel->mayFollow(QUrl(from), QUrl(to)), allowed);
 }
 
 void TestHttpChannel::aRedirectIsFollowedWithTheBody()
@@ -674,6 +687,19 @@ void TestHttpChannel::aRedirectToAnotherHostWithoutTlsIsNotFollowed()
     QVERIFY(heard.wait());
     QCOMPARE(heard.code(), int(NotActiveSync));
     QCOMPARE(other.connections(), 0);
+    QCOMPARE(m_channel->url(), urlOf(*m_server));
+}
+
+void TestHttpChannel::aRedirectToAStrangerIsNotFollowed()
+{
+    m_channel->setLoginDomains({QStringLiteral("127.0.0.1"), QStringLiteral("example.test")});
+    m_server->enqueue(
+        ScriptedServer::http(451, {}, {{"X-MS-Location", "https://stranger.invalid/x"}}));
+    Heard heard(m_channel->send(post()));
+    QVERIFY(heard.wait());
+    // Not even asked for.
+    QCOMPARE(heard.code(), int(NotActiveSync));
+    QVERIFY(heard.answer.result.text.contains(QLatin1String("https://stranger.invalid/x")));
     QCOMPARE(m_channel->url(), urlOf(*m_server));
 }
 
