@@ -18,8 +18,9 @@ from mailbox import Mailbox
 from proxy import KINDS
 from world import Failure, World, await_true
 
-# Seconds that something may take once nothing is wrong any more.
-PATIENCE = 90
+# Seconds that something may take once nothing is wrong any more: the daemon waits two minutes for an
+# answer, which does not come where the length of a request was garbled.
+PATIENCE = 150
 PROCESSES = ("daemon", "messageserver", "server")
 
 
