@@ -10,6 +10,8 @@
 #include <QUrl>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace Store {
 
 namespace {
@@ -63,21 +65,18 @@ QMailMessageKey givenUpKey(const QMailAccountId &account)
         & QMailMessageKey::customField(givenUpField, QStringLiteral("true"));
 }
 
-/** Messages from here that are in no state that anybody looks at. */
-QMailMessageIdList stranded(const QMailAccountId &account)
+/** Messages from here that neither wait nor are the server's, so that nobody looks at them. */
+QMailMessageMetaDataList stranded(const QMailAccountId &account)
 {
-    const quint64 settled = Message::Outbox | Message::Sent | Message::Draft | Message::Trash
-        | Message::Removed | Message::Temporary;
+    const quint64 settled =
+        Message::Outbox | Message::Draft | Message::Trash | Message::Removed | Message::Temporary;
     const QMailMessageKey key = QMailMessageKey::parentAccountId(account)
         & QMailMessageKey::status(Message::Outgoing, QMailDataComparator::Includes)
         & ~QMailMessageKey::status(settled, QMailDataComparator::Includes);
-    QMailMessageIdList found;
-    const auto messages = QMailStore::instance()->messagesMetaData(
-        key, QMailMessageKey::Id | QMailMessageKey::ServerUid);
-    for (const Message &message : messages) {
-        if (message.serverUid().isEmpty())
-            found.append(message.id());
-    }
+    QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        key, QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::Status);
+    const auto isTheServers = [](const Message &one) { return !one.serverUid().isEmpty(); };
+    found.erase(std::remove_if(found.begin(), found.end(), isTheServers), found.end());
     return found;
 }
 
@@ -174,13 +173,15 @@ Eas::Result Outbox::settleGivenUp(const Outgoing &outgoing)
 void Outbox::recover(const QSet<QMailMessageId> &busy)
 {
     forgetRemoved();
-    for (const QMailMessageId &id : stranded(m_account.id)) {
+    const QMailMessageMetaDataList messages = stranded(m_account.id);
+    for (const Message &message : messages) {
+        const QMailMessageId id = message.id();
         if (busy.contains(id))
             continue;
         const auto known = m_db.outgoing(m_account.id, id);
         if (known && known->state == Outgoing::Sent)
             takeOut(id);
-        else
+        else if (!(message.status() & Message::Sent))
             putBack(id, interrupted(id));
     }
 }

@@ -57,6 +57,7 @@ private slots:
     void abortedAfterItIsLetFinish();
     void anInterruptedSendingReturnsToTheOutbox();
     void whatWasSentButNotToldIsTakenOut();
+    void whatWasMarkedAsSentButNotRemovedIsTakenOut();
     void whatIsKnownToBeSentIsNotSentAgain();
     void aGivenUpMessageThatWasSentLeavesTheOutbox_data();
     void aGivenUpMessageThatWasSentLeavesTheOutbox();
@@ -536,6 +537,20 @@ void TestAsDaemonSending::whatWasSentButNotToldIsTakenOut()
     QCOMPARE(world().sendAndWait(id), 200);
     world().daemon.kill();
     QVERIFY(world().daemon.start());
+    QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
+    QCOMPARE(QMailStore::instance()->messageRemovalRecords(world().account).size(), 0);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+/** The message server dies over it. */
+void TestAsDaemonSending::whatWasMarkedAsSentButNotRemovedIsTakenOut()
+{
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 200);
+    world().setOutbox(id, false);
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                           QMailMessage::Sent, true));
+    QCOMPARE(world().syncAndWait(), 200);
     QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
     QCOMPARE(QMailStore::instance()->messageRemovalRecords(world().account).size(), 0);
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
