@@ -25,8 +25,7 @@ LoginCheck::LoginCheck(const AccountSettings &settings, const QString &deviceId,
     Eas::Device device;
     device.id = deviceId.isEmpty() ? QStringLiteral("orvmail") : deviceId;
     m_session = std::make_unique<Eas::Session>(
-        Eas::ServerAddress {settings.server, settings.port, settings.encryption,
-                            settings.email.section(QLatin1Char('@'), -1)},
+        Eas::ServerAddress {settings.server, settings.port, settings.encryption, settings.email},
         Eas::Credentials {settings.userName, settings.password, settings.domain}, device);
 }
 

@@ -33,7 +33,7 @@ Eas::ServerAddress addressOf(const Store::AccountRecord &record)
     address.host = record.server;
     address.port = record.port;
     address.encryption = record.encryption;
-    address.mailDomain = record.email.section(QLatin1Char('@'), -1);
+    address.mailAddress = record.email;
     return address;
 }
 
@@ -233,10 +233,14 @@ void AccountWorker::recoverOutbox()
 void AccountWorker::checkGivenUp()
 {
     QList<Store::Outgoing> messages;
+    QHash<QString, qint64> lookedFor;
     for (const Store::Outgoing &one : Store::Outbox(*m_context.db, m_context.record).givenUp()) {
-        if (m_lookedFor.value(one.clientId, -1) != one.leftAt)
+        if (m_lookedFor.value(one.clientId, -1) == one.leftAt)
+            lookedFor.insert(one.clientId, one.leftAt);
+        else
             messages.append(one);
     }
+    m_lookedFor = lookedFor;
     if (messages.isEmpty())
         return;
     auto check = std::make_unique<GivenUpCheck>(m_context, messages);

@@ -79,9 +79,8 @@ bool HttpChannel::belongsTogether(const QString &from, const QString &to) const
     return from == to || (isThisMachine(from) && isThisMachine(to))
         || std::any_of(m_loginDomains.cbegin(), m_loginDomains.cend(),
                        [&to](const QString &domain) {
-                           return !domain.isEmpty()
-                               && (to.compare(domain, Qt::CaseInsensitive) == 0
-                                   || to.endsWith(QLatin1Char('.') + domain, Qt::CaseInsensitive));
+                           return to.compare(domain, Qt::CaseInsensitive) == 0
+                               || to.endsWith(QLatin1Char('.') + domain, Qt::CaseInsensitive);
                        });
 }
 

@@ -75,6 +75,13 @@ QUrl ServerAddress::url() const
     return url;
 }
 
+QStringList ServerAddress::loginDomains() const
+{
+    const int at = mailAddress.lastIndexOf(QLatin1Char('@'));
+    const QString mailDomain = at < 0 ? QString() : mailAddress.mid(at + 1).trimmed();
+    return mailDomain.isEmpty() ? QStringList {host} : QStringList {host, mailDomain};
+}
+
 Result Credentials::check() const
 {
     if (user.isEmpty()) {

@@ -5,6 +5,7 @@
 #include "daemon/eas/result.h"
 
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 
 namespace Eas {
@@ -17,13 +18,16 @@ struct ServerAddress
     QString host; ///< a name, an IPv4 address, or an IPv6 address with or without brackets
     int port = 0;
     int encryption = NoEncryption;
-    QString mailDomain {}; ///< of the account's mail address, whose hosts are trusted; may be empty
+    QString mailAddress {}; ///< the account's; may be empty
 
     /** Success, or BadConfiguration with a text that names the setting and what is wrong with it.
      */
     Result check() const;
     /** The server's ActiveSync URL; valid only where check() finds nothing. */
     QUrl url() const;
+    /** Domains whose hosts may get the login: the server's own name and the mail address's domain.
+     */
+    QStringList loginDomains() const;
 };
 
 /** Who the user is, as the account's settings say. */

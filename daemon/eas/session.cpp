@@ -21,7 +21,7 @@ Session::Session(const ServerAddress &address, const Credentials &credentials, c
 {
     m_channel->setUrl(address.url());
     m_channel->setCredentials(credentials);
-    m_channel->setLoginDomains({address.host, address.mailDomain});
+    m_channel->setLoginDomains(address.loginDomains());
     connect(m_channel, &HttpChannel::moved, this, &Session::moved);
 }
 

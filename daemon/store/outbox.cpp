@@ -148,13 +148,17 @@ Eas::Result Outbox::takeOut(const QMailMessageId &id)
 
 QList<Outgoing> Outbox::givenUp() const
 {
-    QList<Outgoing> found;
-    for (const QMailMessageId &id :
-         QMailStore::instance()->queryMessages(givenUpKey(m_account.id))) {
-        const auto known = m_db.outgoing(m_account.id, id);
-        if (known && known->state != Outgoing::Ready)
-            found.append(*known);
-    }
+    // Nearly always there is none: the mail store, which would look through all messages, is not
+    // asked then.
+    QList<Outgoing> found = m_db.outgoing(m_account.id);
+    const auto leave = [&found](auto isOther) {
+        found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
+    };
+    leave([](const Outgoing &one) { return one.state == Outgoing::Ready; });
+    if (found.isEmpty())
+        return found;
+    const QMailMessageIdList ids = QMailStore::instance()->queryMessages(givenUpKey(m_account.id));
+    leave([&ids](const Outgoing &one) { return !ids.contains(one.messageId); });
     return found;
 }
 

@@ -43,6 +43,8 @@ private slots:
     void neitherPasswordsNorContentsAreLogged();
     void addressesAreLoggedForDebuggingAlone();
 
+    void aRedirectIsFollowedIntoTheMailsDomainAlone_data();
+    void aRedirectIsFollowedIntoTheMailsDomainAlone();
     void anAccountThatIsAddedIsServedAtOnce();
     void changedSettingsAreUsedAtOnce();
     void settingsThatChangeDuringASynchronisationAreUsedForIt();
@@ -421,6 +423,27 @@ void TestAsDaemonLife::addressesAreLoggedForDebuggingAlone()
     QVERIFY2(log.contains(QLatin1String("there is no host of this name")), qPrintable(log));
     QVERIFY2(log.contains(QLatin1String("port: -1 is not a port")), qPrintable(log));
     QVERIFY2(!log.contains(QLatin1String("shibboleth")), qPrintable(log));
+}
+
+void TestAsDaemonLife::aRedirectIsFollowedIntoTheMailsDomainAlone_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<int>("code");
+    QTest::newRow("a host of the mail's domain") << "eas.example.com" << 902;
+    QTest::newRow("a stranger") << "eas.stranger.test" << 400;
+}
+
+/** There are no such hosts: who goes there finds nobody. */
+void TestAsDaemonLife::aRedirectIsFollowedIntoTheMailsDomainAlone()
+{
+    QFETCH(QString, host);
+    QVERIFY(world().daemon.start({}));
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
+                          {QStringLiteral("count"), -1},
+                          {QStringLiteral("status"), 451},
+                          {QStringLiteral("location"),
+                           QStringLiteral("https://%1/Microsoft-Server-ActiveSync").arg(host)}});
+    QTEST(world().syncAndWait(), "code");
 }
 
 void TestAsDaemonLife::anAccountThatIsAddedIsServedAtOnce()

@@ -16,6 +16,7 @@ private slots:
     void wrongSettingsAreNamed();
     void urls_data();
     void urls();
+    void theLoginsDomainsAreTheServersAndTheMails();
     void logins_data();
     void logins();
     void aLoginWithoutANameOrWithAColonIsRefused();
@@ -85,6 +86,19 @@ void TestServerAddress::urls()
     const ServerAddress address {host, port, encryption};
     QCOMPARE(address.check().text, QString());
     QCOMPARE(QString::fromLatin1(address.url().toEncoded()), url);
+}
+
+void TestServerAddress::theLoginsDomainsAreTheServersAndTheMails()
+{
+    ServerAddress address {QStringLiteral("mail.example.test"), 443, ServerAddress::Tls};
+    const QStringList server {address.host};
+    QCOMPARE(address.loginDomains(), server);
+    address.mailAddress = QStringLiteral("\"a@b\"@example.org");
+    QCOMPARE(address.loginDomains(), server + QStringList {QStringLiteral("example.org")});
+    for (const char *useless : {"alice", "alice@", "alice@ "}) {
+        address.mailAddress = QLatin1String(useless);
+        QCOMPARE(address.loginDomains(), server);
+    }
 }
 
 void TestServerAddress::logins_data()
