@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/daemon/daemonworld.h"
+#include "tests/support/chance.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -61,11 +62,7 @@ int seconds()
 
 void TestAsDaemonArguments::initTestCase()
 {
-    quint32 seed = quint32(qEnvironmentVariableIntValue("ORVMAIL_TEST_SEED"));
-    if (seed == 0)
-        seed = QRandomGenerator::global()->generate() >> 1;
-    qInfo("ORVMAIL_TEST_SEED=%u", seed);
-    m_random.seed(seed);
+    m_random.seed(testSeed());
 }
 
 void TestAsDaemonArguments::init()

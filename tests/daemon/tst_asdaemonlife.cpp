@@ -2,6 +2,7 @@
 #include "asclient/syncinfoshmreader.h"
 #include "tests/daemon/daemonworld.h"
 #include "tests/daemon/storelock.h"
+#include "tests/support/chance.h"
 
 #include <memory>
 #include <QDBusConnectionInterface>
@@ -326,13 +327,10 @@ void TestAsDaemonLife::everyRunIsTheSameDeviceToEveryAccount()
 
 void TestAsDaemonLife::killedAtAnyInstantNothingIsLostOrDoubled()
 {
-    const quint32 seed = qEnvironmentVariableIsSet("ORVMAIL_SEED")
-        ? qEnvironmentVariable("ORVMAIL_SEED").toUInt()
-        : QRandomGenerator::global()->generate();
-    qInfo("seed %u (ORVMAIL_SEED repeats it)", seed);
-    QRandomGenerator random(seed);
+    constexpr int Rounds = 8;
+    QRandomGenerator random(testSeed());
     QStringList expected;
-    for (int round = 0; round < 8; ++round) {
+    for (int round = 0; round < Rounds; ++round) {
         const QString prefix = QStringLiteral("Round %1 mail").arg(round);
         world().deliver(60, prefix);
         for (int i = 1; i <= 60; ++i)
@@ -342,6 +340,7 @@ void TestAsDaemonLife::killedAtAnyInstantNothingIsLostOrDoubled()
         QTest::qWait(random.bounded(400));
         world().daemon.kill();
     }
+    tellRounds(Rounds);
     world().listener.clear();
     QVERIFY(world().daemon.start());
     QCOMPARE(world().syncAndWait(), 200);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/daemon/cuttingproxy.h"
 #include "tests/daemon/sendingworld.h"
+#include "tests/support/chance.h"
 
 #include <memory>
 #include <qmailmessage.h>
@@ -100,9 +101,7 @@ void TestBrokenOffSending::brokenOffAnywhereItIsSentOnce()
     world().changeSettings(world().account, settings);
     const qint64 total = bytesOfOneSending(&proxy);
     QVERIFY(total > 0);
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u, %lld bytes", seed, total);
-    QRandomGenerator random(seed);
+    QRandomGenerator random(testSeed());
     const int count = pointCount();
     for (int i = 0; i < count; ++i) {
         const qint64 first = total * i / count;
@@ -115,6 +114,7 @@ void TestBrokenOffSending::brokenOffAnywhereItIsSentOnce()
         }
         removeOldest();
     }
+    tellRounds(count);
 }
 
 void TestBrokenOffSending::removeOldest()

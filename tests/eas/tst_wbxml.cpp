@@ -6,6 +6,7 @@
 #include "daemon/eas/wbxmlreader.h"
 #include "daemon/eas/wbxmlwriter.h"
 #include "tests/eas/wbxmlxml.h"
+#include "tests/support/chance.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -141,15 +142,6 @@ private:
     WbxmlWriter m_writer;
 };
 
-quint32 seed()
-{
-    const QByteArray wanted = qgetenv("ORVMAIL_TEST_SEED");
-    const quint32 value =
-        wanted.isEmpty() ? QRandomGenerator::global()->generate() : wanted.toUInt();
-    qInfo("ORVMAIL_TEST_SEED=%u", value);
-    return value;
-}
-
 } // namespace
 
 class TestWbxml : public QObject
@@ -241,7 +233,7 @@ void TestWbxml::everyTagIsWrittenAndRead()
 
 void TestWbxml::randomDocumentsReadTheSameInPiecesOfAnySize()
 {
-    const quint32 first = seed();
+    const quint32 first = testSeed();
     for (quint32 i = 0; i < 100; ++i) {
         const RandomDocument document(first + i);
         // Text that follows text makes one reading of both.
@@ -437,7 +429,7 @@ void TestWbxml::everyBitFlipEndsInAnAnswer()
 
 void TestWbxml::noiseEndsInAnAnswer()
 {
-    QRandomGenerator random(seed());
+    QRandomGenerator random(testSeed());
     for (int i = 0; i < 1000; ++i) {
         QByteArray noise = QByteArray::fromHex("03016a00");
         for (int left = random.bounded(400); left > 0; --left) {

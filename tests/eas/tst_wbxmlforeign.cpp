@@ -4,6 +4,7 @@
 #include "daemon/eas/wbxmlreader.h"
 #include "daemon/eas/wbxmlwriter.h"
 #include "tests/eas/wbxmlxml.h"
+#include "tests/support/chance.h"
 
 #include <QProcess>
 #include <QRandomGenerator>
@@ -316,11 +317,7 @@ void TestWbxmlForeign::everyTagOfTheOtherSideIsDecoded()
 
 void TestWbxmlForeign::randomDocumentsAreTheSameInBothDirections()
 {
-    const QByteArray wanted = qgetenv("ORVMAIL_TEST_SEED");
-    const quint32 seed =
-        wanted.isEmpty() ? QRandomGenerator::global()->generate() : wanted.toUInt();
-    qInfo("ORVMAIL_TEST_SEED=%u", seed);
-    QRandomGenerator random(seed);
+    QRandomGenerator random(testSeed());
     for (int i = 0; i < 60; ++i) {
         Node root;
         root.tag = Tags::AirSync::Sync;

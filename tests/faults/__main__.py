@@ -234,7 +234,7 @@ def arguments():
     parser.add_argument("build")
     parser.add_argument("--rounds", type=int, default=10000, help="how many (default: as many as the time allows)")
     parser.add_argument("--seconds", type=int, default=0, help="no round begins after that many seconds")
-    parser.add_argument("--seed", type=int, default=int(os.environ.get("FAULTS_SEED", 0)) or random.randrange(1 << 31))
+    parser.add_argument("--seed", type=int, default=int(os.environ.get("ORVMAIL_TEST_SEED", 0)) or random.randrange(1 << 31))
     parser.add_argument("--kind", help="only this one")
     parser.add_argument("--keep-going", action="store_true", help="go on after a finding, in a new world")
     return parser.parse_args()
@@ -259,7 +259,7 @@ def main():
     wish = arguments()
     add_process_faults()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
-    print(f"seed {wish.seed}", flush=True)
+    print(f"ORVMAIL_TEST_SEED={wish.seed}", flush=True)
     plan, began, done, failed = random.Random(wish.seed), time.monotonic(), {}, 0
     world, mailbox = new_world(wish, wish.seed)
     if not world.has_small_store:
@@ -293,7 +293,8 @@ def main():
     finally:
         world.close()
     for kind, count in sorted(done.items()):
-        print(f"PASS   : faults::{kind.replace('-', '_')}() {count} rounds")
+        name = f"faults::{kind.replace('-', '_')}()"
+        print(f"PASS   : {name}\nRACE   : {name} {count} rounds")
     print(f"{sum(done.values())} rounds passed, {failed} failed, seed {wish.seed}")
     return 1 if failed or not done else 0
 

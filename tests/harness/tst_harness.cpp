@@ -4,6 +4,7 @@
 #include "tests/support/scripteddaemon.h"
 #include "tests/support/storefixture.h"
 
+#include <QDateTime>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QSignalSpy>
@@ -29,6 +30,7 @@ class TestHarness : public QObject
     Q_OBJECT
 
 private slots:
+    void livesInItsTimeZone();
     void answersABlockingCallOfTheSameThread();
     void answersWithTheScriptedNumber();
     void answersWithAnError();
@@ -43,6 +45,16 @@ private slots:
     void fillsTheStore();
     void runsTheMessageServer();
 };
+
+void TestHarness::livesInItsTimeZone()
+{
+    const auto offset = [](int month) {
+        return QDateTime(QDate(2026, month, 15), QTime(12, 0)).offsetFromUtc();
+    };
+    const bool home = qgetenv("TZ") == "UTC";
+    QCOMPARE(offset(1), home ? 0 : 3600);
+    QCOMPARE(offset(7), home ? 0 : 7200);
+}
 
 void TestHarness::answersABlockingCallOfTheSameThread()
 {

@@ -36,13 +36,3 @@ QMailMessageKey KeyTree::toKey() const
         qFatal("a message key is serialised in another form than KeyTree knows");
     return key;
 }
-
-quint32 testSeed()
-{
-    bool given = false;
-    quint32 seed = qEnvironmentVariable("ORVMAIL_TEST_SEED").toUInt(&given);
-    if (!given)
-        seed = QRandomGenerator::global()->generate();
-    qInfo("ORVMAIL_TEST_SEED=%u", seed);
-    return seed;
-}

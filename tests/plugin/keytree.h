@@ -44,7 +44,4 @@ struct KeyTree
     }
 };
 
-/** The seed of this run's random trees: ORVMAIL_TEST_SEED, or a new one. Printed. */
-quint32 testSeed();
-
 #endif

@@ -2,6 +2,7 @@
 #include "search/folderscope.h"
 #include "tests/plugin/keytree.h"
 #include "tests/plugin/logrecorder.h"
+#include "tests/support/chance.h"
 #include "tests/support/storefixture.h"
 
 #include <QTest>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "source/orvprogresslistener.h"
 #include "tests/plugin/servicefixture.h"
+#include "tests/support/chance.h"
 
 #include <QFile>
 #include <QLocalServer>
@@ -162,11 +163,7 @@ void TestProgressListener::aRecordThatArrivesByteByByteIsReportedOnce()
 
 void TestProgressListener::bytesOfChanceInPiecesOfChanceReportRecordsAlone()
 {
-    quint32 seed = quint32(qEnvironmentVariableIntValue("ORVMAIL_TEST_SEED"));
-    if (seed == 0)
-        seed = QRandomGenerator::global()->generate() >> 1;
-    qInfo("ORVMAIL_TEST_SEED=%u", seed);
-    QRandomGenerator random(seed);
+    QRandomGenerator random(testSeed());
     for (int round = 0; round < 30; ++round) {
         ListenerFixture x;
         x.listen();

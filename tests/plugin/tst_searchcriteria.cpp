@@ -2,6 +2,7 @@
 #include "search/searchcriteria.h"
 #include "tests/plugin/keytree.h"
 #include "tests/plugin/logrecorder.h"
+#include "tests/support/chance.h"
 
 #include <QTest>
 

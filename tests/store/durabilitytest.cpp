@@ -3,6 +3,7 @@
 #include "daemon/store/serveruid.h"
 #include "daemon/store/windowwriter.h"
 #include "tests/store/items.h"
+#include "tests/support/chance.h"
 #include "tests/support/smalldisk.h"
 #include "tests/support/storefixture.h"
 
@@ -209,11 +210,7 @@ private:
 
 void DurabilityTest::initTestCase()
 {
-    const quint32 seed = qEnvironmentVariableIsSet("SEED")
-        ? quint32(qEnvironmentVariableIntValue("SEED"))
-        : QRandomGenerator::system()->generate();
-    qInfo("SEED=%u", seed);
-    m_random.seed(seed);
+    m_random.seed(testSeed());
 }
 
 QMap<QString, QString> DurabilityTest::subjects() const
@@ -245,7 +242,7 @@ void DurabilityTest::killUntilDone(const QString &argument)
         }
         QCOMPARE(worker.exitStatus(), QProcess::NormalExit);
         QCOMPARE(worker.exitCode(), 0);
-        qInfo("killed %d times", kills);
+        tellRounds(kills);
         QVERIFY(kills > 0);
         return;
     }

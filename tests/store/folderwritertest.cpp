@@ -2,6 +2,7 @@
 #include "daemon/store/folderwriter.h"
 #include "daemon/store/windowwriter.h"
 #include "tests/store/items.h"
+#include "tests/support/chance.h"
 #include "tests/support/storefixture.h"
 
 #include <qmaildisconnected.h>
@@ -429,11 +430,7 @@ void FolderWriterTest::nothingIsWrittenForARemovedAccount()
 
 void FolderWriterTest::randomAnswersMatchAPlainModel()
 {
-    const quint32 seed = qEnvironmentVariableIsSet("SEED")
-        ? quint32(qEnvironmentVariableIntValue("SEED"))
-        : QRandomGenerator::system()->generate();
-    qInfo("SEED=%u", seed);
-    QRandomGenerator random(seed);
+    QRandomGenerator random(testSeed());
     QMap<QString, Eas::FolderRecord> model;
     QHash<QString, QMailFolderId> ids;
     for (int round = 0; round < 40; ++round) {

@@ -2,6 +2,7 @@
 #include "daemon/store/windowwriter.h"
 #include "daemon/store/serveruid.h"
 #include "tests/store/items.h"
+#include "tests/support/chance.h"
 #include "tests/support/storefixture.h"
 
 #include <qmaildisconnected.h>
@@ -613,11 +614,7 @@ void WindowWriterTest::progressGrows()
 
 void WindowWriterTest::randomWindowsMatchAPlainModel()
 {
-    const quint32 seed = qEnvironmentVariableIsSet("SEED")
-        ? quint32(qEnvironmentVariableIntValue("SEED"))
-        : QRandomGenerator::system()->generate();
-    qInfo("SEED=%u", seed);
-    QRandomGenerator random(seed);
+    QRandomGenerator random(testSeed());
     QMap<QString, QPair<QString, bool>> model; // subject and read state by server id
     int nextId = 1;
     for (int round = 0; round < 60; ++round) {
