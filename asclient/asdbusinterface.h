@@ -19,6 +19,8 @@ constexpr char ServiceName[] = "com.tarvo.asdbus";
 constexpr char ObjectPath[] = "/com/tarvo/asdbus";
 /** The name of that object's interface. */
 constexpr char InterfaceName[] = "com.tarvo.asdbus";
+/** The name of the interface, at the same object, that tells how an account fares. */
+constexpr char StatusInterfaceName[] = "com.tarvo.asdbus.Status1";
 
 /** A blocking call holds its caller no longer than this, in milliseconds. */
 constexpr int CallTimeoutMs = 10000;

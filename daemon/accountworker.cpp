@@ -2,6 +2,8 @@
 #include "daemon/accountworker.h"
 
 #include "daemon/attachmentdownload.h"
+#include "daemon/eas/status.h"
+#include "daemon/failurewords.h"
 #include "daemon/givenupcheck.h"
 #include "daemon/logging.h"
 #include "daemon/mailboxsearch.h"
@@ -19,6 +21,9 @@
 namespace Daemon {
 
 namespace {
+
+/** [MS-ASCMD] 2.2.2: the account's data shall be removed from here. */
+constexpr int WipeWanted = 140;
 
 bool sameServer(const Store::AccountRecord &a, const Store::AccountRecord &b)
 {
@@ -148,6 +153,7 @@ void AccountWorker::wipe()
     if (m_wipe)
         return;
     m_push.reset();
+    noteEnd(Eas::commonStatusResult(WipeWanted));
     cancelAll(Eas::Forbidden);
     m_wipe = std::make_unique<RemoteWipe>(m_context, nullptr);
     connect(m_wipe.get(), &RemoteWipe::finished, this, [this] {
@@ -252,10 +258,27 @@ void AccountWorker::checkGivenUp()
     enqueue(new Errand(std::move(check), request, this));
 }
 
+void AccountWorker::finishRequest(int requestId, const Eas::Result &result)
+{
+    noteEnd(result);
+    emit requestFinished(requestId, result.code);
+}
+
+void AccountWorker::noteEnd(const Eas::Result &result)
+{
+    // What somebody called off says nothing about the account.
+    if (result.code != Eas::Cancelled)
+        emit workEnded(accountNumber(), result.code, failureWords(result, m_session->serverName()));
+}
+
 void AccountWorker::enqueue(Operation *operation)
 {
-    connect(operation, &Operation::requestFinished, this, &AccountWorker::requestFinished);
-    connect(operation, &Operation::searchFinished, this, &AccountWorker::searchFinished);
+    connect(operation, &Operation::requestFinished, this, &AccountWorker::finishRequest);
+    connect(operation, &Operation::searchFinished, this,
+            [this](int id, int code, const Activesync::SearchMailboxResult &result) {
+                noteEnd({});
+                emit searchFinished(id, code, result);
+            });
     connect(operation, &Operation::paused, this, &AccountWorker::onPaused);
     connect(operation, &Operation::over, this, &AccountWorker::onOver);
     connect(operation, &Operation::syncBegan, this, [this, operation] {
@@ -283,19 +306,20 @@ void AccountWorker::next()
 
 void AccountWorker::run(Operation *operation)
 {
-    if (checkSettings()) {
+    const Eas::Result settings = checkSettings();
+    if (settings.ok()) {
         operation->proceed();
         return;
     }
     const QList<Request> requests = operation->requests();
     for (const Request &request : requests)
-        emit requestFinished(request.id, Eas::BadConfiguration);
+        finishRequest(request.id, settings);
     m_current = nullptr;
     retire(operation);
     next();
 }
 
-bool AccountWorker::checkSettings()
+Eas::Result AccountWorker::checkSettings() const
 {
     Eas::Result result = addressOf(m_context.record).check();
     if (result.ok())
@@ -304,7 +328,7 @@ bool AccountWorker::checkSettings()
         qCWarning(lcDaemon).noquote() << QStringLiteral("account %1 (%2): %3")
                                              .arg(accountNumber())
                                              .arg(m_context.record.name, result.text);
-    return result.ok();
+    return result;
 }
 
 void AccountWorker::onPaused()

@@ -44,6 +44,9 @@ public:
     void cancelAll(int code);
 
 signals:
+    /** How the account's last work has ended, in words that a person understands; always before
+     * the end of the request that it was done for. Success has no words. */
+    void workEnded(quint64 accountId, int code, const QString &words);
     void requestFinished(int requestId, int code);
     void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
     void syncBegan(quint64 accountId);
@@ -65,10 +68,13 @@ private:
     void recoverOutbox();
     /** Finds out whether messages that the message server has given up were sent all the same. */
     void checkGivenUp();
+    /** Ends a request, after telling how its work has ended. */
+    void finishRequest(int requestId, const Eas::Result &result);
+    void noteEnd(const Eas::Result &result);
     void enqueue(Operation *operation);
     void next();
     void run(Operation *operation);
-    bool checkSettings();
+    Eas::Result checkSettings() const;
     void onPaused();
     void onOver(const Eas::Result &result);
     QList<Operation *> operations() const;

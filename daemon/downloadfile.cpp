@@ -13,7 +13,8 @@ namespace {
 
 Eas::Result noRoom(const QString &why)
 {
-    return {Eas::NoRoom, QStringLiteral("cannot write the download: ") + why};
+    return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
+                        QStringLiteral("cannot write the download: ") + why);
 }
 
 } // namespace

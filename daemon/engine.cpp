@@ -99,6 +99,7 @@ AccountWorker *Engine::upToDateWorker(quint64 accountId)
 AccountWorker *Engine::makeWorker(const Store::AccountRecord &record)
 {
     auto *account = new AccountWorker(record, m_db, this);
+    connect(account, &AccountWorker::workEnded, this, &Engine::workEnded);
     connect(account, &AccountWorker::requestFinished, this, [this](int id, int code) {
         tellStoreChanges();
         emit requestFinished(id, code);

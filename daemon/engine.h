@@ -37,6 +37,8 @@ public slots:
     void stopSync(quint64 accountId);
 
 signals:
+    /** AccountWorker::workEnded() of any account. */
+    void workEnded(quint64 accountId, int code, const QString &words);
     void accountsChanged(const QSet<quint64> &accounts);
     void checkResolved(quint64 ticket, bool acceptable);
     void requestFinished(int requestId, int code);

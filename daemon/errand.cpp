@@ -52,9 +52,9 @@ void Errand::proceed()
     m_step->proceed();
 }
 
-void Errand::answer(const Request &request, int code)
+void Errand::answer(const Request &request, const Eas::Result &result)
 {
-    emit requestFinished(request.id, code);
+    emit requestFinished(request.id, result);
 }
 
 void Errand::onFinished(const Eas::Result &result)
@@ -64,7 +64,7 @@ void Errand::onFinished(const Eas::Result &result)
     for (const Request &request : answered) {
         if (!result.ok())
             qCInfo(lcRequests) << "request" << request.id << "failed:" << result.text;
-        answer(request, result.code);
+        answer(request, result);
     }
     emit over(result);
 }

@@ -35,7 +35,7 @@ signals:
 
 protected:
     /** Tells a request of its end. */
-    virtual void answer(const Request &request, int code);
+    virtual void answer(const Request &request, const Eas::Result &result);
     const SyncStep *step() const { return m_step.get(); }
 
 private:

@@ -6,6 +6,7 @@
 #include "daemon/asdbusadaptor.h"
 #include "daemon/eas/result.h"
 #include "daemon/logging.h"
+#include "daemon/statusadaptor.h"
 
 #include <QDBusConnectionInterface>
 #include <QFileInfo>
@@ -26,6 +27,7 @@ Front::Front(Clock clock, QObject *parent)
     , m_watch(new EngineWatch(this))
 {
     new AsDBusAdaptor(this);
+    new StatusAdaptor(this);
     m_timer->setSingleShot(true);
     m_timer->setTimerType(Qt::PreciseTimer);
     connect(m_timer, &QTimer::timeout, this, &Front::onExpired);
@@ -162,6 +164,14 @@ void Front::stopSync(quint64 accountId, int code)
 void Front::setAccounts(const QSet<quint64> &accounts)
 {
     m_accounts = accounts;
+}
+
+void Front::noteError(quint64 accountId, int code, const QString &words)
+{
+    if (code == Eas::Success)
+        m_errors.remove(accountId);
+    else
+        m_errors.insert(accountId, {code, words});
 }
 
 void Front::finishRequest(int id, int code)

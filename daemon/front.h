@@ -4,6 +4,7 @@
 
 #include "asclient/searchmailboxresult.h"
 #include "asclient/syncinfoshmwriter.h"
+#include "daemon/accounterror.h"
 #include "daemon/enginewatch.h"
 #include "daemon/requestjournal.h"
 #include "daemon/requesttable.h"
@@ -55,10 +56,14 @@ public:
     void abortRequest(int id, int code);
     bool isRequestAlive(int id);
     void stopSync(quint64 accountId, int code);
+    /** How the account's last work ended: Success and no words where it went well, or none ran. */
+    AccountError lastError(quint64 accountId) const { return m_errors.value(accountId); }
 
 public slots:
     /** The accounts that the daemon serves; the rest is refused. */
     void setAccounts(const QSet<quint64> &accounts);
+    /** How an account's work has ended; Success has no words. */
+    void noteError(quint64 accountId, int code, const QString &words);
     /** The engine's answer to checkWanted(). */
     void resolveCheck(quint64 ticket, bool acceptable);
     /** Ends a request; one that has already ended is left alone. */
@@ -116,8 +121,9 @@ private:
     QDBusConnection m_connection;
     std::unique_ptr<SyncInfoShmWriter> m_state;
     QSet<quint64> m_accounts;
-    QMap<quint64, Check> m_checks; ///< by ticket, which is their order
-    QMap<quint64, int> m_syncing;  ///< progress by account
+    QMap<quint64, Check> m_checks;        ///< by ticket, which is their order
+    QMap<quint64, AccountError> m_errors; ///< by account; only failures
+    QMap<quint64, int> m_syncing;         ///< progress by account
     quint64 m_lastTicket = 0;
     QTimer *m_timer;
     EngineWatch *m_watch;

@@ -21,6 +21,7 @@ void connectHalves(Engine *engine, Front *front)
     });
     QObject::connect(engine, &Engine::accountsChanged, front, &Front::setAccounts);
     QObject::connect(engine, &Engine::checkResolved, front, &Front::resolveCheck);
+    QObject::connect(engine, &Engine::workEnded, front, &Front::noteError);
     QObject::connect(engine, &Engine::requestFinished, front, &Front::finishRequest);
     QObject::connect(engine, &Engine::searchFinished, front, &Front::finishSearch);
     QObject::connect(engine, &Engine::syncBegan, front, &Front::beginSync);

@@ -38,8 +38,8 @@ void JobRunner::step()
         return;
     if (m_locked.isValid()) {
         m_timer.stop();
-        emit finished(
-            {Eas::ServerFailed, QStringLiteral("another process holds the mail store locked")});
+        emit finished(Eas::failure(Eas::ServerFailed, Eas::Cause::Here,
+                                   QStringLiteral("another process holds the mail store locked")));
         return;
     }
     if (m_job->step()) {

@@ -124,7 +124,8 @@ Eas::Result MailSending::compose()
     if (!written.ok())
         return written;
     if (!m_file->close())
-        return {Eas::NoRoom, QStringLiteral("the message cannot be prepared: disk full")};
+        return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
+                            QStringLiteral("the message cannot be prepared: disk full"));
     return {};
 }
 
@@ -252,7 +253,7 @@ void MailSending::finish(const Eas::Result &result)
                         : QStringLiteral("is not sent: %1 %2").arg(result.code).arg(result.text));
     settle(result);
     for (const Request &request : qAsConst(m_requests))
-        emit requestFinished(request.id, result.code);
+        emit requestFinished(request.id, result);
     m_requests.clear();
     emit over(result);
 }

@@ -42,7 +42,7 @@ signals:
     void paused();
     /** It is over; `result` is why it stopped early, or Success. */
     void over(const Eas::Result &result);
-    void requestFinished(int requestId, int code);
+    void requestFinished(int requestId, const Eas::Result &result);
     /** In the place of requestFinished() for a search that succeeded. */
     void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
     /** It is a synchronisation from now on until its end; comes once. */

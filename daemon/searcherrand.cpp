@@ -11,12 +11,13 @@ SearchErrand::SearchErrand(std::unique_ptr<MailboxSearch> search, const Request 
 {
 }
 
-void SearchErrand::answer(const Request &request, int code)
+void SearchErrand::answer(const Request &request, const Eas::Result &result)
 {
-    if (code == Eas::Success)
-        emit searchFinished(request.id, code, static_cast<const MailboxSearch *>(step())->found());
+    if (result.ok())
+        emit searchFinished(request.id, result.code,
+                            static_cast<const MailboxSearch *>(step())->found());
     else
-        Errand::answer(request, code);
+        Errand::answer(request, result);
 }
 
 } // namespace Daemon

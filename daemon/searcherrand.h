@@ -17,7 +17,7 @@ public:
     SearchErrand(std::unique_ptr<MailboxSearch> search, const Request &request, QObject *parent);
 
 protected:
-    void answer(const Request &request, int code) override;
+    void answer(const Request &request, const Eas::Result &result) override;
 };
 
 } // namespace Daemon

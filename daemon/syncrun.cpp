@@ -318,7 +318,7 @@ void SyncRun::finishWishes()
     QList<Wish> open;
     for (const Wish &wish : qAsConst(m_wishes)) {
         if (wish.steps.isEmpty())
-            emit requestFinished(wish.request.id, wish.failure.code);
+            emit requestFinished(wish.request.id, wish.failure);
         else
             open.append(wish);
     }
@@ -328,7 +328,7 @@ void SyncRun::finishWishes()
 void SyncRun::finishAll(const Eas::Result &result)
 {
     for (const Wish &wish : qAsConst(m_wishes))
-        emit requestFinished(wish.request.id, result.code);
+        emit requestFinished(wish.request.id, result);
     m_wishes.clear();
     emit over(result);
 }

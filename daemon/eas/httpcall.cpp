@@ -282,14 +282,20 @@ Result HttpCall::transportResult() const
     const QString text = m_reply->errorString();
     switch (m_reply->error()) {
     case QNetworkReply::SslHandshakeFailedError:
-        return {BadConfiguration,
-                m_tlsErrors.isEmpty()
-                    ? QStringLiteral("no TLS with the server: %1").arg(text)
-                    : QStringLiteral("the server's certificate is not trusted: %1")
-                          .arg(m_tlsErrors.join(QStringLiteral("; ")))};
+        return failure(BadConfiguration, Cause::Certificate,
+                       m_tlsErrors.isEmpty()
+                           ? QStringLiteral("no TLS with the server: %1").arg(text)
+                           : QStringLiteral("the server's certificate is not trusted: %1")
+                                 .arg(m_tlsErrors.join(QStringLiteral("; "))));
     case QNetworkReply::HostNotFoundError:
         // Qt's text would carry the name into the log.
-        return {NoConnection, QStringLiteral("there is no host of this name")};
+        return failure(NoConnection, Cause::NoSuchHost,
+                       QStringLiteral("there is no host of this name"));
+    case QNetworkReply::ConnectionRefusedError:
+        return failure(NoConnection, Cause::Refused, text);
+    case QNetworkReply::RemoteHostClosedError:
+        return failure(NoConnection, Cause::Cut,
+                       m_headerRead ? QStringLiteral("the answer was cut: %1").arg(text) : text);
     case QNetworkReply::TimeoutError:
     case QNetworkReply::ProxyTimeoutError:
         return {Timeout, text};

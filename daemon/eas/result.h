@@ -24,6 +24,9 @@ enum ResultCode {
     PolicyDemanded = 60007
 };
 
+/** What failed, where the code leaves that open and a person needs to know it. */
+enum class Cause { Unknown, Here, NoSuchHost, Refused, Cut, Certificate };
+
 /** How an operation ended: a code of the daemon's interface and a text for the log. */
 struct Result
 {
@@ -35,9 +38,16 @@ struct Result
     int status = 0;
     /** The status of HTTP where one led to the code, else 0. */
     int httpStatus = 0;
+    Cause cause = Cause::Unknown;
 
     bool ok() const { return code == Success; }
 };
+
+/** A failure whose cause is known. */
+inline Result failure(int code, Cause cause, const QString &text)
+{
+    return {code, text, 0, 0, 0, cause};
+}
 
 } // namespace Eas
 

@@ -168,7 +168,8 @@ Result SendMailCommand::evaluateFailure(const HttpAnswer &answer)
 Result SendMailCommand::tooLarge() const
 {
     return {NoRoom,
-            QStringLiteral("the message is too large for the server: %1 bytes").arg(m_mail.size)};
+            QStringLiteral("the message is too large for the server: %1 bytes").arg(m_mail.size), 0,
+            0, TooLarge};
 }
 
 Result SendMailCommand::evaluate()

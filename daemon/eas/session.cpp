@@ -44,6 +44,11 @@ void Session::setState(const SessionState &state)
     m_channel->setUrl(m_state.url.isEmpty() ? m_address.url() : m_state.url);
 }
 
+QString Session::serverName() const
+{
+    return m_channel->url().host();
+}
+
 int Session::version() const
 {
     return QString(m_state.protocolVersion).remove(QLatin1Char('.')).toInt();

@@ -42,6 +42,8 @@ public:
     const Credentials &credentials() const { return m_credentials; }
     HttpChannel *channel() const { return m_channel; }
 
+    /** The host that is asked, for people to read. */
+    QString serverName() const;
     /** "14.1" and the like as a number that can be compared: 141. 0 as long as it is not known. */
     int version() const;
 

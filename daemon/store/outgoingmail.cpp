@@ -94,7 +94,8 @@ Eas::Result OutgoingMail::write(QMailMessage message, const Outgoing &outgoing, 
         return safe;
     target->write(bccField(message));
     if (!MessageSkeleton(message).write(target))
-        return {Eas::NoRoom, QStringLiteral("the message cannot be prepared: disk full")};
+        return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
+                            QStringLiteral("the message cannot be prepared: disk full"));
     return {};
 }
 

@@ -31,15 +31,16 @@ Eas::Result storeFailure(const QString &what)
     const int error = QMailStore::instance()->lastError();
     const QString text = QStringLiteral("%1 (mail store error %2)").arg(what).arg(error);
     if (!hasRoom(0))
-        return {Eas::NoRoom, QStringLiteral("disk full: ") + text};
-    return {Eas::ServerFailed, text};
+        return Eas::failure(Eas::NoRoom, Eas::Cause::Here, QStringLiteral("disk full: ") + text);
+    return Eas::failure(Eas::ServerFailed, Eas::Cause::Here, text);
 }
 
 Eas::Result checkRoom(qint64 bytes)
 {
     if (hasRoom(bytes))
         return {};
-    return {Eas::NoRoom, QStringLiteral("disk full: no room for %1 bytes").arg(bytes)};
+    return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
+                        QStringLiteral("disk full: no room for %1 bytes").arg(bytes));
 }
 
 } // namespace Store

@@ -148,7 +148,7 @@ public:
         const int sqliteFull = 13;
         const QString text = QStringLiteral("sync state: ") + error.text();
         if (isSqliteCode(error, sqliteFull))
-            return {Eas::NoRoom, text};
+            return Eas::failure(Eas::NoRoom, Eas::Cause::Here, text);
         return storeFailure(text);
     }
 

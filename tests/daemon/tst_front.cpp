@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <QDBusConnectionInterface>
+#include <QDBusInterface>
 #include <QDBusPendingCallWatcher>
 #include <QElapsedTimer>
 #include <QFile>
@@ -45,6 +46,7 @@ public slots:
     }
 
 signals:
+    void fail(quint64 account, int code, const QString &words);
     void checkResolved(quint64 ticket, bool acceptable);
     void finish(int id, int code);
     void finishSearch(int id, int code, const Activesync::SearchMailboxResult &result);
@@ -69,7 +71,9 @@ private slots:
     void init();
     void cleanup();
 
-    void theObjectIsAsItsIntrospectionFileSays();
+    void theObjectIsAsItsIntrospectionFilesSay_data();
+    void theObjectIsAsItsIntrospectionFilesSay();
+    void theLastErrorIsToldWhateverTheEngineDoes();
     void requestsOfAnAccountThatIsServedGetIds();
     void callsThatCannotBeAnsweredByTheEngineInTimeAreAnsweredFromWhatIsKnown();
     void aCallForAMissingMessageIsRefused();
@@ -119,6 +123,7 @@ void TestFront::init()
     connect(m_front, &Front::requestDropped, m_engine, &FakeEngine::drop);
     connect(m_front, &Front::syncStopWanted, m_engine, &FakeEngine::stopSync);
     connect(m_engine, &FakeEngine::checkResolved, m_front, &Front::resolveCheck);
+    connect(m_engine, &FakeEngine::fail, m_front, &Front::noteError);
     connect(m_engine, &FakeEngine::finish, m_front, &Front::finishRequest);
     connect(m_engine, &FakeEngine::finishSearch, m_front, &Front::finishSearch);
     connect(m_engine, &FakeEngine::begin, m_front, &Front::beginSync);
@@ -170,8 +175,8 @@ int TestFront::call(const QString &method, const QVariantList &arguments)
     return reply.isValid() ? reply.value() : -1000;
 }
 
-/** "method sync t>i", "signal syncStarted t" and so on for our interface, sorted. */
-static QStringList members(const QByteArray &introspection)
+/** "method sync t>i", "signal syncStarted t" and so on for an interface, sorted. */
+static QStringList members(const QByteArray &introspection, const QString &interface)
 {
     QStringList found;
     QString in;
@@ -187,7 +192,7 @@ static QStringList members(const QByteArray &introspection)
         const bool isMember =
             element == QLatin1String("method") || element == QLatin1String("signal");
         if (token == QXmlStreamReader::StartElement && element == QLatin1String("interface")) {
-            isOurs = attribute("name") == QLatin1String(Activesync::InterfaceName);
+            isOurs = attribute("name") == interface;
         } else if (!isOurs) {
             continue;
         } else if (token == QXmlStreamReader::StartElement && isMember) {
@@ -206,18 +211,54 @@ static QStringList members(const QByteArray &introspection)
     return found;
 }
 
-void TestFront::theObjectIsAsItsIntrospectionFileSays()
+void TestFront::theObjectIsAsItsIntrospectionFilesSay_data()
 {
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<int>("count");
+    QTest::newRow("work") << QString::fromLatin1(Activesync::InterfaceName) << 14;
+    QTest::newRow("status") << QString::fromLatin1(Activesync::StatusInterfaceName) << 1;
+}
+
+void TestFront::theObjectIsAsItsIntrospectionFilesSay()
+{
+    QFETCH(QString, interface);
+    QFETCH(int, count);
     QFile file(qEnvironmentVariable("ORVMAIL_SOURCE_DIR")
-               + QStringLiteral("/asclient/com.tarvo.asdbus.xml"));
+               + QStringLiteral("/asclient/%1.xml").arg(interface));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QDBusReply<QString> reply =
         QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
             QLatin1String(Activesync::ServiceName), QLatin1String(Activesync::ObjectPath),
             QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect")));
-    const QStringList wanted = members(file.readAll());
-    QCOMPARE(wanted.size(), 14);
-    QCOMPARE(members(reply.value().toUtf8()), wanted);
+    const QStringList wanted = members(file.readAll(), interface);
+    QCOMPARE(wanted.size(), count);
+    QCOMPARE(members(reply.value().toUtf8(), interface), wanted);
+}
+
+void TestFront::theLastErrorIsToldWhateverTheEngineDoes()
+{
+    m_engine->answersChecks = false;
+    m_engine->livesOn = false;
+    QDBusInterface status(QLatin1String(Activesync::ServiceName),
+                          QLatin1String(Activesync::ObjectPath),
+                          QLatin1String(Activesync::StatusInterfaceName));
+    const auto lastError = [this, &status](qulonglong account) {
+        QElapsedTimer timer;
+        timer.start();
+        const QVariantList answer = status.call(QStringLiteral("lastError"), account).arguments();
+        m_slowest = qMax(m_slowest, timer.elapsed());
+        return answer;
+    };
+    QCOMPARE(lastError(1), QVariantList({0, QString()}));
+    const QString words = QStringLiteral("mail.example.org refuses the connection.");
+    emit m_engine->fail(1, 902, words);
+    emit m_engine->fail(2, 901, QStringLiteral("other"));
+    QTRY_COMPARE(lastError(1), QVariantList({902, words}));
+    emit m_engine->fail(1, 200, QString());
+    QTRY_COMPARE(lastError(1), QVariantList({0, QString()}));
+    QCOMPARE(lastError(2), QVariantList({901, QStringLiteral("other")}));
+    QCOMPARE(lastError(77), QVariantList({0, QString()}));
+    QVERIFY2(m_slowest < 200, qPrintable(QString::number(m_slowest)));
 }
 
 void TestFront::requestsOfAnAccountThatIsServedGetIds()
