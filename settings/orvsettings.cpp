@@ -31,6 +31,15 @@ public:
     }
 };
 
+/** The choice for a stored encryption; of one that nobody knows, the one that sends no password
+ * openly. */
+int encryptionChoice(int stored)
+{
+    return stored == 0 ? 0 : 1;
+}
+
+constexpr int DefaultPort = 80;
+
 } // namespace
 
 OrvSettings::OrvSettings()
@@ -39,6 +48,7 @@ OrvSettings::OrvSettings()
     setLayoutDirection(QApplication::layoutDirection());
     form.mailPortInput->setValidator(new PortValidator(this));
     form.mailPasswInput->setEchoMode(QLineEdit::Password);
+    connect(form.mailPortInput, &QLineEdit::textChanged, this, &OrvSettings::tellOfPort);
     nameInputs();
 }
 
@@ -60,7 +70,7 @@ void OrvSettings::displayConfiguration(const QMailAccount &,
     form.mailPasswInput->setText(stored.mailPassword());
     form.mailServerInput->setText(stored.mailServer());
     form.mailPortInput->setText(QString::number(stored.mailPort()));
-    form.encryptionIncoming->setCurrentIndex(stored.mailEncryption());
+    form.encryptionIncoming->setCurrentIndex(encryptionChoice(stored.mailEncryption()));
     form.mailEmailInput->setText(stored.mailEmail());
     form.mailDomainInput->setText(stored.mailDomain());
 }
@@ -71,14 +81,30 @@ bool OrvSettings::updateAccount(QMailAccount *account, QMailAccountConfiguration
     settings.userName = form.mailUserInput->text();
     settings.password = form.mailPasswInput->text();
     settings.server = form.mailServerInput->text();
-    bool ok = false;
-    const int port = form.mailPortInput->text().toInt(&ok, 10);
-    settings.port = ok ? port : 80;
+    settings.port = enteredPort();
     settings.encryption = form.encryptionIncoming->currentIndex();
     settings.email = form.mailEmailInput->text();
     settings.domain = form.mailDomainInput->text();
     writeSettings(settings, account, config);
     return true;
+}
+
+/** What was stored before may be no port at all: it is not stored again. */
+int OrvSettings::enteredPort() const
+{
+    bool ok = false;
+    const int port = form.mailPortInput->text().toInt(&ok, 10);
+    return ok && form.mailPortInput->hasAcceptableInput() ? port : DefaultPort;
+}
+
+/** Says so where the port that is shown, as it was stored, is none. */
+void OrvSettings::tellOfPort()
+{
+    const QString told = form.mailPortInput->hasAcceptableInput()
+        ? QString()
+        : tr("This is no port: %1 will be saved.").arg(DefaultPort);
+    form.mailPortInput->setToolTip(told);
+    form.mailPortInput->setAccessibleDescription(told);
 }
 
 void OrvSettings::changeEvent(QEvent *event)
@@ -96,6 +122,7 @@ void OrvSettings::retranslate()
     form.encryptionIncoming->setCurrentIndex(encryption);
     setLayoutDirection(QApplication::layoutDirection());
     nameInputs();
+    tellOfPort();
 }
 
 /** A screen reader names an input by its buddy label; two inputs have none. */

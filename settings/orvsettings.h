@@ -20,7 +20,7 @@ public:
     /**
      * Writes the form into the account and its configuration and marks it as enabled.
      *
-     * Nothing is validated but the port, which is 80 where it is no number. Always true.
+     * Nothing is validated but the port, which is 80 where it is none. Always true.
      */
     bool updateAccount(QMailAccount *account, QMailAccountConfiguration *config) override;
 
@@ -30,6 +30,8 @@ protected:
 private:
     void retranslate();
     void nameInputs();
+    void tellOfPort();
+    int enteredPort() const;
 
     Ui_OrvSettings form;
 };

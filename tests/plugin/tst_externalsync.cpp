@@ -15,6 +15,7 @@ private slots:
     void aSyncOfAnotherAccountChangesNothing();
     void aSyncThatARequestOfOursExplainsCreatesNoMarker();
     void aRequestThatThePollFindsDeadExplainsNothing();
+    void aServiceOfNoAccountCreatesNoMarker();
     void twoStartsInARowCreateOneMarker();
     void twoStartsWhileTheMarkerRunsCreateOneMarker();
     void anEndWithoutAMarkerCompletesNothing();
@@ -146,6 +147,20 @@ void TestExternalSync::aRequestThatThePollFindsDeadExplainsNothing()
     x.start();
     QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true", "progress 0/1000"}));
     QVERIFY(x.server.waitForRequest("protocolRequest").action != 0);
+}
+
+void TestExternalSync::aServiceOfNoAccountCreatesNoMarker()
+{
+    ExternalSyncFixture x;
+    OrvService service {QMailAccountId()};
+    ServiceSpy spy(&service);
+    LogRecorder log;
+    QVERIFY(QMetaObject::invokeMethod(&service.source(), "onSyncStarted"));
+    QVERIFY(!service.isWaiting());
+    QCOMPARE(spy.take(), QStringList());
+    QCOMPARE(log.takeLines(), QStringList());
+    x.f.daemon.settle();
+    QCOMPARE(x.server.requests("protocolRequest").count(), 0);
 }
 
 void TestExternalSync::twoStartsInARowCreateOneMarker()

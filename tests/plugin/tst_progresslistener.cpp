@@ -90,6 +90,7 @@ private slots:
     void aStaleSocketFileIsLeftAndTheListenerIsIdle();
     void aClientThatDiesEndsTheListener();
     void aClientThatDiesInTheMiddleOfARecordEndsTheListener();
+    void aShortReadEndsTheListener();
     void theDownloadsEndEndsAConnectedListener();
     void aNameWithoutAPendingConnectionIsWarnedOf();
     void aListenerThatIsDestroyedFreesItsName();
@@ -390,6 +391,26 @@ void TestProgressListener::aClientThatDiesInTheMiddleOfARecordEndsTheListener()
     daemon.disconnectFromServer();
     QTRY_VERIFY(x.finished->count() >= 1);
     QCOMPARE(x.f.spy.take(), QStringList());
+}
+
+void TestProgressListener::aShortReadEndsTheListener()
+{
+    ListenerFixture x;
+    OrvProgressListener *listener = x.listen();
+    QLocalSocket daemon;
+    QVERIFY(x.connectDaemon(daemon));
+    QTRY_VERIFY(!QFile::exists(x.path));
+    auto *socket = listener->findChild<QLocalSocket *>();
+    QVERIFY(socket);
+    // In text mode a carriage return is swallowed: less is read than was there.
+    socket->setTextModeEnabled(true);
+    LogRecorder log;
+    daemon.write(records({'\r'}));
+    QTRY_VERIFY(x.finished->count() >= 1);
+    QCOMPARE(log.takeWarnings(),
+             QStringList(QStringLiteral("error reading 4 bytes from \"%1\"").arg(x.path)));
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QTRY_COMPARE(daemon.state(), QLocalSocket::UnconnectedState);
 }
 
 void TestProgressListener::theDownloadsEndEndsAConnectedListener()

@@ -48,6 +48,7 @@ private slots:
     void theCodeIsPassedOnUntranslated();
     void aRequestThatWasNeverAddedIsTiedToTheScheduler();
     void cancellingTwoLiveRequestsAbortsBothAndReportsBoth();
+    void cancellingAbortsBeforeItReports();
     void cancellingOneThatNeverRanAbortsMinusTwo();
     void aCancelledRequestHearsABroadcastThatIsAlreadyOnItsWay();
     void leavesNothingBehindWhenItsParentGoes();
@@ -221,6 +222,18 @@ void TestRequests::cancellingTwoLiveRequestsAbortsBothAndReportsBoth()
     f.deleteDeferred();
     QVERIFY(!first);
     QVERIFY(!second);
+}
+
+void TestRequests::cancellingAbortsBeforeItReports()
+{
+    ServiceFixture f;
+    AsDaemonRequest *request = f.newRequest();
+    int abortsAtTheEnd = -1;
+    QObject::connect(request, &AsDaemonRequest::requestCompleted, &f.source(),
+                     [&] { abortsAtTheEnd = f.daemon.callCount("abortRequest"); });
+    f.scheduler().addRequest(request);
+    f.service->cancelOperation(Cancel, QString());
+    QCOMPARE(abortsAtTheEnd, 1);
 }
 
 void TestRequests::cancellingOneThatNeverRanAbortsMinusTwo()

@@ -281,9 +281,11 @@ void TestScheduler::checkingCompletesWhatIsDead()
     f.scheduler().addRequest(f.newRequest());
     f.daemon.answerAlive(0);
     f.spy.take();
+    LogRecorder log;
     QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
     QCOMPARE(f.daemon.callCount("isRequestAlive"), 2);
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+    QVERIFY(log.hasLine(QStringLiteral("OrvService::stopWaiting( 200 )")));
     QVERIFY(f.scheduler().isIdle());
 }
 

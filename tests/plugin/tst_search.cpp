@@ -33,6 +33,7 @@ private slots:
     void cleanup();
     void aSearchArrivesAtTheDaemonFieldByField();
     void theTimeRangeArrives();
+    void theLogTellsTheTimeRangeInUtc();
     void theFoldersAreTheAccountsCutDownByTheKey();
     void aKeyOfAnotherAccountsFolderSearchesNothing();
     void anAccountWithoutFoldersSearchesNothing();
@@ -162,6 +163,20 @@ void TestSearch::theTimeRangeArrives()
         QStringLiteral("searching for messages with text \"abc\" \"and received before %1\" "
                        "\"and received after %2\"")
             .arg(Noon.addDays(1).toString(Qt::TextDate), Noon.addSecs(-1).toString(Qt::TextDate)));
+}
+
+void TestSearch::theLogTellsTheTimeRangeInUtc()
+{
+    const QDateTime there = Noon.toOffsetFromUtc(7200);
+    QVERIFY(there.toString(Qt::TextDate) != Noon.toString(Qt::TextDate));
+    LogRecorder log;
+    QVERIFY(search(subject("abc") & Key::receptionTimeStamp(there, QMailDataComparator::GreaterThan)
+                   & Key::receptionTimeStamp(there.addDays(1), QMailDataComparator::LessThan)));
+    QVERIFY(query().receivedAfter.isValid());
+    QCOMPARE(log.takeLines().value(2),
+             QStringLiteral("searching for messages with text \"abc\" \"and received before %1\" "
+                            "\"and received after %2\"")
+                 .arg(Noon.addDays(1).toString(Qt::TextDate), Noon.toString(Qt::TextDate)));
 }
 
 void TestSearch::theFoldersAreTheAccountsCutDownByTheKey()

@@ -5,6 +5,8 @@
 #include "tests/support/scripteddaemon.h"
 #include "tests/support/storefixture.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -14,6 +16,12 @@
 #include <memory>
 
 using Answer = ScriptedDaemon::Answer;
+
+namespace {
+
+const QString Stranger = QStringLiteral("stranger");
+
+} // namespace
 
 /** The sink of the loaded plugin, between the daemon's double and the message server's. */
 class TestSink : public QObject
@@ -34,6 +42,9 @@ private slots:
     void anAnnouncementTransmitsWhatWaits();
     void anAnnouncementWithNothingWaitingDoesNothing();
     void anAnnouncementForAnotherAccountChangesNothing();
+    void anotherObjectsAnnouncementIsNotHeard_data();
+    void anotherObjectsAnnouncementIsNotHeard();
+    void anAnnouncementIsHeardFromAnySender();
     void theAnnouncementOfTheSinksOwnSyncIsSkipped();
     void twoOwnSyncsSkipTheNextTwoAnnouncementsWhateverTheirCause();
     void whileATransmissionRunsAnnouncementsAreIgnored();
@@ -51,6 +62,8 @@ private:
     }
     void makeSentFolderFavourite();
     void announce();
+    /** The announcement as somebody sends it who has no name on the bus. */
+    bool announceAs(const QString &path, const QString &interface);
     bool isInOutbox(const QMailMessageId &message) const;
 
     std::unique_ptr<FakeMessageServer> m_server;
@@ -91,6 +104,21 @@ void TestSink::announce()
 {
     m_daemon->syncStarted(id());
     m_daemon->settle();
+}
+
+bool TestSink::announceAs(const QString &path, const QString &interface)
+{
+    QDBusConnection stranger = QDBusConnection::connectToBus(QDBusConnection::SessionBus, Stranger);
+    auto message = QDBusMessage::createSignal(path, interface, QStringLiteral("syncStarted"));
+    message << id();
+    const bool sent = stranger.send(message);
+    // Its answer is behind the signal; the daemon's own messages are behind that.
+    stranger.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+    QDBusConnection::disconnectFromBus(Stranger);
+    m_daemon->settle();
+    return sent;
 }
 
 bool TestSink::isInOutbox(const QMailMessageId &message) const
@@ -272,6 +300,38 @@ void TestSink::anAnnouncementForAnotherAccountChangesNothing()
     announce();
     QVERIFY(log.takeLines().contains(QStringLiteral("Skipping it because it is our own signal")));
     QCOMPARE(m_server->requests("transmitMessages").count(), 0);
+}
+
+void TestSink::anotherObjectsAnnouncementIsNotHeard_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("interface");
+    const QString path = QStringLiteral("/com/tarvo/asdbus");
+    QTest::newRow("path") << QStringLiteral("/com/tarvo/other")
+                          << QStringLiteral("com.tarvo.asdbus");
+    QTest::newRow("path above") << QStringLiteral("/com/tarvo")
+                                << QStringLiteral("com.tarvo.asdbus");
+    QTest::newRow("interface") << path << QStringLiteral("com.tarvo.other");
+}
+
+void TestSink::anotherObjectsAnnouncementIsNotHeard()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, interface);
+    StoreFixture::addOutgoing(m_account);
+    LogRecorder log;
+    QVERIFY(announceAs(path, interface));
+    QCOMPARE(log.takeLines(), QStringList());
+    QCOMPARE(m_server->requests("transmitMessages").count(), 0);
+}
+
+void TestSink::anAnnouncementIsHeardFromAnySender()
+{
+    StoreFixture::addOutgoing(m_account);
+    LogRecorder log;
+    QVERIFY(announceAs(QStringLiteral("/com/tarvo/asdbus"), QStringLiteral("com.tarvo.asdbus")));
+    QVERIFY(log.takeLines().contains(QStringLiteral("Sending  1  message(s)")));
+    QVERIFY(m_server->waitForRequest("transmitMessages").action != 0);
 }
 
 void TestSink::theAnnouncementOfTheSinksOwnSyncIsSkipped()

@@ -51,6 +51,8 @@ private slots:
     void configurationWithoutTheServiceReadsDefaults();
     void portThatIsNoNumberReadsAsZero();
     void encryptionThatIsNoNumberReadsAsZero();
+    void numbersAreReadInBaseTen_data();
+    void numbersAreReadInBaseTen();
     void passwordIsStoredEncodedAndReadInClear();
     void passwordThatTheStoreCannotKeepIsRecognised();
     void pushIsReadFromAnyNonZeroNumber_data();
@@ -98,6 +100,25 @@ void TestOrvConfiguration::encryptionThatIsNoNumberReadsAsZero()
 {
     const auto config = configurationWith("encryption", QStringLiteral("SSL"));
     QCOMPARE(OrvConfiguration(config).mailEncryption(), 0);
+}
+
+void TestOrvConfiguration::numbersAreReadInBaseTen_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("number");
+    QTest::newRow("leading zero") << QStringLiteral("010") << 10;
+    QTest::newRow("zero and eight") << QStringLiteral("08") << 8;
+    QTest::newRow("hexadecimal") << QStringLiteral("0x10") << 0;
+    QTest::newRow("letters") << QStringLiteral("1f") << 0;
+}
+
+void TestOrvConfiguration::numbersAreReadInBaseTen()
+{
+    QFETCH(QString, text);
+    QFETCH(int, number);
+    QCOMPARE(OrvConfiguration(configurationWith("port", text)).mailPort(), number);
+    QCOMPARE(OrvConfiguration(configurationWith("encryption", text)).mailEncryption(), number);
+    QCOMPARE(OrvConfiguration(configurationWith("pushEnabled", text)).pushEnabled(), number != 0);
 }
 
 void TestOrvConfiguration::passwordIsStoredEncodedAndReadInClear()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "plugin/orvconfiguration.h"
+#include "plugin/orvconfigurationeditor.h"
 #include "settings/orvsettings.h"
 
 #include <QAccessible>
@@ -25,7 +25,7 @@ public:
         if (qstrcmp(source, "QT_LAYOUT_DIRECTION") == 0)
             return QStringLiteral("RTL");
         if (qstrcmp(context, "OrvSettings") != 0)
-            return QString();
+            return QStringLiteral("not of this form");
         QString text = QString::fromUtf8(source);
         std::reverse(text.begin(), text.end());
         return text;
@@ -44,6 +44,7 @@ QMailAccountConfiguration filledConfiguration()
     values.setValue(QStringLiteral("encryption"), QStringLiteral("1"));
     values.setValue(QStringLiteral("email"), QStringLiteral("alice@example.com"));
     values.setValue(QStringLiteral("domain"), QStringLiteral("EXAMPLE"));
+    OrvConfigurationEditor(&config).setMailPassword(QStringLiteral("s3cret"));
     return config;
 }
 
@@ -72,10 +73,16 @@ private slots:
     void accountShowsItsSettings();
     void choiceIsTheStoredEncryption_data();
     void choiceIsTheStoredEncryption();
+    void encryptionThatNobodyKnowsIsShownAsTls_data();
+    void encryptionThatNobodyKnowsIsShownAsTls();
     void storedPortThatIsNoNumberShowsZero();
+    void storedPortThatIsNoPortIsToldAndSavedAs80_data();
+    void storedPortThatIsNoPortIsToldAndSavedAs80();
 
     void portTakesTyping_data();
     void portTakesTyping();
+    void pastedPortIsReadInBaseTen_data();
+    void pastedPortIsReadInBaseTen();
     void emptyPortIsSavedAs80();
     void savedFormReadsBack();
     void savingAddsTheServiceOnce();
@@ -252,6 +259,7 @@ void TestOrvSettings::accountOfAnotherServiceShowsDefaults()
     m_settings->displayConfiguration(QMailAccount(), filledConfiguration());
     QMailAccountConfiguration other;
     other.addServiceConfiguration(QStringLiteral("imap4"));
+    QCOMPARE(line("mailPasswInput")->text(), QStringLiteral("s3cret"));
     m_settings->displayConfiguration(QMailAccount(), other);
     QCOMPARE(line("mailPortInput")->text(), QStringLiteral("80"));
     QCOMPARE(encryption()->currentText(), QStringLiteral("None"));
@@ -264,6 +272,7 @@ void TestOrvSettings::accountShowsItsSettings()
 {
     m_settings->displayConfiguration(QMailAccount(), filledConfiguration());
     QCOMPARE(line("mailUserInput")->text(), QStringLiteral("alice"));
+    QCOMPARE(line("mailPasswInput")->text(), QStringLiteral("s3cret"));
     QCOMPARE(line("mailServerInput")->text(), QStringLiteral("mail.example.com"));
     QCOMPARE(line("mailPortInput")->text(), QStringLiteral("443"));
     QCOMPARE(encryption()->currentIndex(), 1);
@@ -301,6 +310,52 @@ void TestOrvSettings::storedPortThatIsNoNumberShowsZero()
     QCOMPARE(line("mailPortInput")->text(), QStringLiteral("0"));
 }
 
+void TestOrvSettings::encryptionThatNobodyKnowsIsShownAsTls_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("too high") << QStringLiteral("2");
+    QTest::newRow("far too high") << QStringLiteral("70000");
+    QTest::newRow("negative") << QStringLiteral("-1");
+}
+
+void TestOrvSettings::encryptionThatNobodyKnowsIsShownAsTls()
+{
+    QFETCH(QString, stored);
+    QMailAccountConfiguration config = filledConfiguration();
+    config.serviceConfiguration(Service).setValue(QStringLiteral("encryption"), stored);
+    m_settings->displayConfiguration(QMailAccount(), config);
+    QCOMPARE(encryption()->currentText(), QStringLiteral("SSL"));
+    QMailAccount account;
+    QVERIFY(m_settings->updateAccount(&account, &config));
+    QCOMPARE(OrvConfiguration(config).mailEncryption(), 1);
+}
+
+void TestOrvSettings::storedPortThatIsNoPortIsToldAndSavedAs80_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("letters") << QStringLiteral("abc");
+    QTest::newRow("negative") << QStringLiteral("-5");
+    QTest::newRow("too high") << QStringLiteral("70000");
+}
+
+void TestOrvSettings::storedPortThatIsNoPortIsToldAndSavedAs80()
+{
+    QFETCH(QString, stored);
+    QMailAccountConfiguration config = filledConfiguration();
+    config.serviceConfiguration(Service).setValue(QStringLiteral("port"), stored);
+    m_settings->displayConfiguration(QMailAccount(), config);
+    const QString told = line("mailPortInput")->toolTip();
+    QVERIFY2(told.contains(QLatin1String("80")), qPrintable(told));
+    QCOMPARE(line("mailPortInput")->accessibleDescription(), told);
+    QMailAccount account;
+    QVERIFY(m_settings->updateAccount(&account, &config));
+    QCOMPARE(OrvConfiguration(config).mailPort(), 80);
+
+    m_settings->displayConfiguration(QMailAccount(), config);
+    QCOMPARE(line("mailPortInput")->toolTip(), QString());
+    QCOMPARE(line("mailPortInput")->accessibleDescription(), QString());
+}
+
 void TestOrvSettings::portTakesTyping_data()
 {
     QTest::addColumn<QString>("typed");
@@ -329,6 +384,29 @@ void TestOrvSettings::portTakesTyping()
     QTest::keyClicks(port, typed);
     QCOMPARE(port->text(), taken);
     QVERIFY(port->hasAcceptableInput());
+}
+
+void TestOrvSettings::pastedPortIsReadInBaseTen_data()
+{
+    QTest::addColumn<QString>("pasted");
+    QTest::addColumn<QString>("taken");
+    QTest::addColumn<int>("saved");
+    QTest::newRow("leading zero") << QStringLiteral("0443") << QStringLiteral("0443") << 443;
+    QTest::newRow("zero and eight") << QStringLiteral("08") << QStringLiteral("08") << 8;
+    QTest::newRow("hexadecimal is refused") << QStringLiteral("0x50") << QString() << 80;
+}
+
+void TestOrvSettings::pastedPortIsReadInBaseTen()
+{
+    QFETCH(QString, pasted);
+    QFETCH(QString, taken);
+    QFETCH(int, saved);
+    line("mailPortInput")->insert(pasted);
+    QCOMPARE(line("mailPortInput")->text(), taken);
+    QMailAccount account;
+    QMailAccountConfiguration config;
+    QVERIFY(m_settings->updateAccount(&account, &config));
+    QCOMPARE(OrvConfiguration(config).mailPort(), saved);
 }
 
 void TestOrvSettings::emptyPortIsSavedAs80()
@@ -435,6 +513,15 @@ void TestOrvSettings::languageSwitchChangesTheTextsAndKeepsTheInput()
     Backwards language;
     QVERIFY(QCoreApplication::installTranslator(&language));
     QTRY_COMPARE(label("serverLabel")->text(), QStringLiteral("revreS"));
+    QCOMPARE(m_settings->windowTitle(), QStringLiteral("mroF"));
+    QCOMPARE(label("usernameLabel")->text(), QStringLiteral("emanresU"));
+    QCOMPARE(label("passwordLabel")->text(), QStringLiteral("drowssaP"));
+    QCOMPARE(label("portLabel")->text(), QStringLiteral("troP"));
+    QCOMPARE(label("lblEncryptionIncoming")->text(), QStringLiteral("noitpyrcnE"));
+    QCOMPARE(label("domainLabel")->text(), QStringLiteral("niamoD"));
+    QCOMPARE(label("emailLabel")->text(), QStringLiteral("liamE"));
+    QCOMPARE(encryption()->itemText(0), QStringLiteral("enoN"));
+    QCOMPARE(encryption()->itemText(1), QStringLiteral("LSS"));
     QCOMPARE(encryption()->count(), 2);
     QCOMPARE(encryption()->currentText(), QStringLiteral("LSS"));
     QCOMPARE(line("mailServerInput")->text(), QStringLiteral("mail.example.com"));
