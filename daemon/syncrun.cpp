@@ -45,6 +45,25 @@ bool stopsEverything(const Eas::Result &result)
     }
 }
 
+/** Whether the folders that are known can be looked at although their tree could not. */
+bool spoilsTreeAlone(const Eas::Result &result)
+{
+    switch (result.code) {
+    case Eas::NotFound:
+    case Eas::InvalidAnswer:
+        return true;
+    case Eas::ServerFailed:
+        return result.retryAfter == 0;
+    default:
+        return false;
+    }
+}
+
+QSet<QString> toSet(const QStringList &list)
+{
+    return QSet<QString>(list.cbegin(), list.cend());
+}
+
 /** The inbox first, then what a person looks at most. */
 int rank(int folderType)
 {
@@ -75,14 +94,14 @@ bool SyncRun::join(const Request &request)
         return false;
     Wish wish;
     wish.request = request;
-    if (request.kind == RequestKind::SyncFolders) {
-        wish.steps = knownFolders(request.folders) + QSet<QString> {Upload};
-    } else {
-        wish.steps = {Tree};
-        if (request.kind == RequestKind::Sync)
-            wish.steps.insert(Upload);
-        wish.awaitsTree = request.kind == RequestKind::Sync;
-    }
+    const bool isTreeWanted = request.kind != RequestKind::SyncFolders || !isTreeKnown();
+    wish.awaitsTree = isTreeWanted && request.kind != RequestKind::FolderSync;
+    if (isTreeWanted)
+        wish.steps.insert(Tree);
+    else
+        wish.steps = toSet(foldersOf(request, false));
+    if (request.kind != RequestKind::FolderSync)
+        wish.steps.insert(Upload);
     plan(wish.steps, request.kind == RequestKind::SyncFolders);
     m_wishes.append(wish);
     if (m_started)
@@ -144,7 +163,8 @@ void SyncRun::startNext()
 {
     finishWishes();
     if (m_wishes.isEmpty() || m_pending.isEmpty()) {
-        finishAll({});
+        // Without a single folder nothing was looked at.
+        finishAll(enabledFolders().isEmpty() ? m_treeFailure : Eas::Result());
         return;
     }
     const QStringList batch = takeBatch();
@@ -217,11 +237,15 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
                        << (names.first() == Tree ? QStringLiteral("folder tree")
                                                  : names.join(QLatin1Char(' ')))
                        << "failed with" << result.code << result.text;
-    if (!result.ok() && (local || names.first() == Tree || stopsEverything(result))) {
+    const bool isTree = names.first() == Tree;
+    const bool isFatal = isTree ? !spoilsTreeAlone(result) : stopsEverything(result);
+    if (!result.ok() && (local || isFatal)) {
         m_step = nullptr;
         finishAll(result);
         return;
     }
+    if (isTree)
+        m_treeFailure = result;
     if (qobject_cast<BatchStep *>(step))
         onBatchFinished(names);
     else
@@ -287,7 +311,8 @@ void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
     if (result.ok())
         return;
     // A folder that has gone is no failure for those who asked for whatever there is.
-    const bool isGone = name != Upload && !m_context.db->folder(m_context.id(), name);
+    const bool isFolder = name != Upload && name != Tree;
+    const bool isGone = isFolder && !m_context.db->folder(m_context.id(), name);
     for (Wish &wish : m_wishes) {
         const bool asked = wish.request.kind == RequestKind::SyncFolders;
         if (wish.steps.contains(name) && wish.failure.ok() && (asked || !isGone))
@@ -295,20 +320,16 @@ void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
     }
 }
 
+/** What was to be asked for as soon as the tree is known is asked for now. */
 void SyncRun::awaitFolders()
 {
-    const QStringList enabled = enabledFolders();
-    const QSet<QString> folders(enabled.cbegin(), enabled.cend());
-    bool isAwaited = false;
     for (Wish &wish : m_wishes) {
         if (!wish.awaitsTree)
             continue;
         wish.awaitsTree = false;
-        wish.steps += folders;
-        isAwaited = true;
-    }
-    for (const QString &folder : enabled) {
-        if (isAwaited)
+        const QStringList folders = foldersOf(wish.request, true);
+        wish.steps += toSet(folders);
+        for (const QString &folder : folders)
             plan({folder}, false);
     }
 }
@@ -361,18 +382,45 @@ QStringList SyncRun::enabledFolders() const
     return ids;
 }
 
-QSet<QString> SyncRun::knownFolders(const QStringList &folderIds) const
+/** `isTreeNew`: it was not there when the request came. */
+QStringList SyncRun::foldersOf(const Request &request, bool isTreeNew) const
 {
-    QSet<QString> known;
+    if (request.kind == RequestKind::Sync)
+        return enabledFolders();
+    const QStringList known = knownFolders(request.folders);
+    // A mail program that knows no inbox yet asks for the news of no folder, which is number 0.
+    const bool isInboxMeant = isTreeNew || request.folders.contains(QStringLiteral("0"));
+    return known.isEmpty() && isInboxMeant ? inbox() : known;
+}
+
+QStringList SyncRun::knownFolders(const QStringList &folderIds) const
+{
+    QStringList known;
     for (const QString &text : folderIds) {
         bool isNumber = false;
         const QMailFolderId id(text.toULongLong(&isNumber));
         if (!isNumber || QMailFolder(id).parentAccountId() != m_context.id())
             continue;
-        if (const auto state = m_context.db->folder(id))
-            known.insert(state->serverId);
+        const auto state = m_context.db->folder(id);
+        if (state && !known.contains(state->serverId))
+            known.append(state->serverId);
     }
     return known;
+}
+
+QStringList SyncRun::inbox() const
+{
+    const auto all = m_context.db->folders(m_context.id());
+    for (const Store::FolderState &folder : all) {
+        if (folder.type == Eas::Inbox)
+            return {folder.serverId};
+    }
+    return {};
+}
+
+bool SyncRun::isTreeKnown() const
+{
+    return m_context.db->account(m_context.id()).folderSyncKey != QLatin1String("0");
 }
 
 } // namespace Daemon

@@ -17,7 +17,8 @@ class SyncStep;
  *
  * Answers any number of requests, each as soon as all that it asked for is done; a step that was
  * done before a request came is done again for it, one that is under way counts. What fails for one
- * folder does not hold up the others.
+ * folder, or for the tree, does not hold up the others. Where the tree was never fetched, that
+ * comes first, whatever was asked for; who then named no folder that is known gets the inbox.
  */
 class SyncRun : public Operation
 {
@@ -61,11 +62,14 @@ private:
     void noteFailure(const QString &name, const Eas::Result &result);
     void noteDone(const QString &name);
     void awaitFolders();
+    QStringList foldersOf(const Request &request, bool isTreeNew) const;
     void finishWishes();
     void finishAll(const Eas::Result &result);
     void onProgressed(int progress);
     QStringList enabledFolders() const;
-    QSet<QString> knownFolders(const QStringList &folderIds) const;
+    QStringList knownFolders(const QStringList &folderIds) const;
+    QStringList inbox() const;
+    bool isTreeKnown() const;
 
     const AccountContext m_context;
     QList<Wish> m_wishes;
@@ -75,6 +79,7 @@ private:
     SyncStep *m_step = nullptr;
     QSet<QString> m_alone; ///< folders that take no part in batches any more
     QSet<QString> m_repeatedAfterTree;
+    Eas::Result m_treeFailure;
     int m_done = 0;
     int m_joined = 0;
     bool m_started = false;

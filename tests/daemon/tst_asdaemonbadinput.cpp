@@ -29,6 +29,9 @@ private slots:
     void httpStatuses();
     void aRefusedKeyKeepsTheMessages();
     void aKeyRefusedAmongTheWindowsBeginsTheFolderAnew();
+    void aTreeThatFailsDoesNotHoldUpTheFolders_data();
+    void aTreeThatFailsDoesNotHoldUpTheFolders();
+    void aServerThatWantsAPauseIsLeftAloneAfterItsTree();
     void aRefusedFolderKeyKeepsTheFolders();
     void aChangedTreeIsFetchedBeforeTheFolder();
     void moreWithoutItemsEnds_data();
@@ -180,12 +183,15 @@ void TestAsDaemonBadInput::aBrokenAnswerFailsAndTheNextSynchronisationWorks()
     QCOMPARE(world().syncAndWait(), 200);
     const QMailMessageIdList before = messageIds();
     world().deliver(2, QStringLiteral("New"));
-    for (const char *command : {"FolderSync", "Sync"}) {
+    for (const char *command : {"Sync", "FolderSync"}) {
         wish[QStringLiteral("command")] = QLatin1String(command);
         wish[QStringLiteral("count")] = -1;
         world().server.fault(wish);
         QCOMPARE(world().syncAndWait(), code);
-        QCOMPARE(messageIds(), before);
+        QCOMPARE(messageIds().mid(0, before.size()), before);
+        // Where there is a connection, the folders are looked at though their tree could not be.
+        const bool isTreeAlone = code == 501 && qstrcmp(command, "FolderSync") == 0;
+        QCOMPARE(world().messageCount(), isTreeAlone ? 5 : 3);
         world().server.clearFaults();
     }
     QCOMPARE(world().syncAndWait(), 200);
@@ -293,6 +299,51 @@ void TestAsDaemonBadInput::aKeyRefusedAmongTheWindowsBeginsTheFolderAnew()
     // Most come once more; that is no reason to give up.
     QCOMPARE(messageIds().size(), 800);
     QVERIFY(world().server.requestCount("Sync") > 16);
+}
+
+void TestAsDaemonBadInput::aTreeThatFailsDoesNotHoldUpTheFolders_data()
+{
+    QTest::addColumn<QJsonObject>("wish");
+    QTest::addColumn<int>("code");
+    QTest::newRow("its own status") << fault("status", {{QStringLiteral("status"), 10}}) << 500;
+    QTest::newRow("HTTP") << fault("http", {{QStringLiteral("status"), 500}}) << 500;
+    QTest::newRow("rubbish") << fault("rubbish") << 501;
+    QTest::newRow("truncated") << fault("damage",
+                                        {{QStringLiteral("how"), QStringLiteral("truncated")}})
+                               << 501;
+}
+
+void TestAsDaemonBadInput::aTreeThatFailsDoesNotHoldUpTheFolders()
+{
+    QFETCH(QJsonObject, wish);
+    QFETCH(int, code);
+    world().deliver(1, QStringLiteral("Old"));
+    QCOMPARE(world().syncAndWait(), 200);
+    world().deliver(1, QStringLiteral("New"));
+    wish[QStringLiteral("command")] = QStringLiteral("FolderSync");
+    wish[QStringLiteral("count")] = -1;
+    world().server.fault(wish);
+    QCOMPARE(world().syncAndWait(), code);
+    QCOMPARE(world().subjects(), (QStringList {QStringLiteral("New 1"), QStringLiteral("Old 1")}));
+    // Who asked for the tree is told; who asked for a folder alone has it.
+    const int tree = world().proxy.folderSync(world().account.toULongLong(), QDBus::Block).value();
+    const int inbox = world().syncFolders(
+        {QString::number(world().folder(QStringLiteral("Inbox")).toULongLong())});
+    QCOMPARE(world().codeOf(tree), code);
+    QCOMPARE(world().codeOf(inbox), 200);
+}
+
+void TestAsDaemonBadInput::aServerThatWantsAPauseIsLeftAloneAfterItsTree()
+{
+    world().deliver(1);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.fault(fault("http",
+                               {{QStringLiteral("command"), QStringLiteral("FolderSync")},
+                                {QStringLiteral("status"), 503},
+                                {QStringLiteral("retry_after"), 3600}}));
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 500);
+    QCOMPARE(world().server.requestCount("Sync"), 0);
 }
 
 void TestAsDaemonBadInput::aRefusedFolderKeyKeepsTheFolders()

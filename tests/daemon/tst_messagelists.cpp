@@ -32,6 +32,10 @@ private slots:
     void whoeverWantsTheTextGetsIt();
     void localChangesGoFirst();
     void foldersOfAnotherAccountArePassedOver();
+    void theFirstListBringsTheTreeAndTheInbox_data();
+    void theFirstListBringsTheTreeAndTheInbox();
+    void theNewsOfNoFolderAreThoseOfTheInbox();
+    void aFirstListWithoutATreeFails();
     void aLongerTimeBringsOlderMessagesAndKeepsTheOthers();
     void aShorterTimeRemovesHereAlone();
     void theTimeCanChangeWhileTheKeyIsLost();
@@ -202,6 +206,50 @@ void TestMessageLists::foldersOfAnotherAccountArePassedOver()
     const QString id = QString::number(theirs.toULongLong());
     QCOMPARE(world().codeOf(world().syncFolders({id, QStringLiteral("x"), QString()}, Preview)),
              200);
+    QCOMPARE(world().server.requestCount("Sync"), 0);
+}
+
+void TestMessageLists::theFirstListBringsTheTreeAndTheInbox_data()
+{
+    QTest::addColumn<QStringList>("folders");
+    QTest::newRow("no folder's number, as of a program that knows none")
+        << QStringList {QStringLiteral("0")};
+    QTest::newRow("a folder that is not here") << QStringList {QStringLiteral("987654")};
+    QTest::newRow("nothing") << QStringList();
+}
+
+void TestMessageLists::theFirstListBringsTheTreeAndTheInbox()
+{
+    QFETCH(QStringList, folders);
+    world().deliver(2);
+    world().deliver(1, QStringLiteral("Draft"), drafts);
+    QCOMPARE(world().codeOf(world().syncFolders(folders, Preview)), 200);
+    QVERIFY(QMailAccount(world().account).standardFolder(QMailFolder::InboxFolder).isValid());
+    QVERIFY(world().folder(drafts).isValid());
+    QCOMPARE(world().subjects(),
+             (QStringList {QStringLiteral("Mail 1"), QStringLiteral("Mail 2")}));
+    QVERIFY(world().subjects(drafts).isEmpty());
+    QCOMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
+    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+}
+
+void TestMessageLists::theNewsOfNoFolderAreThoseOfTheInbox()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    world().deliver(1);
+    world().server.clearLog();
+    QCOMPARE(world().codeOf(world().syncFolders({QStringLiteral("0")}, Preview)), 200);
+    QCOMPARE(world().subjects(), QStringList {QStringLiteral("Mail 1")});
+    QCOMPARE(world().server.requestCount("FolderSync"), 0);
+    QCOMPARE(world().server.requestCount("Sync"), 1);
+}
+
+void TestMessageLists::aFirstListWithoutATreeFails()
+{
+    QJsonObject failure = world().faultOf("status", "FolderSync");
+    failure[QStringLiteral("status")] = 10;
+    world().server.fault(failure);
+    QCOMPARE(world().codeOf(world().syncFolders({QStringLiteral("0")}, Preview)), 500);
     QCOMPARE(world().server.requestCount("Sync"), 0);
 }
 

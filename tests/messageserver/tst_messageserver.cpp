@@ -16,6 +16,7 @@ private slots:
     void synchronises();
     void retrievesEverything();
     void retrievesAMessageList();
+    void asksForTheNewsOfAFolderThatIsNotKnownYet();
     void tellsTheClientWhatTheDaemonsCodeMeans_data();
     void tellsTheClientWhatTheDaemonsCodeMeans();
     void failsWhileTheDaemonIsAbsent();
@@ -79,6 +80,18 @@ void TestMessageServer::retrievesAMessageList()
     QCOMPARE(call.arguments,
              QVariantList({m_account.toULongLong(),
                            QStringList(QString::number(inbox.toULongLong())), 30, 0}));
+}
+
+void TestMessageServer::asksForTheNewsOfAFolderThatIsNotKnownYet()
+{
+    m_daemon->answer(Answer::nextId().completing(200));
+    Retrieval retrieval;
+    retrieval.action.retrieveNewMessages(m_account, {QMailFolderId()});
+    QVERIFY(retrieval.watcher.waitForEnd());
+    QVERIFY(retrieval.watcher.succeeded());
+    // The daemon takes it for the inbox.
+    QCOMPARE(m_daemon->waitForCall("syncSpecificFolders").arguments,
+             QVariantList({m_account.toULongLong(), QStringList(QStringLiteral("0")), 30, 0}));
 }
 
 void TestMessageServer::tellsTheClientWhatTheDaemonsCodeMeans_data()
