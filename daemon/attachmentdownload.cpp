@@ -4,7 +4,7 @@
 #include "daemon/eas/fetchattachmentcommand.h"
 #include "daemon/eas/fetchmessagecommand.h"
 #include "daemon/messagedownload.h"
-#include "daemon/store/foundmark.h"
+#include "daemon/namingstep.h"
 #include "daemon/storecall.h"
 
 namespace Daemon {
@@ -92,7 +92,7 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
         return;
     }
     if (result.code == Eas::NotFound && !m_isReferenceNew) {
-        askForReference();
+        nameMessage();
         return;
     }
     if (result.ok())
@@ -110,13 +110,23 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
 }
 
 /** The message may have moved since its references came. */
-void AttachmentDownload::askForReference()
+void AttachmentDownload::nameMessage()
 {
     m_isReferenceNew = true;
-    Eas::ItemLocator locator;
-    locator.collectionId = m_source.collectionId;
-    locator.serverId = m_source.serverId;
-    locator.longId = Store::FoundMark::longIdInsteadOf(m_source.serverId);
+    auto *naming = new NamingStep(m_context, m_message, this);
+    connect(naming, &SyncStep::finished, this,
+            [this, naming](const Eas::Result &result, bool local) {
+                naming->deleteLater();
+                if (result.ok())
+                    askForReference(naming->locator());
+                else
+                    emit finished(result, local);
+            });
+    naming->proceed();
+}
+
+void AttachmentDownload::askForReference(const Eas::ItemLocator &locator)
+{
     m_nothing.open(QIODevice::WriteOnly | QIODevice::Truncate);
     auto *command = new Eas::FetchMessageCommand(m_context.session, locator, &m_nothing);
     Eas::BodyPreference preference;

@@ -12,6 +12,7 @@
 namespace Eas {
 class FetchAttachmentCommand;
 class FetchMessageCommand;
+struct ItemLocator;
 } // namespace Eas
 
 namespace Daemon {
@@ -41,7 +42,8 @@ private:
     void onReceived(qint64 received, qint64 total);
     void onWritten(qint64 bytes);
     void onAnswer(const Eas::FetchAttachmentCommand &command);
-    void askForReference();
+    void nameMessage();
+    void askForReference(const Eas::ItemLocator &locator);
     void onReference(const Eas::FetchMessageCommand &command);
     void end();
 

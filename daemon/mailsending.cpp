@@ -4,7 +4,6 @@
 #include "daemon/eas/sendmailcommand.h"
 #include "daemon/logging.h"
 #include "daemon/sentlookup.h"
-#include "daemon/store/foundmark.h"
 #include "daemon/store/outgoingmail.h"
 
 #include <QDateTime>
@@ -156,9 +155,7 @@ Eas::OutgoingMail MailSending::mail()
     mail.kind = m_plan.kind == Store::ResponsePlan::Reply ? Eas::OutgoingMail::Reply
         : m_plan.kind == Store::ResponsePlan::Forward     ? Eas::OutgoingMail::Forward
                                                           : Eas::OutgoingMail::Plain;
-    mail.original.collectionId = m_plan.original.collectionId;
-    mail.original.serverId = m_plan.original.itemId;
-    mail.original.longId = Store::FoundMark::longIdInsteadOf(m_plan.original.itemId);
+    mail.original = m_plan.original.locator();
     mail.replaceMime = m_plan.saysAll;
     return mail;
 }

@@ -2,10 +2,10 @@
 #include "daemon/messagedownload.h"
 
 #include "daemon/eas/fetchmessagecommand.h"
+#include "daemon/namingstep.h"
 #include "daemon/store/contentmark.h"
 #include "daemon/store/contentwriter.h"
 #include "daemon/store/currentmessages.h"
-#include "daemon/store/foundmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/storecall.h"
 
@@ -15,16 +15,6 @@
 namespace Daemon {
 
 namespace {
-
-Eas::ItemLocator locatorOf(const QMailMessageMetaData &message)
-{
-    const Store::ServerUid uid = Store::ServerUid::split(message.serverUid());
-    Eas::ItemLocator locator;
-    locator.collectionId = uid.collectionId;
-    locator.serverId = uid.itemId;
-    locator.longId = Store::FoundMark::longIdInsteadOf(uid.itemId);
-    return locator;
-}
 
 bool isWhole(const QMailMessageMetaData &message)
 {
@@ -46,17 +36,31 @@ void MessageDownload::proceed()
     const QMailMessageMetaData message = Store::currentMessage(m_message);
     if (isWhole(message)) {
         finishLater({});
-    } else if (locatorOf(message).serverId.isEmpty()) {
+    } else if (Store::ServerUid::split(message.serverUid()).collectionId.isEmpty()) {
         const bool isHere = message.status() & QMailMessageMetaData::ContentAvailable;
         finishLater(isHere ? Eas::Result()
                            : Eas::Result {Eas::NotFound,
                                           QStringLiteral("the server does not have the message")});
     } else {
-        ask();
+        nameMessage();
     }
 }
 
-void MessageDownload::ask()
+void MessageDownload::nameMessage()
+{
+    auto *naming = new NamingStep(m_context, m_message, this);
+    connect(naming, &SyncStep::finished, this,
+            [this, naming](const Eas::Result &result, bool local) {
+                naming->deleteLater();
+                if (result.ok())
+                    ask(naming->locator());
+                else
+                    emit finished(result, local);
+            });
+    naming->proceed();
+}
+
+void MessageDownload::ask(const Eas::ItemLocator &locator)
 {
     m_file = std::make_unique<DownloadFile>();
     const Eas::Result opened = m_file->open();
@@ -64,24 +68,23 @@ void MessageDownload::ask()
         finishLater(opened, true);
         return;
     }
-    const QMailMessageMetaData message = Store::currentMessage(m_message);
-    const qint64 size = message.size();
-    auto *command =
-        new Eas::FetchMessageCommand(m_context.session, locatorOf(message), m_file->device());
+    const qint64 size = Store::currentMessage(m_message).size();
+    auto *command = new Eas::FetchMessageCommand(m_context.session, locator, m_file->device());
     connect(command, &Eas::Command::progressed, this, [this, size](qint64 received, qint64 total) {
         // An unpacked answer tells its length; else the size that the server once estimated.
         const qint64 all = total > 0 ? total : size;
         if (all > 0)
             emit progressed(int(qMin<qint64>(1000, received * 1000 / all)));
     });
-    start(command, [this, command] { onAnswer(*command); });
+    start(command, [this, command, locator] { onAnswer(*command, locator); });
 }
 
-void MessageDownload::onAnswer(const Eas::FetchMessageCommand &command)
+void MessageDownload::onAnswer(const Eas::FetchMessageCommand &command,
+                               const Eas::ItemLocator &locator)
 {
     Eas::Result result = command.result();
     if (result.code == Eas::ServerFailed) {
-        retryOrFail(result, [this] { ask(); });
+        retryOrFail(result, [this, locator] { ask(locator); });
         return;
     }
     if (result.ok())

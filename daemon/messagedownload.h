@@ -9,6 +9,7 @@
 
 namespace Eas {
 class FetchMessageCommand;
+struct ItemLocator;
 struct MailItem;
 } // namespace Eas
 
@@ -31,8 +32,9 @@ public:
     void proceed() override;
 
 private:
-    void ask();
-    void onAnswer(const Eas::FetchMessageCommand &command);
+    void nameMessage();
+    void ask(const Eas::ItemLocator &locator);
+    void onAnswer(const Eas::FetchMessageCommand &command, const Eas::ItemLocator &locator);
     void replaceByText(Eas::MailItem item);
 
     const QMailMessageId m_message;

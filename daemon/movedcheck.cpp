@@ -4,7 +4,6 @@
 #include "daemon/eas/fetchmessagecommand.h"
 #include "daemon/logging.h"
 #include "daemon/store/currentmessages.h"
-#include "daemon/store/foundmark.h"
 #include "daemon/store/localchanges.h"
 #include "daemon/store/serveruid.h"
 
@@ -73,8 +72,7 @@ QString MovedCheck::itemId(const QMailMessageId &id) const
     const Store::ServerUid uid = Store::ServerUid::split(message.serverUid());
     // What was moved on, the next upload finds out about.
     const bool isHere = folder && message.parentFolderId() == folder->folderId
-        && uid.collectionId == m_collectionId
-        && Store::FoundMark::longIdInsteadOf(uid.itemId).isEmpty();
+        && uid.collectionId == m_collectionId;
     return isHere ? uid.itemId : QString();
 }
 

@@ -136,8 +136,8 @@ void SentLookup::collect(const QMailFolderId &folder)
               [rank](const auto &a, const auto &b) { return rank(a) < rank(b); });
     for (const QMailMessageMetaData &message : messages) {
         const auto uid = Store::ServerUid::split(message.serverUid());
-        if (!uid.itemId.isEmpty() && m_candidates.size() < MostCandidates)
-            m_candidates.append({uid.collectionId, uid.itemId, QString()});
+        if (uid.isKnownThere() && m_candidates.size() < MostCandidates)
+            m_candidates.append(uid.locator());
     }
     askNext();
 }

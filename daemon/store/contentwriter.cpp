@@ -199,9 +199,6 @@ Eas::Result ContentWriter::partSource(const QMailMessageId &id, const QString &l
         && location == QLatin1String("1");
     if (!part && !isAlone)
         return gone();
-    const ServerUid uid = ServerUid::split(message.serverUid());
-    source->collectionId = uid.collectionId;
-    source->serverId = uid.itemId;
     source->fileReference = part ? MessageBuilder::fileReference(*part) : QString();
     source->estimatedSize = part ? qMax(0, part->contentDisposition().size()) : 0;
     source->available = part ? part->contentAvailable() : message.hasBody();

@@ -12,8 +12,6 @@ namespace Store {
 /** What is needed to ask the server for one part of a message. */
 struct PartSource
 {
-    QString collectionId;
-    QString serverId;
     QString fileReference; ///< empty: the part is no attachment of its own
     qint64 estimatedSize = 0;
     bool available = false; ///< its content is here already

@@ -5,8 +5,7 @@ namespace Store {
 
 namespace {
 const QString field = QStringLiteral("orvmail-found");
-const QChar standIn(0x1f); // XML text, which ids are, cannot contain it
-} // namespace
+}
 
 bool FoundMark::isSet(const QMailMessageMetaData &message)
 {
@@ -26,16 +25,6 @@ void FoundMark::clear(QMailMessageMetaData *message)
 QMailMessageKey FoundMark::key()
 {
     return QMailMessageKey::customField(field);
-}
-
-QString FoundMark::itemIdFor(const QString &longId)
-{
-    return standIn + longId;
-}
-
-QString FoundMark::longIdInsteadOf(const QString &itemId)
-{
-    return itemId.startsWith(standIn) ? itemId.mid(1) : QString();
 }
 
 } // namespace Store

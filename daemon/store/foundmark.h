@@ -21,14 +21,6 @@ void clear(QMailMessageMetaData *message);
 /** The messages that have the mark. */
 QMailMessageKey key();
 
-/**
- * The item id of a message whose real one a search does not tell; it stands for the LongId under
- * which the search has found it. No server's id looks like it.
- */
-QString itemIdFor(const QString &longId);
-/** The LongId that such an item id stands for; empty for a real item id. */
-QString longIdInsteadOf(const QString &itemId);
-
 } // namespace FoundMark
 
 } // namespace Store

@@ -20,9 +20,8 @@ constexpr int shareMs = 50; ///< how long a step goes on
 
 QString uidOf(const FoundItem &found)
 {
-    const QString itemId =
-        found.itemId.isEmpty() ? FoundMark::itemIdFor(found.longId) : found.itemId;
-    return ServerUid::join(found.collectionId, itemId);
+    return found.itemId.isEmpty() ? ServerUid::joinFound(found.collectionId, found.longId)
+                                  : ServerUid::join(found.collectionId, found.itemId);
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/fingerprint.h"
-#include "daemon/store/foundmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 
@@ -26,7 +25,7 @@ const QMailMessageKey::Properties propertiesOfChanges = QMailMessageKey::Id
  * known. */
 bool isNamed(const ServerUid &uid)
 {
-    return FoundMark::longIdInsteadOf(uid.itemId).isEmpty();
+    return !uid.itemId.isEmpty();
 }
 
 /** Messages of which one of two flags is set and the other is not. */
@@ -201,8 +200,7 @@ Eas::Result LocalChanges::awaitMoved(const Move &move)
     if (!result.ok())
         return result;
     // Its id there is not known yet, and what comes of the old one is not about it any more.
-    const QString standIn = FoundMark::itemIdFor(QString::number(move.id.toULongLong()));
-    return renameMoved(move, ServerUid::join(move.destination, standIn));
+    return renameMoved(move, ServerUid::joinUnnamed(move.destination, move.id));
 }
 
 /** The folder's own synchronisation may have brought the moved message as a new one already. */

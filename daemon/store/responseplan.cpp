@@ -139,7 +139,7 @@ ResponsePlan ResponsePlan::of(const QMailMessage &message)
     const QMailMessage original(message.inResponseTo());
     ResponsePlan plan;
     plan.original = ServerUid::split(original.serverUid());
-    if (plan.original.itemId.isEmpty())
+    if (!plan.original.isKnownThere())
         return {};
     plan.kind = kind;
     plan.saysAll = holds(message, original);

@@ -185,7 +185,7 @@ void WindowWriter::expectFound()
         fingerprintProperties | QMailMessageKey::ServerUid);
     for (const QMailMessageMetaData &message : found) {
         const ServerUid known = ServerUid::split(message.serverUid());
-        const bool isNamed = FoundMark::longIdInsteadOf(known.itemId).isEmpty();
+        const bool isNamed = !known.itemId.isEmpty();
         const bool mayBeRenamed = m_first || m_folder.reconciling;
         if (known.collectionId == m_window.collectionId && (mayBeRenamed || !isNamed))
             m_unconfirmed.insert(fingerprint(message), message.id());
@@ -324,7 +324,7 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         if (named.isValid()) {
             // Another message has the id now: it may yet be found under its own new one.
             QMailMessageMetaData displaced = present->take(wanted);
-            displaced.setServerUid(wanted + QStringLiteral("\x1f%1").arg(named.toULongLong()));
+            displaced.setServerUid(ServerUid::joinUnnamed(m_window.collectionId, named));
             renamed.append(displaced);
         }
         present->remove(message.serverUid());

@@ -2,6 +2,7 @@
 #include "tests/daemon/downloadworld.h"
 
 #include <QFile>
+#include <qmaildisconnected.h>
 #include <qmailstore.h>
 #include <QRandomGenerator>
 
@@ -122,6 +123,25 @@ QList<QByteArray> DownloadWorld::contents(const QMailMessageId &message)
         return true;
     });
     return found;
+}
+
+bool DownloadWorld::moveAndLoseTheAnswer(const QMailMessageId &message)
+{
+    QMailDisconnected::moveToFolder({message},
+                                    QMailAccount(account).standardFolder(QMailFolder::TrashFolder));
+    QJsonObject lost = faultOf("reset", "MoveItems");
+    lost[QStringLiteral("late")] = true;
+    server.fault(lost);
+    QJsonObject failing = faultOf("http", "Sync");
+    failing[QStringLiteral("status")] = 500;
+    failing[QStringLiteral("count")] = -1;
+    server.fault(failing);
+    const bool isLost = syncAndWait() != 200;
+    // The server says now that the message is not where it was.
+    const bool isGone = syncAndWait() == 500;
+    server.clearFaults();
+    server.clearLog();
+    return isLost && isGone;
 }
 
 QJsonObject DownloadWorld::faultOf(const char *kind, const char *command) const

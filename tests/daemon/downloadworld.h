@@ -38,6 +38,12 @@ public:
     /** Decoded contents of all parts that have no parts, in order. */
     static QList<QByteArray> contents(const QMailMessageId &message);
 
+    /**
+     * Moves the message into the trash; the server's answer to that is lost, and the folders do not
+     * answer since: what the server calls the message is not known here.
+     */
+    bool moveAndLoseTheAnswer(const QMailMessageId &message);
+
     QJsonObject faultOf(const char *kind, const char *command = "ItemOperations") const;
     void deleteAtServer(const QString &subject);
     /** Kibibytes that the daemon's process has held at most since the last call. */

@@ -130,6 +130,7 @@ private slots:
     void theRestOfATextComesWithTheMessage();
     void aPartThatDoesNotExistIsNotFound();
     void anAttachmentOfAMessageThatMovedIsFound();
+    void anAttachmentIsFoundThoughTheMoveIsNotConfirmed();
     void anAttachmentThatIsGoneIsNotFound_data();
     void anAttachmentThatIsGoneIsNotFound();
     void aBrokenDownloadLeavesTheMessageAndCanBeRepeated_data();
@@ -360,6 +361,19 @@ void TestAttachmentDownload::anAttachmentOfAMessageThatMovedIsFound()
         QTRY_COMPARE(DownloadWorld::content(id, location),
                      isLenient ? first.content : second.content);
     }
+}
+
+void TestAttachmentDownload::anAttachmentIsFoundThoughTheMoveIsNotConfirmed()
+{
+    const SourcePart part = DownloadWorld::attachment("a.bin", 3000);
+    const QMailMessageId id = bring({part});
+    QVERIFY(world().moveAndLoseTheAnswer(id));
+    QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
+    QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
+    for (const QJsonObject &request : world().server.requests("ItemOperations"))
+        QVERIFY(!request.value(QStringLiteral("request"))
+                     .toString()
+                     .contains(QStringLiteral("LongId")));
 }
 
 void TestAttachmentDownload::anAttachmentThatIsGoneIsNotFound_data()

@@ -21,6 +21,8 @@ private slots:
     void aSynchronisationLeavesADownloadedMessageAlone();
     void aSecondDownloadAsksTheServerNoMore();
     void everySampleCanBeDownloaded();
+    void aMessageWhoseMoveIsNotConfirmedIsFoundFirst_data();
+    void aMessageWhoseMoveIsNotConfirmedIsFoundFirst();
     void aMessageThatIsGoneIsNotFound_data();
     void aMessageThatIsGoneIsNotFound();
     void aBrokenDownloadLeavesTheMessageAndCanBeRepeated_data();
@@ -166,6 +168,38 @@ void TestMessageDownload::everySampleCanBeDownloaded()
     QVERIFY(world().daemon.isRunning());
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().messageCount(), loaded.size());
+}
+
+void TestMessageDownload::aMessageWhoseMoveIsNotConfirmedIsFoundFirst_data()
+{
+    QTest::addColumn<bool>("isGone");
+    QTest::newRow("it has moved") << false;
+    QTest::newRow("another client has removed it since") << true;
+}
+
+void TestMessageDownload::aMessageWhoseMoveIsNotConfirmedIsFoundFirst()
+{
+    QFETCH(bool, isGone);
+    const QMailMessageId id = world().bring(
+        DownloadWorld::mixed(m_subject, {DownloadWorld::text("Hello\r\n")}), m_subject);
+    QVERIFY(world().moveAndLoseTheAnswer(id));
+    if (isGone) {
+        const QString user = QStringLiteral("alice"), trash = QStringLiteral("Trash");
+        const QJsonObject there = world().server.messages(user, trash).value(0);
+        world().server.control("delete",
+                               {{QStringLiteral("user"), user},
+                                {QStringLiteral("folder"), trash},
+                                {QStringLiteral("id"), there.value(QStringLiteral("id"))}});
+    }
+    QCOMPARE(world().codeOf(world().downloadMessage(id)), isGone ? 404 : 200);
+    for (const QJsonObject &request : world().server.requests("ItemOperations"))
+        QVERIFY(!request.value(QStringLiteral("request"))
+                     .toString()
+                     .contains(QStringLiteral("LongId")));
+    QCOMPARE(world().server.requestCount("ItemOperations"), isGone ? 0 : 1);
+    QCOMPARE(world().messageCount(), isGone ? 0 : 1);
+    if (!isGone)
+        QTRY_COMPARE(DownloadWorld::contents(id), QList<QByteArray> {"Hello\r\n"});
 }
 
 void TestMessageDownload::aMessageThatIsGoneIsNotFound_data()
