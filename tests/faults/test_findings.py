@@ -104,5 +104,5 @@ class Result(unittest.TextTestResult):
 
 
 if __name__ == "__main__":
-    runner = unittest.TextTestRunner(resultclass=Result)
+    runner = unittest.TextTestRunner(resultclass=Result, verbosity=0)
     sys.exit(not runner.run(unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__])).wasSuccessful())
