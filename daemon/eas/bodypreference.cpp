@@ -22,17 +22,33 @@ int mimeTruncation(qint64 bytes)
 
 void BodyPreference::write(WbxmlWriter *writer, int version) const
 {
-    if (type == Mime) {
-        writer->element(Tags::AirSync::MIMESupport, 2);
-    }
-    // Some servers cut by this alone, whatever the body's type.
+    writeSupport(writer);
+    writeBodies(writer, version);
+}
+
+void BodyPreference::writeForSync(WbxmlWriter *writer, int version) const
+{
+    writeSupport(writer);
     if (truncation >= 0) {
         writer->element(Tags::AirSync::MIMETruncation, mimeTruncation(truncation));
     }
+    writeBodies(writer, version);
+}
+
+void BodyPreference::writeSupport(WbxmlWriter *writer) const
+{
+    if (type == Mime) {
+        writer->element(Tags::AirSync::MIMESupport, 2);
+    }
+}
+
+void BodyPreference::writeBodies(WbxmlWriter *writer, int version) const
+{
     // Offered both, a server gives each message in its own form; where the last one alone counts,
     // that is HTML, and a plain message stays plain.
-    if (type == Html)
+    if (type == Html) {
         writeOne(writer, PlainText, version);
+    }
     writeOne(writer, type, version);
 }
 

@@ -22,8 +22,13 @@ struct BodyPreference
 
     /** Writes what belongs into an Options element, for a version as Session::version() has it. */
     void write(WbxmlWriter *writer, int version) const;
+    /** The same for Sync, where alone MIMETruncation may stand: some servers cut by nothing else.
+     */
+    void writeForSync(WbxmlWriter *writer, int version) const;
 
 private:
+    void writeSupport(WbxmlWriter *writer) const;
+    void writeBodies(WbxmlWriter *writer, int version) const;
     void writeOne(WbxmlWriter *writer, BodyType form, int version) const;
 };
 

@@ -63,7 +63,7 @@ void writeCollection(WbxmlWriter *writer, const SyncRequest &request, int versio
         writer->element(S::WindowSize, qBound(1, request.windowSize, 512));
         writer->startElement(S::Options);
         writer->element(S::FilterType, int(request.filter));
-        request.body.write(writer, version);
+        request.body.writeForSync(writer, version);
         writer->endElement();
         writeCommands(writer, request);
     }

@@ -198,6 +198,8 @@ void TestFetch::anotherFormOfTheBody()
     const int plain = xml.indexOf("<Type>1</Type><TruncationSize>500</TruncationSize>");
     const int last = xml.indexOf("<Type>2</Type><TruncationSize>500</TruncationSize>");
     QVERIFY2(plain > 0 && last > plain, xml.constData());
+    // It belongs to Sync alone.
+    QVERIFY2(!xml.contains("MIMETruncation"), xml.constData());
     QVERIFY(command.item().body->type == PlainText && command.item().body->truncated);
     QCOMPARE(m_target.data(), QByteArray("text"));
 }

@@ -142,9 +142,7 @@ void TestOtherCommands::aSearchAsksForAllThatIsWanted()
                        "xmlns=\"Email:\"/><Value>2026-03-04T05:06:07.008Z</Value></GreaterThan>"
                        "<LessThan><DateReceived "
                        "xmlns=\"Email:\"/><Value>2026-03-05T00:00:00.000Z</Value></LessThan>"
-                       "</And></Query><Options><Range>100-149</Range><MIMETruncation "
-                       "xmlns=\"AirSync:\">1</MIMETruncation>"
-                       "<BodyPreference "
+                       "</And></Query><Options><Range>100-149</Range><BodyPreference "
                        "xmlns=\"AirSyncBase:\"><Type>1</Type><TruncationSize>200</TruncationSize>"
                        "</BodyPreference></Options></Store></Search>"));
 }
