@@ -98,8 +98,9 @@ class Stage:
         self.env = dict(os.environ, HOME=str(self.dir / "home"), QMF_DATA=str(self.dir / "store"),
                         XDG_DATA_HOME=str(self.dir / "data"), XDG_RUNTIME_DIR=str(self.dir / "run"),
                         XDG_CONFIG_HOME=str(self.dir / "home/.config"),
-                        QT_PLUGIN_PATH=str(self.build / "lib/qt5/plugins"))
-        for name in ("home", "store", "data", "run", "log"):
+                        QT_PLUGIN_PATH=str(self.build / "lib/qt5/plugins"),
+                        EASSERVER_VIOLATIONS=str(self.dir / "violations"))
+        for name in ("home", "store", "data", "run", "log", "violations"):
             (self.dir / name).mkdir(mode=0o700)
         self.processes = []
         bus = self.start("dbus-daemon", ["dbus-daemon", "--session", "--nofork", "--print-address=1"],
@@ -200,6 +201,13 @@ class Stage:
         return self.run([self.bin("demo-client"), "Bench", *arguments])
 
     def close(self):
+        self.stop()
+        wrong = [file.read_text() for file in (self.dir / "violations").iterdir()]
+        shutil.rmtree(self.dir, ignore_errors=True)
+        if wrong:
+            raise SystemExit("bench: requests that the protocol does not allow:\n" + "".join(wrong))
+
+    def stop(self):
         for process in reversed(self.processes):
             if process.popen.poll() is None:
                 process.popen.send_signal(signal.SIGTERM)
@@ -208,7 +216,6 @@ class Stage:
                 process.popen.wait(10)
             except subprocess.TimeoutExpired:
                 process.popen.kill()
-        shutil.rmtree(self.dir, ignore_errors=True)
 
     def __enter__(self):
         return self

@@ -78,8 +78,7 @@ void LocalChangeWatch::noteEnd(const Eas::Result &result)
         return;
     }
     const double share = QRandomGenerator::global()->generateDouble();
-    m_quiet.start(
-        qMax(usualQuietTime(), Backoff::pauseMs(++m_failures, share, result.retryAfter)));
+    m_quiet.start(qMax(usualQuietTime(), Backoff::pauseMs(++m_failures, share, result.retryAfter)));
 }
 
 void LocalChangeWatch::forget()

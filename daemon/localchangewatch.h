@@ -14,10 +14,10 @@ namespace Daemon {
  * Finds what the user changed in the mail store and nobody has carried to the server.
  *
  * Told that the store has changed, by whomever, it looks soon after whether more is to be carried
- * than before; when that stays as it is for a while, it asks for an upload. The while is longer than
- * a mail program's "undo" lasts, which takes back what the server has not confirmed. What an upload
- * has left, because the server does not take it, is no reason for another one; a failure that may
- * pass is, after a pause that grows. No timer runs while there is nothing to carry.
+ * than before; when that stays as it is for a while, it asks for an upload. The while is longer
+ * than a mail program's "undo" lasts, which takes back what the server has not confirmed. What an
+ * upload has left, because the server does not take it, is no reason for another one; a failure
+ * that may pass is, after a pause that grows. No timer runs while there is nothing to carry.
  */
 class LocalChangeWatch : public QObject
 {

@@ -11,7 +11,7 @@ from pathlib import Path
 
 from control import ControlServer
 from mailstore import Store
-from server import Options, Server
+from server import QUIRKS, Options, Server
 
 
 def arguments():
@@ -31,8 +31,8 @@ def arguments():
                         help="keep it there before each answer, so that the server may be killed")
     parser.add_argument("--versions", help="12.1,14.0,14.1 or some of them")
     parser.add_argument("--provision", action="store_true", help="demand it before all else")
-    parser.add_argument("--quirks", choices=["lenient"],
-                        help="what some servers do otherwise; see LENIENT in server.py")
+    parser.add_argument("--quirks", nargs="+", choices=["lenient", *QUIRKS], default=[], metavar="NAME",
+                        help="what some servers do otherwise, by its name in server.py; lenient: all of LENIENT")
     parser.add_argument("--no-gzip", action="store_true")
     parser.add_argument("--warm", action="store_true", help="prepare all messages before the start")
     parser.add_argument("--ignore-stdin", action="store_true",
@@ -47,8 +47,11 @@ def arguments():
 
 def options(wish):
     made = Options()
-    if wish.quirks:
-        made.be_lenient()
+    for name in wish.quirks:
+        if name == "lenient":
+            made.be_lenient()
+        else:
+            setattr(made, name, True)
     if wish.versions:
         made.versions = wish.versions.split(",")
     made.provision = wish.provision
@@ -84,7 +87,7 @@ def main():
     server.stop_event.wait()
     server.go_offline()
     store.save()
-    return 0
+    return server.conduct.exit_status()
 
 
 if __name__ == "__main__":

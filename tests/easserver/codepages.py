@@ -31,7 +31,10 @@ _PAGES = {
         Changes Add Delete Update SyncKey FolderCreate FolderDelete FolderUpdate FolderSync
         Count Version"""),
     8: ("MeetingResponse", 0x05, """
-        CalendarId CollectionId MeetingResponse RequestId Request Result Status UserResponse"""),
+        CalendarId CollectionId MeetingResponse RequestId Request Result Status UserResponse - InstanceId"""),
+    9: ("Tasks", 0x0B, """
+        DateCompleted DueDate UtcDueDate - - - - - - - - - - - - - ReminderSet ReminderTime -
+        StartDate UtcStartDate Subject - OrdinalDate SubOrdinalDate"""),
     10: ("ResolveRecipients", 0x05, """
         ResolveRecipients Response Status Type Recipient DisplayName EmailAddress
         Certificates Certificate MiniCertificate Options To CertificateRetrieval

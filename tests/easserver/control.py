@@ -194,6 +194,11 @@ class Control:
         """The requests after number "since" (default 0)."""
         return {"log": self.server.log.since(int(wish.get("since", 0)))}
 
+    def violations(self, _):
+        """What requests had that the table does not allow. Whoever takes it has asked for it: what nobody
+        has taken fails the run."""
+        return {"violations": self.server.conduct.take()}
+
     def log_clear(self, _):
         self.server.log.clear()
         return {}

@@ -15,23 +15,23 @@ def search(call):
     name = store.value("Search:Name", "").lower() if store else ""
     query = store.find("Search:Query") if store else None
     if query is None or name not in ("mailbox", "gal"):
-        return _answer(BAD_REQUEST, [])
+        return answer(BAD_REQUEST, [])
     found = _mailbox(call, store, query) if name == "mailbox" else _people(call, query)
     if found is None:
-        return _answer(BAD_REQUEST, [])
+        return answer(BAD_REQUEST, [])
     first, last = _range(store.value("Search:Options/Search:Range", "0-99"))
     if call.options.ignores_search_range:
         first, last = 0, 99
     if first and first >= len(found):
-        return _answer(END_OF_RANGE, [])
+        return answer(END_OF_RANGE, [])
     shown = found[first:last + 1]
     results = [make() for make in shown] or [Node("Search:Result")]
     end = first + len(shown) - 1
-    return _answer(OK, [*results, Node("Search:Range", f"{first}-{max(end, 0)}") if shown else None,
+    return answer(OK, [*results, Node("Search:Range", f"{first}-{max(end, 0)}") if shown else None,
                         Node("Search:Total", str(len(found)))])
 
 
-def _answer(code, content):
+def answer(code, content):
     return Node("Search:Search", Node("Search:Status", OK),
                 Node("Search:Response", Node("Search:Store", Node("Search:Status", code), *content)))
 

@@ -16,6 +16,7 @@ import urllib.parse
 
 import commands
 import wbxml
+from conduct import Conduct
 from device import Device
 from faults import Faults, damage, with_unknown
 from log import Log
@@ -51,6 +52,16 @@ LENIENT = (
     "apostrophe_is_all",  # a search for a text with an apostrophe finds everything
     "forgetful_folders",  # FolderSync compares no keys, and key 0 forgets all sync keys of the device
     "silent_unknown",     # Sync of an unknown folder is an empty answer, Ping of one waits in vain
+    "takes_anything",     # a request that breaks the table's rules is carried out; it is taken down all the same
+)
+
+
+# The same, one by one, of servers that are strict in all else.
+QUIRKS = LENIENT + (
+    "ignores_search_range",  # every page of a search begins at its first result
+    "opaque_long_ids",       # a search's ids tell nothing of folder and item
+    "no_mime",               # a message has no form but its text
+    "moves_are_known",       # what a client moved is not shown to it in the new folder
 )
 
 
@@ -81,11 +92,7 @@ class Options:
         self.max_folders = 200
         self.gzip = True
         self.client_id_memory = True
-        self.ignores_search_range = False
-        self.opaque_long_ids = False  # a search's ids tell nothing of folder and item
-        self.no_mime = False          # a message has no form but its text
-        self.moves_are_known = False  # what a client moved is not shown to it in the new folder
-        for name in LENIENT:
+        for name in QUIRKS:
             setattr(self, name, False)
 
     def be_lenient(self):
@@ -108,6 +115,7 @@ class Call:
         self.device = user.devices.setdefault(query["DeviceId"], Device(query["DeviceId"]))
         self.root = None
         self.faults = {}
+        self.refused = {}  # items of a Sync that are not carried out: their Status by the command's identity
         self.ended = False
 
     def fault_value(self, kind, name="status"):
@@ -141,6 +149,22 @@ class Call:
             return True
 
 
+class Lines:
+    """What comes from a client. The library takes a head that ends in the middle for a whole one."""
+
+    def __init__(self, file):
+        self._file = file
+        self.ended = False
+
+    def readline(self, size=-1):
+        line = self._file.readline(size)
+        self.ended = not line.endswith(b"\n") and (size < 0 or len(line) < size)
+        return line
+
+    def __getattr__(self, name):
+        return getattr(self._file, name)
+
+
 class Handler(http.server.BaseHTTPRequestHandler):
     """One connection of a client."""
 
@@ -165,6 +189,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def answer_with(self, method):
         self.entry = self.server.log.begin(self)
         try:
+            if self.rfile.ended:
+                raise Hangup
             method()
         except HttpAnswer as answer:
             self.send(answer.status, [answer.body], answer.content_type, answer.headers)
@@ -233,6 +259,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         else:
             length = int(self.headers.get("Content-Length", "0"))
             body = self.rfile.read(length if limit is None else min(limit, length))
+            if limit is None and len(body) < length:
+                raise Hangup  # the client has gone in the middle of its request
         self.entry["bytes_in"] = len(body)
         if limit is not None:
             raise Hangup
@@ -243,7 +271,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def read_chunks(self, limit):
         body = bytearray()
-        while size := int(self.rfile.readline().split(b";")[0], 16):
+        while size := int(self.rfile.readline().split(b";")[0] or self.gone(), 16):
             body += self.rfile.read(size)
             self.rfile.readline()
             if limit is not None and len(body) >= limit:
@@ -251,6 +279,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
         while self.rfile.readline().strip():
             pass
         return bytes(body)
+
+    @staticmethod
+    def gone():
+        raise Hangup
 
     def before(self, faults):
         """What goes wrong before anything is done."""
@@ -282,28 +314,34 @@ class Handler(http.server.BaseHTTPRequestHandler):
         body = self.read_body(faults)
         self.before(faults)
         if not query.get("DeviceId"):
+            self.server.conduct.keep([f"{query.get('Cmd')}: there is no DeviceId (H400)"])
             raise HttpAnswer(400)
         call = Call(self.server, self, query, user, body)
         call.faults = faults
         self.entry["version"] = call.version
         if call.version not in self.server.options.versions:
             raise HttpAnswer(400)
-        self.decode(call)
+        refusal = self.decode(call) or self.server.conduct.judge(call)
         with self.server.store.lock:
-            answer = self.forced_answer(call) or commands.run(call)
+            answer = self.forced_answer(call) or refusal or commands.run(call)
             self.server.store.settle()
         self.entry["done"] = True
         self.after(call, answer)
 
     def decode(self, call):
+        """The answer to what cannot be read, or None."""
         if self.headers.get("Content-Type", "").startswith("message/rfc822") or not call.body:
-            return
+            return None
         try:
             call.root = wbxml.decode(call.body)
         except wbxml.WbxmlError as error:
             self.entry["error"] = str(error)
-            raise HttpAnswer(400) from error
+            self.server.conduct.keep([f"{call.command} {call.version}: the body is no WBXML: {error} (g102)"])
+            if not call.new or call.command not in commands.ANSWERS:
+                raise HttpAnswer(400) from error
+            return commands.with_status(call.command, "102")
         self.entry["request"] = call.root
+        return None
 
     def forced_answer(self, call):
         if "status" in call.faults:
@@ -396,6 +434,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if isinstance(self.request, ssl.SSLSocket):
             self.request.do_handshake()
         super().setup()
+        self.rfile = Lines(self.rfile)
 
     def finish(self):
         try:
@@ -414,7 +453,7 @@ class Server(http.server.ThreadingHTTPServer):
     def __init__(self, address, store, options, certificate=None):
         super().__init__(address, Handler)
         self.store, self.options = store, options
-        self.faults, self.log = Faults(), Log()
+        self.faults, self.log, self.conduct = Faults(), Log(), Conduct()
         self.resets, self.connections = set(), set()
         self.thread = None
         self.stop_event = threading.Event()

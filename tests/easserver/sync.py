@@ -196,7 +196,7 @@ class CollectionSync:
         text = command.value("AirSync:ServerId", "")
         item = int(text) if text.isdigit() else 0
         code, more = OK, []
-        forced = self.call.fault_value("item_status")
+        forced = self.call.fault_value("item_status") or self.call.refused.get(id(command))
         if forced is not None:
             code = str(forced)
         elif item not in self.folder.items:

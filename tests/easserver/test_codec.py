@@ -13,6 +13,7 @@ from wbxml import Node
 
 # Where libwbxml's names are not those of the protocol's documents, or opaque means base64.
 FOREIGN_NAMES = {"Email:Status": "FlagStatus", "Email:Att0Id": "AttOId",
+                 "Tasks:UtcDueDate": "UTCDueDate", "Tasks:UtcStartDate": "UTCStartDate",
                  "Settings:RightsManagementInformation": "ihsManagementInformation"}
 FOREIGN_RECURRENCE = range(0x29, 0x31)
 
@@ -34,7 +35,7 @@ def is_known_there(tag):
 class Codec(unittest.TestCase):
     def testEveryTagIsWhatTheForeignDecoderSays(self):
         tags = sorted(TOKENS)
-        self.assertEqual(len(tags), 383)
+        self.assertEqual(len(tags), 394)
         data = wbxml.encode(Node("AirSync:Sync", *[Node(tag) for tag in tags]))
         found = [element.tag for element in testing.foreign_decode(data)]
         differences = [(tag, name) for tag, name in zip(tags, found, strict=True)

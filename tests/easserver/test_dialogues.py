@@ -43,9 +43,11 @@ class Http(ServerTest):
         self.client.version = "16.1"
         self.client.post("FolderSync")
         self.assertEqual(self.client.status, 400)
-        self.client.version = "14.1"
-        self.client.post("FolderSync", b"\x03\x01\x6a\x00\x45")
-        self.assertEqual(self.client.status, 400)
+        for version, answer in (("12.1", (400, b"")), ("14.1", (200, b"102"))):
+            self.client.version = version
+            self.client.post("FolderSync", b"\x03\x01\x6a\x00\x45")
+            self.assertEqual((self.client.status, self.client.body[9:12]), answer)
+            self.assertEqual(self.server.violations(), [f"FolderSync {version}: the body is no WBXML: truncated (g102)"])
         self.client.connection.request("POST", "/elsewhere")
         answer = self.client.connection.getresponse()
         answer.read()
@@ -787,12 +789,21 @@ class Sending(ServerTest):
         self.assertEqual(self.client.status, 500)
 
 
+def provision_xml(temporary=None, status="1"):
+    """The first request, or with the temporary key its acknowledgement."""
+    device = '<DeviceInformation xmlns="Settings:"><Set><Model>Test</Model></Set></DeviceInformation>'
+    more = f"<PolicyKey>{temporary}</PolicyKey><Status>{status}</Status>"
+    return (f'<Provision xmlns="Provision:">{"" if temporary else device}<Policies><Policy><PolicyType>'
+            f"MS-EAS-Provisioning-WBXML</PolicyType>{more if temporary else ''}</Policy></Policies></Provision>")
+
+
 class Provision(ServerTest):
     arguments = ("--provision",)
 
-    def ask(self, inner=""):
-        root = self.client.ask("Provision", '<Provision xmlns="Provision:"><Policies><Policy><PolicyType>'
-                               f"MS-EAS-Provisioning-WBXML</PolicyType>{inner}</Policy></Policies></Provision>")
+    def ask(self, temporary=None, status="1"):
+        """Asks for a policy, or says what became of it."""
+        self.client.policy_key = temporary
+        root = self.client.ask("Provision", provision_xml(temporary, status))
         policy = at(root, "Provision:Policies/Policy")[0]
         return text(policy, "Provision:Status"), text(policy, "Provision:PolicyKey"), policy
 
@@ -802,7 +813,7 @@ class Provision(ServerTest):
     def provision(self):
         _, temporary, policy = self.ask()
         self.assertEqual(text(policy, "Provision:Data/EASProvisionDoc/DevicePasswordEnabled"), "0")
-        status, self.client.policy_key, _ = self.ask(f"<PolicyKey>{temporary}</PolicyKey><Status>1</Status>")
+        status, self.client.policy_key, _ = self.ask(temporary)
         self.assertEqual(status, "1")
 
     def testIsDemandedAndThenSatisfied(self):
@@ -829,13 +840,14 @@ class Provision(ServerTest):
     def testPartlyMetPolicy(self):
         self.server.control("options", accept_partial=False)
         _, temporary, _ = self.ask()
-        self.assertEqual(self.ask(f"<PolicyKey>{temporary}</PolicyKey><Status>2</Status>")[0], "139")
+        self.assertEqual(self.ask(temporary, "2")[0], "139")
 
     def testRemoteWipe(self):
         self.provision()
         self.server.control("options", remote_wipe=True)
         self.assertEqual(self.folder_status(), "140")
-        root = self.client.ask("Provision", '<Provision xmlns="Provision:"/>')
+        self.client.policy_key = None
+        root = self.client.ask("Provision", provision_xml())
         self.assertTrue(at(root, "Provision:RemoteWipe"))
         self.client.ask("Provision", '<Provision xmlns="Provision:"><RemoteWipe><Status>1</Status></RemoteWipe></Provision>')
         self.assertEqual(self.server.control("devices")["devices"][0]["wiped"], "1")
@@ -843,8 +855,7 @@ class Provision(ServerTest):
 
 class Others(ServerTest):
     def testNoPolicyWhereNoneIsDemanded(self):
-        root = self.client.ask("Provision", '<Provision xmlns="Provision:"><Policies><Policy><PolicyType>'
-                               "MS-EAS-Provisioning-WBXML</PolicyType></Policy></Policies></Provision>")
+        root = self.client.ask("Provision", provision_xml())
         self.assertEqual(text(root, "Provision:Policies/Policy/Status"), "2")
 
     def testSettings(self):

@@ -225,7 +225,8 @@ class Faults(ServerTest):
         token = base64.b64encode(b"alice:secret").decode()
         with socket.create_connection((url.hostname, url.port)) as connection:
             connection.sendall(
-                b"POST /Microsoft-Server-ActiveSync?Cmd=Ping&DeviceId=device1 HTTP/1.1\r\nHost: x\r\n"
+                b"POST /Microsoft-Server-ActiveSync?Cmd=Ping&DeviceId=device1&DeviceType=Test HTTP/1.1\r\n"
+                b"Host: x\r\nContent-Type: application/vnd.ms-sync.wbxml\r\n"
                 + f"Authorization: Basic {token}\r\nMS-ASProtocolVersion: 14.1\r\nContent-Length: {len(body)}\r\n\r\n".encode()
                 + body)
             while self.server.control("log")["log"][-1]["command"] != "Ping":

@@ -20,6 +20,7 @@ SAMPLES = HERE.parent / "data" / "mail"
 DOCTYPE = ('<?xml version="1.0" encoding="utf-8"?>\n<!DOCTYPE ActiveSync PUBLIC '
            '"-//MICROSOFT//DTD ActiveSync//EN" "http://www.microsoft.com/">\n')
 ALICE = ("alice", "secret")
+VIOLATED = 3  # the server's exit status, see conduct.py
 
 
 def python_samples():
@@ -98,11 +99,17 @@ class ServerProcess:
         return next(f["messages"] for f in self.control("state", user=user)["folders"]
                     if f["path"] == path)
 
+    def violations(self):
+        """What requests had that the table does not allow; whoever takes it has asked for it."""
+        return self.control("violations")["violations"]
+
     def stop(self):
         self.process.stdin.close()
         code = self.process.wait(20)
         self.process.stdout.close()
         self.place.cleanup()
+        if code == VIOLATED:
+            raise AssertionError("a client broke the table's rules, and the test did not ask for it; see above")
         return code
 
 
@@ -118,8 +125,9 @@ class Client:
 
     def post(self, command, body=b"", headers=None, query=""):
         token = base64.b64encode(":".join(self.login).encode()).decode()
-        sent = {"Authorization": f"Basic {token}", "MS-ASProtocolVersion": self.version,
-                "Content-Type": "application/vnd.ms-sync.wbxml"}
+        sent = {"Authorization": f"Basic {token}", "MS-ASProtocolVersion": self.version}
+        if body:
+            sent["Content-Type"] = "application/vnd.ms-sync.wbxml"
         if self.policy_key:
             sent["X-MS-PolicyKey"] = self.policy_key
         url = f"/Microsoft-Server-ActiveSync?Cmd={command}&User={self.login[0]}" \

@@ -3,6 +3,7 @@
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -22,7 +23,23 @@ private slots:
     void diesAndForgets();
     void makesCertificates();
     void takesSamples();
+    void aBrokenRuleFailsItsTest_data();
+    void aBrokenRuleFailsItsTest();
 };
+
+/** A client that breaks a rule, in a program of its own; what breaksRules says to do it. */
+class BreaksARule : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void thenStops();
+    void thenKills();
+    void thenGoes();
+    void thenTakesIt();
+};
+
+const char breaksRules[] = "EASSERVER_TEST_BREAKS_A_RULE";
 
 void TestEasServer::initTestCase()
 {
@@ -151,5 +168,87 @@ void TestEasServer::takesSamples()
             > 40);
 }
 
-QTEST_GUILESS_MAIN(TestEasServer)
+/** Asks for folders without a key, and with an element that has no place there. */
+static void breakARule(const EasServer &server)
+{
+    QNetworkAccessManager manager;
+    QUrl url = server.url();
+    url.setPath(QStringLiteral("/Microsoft-Server-ActiveSync"));
+    url.setQuery(QStringLiteral("Cmd=FolderSync&User=alice&DeviceId=device1&DeviceType=Test"));
+    QNetworkRequest request(url);
+    request.setRawHeader("Authorization", "Basic " + QByteArray("alice:secret").toBase64());
+    request.setRawHeader("MS-ASProtocolVersion", "14.1");
+    request.setRawHeader("Content-Type", "application/vnd.ms-sync.wbxml");
+    QNetworkReply *reply = manager.post(request, QByteArray::fromHex("03016a00000756570331000101"));
+    QSignalSpy finished(reply, &QNetworkReply::finished);
+    finished.wait();
+}
+
+void BreaksARule::thenStops()
+{
+    EasServer server;
+    QVERIFY(server.start());
+    breakARule(server);
+    QVERIFY(server.stop());
+}
+
+void BreaksARule::thenKills()
+{
+    EasServer server;
+    QVERIFY(server.start());
+    breakARule(server);
+    server.kill();
+}
+
+void BreaksARule::thenGoes()
+{
+    EasServer server;
+    QVERIFY(server.start());
+    breakARule(server);
+}
+
+void BreaksARule::thenTakesIt()
+{
+    EasServer server;
+    QVERIFY(server.start());
+    breakARule(server);
+    QCOMPARE(server.takeViolations().size(), 2);
+    QVERIFY(server.takeViolations().isEmpty());
+}
+
+void TestEasServer::aBrokenRuleFailsItsTest_data()
+{
+    QTest::addColumn<bool>("fails");
+    QTest::newRow("thenStops") << true;
+    QTest::newRow("thenKills") << true;
+    QTest::newRow("thenGoes") << true;
+    QTest::newRow("thenTakesIt") << false;
+}
+
+void TestEasServer::aBrokenRuleFailsItsTest()
+{
+    QFETCH(bool, fails);
+    const QString function = QString::fromLatin1(QTest::currentDataTag());
+    QProcess program;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(breaksRules), QStringLiteral("1"));
+    program.setProcessEnvironment(environment);
+    program.start(QCoreApplication::applicationFilePath(), {function});
+    QVERIFY(program.waitForFinished());
+    QCOMPARE(program.exitCode(), fails ? 1 : 0);
+    const QByteArray told = program.readAllStandardOutput();
+    QCOMPARE(told.contains("FAIL!  : BreaksARule::" + function.toLatin1()), fails);
+    QCOMPARE(told.contains("lacks FolderHierarchy:SyncKey"), fails);
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (qEnvironmentVariableIsSet(breaksRules)) {
+        BreaksARule test;
+        return QTest::qExec(&test, argc, argv);
+    }
+    TestEasServer test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_easserver.moc"

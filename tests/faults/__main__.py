@@ -33,6 +33,7 @@ class Round:
         mailbox.dice = random.Random(seed + 1)
         self.kinds = [k for k in all_kinds(world) if k != "several"]
         self.deeds, self.left, self.met, self.failed = [], [], 0, False
+        self.garbled = False
         self.over = threading.Event()
 
     def run(self):
@@ -51,6 +52,10 @@ class Round:
         trouble.join()
         self.world.mend()
         self.settle()
+        violations = self.world.violations()
+        # What comes to the server garbled is not what the daemon wrote.
+        if violations and not self.garbled:
+            raise Failure("requests that the protocol does not allow:\n" + "\n".join(violations))
 
     def side(self, deed, count):
         for _ in range(count):
@@ -90,6 +95,7 @@ class Round:
         self.world.proxy.longest = self.dice.choice((0.5, 3.0, 6.0))
         self.world.proxy.share = self.dice.choice((0.3, 0.6, 0.95))
         self.world.proxy.kind = kind
+        self.garbled = kind == "garble-request"
         before = self.world.proxy.met
         self.over.wait()
         self.met += self.world.proxy.met - before

@@ -69,7 +69,7 @@ class World:
     def __init__(self, build, seed):
         self.build = pathlib.Path(build)
         self.dir = pathlib.Path(tempfile.mkdtemp(prefix="flt."))
-        for name in ("home", "store", "data/dbus-1/services", "run", "log", "mail/alice/Inbox", "mail/alice/Work",
+        for name in ("home", "store", "data/dbus-1/services", "run", "log", "violations", "mail/alice/Inbox", "mail/alice/Work",
                      "mail/alice/Archive/2026", "mail/bob/Inbox"):
             (self.dir / name).mkdir(parents=True, mode=0o700)
         self.has_small_store = mount_small(self.dir / "store")
@@ -80,6 +80,7 @@ class World:
                         XDG_DATA_HOME=str(self.dir / "data"), XDG_RUNTIME_DIR=str(self.dir / "run"),
                         XDG_CONFIG_HOME=str(self.dir / "home/.config"), DBUS_SESSION_BUS_ADDRESS=bus,
                         TMPDIR=str(self.dir / "run"), FAULTS_PLACE=str(self.dir),
+                        EASSERVER_VIOLATIONS=str(self.dir / "violations"),
                         QT_PLUGIN_PATH=str(self.build / "lib/qt5/plugins"))
         self.clocked = dict(self.env, LD_PRELOAD=str(self.build / "lib/libfaults-clock.so"),
                             FAULTS_CLOCK=str(self.clock))
@@ -195,6 +196,17 @@ class World:
                 return json.load(answer)
         except (OSError, ValueError):
             return None
+
+    def violations(self):
+        """What the daemon has asked since the last call that the protocol does not allow, also of servers
+        that were killed meanwhile."""
+        found = []
+        for path in (self.dir / "violations").iterdir():
+            found += path.read_text().splitlines()
+        self.far("violations")
+        for path in (self.dir / "violations").iterdir():
+            path.unlink()
+        return found
 
     # --- what goes wrong, besides the network
 

@@ -7,6 +7,7 @@
 #include <QStandardPaths>
 #include <QTcpSocket>
 #include <QTemporaryDir>
+#include <QTest>
 
 namespace {
 
@@ -60,7 +61,12 @@ bool EasServer::start(int timeoutMs)
     QStringList arguments {QStringLiteral("-B"), program, m_mailDirectory};
     if (m_url.isValid())
         arguments << QStringLiteral("--port") << QString::number(m_url.port());
+    const QString violations = qEnvironmentVariable("EASSERVER_VIOLATIONS", QDir::tempPath());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("EASSERVER_VIOLATIONS"), violations);
+    m_process.setProcessEnvironment(environment);
     m_process.start(QStringLiteral("python3"), arguments + m_arguments);
+    m_violations = QStringLiteral("%1/%2").arg(violations).arg(m_process.processId());
     QElapsedTimer clock;
     clock.start();
     while (!m_process.canReadLine()) {
@@ -80,16 +86,30 @@ bool EasServer::stop(int timeoutMs)
     if (m_process.state() == QProcess::NotRunning)
         return true;
     m_process.closeWriteChannel();
-    if (m_process.waitForFinished(timeoutMs))
-        return true;
-    kill();
-    return false;
+    if (!m_process.waitForFinished(timeoutMs)) {
+        kill();
+        return false;
+    }
+    failUponViolations();
+    return true;
 }
 
 void EasServer::kill()
 {
     m_process.kill();
     m_process.waitForFinished();
+    failUponViolations();
+}
+
+/** Outside a test function nothing can fail: then the file stays for tests/support/isolated. */
+void EasServer::failUponViolations()
+{
+    QFile file(m_violations);
+    if (!QTest::currentTestFunction() || !file.open(QIODevice::ReadOnly))
+        return;
+    QTest::qFail("a request that the protocol does not allow: " + file.readAll().trimmed(),
+                 __FILE__, __LINE__);
+    file.remove();
 }
 
 QJsonObject EasServer::control(const char *name, const QJsonObject &wish)
@@ -127,6 +147,11 @@ QString EasServer::deliverText(const QString &user, const QString &subject, cons
                        + subject.toUtf8().toHex()
                        + "@elsewhere.test>\r\nContent-Type: text/plain; charset=utf-8\r\n\r\nHello "
                        + user.toUtf8() + "\r\n");
+}
+
+QStringList EasServer::takeViolations()
+{
+    return control("violations")[QStringLiteral("violations")].toVariant().toStringList();
 }
 
 QJsonArray EasServer::log()

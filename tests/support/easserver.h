@@ -17,6 +17,9 @@
  * What a test can make it do is listed in tests/easserver/control.py and faults.py. The calls below
  * block for the few milliseconds that the server needs; one that the server refuses ends the test
  * program. The destructor ends the server.
+ *
+ * Every request is held against the protocol (tests/easserver/README.md). One that does not pass
+ * fails the test in which the server ends, unless the test took it with takeViolations().
  */
 class EasServer
 {
@@ -34,7 +37,8 @@ public:
     void addArguments(const QStringList &arguments) { m_arguments += arguments; }
     /** Starts it and waits until it answers. Once stopped, it starts again on the same port. */
     bool start(int timeoutMs = 20000);
-    /** Ends it in order; false when it did not end in time. */
+    /** Ends it in order; false when it did not end in time. Fails the running test where a client
+     * did what the protocol does not allow. */
     bool stop(int timeoutMs = 10000);
     /** Ends it with SIGKILL: it forgets all that was delivered, and all sync keys. */
     void kill();
@@ -72,6 +76,9 @@ public:
     int requestCount(const char *command) { return requests(command).size(); }
     void clearLog() { control("log-clear"); }
 
+    /** What clients did that the protocol does not allow, for the test that wants just that. */
+    QStringList takeViolations();
+
     /** The messages of a folder as the server has them: "id", "subject", "read", "flag", "verb"...
      */
     QList<QJsonObject> messages(const QString &user, const QString &folder);
@@ -97,9 +104,12 @@ public:
                     int days = 2);
 
 private:
+    void failUponViolations();
     static bool runScript(const char *name, const QStringList &arguments);
 
     QString m_mailDirectory;
+    /** What clients did wrong and nobody has taken is in this file, also after a kill. */
+    QString m_violations;
     QStringList m_arguments;
     QProcess m_process;
     QUrl m_url;
