@@ -37,6 +37,12 @@ Eas::Result judged(Eas::Result result)
     return result;
 }
 
+/** RFC 7231 6.5: the request was not carried out. */
+bool isClientError(int httpStatus)
+{
+    return httpStatus >= 400 && httpStatus < 500;
+}
+
 /** The server has said that it does not send the message. */
 bool isRefusal(const Eas::Result &result)
 {
@@ -47,8 +53,9 @@ bool isRefusal(const Eas::Result &result)
     case Eas::Cancelled:
         return result.status > 0;
     case Eas::ServerFailed:
-        return result.status > 0
-            && (result.status < FirstServerError || result.status > LastServerError);
+        return isClientError(result.httpStatus)
+            || (result.status > 0
+                && (result.status < FirstServerError || result.status > LastServerError));
     default:
         return true;
     }

@@ -127,13 +127,16 @@ void Command::transferEnded(const HttpAnswer &answer)
     if (m_finished) {
         return;
     }
-    const Result result = resultOfAnswer(answer);
+    Result result = resultOfAnswer(answer);
     if (m_call) {
         m_call->disconnect(this);
         m_call->deleteLater();
         m_call.clear();
     }
     qCDebug(lcEas, "%s: %d %s", name().constData(), result.code, qUtf8Printable(result.text));
+    if (m_session) {
+        result = m_session->judged(this, result);
+    }
     if (!m_session || !m_session->handle(this, result, answer.provisionDemanded)) {
         complete(result);
     }

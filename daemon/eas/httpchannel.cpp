@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/eas/httpchannel.h"
 
+#include "daemon/eas/cookiejar.h"
+
 #include <QHostAddress>
 #include <QSslConfiguration>
 
@@ -39,6 +41,7 @@ HttpChannel::HttpChannel(QObject *parent)
     Q_UNUSED(noPolling)
     m_tls.setProtocol(QSsl::TlsV1_2OrLater);
     m_tls.setPeerVerifyMode(QSslSocket::VerifyPeer);
+    m_manager.setCookieJar(new CookieJar(&m_manager));
     m_manager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
 }
 

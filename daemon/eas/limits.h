@@ -65,6 +65,12 @@ constexpr int AnswerTime = 120 * 1000;
 constexpr int WaitingGrace = 30 * 1000;
 /** Seconds that a server may ask to be left alone for; more is cut to this. */
 constexpr int RetryAfter = 6 * 60 * 60;
+/** Milliseconds of such a pause that a command waits for; before a longer one it fails. */
+constexpr int WaitForRest = 10 * 1000;
+/** Cookies of one account that are kept, */
+constexpr int Cookies = 50;
+/** ... and bytes of one. */
+constexpr int CookieSize = 4096;
 
 } // namespace Eas::Limits
 

@@ -19,6 +19,12 @@ QStringList listOf(const QByteArray &header)
     return items;
 }
 
+Result noServer(int httpStatus)
+{
+    return {NotActiveSync, QStringLiteral("no ActiveSync server answers at this address"), 0, 0,
+            httpStatus};
+}
+
 } // namespace
 
 OptionsCommand::OptionsCommand(Session *session)
@@ -49,17 +55,19 @@ Result OptionsCommand::evaluate()
     if (!m_version.isEmpty()) {
         return {};
     }
+    if (m_offered.isEmpty()) {
+        return noServer(200);
+    }
     return {NotActiveSync,
-            m_offered.isEmpty() ? QStringLiteral("no ActiveSync server answers at this address")
-                                : QStringLiteral("the server speaks only the versions %1")
-                                      .arg(QString::fromLatin1(m_offered))};
+            QStringLiteral("the server speaks only the versions %1")
+                .arg(QString::fromLatin1(m_offered))};
 }
 
 Result OptionsCommand::evaluateFailure(const HttpAnswer &answer)
 {
     // A web server that does not know the method has nothing to do with ActiveSync.
     if (answer.status == 501) {
-        return {NotActiveSync, QStringLiteral("no ActiveSync server answers at this address")};
+        return noServer(answer.status);
     }
     return answer.result;
 }

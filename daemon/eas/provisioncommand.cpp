@@ -15,7 +15,7 @@ namespace P = Tags::Provision;
 const QString policyType = QStringLiteral("MS-EAS-Provisioning-WBXML");
 
 /** A policy's own status. */
-enum PolicyStatus { PolicyOk = 1, NoPolicy = 2 };
+enum PolicyStatus { NotSaid = 0, PolicyOk = 1, NoPolicy = 2 };
 
 /** What is said of the policy. */
 constexpr int Met = 1;
@@ -32,7 +32,7 @@ public:
 
     QString key;
     Policy policy;
-    int policyStatus = 0;
+    int policyStatus = NotSaid;
     bool wipe = false;
 
 protected:
@@ -42,10 +42,19 @@ protected:
     {
         if (tag == P::PolicyKey) {
             key = QString::fromUtf8(text.left(Limits::KeyLength));
-        } else if (tag == P::Status && enclosing(1) == P::Policy) {
-            policyStatus = text.trimmed().toInt();
+        } else if (tag == P::Status && isInside(P::Policies)) {
+            takeStatus(text.trimmed().toInt());
         } else if (isInside(P::EASProvisionDoc)) {
             policy.add(tag, text);
+        }
+    }
+
+private:
+    /** Where it belongs it counts; some servers have it in the place of it elsewhere. */
+    void takeStatus(int status)
+    {
+        if (enclosing(1) == P::Policy || policyStatus == NotSaid) {
+            policyStatus = status;
         }
     }
 };
@@ -94,14 +103,15 @@ Result ProvisionCommand::evaluate()
     if (m_wipe) {
         return commonStatusResult(140);
     }
-    if (m_parser->status() != 1) {
+    // Some servers leave a status out; what there is says whether there is a policy.
+    if (m_parser->status() > 1) {
         return statusResult(ServerFailed, m_parser->status(), "the server could not provision");
     }
     if (m_parser->policyStatus == NoPolicy && m_sentKey.isEmpty()) {
         m_key.clear();
         return {};
     }
-    if (m_parser->policyStatus != PolicyOk) {
+    if (m_parser->policyStatus != PolicyOk && m_parser->policyStatus != NotSaid) {
         return statusResult(ServerFailed, m_parser->policyStatus,
                             "the server did not go on provisioning");
     }

@@ -9,7 +9,23 @@
 #include "daemon/eas/settingscommand.h"
 #include "daemon/eas/status.h"
 
+#include <QTimer>
+
+#include <time.h>
+
 namespace Eas {
+
+namespace {
+
+/** Goes on while the machine sleeps: a server's pause does not get longer by that. */
+qint64 machineClock()
+{
+    timespec now {};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+} // namespace
 
 Session::Session(const ServerAddress &address, const Credentials &credentials, const Device &device,
                  QObject *parent)
@@ -18,6 +34,7 @@ Session::Session(const ServerAddress &address, const Credentials &credentials, c
     , m_credentials(credentials)
     , m_device(device)
     , m_channel(new HttpChannel(this))
+    , m_clock(machineClock)
 {
     m_channel->setUrl(address.url());
     m_channel->setCredentials(credentials);
@@ -73,6 +90,9 @@ void Session::run(Command *command)
     if (!m_running.contains(command)) {
         m_running.append(command);
     }
+    if (rest(command)) {
+        return;
+    }
     if (command->needsSession() && (m_stage != NoStage || m_state.protocolVersion.isEmpty())) {
         hold(command, AskingVersion);
     } else {
@@ -80,13 +100,47 @@ void Session::run(Command *command)
     }
 }
 
+/** Whether the command waits, or has ended, because the server wants to be left alone. */
+bool Session::rest(Command *command)
+{
+    const qint64 left = m_restUntil - m_clock();
+    if (left <= 0) {
+        return false;
+    }
+    if (left > Limits::WaitForRest) {
+        command->complete({ServerFailed, QStringLiteral("the server asks to be left alone"),
+                           int((left + 999) / 1000)});
+        return true;
+    }
+    const QPointer<Command> waiting(command);
+    QTimer::singleShot(int(left), Qt::PreciseTimer, this, [this, waiting] {
+        if (m_running.contains(waiting)) {
+            run(waiting);
+        }
+    });
+    return true;
+}
+
+/** What a failure means for an account as it is known here. */
+Result Session::judged(Command *command, const Result &result)
+{
+    if (result.retryAfter > 0) {
+        m_restUntil = qMax(m_restUntil, m_clock() + qint64(result.retryAfter) * 1000);
+    }
+    unlearn(result);
+    const bool isAnswer = result.ok() || result.status > 0;
+    m_state.hasWorked = m_state.hasWorked || (isAnswer && command->needsSession());
+    Result judged = result;
+    // Whoever stands between, or a server that is being repaired, answers like that for a while.
+    if (m_state.hasWorked && result.code == NotActiveSync && result.httpStatus > 0) {
+        judged.code = ServerFailed;
+    }
+    return judged;
+}
+
 /** Whether the command goes on later instead of ending with `result`. */
 bool Session::handle(Command *command, const Result &result, bool provisionDemanded)
 {
-    unlearn(result);
-    if (result.status == 140 && command != m_stageCommand) {
-        emit wipeRequested();
-    }
     const Stage stage = provisionDemanded || demandsProvision(result.status) ? Provisioning
         : result.status == 165                                               ? SendingDevice
                                                                              : NoStage;

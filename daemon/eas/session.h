@@ -10,6 +10,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
+
 namespace Eas {
 
 class Command;
@@ -22,7 +24,8 @@ class HttpChannel;
  * Asks for the protocol's version before the first command, provisions when the server demands it
  * and repeats the command that was held up, follows the server to another URL. Commands may run at
  * the same time. Nothing is sent unless a command is started, and nothing is repeated by itself but
- * once after a demand that was met.
+ * once after a demand that was met. While the server asks to be left alone, commands wait, or fail
+ * unsent where that takes long.
  */
 class Session : public QObject
 {
@@ -47,6 +50,10 @@ public:
     /** "14.1" and the like as a number that can be compared: 141. 0 as long as it is not known. */
     int version() const;
 
+    /** Milliseconds of a clock that never goes back, for how long the server is left alone; the
+     * machine's own by default. */
+    void setClock(std::function<qint64()> clock) { m_clock = std::move(clock); }
+
     /** Ends every command that runs, with Cancelled. */
     void abortAll();
 
@@ -66,6 +73,8 @@ private:
     enum Stage { NoStage = 0, AskingVersion = 1, Provisioning = 2, SendingDevice = 4 };
 
     void run(Command *command);
+    bool rest(Command *command);
+    Result judged(Command *command, const Result &result);
     bool handle(Command *command, const Result &result, bool provisionDemanded);
     void forget(Command *command);
     void hold(Command *command, Stage stage);
@@ -84,6 +93,9 @@ private:
     Device m_device;
     SessionState m_state;
     HttpChannel *m_channel;
+    std::function<qint64()> m_clock;
+    /** Until then the server has asked to be left alone, whatever is wanted of it. */
+    qint64 m_restUntil = 0;
     Stage m_stage = NoStage;
     QPointer<Command> m_stageCommand;
     QList<Command *> m_running;

@@ -17,6 +17,8 @@ struct SessionState
     QString protocolVersion;
     /** "0" until the server has handed one out. */
     QString policyKey = QStringLiteral("0");
+    /** An ActiveSync server has answered at the account's address. */
+    bool hasWorked = false;
     /** The smallest message that the server has refused for its size, bytes; 0: none. */
     qint64 refusedSize = 0;
     /** When it did so, UTC seconds since 1970. */
@@ -46,8 +48,8 @@ struct SessionState
     bool operator==(const SessionState &other) const
     {
         return url == other.url && protocolVersion == other.protocolVersion
-            && policyKey == other.policyKey && refusedSize == other.refusedSize
-            && refusedAt == other.refusedAt;
+            && policyKey == other.policyKey && hasWorked == other.hasWorked
+            && refusedSize == other.refusedSize && refusedAt == other.refusedAt;
     }
     bool operator!=(const SessionState &other) const { return !(*this == other); }
 };

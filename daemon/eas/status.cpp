@@ -66,7 +66,8 @@ Result statusResult(int code, int status, const char *meaning)
 
 bool demandsProvision(int status)
 {
-    return status >= 142 && status <= 144;
+    // A wish to wipe (140) is only believed where Provision repeats it: it destroys.
+    return status == 140 || (status >= 142 && status <= 144);
 }
 
 } // namespace Eas

@@ -100,6 +100,8 @@ private slots:
     void cleanup();
     void theRequestIsAsItWasAskedFor();
     void oneConnectionCarriesManyRequests();
+    void cookiesGoBackToTheHostThatSetThem();
+    void aServerCannotPileUpCookies();
     void everyStatusMeansSomething_data();
     void everyStatusMeansSomething();
     void aRefusedLoginIsOneRequest_data();
@@ -207,7 +209,60 @@ void TestHttpChannel::oneConnectionCarriesManyRequests()
     }
     QCOMPARE(m_server->requests().size(), 5);
     QCOMPARE(m_server->connections(), 1);
+}
+
+void TestHttpChannel::cookiesGoBackToTheHostThatSetThem()
+{
+    m_server->enqueue(ScriptedServer::http(
+        200, "ok", {{"Set-Cookie", "backend=b7; Path=/; HttpOnly"}, {"Set-Cookie", "a=1"}}));
+    m_server->setAnswer([](const SeenRequest &) {
+        return ScriptedAnswer {ScriptedServer::http(200, "ok"), false};
+    });
+    const auto ask = [this](HttpChannel *channel) {
+        Heard heard(channel->send(post()));
+        QVERIFY(heard.wait());
+        QCOMPARE(heard.code(), int(Success));
+    };
+    ask(m_channel);
+    ask(m_channel);
+    const QByteArray sent = m_server->requests().last().headers.value("cookie");
+    QVERIFY2(sent.contains("backend=b7") && sent.contains("a=1"), sent.constData());
+    // Neither to another host, nor for another account.
+    const QUrl url = m_channel->url();
+    QUrl other = url;
+    other.setHost(QStringLiteral("localhost"));
+    m_channel->setUrl(other);
+    ask(m_channel);
     QVERIFY(!m_server->requests().last().headers.contains("cookie"));
+    HttpChannel stranger;
+    stranger.setUrl(url);
+    ask(&stranger);
+    QVERIFY(!m_server->requests().last().headers.contains("cookie"));
+    m_channel->setUrl(url);
+    ask(m_channel);
+    QVERIFY(m_server->requests().last().headers.contains("cookie"));
+}
+
+void TestHttpChannel::aServerCannotPileUpCookies()
+{
+    int number = 0;
+    m_server->setAnswer([&number](const SeenRequest &) {
+        const QByteArray name = "c" + QByteArray::number(++number);
+        return ScriptedAnswer {
+            ScriptedServer::http(200, "ok",
+                                 {{"Set-Cookie", name + "=1"},
+                                  {"Set-Cookie", "large" + name + '=' + QByteArray(5000, 'x')}}),
+            false};
+    });
+    for (int i = 0; i < 60; ++i) {
+        Heard heard(m_channel->send(post()));
+        QVERIFY(heard.wait());
+    }
+    const QByteArray sent = m_server->requests().last().headers.value("cookie");
+    QCOMPARE(sent.split(';').size(), int(Limits::Cookies));
+    QVERIFY(sent.contains("c59=1"));
+    QVERIFY(!sent.contains("c1=1"));
+    QVERIFY(!sent.contains("large"));
 }
 
 void TestHttpChannel::everyStatusMeansSomething_data()

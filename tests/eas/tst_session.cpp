@@ -68,8 +68,11 @@ private slots:
     void settingsThatDemandNothing();
     void provisioningCanFail_data();
     void provisioningCanFail();
+    void oddProvisioningAnswersAreTaken_data();
+    void oddProvisioningAnswersAreTaken();
     void aWipeIsToldToTheCaller();
-    void aWipeByStatusIsToldToTheCaller();
+    void aWipeByStatusIsAskedForFirst();
+    void aWipeByStatusThatProvisioningDoesNotKnowOfIsNone();
     void theDeviceIsDescribedWhenTheServerAsks();
     void theStateIsKeptAndTakenUpAgain();
     void theVersionIsAskedForAgainWhenTheServerHasChanged();
@@ -81,6 +84,10 @@ private slots:
     void deletingTheSessionEndsItsCommands();
     void aCommandWithoutASessionEnds();
     void retryAfterReachesTheCaller();
+    void retryAfterBindsTheWholeAccount();
+    void aShortRetryAfterIsWaitedFor();
+    void anAddressThatHasWorkedFailsInPassing_data();
+    void anAddressThatHasWorkedFailsInPassing();
     void twoCommandsAtOnce();
 };
 
@@ -409,6 +416,15 @@ void TestSession::provisioningCanFail_data()
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<int>("code");
     QTest::newRow("server error") << policy({}, "3") << int(ServerFailed);
+    QTest::newRow("server error, with a policy")
+        << policy(key("11") + document({}), "3") << int(ServerFailed);
+    QTest::newRow("protocol error, with a policy") << ScriptedServer::document(
+        "<Provision xmlns=\"Provision:\"><Status>2</Status><Policies><Policy>" + key("11")
+        + document({}) + "</Policy></Policies></Provision>")
+                                                   << int(ServerFailed);
+    QTest::newRow("no policy at all, and no status")
+        << ScriptedServer::document("<Provision xmlns=\"Provision:\"><Policies/></Provision>")
+        << int(InvalidAnswer);
     QTest::newRow("no key") << policy({}) << int(InvalidAnswer);
     QTest::newRow("login refused meanwhile") << ScriptedServer::http(401) << int(LoginRefused);
     QTest::newRow("rubbish") << ScriptedServer::http(200, "<html>") << int(InvalidAnswer);
@@ -436,6 +452,54 @@ void TestSession::provisioningCanFail()
     QVERIFY(next.result().ok());
 }
 
+void TestSession::oddProvisioningAnswersAreTaken_data()
+{
+    const auto answer = [](const QByteArray &content) {
+        return ScriptedServer::document("<Provision xmlns=\"Provision:\">" + content
+                                        + "</Provision>");
+    };
+    const QByteArray type = "<PolicyType>MS-EAS-Provisioning-WBXML</PolicyType>";
+    const QByteArray ok = "<Status>1</Status>";
+    const QByteArray content = key("11") + document("<AllowCamera>1</AllowCamera>");
+    QTest::addColumn<QByteArray>("answered");
+    QTest::newRow("no status of its own")
+        << answer("<Policies><Policy>" + type + ok + content + "</Policy></Policies>");
+    QTest::newRow("no status at all")
+        << answer("<Policies><Policy>" + type + content + "</Policy></Policies>");
+    QTest::newRow("no status of the policy")
+        << answer(ok + "<Policies><Policy>" + type + content + "</Policy></Policies>");
+    QTest::newRow("the policy's status above the policy")
+        << answer(ok + "<Policies>" + ok + "<Policy>" + type + content + "</Policy></Policies>");
+    QTest::newRow("the policy's status below the policies")
+        << answer("<Policies><Policy>" + type + content + "</Policy></Policies>" + ok);
+    QTest::newRow("the policy's status at its end")
+        << answer(ok + "<Policies><Policy>" + type + content + ok + "</Policy></Policies>");
+    QTest::newRow("the policy's status within its data")
+        << answer(ok + "<Policies><Policy>" + type + key("11") + "<Data>" + ok
+                  + "<EASProvisionDoc/></Data></Policy></Policies>");
+    QTest::newRow("the device's status before")
+        << answer("<DeviceInformation xmlns=\"Settings:\"><Status>2</Status></DeviceInformation>"
+                  "<Policies xmlns=\"Provision:\"><Policy>"
+                  + type + content + "</Policy></Policies>");
+}
+
+void TestSession::oddProvisioningAnswersAreTaken()
+{
+    QFETCH(QByteArray, answered);
+    SessionFixture fixture;
+    fixture.server.enqueue(folders(142));
+    fixture.server.enqueue(answered);
+    fixture.server.enqueue(
+        ScriptedServer::document("<Provision xmlns=\"Provision:\"><Policies><Policy>"
+                                 "<PolicyType>MS-EAS-Provisioning-WBXML</PolicyType>"
+                                 + key("22") + "</Policy></Policies></Provision>"));
+    fixture.server.enqueue(folders());
+    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&command));
+    QVERIFY2(command.result().ok(), qPrintable(command.result().text));
+    QCOMPARE(fixture.session->state().policyKey, QStringLiteral("22"));
+}
+
 void TestSession::aWipeIsToldToTheCaller()
 {
     SessionFixture fixture;
@@ -451,15 +515,41 @@ void TestSession::aWipeIsToldToTheCaller()
     QCOMPARE(fixture.server.requests().size(), 2);
 }
 
-void TestSession::aWipeByStatusIsToldToTheCaller()
+void TestSession::aWipeByStatusIsAskedForFirst()
 {
     SessionFixture fixture;
+    fixture.server.enqueue(folders(140));
+    fixture.server.enqueue(ScriptedServer::document(
+        "<Provision xmlns=\"Provision:\"><Status>1</Status><RemoteWipe/></Provision>"));
+    QSignalSpy wipe(fixture.session.get(), &Session::wipeRequested);
+    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(Forbidden));
+    QCOMPARE(command.result().status, 140);
+    QCOMPARE(wipe.size(), 1);
+    QCOMPARE(fixture.commands(), (QList<QByteArray> {"FolderSync", "Provision"}));
+}
+
+void TestSession::aWipeByStatusThatProvisioningDoesNotKnowOfIsNone()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(folders(140));
+    fixture.server.enqueue(policy(key("11") + document({})));
+    fixture.server.enqueue(policy(key("22")));
     fixture.server.enqueue(folders(140));
     QSignalSpy wipe(fixture.session.get(), &Session::wipeRequested);
     FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(Forbidden));
-    QCOMPARE(wipe.size(), 1);
+    QCOMPARE(fixture.commands(),
+             (QList<QByteArray> {"FolderSync", "Provision", "Provision", "FolderSync"}));
+    // A server that cannot say it by Provision, because it fails, is not believed either.
+    fixture.server.enqueue(folders(140));
+    fixture.server.enqueue(ScriptedServer::http(500));
+    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&next));
+    QCOMPARE(next.result().code, int(ServerFailed));
+    QCOMPARE(wipe.size(), 0);
 }
 
 void TestSession::theDeviceIsDescribedWhenTheServerAsks()
@@ -632,6 +722,85 @@ void TestSession::retryAfterReachesTheCaller()
     QCOMPARE(command.result().code, int(ServerFailed));
     QCOMPARE(command.result().retryAfter, 77);
     QCOMPARE(fixture.server.requests().size(), 1);
+}
+
+void TestSession::retryAfterBindsTheWholeAccount()
+{
+    SessionFixture fixture;
+    qint64 now = 1000;
+    fixture.session->setClock([&now] { return now; });
+    fixture.server.enqueue(ScriptedServer::http(503, {}, {{"Retry-After", "77"}}));
+    FolderSyncCommand first(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&first));
+    // Another command, of whoever, is not sent.
+    now += 60 * 1000;
+    SyncRequest request;
+    request.collectionId = QStringLiteral("5");
+    request.syncKey = QStringLiteral("0");
+    SyncCommand other(fixture.session.get(), {request});
+    QVERIFY(fixture.run(&other));
+    QCOMPARE(other.result().code, int(ServerFailed));
+    QCOMPARE(other.result().retryAfter, 17);
+    QVERIFY(!other.mayHaveArrived());
+    QCOMPARE(fixture.server.requests().size(), 1);
+    now += 17 * 1000;
+    fixture.server.enqueue(folders());
+    FolderSyncCommand last(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&last));
+    QVERIFY2(last.result().ok(), qPrintable(last.result().text));
+    QCOMPARE(fixture.server.requests().size(), 2);
+}
+
+void TestSession::aShortRetryAfterIsWaitedFor()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::http(503, {}, {{"Retry-After", "1"}}));
+    FolderSyncCommand first(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&first));
+    fixture.server.enqueue(folders());
+    QElapsedTimer timer;
+    timer.start();
+    FolderSyncCommand stopped(fixture.session.get(), QStringLiteral("0"));
+    stopped.start();
+    stopped.abort();
+    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&next));
+    QVERIFY2(next.result().ok(), qPrintable(next.result().text));
+    QVERIFY2(timer.elapsed() >= 900, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(stopped.result().code, int(Cancelled));
+    QCOMPARE(fixture.server.requests().size(), 2);
+}
+
+void TestSession::anAddressThatHasWorkedFailsInPassing_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    for (int status : {301, 302, 400, 404, 405, 410})
+        QTest::newRow(QByteArray::number(status).constData()) << ScriptedServer::http(status);
+}
+
+void TestSession::anAddressThatHasWorkedFailsInPassing()
+{
+    QFETCH(QByteArray, answer);
+    SessionFixture fixture;
+    fixture.server.enqueue(folders());
+    FolderSyncCommand good(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&good));
+    QVERIFY(fixture.session->state().hasWorked);
+    fixture.server.enqueue(answer);
+    FolderSyncCommand bad(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&bad));
+    QCOMPARE(bad.result().code, int(ServerFailed));
+    // Nor is a page in the place of the versions, which are asked for again.
+    fixture.server.enqueue(ScriptedServer::http(200, "<html>"));
+    FolderSyncCommand portal(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&portal));
+    QCOMPARE(fixture.commands().last(), QByteArray("OPTIONS"));
+    QCOMPARE(portal.result().code, int(ServerFailed));
+    fixture.server.enqueue(ScriptedServer::options());
+    fixture.server.enqueue(folders());
+    FolderSyncCommand again(fixture.session.get(), QStringLiteral("0"));
+    QVERIFY(fixture.run(&again));
+    QVERIFY2(again.result().ok(), qPrintable(again.result().text));
 }
 
 void TestSession::twoCommandsAtOnce()
