@@ -91,7 +91,10 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
         retryOrFail(result, [this] { ask(); });
         return;
     }
-    if (result.code == Eas::NotFound && !m_isReferenceNew) {
+    // Some servers answer with half a document where the reference leads nowhere.
+    const bool mayBeStale = result.code == Eas::NotFound || result.code == Eas::InvalidAnswer;
+    if (mayBeStale && !m_isReferenceNew) {
+        m_failure = result;
         nameMessage();
         return;
     }
@@ -144,8 +147,12 @@ void AttachmentDownload::onReference(const Eas::FetchMessageCommand &command)
     }
     const QString reference = Store::ContentWriter::matchingReference(
         m_message, m_location, command.item().attachments.value_or(QList<Eas::Attachment>()));
-    if (reference.isEmpty() || reference == m_source.fileReference) {
+    if (reference.isEmpty()) {
         emit finished({Eas::NotFound, QStringLiteral("the attachment is gone")}, false);
+        return;
+    }
+    if (reference == m_source.fileReference) {
+        emit finished(m_failure, false);
         return;
     }
     m_source.fileReference = reference;

@@ -52,7 +52,8 @@ private:
     Store::PartSource m_source;
     std::unique_ptr<DownloadFile> m_file;
     ProgressSocket m_progress;
-    QBuffer m_nothing; ///< takes the text that comes with a new reference
+    QBuffer m_nothing;     ///< takes the text that comes with a new reference
+    Eas::Result m_failure; ///< of the first reference
     bool m_isReferenceNew = false;
     bool m_isLengthKnown = false;
 };

@@ -131,6 +131,7 @@ private slots:
     void aPartThatDoesNotExistIsNotFound();
     void anAttachmentOfAMessageThatMovedIsFound();
     void anAttachmentIsFoundThoughTheMoveIsNotConfirmed();
+    void halfAnAnswerForAMovedMessageLeadsToANewReference();
     void anAttachmentThatIsGoneIsNotFound_data();
     void anAttachmentThatIsGoneIsNotFound();
     void aBrokenDownloadLeavesTheMessageAndCanBeRepeated_data();
@@ -374,6 +375,22 @@ void TestAttachmentDownload::anAttachmentIsFoundThoughTheMoveIsNotConfirmed()
         QVERIFY(!request.value(QStringLiteral("request"))
                      .toString()
                      .contains(QStringLiteral("LongId")));
+}
+
+void TestAttachmentDownload::halfAnAnswerForAMovedMessageLeadsToANewReference()
+{
+    const SourcePart part = DownloadWorld::attachment("a.bin", 3000);
+    const QMailMessageId id = bring({part});
+    const QString before = QMailMessageMetaData(id).serverUid();
+    QMailDisconnected::moveToFolder(
+        {id}, QMailAccount(world().account).standardFolder(QMailFolder::TrashFolder));
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_VERIFY(QMailMessageMetaData(id).serverUid() != before);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("damage")},
+                          {QStringLiteral("command"), QStringLiteral("ItemOperations")},
+                          {QStringLiteral("how"), QStringLiteral("truncated")}});
+    QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
+    QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
 }
 
 void TestAttachmentDownload::anAttachmentThatIsGoneIsNotFound_data()
