@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/accountworker.h"
 
+#include "daemon/alarm.h"
 #include "daemon/attachmentdownload.h"
 #include "daemon/eas/status.h"
 #include "daemon/failurewords.h"
@@ -81,12 +82,15 @@ void AccountWorker::connectServer()
     device.id = m_context.db->deviceId();
     m_session = std::make_unique<Eas::Session>(addressOf(m_context.record),
                                                credentialsOf(m_context.record), device);
+    m_session->setClock(Alarm::now);
     m_context.session = m_session.get();
     // The version and the URL are asked for anew in each run of the daemon: servers are updated.
     Eas::SessionState state;
-    const QString policyKey = m_context.db->account(m_context.id()).policyKey;
-    if (!policyKey.isEmpty())
-        state.policyKey = policyKey;
+    const Store::AccountState known = m_context.db->account(m_context.id());
+    if (!known.policyKey.isEmpty())
+        state.policyKey = known.policyKey;
+    // Another server's key is not kept, so that this one has given it.
+    state.hasWorked = !known.folderSyncKey.isEmpty() && known.folderSyncKey != QLatin1String("0");
     m_session->setState(state);
     connect(m_session.get(), &Eas::Session::stateChanged, this, &AccountWorker::keepSessionState);
     // Queued: it is told from within a command that this ends.
@@ -105,6 +109,7 @@ void AccountWorker::connectPush()
     m_push = std::make_unique<PushWatch>(m_context, nullptr);
     connect(m_push.get(), &PushWatch::foldersChanged, this, &AccountWorker::syncForPush);
     connect(m_push.get(), &PushWatch::syncNeeded, this, [this] { syncForPush({}); });
+    connect(m_push.get(), &PushWatch::troubled, this, &AccountWorker::noteEnd);
     QTimer::singleShot(0, m_push.get(), &PushWatch::resume);
 }
 
@@ -152,13 +157,16 @@ void AccountWorker::wipe()
 {
     if (m_wipe)
         return;
-    m_push.reset();
+    if (m_push)
+        m_push->rest();
     noteEnd(Eas::commonStatusResult(WipeWanted));
     cancelAll(Eas::Forbidden);
     m_wipe = std::make_unique<RemoteWipe>(m_context, nullptr);
-    connect(m_wipe.get(), &RemoteWipe::finished, this, [this] {
+    connect(m_wipe.get(), &RemoteWipe::finished, this, [this](const Eas::Result &result) {
         m_wipe.release()->deleteLater();
-        connectPush();
+        // The server repeats its wish, but is not asked for it at once.
+        if (m_push && !result.ok())
+            m_push->postpone(result);
     });
     m_wipe->start();
 }
@@ -315,6 +323,8 @@ void AccountWorker::run(Operation *operation)
     for (const Request &request : requests)
         finishRequest(request.id, settings);
     m_current = nullptr;
+    if (m_push && qobject_cast<SyncRun *>(operation))
+        m_push->postpone(settings);
     retire(operation);
     next();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/backoff.h"
 
+#include <QtGlobal>
+
 #include <algorithm>
 
 namespace Daemon {
@@ -14,9 +16,19 @@ constexpr int MostRetryAfter = 24 * 3600;
 
 int Backoff::pauseMs(int failures, double share, int retryAfter)
 {
+    return spread(FirstMs, LongestMs, failures, share, retryAfter);
+}
+
+int Backoff::gravePauseMs(int failures, double share, int retryAfter)
+{
+    return spread(FirstGraveMs, LongestGraveMs, failures, share, retryAfter);
+}
+
+int Backoff::spread(int first, int longest, int failures, double share, int retryAfter)
+{
     const int doublings = std::clamp(failures - 1, 0, 10);
-    const int longest = std::min(FirstMs << doublings, LongestMs);
-    const int spread = longest / 2 + int(longest / 2 * share);
+    const int pause = int(std::min(qint64(first) << doublings, qint64(longest)));
+    const int spread = pause / 2 + int(pause / 2 * share);
     return std::max(spread, std::min(retryAfter, MostRetryAfter) * 1000);
 }
 

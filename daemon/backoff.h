@@ -20,6 +20,15 @@ public:
      * asked for.
      */
     static int pauseMs(int failures, double share, int retryAfter);
+
+    static constexpr int FirstGraveMs = 15 * 60 * 1000;
+    static constexpr int LongestGraveMs = 4 * 60 * 60 * 1000;
+
+    /** The same after failures that most often need somebody to change something. */
+    static int gravePauseMs(int failures, double share, int retryAfter);
+
+private:
+    static int spread(int first, int longest, int failures, double share, int retryAfter);
 };
 
 } // namespace Daemon

@@ -90,12 +90,12 @@ void FolderStep::windowWritten(const Eas::SyncWindow &window)
     m_windowSize.took(FolderSync::itemCount(window), m_asked.elapsed());
     m_progress += (1000 - m_progress) / 4;
     emit progressed(m_progress);
-    if (window.initial) {
+    if ((window.initial || window.moreAvailable) && isLooping(window)) {
+        emit finished({Eas::InvalidAnswer, QStringLiteral("the server does not get on")}, false);
+    } else if (window.initial) {
         ask();
     } else if (!window.moreAvailable) {
         checkMoved();
-    } else if (isLooping(window)) {
-        emit finished({Eas::InvalidAnswer, QStringLiteral("the server does not get on")}, false);
     } else {
         emit paused();
     }

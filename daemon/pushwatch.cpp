@@ -3,12 +3,14 @@
 
 #include "daemon/backoff.h"
 #include "daemon/eas/pingcommand.h"
+#include "daemon/folderrank.h"
 #include "daemon/logging.h"
 
 #include <QRandomGenerator>
 
 #include <qmailfolder.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Daemon {
@@ -17,18 +19,37 @@ namespace {
 
 /** Folders in one request, as long as the server does not say less. */
 constexpr int MostFolders = 100;
-/** A server that answers so fast, and so often in a row without news, is asked more slowly. */
-constexpr int QuickAnswerMs = 1000;
-constexpr int MostQuickAnswers = 5;
+/** An answer before this part of the heartbeat, or of a minute, is over comes early; */
+constexpr double EarlyShare = 0.8;
+/** ... a server that answers early so often in a row is asked more slowly: without any news, */
+constexpr int MostEarlyAnswers = 5;
+/** ... and with news each time, of which it may say so itself for ever. */
+constexpr int MostEarlyNews = 20;
+/** News is not held up longer than after so many failures. */
+constexpr int LongestForNews = 3;
+/** Changes of the network within this are one that comes and goes, in ms. */
+constexpr int SteadyNetworkMs = 60 * 1000;
 
 /** A Ping's status, [MS-ASCMD] 2.2.3.177.11. */
 enum PingStatus { HeartbeatOutOfRange = 5, TooManyFolders = 6, FolderSyncRequired = 7 };
 
-/** Nothing but new settings helps; each further attempt could lock the account. */
+/** Each further attempt could lock the account at the server. */
 bool isFinal(int code)
 {
-    return code == Eas::LoginRefused || code == Eas::BadConfiguration || code == Eas::Forbidden
-        || code == Eas::NotActiveSync || code == Eas::PolicyDemanded;
+    return code == Eas::LoginRefused;
+}
+
+/** What seldom passes by itself, but may: a network that wants a login answers in the server's
+ * place. */
+bool isGrave(int code)
+{
+    return code == Eas::BadConfiguration || code == Eas::Forbidden || code == Eas::NotActiveSync
+        || code == Eas::PolicyDemanded;
+}
+
+double spread()
+{
+    return QRandomGenerator::global()->generateDouble();
 }
 
 } // namespace
@@ -38,8 +59,7 @@ PushWatch::PushWatch(const AccountContext &context, QObject *parent)
     , m_context(context)
     , m_maxFolders(MostFolders)
 {
-    m_pause.setSingleShot(true);
-    connect(&m_pause, &QTimer::timeout, this, &PushWatch::goOn);
+    connect(&m_pause, &Alarm::rang, this, &PushWatch::goOn);
 }
 
 PushWatch::~PushWatch()
@@ -49,13 +69,15 @@ PushWatch::~PushWatch()
 
 void PushWatch::noteNews()
 {
-    m_quickAnswers = 0;
+    m_earlyAnswers = 0;
 }
 
 void PushWatch::resume()
 {
-    if (m_command || m_pause.isActive())
+    const bool hasFound = m_vainSyncs > 0 && !folders().isEmpty();
+    if (m_command || (m_pause.isActive() && !hasFound))
         return;
+    m_pause.stop();
     m_givenUp = false;
     wait();
 }
@@ -70,13 +92,25 @@ void PushWatch::postpone(const Eas::Result &reason)
     onError(reason, nullptr);
 }
 
+void PushWatch::rest()
+{
+    delete m_command;
+    m_pause.stop();
+}
+
 void PushWatch::networkChanged()
 {
     if (m_givenUp || (!m_command && !m_pause.isActive()))
         return;
+    const qint64 now = Alarm::now();
+    const bool isSteady = m_networkChanges == 0 || now - m_networkChangedAt > SteadyNetworkMs;
+    if (!isSteady && m_pause.isActive() && !m_command)
+        return;
     delete m_command;
-    m_failures = 0;
-    m_pause.start(0);
+    m_networkChangedAt = now;
+    m_failures = m_graveFailures = 0;
+    m_networkChanges = isSteady ? 1 : m_networkChanges + 1;
+    m_pause.start(isSteady ? 0 : Backoff::pauseMs(m_networkChanges - 1, spread(), 0));
 }
 
 /** What was held back when the pause began comes before the next wait. */
@@ -93,17 +127,30 @@ void PushWatch::goOn()
 
 void PushWatch::wait()
 {
-    const QStringList collections = watchedCollections();
-    if (collections.isEmpty()) {
-        emit syncNeeded();
+    const QStringList all = folders();
+    if (all.isEmpty()) {
+        awaitFolders();
         return;
     }
-    m_command = new Eas::PingCommand(m_context.session, m_heartbeat.seconds(), collections);
+    m_vainSyncs = 0;
+    m_command = new Eas::PingCommand(m_context.session, m_heartbeat.seconds(),
+                                     m_turns.next(all, m_maxFolders));
     m_command->setParent(this);
     Eas::PingCommand *command = m_command;
     connect(command, &Eas::Command::finished, this, [this, command] { onAnswer(command); });
-    m_waiting.start();
+    m_waitingSince = Alarm::now();
     command->start();
+}
+
+/** A server that has no folders has none right after the next synchronisation either. */
+void PushWatch::awaitFolders()
+{
+    if (++m_vainSyncs == 1) {
+        emit syncNeeded();
+        return;
+    }
+    m_syncFirst = true;
+    pause(Backoff::pauseMs(m_vainSyncs - 1, spread(), 0));
 }
 
 void PushWatch::onAnswer(Eas::PingCommand *command)
@@ -115,19 +162,36 @@ void PushWatch::onAnswer(Eas::PingCommand *command)
         onError(result, command);
         return;
     }
-    m_failures = 0;
+    if (m_failures > 0 || m_graveFailures > 0)
+        emit troubled({});
+    m_failures = m_graveFailures = 0;
     const QStringList changed = command->changedFolders();
-    m_quickAnswers = m_waiting.elapsed() < QuickAnswerMs ? m_quickAnswers + 1 : 0;
-    if (m_quickAnswers > MostQuickAnswers) {
+    if (isGoingRound(changed)) {
         m_held = changed;
-        m_failures = m_quickAnswers - MostQuickAnswers;
-        pause(0);
     } else if (changed.isEmpty()) {
-        m_heartbeat.carried();
+        // Who waits its turn is not to wait longer.
+        if (folders().size() <= m_maxFolders)
+            m_heartbeat.carried();
         wait();
     } else {
         tell(changed);
     }
+}
+
+/** Whether the server answers early too often; then there is a pause. */
+bool PushWatch::isGoingRound(const QStringList &changed)
+{
+    const int heartbeat = qMin(m_heartbeat.seconds(), int(Heartbeat::Least));
+    if (waitedMs() >= heartbeat * 1000 * EarlyShare) {
+        m_earlyAnswers = m_earlyNews = 0;
+        return false;
+    }
+    m_earlyNews = changed.isEmpty() ? 0 : m_earlyNews + 1;
+    if (++m_earlyAnswers > MostEarlyAnswers)
+        pause(Backoff::pauseMs(m_earlyAnswers - MostEarlyAnswers, spread(), 0));
+    else if (m_earlyNews > MostEarlyNews)
+        pause(Backoff::pauseMs(qMin(m_earlyNews - MostEarlyNews, LongestForNews), spread(), 0));
+    return m_pause.isActive();
 }
 
 void PushWatch::tell(const QStringList &collectionIds)
@@ -145,51 +209,66 @@ void PushWatch::tell(const QStringList &collectionIds)
 
 void PushWatch::onError(const Eas::Result &result, Eas::PingCommand *command)
 {
+    if (command)
+        emit troubled(result);
     if (isFinal(result.code)) {
         qCInfo(lcSync) << "account" << m_context.id() << "is not watched any more:" << result.text;
         m_givenUp = true;
         return;
     }
-    ++m_failures;
-    if (command && result.status == HeartbeatOutOfRange && command->heartbeat() > 0)
-        m_heartbeat.bound(command->heartbeat());
-    else if (command && result.status == TooManyFolders && command->maxFolders() > 0)
-        m_maxFolders = command->maxFolders();
-    else if (result.status == FolderSyncRequired && m_failures == 1) {
-        emit syncNeeded();
-        return;
-    } else {
-        if (command)
-            m_heartbeat.cutAfter(int(m_waiting.elapsed() / 1000));
-        pause(result.retryAfter);
+    if (isGrave(result.code)) {
+        pause(Backoff::gravePauseMs(++m_graveFailures, spread(), result.retryAfter));
         return;
     }
     // The server has said what it takes; a second refusal of the kind is an error like others.
-    if (m_failures == 1)
+    if (++m_failures == 1 && command && result.status == FolderSyncRequired)
+        emit syncNeeded();
+    else if (command && adapt(result, command) && m_failures == 1)
         wait();
     else
-        pause(result.retryAfter);
+        pause(Backoff::pauseMs(m_failures, spread(), result.retryAfter));
 }
 
-void PushWatch::pause(int retryAfter)
+/** Learns from an error what the next wait should be like; whether the server has said so itself.
+ */
+bool PushWatch::adapt(const Eas::Result &result, const Eas::PingCommand *command)
 {
-    const double share = QRandomGenerator::global()->generateDouble();
-    m_pause.start(Backoff::pauseMs(m_failures, share, retryAfter));
-    qCInfo(lcSync) << "account" << m_context.id() << "is watched again in"
-                   << m_pause.interval() / 1000 << "s";
-}
-
-/** Those that were synchronised before: of others, the server knows no state to compare with. */
-QStringList PushWatch::watchedCollections() const
-{
-    QStringList collections;
-    const auto folders = m_context.db->folders(m_context.id());
-    for (const Store::FolderState &folder : folders) {
-        if (folder.syncKey == QLatin1String("0") || collections.size() >= m_maxFolders)
-            continue;
-        if (QMailFolder(folder.folderId).status() & QMailFolder::SynchronizationEnabled)
-            collections.append(folder.serverId);
+    if (result.status == HeartbeatOutOfRange && command->heartbeat() > 0) {
+        m_heartbeat.bound(command->heartbeat());
+        return true;
     }
+    if (result.status == TooManyFolders && command->maxFolders() > 0) {
+        m_maxFolders = command->maxFolders();
+        return true;
+    }
+    m_heartbeat.cutAfter(waitedMs() / 1000);
+    return false;
+}
+
+void PushWatch::pause(int milliseconds)
+{
+    m_pause.start(milliseconds);
+    qCInfo(lcSync) << "account" << m_context.id() << "is watched again in" << milliseconds / 1000
+                   << "s";
+}
+
+/** The collections that can be watched, the most important first: of those that were never
+ * synchronised, the server knows no state to compare with. */
+QStringList PushWatch::folders() const
+{
+    QList<Store::FolderState> found;
+    const auto all = m_context.db->folders(m_context.id());
+    for (const Store::FolderState &folder : all) {
+        if (folder.syncKey != QLatin1String("0")
+            && QMailFolder(folder.folderId).status() & QMailFolder::SynchronizationEnabled)
+            found.append(folder);
+    }
+    std::stable_sort(found.begin(), found.end(), [](const auto &a, const auto &b) {
+        return folderRank(a.type) < folderRank(b.type);
+    });
+    QStringList collections;
+    for (const Store::FolderState &folder : qAsConst(found))
+        collections.append(folder.serverId);
     return collections;
 }
 

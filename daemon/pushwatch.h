@@ -3,13 +3,13 @@
 #define DAEMON_PUSHWATCH_H
 
 #include "daemon/accountcontext.h"
+#include "daemon/alarm.h"
+#include "daemon/folderturns.h"
 #include "daemon/heartbeat.h"
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
-#include <QTimer>
 
 namespace Eas {
 class PingCommand;
@@ -22,7 +22,8 @@ namespace Daemon {
  * server answers when something changed or the heartbeat is over.
  *
  * Tells what changed and then rests until resume(), so that news is fetched before more is waited
- * for. Errors are answered by longer and longer pauses.
+ * for. Errors, and answers that lead to nothing, are followed by longer and longer pauses; only a
+ * refused login ends the watch until the account works again.
  */
 class PushWatch : public QObject
 {
@@ -40,6 +41,8 @@ public:
     void noteNews();
     /** A synchronisation failed or was stopped: after a pause another one is asked for. */
     void postpone(const Eas::Result &reason);
+    /** Waits for nothing until resume() or postpone(). */
+    void rest();
     /** The network is another one: what waits now may wait in vain. */
     void networkChanged();
     /** Whether a request waits at the server. */
@@ -50,25 +53,37 @@ signals:
     void foldersChanged(const QStringList &folders);
     /** The whole account must be synchronised before anything can be waited for. */
     void syncNeeded();
+    /** The server cannot be watched, for this reason; or can again, with Success. */
+    void troubled(const Eas::Result &result);
 
 private:
     void goOn();
     void wait();
+    void awaitFolders();
     void onAnswer(Eas::PingCommand *command);
+    bool isGoingRound(const QStringList &changed);
     void tell(const QStringList &collectionIds);
     void onError(const Eas::Result &result, Eas::PingCommand *command);
-    void pause(int retryAfter);
-    QStringList watchedCollections() const;
+    bool adapt(const Eas::Result &result, const Eas::PingCommand *command);
+    int waitedMs() const { return int(Alarm::now() - m_waitingSince); }
+    void pause(int milliseconds);
+    QStringList folders() const;
 
     const AccountContext &m_context;
     QPointer<Eas::PingCommand> m_command;
-    QTimer m_pause;
+    Alarm m_pause;
     QStringList m_held; ///< collections whose news is told of after the pause
-    QElapsedTimer m_waiting;
+    qint64 m_waitingSince = 0;
     Heartbeat m_heartbeat;
+    FolderTurns m_turns;
     int m_maxFolders;
     int m_failures = 0;
-    int m_quickAnswers = 0;
+    int m_graveFailures = 0;
+    int m_vainSyncs = 0;      ///< synchronisations in a row after which there was nothing to watch
+    int m_earlyAnswers = 0;   ///< in a row, and none of them has brought anything
+    int m_earlyNews = 0;      ///< in a row
+    int m_networkChanges = 0; ///< in a row
+    qint64 m_networkChangedAt = 0;
     bool m_syncFirst = false; ///< after the pause, before the next wait
     bool m_givenUp = false;
 };

@@ -39,7 +39,7 @@ void RemoteWipe::acknowledge(const Eas::Result &removed)
         if (removed.ok())
             forget();
         else
-            emit finished();
+            emit finished(removed);
     });
     command->start();
 }
@@ -54,7 +54,7 @@ void RemoteWipe::forget()
     connect(runner, &JobRunner::finished, this, [this](const Eas::Result &result) {
         if (!result.ok())
             qCWarning(lcDaemon) << "account" << m_context.id() << result.text;
-        emit finished();
+        emit finished(result);
     });
     runner->start();
 }

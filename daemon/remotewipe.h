@@ -28,7 +28,7 @@ public:
 
 signals:
     /** It is over; after a success the account is disabled. */
-    void finished();
+    void finished(const Eas::Result &result);
 
 private:
     void acknowledge(const Eas::Result &removed);

@@ -2,7 +2,7 @@
 #include "daemon/syncrun.h"
 
 #include "daemon/batchstep.h"
-#include "daemon/eas/folderchanges.h"
+#include "daemon/folderrank.h"
 #include "daemon/folderstep.h"
 #include "daemon/foldersync.h"
 #include "daemon/logging.h"
@@ -62,14 +62,6 @@ bool spoilsTreeAlone(const Eas::Result &result)
 QSet<QString> toSet(const QStringList &list)
 {
     return QSet<QString>(list.cbegin(), list.cend());
-}
-
-/** The inbox first, then what a person looks at most. */
-int rank(int folderType)
-{
-    static const QList<int> order = {Eas::Inbox, Eas::SentItems, Eas::Drafts, Eas::UserMailFolder};
-    const int index = order.indexOf(folderType);
-    return index < 0 ? order.size() : index;
 }
 
 } // namespace
@@ -374,8 +366,9 @@ QStringList SyncRun::enabledFolders() const
         if (QMailFolder(folder.folderId).status() & QMailFolder::SynchronizationEnabled)
             folders.append(folder);
     }
-    std::stable_sort(folders.begin(), folders.end(),
-                     [](const auto &a, const auto &b) { return rank(a.type) < rank(b.type); });
+    std::stable_sort(folders.begin(), folders.end(), [](const auto &a, const auto &b) {
+        return folderRank(a.type) < folderRank(b.type);
+    });
     QStringList ids;
     for (const Store::FolderState &folder : qAsConst(folders))
         ids.append(folder.serverId);

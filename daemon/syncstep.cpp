@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/syncstep.h"
 
+#include "daemon/alarm.h"
 #include "daemon/eas/command.h"
 #include "daemon/jobrunner.h"
 #include "daemon/logging.h"
@@ -48,7 +49,7 @@ void SyncStep::retryOrFail(const Eas::Result &result, std::function<void()> agai
     }
     qCInfo(lcSync) << "account" << m_context.id() << "asks again in" << *delay
                    << "ms:" << result.text;
-    QTimer::singleShot(*delay, this, again);
+    Alarm::once(*delay, this, again);
 }
 
 void SyncStep::finishLater(const Eas::Result &result, bool local)

@@ -37,6 +37,7 @@ private slots:
     void pushSwitchedOffEndsTheWait();
     void aRefusedLoginIsNotRepeated();
     void aServerThatComesBackIsWatchedAgain();
+    void theInboxIsWatchedThoughNotAllFoldersFit();
     void aStoppedSynchronisationIsMadeUpFor();
     void aNetworkThatReturnsIsUsedAtOnce();
     void aChangeOfTheNetworkIsNoticed();
@@ -213,6 +214,33 @@ void TestPush::aServerThatComesBackIsWatchedAgain()
     QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(QStringLiteral("News")), 30000);
 }
 
+void TestPush::theInboxIsWatchedThoughNotAllFoldersFit()
+{
+    for (int i = 0; i < 8; ++i)
+        world().server.control("folder-create",
+                               {{QStringLiteral("user"), QStringLiteral("alice")},
+                                {QStringLiteral("folder"), QStringLiteral("Box %1").arg(i)}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.control("options", {{QStringLiteral("max_folders"), 4}});
+    world().server.clearLog();
+    setPush(true);
+    awaitPing();
+    world().server.deliverText(QStringLiteral("alice"), QStringLiteral("News"));
+    QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(QStringLiteral("News")), 10000);
+    // The last one in every order, some rounds later.
+    world().server.deliverText(QStringLiteral("alice"), QStringLiteral("Rare"),
+                               QStringLiteral("Box 7"));
+    for (int i = 0;
+         i < 20 && !world().subjects(QStringLiteral("Box 7")).contains(QStringLiteral("Rare"));
+         ++i) {
+        world().server.deliverText(QStringLiteral("alice"), QStringLiteral("More %1").arg(i));
+        QTRY_VERIFY_WITH_TIMEOUT(world().subjects().contains(QStringLiteral("More %1").arg(i)),
+                                 10000);
+    }
+    QCOMPARE(world().subjects(QStringLiteral("Box 7")), QStringList {QStringLiteral("Rare")});
+}
+
 void TestPush::aStoppedSynchronisationIsMadeUpFor()
 {
     setPush(true);
@@ -292,6 +320,9 @@ void TestPush::pausesAfterErrorsGrowAndAreSpread()
     // What the server asks for comes first.
     QCOMPARE(Backoff::pauseMs(1, 0, 3600), 3600000);
     QCOMPARE(Backoff::pauseMs(1, 0, 2147483647), 24 * 3600000);
+    QCOMPARE(Backoff::gravePauseMs(1, 1, 0), 15 * 60000);
+    QCOMPARE(Backoff::gravePauseMs(3, 1, 0), 60 * 60000);
+    QCOMPARE(Backoff::gravePauseMs(1000, 1, 0), int(Backoff::LongestGraveMs));
 }
 
 void TestPush::aHeartbeatThatTheServerBoundsIsKept()
