@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/asdbusinterface.h"
 
+#include <QCoreApplication>
 #include <QDBusMetaType>
 #include <QMetaMethod>
 
@@ -20,8 +21,21 @@ void registerTypes()
 AsDBusInterface::AsDBusInterface(const QDBusConnection &connection, QObject *parent)
     : QDBusAbstractInterface(QLatin1String(ServiceName), QLatin1String(ObjectPath), InterfaceName,
                              connection, parent)
+    , m_answers(new AnswerWatch(connection, QLatin1String(ServiceName), this))
 {
     registerTypes();
+    // A broadcast is as good a sign of life as an answer, where one is waited for.
+    connect(m_answers, &AnswerWatch::fellSilent, this, [this] {
+        connect(this, &AsDBusInterface::requestCompleted, m_answers, &AnswerWatch::hear,
+                Qt::UniqueConnection);
+    });
+}
+
+void AsDBusInterface::deliverPosted()
+{
+    // An answer goes before the broadcasts of the request that it names.
+    m_answers->deliverPosted();
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
 }
 
 void AsDBusInterface::connectNotify(const QMetaMethod &signal)
@@ -41,12 +55,28 @@ QDBusMessage AsDBusInterface::invoke(QDBus::CallMode mode, int timeoutMs, const 
                                      const QVariantList &arguments)
 {
     setTimeout(timeoutMs);
+    if (mode == QDBus::Block)
+        return callAndWait(timeoutMs, method, arguments);
     const QDBusMessage reply = callWithArgumentList(mode, method, arguments);
     // An unsent call has no reply; an empty successful one stands for it.
-    if (mode == QDBus::NoBlock && reply.type() == QDBusMessage::InvalidMessage)
+    if (reply.type() == QDBusMessage::InvalidMessage)
         return QDBusMessage::createMethodCall(service(), path(), interface(), method)
             .createReply(QVariant(0));
     return reply;
+}
+
+QDBusMessage AsDBusInterface::callAndWait(int timeoutMs, const QString &method,
+                                          const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(service(), path(), interface(), method);
+    call.setArguments(arguments);
+    return m_answers->call(call, timeoutMs);
+}
+
+/** For calls whose answer tells nothing: a silent daemon finds them when it comes round. */
+QDBus::CallMode AsDBusInterface::modeFor(QDBus::CallMode mode) const
+{
+    return mode == QDBus::Block && m_answers->isSilent() ? QDBus::NoBlock : mode;
 }
 
 QDBusReply<int> AsDBusInterface::sync(quint64 accountId, QDBus::CallMode mode)
@@ -96,7 +126,7 @@ QDBusReply<int> AsDBusInterface::searchMailbox(quint64 accountId, const SearchQu
 
 QDBusReply<void> AsDBusInterface::abortRequest(int requestId, int code, QDBus::CallMode mode)
 {
-    return invoke(mode, CallTimeoutMs, QStringLiteral("abortRequest"), {requestId, code});
+    return invoke(modeFor(mode), CallTimeoutMs, QStringLiteral("abortRequest"), {requestId, code});
 }
 
 QDBusReply<int> AsDBusInterface::isRequestAlive(int requestId, QDBus::CallMode mode)
@@ -106,7 +136,7 @@ QDBusReply<int> AsDBusInterface::isRequestAlive(int requestId, QDBus::CallMode m
 
 QDBusReply<void> AsDBusInterface::stopSync(quint64 accountId, int code, QDBus::CallMode mode)
 {
-    return invoke(mode, CallTimeoutMs, QStringLiteral("stopSync"), {accountId, code});
+    return invoke(modeFor(mode), CallTimeoutMs, QStringLiteral("stopSync"), {accountId, code});
 }
 
 } // namespace Activesync

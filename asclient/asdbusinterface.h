@@ -2,6 +2,7 @@
 #ifndef ACTIVESYNC_ASDBUSINTERFACE_H
 #define ACTIVESYNC_ASDBUSINTERFACE_H
 
+#include "asclient/answerwatch.h"
 #include "asclient/searchmailboxoptions.h"
 #include "asclient/searchmailboxresult.h"
 #include "asclient/searchquery.h"
@@ -32,7 +33,8 @@ constexpr int AliveTimeoutMs = 2000;
  *
  * A call that starts work replies at once with the id of the request, or with -1 when the daemon
  * refuses it; the end of the work is told by requestCompleted(). With QDBus::NoBlock the call is
- * sent and the reply is ignored: the returned reply then holds 0 and no error.
+ * sent and the reply is ignored: the returned reply then holds 0 and no error. A daemon that left a
+ * call unanswered is not called again until it is heard of; see AnswerWatch.
  */
 class AsDBusInterface : public QDBusAbstractInterface
 {
@@ -63,6 +65,11 @@ public:
     /** Ends every synchronisation of the account with `code`. */
     QDBusReply<void> stopSync(quint64 accountId, int code, QDBus::CallMode mode);
 
+    /** How this daemon answers. */
+    AnswerWatch &answers() const { return *m_answers; }
+    /** Delivers what has come into this process for this proxy already, before its turn. */
+    void deliverPosted();
+
 signals:
     /** The one end of every accepted request; 200 is success. */
     void requestCompleted(int code, qulonglong accountId, int requestId);
@@ -79,7 +86,11 @@ private:
     QDBusMessage invoke(QDBus::CallMode mode, int timeoutMs, const QString &method,
                         const QVariantList &arguments);
 
+    QDBus::CallMode modeFor(QDBus::CallMode mode) const;
+    QDBusMessage callAndWait(int timeoutMs, const QString &method, const QVariantList &arguments);
+
     QSet<int> m_subscribed;
+    AnswerWatch *m_answers;
 };
 
 } // namespace Activesync

@@ -137,6 +137,8 @@ private slots:
     void absentDaemonIsNoErrorOfAnUnsentReply();
     void unsentReplyIsNotWaitedFor();
     void silentDaemonIsLeftAfterTheBound();
+    void silentDaemonIsNotCalledUntilItIsHeard_data();
+    void silentDaemonIsNotCalledUntilItIsHeard();
     void callsHaveTheirBounds();
     void diedDaemonFailsTheCallAtOnce();
     void hearsADaemonThatCameLater();
@@ -416,6 +418,37 @@ void TestAsDBusInterface::silentDaemonIsLeftAfterTheBound()
     // The late answer is nobody's.
     m_daemon->releaseAnswers();
     QCOMPARE(m_proxy->sync(Account, QDBus::Block).value(), 1);
+}
+
+void TestAsDBusInterface::silentDaemonIsNotCalledUntilItIsHeard_data()
+{
+    QTest::addColumn<QString>("sign");
+    for (const char *sign : {"answer", "broadcast", "another daemon"})
+        QTest::newRow(sign) << QString::fromLatin1(sign);
+}
+
+void TestAsDBusInterface::silentDaemonIsNotCalledUntilItIsHeard()
+{
+    QFETCH(QString, sign);
+    m_daemon->ignoreAlive();
+    QVERIFY(!m_proxy->isRequestAlive(1, QDBus::Block).isValid());
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(m_proxy->sync(Account, QDBus::Block).error().type(), QDBusError::NoReply);
+    QVERIFY(timer.elapsed() < 1000);
+    QCOMPARE(m_daemon->callCount("sync"), 0);
+    // What needs no answer is left at its door.
+    QVERIFY(m_proxy->abortRequest(1, 1030, QDBus::Block).isValid());
+    QVERIFY(!m_daemon->waitForCall("abortRequest").wantsReply);
+    if (sign == QLatin1String("answer"))
+        m_daemon->releaseAnswers();
+    else if (sign == QLatin1String("broadcast"))
+        m_daemon->requestCompleted(200, Account, 7);
+    else
+        m_daemon->vanish();
+    QVERIFY(m_daemon->appear());
+    QTRY_VERIFY(m_proxy->sync(Account, QDBus::Block).isValid());
 }
 
 void TestAsDBusInterface::callsHaveTheirBounds()
