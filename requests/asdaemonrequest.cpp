@@ -49,6 +49,12 @@ void AsDaemonRequest::onCancelled(QMailServiceAction::Status::ErrorCode code)
     end(code, true);
 }
 
+void AsDaemonRequest::outliveAction()
+{
+    disconnect(&m_service, SIGNAL(operationCanceled(QMailServiceAction::Status::ErrorCode)), this,
+               SLOT(onCancelled(QMailServiceAction::Status::ErrorCode)));
+}
+
 void AsDaemonRequest::end(int code, bool cancelled)
 {
     const QPointer<AsDaemonRequest> self(this);

@@ -32,6 +32,10 @@ public:
 
     /** The daemon's id for this request; -2 until execute() has succeeded. */
     int requestId() const { return m_requestId; }
+    /** Whether the daemon has the request, or may have it: its end can still be told. */
+    virtual bool isTaken() const { return m_requestId != NotTaken; }
+    /** Its action has ended without it: it hears of its own end alone, not of a cancellation. */
+    void outliveAction();
 
     /**
      * Makes the call: the request's id, or -1 when it failed or was refused. A failure is reported
@@ -58,7 +62,10 @@ protected:
     /** Reports the end and leaves; who hears of it may even destroy this request at once. */
     void end(int code, bool cancelled);
 
-    int m_requestId = -2;
+    /** The id of a request that the daemon has not taken. */
+    static constexpr int NotTaken = -2;
+
+    int m_requestId = NotTaken;
     OrvService &m_service;
     QMailAccountId m_accountId;
     DaemonCall m_call;

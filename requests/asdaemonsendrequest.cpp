@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "requests/asdaemonsendrequest.h"
 
+#include "asclient/asdbusinterface.h"
 #include "service/orvservice.h"
 #include "service/statuscode.h"
+
+#include <QDBusPendingReply>
+#include <QPointer>
 
 #include <qmaillog.h>
 #include <qmailstore.h>
@@ -22,14 +26,39 @@ int AsDaemonSendRequest::execute()
     // message stays in the outbox for the next automatic transmission.
     if (!reply.isValid()) {
         qMailLog(Messaging) << "Request has returned an error" << reply.error().name();
+        awaitAnswer(m_service.daemon()->answers().lateAnswer());
         return -1;
     }
     if (reply.value() == -1)
         return -1;
-    m_requestId = reply.value();
+    onAccepted(reply.value());
+    return m_requestId;
+}
+
+/** A daemon that was held up finds the call when it comes round, and sends the message. */
+void AsDaemonSendRequest::awaitAnswer(QDBusPendingCallWatcher *late)
+{
+    if (!late)
+        return;
+    m_answerDue = true;
+    connect(late, &QDBusPendingCallWatcher::finished, this,
+            [this](QDBusPendingCallWatcher *answer) {
+                onAnsweredLate(QDBusPendingReply<int>(*answer));
+            });
+}
+
+void AsDaemonSendRequest::onAnsweredLate(const QDBusReply<int> &reply)
+{
+    m_answerDue = false;
+    if (reply.isValid() && reply.value() != -1)
+        onAccepted(reply.value());
+}
+
+void AsDaemonSendRequest::onAccepted(int requestId)
+{
+    m_requestId = requestId;
     setOutbox(false);
     qMailLog(Messaging) << "Message" << m_messageId << " is sent and Outbox flag is cleared";
-    return m_requestId;
 }
 
 void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int request)
@@ -38,16 +67,25 @@ void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int
         return;
     qMailLog(Messaging) << "requestCompleted received for Account " << QString::number(accountId)
                         << ".Request " << request;
-    if (code == 200)
-        reportSuccess();
-    else
-        reportFailure(code);
+    // Who hears of the outcome may destroy this request.
+    const QPointer<AsDaemonSendRequest> self(this);
+    report(code);
+    if (!self)
+        return;
     if (m_cancelled) {
         qMailLog(Messaging) << "Request has been canceled, return";
         deleteLater();
     } else {
         finish(code);
     }
+}
+
+void AsDaemonSendRequest::report(int code)
+{
+    if (code == 200)
+        reportSuccess();
+    else
+        reportFailure(code);
 }
 
 void AsDaemonSendRequest::onCancelled(QMailServiceAction::Status::ErrorCode code)
@@ -85,6 +123,8 @@ void AsDaemonSendRequest::finish(int code)
 {
     const QMailServiceAction::Status::ErrorCode mapped = statusErrorCode(code);
     qMailLog(Messaging) << " Update status: " << int(mapped);
+    const QPointer<AsDaemonSendRequest> self(this);
     m_service.updateStatus(mapped, QString(), m_accountId, QMailFolderId(), m_messageId, 0);
-    end(code, false);
+    if (self)
+        end(code, false);
 }

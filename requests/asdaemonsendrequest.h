@@ -4,11 +4,14 @@
 
 #include "requests/asdaemonrequest.h"
 
+class QDBusPendingCallWatcher;
+
 /**
  * The daemon request that sends one message.
  *
- * Keeps the message's Outbox bit: cleared when the daemon has accepted it, set again when sending
- * failed. Cancelling does not stop it: the message goes out, and only its outcome is not reported.
+ * Keeps the message's Outbox bit: cleared when the daemon has accepted it, be it late, set again
+ * when sending failed. Cancelling does not stop it: the message goes out, and only its outcome is
+ * not reported.
  */
 class AsDaemonSendRequest : public AsDaemonRequest
 {
@@ -20,6 +23,7 @@ public:
 
     /** As in the base class, but a failure is reported by nothing than the returned -1. */
     int execute() override;
+    bool isTaken() const override { return m_answerDue || AsDaemonRequest::isTaken(); }
 
 signals:
     /** The message is sent; the list holds it alone. */
@@ -34,13 +38,19 @@ public slots:
     void onCancelled(QMailServiceAction::Status::ErrorCode code) override;
 
 private:
+    void awaitAnswer(QDBusPendingCallWatcher *late);
+    void onAnsweredLate(const QDBusReply<int> &reply);
+    void onAccepted(int requestId);
     void setOutbox(bool waiting);
+    void report(int code);
     void reportSuccess();
     void reportFailure(int code);
     void finish(int code);
 
     QMailMessageId m_messageId;
     bool m_cancelled = false;
+    /** The daemon gave no answer in time, and may still give it. */
+    bool m_answerDue = false;
 };
 
 #endif

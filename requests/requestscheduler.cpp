@@ -6,9 +6,23 @@
 #include "service/orvservice.h"
 #include "service/statuscode.h"
 
-#include <QPointer>
-
 #include <qmaillog.h>
+
+RequestScheduler::Batch::Batch(RequestScheduler &scheduler)
+    : m_scheduler(scheduler)
+{
+    ++m_scheduler.m_batches;
+}
+
+RequestScheduler::Batch::~Batch()
+{
+    if (--m_scheduler.m_batches > 0 || !m_scheduler.m_codeOfBatch)
+        return;
+    const int code = *m_scheduler.m_codeOfBatch;
+    m_scheduler.m_codeOfBatch.reset();
+    if (m_scheduler.m_firstQueue.isEmpty())
+        m_scheduler.proceed(code);
+}
 
 RequestScheduler::RequestScheduler(OrvService &service, QObject *parent)
     : QObject(parent)
@@ -16,35 +30,92 @@ RequestScheduler::RequestScheduler(OrvService &service, QObject *parent)
 {
     // A cancelled send says nothing, yet after a cancellation the next action must find us idle.
     connect(&service, &OrvService::operationCanceled, this, &RequestScheduler::clear);
+    connect(&service.daemon()->answers(), &Activesync::AnswerWatch::heardAgain, this,
+            &RequestScheduler::checkRefused);
 }
 
 bool RequestScheduler::checkRequests(Activesync::AsDBusInterface *daemon)
 {
     if (!daemon)
         return false;
-    // A dead request's completion may end the action, and with it other requests.
-    QList<QPointer<AsDaemonRequest>> requests;
-    for (AsDaemonRequest *request : qAsConst(m_firstQueue))
-        requests.append(request);
-    for (const QPointer<AsDaemonRequest> &request : qAsConst(requests)) {
+    m_isDaemonSilent = false;
+    // A request's completion may end the action, and with it other requests.
+    const QList<QPointer<AsDaemonRequest>> requests = pollOrder();
+    for (const QPointer<AsDaemonRequest> &request : requests) {
+        // Its own end may have come while another one was asked for.
+        if (!m_firstQueue.contains(request))
+            continue;
         if (isRequestAlive(daemon, request))
             return true;
+        if (m_isDaemonSilent)
+            return !isIdle();
     }
+    if (!m_firstQueue.isEmpty())
+        return true;
     if (m_secondQueue.isEmpty())
         return false;
     isRequestAlive(daemon, *m_secondQueue.cbegin());
     return !m_secondQueue.isEmpty();
 }
 
+/** The first queue; before those that the daemon works on, those that it never took. */
+QList<QPointer<AsDaemonRequest>> RequestScheduler::pollOrder() const
+{
+    QList<QPointer<AsDaemonRequest>> requests;
+    for (AsDaemonRequest *request : m_firstQueue) {
+        if (request->isTaken())
+            requests.append(request);
+        else
+            requests.prepend(request);
+    }
+    return requests;
+}
+
+/** The daemon is back; it will never end what it did not take. */
+void RequestScheduler::checkRefused()
+{
+    const QList<QPointer<AsDaemonRequest>> requests = pollOrder();
+    for (const QPointer<AsDaemonRequest> &request : requests) {
+        if (m_firstQueue.contains(request) && !request->isTaken())
+            isRequestAlive(m_service.daemon(), request);
+    }
+}
+
 bool RequestScheduler::isRequestAlive(Activesync::AsDBusInterface *daemon, AsDaemonRequest *request)
 {
     if (!daemon || !request)
         return false;
-    const QDBusReply<int> reply = daemon->isRequestAlive(request->requestId(), QDBus::Block);
+    const QPointer<AsDaemonRequest> guarded(request);
+    const bool wasQueued = isQueued(request);
+    const int id = request->requestId();
+    const QDBusReply<int> reply = daemon->isRequestAlive(id, QDBus::Block);
     if (reply.isValid() && reply.value() != 0)
         return true;
-    onRequestCompleted(200, request, false);
+    m_isDaemonSilent = reply.error().type() == QDBusError::NoReply;
+    // What ended it may have come into this process before that answer.
+    daemon->deliverPosted();
+    if (!guarded || (wasQueued && !isQueued(guarded)))
+        return false;
+    if (guarded->requestId() != id)
+        return true;
+    complete(200, guarded);
+    if (guarded)
+        bury(guarded);
     return false;
+}
+
+/** Keeps a request that was taken for dead while its end may still be told. */
+void RequestScheduler::bury(AsDaemonRequest *request)
+{
+    request->outliveAction();
+    if (!request->isTaken()) {
+        request->deleteLater();
+        return;
+    }
+    m_dead.removeAll(nullptr);
+    m_dead.append(request);
+    while (m_dead.size() > MostDead)
+        m_dead.takeFirst()->deleteLater();
 }
 
 void RequestScheduler::onRequestCompleted(int code, AsDaemonRequest *request, bool canceled)
@@ -56,12 +127,41 @@ void RequestScheduler::onRequestCompleted(int code, AsDaemonRequest *request, bo
             << "operation cancelled";
         return;
     }
-    m_firstQueue.remove(request);
-    // Also while the first queue is not empty: a completed request is about to be deleted.
-    m_secondQueue.remove(request);
+    ++m_toldEnds;
+    complete(code, request);
+}
+
+void RequestScheduler::complete(int code, AsDaemonRequest *request)
+{
+    const bool wasQueued = take(request);
     if (!m_firstQueue.isEmpty())
         return;
-    // Deliberate: a request that is in no queue ends the action, too.
+    // Deliberate: a request that is in no queue ends the action, too; yet its own has had its end,
+    // and another's is not to have two.
+    if (!wasQueued && (m_batches > 0 || m_service.hasActionOfItsOwn()))
+        return;
+    if (m_batches > 0)
+        m_codeOfBatch = code;
+    else
+        proceed(code);
+}
+
+bool RequestScheduler::isQueued(AsDaemonRequest *request) const
+{
+    return m_firstQueue.contains(request) || m_secondQueue.contains(request);
+}
+
+/** Takes a request out of the queues; false when it was in none. */
+bool RequestScheduler::take(AsDaemonRequest *request)
+{
+    const bool wasFirst = m_firstQueue.remove(request);
+    // Also while the first queue is not empty: a completed request is about to be deleted.
+    const bool wasSecond = m_secondQueue.remove(request);
+    return wasFirst || wasSecond;
+}
+
+void RequestScheduler::proceed(int code)
+{
     if (m_secondQueue.isEmpty())
         endAction(code);
     else
@@ -109,6 +209,7 @@ void RequestScheduler::clear()
 {
     m_firstQueue.clear();
     m_secondQueue.clear();
+    m_codeOfBatch.reset();
 }
 
 void RequestScheduler::endAction(int code)

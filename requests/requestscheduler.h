@@ -2,8 +2,12 @@
 #ifndef REQUESTSCHEDULER_H
 #define REQUESTSCHEDULER_H
 
+#include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QSet>
+
+#include <optional>
 
 class AsDaemonRequest;
 class OrvService;
@@ -17,22 +21,42 @@ class AsDBusInterface;
  *
  * Requests of the first queue run at once and side by side; those of the second wait until the
  * first is empty and then run one at a time. Only a completion starts them. The scheduler owns no
- * request, and forgets one that is destroyed, whatever destroyed it.
+ * request, and forgets one that is destroyed, whatever destroyed it. Those that it has taken for
+ * dead may still hear of their end; of these it keeps the last few.
  */
 class RequestScheduler : public QObject
 {
     Q_OBJECT
 
 public:
+    /** Keeps the action from ending while the requests of one call come in. */
+    class Batch
+    {
+    public:
+        explicit Batch(RequestScheduler &scheduler);
+        ~Batch();
+        Batch(const Batch &) = delete;
+        Batch &operator=(const Batch &) = delete;
+
+    private:
+        RequestScheduler &m_scheduler;
+    };
+
+    /** Requests that were taken for dead and may still hear of their end. */
+    static constexpr int MostDead = 16;
+
     /** Owned by `parent`; `service` must outlive it. */
     RequestScheduler(OrvService &service, QObject *parent);
 
     /** True when no request is queued or running. */
     bool isIdle() const { return m_firstQueue.isEmpty() && m_secondQueue.isEmpty(); }
 
+    /** How many requests have ended by what the daemon said, not by a poll. */
+    quint64 toldEnds() const { return m_toldEnds; }
+
     /**
      * Asks the daemon which requests live and completes those that do not; blocks for the answers.
-     * False when nothing is left.
+     * Those that the daemon never took come first. False when nothing is left.
      */
     bool checkRequests(Activesync::AsDBusInterface *daemon);
     /** The same for one request; a dead one is completed with 200, so that its action ends. */
@@ -52,13 +76,27 @@ public slots:
 
 private:
     void insert(QSet<AsDaemonRequest *> &queue, AsDaemonRequest *request);
+    bool isQueued(AsDaemonRequest *request) const;
+    bool take(AsDaemonRequest *request);
+    QList<QPointer<AsDaemonRequest>> pollOrder() const;
+    void checkRefused();
+    void complete(int code, AsDaemonRequest *request);
+    void bury(AsDaemonRequest *request);
     void clear();
+    void proceed(int code);
     void endAction(int code);
     void startNext();
 
     OrvService &m_service;
     QSet<AsDaemonRequest *> m_firstQueue;
     QSet<AsDaemonRequest *> m_secondQueue;
+    /** Oldest first; they left the queues by a poll. */
+    QList<QPointer<AsDaemonRequest>> m_dead;
+    quint64 m_toldEnds = 0;
+    int m_batches = 0;
+    /** The last completion's code, which waits for the end of a batch. */
+    std::optional<int> m_codeOfBatch;
+    bool m_isDaemonSilent = false;
 };
 
 #endif

@@ -68,7 +68,7 @@ bool OrvSource::searchMessages(const QMailMessageKey &filter, const QString &bod
     const QSet<QMailFolderId> scope = searchScope(filter);
     qMailLog(Messaging) << "server-side search in" << scope.count() << "folders";
     if (scope.isEmpty()) {
-        QTimer::singleShot(0, this, SLOT(completeAction()));
+        completeSoon();
         return true;
     }
     SearchCriteria criteria = criteriaFromKey(filter);
@@ -78,7 +78,7 @@ bool OrvSource::searchMessages(const QMailMessageKey &filter, const QString &bod
     }
     if (criteria.text.isEmpty()) {
         qWarning() << "Empty search criteria text";
-        QTimer::singleShot(0, this, SLOT(completeAction()));
+        completeSoon();
         return true;
     }
     logSearch(criteria);

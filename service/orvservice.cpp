@@ -8,9 +8,13 @@
 #include "service/statuscode.h"
 #include "sink/orvsink.h"
 #include "source/orvsource.h"
+#include "source/syncmarker.h"
 
 #include <QDBusConnection>
 #include <qmaillog.h>
+#include <QTimer>
+
+#include <limits>
 
 namespace {
 
@@ -25,12 +29,22 @@ bool isPlainSuccess(int code)
     return code == 200 || code == 1001 || code == -1000;
 }
 
+/** The sum of two numbers that are not negative; what others report may be as large as can be. */
+int sumOf(int a, int b)
+{
+    return a > std::numeric_limits<int>::max() - b ? std::numeric_limits<int>::max() : a + b;
+}
+
 } // namespace
 
 OrvService::OrvService(const QMailAccountId &accountId)
     : m_accountId(accountId)
 {
     qMailLog(Messaging) << "OrvService::OrvService";
+    // First of all who hear of an end: the message server may begin the next action in it.
+    connect(this, qOverload<bool>(&QMailMessageService::actionCompleted), this,
+            &OrvService::forgetCompletions);
+    connect(this, &OrvService::operationCanceled, this, &OrvService::forgetCompletions);
     m_daemon = new Activesync::AsDBusInterface(QDBusConnection::sessionBus(), this);
     // Neither may use the scheduler in its constructor: there is none yet.
     m_sink = new OrvSink(this);
@@ -110,6 +124,34 @@ void OrvService::completeAction()
     emit actionCompleted(true);
 }
 
+void OrvService::completeLater(int delayMs, const std::function<void()> &complete)
+{
+    ++m_completionsDue;
+    QTimer::singleShot(delayMs, this, [this, complete, action = m_endedActions] {
+        if (action != m_endedActions)
+            return;
+        --m_completionsDue;
+        m_isCompleting = true;
+        complete();
+    });
+}
+
+/** An action that has ended in another way is not ended once more: by then the next one runs. */
+void OrvService::forgetCompletions()
+{
+    if (m_isCompleting) {
+        m_isCompleting = false;
+        return;
+    }
+    ++m_endedActions;
+    m_completionsDue = 0;
+}
+
+bool OrvService::hasActionOfItsOwn() const
+{
+    return m_completionsDue > 0 || m_source->marker().state() == SyncMarker::Running;
+}
+
 bool OrvService::startWaiting()
 {
     qMailLog(Messaging) << "OrvService::startWaiting()";
@@ -179,8 +221,8 @@ void OrvService::countProgress()
     const int oldProgress = m_progress;
     if (!advanceProgress()
         && (m_scheduler->checkRequests(m_daemon) || m_source->isExternalSyncWorking())) {
-        m_progressTotal += TotalExtension;
-        m_progress += 1;
+        m_progressTotal = sumOf(m_progressTotal, TotalExtension);
+        m_progress = sumOf(m_progress, 1);
         qMailLog(Messaging)
             << "reached max progress, but it seems that some requests are still alive, continue";
     }
@@ -205,7 +247,7 @@ bool OrvService::advanceProgress()
     } else if (m_progressTotal <= m_progress) {
         return false;
     }
-    m_progress += 1;
+    m_progress = sumOf(m_progress, 1);
     return true;
 }
 

@@ -4,6 +4,8 @@
 
 #include <qmailmessageservice.h>
 
+#include <functional>
+
 class OrvSink;
 class OrvSource;
 class RequestScheduler;
@@ -53,6 +55,11 @@ public:
     /** Whether the timer may advance the progress by itself; startWaiting() allows it again. */
     void allowProgressCounter(bool allow);
 
+    /** Calls `complete`, which ends the running action, unless that has ended by then. */
+    void completeLater(int delayMs, const std::function<void()> &complete);
+    /** True while an action runs that none of the scheduler's requests belongs to. */
+    bool hasActionOfItsOwn() const;
+
     using QMailMessageService::cancelOperation;
     using QMailMessageService::updateStatus;
 
@@ -74,6 +81,7 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
+    void forgetCompletions();
     bool advanceProgress();
     int publishedProgress() const;
 
@@ -87,6 +95,10 @@ private:
     int m_progress = 0;
     int m_progressTotal = 1000;
     int m_timerId = 0;
+    /** Counts the actions that ended without a completion that was put off. */
+    quint64 m_endedActions = 0;
+    int m_completionsDue = 0;
+    bool m_isCompleting = false;
     QMailAccountId m_accountId;
 };
 

@@ -41,6 +41,9 @@ OrvSink::OrvSink(OrvService *service)
     QDBusConnection::sessionBus().connect(
         QString(), QLatin1String(Activesync::ObjectPath), QLatin1String(Activesync::InterfaceName),
         QStringLiteral("syncStarted"), this, SLOT(onSync(qulonglong)));
+    // What it did not take while it was silent is offered again.
+    connect(&service->daemon()->answers(), &Activesync::AnswerWatch::heardAgain, this,
+            &OrvSink::sendWaiting);
 }
 
 bool OrvSink::transmitMessages(const QMailMessageIdList &ids)
@@ -53,6 +56,7 @@ bool OrvSink::transmitMessages(const QMailMessageIdList &ids)
         emit m_service->actionCompleted(true);
         return true;
     }
+    const RequestScheduler::Batch batch(*m_service->scheduler());
     for (const QMailMessageId &id : ids)
         sendMessage(id);
     syncSentFolder();
@@ -113,12 +117,18 @@ void OrvSink::onSync(qulonglong account)
         m_ownSyncCount -= 1;
         return;
     }
+    sendWaiting();
+}
+
+/** Has the message server transmit what waits in the outbox. */
+void OrvSink::sendWaiting()
+{
     // Also while it is still pending: the server would take the same messages once more.
     if (m_transmitAction->isRunning()) {
         qMailLog(Messaging) << "Transmit in progress, skipping";
         return;
     }
-    const QMailAccountId id(account);
+    const QMailAccountId id = m_service->accountId();
     if (!id.isValid())
         return;
     const int waiting = QMailStore::instance()->countMessages(waitingKey(id));

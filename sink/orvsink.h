@@ -35,6 +35,7 @@ public slots:
 private:
     void sendMessage(const QMailMessageId &id);
     void syncSentFolder();
+    void sendWaiting();
 
     OrvService *m_service;
     QMailTransmitAction *m_transmitAction;

@@ -7,6 +7,7 @@
 #include "requests/requestscheduler.h"
 #include "service/clock.h"
 #include "service/orvservice.h"
+#include "source/syncmarker.h"
 
 #include <QTimer>
 
@@ -25,7 +26,7 @@ constexpr int DoubletCompletionMs = 100;
 OrvSource::OrvSource(OrvService *service)
     : QMailMessageSource(service)
     , m_service(service)
-    , m_externalSyncAction(new QMailProtocolAction(this))
+    , m_marker(new SyncMarker(service, this))
 {
     SyncInfoNode node;
     SyncInfoShmReader::instance().fill(node, service->accountId().toULongLong());
@@ -43,9 +44,10 @@ OrvSource::OrvSource(OrvService *service)
             SIGNAL(searchMailboxCompleted(int, qulonglong, Activesync::SearchMailboxResult, int)),
             this,
             SLOT(onSearchMailboxCompleted(int, qulonglong, Activesync::SearchMailboxResult, int)));
-    // A cancelled action is over for the server; nothing is left to end.
-    connect(service, &OrvService::operationCanceled, this,
-            [this] { m_protocolRequestOpen = false; });
+    connect(service, qOverload<bool>(&QMailMessageService::actionCompleted), this,
+            &OrvSource::endListeners);
+    connect(service, &OrvService::operationCanceled, this, &OrvSource::endListeners);
+    connect(m_marker, &SyncMarker::syncLeft, this, [this] { onSyncStarted(); });
 }
 
 bool OrvSource::retrieveAll(const QMailAccountId &accountId)
@@ -59,7 +61,7 @@ bool OrvSource::retrieveAll(const QMailAccountId &accountId)
                         << "diff =" << age;
     if (age >= 0 && age <= DoubletMs) {
         qMailLog(Messaging) << "doublet sync request, ignoring (emulating)";
-        QTimer::singleShot(DoubletCompletionMs, m_service, SLOT(completeAction()));
+        m_service->completeLater(DoubletCompletionMs, [this] { m_service->completeAction(); });
         return true;
     }
     AsDaemonRequest *request = createRequest(
@@ -116,7 +118,7 @@ bool OrvSource::retrieveMessagePartRange(const QMailMessagePart::Location &, uin
 bool OrvSource::prepareMessages(
     const QList<QPair<QMailMessagePart::Location, QMailMessagePart::Location>> &)
 {
-    QTimer::singleShot(0, this, SLOT(completeAction()));
+    completeSoon();
     return true;
 }
 
@@ -126,18 +128,21 @@ bool OrvSource::protocolRequest(const QMailAccountId &accountId, const QString &
     if (accountId != m_service->accountId())
         return false;
     emit updateStatus(QStringLiteral("protocol request received"));
-    m_markerSent = false;
-    m_protocolRequestOpen = m_service->isWaiting();
-    if (!m_protocolRequestOpen)
-        QTimer::singleShot(0, this, SLOT(completeAction()));
+    if (!m_marker->deliver())
+        completeSoon();
     return true;
 }
 
 void OrvSource::completeAction()
 {
     qMailLog(Messaging) << "OrvSource::Action completed";
-    m_protocolRequestOpen = false;
     emit actionCompleted(true);
+}
+
+/** Ends the running action after the call that started it has returned. */
+void OrvSource::completeSoon()
+{
+    m_service->completeLater(0, [this] { completeAction(); });
 }
 
 /** A plain request, owned by the source until it has ended. */

@@ -12,7 +12,7 @@
 
 class OrvProgressListener;
 class OrvService;
-class QMailProtocolAction;
+class SyncMarker;
 
 /**
  * The account's message source: turns what the message server asks for into daemon requests, and
@@ -30,6 +30,8 @@ public:
 
     /** Keeps a listener under its path, and deletes the one that was there. */
     void addListener(OrvProgressListener *listener);
+    /** The marker of a synchronisation that the daemon started; owned by the source. */
+    const SyncMarker &marker() const { return *m_marker; }
 
     using QMailMessageSource::cancelSearch;
     using QMailMessageSource::deleteMessages;
@@ -101,24 +103,20 @@ private slots:
     void onListenerFinished(const QString &path);
 
 private:
+    void completeSoon();
+    void endListeners();
     AsDaemonRequest *createRequest(const QMailAccountId &accountId, DaemonCall call);
     void syncFolders(const QMailAccountId &accountId, const QStringList &folders, int contentType);
     void syncChangedFolders(const QStringList &folders);
     bool isPushEnabled() const;
     QStringList parentFolders(const QMailMessageIdList &ids) const;
     QSet<QMailFolderId> searchScope(const QMailMessageKey &filter) const;
-    bool isMarkerPending();
-    bool isMarkerLeftOpen();
 
     OrvService *m_service;
     qint64 m_lastSyncCompletedAt = 0;
     int m_searchRequestId = -1;
-    QMailProtocolAction *m_externalSyncAction;
+    SyncMarker *m_marker;
     QMap<QString, OrvProgressListener *> m_listeners;
-    /** A protocol request was delivered, and ends when the synchronisation does. */
-    bool m_protocolRequestOpen = false;
-    /** A marker was sent and is not delivered yet. */
-    bool m_markerSent = false;
 };
 
 #endif

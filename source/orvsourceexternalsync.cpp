@@ -7,32 +7,13 @@
 #include "service/clock.h"
 #include "service/orvservice.h"
 #include "service/statuscode.h"
+#include "source/syncmarker.h"
 
 #include <qmaillog.h>
 
 bool OrvSource::isExternalSyncWorking()
 {
-    return m_externalSyncAction->activity() == QMailServiceAction::InProgress;
-}
-
-/** The marker is sent, and the message server has not yet begun with it. */
-bool OrvSource::isMarkerPending()
-{
-    // An action that was never sent is Pending, too, and does not run.
-    return m_externalSyncAction->isRunning()
-        && m_externalSyncAction->activity() == QMailServiceAction::Pending;
-}
-
-/**
- * The marker was delivered and waits for its end, whatever its action says.
- *
- * The message server numbers the actions that it makes for itself as a client in its process does:
- * the end of another one may have been taken for the marker's.
- */
-bool OrvSource::isMarkerLeftOpen()
-{
-    return m_protocolRequestOpen
-        && (isMarkerPending() || (m_service->isWaiting() && m_service->scheduler()->isIdle()));
+    return m_marker->isInProgress();
 }
 
 bool OrvSource::cancelExternalSync()
@@ -59,20 +40,13 @@ void OrvSource::onSyncStarted(qulonglong account)
 {
     if (account != m_service->accountId().toULongLong())
         return;
+    const quint64 toldEnds = m_service->scheduler()->toldEnds();
     if (m_service->scheduler()->checkRequests(m_service->daemon()))
         return;
-    if (isExternalSyncWorking())
+    // One that ended while it was asked for lived when this began.
+    if (m_service->scheduler()->toldEnds() != toldEnds)
         return;
-    if (isMarkerPending()) {
-        // The marker of the last one is still on its way; it will do for this one.
-        m_service->startWaiting();
-        return;
-    }
-    qMailLog(Messaging) << "Got sync request, but have no action for it. Creating FAKE action";
-    // Deliberately not QVariant(): an invalid one cannot cross the bus.
-    m_externalSyncAction->protocolRequest(QMailAccountId(account), QString(), QVariant(QString()));
-    m_markerSent = true;
-    m_service->startWaiting();
+    m_marker->beginSync();
 }
 
 void OrvSource::onSyncCompleted(qulonglong account)
@@ -80,12 +54,9 @@ void OrvSource::onSyncCompleted(qulonglong account)
     if (account != m_service->accountId().toULongLong())
         return;
     qMailLog(Messaging) << "Synchronize COMPLETED signal received for the account " << account;
-    if (isExternalSyncWorking() || isMarkerLeftOpen()) {
-        qMailLog(Messaging) << "FAKE action is completed";
-        m_service->stopWaiting(200);
-        completeAction();
-    } else if ((isMarkerPending() || m_markerSent) && m_service->scheduler()->isIdle()) {
-        // The marker arrives after the end: it must find the service not waiting.
-        m_service->stopWaiting(200);
-    }
+    if (!m_marker->endSync())
+        return;
+    qMailLog(Messaging) << "FAKE action is completed";
+    m_service->stopWaiting(200);
+    completeAction();
 }

@@ -6,8 +6,6 @@
 #include "requests/requestscheduler.h"
 #include "service/orvservice.h"
 
-#include <QTimer>
-
 #include <qmaillog.h>
 
 using Activesync::AsDBusInterface;
@@ -44,7 +42,7 @@ bool OrvSource::flagMessages(const QMailMessageIdList &ids, quint64 setMask, qui
             QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord);
         }
     }
-    QTimer::singleShot(0, this, SLOT(completeAction()));
+    completeSoon();
     return true;
 }
 

@@ -43,6 +43,7 @@ bool OrvSource::retrieveMessages(const QMailMessageIdList &ids,
                                  QMailRetrievalAction::RetrievalSpecification)
 {
     const quint64 account = m_service->accountId().toULongLong();
+    const RequestScheduler::Batch batch(*m_service->scheduler());
     for (const QMailMessageId &id : ids) {
         qMailLog(Messaging) << "Retrieving message" << id;
         const int result = m_service->scheduler()->addRequest(
@@ -91,6 +92,14 @@ void OrvSource::onListenerFinished(const QString &path)
     // Nobody feeds the progress now; only a counting timer finds out that the daemon has died.
     if (m_listeners.isEmpty())
         m_service->allowProgressCounter(true);
+}
+
+/** A listener goes with its action, whatever has ended that: the poll tells no request's end. */
+void OrvSource::endListeners()
+{
+    const QStringList paths = m_listeners.keys();
+    for (const QString &path : paths)
+        onListenerFinished(path);
 }
 
 /** Brings folders of an account up to date; the content type tells the daemon who asks. */

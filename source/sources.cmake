@@ -5,4 +5,5 @@ target_sources(orvmail-core PRIVATE
     ${PROJECT_SOURCE_DIR}/source/orvsourceexternalsync.cpp
     ${PROJECT_SOURCE_DIR}/source/orvsourceflags.cpp
     ${PROJECT_SOURCE_DIR}/source/orvsourceretrieval.cpp
+    ${PROJECT_SOURCE_DIR}/source/syncmarker.cpp ${PROJECT_SOURCE_DIR}/source/syncmarker.h
 )

@@ -2,6 +2,7 @@
 #include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/actionlist.h"
 #include "tests/messageserver/serverfixture.h"
+#include "tests/support/chance.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -32,8 +33,11 @@ private slots:
     void burstLeavesTheAccountFree();
     void burstWhileAnActionRunsEndsNothing();
     void burstAndABeginningThatStays();
+    void endThatCrossesAPollKeepsItsOutcome();
+    void anyOrderEndsEachActionOnce();
 
 private:
+    ScriptedDaemon::Call startAmongSyncs(Retrieval &retrieval, QRandomGenerator &dice);
     ActionList::Entry showMarker(ActionList &list);
     void verifyFree();
 };
@@ -348,8 +352,15 @@ void TestExternalSync::burstAndABeginningThatStays()
     QVERIFY(list.waitUntilReady());
     m_daemon->syncStarted(m_account.toULongLong());
     m_daemon->syncCompleted(m_account.toULongLong());
-    showMarker(list);
-    // The second one runs until its own end.
+    m_daemon->syncStarted(m_account.toULongLong());
+    // The second one has the first one's marker or, where that was ending already, one of its own;
+    // it runs until its own end.
+    const auto stays = [&] {
+        settle();
+        return list.running() == 1 && list.markers().constLast().endCount() == 0
+            && list.markers().constLast().info->activity() == QMailServiceAction::InProgress;
+    };
+    QTRY_VERIFY(stays() && stays());
     Retrieval waiting;
     retrieveFolders(waiting);
     settle();
@@ -359,6 +370,75 @@ void TestExternalSync::burstAndABeginningThatStays()
     m_daemon->complete(call.requestId, 200);
     verifySucceeded(waiting.watcher);
     QTRY_COMPARE(list.running(), 0);
+}
+
+/** The broadcast is in the message server already when it asks whether the request lives. */
+void TestExternalSync::endThatCrossesAPollKeepsItsOutcome()
+{
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    for (int round = 0; round < 50; ++round) {
+        Retrieval retrieval;
+        const auto call = startFolders(retrieval);
+        m_daemon->syncStarted(m_account.toULongLong());
+        m_daemon->complete(call.requestId, 401);
+        m_daemon->syncCompleted(m_account.toULongLong());
+        verifyFailed(retrieval.watcher, 1029);
+        if (QTest::currentTestFailed())
+            return;
+    }
+    settle();
+    QTRY_COMPARE(list.running(), 0);
+    QCOMPARE(logCount("Would not determine"), 0);
+}
+
+/** An action of a person and up to three synchronisations, at any distance. */
+ScriptedDaemon::Call TestExternalSync::startAmongSyncs(Retrieval &retrieval, QRandomGenerator &dice)
+{
+    // A gap is what is tried here, not a wait for something.
+    const auto gap = [&dice] { QTest::qWait(int(dice.bounded(3) == 0 ? 0 : dice.bounded(40))); };
+    const int syncs = 1 + int(dice.bounded(3));
+    const int turn = int(dice.bounded(2 * syncs + 1));
+    for (int step = 0; step <= 2 * syncs; ++step) {
+        if (step == turn)
+            retrieveFolders(retrieval);
+        if (step == 2 * syncs)
+            break;
+        if (step % 2 == 0)
+            m_daemon->syncStarted(m_account.toULongLong());
+        else
+            m_daemon->syncCompleted(m_account.toULongLong());
+        gap();
+    }
+    return m_daemon->waitForCall("folderSync");
+}
+
+void TestExternalSync::anyOrderEndsEachActionOnce()
+{
+    constexpr int Rounds = 80;
+    QRandomGenerator dice(testSeed());
+    ActionList list;
+    QVERIFY(list.waitUntilReady());
+    for (int round = 0; round < Rounds; ++round) {
+        Retrieval retrieval;
+        const auto call = startAmongSyncs(retrieval, dice);
+        QVERIFY(call.isValid());
+        m_daemon->complete(call.requestId, 401);
+        // Its own outcome: a marker's end, had it hit this action, would be a success.
+        verifyFailed(retrieval.watcher, 1029);
+        if (QTest::currentTestFailed())
+            return;
+    }
+    QTRY_COMPARE(list.running(), 0);
+    settle();
+    for (const ActionList::Entry &marker : list.markers())
+        QCOMPARE(marker.endCount(), 1);
+    QCOMPARE(logCount("Would not determine"), 0);
+    // Nor does the service wait for anything: the next action opens its waiting itself.
+    const int opened = logCount("start waiting for the signal");
+    verifyFree();
+    QCOMPARE(logCount("start waiting for the signal"), opened + 1);
+    tellRounds(Rounds);
 }
 
 QTEST_GUILESS_MAIN(TestExternalSync)

@@ -30,6 +30,15 @@ private slots:
     void theProgressGoesOnWhileTheMarkerRuns();
     void anEndThatIsTakenForTheMarkersLeavesNoActionBehind();
     void anEndThatIsTakenForTheMarkersBeforeItsDelivery();
+    void aBeginningWhileTheMarkerEndsGetsAMarkerAfterwards();
+    void aWholeSyncWhileTheMarkerEndsLeavesNothing();
+    void aBeginningBetweenALateDeliveryAndItsCompletion_data();
+    void aBeginningBetweenALateDeliveryAndItsCompletion();
+    void whatElseEndsTheActionEndsTheMarker();
+    void aStrayEndOfARequestDoesNotEndTheMarker();
+    void aMarkerThatIsTakenOutOfTheQueueLeavesNothingWaiting();
+    void aBeginningBehindALostMarkerAsksForAnother();
+    void aBeginningBehindACancelledMarkerGetsAMarkerAfterwards();
 };
 
 namespace {
@@ -49,6 +58,12 @@ public:
     {
         f.daemon.syncCompleted(id());
         f.daemon.settle();
+    }
+
+    /** A broadcast that is delivered before anything else that is posted. */
+    void deliverAtOnce(const char *slot)
+    {
+        QVERIFY(QMetaObject::invokeMethod(&f.source(), slot, Q_ARG(qulonglong, id())));
     }
 
     /** What the message server does with a marker: it hands it to the source. */
@@ -366,6 +381,151 @@ void TestExternalSync::anEndThatIsTakenForTheMarkersBeforeItsDelivery()
     QVERIFY(x.deliver());
     QStringList told;
     QTRY_VERIFY((told += x.f.spy.take()).contains(QStringLiteral("completed true")));
+}
+
+void TestExternalSync::aBeginningWhileTheMarkerEndsGetsAMarkerAfterwards()
+{
+    ExternalSyncFixture x;
+    const qulonglong first = x.startAndTakeUp();
+    x.end();
+    QCOMPARE(x.f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+    // The client library does not know of the end yet, and would not send another marker.
+    x.start();
+    QVERIFY(!x.f.service->isWaiting());
+    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
+    x.server.setActivity(first, QMailServiceAction::Successful);
+    const auto second = x.server.waitForRequest("protocolRequest");
+    QVERIFY(second.action != 0 && second.action != first);
+    QVERIFY(x.f.service->isWaiting());
+    QVERIFY(x.deliver());
+    x.server.setActivity(second.action, QMailServiceAction::InProgress);
+    QCOMPARE(x.f.spy.completions(), 0);
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
+}
+
+void TestExternalSync::aWholeSyncWhileTheMarkerEndsLeavesNothing()
+{
+    ExternalSyncFixture x;
+    const qulonglong marker = x.startAndTakeUp();
+    x.end();
+    x.f.spy.take();
+    for (int i = 0; i < 3; ++i) {
+        x.start();
+        x.end();
+    }
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QVERIFY(!x.f.service->isWaiting());
+    x.server.setActivity(marker, QMailServiceAction::Successful);
+    x.f.daemon.settle();
+    QVERIFY(!x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.take(), QStringList());
+    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
+}
+
+void TestExternalSync::aBeginningBetweenALateDeliveryAndItsCompletion_data()
+{
+    QTest::addColumn<bool>("ends");
+    QTest::newRow("that goes on") << false;
+    QTest::newRow("that ends as well") << true;
+}
+
+/** The marker's completion is put off for a turn of the event loop; much arrives in that turn. */
+void TestExternalSync::aBeginningBetweenALateDeliveryAndItsCompletion()
+{
+    QFETCH(bool, ends);
+    ExternalSyncFixture x;
+    x.start();
+    x.end();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    x.server.setActivity(marker.action, QMailServiceAction::InProgress);
+    x.f.spy.take();
+    QVERIFY(x.deliver());
+    x.deliverAtOnce("onSyncStarted");
+    if (ends)
+        x.deliverAtOnce("onSyncCompleted");
+    QCOMPARE(x.f.spy.takeOutcome(), QStringList());
+    QTRY_COMPARE(x.f.spy.completions(), 1);
+    QVERIFY(!x.f.service->isWaiting());
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    x.f.daemon.settle();
+    QCOMPARE(x.f.spy.completions(), 1);
+    QCOMPARE(x.f.service->isWaiting(), !ends);
+    QTRY_COMPARE(x.server.requests("protocolRequest").count(), ends ? 1 : 2);
+}
+
+void TestExternalSync::whatElseEndsTheActionEndsTheMarker()
+{
+    ExternalSyncFixture x;
+    const qulonglong marker = x.startAndTakeUp();
+    x.f.spy.take();
+    emit x.f.service->actionCompleted(true);
+    QVERIFY(!x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.takeOutcome().count(QStringLiteral("completed true")), 1);
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+    x.server.setActivity(marker, QMailServiceAction::Successful);
+    x.start();
+    QVERIFY(x.server.waitForRequest("protocolRequest").action != 0);
+}
+
+void TestExternalSync::aStrayEndOfARequestDoesNotEndTheMarker()
+{
+    ExternalSyncFixture x;
+    x.f.source().retrieveFolderList(x.f.account, QMailFolderId(), true);
+    x.f.daemon.answerAlive(0);
+    x.startAndTakeUp();
+    x.f.spy.take();
+    // The poll took it for dead; its own action has long had its end.
+    x.f.daemon.complete(1, 401);
+    x.f.daemon.settle();
+    QCOMPARE(x.f.spy.takeOutcome(), QStringList());
+    QVERIFY(x.f.service->isWaiting());
+    x.end();
+    QCOMPARE(x.f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+}
+
+void TestExternalSync::aMarkerThatIsTakenOutOfTheQueueLeavesNothingWaiting()
+{
+    ExternalSyncFixture x;
+    x.start();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    QVERIFY(x.f.service->isWaiting());
+    x.server.setActivity(marker.action, QMailServiceAction::Failed);
+    QVERIFY(!x.f.service->isWaiting());
+    x.f.spy.take();
+    x.end();
+    QCOMPARE(x.f.spy.take(), QStringList());
+    x.start();
+    QVERIFY(x.server.waitForRequest("protocolRequest").action != 0);
+}
+
+void TestExternalSync::aBeginningBehindALostMarkerAsksForAnother()
+{
+    ExternalSyncFixture x;
+    x.start();
+    const auto marker = x.server.waitForRequest("protocolRequest");
+    x.server.setActivity(marker.action, QMailServiceAction::Successful);
+    x.end();
+    x.start();
+    QVERIFY(x.f.service->isWaiting());
+    QVERIFY(x.server.waitForRequest("protocolRequest").action != 0);
+}
+
+void TestExternalSync::aBeginningBehindACancelledMarkerGetsAMarkerAfterwards()
+{
+    ExternalSyncFixture x;
+    const qulonglong marker = x.startAndTakeUp();
+    x.f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
+    x.end();
+    x.start();
+    QVERIFY(!x.f.service->isWaiting());
+    x.f.spy.take();
+    x.server.setActivity(marker, QMailServiceAction::Failed);
+    QTRY_COMPARE(x.server.requests("protocolRequest").count(), 2);
+    QVERIFY(x.f.service->isWaiting());
+    QCOMPARE(x.f.spy.completions(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestExternalSync)

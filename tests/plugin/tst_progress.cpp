@@ -5,6 +5,8 @@
 #include <QAbstractEventDispatcher>
 #include <QTest>
 
+#include <limits>
+
 class TestProgress : public QObject
 {
     Q_OBJECT
@@ -32,6 +34,7 @@ private slots:
     void progressSetFromOutsideIsReportedWhileWaiting();
     void progressSetFromOutsideIsSilentWhileIdle();
     void aTickRepeatsTheFiguresFedFromOutside();
+    void theLargestFiguresStayWhereTheyAre();
 };
 
 void TestProgress::startingToWaitBeginsAtZeroOfAThousand()
@@ -318,6 +321,24 @@ void TestProgress::aTickRepeatsTheFiguresFedFromOutside()
     f.service->allowProgressCounter(true);
     f.tick();
     QCOMPARE(f.spy.take(), texts({"status Progressing...", "progress 41/100"}));
+}
+
+void TestProgress::theLargestFiguresStayWhereTheyAre()
+{
+    ServiceFixture f;
+    f.source().retrieveFolderList(f.account, QMailFolderId(), true);
+    const int most = std::numeric_limits<int>::max();
+    f.service->setProgress(most - 1, most);
+    f.spy.take();
+    f.tick();
+    QCOMPARE(f.spy.take(), texts({"status Progressing...", "progress 2147483647/2147483647"}));
+    // Full, and a request lives.
+    f.tick(3);
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 3);
+    QCOMPARE(f.spy.take(), QStringList());
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
 }
 
 QTEST_GUILESS_MAIN(TestProgress)

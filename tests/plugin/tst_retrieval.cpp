@@ -41,6 +41,7 @@ private slots:
     void aRefusedDownloadLeavesNoListener();
     void aListenerThatFinishedTwiceIsForgottenOnce();
     void aNullListenerIsIgnored();
+    void theListenerGoesWithADownloadThatThePollEnds();
 
 private:
     static QList<OrvProgressListener *> listeners(ServiceFixture &f)
@@ -359,6 +360,31 @@ void TestRetrieval::aNullListenerIsIgnored()
     ServiceFixture f;
     f.source().addListener(nullptr);
     QCOMPARE(f.spy.take(), QStringList());
+}
+
+/** Left behind, it would keep the progress of the next download from ever being full. */
+void TestRetrieval::theListenerGoesWithADownloadThatThePollEnds()
+{
+    ServiceFixture f;
+    f.source().retrieveMessagePart(location(7, "2"));
+    f.daemon.answerAlive(0);
+    f.scheduler().checkRequests(f.service->daemon());
+    QTRY_VERIFY(listeners(f).isEmpty());
+    f.source().retrieveMessagePart(location(8, "2"));
+    QLocalSocket daemon;
+    daemon.connectToServer(listeners(f).value(0)->path());
+    QVERIFY(daemon.waitForConnected());
+    const qint32 percent = 40;
+    daemon.write(reinterpret_cast<const char *>(&percent), sizeof percent);
+    QStringList told;
+    QTRY_VERIFY((told += f.spy.take()).contains(QStringLiteral("progress 40/100")));
+    // The daemon dies, and with it its end of the socket.
+    daemon.abort();
+    QTRY_VERIFY(listeners(f).isEmpty());
+    f.daemon.vanish();
+    f.spy.take();
+    f.tick(70);
+    QCOMPARE(f.spy.completions(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestRetrieval)

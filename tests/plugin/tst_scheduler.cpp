@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "source/syncmarker.h"
 #include "tests/plugin/servicefixture.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QTest>
 
@@ -43,6 +45,15 @@ private slots:
     void aPollThatEndsTheActionTouchesNoDestroyedRequest();
     void whoHearsOfTheEndMayDestroyTheRequest_data();
     void whoHearsOfTheEndMayDestroyTheRequest();
+    void anEndThatHasArrivedGoesBeforeTheWordDead();
+    void anEndThatArrivesWhileAnotherRequestIsAskedForIsNotAskedAgain();
+    void aSyncThatARequestExplainedWhenItBeganCreatesNoMarker();
+    void aSilentDaemonIsAskedOnceARound();
+    void whatTheDaemonNeverTookIsAskedForFirst();
+    void theDeadAreFewAndHearOfNoCancellation();
+    void aBatchEndsItsActionOnce_data();
+    void aBatchEndsItsActionOnce();
+    void aBatchStartsTheSecondQueueWhenAllIsIn();
 };
 
 void TestScheduler::oneRequestRunsAndEndsTheActionOnce()
@@ -455,6 +466,154 @@ void TestScheduler::whoHearsOfTheEndMayDestroyTheRequest()
     QVERIFY(!request);
     QVERIFY(f.scheduler().isIdle());
     QCOMPARE(f.scheduler().addRequest(f.newRequest()), how == QLatin1String("refusal") ? 1 : 2);
+}
+
+void TestScheduler::anEndThatHasArrivedGoesBeforeTheWordDead()
+{
+    ServiceFixture f;
+    for (int round = 1; round <= 20; ++round) {
+        f.scheduler().addRequest(f.newRequest());
+        f.spy.take();
+        // Both broadcasts are in this process, unread, when the answer comes.
+        f.daemon.complete(round, 401);
+        QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+        QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
+        f.daemon.settle();
+        QCOMPARE(f.spy.take(), QStringList());
+    }
+}
+
+void TestScheduler::anEndThatArrivesWhileAnotherRequestIsAskedForIsNotAskedAgain()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.scheduler().addRequest(f.newRequest());
+    f.spy.take();
+    f.daemon.complete(1, 401);
+    f.daemon.complete(2, 401);
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
+    QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
+}
+
+void TestScheduler::aSyncThatARequestExplainedWhenItBeganCreatesNoMarker()
+{
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    f.spy.take();
+    f.daemon.syncStarted(f.account.toULongLong());
+    f.daemon.complete(1, 401);
+    f.daemon.syncCompleted(f.account.toULongLong());
+    f.daemon.settle();
+    QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
+    QCOMPARE(f.source().marker().state(), SyncMarker::None);
+}
+
+void TestScheduler::aSilentDaemonIsAskedOnceARound()
+{
+    ServiceFixture f;
+    for (int i = 0; i < 3; ++i)
+        f.scheduler().addRequest(f.newRequest());
+    f.daemon.ignoreAlive();
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
+    // The rounds that follow ask nothing, and end a request each.
+    f.spy.take();
+    QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QVERIFY(timer.elapsed() < Activesync::AliveTimeoutMs + 1500);
+    QCOMPARE(f.daemon.callCount("isRequestAlive"), 1);
+    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
+    QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::whatTheDaemonNeverTookIsAskedForFirst()
+{
+    for (int round = 0; round < 10; ++round) {
+        ServiceFixture f;
+        f.daemon.answerOnce("sendMail", Answer::id(-1));
+        f.sink().transmitMessages({StoreFixture::addOutgoing(f.account)});
+        for (int i = 0; i < 3; ++i)
+            f.scheduler().addRequest(f.newRequest());
+        QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+        const auto polls = f.daemon.calls("isRequestAlive");
+        QCOMPARE(polls.count(), 2);
+        QCOMPARE(polls.first().arguments, QVariantList {-2});
+        for (const auto &call : f.daemon.calls("sync"))
+            f.daemon.complete(call.requestId, 200);
+        f.daemon.settle();
+        // So the action does not wait for the send alone until the next poll.
+        QVERIFY(f.scheduler().isIdle());
+    }
+}
+
+void TestScheduler::theDeadAreFewAndHearOfNoCancellation()
+{
+    ServiceFixture f;
+    f.daemon.answerAlive(0);
+    for (int i = 0; i < 50; ++i) {
+        f.scheduler().addRequest(f.newRequest());
+        QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    }
+    f.deleteDeferred();
+    QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(), RequestScheduler::MostDead);
+    f.service->cancelOperation(Cancel, QString());
+    QCOMPARE(f.daemon.callCount("abortRequest"), 0);
+    // The last of them still hears of its end.
+    f.daemon.complete(50, 401);
+    f.daemon.settle();
+    f.deleteDeferred();
+    QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(), RequestScheduler::MostDead - 1);
+}
+
+void TestScheduler::aBatchEndsItsActionOnce_data()
+{
+    QTest::addColumn<QList<int>>("refused");
+    QTest::newRow("the first is refused") << QList<int> {0};
+    QTest::newRow("the last is refused") << QList<int> {2};
+    QTest::newRow("all are refused") << QList<int> {0, 1, 2};
+    QTest::newRow("none is refused") << QList<int>();
+}
+
+void TestScheduler::aBatchEndsItsActionOnce()
+{
+    QFETCH(QList<int>, refused);
+    ServiceFixture f;
+    QMailMessageIdList ids;
+    for (int i = 0; i < 3; ++i) {
+        ids += QMailMessageId(100 + i);
+        f.daemon.answerOnce("downloadMessage",
+                            refused.contains(i) ? Answer::id(-1) : Answer::nextId());
+    }
+    QVERIFY(f.source().retrieveMessages(ids, QMailRetrievalAction::Content));
+    QCOMPARE(f.daemon.callCount("downloadMessage"), 3);
+    QCOMPARE(f.spy.completions(), refused.size() == 3 ? 1 : 0);
+    for (const auto &call : f.daemon.calls("downloadMessage")) {
+        if (call.requestId > 0)
+            f.daemon.complete(call.requestId, 200);
+    }
+    f.daemon.settle();
+    QCOMPARE(f.spy.completions(), 1);
+    QVERIFY(!f.service->isWaiting());
+}
+
+void TestScheduler::aBatchStartsTheSecondQueueWhenAllIsIn()
+{
+    ServiceFixture f;
+    f.daemon.answerOnce("sync", Answer::id(-1));
+    {
+        const RequestScheduler::Batch batch(f.scheduler());
+        QCOMPARE(f.scheduler().addRequest(f.newRequest()), -1);
+        f.scheduler().addSecondQueueRequest(f.newRequest());
+        QCOMPARE(f.daemon.callCount("sync"), 1);
+        QCOMPARE(f.spy.completions(), 0);
+    }
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
 }
 
 QTEST_GUILESS_MAIN(TestScheduler)

@@ -2,6 +2,7 @@
 #include "requests/asdaemonsendrequest.h"
 #include "tests/plugin/servicefixture.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
@@ -84,6 +85,12 @@ private slots:
     void thePollIgnoresACancelledSend();
     void theServiceGoesWhileACancelledSendIsOut();
     void theServiceGoesWhileASendIsOut();
+    void aSendThatIsAnsweredLateIsFollowedToItsEnd_data();
+    void aSendThatIsAnsweredLateIsFollowedToItsEnd();
+    void sendsToASilentDaemonBlockOnce();
+    void aRefusedSendGoesWithItsAction();
+    void whoHearsOfTheOutcomeMayDestroyTheRequest_data();
+    void whoHearsOfTheOutcomeMayDestroyTheRequest();
 };
 
 void TestSendRequest::anAcceptedSendLeavesTheOutbox()
@@ -420,6 +427,95 @@ void TestSendRequest::theServiceGoesWhileASendIsOut()
     QCOMPARE(f.spy.takeOutcome(), texts({"error 1030"}));
     f.broadcast(200);
     QCOMPARE(f.spy.take(), QStringList());
+}
+
+void TestSendRequest::aSendThatIsAnsweredLateIsFollowedToItsEnd_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::newRow("sent") << 200;
+    QTest::newRow("not sent") << 902;
+}
+
+void TestSendRequest::aSendThatIsAnsweredLateIsFollowedToItsEnd()
+{
+    QFETCH(int, code);
+    SendFixture f;
+    f.daemon.answerOnce("sendMail", Answer::silence());
+    QCOMPARE(f.scheduler().addRequest(f.request), -1);
+    QVERIFY(f.isInOutbox());
+    f.spy.take();
+    // The daemon was held up, and did all of it since.
+    f.daemon.releaseAnswers();
+    f.broadcast(code);
+    QTRY_VERIFY(!f.request);
+    QCOMPARE(f.transmitted.count(), code == 200 ? 1 : 0);
+    QCOMPARE(f.failed.count(), code == 200 ? 0 : 1);
+    QCOMPARE(f.isInOutbox(), code != 200);
+    QCOMPARE(f.spy.completions(), 1);
+    QVERIFY(!f.service->isWaiting());
+}
+
+void TestSendRequest::sendsToASilentDaemonBlockOnce()
+{
+    SendFixture f;
+    QMailMessageIdList ids {f.message};
+    while (ids.size() < 6)
+        ids += StoreFixture::addOutgoing(f.account);
+    f.daemon.answer(Answer::silence());
+    QElapsedTimer timer;
+    timer.start();
+    f.sink().transmitMessages(ids);
+    QVERIFY(timer.elapsed() >= Activesync::CallTimeoutMs - 100);
+    QVERIFY(timer.elapsed() < Activesync::CallTimeoutMs + 2000);
+    QCOMPARE(f.daemon.callCount("sendMail"), 1);
+    f.spy.take();
+    f.daemon.answer(Answer::nextId());
+    f.daemon.releaseAnswers();
+    f.daemon.complete(1, 200);
+    QTRY_COMPARE(f.spy.completions(), 1);
+    QVERIFY(f.scheduler().isIdle());
+    QVERIFY(!f.isInOutbox());
+}
+
+void TestSendRequest::aRefusedSendGoesWithItsAction()
+{
+    SendFixture f;
+    f.daemon.answerOnce("sendMail", Answer::id(-1));
+    f.scheduler().addRequest(f.request);
+    f.scheduler().checkRequests(f.service->daemon());
+    f.deleteDeferred();
+    QVERIFY(!f.request);
+}
+
+void TestSendRequest::whoHearsOfTheOutcomeMayDestroyTheRequest_data()
+{
+    QTest::addColumn<QString>("by");
+    QTest::addColumn<int>("code");
+    for (const char *by : {"outcome", "status"}) {
+        QTest::addRow("sent, %s", by) << QString::fromLatin1(by) << 200;
+        QTest::addRow("not sent, %s", by) << QString::fromLatin1(by) << 902;
+    }
+}
+
+void TestSendRequest::whoHearsOfTheOutcomeMayDestroyTheRequest()
+{
+    QFETCH(QString, by);
+    QFETCH(int, code);
+    SendFixture f;
+    f.scheduler().addRequest(f.request);
+    const auto destroy = [&f] { delete f.request.data(); };
+    const QObject untilChecked;
+    if (by == QLatin1String("status")) {
+        connect(f.service.get(),
+                qOverload<const QMailServiceAction::Status>(&QMailMessageService::statusChanged),
+                &untilChecked, destroy);
+    } else {
+        connect(f.request, &AsDaemonSendRequest::messagesTransmitted, this, destroy);
+        connect(f.request, &AsDaemonSendRequest::messagesFailedTransmission, this, destroy);
+    }
+    f.broadcast(code);
+    QVERIFY(!f.request);
+    QVERIFY(f.scheduler().isIdle());
 }
 
 QTEST_GUILESS_MAIN(TestSendRequest)

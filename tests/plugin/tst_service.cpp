@@ -4,6 +4,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 
@@ -29,6 +30,8 @@ private slots:
     void cancellingReportsTheCodeAsItCameIn();
     void cancellingReachesRequestsBeforeTheStatus();
     void cancellingThroughTheBaseClassCancels();
+    void aCompletionThatIsPutOffGoesWithItsAction_data();
+    void aCompletionThatIsPutOffGoesWithItsAction();
 };
 
 void TestService::hasSourceHasSinkAndIsAvailableBeforeAnyContactWithTheDaemon()
@@ -197,6 +200,35 @@ void TestService::cancellingThroughTheBaseClassCancels()
     QMailMessageService *base = f.service.get();
     QVERIFY(base->cancelOperation());
     QCOMPARE(f.spy.take(), texts({"error 1030", "available true"}));
+}
+
+void TestService::aCompletionThatIsPutOffGoesWithItsAction_data()
+{
+    QTest::addColumn<bool>("cancelled");
+    QTest::newRow("cancelled") << true;
+    QTest::newRow("ended by something else") << false;
+}
+
+/** It would end the next action, which the message server begins at once. */
+void TestService::aCompletionThatIsPutOffGoesWithItsAction()
+{
+    QFETCH(bool, cancelled);
+    ServiceFixture f;
+    f.source().prepareMessages({});
+    if (cancelled)
+        f.service->cancelOperation(Status::ErrCancel, QString());
+    else
+        emit f.service->actionCompleted(true);
+    f.source().retrieveFolderList(f.account, QMailFolderId(), true);
+    f.spy.take();
+    // Zero delays end in their order: the first one's turn comes before this.
+    bool later = false;
+    QTimer::singleShot(0, this, [&later] { later = true; });
+    QTRY_VERIFY(later);
+    QCOMPARE(f.spy.takeOutcome(), QStringList());
+    f.daemon.complete(1, 401);
+    f.daemon.settle();
+    QCOMPARE(f.spy.takeOutcome(), texts({"error 1029", "completed false"}));
 }
 
 QTEST_GUILESS_MAIN(TestService)
