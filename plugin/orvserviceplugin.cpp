@@ -3,6 +3,7 @@
 
 #include "plugin/orvconfigurator.h"
 #include "plugin/servicekey.h"
+#include "requests/daemonwaker.h"
 #include "service/orvservice.h"
 
 QString OrvServicePlugin::key() const
@@ -22,6 +23,8 @@ bool OrvServicePlugin::supports(QMailMessageMetaDataFwd::MessageType type) const
 
 QMailMessageService *OrvServicePlugin::createService(const QMailAccountId &id)
 {
+    // Mail that comes by push comes from the login on, not from the first request on.
+    DaemonWaker::ask();
     return new OrvService(id);
 }
 

@@ -3,6 +3,7 @@
 
 #include "asclient/asdbusinterface.h"
 #include "requests/asdaemonrequest.h"
+#include "requests/daemonwaker.h"
 #include "service/orvservice.h"
 #include "service/statuscode.h"
 
@@ -27,6 +28,7 @@ RequestScheduler::Batch::~Batch()
 RequestScheduler::RequestScheduler(OrvService &service, QObject *parent)
     : QObject(parent)
     , m_service(service)
+    , m_waker(new DaemonWaker(service, this))
 {
     // A cancelled send says nothing, yet after a cancellation the next action must find us idle.
     connect(&service, &OrvService::operationCanceled, this, &RequestScheduler::clear);
@@ -179,7 +181,7 @@ int RequestScheduler::addRequest(AsDaemonRequest *request)
     m_service.startWaiting();
     // One that fails at once ends the action, upon which somebody may destroy it.
     const QPointer<AsDaemonRequest> guarded(request);
-    const int id = request->execute();
+    const int id = execute(request);
     qMailLog(Messaging) << "Request" << guarded.data() << "has been added into requests queue";
     return id;
 }
@@ -212,6 +214,15 @@ void RequestScheduler::clear()
     m_codeOfBatch.reset();
 }
 
+/** Makes a request's call; a daemon that did not take it is started where it does not run. */
+int RequestScheduler::execute(AsDaemonRequest *request)
+{
+    const int id = request->execute();
+    if (id == -1)
+        m_waker->wake();
+    return id;
+}
+
 void RequestScheduler::endAction(int code)
 {
     m_service.stopWaiting(code);
@@ -222,7 +233,7 @@ void RequestScheduler::endAction(int code)
 /** Starts some request of the second queue; it stays there until it completes. */
 void RequestScheduler::startNext()
 {
-    const int id = (*m_secondQueue.cbegin())->execute();
+    const int id = execute(*m_secondQueue.cbegin());
     qMailLog(Messaging) << "start request in second queue";
     if (id == -1) {
         qMailLog(Messaging) << "Second Queue Request execute returned -1";

@@ -10,6 +10,7 @@
 #include <optional>
 
 class AsDaemonRequest;
+class DaemonWaker;
 class OrvService;
 
 namespace Activesync {
@@ -86,12 +87,14 @@ private:
     void proceed(int code);
     void endAction(int code);
     void startNext();
+    int execute(AsDaemonRequest *request);
 
     OrvService &m_service;
     QSet<AsDaemonRequest *> m_firstQueue;
     QSet<AsDaemonRequest *> m_secondQueue;
     /** Oldest first; they left the queues by a poll. */
     QList<QPointer<AsDaemonRequest>> m_dead;
+    DaemonWaker *m_waker;
     quint64 m_toldEnds = 0;
     int m_batches = 0;
     /** The last completion's code, which waits for the end of a batch. */

@@ -152,6 +152,11 @@ bool OrvService::hasActionOfItsOwn() const
     return m_completionsDue > 0 || m_source->marker().state() == SyncMarker::Running;
 }
 
+bool OrvService::needsDaemon() const
+{
+    return !m_scheduler->isIdle() || (m_waiting && m_source->marker().state() != SyncMarker::None);
+}
+
 bool OrvService::startWaiting()
 {
     qMailLog(Messaging) << "OrvService::startWaiting()";

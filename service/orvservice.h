@@ -59,6 +59,8 @@ public:
     void completeLater(int delayMs, const std::function<void()> &complete);
     /** True while an action runs that none of the scheduler's requests belongs to. */
     bool hasActionOfItsOwn() const;
+    /** True while something runs that only the daemon can end. */
+    bool needsDaemon() const;
 
     using QMailMessageService::cancelOperation;
     using QMailMessageService::updateStatus;

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMONWAKER_H
+#define DAEMONWAKER_H
+
+#include <QObject>
+
+class OrvService;
+class QDBusPendingCallWatcher;
+class QTimer;
+
+/**
+ * Has the session bus start the daemon where somebody waits for it and it does not run.
+ *
+ * Nothing here waits for the bus. Who waits is asked again and again, with pauses that grow to a
+ * minute, until the daemon runs or nobody waits; then no timer is left.
+ */
+class DaemonWaker : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Pauses between two attempts, in milliseconds; each is twice the last one. */
+    static constexpr int FirstPauseMs = 1000;
+    static constexpr int LongestPauseMs = 60000;
+
+    /** `service` outlives it. */
+    DaemonWaker(OrvService &service, QObject *parent);
+
+    /** Asks the bus once, whoever waits; what becomes of it does not matter to the caller. */
+    static void ask();
+
+    /** A call was refused: asks now, and again while the service waits for the daemon. */
+    void wake();
+
+private:
+    void onAnswered(QDBusPendingCallWatcher *answer);
+    void onTimeout();
+    void onDaemonGone();
+    void onActionEnded();
+
+    OrvService &m_service;
+    QTimer *m_timer;
+    int m_pauseMs = FirstPauseMs;
+    bool m_isAsking = false;
+};
+
+#endif
