@@ -77,6 +77,26 @@ void OrvSettings::displayConfiguration(const QMailAccount &,
 
 bool OrvSettings::updateAccount(QMailAccount *account, QMailAccountConfiguration *config)
 {
+    writeSettings(typed(), account, config);
+    return true;
+}
+
+QVariantMap OrvSettings::typedSettings() const
+{
+    const AccountSettings settings = typed();
+    return {
+        {QStringLiteral("username"), settings.userName},
+        {QStringLiteral("password"), settings.password},
+        {QStringLiteral("server"), settings.server},
+        {QStringLiteral("port"), settings.port},
+        {QStringLiteral("encryption"), settings.encryption},
+        {QStringLiteral("email"), settings.email},
+        {QStringLiteral("domain"), settings.domain},
+    };
+}
+
+AccountSettings OrvSettings::typed() const
+{
     AccountSettings settings;
     settings.userName = form.mailUserInput->text();
     settings.password = form.mailPasswInput->text();
@@ -85,8 +105,7 @@ bool OrvSettings::updateAccount(QMailAccount *account, QMailAccountConfiguration
     settings.encryption = form.encryptionIncoming->currentIndex();
     settings.email = form.mailEmailInput->text();
     settings.domain = form.mailDomainInput->text();
-    writeSettings(settings, account, config);
-    return true;
+    return settings;
 }
 
 /** What was stored before may be no port at all: it is not stored again. */

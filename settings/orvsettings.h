@@ -6,13 +6,26 @@
 
 #include <qmailmessageservice.h>
 
+#include <QVariantMap>
+
+struct AccountSettings;
+
 /** The account-settings widget: shows an account's settings and writes them back. */
 class OrvSettings : public QMailMessageServiceEditor
 {
     Q_OBJECT
+    Q_PROPERTY(QVariantMap typedSettings READ typedSettings)
 
 public:
     OrvSettings();
+
+    /**
+     * What stands in the form, by the names that the account's configuration uses.
+     *
+     * The password is as it was typed, in letters, too, that the configuration's encoding would
+     * lose: who saves can refuse it first.
+     */
+    QVariantMap typedSettings() const;
 
     /** Fills the form; an account that is not ours yet shows the defaults. */
     void displayConfiguration(const QMailAccount &account,
@@ -28,6 +41,7 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    AccountSettings typed() const;
     void retranslate();
     void nameInputs();
     void tellOfPort();

@@ -144,16 +144,32 @@ AccountDetails AccountForm::details() const
     AccountDetails details;
     if (m_account.isValid())
         details = AccountBook::details(m_account);
-    QMailAccount account;
-    QMailAccountConfiguration config;
-    m_editor->updateAccount(&account, &config);
-    details.settings = readSettings(config);
+    details.settings = typedSettings();
     details.name = m_name->text().trimmed();
     if (details.name.isEmpty())
         details.name = details.settings.email;
     if (details.settings.userName.isEmpty())
         details.settings.userName = details.settings.email;
     return details;
+}
+
+/** Not by way of a configuration: its encoding loses letters of a password, and a person is to be
+ * told so instead. */
+AccountSettings AccountForm::typedSettings() const
+{
+    const QVariantMap typed = m_editor->property("typedSettings").toMap();
+    const auto text = [&typed](const char *name) {
+        return typed.value(QLatin1String(name)).toString();
+    };
+    AccountSettings settings;
+    settings.userName = text("username");
+    settings.password = text("password");
+    settings.server = text("server");
+    settings.port = typed.value(QStringLiteral("port")).toInt();
+    settings.encryption = typed.value(QStringLiteral("encryption")).toInt();
+    settings.email = text("email");
+    settings.domain = text("domain");
+    return settings;
 }
 
 void AccountForm::showProblem(const Outcome &problem)

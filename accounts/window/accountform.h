@@ -51,6 +51,7 @@ private:
     void build();
     void addMessages();
     void suggestTls();
+    AccountSettings typedSettings() const;
     QWidget *inputFor(const QString &setting) const;
 
     QMailMessageServiceEditor *m_editor;

@@ -55,6 +55,7 @@ private slots:
     void accountsAreListedAndShown();
     void accountIsChanged();
     void wrongLoginIsSaidAtThePassword();
+    void passwordThatCannotBeKeptIsRefusedUntried();
     void wrongAddressIsSaidAtTheAddress();
     void unknownHostIsSaidAtTheServer();
     void takenNameIsSaidAtTheName();
@@ -271,6 +272,23 @@ void TestAccountWindow::wrongLoginIsSaidAtThePassword()
     QVERIFY(problem("password")->geometry().left() > input.right());
     QVERIFY(qAbs(problem("password")->geometry().center().y() - input.center().y()) < 4);
     QCOMPARE(line("mailPasswInput")->accessibleDescription(), problem("password")->text());
+    QVERIFY(AccountBook::accounts().isEmpty());
+}
+
+void TestAccountWindow::passwordThatCannotBeKeptIsRefusedUntried()
+{
+    const QString password = QString::fromUtf8("\xd0\x9f\xd0\xb0\xd1\x80\xd0\xbe\xd0\xbb\xd1\x8c");
+    m_server->clearLog();
+    fill(QString());
+    line("mailPasswInput")->insert(password);
+    for (const char *button : {"test", "save"}) {
+        press(button);
+        QTRY_VERIFY(problem("password")->isVisible());
+        QVERIFY(problem("password")->text().contains(QLatin1String("cannot keep this password")));
+        QCOMPARE(line("mailPasswInput")->text(), password);
+    }
+    // Nobody was asked for leave with question marks in place of the letters.
+    QCOMPARE(m_server->log().size(), 0);
     QVERIFY(AccountBook::accounts().isEmpty());
 }
 

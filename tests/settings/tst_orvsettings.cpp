@@ -88,6 +88,7 @@ private slots:
     void savingAddsTheServiceOnce();
     void savingMarksTheAccount();
     void customFieldsRepeatServerAndUser();
+    void typedSettingsAreOfferedAsTheyWereTyped();
 
     void retranslatingKeepsTwoChoices();
     void languageSwitchChangesTheTextsAndKeepsTheInput();
@@ -494,6 +495,30 @@ void TestOrvSettings::customFieldsRepeatServerAndUser()
     QCOMPARE(values.value(QStringLiteral("server")), QStringLiteral("mail.example.com"));
     QCOMPARE(account.customField(QStringLiteral("UserName")), QStringLiteral("alice"));
     QCOMPARE(values.value(QStringLiteral("username")), QStringLiteral("alice"));
+}
+
+void TestOrvSettings::typedSettingsAreOfferedAsTheyWereTyped()
+{
+    // The account's encoding of a password would turn these letters into question marks.
+    const QString password = QString::fromUtf8("\xd0\x9f\xd0\xb0\xd1\x80\xd0\xbe\xd0\xbb\xd1\x8c");
+    show();
+    QTest::keyClicks(line("mailUserInput"), QStringLiteral("alice"));
+    line("mailPasswInput")->insert(password);
+    QTest::keyClicks(line("mailServerInput"), QStringLiteral("mail.example.com"));
+    line("mailPortInput")->setText(QString());
+    QTest::keyClicks(line("mailDomainInput"), QStringLiteral("EXAMPLE"));
+    QTest::keyClicks(line("mailEmailInput"), QStringLiteral("alice@example.com"));
+    encryption()->setCurrentIndex(1);
+    const QVariantMap expected {
+        {QStringLiteral("username"), QStringLiteral("alice")},
+        {QStringLiteral("password"), password},
+        {QStringLiteral("server"), QStringLiteral("mail.example.com")},
+        {QStringLiteral("port"), 80},
+        {QStringLiteral("encryption"), 1},
+        {QStringLiteral("domain"), QStringLiteral("EXAMPLE")},
+        {QStringLiteral("email"), QStringLiteral("alice@example.com")},
+    };
+    QCOMPARE(m_settings->property("typedSettings").toMap(), expected);
 }
 
 void TestOrvSettings::retranslatingKeepsTwoChoices()
