@@ -19,6 +19,8 @@ namespace {
 const QString Service = QStringLiteral("orvmail");
 const QString PushField = QStringLiteral("pushEnabled");
 const QString KeepDaysKey = QStringLiteral("keepDays");
+/** Written by the daemon. */
+const QString WipedKey = QStringLiteral("wiped");
 
 Outcome storeRefused(const QString &what)
 {
@@ -41,6 +43,8 @@ void writeRest(const AccountDetails &details, QMailAccount *account,
     else
         account->removeCustomField(PushField);
     config->serviceConfiguration(Service).setValue(KeepDaysKey, QString::number(details.keepDays));
+    if (!details.settings.password.isEmpty())
+        config->serviceConfiguration(Service).removeValue(WipedKey);
 }
 
 } // namespace
@@ -117,6 +121,7 @@ AccountDetails AccountBook::details(const QMailAccountId &id)
     details.enabled = account.status() & QMailAccount::Enabled;
     details.push = account.customField(PushField) == QLatin1String("1");
     const QString keep = config.serviceConfiguration(Service).value(KeepDaysKey);
+    details.wiped = !config.serviceConfiguration(Service).value(WipedKey).isEmpty();
     if (!keep.isEmpty())
         details.keepDays = qMax(0, keep.toInt());
     return details;

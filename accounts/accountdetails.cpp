@@ -14,6 +14,17 @@ bool isMailAddress(const QString &text)
     return form.match(text).hasMatch();
 }
 
+Outcome wipedOutcome(const AccountDetails &details)
+{
+    return {
+        Outcome::Refused,
+        QStringLiteral("\"%1\" was wiped: %2 had its mail and its password removed from here, "
+                       "and it is not enabled; if you are to use it again, \"orvmail-account set "
+                       "--ask-password --enabled on\" takes the password anew")
+            .arg(details.name, details.settings.server),
+        Eas::Forbidden, QStringLiteral("password")};
+}
+
 Outcome checkDetails(const AccountDetails &details)
 {
     const AccountSettings &settings = details.settings;

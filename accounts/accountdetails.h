@@ -17,10 +17,15 @@ struct AccountDetails
     bool push = false;
     /** How many days back mail is kept here; 0: all of it. */
     int keepDays = 30;
+    /** Its server had its mail and its password removed from here. */
+    bool wiped = false;
 };
 
 /** Whether the text can be a mail address. */
 bool isMailAddress(const QString &text);
+
+/** What to say of an account that is wiped(), and what to do. */
+Outcome wipedOutcome(const AccountDetails &details);
 
 /** Done, or what is wrong with the settings as such; asks neither the server nor the store. */
 Outcome checkDetails(const AccountDetails &details);

@@ -10,17 +10,32 @@ QString place(const AccountSettings &settings)
     return QStringLiteral("%1:%2").arg(settings.server).arg(settings.port);
 }
 
+/** The daemon's sentence as a part of ours. */
+QString asClause(const QString &sentence, const AccountSettings &settings)
+{
+    QString clause = sentence.trimmed();
+    while (clause.endsWith(QLatin1Char('.')))
+        clause.chop(1);
+    if (!clause.isEmpty() && !clause.startsWith(settings.server))
+        clause[0] = clause.at(0).toLower();
+    return clause;
+}
+
 QString withReason(const QString &text, const QString &reason, const QString &advice)
 {
     const QString because = reason.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(reason);
     return text + because + QStringLiteral("; ") + advice;
 }
 
-Outcome advice(int code, const QString &reason, const AccountSettings &settings)
+/** `told`: the failure in the daemon's words, which know more than the code; may be empty. */
+Outcome advice(int code, const QString &reason, const AccountSettings &settings,
+               const QString &told = QString())
 {
     const auto outcome = [&](const QString &text, const QString &todo, const char *setting = "") {
-        return Outcome {Outcome::Refused, withReason(text, reason, todo), code,
-                        QLatin1String(setting)};
+        return Outcome {Outcome::Refused,
+                        told.isEmpty() ? withReason(text, reason, todo)
+                                       : told + QLatin1String("; ") + todo,
+                        code, QLatin1String(setting)};
     };
     switch (code) {
     case Eas::NotActiveSync:
@@ -39,6 +54,8 @@ Outcome advice(int code, const QString &reason, const AccountSettings &settings)
         return outcome(QStringLiteral("there is no room left, here or at the server"),
                        QStringLiteral("make room and try again"));
     case Eas::Timeout:
+        return outcome(QStringLiteral("%1 does not answer").arg(place(settings)),
+                       QStringLiteral("check server, port and network"), "server");
     case Eas::NoConnection:
         return outcome(QStringLiteral("no connection to %1").arg(place(settings)),
                        QStringLiteral("check server, port and network"), "server");
@@ -88,9 +105,15 @@ Outcome adviceFor(const Eas::Result &result, const AccountSettings &settings)
     return result.ok() ? Outcome() : advice(result.code, result.text, settings);
 }
 
+Outcome adviceForLastError(const Eas::Result &error, const AccountSettings &settings)
+{
+    return advice(error.code, QString(), settings, asClause(error.text, settings));
+}
+
 Outcome adviceFor(const QMailServiceAction::Status &status, const AccountSettings &settings)
 {
-    return advice(resultCode(status.errorCode), status.text, settings);
+    // Its text is QMF's own for the code, which speaks of a connection where there was none to be.
+    return advice(resultCode(status.errorCode), QString(), settings);
 }
 
 } // namespace Accounts

@@ -11,8 +11,6 @@ namespace Accounts {
 
 namespace {
 
-/** Milliseconds that one service may take to answer. */
-constexpr int AnswerTime = 20 * 1000;
 /** Redirects in all, by URL or by address. */
 constexpr int MaximumHops = 10;
 /** Bytes; an answer has a few hundred. */
@@ -33,6 +31,26 @@ QUrl serviceAt(const QString &host, int port = -1)
     return url;
 }
 
+/** Why a service has told nothing, in words. */
+QString reasonOf(const QNetworkReply &reply)
+{
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status == 401)
+        return QStringLiteral("user name or password refused");
+    if (status != 0 && status != 200)
+        return QStringLiteral("no such service (HTTP %1)").arg(status);
+    switch (reply.error()) {
+    case QNetworkReply::HostNotFoundError:
+        return QStringLiteral("there is no host of this name");
+    case QNetworkReply::SslHandshakeFailedError:
+        return QStringLiteral("its certificate is not trusted");
+    case QNetworkReply::OperationCanceledError:
+        return QStringLiteral("no answer in time");
+    default:
+        return reply.errorString();
+    }
+}
+
 } // namespace
 
 Autodiscover::Autodiscover(const QString &email, const QString &user, const QString &password,
@@ -43,8 +61,12 @@ Autodiscover::Autodiscover(const QString &email, const QString &user, const QStr
     , m_password(password)
     , m_confirm(confirm)
     , m_candidates(candidatesFor(email))
-    , m_failure {Eas::NotFound, QStringLiteral("nobody there tells the server")}
 {
+    m_limit.setSingleShot(true);
+    connect(&m_limit, &QTimer::timeout, this, &Autodiscover::timedOut);
+    m_hostLimit.setSingleShot(true);
+    // The reply then ends as cancelled, and the next host is asked.
+    connect(&m_hostLimit, &QTimer::timeout, this, [this] { m_reply->abort(); });
     connect(&m_network, &QNetworkAccessManager::authenticationRequired, this,
             [this](QNetworkReply *, QAuthenticator *authenticator) {
                 // Asked a second time, the login was refused; left empty, the request ends.
@@ -58,8 +80,7 @@ Autodiscover::Autodiscover(const QString &email, const QString &user, const QStr
 
 Autodiscover::~Autodiscover()
 {
-    if (m_reply)
-        m_reply->disconnect(this);
+    drop();
 }
 
 QList<QUrl> Autodiscover::candidatesFor(const QString &email)
@@ -79,7 +100,38 @@ Eas::Result Autodiscover::run()
 
 void Autodiscover::start()
 {
+    m_limit.start(m_timeLimit);
     tryNext();
+}
+
+void Autodiscover::cancel()
+{
+    drop();
+    end({Eas::Cancelled, {}});
+}
+
+void Autodiscover::drop()
+{
+    m_hostLimit.stop();
+    if (m_lookup)
+        m_lookup->disconnect(this);
+    if (!m_reply)
+        return;
+    m_reply->disconnect(this);
+    m_reply->abort();
+}
+
+void Autodiscover::timedOut()
+{
+    missed(QStringLiteral("no answer in time"));
+    drop();
+    end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound, m_misses.join(QLatin1String("; "))});
+}
+
+/** The host that was asked leads nowhere. */
+void Autodiscover::missed(const QString &reason)
+{
+    m_misses.append(m_host + QLatin1String(": ") + reason);
 }
 
 void Autodiscover::tryNext()
@@ -89,12 +141,14 @@ void Autodiscover::tryNext()
     else if (!m_lookedUp)
         lookUp();
     else
-        end(m_failure);
+        end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound,
+             m_misses.join(QLatin1String("; "))});
 }
 
 void Autodiscover::lookUp()
 {
     m_lookedUp = true;
+    m_host = QStringLiteral("service record of ") + domainOf(m_email);
     m_lookup = new QDnsLookup(QDnsLookup::SRV,
                               QLatin1String("_autodiscover._tcp.") + domainOf(m_email), this);
     connect(m_lookup, &QDnsLookup::finished, this, &Autodiscover::lookedUp);
@@ -108,9 +162,11 @@ void Autodiscover::lookedUp()
     const QString target = records.isEmpty() ? QString() : records.first().target();
     // The root as a target says that there is no such service, RFC 2782.
     const bool isThere = !target.isEmpty() && target != QLatin1String(".");
+    if (!isThere)
+        missed(QStringLiteral("there is none"));
     if (isThere && isTrusted(target))
         m_candidates.append(serviceAt(target, records.first().port()));
-    if (m_result.ok())
+    if (!m_over)
         tryNext();
 }
 
@@ -121,7 +177,7 @@ void Autodiscover::post(const QUrl &url)
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("text/xml"));
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::ManualRedirectPolicy);
-    request.setTransferTimeout(AnswerTime);
+    m_host = url.host();
     m_loginSent = false;
     m_reply = m_network.post(request, autodiscoverRequest(m_email));
     connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received) {
@@ -129,11 +185,15 @@ void Autodiscover::post(const QUrl &url)
             m_reply->abort();
     });
     connect(m_reply, &QNetworkReply::finished, this, &Autodiscover::replied);
+    // A host that nobody reaches must leave time for the others; one that speaks may take its time.
+    m_hostLimit.start(m_timeLimit * 3 / 10);
+    connect(m_reply, &QNetworkReply::encrypted, &m_hostLimit, &QTimer::stop);
 }
 
 void Autodiscover::replied()
 {
     QNetworkReply *reply = m_reply;
+    m_hostLimit.stop();
     reply->deleteLater();
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
@@ -145,18 +205,15 @@ void Autodiscover::replied()
         evaluate(reply->readAll());
         return;
     }
-    if (status == 401)
-        m_failure = {Eas::LoginRefused, {}};
-    else if (m_failure.code == Eas::NotFound
-             && reply->error() == QNetworkReply::SslHandshakeFailedError)
-        m_failure.text =
-            QStringLiteral("the certificate of %1 is not trusted").arg(reply->url().host());
+    m_loginRefused = m_loginRefused || status == 401;
+    missed(reasonOf(*reply));
     tryNext();
 }
 
 void Autodiscover::followTo(const QUrl &url)
 {
     if (url.scheme() != QLatin1String("https") || ++m_hops > MaximumHops) {
+        missed(QStringLiteral("it redirects in a circle, or to where there is no TLS"));
         tryNext();
         return;
     }
@@ -172,8 +229,9 @@ void Autodiscover::evaluate(const QByteArray &document)
     } else if (answer.kind == AutodiscoverAnswer::OtherAddress) {
         askFor(answer.email);
     } else {
-        if (answer.kind == AutodiscoverAnswer::Failed && m_failure.code == Eas::NotFound)
-            m_failure.text = answer.reason;
+        missed(answer.kind == AutodiscoverAnswer::Failed && !answer.reason.isEmpty()
+                   ? answer.reason
+                   : QStringLiteral("it names no ActiveSync server"));
         tryNext();
     }
 }
@@ -181,7 +239,7 @@ void Autodiscover::evaluate(const QByteArray &document)
 void Autodiscover::found(const QUrl &server)
 {
     if (server.scheme() != QLatin1String("https")) {
-        m_failure = {Eas::NotFound, QStringLiteral("%1 is not reached by TLS").arg(server.host())};
+        missed(QStringLiteral("its server %1 is not reached by TLS").arg(server.host()));
         tryNext();
         return;
     }
@@ -194,6 +252,7 @@ void Autodiscover::found(const QUrl &server)
 void Autodiscover::askFor(const QString &email)
 {
     if (++m_hops > MaximumHops || !email.contains(QLatin1Char('@'))) {
+        missed(QStringLiteral("it leads to no other address"));
         tryNext();
         return;
     }
@@ -210,14 +269,27 @@ bool Autodiscover::isTrusted(const QString &host)
 {
     const QString domain = domainOf(m_email).toLower();
     const QString name = host.toLower();
-    if (name == domain || name.endsWith(QLatin1Char('.') + domain) || m_confirm(host))
+    if (name == domain || name.endsWith(QLatin1Char('.') + domain) || isConfirmed(host))
         return true;
     end({Eas::Cancelled, QStringLiteral("%1 was not confirmed").arg(host)});
     return false;
 }
 
+bool Autodiscover::isConfirmed(const QString &host)
+{
+    const int left = m_limit.remainingTime();
+    m_limit.stop();
+    const bool confirmed = m_confirm(host);
+    m_limit.start(qMax(0, left));
+    return confirmed;
+}
+
 void Autodiscover::end(const Eas::Result &result)
 {
+    if (m_over)
+        return;
+    m_over = true;
+    m_limit.stop();
     m_result = result;
     emit finished();
 }

@@ -9,6 +9,8 @@
 #include <QNetworkAccessManager>
 #include <QPointer>
 #include <QSslConfiguration>
+#include <QStringList>
+#include <QTimer>
 
 #include <functional>
 
@@ -31,6 +33,9 @@ public:
     /** Asked before another host is trusted with the login; false: leave it. */
     using Confirm = std::function<bool(const QString &host)>;
 
+    /** Milliseconds: for how long a person waits who sets an account up. */
+    static constexpr int UsualTimeLimit = 20 * 1000;
+
     Autodiscover(const QString &email, const QString &user, const QString &password,
                  const Confirm &confirm, QObject *parent = nullptr);
     ~Autodiscover() override;
@@ -40,11 +45,17 @@ public:
     /** For servers with a certificate of their own. */
     void setTlsConfiguration(const QSslConfiguration &configuration) { m_tls = configuration; }
 
+    /** Milliseconds after which it gives up; what a person is asked meanwhile does not count. */
+    void setTimeLimit(int milliseconds) { m_timeLimit = milliseconds; }
+
     void start();
+    /** Ends it with Cancelled and no text. */
+    void cancel();
     /** Runs it to its end, in an event loop of its own. */
     Eas::Result run();
 
-    /** Success, LoginRefused, Cancelled where a redirect was not confirmed, else NotFound. */
+    /** Success, LoginRefused, Cancelled where a redirect was not confirmed, else NotFound; the text
+     * names each host that was tried and why it led nowhere. */
     const Eas::Result &result() const { return m_result; }
     /** The server's URL; after success. */
     QUrl server() const { return m_server; }
@@ -66,6 +77,10 @@ private:
     void found(const QUrl &server);
     void askFor(const QString &email);
     bool isTrusted(const QString &host);
+    bool isConfirmed(const QString &host);
+    void missed(const QString &reason);
+    void drop();
+    void timedOut();
     void end(const Eas::Result &result);
 
     QNetworkAccessManager m_network;
@@ -78,8 +93,16 @@ private:
     bool m_lookedUp = false;
     int m_hops = 0;
     bool m_loginSent = false;
-    /** Why no candidate led further; the most telling one. */
-    Eas::Result m_failure;
+    /** For all of it, and for one host to be reached. */
+    int m_timeLimit = UsualTimeLimit;
+    QTimer m_limit;
+    QTimer m_hostLimit;
+    /** The host that is asked. */
+    QString m_host;
+    /** Each host that was tried and why it led nowhere. */
+    QStringList m_misses;
+    bool m_loginRefused = false;
+    bool m_over = false;
     Eas::Result m_result;
     QUrl m_server;
     QPointer<QNetworkReply> m_reply;

@@ -56,6 +56,24 @@ private:
     bool m_off;
 };
 
+/** While one of these lives, an interrupt ends the program, whatever it did before. */
+class PlainInterrupt
+{
+public:
+    PlainInterrupt()
+    {
+        struct sigaction plain = {};
+        plain.sa_handler = SIG_DFL;
+        sigaction(SIGINT, &plain, &m_before);
+    }
+    ~PlainInterrupt() { sigaction(SIGINT, &m_before, nullptr); }
+    PlainInterrupt(const PlainInterrupt &) = delete;
+    PlainInterrupt &operator=(const PlainInterrupt &) = delete;
+
+private:
+    struct sigaction m_before;
+};
+
 /** On one line, and without what a terminal would obey: texts come from servers, too. */
 QString plain(const QString &text)
 {
@@ -114,6 +132,14 @@ void Console::drawProgress(const QString &title, int percent)
     m_drawn = true;
 }
 
+void Console::drawWaiting(const QString &title, int seconds)
+{
+    if (!m_redraw)
+        return;
+    m_err << "\r\033[K" << plain(title) << "... " << seconds << " s (Ctrl-C cancels)" << Qt::flush;
+    m_drawn = true;
+}
+
 void Console::clearProgress()
 {
     if (m_drawn)
@@ -123,6 +149,9 @@ void Console::clearProgress()
 
 std::optional<QString> Console::ask(const QString &question, const QString &preset)
 {
+    // Nobody reads on who has asked for the end.
+    const PlainInterrupt interrupt;
+    clearProgress();
     m_err << plain(question);
     if (!preset.isEmpty())
         m_err << " [" << plain(preset) << ']';

@@ -37,6 +37,8 @@ public:
 
     /** Draws a bar over the last one; `percent` of 100. */
     void drawProgress(const QString &title, int percent);
+    /** Draws, over the last bar, that it waits, and since when. */
+    void drawWaiting(const QString &title, int seconds);
     void clearProgress();
 
     /** A line from the person, `preset` for an empty one; nothing at the end of the input. */

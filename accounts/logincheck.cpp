@@ -5,7 +5,6 @@
 #include "daemon/eas/optionscommand.h"
 #include "daemon/eas/session.h"
 
-#include <QEventLoop>
 #include <QHash>
 
 namespace Accounts {
@@ -27,6 +26,13 @@ LoginCheck::LoginCheck(const AccountSettings &settings, const QString &deviceId,
     m_session = std::make_unique<Eas::Session>(
         Eas::ServerAddress {settings.server, settings.port, settings.encryption, settings.email},
         Eas::Credentials {settings.userName, settings.password, settings.domain}, device);
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    m_timer.setInterval(UsualTimeLimit);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        m_timedOut = true;
+        m_session->abortAll();
+    });
 }
 
 LoginCheck::~LoginCheck() = default;
@@ -35,21 +41,13 @@ void LoginCheck::start()
 {
     m_options = std::make_unique<Eas::OptionsCommand>(m_session.get());
     connect(m_options.get(), &Eas::Command::finished, this, &LoginCheck::optionsEnded);
+    m_timer.start();
     m_options->start();
 }
 
-void LoginCheck::abort()
+void LoginCheck::cancel()
 {
     m_session->abortAll();
-}
-
-Eas::Result LoginCheck::run()
-{
-    QEventLoop loop;
-    connect(this, &LoginCheck::finished, &loop, &QEventLoop::quit);
-    start();
-    loop.exec();
-    return m_result;
 }
 
 void LoginCheck::optionsEnded()
@@ -73,7 +71,11 @@ void LoginCheck::folderSyncEnded()
 
 void LoginCheck::end(const Eas::Result &result)
 {
+    m_timer.stop();
     m_result = result;
+    if (m_timedOut && result.code == Eas::Cancelled)
+        m_result = {Eas::Timeout,
+                    QStringLiteral("no answer within %1 s").arg(m_timer.interval() / 1000)};
     emit finished();
 }
 

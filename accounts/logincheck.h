@@ -8,6 +8,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 
 #include <memory>
 
@@ -33,16 +34,19 @@ class LoginCheck : public QObject
 public:
     enum Depth { LoginOnly, WithFolders };
 
+    /** Milliseconds: for how long a person waits who sets an account up. */
+    static constexpr int UsualTimeLimit = 20 * 1000;
+
     /** `deviceId`: what the daemon calls this installation, so that the server sees one device. */
     LoginCheck(const AccountSettings &settings, const QString &deviceId, Depth depth,
                QObject *parent = nullptr);
     ~LoginCheck() override;
 
+    /** Milliseconds after which it ends with Timeout. */
+    void setTimeLimit(int milliseconds) { m_timer.setInterval(milliseconds); }
     void start();
     /** Ends it with Cancelled. */
-    void abort();
-    /** Runs it to its end, in an event loop of its own. */
-    Eas::Result run();
+    void cancel();
 
     const Eas::Result &result() const { return m_result; }
     /** The protocol's version that will be spoken; after success. */
@@ -58,6 +62,8 @@ private:
     void folderSyncEnded();
     void end(const Eas::Result &result);
 
+    QTimer m_timer;
+    bool m_timedOut = false;
     std::unique_ptr<Eas::Session> m_session;
     std::unique_ptr<Eas::OptionsCommand> m_options;
     std::unique_ptr<Eas::FolderSyncCommand> m_folderSync;

@@ -34,6 +34,21 @@ QString keepText(int days)
     }
 }
 
+QString arrivalText(int messages)
+{
+    if (messages == 0)
+        return QStringLiteral("No message has come.");
+    return messages == 1 ? QStringLiteral("1 message has come.")
+                         : QStringLiteral("%1 messages have come.").arg(messages);
+}
+
+QString savedButText(const QString &problem, const QString &account)
+{
+    return QStringLiteral("The account is saved, but its mail does not come yet: %1. Afterwards "
+                          "\"orvmail-account sync %2\" brings it.")
+        .arg(problem, account);
+}
+
 QJsonObject accountObject(const QMailAccountId &id)
 {
     const AccountDetails details = AccountBook::details(id);

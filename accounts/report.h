@@ -22,8 +22,12 @@ void sayAccount(Console &console, const QMailAccountId &id);
 void sayFolders(Console &console, const QList<FolderLine> &folders);
 void sayDifferences(Console &console, const QList<FolderDifference> &differences);
 
-/** "a month" and the like. */
+/** "30 days" and the like. */
 QString keepText(int days);
+/** How many messages the first synchronisation has brought. */
+QString arrivalText(int messages);
+/** That an account is saved although its mail has not come, why, and what to do. */
+QString savedButText(const QString &problem, const QString &account);
 
 } // namespace Accounts
 

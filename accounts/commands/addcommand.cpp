@@ -2,15 +2,21 @@
 #include "accounts/commands/addcommand.h"
 
 #include "accounts/accountbook.h"
-#include "accounts/actionrunner.h"
-#include "accounts/advice.h"
 #include "accounts/autodiscover.h"
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
 #include "accounts/logincheck.h"
+#include "accounts/partstarter.h"
 #include "accounts/report.h"
+#include "accounts/synchronisation.h"
 #include "accounts/syncmemory.h"
+#include "accounts/waiting.h"
 #include "daemon/eas/serveraddress.h"
+
+#include <qmailmessage.h>
+#include <qmailstore.h>
+
+#include <QRegularExpression>
 
 namespace Accounts {
 
@@ -36,51 +42,84 @@ Outcome AddCommand::run(const QCommandLineParser &parser, Console &console)
     m_details = AccountDetails();
     m_details.settings.encryption = 1;
     m_details.settings.port = 443;
+    m_mayAsk = console.isInteractive() && !parser.isSet(QStringLiteral("password-stdin"));
+    m_searchRefused = false;
     Outcome outcome = readDetailOptions(parser, &m_details);
     if (outcome.ok())
         outcome = complete(parser, console);
-    if (outcome.ok())
-        outcome = checkDetails(m_details);
-    if (outcome.ok() && !parser.isSet(QStringLiteral("no-check")))
-        outcome = tryLogin(console);
+    if (!outcome.ok())
+        return outcome;
+    for (;;) {
+        outcome = setUp(parser, console);
+        if (outcome.ok() || !m_mayAsk || outcome.setting.isEmpty())
+            break;
+        console.complain(outcome.text);
+        if (!askAgain(console, outcome.setting))
+            return Outcome::refused(QStringLiteral("nothing was saved"));
+    }
     QMailAccountId id;
     if (outcome.ok())
         outcome = AccountBook::add(m_details, &id);
-    return outcome.ok() ? report(console, id) : outcome;
+    return outcome.ok() ? report(parser, console, id) : outcome;
 }
 
 /** Asks for what the options leave open. */
 Outcome AddCommand::complete(const QCommandLineParser &parser, Console &console)
 {
     AccountSettings &settings = m_details.settings;
-    const bool ask = console.isInteractive() && !parser.isSet(QStringLiteral("password-stdin"));
-    if (settings.email.isEmpty() && ask)
-        settings.email = console.ask(QStringLiteral("Mail address")).value_or(QString());
-    if (settings.email.isEmpty())
-        return Outcome::wrongUsage(QStringLiteral("the mail address is missing; give --email"));
-    if (!isMailAddress(settings.email))
-        return Outcome::wrongSetting(
-            QStringLiteral("email"),
-            QStringLiteral("\"%1\" is no mail address; it looks like name@example.com")
-                .arg(settings.email));
+    const Outcome address = askAddress(console);
+    if (!address.ok())
+        return address;
     m_details.name = parser.positionalArguments().value(0, settings.email).trimmed();
     if (AccountBook::isNameTaken(m_details.name))
         return Outcome::refused(
             QStringLiteral("there is an account \"%1\" already; choose another name")
                 .arg(m_details.name));
     if (settings.userName.isEmpty())
-        settings.userName = ask
+        settings.userName = m_mayAsk
             ? console.ask(QStringLiteral("User name"), settings.email).value_or(settings.email)
             : settings.email;
-    const Outcome password = readPassword(parser, console, true, &settings.password);
-    if (!password.ok())
-        return password;
-    return settings.server.isEmpty() ? findServer(parser, console) : Outcome();
+    return readPassword(parser, console, true, &settings.password);
+}
+
+/** The mail address, asked for until it can be one. */
+Outcome AddCommand::askAddress(Console &console)
+{
+    QString &address = m_details.settings.email;
+    std::optional<QString> answer = address;
+    while (answer && !isMailAddress(address) && m_mayAsk) {
+        if (!address.isEmpty())
+            console.complain(
+                QStringLiteral("\"%1\" is no mail address; it looks like name@example.com")
+                    .arg(address));
+        answer = console.ask(QStringLiteral("Mail address"));
+        address = answer.value_or(QString());
+    }
+    if (address.isEmpty())
+        return Outcome::wrongUsage(QStringLiteral("the mail address is missing; give --email"));
+    return {};
+}
+
+/** Finds the server where none is named, and tries the login. */
+Outcome AddCommand::setUp(const QCommandLineParser &parser, Console &console)
+{
+    Outcome outcome;
+    if (m_details.settings.server.isEmpty())
+        outcome = findServer(parser, console);
+    if (outcome.ok())
+        outcome = checkDetails(m_details);
+    if (outcome.ok() && !parser.isSet(QStringLiteral("no-check")))
+        outcome = tryLogin(parser, console);
+    return outcome;
 }
 
 Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &console)
 {
     AccountSettings &settings = m_details.settings;
+    int time = 0;
+    const Outcome read = readTimeOption(parser, &time);
+    if (!read.ok())
+        return read;
     const bool accept = parser.isSet(AcceptOption);
     Autodiscover search(
         settings.email,
@@ -90,74 +129,137 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
                 || console.confirm(
                     QStringLiteral("The search leads to %1. Send the login there?").arg(host));
         });
+    search.setTimeLimit(time);
     console.say(QStringLiteral("Looking for the server of %1").arg(settings.email));
-    const Eas::Result result = search.run();
-    if (result.ok()) {
-        settings.server = search.server().host();
-        settings.port = search.server().port(443);
-        settings.encryption = 1;
-        console.say(QStringLiteral("Found %1").arg(settings.server));
-        return {};
-    }
+    Waiting(console, QStringLiteral("Looking for the server")).run(search);
+    if (!search.result().ok())
+        return searchFailure(search.result());
+    settings.server = search.server().host();
+    settings.port = search.server().port(443);
+    settings.encryption = 1;
+    console.say(QStringLiteral("Found %1").arg(settings.server));
+    return {};
+}
+
+/** A refused login may be the wrong password, or a host that knows nothing of it: the first time
+ * the password is asked for again, then the server. */
+Outcome AddCommand::searchFailure(const Eas::Result &result)
+{
+    if (result.code == Eas::Cancelled && result.text.isEmpty())
+        return Outcome::refused(QStringLiteral("cancelled; nothing was saved"));
     if (result.code == Eas::Cancelled)
         return Outcome::refused(
             QStringLiteral("%1; give --server, or --accept-redirects if you trust it")
                 .arg(result.text));
-    const QString reason = result.code == Eas::LoginRefused
-        ? QStringLiteral("user name or password was refused")
-        : result.text;
-    const QString problem =
-        QStringLiteral("the server of %1 cannot be found (%2)").arg(settings.email, reason);
-    if (console.isInteractive() && !parser.isSet(QStringLiteral("password-stdin"))) {
-        console.complain(problem);
-        return askServer(console);
-    }
-    Outcome outcome = Outcome::refused(problem + QLatin1String("; give --server"));
-    outcome.code = result.code;
-    return outcome;
+    const bool wrongLogin = result.code == Eas::LoginRefused && !m_searchRefused;
+    m_searchRefused = m_searchRefused || wrongLogin;
+    return {Outcome::Refused,
+            QStringLiteral("the server of %1 cannot be found (%2)%3")
+                .arg(m_details.settings.email, result.text,
+                     m_mayAsk ? QString() : QStringLiteral("; give --server")),
+            result.code, wrongLogin ? QStringLiteral("password") : QStringLiteral("server")};
 }
 
-Outcome AddCommand::askServer(Console &console)
-{
-    AccountSettings &settings = m_details.settings;
-    settings.server = console.ask(QStringLiteral("Server")).value_or(QString());
-    if (settings.server.isEmpty())
-        return Outcome::refused(QStringLiteral("without a server there is no account"));
-    return {};
-}
-
-Outcome AddCommand::tryLogin(Console &console)
+Outcome AddCommand::tryLogin(const QCommandLineParser &parser, Console &console)
 {
     console.say(QStringLiteral("Trying the login at %1").arg(m_details.settings.server));
     const bool isInUse = AccountBook::hasMailbox(m_details.settings);
     LoginCheck check(m_details.settings, deviceId(),
                      isInUse ? LoginCheck::LoginOnly : LoginCheck::WithFolders);
-    const Outcome outcome = adviceFor(check.run(), m_details.settings);
+    Outcome outcome = runCheck(check, parser, console, m_details.settings);
+    if (outcome.code == Eas::Cancelled)
+        outcome.text += QLatin1String("; nothing was saved");
     m_serverFolders = check.folders();
     return outcome;
 }
 
+/** Asks for the one thing that was wrong; false: the person gave up, or it is nothing that one can
+ * be asked for. */
+bool AddCommand::askAgain(Console &console, const QString &setting)
+{
+    AccountSettings &settings = m_details.settings;
+    if (setting == QLatin1String("password"))
+        return askPassword(console);
+    if (setting == QLatin1String("server") || setting == QLatin1String("port"))
+        return askServer(console);
+    if (setting != QLatin1String("username"))
+        return false;
+    const std::optional<QString> user = console.ask(QStringLiteral("User name"), settings.userName);
+    settings.userName = user.value_or(settings.userName);
+    return user.has_value();
+}
+
+bool AddCommand::askPassword(Console &console)
+{
+    console.say(QStringLiteral("(An empty password changes the user name.)"));
+    std::optional<QString> password = console.askSecret(QStringLiteral("Password"));
+    if (password && password->isEmpty()) {
+        if (!askAgain(console, QStringLiteral("username")))
+            return false;
+        password = console.askSecret(QStringLiteral("Password"));
+    }
+    m_details.settings.password = password.value_or(QString());
+    return password.has_value();
+}
+
+/** A port may stand behind the name. */
+bool AddCommand::askServer(Console &console)
+{
+    AccountSettings &settings = m_details.settings;
+    const bool isKnown = !settings.server.isEmpty();
+    const QString now = isKnown && settings.port != 443
+        ? QStringLiteral("%1:%2").arg(settings.server).arg(settings.port)
+        : settings.server;
+    const QString answer = console.ask(QStringLiteral("Server"), now).value_or(QString());
+    static const QRegularExpression withPort(QStringLiteral("^([^:]+):([0-9]{1,5})$"));
+    const QRegularExpressionMatch match = withPort.match(answer);
+    settings.server = match.hasMatch() ? match.captured(1) : answer;
+    if (match.hasMatch())
+        settings.port = match.captured(2).toInt();
+    return !answer.isEmpty();
+}
+
+/** The first synchronisation; what hindered it and what to do, empty where nothing did. */
+QString AddCommand::bringMail(const QCommandLineParser &parser, Console &console,
+                              const QMailAccountId &id)
+{
+    AccountBook::announce();
+    if (!parser.isSet(QStringLiteral("no-check"))) {
+        Synchronisation synchronisation(id);
+        runSynchronisation(synchronisation, console, m_details.name);
+        return synchronisation.outcome().text;
+    }
+    PartStarter parts;
+    Waiting(console, QStringLiteral("Starting the message server")).run(parts);
+    return parts.outcome().text;
+}
+
 /** The account is saved; its folders come by the message server, or as the server told them. */
-Outcome AddCommand::report(Console &console, const QMailAccountId &id) const
+Outcome AddCommand::report(const QCommandLineParser &parser, Console &console,
+                           const QMailAccountId &id)
 {
     console.say(QStringLiteral("The account \"%1\" is ready.").arg(m_details.name));
-    QList<FolderLine> folders;
-    if (m_details.enabled && ActionRunner::requireMessageServer().ok()) {
-        ActionRunner runner(console, m_details.name);
-        runner.run([&id](QMailRetrievalAction &action) {
-            action.retrieveFolderList(id, QMailFolderId());
-        });
-        folders = foldersOf(id);
-    }
+    const QString problem = m_details.enabled ? bringMail(parser, console, id) : QString();
+    const QList<FolderLine> folders = foldersOf(id);
+    const int messages =
+        QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(id));
     sayFolders(console, folders);
     if (folders.isEmpty()) {
         for (const QString &path : m_serverFolders)
             console.say(QLatin1String("  ") + path);
     }
-    console.give(QJsonObject {
+    if (!parser.isSet(QStringLiteral("no-check")) && m_details.enabled)
+        console.say(arrivalText(messages));
+    if (!problem.isEmpty())
+        console.say(savedButText(problem, m_details.name));
+    QJsonObject result {
         {QStringLiteral("account"), accountObject(id)},
+        {QStringLiteral("messages"), messages},
         {QStringLiteral("folders"),
-         folders.isEmpty() ? QJsonArray::fromStringList(m_serverFolders) : folderArray(folders)}});
+         folders.isEmpty() ? QJsonArray::fromStringList(m_serverFolders) : folderArray(folders)}};
+    if (!problem.isEmpty())
+        result.insert(QStringLiteral("problem"), problem);
+    console.give(result);
     return {};
 }
 

@@ -5,6 +5,7 @@
 #include "accounts/commands/command.h"
 
 #include "accounts/accountdetails.h"
+#include "daemon/eas/result.h"
 
 #include <qmailid.h>
 
@@ -24,12 +25,22 @@ public:
 
 private:
     Outcome complete(const QCommandLineParser &parser, Console &console);
+    Outcome askAddress(Console &console);
+    Outcome setUp(const QCommandLineParser &parser, Console &console);
     Outcome findServer(const QCommandLineParser &parser, Console &console);
-    Outcome askServer(Console &console);
-    Outcome tryLogin(Console &console);
-    Outcome report(Console &console, const QMailAccountId &id) const;
+    Outcome searchFailure(const Eas::Result &result);
+    Outcome tryLogin(const QCommandLineParser &parser, Console &console);
+    bool askAgain(Console &console, const QString &setting);
+    bool askPassword(Console &console);
+    bool askServer(Console &console);
+    QString bringMail(const QCommandLineParser &parser, Console &console, const QMailAccountId &id);
+    Outcome report(const QCommandLineParser &parser, Console &console, const QMailAccountId &id);
 
     AccountDetails m_details;
+    /** Whether there is a person who answers. */
+    bool m_mayAsk = false;
+    /** The search for the server ended once with a login that was refused. */
+    bool m_searchRefused = false;
     /** Folders that the server told of while the login was tried. */
     QStringList m_serverFolders;
 };

@@ -2,11 +2,17 @@
 #include "accounts/commands/arguments.h"
 
 #include "accounts/accountbook.h"
+#include "accounts/advice.h"
 #include "accounts/console.h"
+#include "accounts/logincheck.h"
+#include "accounts/synchronisation.h"
+#include "accounts/waiting.h"
 
 namespace Accounts {
 
 namespace {
+
+const QString TimeOption = QStringLiteral("timeout");
 
 QCommandLineOption option(const char *name, const char *description, const char *value = "")
 {
@@ -80,6 +86,7 @@ void declareDetailOptions(QCommandLineParser &parser)
         option("password-stdin", "read the password from the first line of standard input"),
         option("no-check", "save without trying the login"),
     });
+    declareTimeOption(parser);
 }
 
 Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *details)
@@ -137,6 +144,47 @@ Outcome readAccountArgument(const QCommandLineParser &parser, QMailAccountId *id
         return {};
     return Outcome::refused(
         QStringLiteral("there is no account \"%1\"; \"orvmail-account list\" shows all").arg(name));
+}
+
+void declareTimeOption(QCommandLineParser &parser)
+{
+    parser.addOption({TimeOption, QStringLiteral("wait so long for a server (20 seconds)"),
+                      QStringLiteral("SECONDS")});
+}
+
+Outcome readTimeOption(const QCommandLineParser &parser, int *milliseconds)
+{
+    *milliseconds = LoginCheck::UsualTimeLimit;
+    if (!parser.isSet(TimeOption))
+        return {};
+    bool isNumber = false;
+    const int seconds = parser.value(TimeOption).toInt(&isNumber);
+    *milliseconds = seconds * 1000;
+    if (isNumber && seconds >= 1 && seconds <= 3600)
+        return {};
+    return Outcome::wrongUsage(QStringLiteral("--timeout is a number of seconds, not \"%1\"")
+                                   .arg(parser.value(TimeOption)));
+}
+
+Outcome runCheck(LoginCheck &check, const QCommandLineParser &parser, Console &console,
+                 const AccountSettings &settings)
+{
+    int time = 0;
+    const Outcome read = readTimeOption(parser, &time);
+    if (!read.ok())
+        return read;
+    check.setTimeLimit(time);
+    Waiting(console, QStringLiteral("Waiting for %1").arg(settings.server)).run(check);
+    return adviceFor(check.result(), settings);
+}
+
+void runSynchronisation(Synchronisation &synchronisation, Console &console, const QString &title)
+{
+    Waiting waiting(console, title);
+    QObject::connect(&synchronisation, &Synchronisation::progressed, &waiting,
+                     &Waiting::showProgress);
+    waiting.showProgress(0);
+    waiting.run(synchronisation);
 }
 
 Outcome readPassword(const QCommandLineParser &parser, Console &console, bool wanted,

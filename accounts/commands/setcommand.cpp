@@ -2,7 +2,6 @@
 #include "accounts/commands/setcommand.h"
 
 #include "accounts/accountbook.h"
-#include "accounts/advice.h"
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
 #include "accounts/logincheck.h"
@@ -67,7 +66,7 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
         outcome = checkDetails(details);
     if (outcome.ok() && concernsLogin(parser) && !parser.isSet(QStringLiteral("no-check"))) {
         LoginCheck check(details.settings, deviceId(), LoginCheck::LoginOnly);
-        outcome = adviceFor(check.run(), details.settings);
+        outcome = runCheck(check, parser, console, details.settings);
     }
     FolderWishes wishes;
     if (outcome.ok())

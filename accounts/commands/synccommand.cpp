@@ -2,11 +2,10 @@
 #include "accounts/commands/synccommand.h"
 
 #include "accounts/accountbook.h"
-#include "accounts/actionrunner.h"
-#include "accounts/advice.h"
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
 #include "accounts/report.h"
+#include "accounts/synchronisation.h"
 
 namespace Accounts {
 
@@ -22,23 +21,20 @@ Outcome SyncCommand::run(const QCommandLineParser &parser, Console &console)
     if (!named.ok())
         return named;
     const AccountDetails details = AccountBook::details(id);
+    if (details.wiped)
+        return wipedOutcome(details);
     if (!details.enabled)
         return Outcome::refused(
             QStringLiteral("\"%1\" is not enabled; \"orvmail-account set --enabled on\" changes it")
                 .arg(details.name));
-    const Outcome server = ActionRunner::requireMessageServer();
-    if (!server.ok())
-        return server;
 
-    const MailSnapshot before(id);
-    ActionRunner runner(console, details.name);
-    const bool done = runner.run([&id](QMailRetrievalAction &action) {
-        action.synchronize(id, QMailRetrievalAction::defaultMinimum());
-    });
-    const QList<FolderDifference> differences = before.differenceTo(MailSnapshot(id));
-    sayDifferences(console, differences);
-    if (!done)
-        return adviceFor(runner.status(), details.settings);
+    Synchronisation synchronisation(id);
+    runSynchronisation(synchronisation, console, details.name);
+    const QList<FolderDifference> &differences = synchronisation.differences();
+    if (synchronisation.outcome().ok() || !differences.isEmpty())
+        sayDifferences(console, differences);
+    if (!synchronisation.outcome().ok())
+        return synchronisation.outcome();
     console.give(QJsonObject {{QStringLiteral("folders"), differenceArray(differences)}});
     return {};
 }

@@ -5,8 +5,11 @@
 #include "accounts/advice.h"
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
+#include "accounts/daemonstatus.h"
 #include "accounts/logincheck.h"
+#include "accounts/partstarter.h"
 #include "accounts/syncmemory.h"
+#include "accounts/waiting.h"
 
 #include <QJsonObject>
 
@@ -15,6 +18,7 @@ namespace Accounts {
 void TestCommand::declare(QCommandLineParser &parser) const
 {
     declareAccountArgument(parser);
+    declareTimeOption(parser);
 }
 
 Outcome TestCommand::run(const QCommandLineParser &parser, Console &console)
@@ -23,16 +27,38 @@ Outcome TestCommand::run(const QCommandLineParser &parser, Console &console)
     const Outcome named = readAccountArgument(parser, &id);
     if (!named.ok())
         return named;
-    const AccountSettings settings = AccountBook::details(id).settings;
-    LoginCheck check(settings, deviceId(), LoginCheck::LoginOnly);
-    const Outcome outcome = adviceFor(check.run(), settings);
+    const AccountDetails details = AccountBook::details(id);
+    if (details.wiped)
+        return wipedOutcome(details);
+    LoginCheck check(details.settings, deviceId(), LoginCheck::LoginOnly);
+    const Outcome outcome = runCheck(check, parser, console, details.settings);
     if (!outcome.ok())
         return outcome;
     console.say(QStringLiteral("%1 accepts the login and speaks ActiveSync %2.")
-                    .arg(settings.server, check.version()));
-    console.give(
-        QJsonObject {{QStringLiteral("ok"), true}, {QStringLiteral("version"), check.version()}});
+                    .arg(details.settings.server, check.version()));
+    const QString problem = details.enabled ? problemHere(id, console) : QString();
+    QJsonObject result {{QStringLiteral("ok"), true}, {QStringLiteral("version"), check.version()}};
+    if (!problem.isEmpty()) {
+        console.say(problem);
+        result.insert(QStringLiteral("problem"), problem);
+    }
+    console.give(result);
     return {};
+}
+
+/** Why no mail may come although the server is right: what is missing here, or what went wrong
+ * last; empty where there is nothing to tell. */
+QString TestCommand::problemHere(const QMailAccountId &id, Console &console)
+{
+    PartStarter parts;
+    Waiting(console, QStringLiteral("Starting the message server")).run(parts);
+    if (!parts.outcome().ok())
+        return QStringLiteral("But no mail can come: %1.").arg(parts.outcome().text);
+    const std::optional<Eas::Result> error = lastErrorOf(id);
+    if (!error || error->code == Eas::Cancelled)
+        return {};
+    return QStringLiteral("But its last synchronisation failed: %1.")
+        .arg(adviceForLastError(*error, AccountBook::details(id).settings).text);
 }
 
 } // namespace Accounts

@@ -4,6 +4,8 @@
 
 #include "accounts/commands/command.h"
 
+#include <qmailid.h>
+
 namespace Accounts {
 
 /** Tries the stored settings at the server; nothing changes here or there. */
@@ -16,6 +18,9 @@ public:
     int maximumArguments() const override { return 1; }
     void declare(QCommandLineParser &parser) const override;
     Outcome run(const QCommandLineParser &parser, Console &console) override;
+
+private:
+    static QString problemHere(const QMailAccountId &id, Console &console);
 };
 
 } // namespace Accounts

@@ -145,6 +145,11 @@ AccountDetails AccountForm::details() const
     if (m_account.isValid())
         details = AccountBook::details(m_account);
     details.settings = typedSettings();
+    // Whoever enters the password of an account that was wiped wants to use it again.
+    if (details.wiped && !details.settings.password.isEmpty()) {
+        details.wiped = false;
+        details.enabled = true;
+    }
     details.name = m_name->text().trimmed();
     if (details.name.isEmpty())
         details.name = details.settings.email;

@@ -4,9 +4,12 @@
 #include "accounts/accountbook.h"
 #include "accounts/advice.h"
 #include "accounts/logincheck.h"
+#include "accounts/report.h"
+#include "accounts/synchronisation.h"
 #include "accounts/syncmemory.h"
 #include "accounts/window/accountform.h"
 
+#include <qmailmessage.h>
 #include <qmailstore.h>
 
 #include <QCloseEvent>
@@ -14,7 +17,9 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace Accounts {
@@ -24,6 +29,7 @@ AccountWindow::AccountWindow(QWidget *parent)
     , m_list(new QListWidget(this))
     , m_form(new AccountForm(this))
     , m_status(new QLabel(this))
+    , m_timeLimit(LoginCheck::UsualTimeLimit)
 {
     setWindowTitle(tr("Mail accounts"));
     if (!isUsable())
@@ -77,8 +83,11 @@ void AccountWindow::build()
     m_saveUnchecked = newButton(tr("Save witho&ut a test"), QStringLiteral("saveUnchecked"),
                                 &AccountWindow::saveUnchecked);
     m_saveUnchecked->hide();
+    buildWaiting();
     auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_progress, 1);
     buttons->addStretch(1);
+    buttons->addWidget(m_cancel);
     buttons->addWidget(m_test);
     buttons->addWidget(m_saveUnchecked);
     buttons->addWidget(m_save);
@@ -92,6 +101,23 @@ void AccountWindow::build()
     both->addLayout(left, 1);
     both->addLayout(right, 3);
     resize(900, 480);
+}
+
+/** What is seen only while something is waited for. */
+void AccountWindow::buildWaiting()
+{
+    m_cancel = newButton(tr("&Cancel"), QStringLiteral("cancel"), &AccountWindow::cancel);
+    m_cancel->hide();
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this,
+            &AccountWindow::cancel);
+    m_progress = new QProgressBar(this);
+    m_progress->setAccessibleName(tr("Progress of the first synchronisation"));
+    m_progress->hide();
+    m_ticker.setInterval(1000);
+    connect(&m_ticker, &QTimer::timeout, this, [this] {
+        ++m_waited;
+        showWaiting();
+    });
 }
 
 QMailAccountId AccountWindow::chosen() const
@@ -163,10 +189,14 @@ void AccountWindow::closeEvent(QCloseEvent *event)
 void AccountWindow::showChosen()
 {
     m_check.reset();
+    stopWaiting();
     m_saveUnchecked->hide();
     m_form->display(chosen());
     m_remove->setEnabled(chosen().isValid());
     say(QString());
+    const AccountDetails details = m_form->details();
+    if (details.wiped)
+        m_form->showProblem(wipedOutcome(details));
 }
 
 void AccountWindow::addNew()
@@ -216,7 +246,7 @@ void AccountWindow::saveUnchecked()
 void AccountWindow::check(bool forSaving)
 {
     const AccountDetails details = m_form->details();
-    const Outcome wrong = checkDetails(details);
+    const Outcome wrong = details.wiped ? wipedOutcome(details) : checkDetails(details);
     m_form->showProblem(wrong);
     m_saveUnchecked->hide();
     say(QString());
@@ -227,18 +257,23 @@ void AccountWindow::check(bool forSaving)
                                                   tr("there is an account of this name already")));
         return;
     }
-    say(tr("Trying the login at %1...").arg(details.settings.server));
     m_checked = details.settings;
     m_check = std::make_unique<LoginCheck>(details.settings, deviceId(), LoginCheck::LoginOnly);
+    m_check->setTimeLimit(m_timeLimit);
     connect(m_check.get(), &LoginCheck::finished, this,
             [this, forSaving] { checkEnded(forSaving); });
+    waitFor(tr("Trying the login at %1").arg(details.settings.server));
     m_check->start();
 }
 
 void AccountWindow::checkEnded(bool forSaving)
 {
-    say(QString());
+    stopWaiting();
     const Outcome outcome = adviceFor(m_check->result(), m_checked);
+    if (outcome.code == Eas::Cancelled) {
+        say(tr("Cancelled."));
+        return;
+    }
     if (!(m_form->details().settings == m_checked)) {
         say(tr("The settings have changed since; test them again."));
         return;
@@ -248,13 +283,17 @@ void AccountWindow::checkEnded(bool forSaving)
         m_saveUnchecked->setVisible(forSaving);
         return;
     }
-    if (forSaving)
-        write();
-    else
+    if (forSaving) {
+        const bool isNew = !m_form->account().isValid();
+        if (write() && isNew)
+            bringMail(m_form->account());
+    } else {
         say(tr("%1 accepts the login.").arg(m_checked.server));
+    }
 }
 
-void AccountWindow::write()
+/** Whether it is saved. */
+bool AccountWindow::write()
 {
     const AccountDetails details = m_form->details();
     QMailAccountId id = m_form->account();
@@ -262,11 +301,75 @@ void AccountWindow::write()
         id.isValid() ? AccountBook::update(id, details) : AccountBook::add(details, &id);
     m_form->showProblem(outcome);
     if (!outcome.ok())
-        return;
+        return false;
     m_saveUnchecked->hide();
     m_form->display(id);
     refresh();
     say(tr("Saved."));
+    return true;
+}
+
+/** The first synchronisation of a new account; the others can be looked at meanwhile. */
+void AccountWindow::bringMail(const QMailAccountId &id)
+{
+    AccountBook::announce();
+    m_firstMail = std::make_unique<Synchronisation>(id);
+    connect(m_firstMail.get(), &Synchronisation::finished, this, [this, id] { mailBrought(id); });
+    connect(m_firstMail.get(), &Synchronisation::progressed, m_progress, &QProgressBar::setValue);
+    m_progress->setValue(0);
+    m_progress->show();
+    m_test->setEnabled(false);
+    m_save->setEnabled(false);
+    waitFor(tr("Saved. Bringing the mail of \"%1\"").arg(AccountBook::details(id).name));
+    m_firstMail->start();
+}
+
+void AccountWindow::mailBrought(const QMailAccountId &id)
+{
+    const Outcome outcome = m_firstMail->outcome();
+    m_firstMail.release()->deleteLater();
+    m_test->setEnabled(true);
+    m_save->setEnabled(true);
+    stopWaiting();
+    const QString arrived =
+        arrivalText(QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(id)));
+    say(outcome.ok() ? arrived
+                     : arrived + QLatin1Char(' ')
+                + savedButText(outcome.text, AccountBook::details(id).name));
+}
+
+void AccountWindow::cancel()
+{
+    if (m_firstMail)
+        m_firstMail->cancel();
+    else if (m_check)
+        m_check->cancel();
+}
+
+/** Shows what is waited for and since when, and the button that ends it. */
+void AccountWindow::waitFor(const QString &what)
+{
+    m_waitingFor = what;
+    m_waited = 0;
+    m_cancel->show();
+    m_ticker.start();
+    showWaiting();
+}
+
+void AccountWindow::stopWaiting()
+{
+    if (m_firstMail)
+        return;
+    m_ticker.stop();
+    m_cancel->hide();
+    m_progress->hide();
+    say(QString());
+}
+
+void AccountWindow::showWaiting()
+{
+    say(m_waited == 0 ? m_waitingFor + QLatin1String("...")
+                      : tr("%1... %2 s").arg(m_waitingFor).arg(m_waited));
 }
 
 void AccountWindow::say(const QString &text)

@@ -7,6 +7,7 @@
 
 #include <qmailid.h>
 
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -14,12 +15,14 @@
 
 class QLabel;
 class QListWidget;
+class QProgressBar;
 class QPushButton;
 
 namespace Accounts {
 
 class AccountForm;
 class LoginCheck;
+class Synchronisation;
 
 /** The list of accounts beside the settings of the one that is chosen. */
 class AccountWindow : public QWidget
@@ -32,12 +35,15 @@ public:
 
     /** False where the plugin gives no form. */
     bool isUsable() const;
+    /** Milliseconds for which a server may keep silent while its login is tried. */
+    void setTimeLimit(int milliseconds) { m_timeLimit = milliseconds; }
 
 protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
     void build();
+    void buildWaiting();
     QPushButton *newButton(const QString &text, const QString &name,
                            void (AccountWindow::*action)());
     void addRow(const QString &name, const QMailAccountId &id);
@@ -54,7 +60,13 @@ private:
     void saveUnchecked();
     void check(bool forSaving);
     void checkEnded(bool forSaving);
-    void write();
+    bool write();
+    void bringMail(const QMailAccountId &id);
+    void mailBrought(const QMailAccountId &id);
+    void cancel();
+    void waitFor(const QString &what);
+    void stopWaiting();
+    void showWaiting();
     void say(const QString &text);
 
     QListWidget *m_list;
@@ -67,6 +79,14 @@ private:
     std::unique_ptr<LoginCheck> m_check;
     /** What m_check tries; a person may go on typing meanwhile. */
     AccountSettings m_checked;
+    int m_timeLimit;
+    std::unique_ptr<Synchronisation> m_firstMail;
+    QPushButton *m_cancel = nullptr;
+    QProgressBar *m_progress = nullptr;
+    /** What is waited for, and for how long already. */
+    QString m_waitingFor;
+    int m_waited = 0;
+    QTimer m_ticker;
 };
 
 } // namespace Accounts

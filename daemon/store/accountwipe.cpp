@@ -56,8 +56,10 @@ Eas::Result AccountWipe::forget(const QMailAccountId &id)
     QMailAccount account(id);
     QMailAccountConfiguration configuration(id);
     account.setStatus(QMailAccount::Enabled, false);
-    configuration.serviceConfiguration(QStringLiteral("orvmail"))
-        .setValue(QStringLiteral("password"), QStringLiteral("")); // a null one is refused
+    auto &values = configuration.serviceConfiguration(QStringLiteral("orvmail"));
+    values.setValue(QStringLiteral("password"), QStringLiteral("")); // a null one is refused
+    // For whoever wonders later why the account has neither mail nor password.
+    values.setValue(QStringLiteral("wiped"), QStringLiteral("1"));
     if (!QMailStore::instance()->updateAccount(&account, &configuration))
         return storeFailure(QStringLiteral("cannot disable the account"));
     return {};

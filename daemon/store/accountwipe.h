@@ -25,7 +25,8 @@ public:
     bool step() override;
     int progress() const override { return 0; }
 
-    /** Removes the password and disables the account. */
+    /** Removes the password, disables the account, and notes in its configuration that it was
+     * wiped. */
     static Eas::Result forget(const QMailAccountId &account);
 
 private:

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/accountbook.h"
 #include "accounts/window/accountwindow.h"
+#include "daemon/store/accountwipe.h"
+#include "tests/accounts/busservice.h"
 #include "tests/support/easserver.h"
 #include "tests/support/storefixture.h"
 
+#include <qmailmessage.h>
 #include <qmailstore.h>
 
 #include <QAccessible>
@@ -13,7 +16,9 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QTcpServer>
 #include <QTest>
 #include <QTimer>
 
@@ -58,6 +63,12 @@ private slots:
     void passwordThatCannotBeKeptIsRefusedUntried();
     void wrongAddressIsSaidAtTheAddress();
     void unknownHostIsSaidAtTheServer();
+    void silentServerIsGivenUpAndSaidAtTheServer();
+    void waitIsShownAndCancelled_data();
+    void waitIsShownAndCancelled();
+    void newAccountBringsItsMail();
+    void newAccountTellsWhatIsMissing();
+    void wipedAccountSaysSoUntilItHasAPassword();
     void takenNameIsSaidAtTheName();
     void refusedAccountIsSavedOnRequest();
     void loginIsTestedWithoutSaving();
@@ -82,6 +93,10 @@ private:
     QLabel *problem(const char *setting) const
     {
         return m_window->findChild<QLabel *>(QStringLiteral("problem-") + QLatin1String(setting));
+    }
+    QString status() const
+    {
+        return m_window->findChild<QLabel *>(QStringLiteral("status"))->text();
     }
     QListWidget *list() const { return m_window->findChild<QListWidget *>(); }
     void type(const char *name, const QString &text);
@@ -312,6 +327,95 @@ void TestAccountWindow::unknownHostIsSaidAtTheServer()
     QTRY_VERIFY(problem("server")->isVisible());
     QVERIFY(problem("server")->text().contains(QLatin1String("nowhere.invalid")));
     QVERIFY(AccountBook::accounts().isEmpty());
+}
+
+void TestAccountWindow::silentServerIsGivenUpAndSaidAtTheServer()
+{
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    fill();
+    type("mailPortInput", QString::number(silent.serverPort()));
+    m_window->setTimeLimit(1000);
+    press("save");
+    QVERIFY(button("cancel")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(problem("server")->isVisible(), 15000);
+    QVERIFY2(problem("server")->text().contains(QLatin1String("no answer within 1 s")),
+             qPrintable(problem("server")->text()));
+    QVERIFY(!button("cancel")->isVisible());
+    QVERIFY(AccountBook::accounts().isEmpty());
+}
+
+void TestAccountWindow::waitIsShownAndCancelled_data()
+{
+    QTest::addColumn<bool>("byKey");
+    QTest::newRow("button") << false;
+    QTest::newRow("escape") << true;
+}
+
+void TestAccountWindow::waitIsShownAndCancelled()
+{
+    QFETCH(bool, byKey);
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    fill();
+    type("mailPortInput", QString::number(silent.serverPort()));
+    QVERIFY(!button("cancel")->isVisible());
+    press("save");
+    QVERIFY(button("cancel")->isVisible());
+    QTRY_COMPARE(status(), QStringLiteral("Trying the login at 127.0.0.1... 1 s"));
+    if (byKey)
+        QTest::keyClick(m_window.get(), Qt::Key_Escape);
+    else
+        press("cancel");
+    QTRY_COMPARE(status(), QStringLiteral("Cancelled."));
+    QVERIFY(!button("cancel")->isVisible());
+    QVERIFY(!button("saveUnchecked")->isVisible());
+    QVERIFY(AccountBook::accounts().isEmpty());
+}
+
+void TestAccountWindow::newAccountBringsItsMail()
+{
+    const BusService daemon = BusService::daemon();
+    const BusService messageServer = BusService::messageServer();
+    m_server->deliverText(QStringLiteral("alice"), QStringLiteral("Hello"));
+    fill();
+    press("save");
+    QTRY_VERIFY(m_window->findChild<QProgressBar *>()->isVisible());
+    QTRY_COMPARE_WITH_TIMEOUT(status(), QStringLiteral("1 message has come."), 60000);
+    QVERIFY(!m_window->findChild<QProgressBar *>()->isVisible());
+    QVERIFY(!button("cancel")->isVisible());
+    const QMailAccountId id = AccountBook::accounts().first();
+    QCOMPARE(QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(id)), 1);
+}
+
+void TestAccountWindow::newAccountTellsWhatIsMissing()
+{
+    fill();
+    press("save");
+    QTRY_VERIFY2(status().startsWith(QLatin1String(
+                     "No message has come. The account is saved, but its mail does not come yet: "))
+                     && status().contains(QLatin1String("messageserver5")),
+                 qPrintable(status()));
+    QCOMPARE(AccountBook::accounts().size(), 1);
+}
+
+void TestAccountWindow::wipedAccountSaysSoUntilItHasAPassword()
+{
+    const QMailAccountId id = addAccount(QStringLiteral("One"));
+    QVERIFY(Store::AccountWipe::forget(id).ok());
+    QTRY_COMPARE(list()->count(), 2);
+    list()->setCurrentRow(1);
+    QVERIFY(problem("password")->isVisible());
+    QVERIFY(problem("password")->text().contains(QLatin1String("was wiped")));
+    m_server->clearLog();
+    press("test");
+    QVERIFY(problem("password")->text().contains(QLatin1String("was wiped")));
+    QCOMPARE(m_server->log().size(), 0);
+    type("mailPasswInput", Password);
+    press("save");
+    QTRY_VERIFY(AccountBook::details(id).enabled);
+    QVERIFY(!AccountBook::details(id).wiped);
+    QCOMPARE(AccountBook::details(id).settings.password, Password);
 }
 
 void TestAccountWindow::takenNameIsSaidAtTheName()

@@ -3,7 +3,9 @@
 #include "tests/eas/scriptedserver.h"
 #include "tests/eas/testcertificate.h"
 
+#include <QElapsedTimer>
 #include <QSslSocket>
+#include <QTcpServer>
 #include <QTest>
 
 #include <memory>
@@ -59,9 +61,13 @@ private slots:
     void nobodyThereIsNotFound();
     void secondCandidateIsAskedWhereTheFirstIsNoService();
     void hugeAnswerIsCut();
+    void silentHostLeavesTimeForTheOthers();
+    void everyHostIsToldWithItsReason();
+    void cancelEndsIt();
 
 private:
     Eas::Result run(bool trusted = true);
+    void prepare(const QList<QUrl> &candidates);
     QUrl urlOf(const ScriptedServer &server, const char *host = "localhost") const;
 
     TestCertificate m_certificate;
@@ -305,6 +311,63 @@ void TestAutodiscover::hugeAnswerIsCut()
 {
     m_server->enqueue(xmlAnswer(QByteArray(8 * 1024 * 1024, ' ')));
     QVERIFY(!run().ok());
+}
+
+/** Nobody is told of by name, so that no name server is asked. */
+void TestAutodiscover::prepare(const QList<QUrl> &candidates)
+{
+    m_search = std::make_unique<Autodiscover>(Email, QStringLiteral("alice"), Password,
+                                              [](const QString &) { return false; });
+    m_search->setCandidates(candidates);
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+    tls.setCaCertificates({m_certificate.certificate});
+    m_search->setTlsConfiguration(tls);
+}
+
+void TestAutodiscover::silentHostLeavesTimeForTheOthers()
+{
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    QUrl first = urlOf(*m_server);
+    first.setPort(silent.serverPort());
+    m_server->enqueue(xmlAnswer(foundAnswer("https://mail.localhost/x")));
+    prepare({first, urlOf(*m_server)});
+    m_search->setTimeLimit(10000);
+    QElapsedTimer time;
+    time.start();
+    QVERIFY(m_search->run().ok());
+    QVERIFY(time.elapsed() < 10000);
+}
+
+void TestAutodiscover::everyHostIsToldWithItsReason()
+{
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    QUrl first = urlOf(*m_server, "127.0.0.1");
+    first.setPort(silent.serverPort());
+    m_server->setAnswer(
+        [](const SeenRequest &) { return ScriptedAnswer {ScriptedServer::http(404)}; });
+    prepare({first, urlOf(*m_server)});
+    m_search->setTimeLimit(2000);
+    const Eas::Result result = m_search->run();
+    QCOMPARE(result.code, int(Eas::NotFound));
+    QVERIFY2(result.text.startsWith(QLatin1String(
+                 "127.0.0.1: no answer in time; localhost: no such service (HTTP 404); service "
+                 "record of localhost: ")),
+             qPrintable(result.text));
+}
+
+void TestAutodiscover::cancelEndsIt()
+{
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    QUrl url = urlOf(*m_server);
+    url.setPort(silent.serverPort());
+    prepare({url});
+    connect(&silent, &QTcpServer::newConnection, m_search.get(), &Autodiscover::cancel);
+    const Eas::Result result = m_search->run();
+    QCOMPARE(result.code, int(Eas::Cancelled));
+    QCOMPARE(result.text, QString());
 }
 
 QTEST_GUILESS_MAIN(TestAutodiscover)

@@ -70,6 +70,8 @@ private slots:
     void serviceRecordIsAskedForAfterTheHosts();
     void serviceRecordOfTheLowestPriorityIsTaken();
     void domainWithoutTheServiceLeadsNowhere();
+    void everyHostIsToldWithItsReason();
+    void refusedLoginAsksForThePasswordAloneAgain();
     void hostElsewhereIsLeftWhereNobodyCanConfirm();
     void acceptRedirectsTrustsHostsElsewhere();
     void personConfirmsEachHostElsewhere();
@@ -96,9 +98,10 @@ void TestAutodiscoverNames::initTestCase()
     QVERIFY(Accounts::AccountBook::open().ok());
     m_names = std::make_unique<NameServer>();
     QVERIFY(m_names->start());
-    for (const char *host : {"example.test", "mail.example.test", "discover.service.test",
-                             "mail.service.test", "first.several.test", "second.several.test",
-                             "mail.several.test", "discover.hosting.test", "mail.hosting.test"})
+    for (const char *host :
+         {"example.test", "mail.example.test", "discover.service.test", "mail.service.test",
+          "first.several.test", "second.several.test", "mail.several.test", "discover.hosting.test",
+          "mail.hosting.test", "other.test"})
         m_names->addHost(host);
     m_names->addService("_autodiscover._tcp.service.test", 0, OtherPort, "discover.service.test");
     m_names->addService("_autodiscover._tcp.several.test", 20, 443, "second.several.test");
@@ -216,6 +219,35 @@ void TestAutodiscoverNames::domainWithoutTheServiceLeadsNowhere()
     QCOMPARE(m_usual->connections() + m_other->connections(), before);
     QVERIFY(m_names->questions().contains(QLatin1String("SRV _autodiscover._tcp.none.test")));
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestAutodiscoverNames::everyHostIsToldWithItsReason()
+{
+    QCOMPARE(add(arguments("alice@other.test")), 1);
+    QCOMPARE(m_error.count('\n'), 1);
+    for (const char *reason : {"other.test: its certificate is not trusted",
+                               "autodiscover.other.test: there is no host of this name",
+                               "service record of other.test: there is none"})
+        QVERIFY2(m_error.contains(reason), m_error.constData());
+}
+
+void TestAutodiscoverNames::refusedLoginAsksForThePasswordAloneAgain()
+{
+    m_usual->enqueue(
+        ScriptedServer::http(401, QByteArray(), {{"WWW-Authenticate", "Basic realm=\"x\""}}));
+    m_usual->enqueue(
+        ScriptedServer::http(401, QByteArray(), {{"WWW-Authenticate", "Basic realm=\"x\""}}));
+    m_usual->tell(serverAt("mail.example.test"));
+    Terminal terminal(Program, arguments("alice@example.test"));
+    QVERIFY(awaitText(terminal, "Password: "));
+    terminal.type("Not-the-Passw0rd");
+    QVERIFY(awaitText(terminal, "user name or password refused"));
+    QVERIFY(awaitText(terminal, "Password: "));
+    terminal.type(Password);
+    QVERIFY(awaitText(terminal, "is ready"));
+    QCOMPARE(terminal.finish(), 0);
+    QVERIFY(!terminal.screen().contains("Server"));
+    QCOMPARE(saved().password, QString::fromUtf8(Password));
 }
 
 void TestAutodiscoverNames::hostElsewhereIsLeftWhereNobodyCanConfirm()

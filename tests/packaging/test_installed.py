@@ -62,6 +62,11 @@ class Installed(unittest.TestCase):
             self.assertTrue(service["Name"], path)
             self.assertTrue(is_program(service["Exec"]), f"{path}: {service['Exec']}")
 
+    def test_message_server_is_started_by_a_file_of_our_own_name(self):
+        [path] = found("dbus-1/services/orvmail-messageserver.service")
+        self.assertEqual(read(path)["D-BUS Service"]["Name"], "org.qt.messageserver")
+        self.assertEqual(found("dbus-1/services/org.qt.messageserver.service"), [])
+
     def test_nothing_is_left_to_be_filled_in(self):
         for pattern in ("*.service", "*.conf"):
             for path in found(pattern):
