@@ -165,10 +165,13 @@ void AccountWindow::refresh()
 /** Another row was chosen: shows its account, unless that would throw away what was typed. */
 void AccountWindow::choose()
 {
+    // News from the mail store that come during the question set the list back.
+    const QMailAccountId wanted = chosen();
     if (m_form->isModified() && !mayDiscard()) {
         select(m_form->account());
         return;
     }
+    select(wanted);
     showChosen();
 }
 

@@ -74,6 +74,7 @@ private slots:
     void loginIsTestedWithoutSaving();
     void settingsChangedDuringTheirTestAreNotSaved();
     void typedTextIsNotThrownAwayUnasked();
+    void choiceOutlivesNewsThatComeDuringTheQuestion();
     void closingAsksForWhatIsNotSaved();
     void removeAsksFirst();
     void accountOfAnotherProgramAppears();
@@ -472,6 +473,24 @@ void TestAccountWindow::typedTextIsNotThrownAwayUnasked()
     QCOMPARE(line("accountName")->text(), QStringLiteral("Half typed"));
     QCOMPARE(list()->currentRow(), 0);
     answer(QMessageBox::Yes);
+    QTest::keyClick(list(), Qt::Key_Down);
+    QCOMPARE(line("accountName")->text(), QStringLiteral("One"));
+    QCOMPARE(list()->currentRow(), 1);
+}
+
+void TestAccountWindow::choiceOutlivesNewsThatComeDuringTheQuestion()
+{
+    addAccount(QStringLiteral("One"));
+    QTRY_COMPARE(list()->count(), 2);
+    type("accountName", QStringLiteral("Half typed"));
+    list()->setFocus();
+    QTimer::singleShot(0, qApp, [this] {
+        addAccount(QStringLiteral("Two"));
+        if (!QTest::qWaitFor([this] { return list()->count() == 3; }, 20000))
+            qFatal("the new account does not appear");
+        auto *question = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        QTest::keyClick(question->button(QMessageBox::Yes), Qt::Key_Space);
+    });
     QTest::keyClick(list(), Qt::Key_Down);
     QCOMPARE(line("accountName")->text(), QStringLiteral("One"));
     QCOMPARE(list()->currentRow(), 1);
