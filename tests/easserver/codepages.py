@@ -78,6 +78,7 @@ _PAGES = {
         PhoneNumber UserInformation EmailAddresses SmtpAddress UserAgent EnableOutboundSMS
         MobileOperator PrimarySmtpAddress Accounts Account AccountId AccountName
         UserDisplayName SendDisabled - RightsManagementInformation"""),
+    19: ("DocumentLibrary", 0x05, "LinkId"),
     20: ("ItemOperations", 0x05, """
         ItemOperations Fetch Store Options Range Total Properties Data Status Response
         Version Schema Part EmptyFolderContents DeleteSubFolders UserName Password Move
@@ -91,11 +92,30 @@ _PAGES = {
         AccountId FirstDayOfWeek MeetingMessageType"""),
 }
 
-# (page, token) to "Namespace:Tag", and back.
+# The same of 16.0 and 16.1, which not every codec knows.
+_NEWER_PAGES = {
+    8: ("MeetingResponse", 0x10, "ProposedStartTime ProposedEndTime SendResponse"),
+    14: ("Provision", 0x3B, "AccountOnlyRemoteWipe"),
+    17: ("AirSyncBase", 0x1C, """
+        Add Delete ClientId Content Location Annotation Street City State Country PostalCode
+        Latitude Longitude Accuracy Altitude AltitudeAccuracy LocationUri InstanceId"""),
+    21: ("ComposeMail", 0x15, "Forwardees Forwardee Name Email"),
+    22: ("Email2", 0x15, "IsDraft Bcc Send"),
+    25: ("Find", 0x05, """
+        Find SearchId ExecuteSearch MailBoxSearchCriterion Query Status FreeText Options Range
+        DeepTraversal - - Response Result Properties Preview HasAttachments Total DisplayCc
+        DisplayBcc GalSearchCriterion - - - - - - MaxPictures MaxSize Picture"""),
+}
+
+# (page, token) to "Namespace:Tag", and back; the tags of 16.0 and 16.1 among them.
 NAMES = {}
 TOKENS = {}
-for _page, (_namespace, _first, _tags) in _PAGES.items():
-    for _token, _tag in enumerate(_tags.split(), _first):
-        if _tag != "-":
-            NAMES[_page, _token] = f"{_namespace}:{_tag}"
-            TOKENS[f"{_namespace}:{_tag}"] = (_page, _token)
+NEWER = set()
+for _pages in (_PAGES, _NEWER_PAGES):
+    for _page, (_namespace, _first, _tags) in _pages.items():
+        for _token, _tag in enumerate(_tags.split(), _first):
+            if _tag != "-":
+                NAMES[_page, _token] = f"{_namespace}:{_tag}"
+                TOKENS[f"{_namespace}:{_tag}"] = (_page, _token)
+                if _pages is _NEWER_PAGES:
+                    NEWER.add(f"{_namespace}:{_tag}")

@@ -31,9 +31,10 @@ class Conduct:
         length = len(call.body)
         found = requestcheck.check(requestcheck.Request(
             call.command, call.version, call.handler.headers, call.query, call.root, length))
+        found += _new_agent(call)
         if not found:
             return None
-        self.keep([f"{call.command} {call.version}: {one.text} ({one.answer})" for one in found], call.root)
+        self.keep([f"{call.command} {call.version}: {one.text} ({one.answer or 'no answer'})" for one in found], call.root)
         return None if call.options.takes_anything else _answer(call, found)
 
     def keep(self, texts, document=None):
@@ -71,10 +72,21 @@ class Conduct:
             self._file.unlink(missing_ok=True)
 
 
+def _new_agent(call):
+    """A device calls itself by one name for good; none of the answers is about that."""
+    name, known = call.handler.headers.get("User-Agent", ""), call.device.user_agent
+    call.device.user_agent = name
+    if known in (None, name):
+        return []
+    return [requestcheck.Violation(f'User-Agent is "{name}" and was "{known}"', "", None)]
+
+
 def _answer(call, found):
     """The answer of the first violation that ends a request; those of single items are left to Sync."""
     for one in found:
         item, _, code = one.answer.rpartition(" ")
+        if not code:
+            continue
         if item:
             call.refused[id(_command_of(call.root, one.where))] = code[1:]
             continue

@@ -96,3 +96,4 @@ class Device:
         self.client_ids = collections.OrderedDict()
         self.information = {}
         self.wiped = None
+        self.user_agent = None

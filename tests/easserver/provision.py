@@ -3,6 +3,7 @@
 
 import random
 
+from requesttable import version_number
 from wbxml import Node
 
 POLICY_TYPE = "MS-EAS-Provisioning-WBXML"
@@ -99,7 +100,7 @@ def settings(call):
 
 def _user_information(call):
     addresses = Node("Settings:EmailAddresses", Node("Settings:SmtpAddress", call.user.address))
-    if call.version == "14.1":
+    if version_number(call.version) >= 141:
         addresses.add(Node("Settings:PrimarySmtpAddress", call.user.address))
         content = Node("Settings:Accounts", Node(
             "Settings:Account", Node("Settings:UserDisplayName", call.user.full_name), addresses))

@@ -20,6 +20,7 @@ from conduct import Conduct
 from device import Device
 from faults import Faults, damage, with_unknown
 from log import Log
+from requesttable import version_number
 from wbxml import Node
 
 PATH = "/Microsoft-Server-ActiveSync"
@@ -111,7 +112,7 @@ class Call:
         self.handler, self.query, self.user, self.body = handler, query, user, body
         self.command = query.get("Cmd", "")
         self.version = handler.headers.get("MS-ASProtocolVersion", query.get("version", "12.1"))
-        self.new = self.version.startswith("14")
+        self.new = version_number(self.version) >= 140
         self.device = user.devices.setdefault(query["DeviceId"], Device(query["DeviceId"]))
         self.root = None
         self.faults = {}
