@@ -24,7 +24,7 @@ constexpr double EarlyShare = 0.8;
 /** ... a server that answers early so often in a row is asked more slowly: without any news, */
 constexpr int MostEarlyAnswers = 5;
 /** ... and with news each time, of which it may say so itself for ever. */
-constexpr int MostEarlyNews = 20;
+constexpr int MostEarlyNews = 12;
 /** News is not held up longer than after so many failures. */
 constexpr int LongestForNews = 3;
 /** Changes of the network within this are one that comes and goes, in ms. */

@@ -1,0 +1,438 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// How often a server is asked that answers uselessly, whatever it answers: over hours, in driven
+// time, for an account whose push is on.
+#include "daemon/accountworker.h"
+#include "daemon/alarm.h"
+#include "tests/eas/scriptedserver.h"
+#include "tests/support/storefixture.h"
+
+#include <QDeadlineTimer>
+#include <QLoggingCategory>
+#include <QRegularExpression>
+#include <QTest>
+#include <QTimer>
+
+#include <qmailstore.h>
+
+#include <memory>
+
+using Daemon::Alarm;
+
+namespace {
+
+constexpr qint64 Minute = 60 * 1000;
+constexpr qint64 Hour = 60 * Minute;
+/** How long each server is looked at. */
+constexpr qint64 Watched = 5 * Hour;
+/** What a server may be asked in any minute, and in an hour after the first one, */
+constexpr int MostInAMinute = 40;
+constexpr int MostInALaterHour = 40;
+/** ... and how long it may be left alone. */
+constexpr qint64 LongestPause = 4 * Hour;
+
+using Answer = std::function<ScriptedAnswer(const SeenRequest &)>;
+
+QByteArray nameOf(const SeenRequest &request)
+{
+    return request.method == "OPTIONS" ? request.method : request.query("Cmd").toLatin1();
+}
+
+QByteArray first(const QByteArray &xml, const char *element)
+{
+    const QRegularExpression expression(QStringLiteral("<%1>([^<]*)<").arg(QLatin1String(element)));
+    return expression.match(QString::fromUtf8(xml)).captured(1).toUtf8();
+}
+
+QByteArray tree(const QByteArray &key, const QByteArray &changes)
+{
+    return ScriptedServer::document("<FolderSync xmlns=\"FolderHierarchy:\"><Status>1</Status>"
+                                    "<SyncKey>"
+                                    + key + "</SyncKey><Changes>" + changes
+                                    + "</Changes></FolderSync>");
+}
+
+const QByteArray inbox = "<Count>1</Count><Add><ServerId>1</ServerId><ParentId>0</ParentId>"
+                         "<DisplayName>Inbox</DisplayName><Type>2</Type></Add>";
+
+QByteArray collection(const QByteArray &key, const QByteArray &content = QByteArray(),
+                      const QByteArray &status = "1")
+{
+    return ScriptedServer::document("<Sync xmlns=\"AirSync:\"><Collections><Collection><SyncKey>"
+                                    + key + "</SyncKey><CollectionId>1</CollectionId><Status>"
+                                    + status + "</Status>" + content
+                                    + "</Collection></Collections></Sync>");
+}
+
+QByteArray ping(const QByteArray &status, const QByteArray &content = QByteArray())
+{
+    return ScriptedServer::document("<Ping xmlns=\"Ping:\"><Status>" + status + "</Status>"
+                                    + content + "</Ping>");
+}
+
+const QByteArray news = "<Folders><Folder>1</Folder></Folders>";
+const QByteArray mail =
+    "<Commands><Add><ServerId>1:7</ServerId><ApplicationData>"
+    "<Subject xmlns=\"Email:\">Again</Subject></ApplicationData></Add></Commands>";
+
+QByteArray policy(const QByteArray &settings)
+{
+    return ScriptedServer::document(
+        "<Provision xmlns=\"Provision:\"><Status>1</Status><Policies><Policy>"
+        "<PolicyType>MS-EAS-Provisioning-WBXML</PolicyType><Status>1</Status>"
+        "<PolicyKey>1</PolicyKey><Data><EASProvisionDoc>"
+        + settings + "</EASProvisionDoc></Data></Policy></Policies></Provision>");
+}
+
+/** A server as it should be: an inbox, in which nothing happens. */
+ScriptedAnswer goodAnswer(const SeenRequest &request)
+{
+    static int key = 0;
+    const QByteArray name = nameOf(request);
+    if (name == "OPTIONS")
+        return {ScriptedServer::options(), false};
+    if (name == "FolderSync")
+        return {
+            tree("f1",
+                 first(request.xml(), "SyncKey") == "0" ? inbox : QByteArray("<Count>0</Count>")),
+            false};
+    if (name == "Sync")
+        return {collection("k" + QByteArray::number(++key)), false};
+    if (name == "Provision")
+        return {policy("<AllowCamera>1</AllowCamera>"), false};
+    return {}; // a Ping waits
+}
+
+/** A server that answers the command (any, where none is named) with these bytes. */
+Answer always(const QByteArray &command, const QByteArray &bytes, bool close = false)
+{
+    return [command, bytes, close](const SeenRequest &request) {
+        const bool isMeant = command.isEmpty() || nameOf(request) == command;
+        return isMeant ? ScriptedAnswer {bytes, close} : goodAnswer(request);
+    };
+}
+
+/** The same with one answer to Ping besides, so that there is always something to do. */
+Answer withNews(const Answer &answer)
+{
+    return [answer](const SeenRequest &request) {
+        return nameOf(request) == "Ping" ? ScriptedAnswer {ping("2", news), false}
+                                         : answer(request);
+    };
+}
+
+/** QTest::qWaitFor() looks every 10 ms; here a thousand answers are waited for. */
+template <typename Condition>
+bool waitFor(Condition isMet)
+{
+    QDeadlineTimer deadline(20000);
+    QTimer alarm;
+    alarm.start(1000);
+    while (!isMet()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return true;
+}
+
+QByteArray halved(QByteArray answer)
+{
+    const int body = answer.indexOf("\r\n\r\n") + 4;
+    const QByteArray half = answer.mid(body, (answer.size() - body) / 2);
+    return ScriptedServer::http(200, half, {{"Content-Type", "application/vnd.ms-sync.wbxml"}});
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Answer)
+
+class TestRequestRates : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        Alarm::drive();
+        QLoggingCategory::setFilterRules(QStringLiteral("asdaemon.*=false"));
+    }
+    void init();
+    void cleanup();
+
+    void aUselessServerIsLeftAlone_data();
+    void aUselessServerIsLeftAlone();
+    void aServerThatWasNeverGoodIsLeftAlone_data();
+    void aServerThatWasNeverGoodIsLeftAlone();
+    void aRefusedLoginIsNotTriedAgain();
+    void aWipeIsAskedForOnce();
+    void aNetworkThatComesAndGoesIsNotFollowedEachTime();
+
+private:
+    void begin(const Answer &answer);
+    /** Answers like this once the account has worked. */
+    void turn(const Answer &answer);
+    /** Lets time go on until this moment, or until nothing is left to wait for but the server. */
+    void driveUntil(qint64 end);
+    void checkRates(qint64 start);
+    int mostWithin(qint64 span, qint64 from) const;
+    void setAnswer(const Answer &answer);
+
+    std::unique_ptr<ScriptedServer> m_server;
+    QMailAccountId m_account;
+    std::unique_ptr<Store::SyncStateDb> m_db;
+    std::unique_ptr<Daemon::AccountWorker> m_worker;
+    QList<qint64> m_asked; ///< when
+    bool m_waits = false;  ///< a Ping waits at the server
+};
+
+void TestRequestRates::init()
+{
+    m_server = std::make_unique<ScriptedServer>();
+    m_asked.clear();
+    m_waits = false;
+}
+
+void TestRequestRates::cleanup()
+{
+    m_worker.reset();
+    m_db.reset();
+    m_server.reset();
+    StoreFixture::clear();
+}
+
+void TestRequestRates::setAnswer(const Answer &answer)
+{
+    m_server->setAnswer([this, answer](const SeenRequest &request) {
+        m_asked.append(Alarm::now());
+        const ScriptedAnswer said = answer(request);
+        m_waits = said.bytes.isEmpty() && !said.close;
+        return said;
+    });
+}
+
+void TestRequestRates::begin(const Answer &answer)
+{
+    setAnswer(answer);
+    StoreFixture::Account settings;
+    settings.port = m_server->serverPort();
+    m_account = StoreFixture::addAccount(settings);
+    QMailAccount account(m_account);
+    account.setCustomField(QStringLiteral("pushEnabled"), QStringLiteral("1"));
+    QVERIFY(QMailStore::instance()->updateAccount(&account, nullptr));
+    m_db = std::make_unique<Store::SyncStateDb>();
+    QVERIFY(m_db->open().ok());
+    m_worker = std::make_unique<Daemon::AccountWorker>(Store::AccountRecord::read(m_account), *m_db,
+                                                       nullptr);
+}
+
+void TestRequestRates::turn(const Answer &answer)
+{
+    begin(goodAnswer);
+    QVERIFY(waitFor([this] { return m_waits; }));
+    m_asked.clear();
+    m_waits = false;
+    setAnswer(answer);
+    m_server->hangUp();
+}
+
+void TestRequestRates::driveUntil(qint64 end)
+{
+    const int most = 20 * MostInAMinute;
+    while (Alarm::now() < end) {
+        const bool isThrough =
+            waitFor([&] { return Alarm::isPending() || m_waits || m_asked.size() > most; });
+        QVERIFY2(isThrough, "neither a pause nor a request that waits");
+        if (m_waits || m_asked.size() > most)
+            return;
+        Alarm::ringNext();
+    }
+}
+
+/** The largest number of requests within a span of time. */
+int TestRequestRates::mostWithin(qint64 span, qint64 from) const
+{
+    int most = 0;
+    for (int i = 0, j = 0; i < m_asked.size(); ++i) {
+        while (m_asked.at(i) - m_asked.at(j) >= span)
+            ++j;
+        if (m_asked.at(j) >= from)
+            most = qMax(most, i - j + 1);
+    }
+    return most;
+}
+
+void TestRequestRates::checkRates(qint64 start)
+{
+    driveUntil(start + Watched);
+    const int inAMinute = mostWithin(Minute, start);
+    const int inAnHour = mostWithin(Hour, start + Hour);
+    qInfo("%d requests in a minute, %d in a later hour", inAMinute, inAnHour);
+    QVERIFY2(inAMinute <= MostInAMinute, qPrintable(QString::number(inAMinute)));
+    QVERIFY2(inAnHour <= MostInALaterHour, qPrintable(QString::number(inAnHour)));
+    // Nor is it given up.
+    QVERIFY(m_waits || (!m_asked.isEmpty() && m_asked.last() > start + Watched - LongestPause));
+    const int before = m_asked.size();
+    m_worker->networkChanged();
+    QVERIFY(m_waits || waitFor([&] { return m_asked.size() > before; }));
+}
+
+void TestRequestRates::aUselessServerIsLeftAlone_data()
+{
+    QTest::addColumn<Answer>("answer");
+    const auto row = [](const QString &name, const Answer &answer) {
+        QTest::newRow(qPrintable(name)) << answer;
+    };
+    const QByteArrayList commands = {"", "FolderSync", "Sync", "Ping"};
+    for (int status : {204, 301, 302, 400, 402, 403, 404, 405, 407, 408, 410,
+                       413, 429, 449, 451, 500, 501, 502, 503, 504, 507}) {
+        // What is true of one command is told of by the codes that these stand for.
+        const bool isTypical = QList<int>({302, 404, 449, 403, 501, 503}).contains(status);
+        for (const QByteArray &command : isTypical ? commands : QByteArrayList({""}))
+            row(QStringLiteral("HTTP %1 to %2").arg(status).arg(QLatin1String(command)),
+                withNews(always(command, ScriptedServer::http(status))));
+    }
+    for (const QByteArray &command : commands) {
+        const QString to = QStringLiteral(" to ") + QLatin1String(command);
+        row(QStringLiteral("a page") + to,
+            withNews(always(command, ScriptedServer::http(200, "<html>Log in</html>"))));
+        row(QStringLiteral("nothing") + to, withNews(always(command, ScriptedServer::http(200))));
+        row(QStringLiteral("a cut connection") + to, withNews(always(command, {}, true)));
+        row(QStringLiteral("half a header") + to,
+            withNews(always(command, "HTTP/1.1 200 OK\r\nConte", true)));
+    }
+    for (int status :
+         {0,   2,   3,   4,   5,   6,   7,   8,   9,   10,  12,  13,  14,  16,  100, 101, 110, 111,
+          113, 126, 132, 133, 134, 139, 140, 141, 142, 143, 144, 145, 150, 165, 177, 178, 999}) {
+        const QByteArray said = QByteArray::number(status);
+        row(QStringLiteral("status %1 to FolderSync").arg(status),
+            withNews(
+                always("FolderSync",
+                       ScriptedServer::document("<FolderSync xmlns=\"FolderHierarchy:\"><Status>"
+                                                + said + "</Status></FolderSync>"))));
+        row(QStringLiteral("status %1 to Sync").arg(status),
+            withNews(always("Sync",
+                            ScriptedServer::document("<Sync xmlns=\"AirSync:\"><Status>" + said
+                                                     + "</Status></Sync>"))));
+        row(QStringLiteral("status %1 of a folder").arg(status),
+            withNews(always("Sync", collection("k", {}, said))));
+        row(QStringLiteral("status %1 to Ping").arg(status), always("Ping", ping(said)));
+    }
+    row(QStringLiteral("news without end"), withNews(goodAnswer));
+    row(QStringLiteral("a heartbeat that is over at once"), always("Ping", ping("1")));
+    row(QStringLiteral("news of folders that are not there"),
+        always("Ping", ping("2", "<Folders><Folder>99</Folder></Folders>")));
+    row(QStringLiteral("news of nothing"), always("Ping", ping("2", "<Folders/>")));
+    row(QStringLiteral("a heartbeat of its own choice"),
+        always("Ping", ping("5", "<HeartbeatInterval>90</HeartbeatInterval>")));
+    row(QStringLiteral("one folder less"), always("Ping", ping("6", "<MaxFolders>1</MaxFolders>")));
+    row(QStringLiteral("the same key"), withNews(always("Sync", collection("k"))));
+    row(QStringLiteral("the key 0"), withNews(always("Sync", collection("0"))));
+    row(QStringLiteral("the same mail under the same key"),
+        withNews(always("Sync", collection("k", mail))));
+    row(QStringLiteral("more, and nothing comes"),
+        withNews(always("Sync", collection("k", "<MoreAvailable/>"))));
+    row(QStringLiteral("half an answer to Ping"), always("Ping", halved(ping("2", news))));
+    row(QStringLiteral("half an answer to Sync"),
+        withNews(always("Sync", halved(collection("k9", mail)))));
+    row(QStringLiteral("half an answer to FolderSync"),
+        withNews(always("FolderSync", halved(tree("f1", inbox)))));
+    row(QStringLiteral("a tree without a key"), withNews(always("FolderSync", tree("", {}))));
+    row(QStringLiteral("all folders are gone"),
+        withNews(always("FolderSync",
+                        tree("f2", "<Count>1</Count><Delete><ServerId>1</ServerId></Delete>"))));
+}
+
+void TestRequestRates::aUselessServerIsLeftAlone()
+{
+    QFETCH(Answer, answer);
+    turn(answer);
+    if (!QTest::currentTestFailed())
+        checkRates(Alarm::now());
+}
+
+void TestRequestRates::aServerThatWasNeverGoodIsLeftAlone_data()
+{
+    QTest::addColumn<Answer>("answer");
+    QTest::newRow("no folders") << always("FolderSync", tree("f1", "<Count>0</Count>"));
+    QTest::newRow("no mail folders")
+        << always("FolderSync",
+                  tree("f1",
+                       "<Count>1</Count><Add><ServerId>5</ServerId><ParentId>0</ParentId>"
+                       "<DisplayName>Calendar</DisplayName><Type>8</Type></Add>"));
+    QTest::newRow("no key for the inbox") << always("Sync", collection("0"));
+    QTest::newRow("no inbox behind its id") << always("Sync", collection("k", {}, "8"));
+    QTest::newRow("no versions") << always("OPTIONS", ScriptedServer::http(200, "<html>"));
+    QTest::newRow("a page for everything") << always("", ScriptedServer::http(200, "<html>"));
+    QTest::newRow("a way out for everything")
+        << always("", ScriptedServer::http(302, {}, {{"Location", "http://127.0.0.1:1/"}}));
+    QTest::newRow("404 for everything") << always("", ScriptedServer::http(404));
+    QTest::newRow("a server of another time") << always("OPTIONS", ScriptedServer::options("2.5"));
+    QTest::newRow("no policy that can be met") << Answer([](const SeenRequest &request) {
+        return nameOf(request) == "Provision"
+            ? ScriptedAnswer {policy("<DevicePasswordEnabled>1</DevicePasswordEnabled>"), false}
+            : nameOf(request) == "OPTIONS" ? goodAnswer(request)
+                                           : ScriptedAnswer {ScriptedServer::http(449), false};
+    });
+}
+
+void TestRequestRates::aServerThatWasNeverGoodIsLeftAlone()
+{
+    QFETCH(Answer, answer);
+    const qint64 start = Alarm::now();
+    begin(answer);
+    if (!QTest::currentTestFailed())
+        checkRates(start);
+}
+
+void TestRequestRates::aRefusedLoginIsNotTriedAgain()
+{
+    turn(always("", ScriptedServer::http(401)));
+    QTRY_COMPARE(m_asked.size(), 1);
+    // Who asks is told; nobody else asks.
+    QTest::qWait(500);
+    QVERIFY(!Alarm::isPending());
+    m_worker->networkChanged();
+    QTest::qWait(200);
+    QCOMPARE(m_asked.size(), 1);
+}
+
+void TestRequestRates::aWipeIsAskedForOnce()
+{
+    const QByteArray wipe = ScriptedServer::document(
+        "<Provision xmlns=\"Provision:\"><Status>1</Status><RemoteWipe/></Provision>");
+    turn([wipe](const SeenRequest &request) {
+        return ScriptedAnswer {nameOf(request) == "Provision" ? wipe : ping("140"), false};
+    });
+    // The wait, the question, and what was done.
+    QTRY_COMPARE(m_asked.size(), 3);
+    QTRY_VERIFY(!Store::AccountRecord::read(m_account).id.isValid());
+    QTest::qWait(500);
+    QVERIFY(!Alarm::isPending());
+    QCOMPARE(m_asked.size(), 3);
+}
+
+void TestRequestRates::aNetworkThatComesAndGoesIsNotFollowedEachTime()
+{
+    begin(goodAnswer);
+    QVERIFY(waitFor([this] { return m_waits; }));
+    m_asked.clear();
+    const qint64 start = Alarm::now();
+    while (Alarm::now() < start + Hour) {
+        // It changes whenever something waits at the server.
+        m_waits = false;
+        m_worker->networkChanged();
+        QVERIFY(waitFor([this] { return m_waits || Alarm::isPending(); }));
+        if (!m_waits)
+            Alarm::ringNext();
+        QVERIFY(waitFor([this] { return m_waits; }));
+        if (m_asked.size() > 1000)
+            break;
+    }
+    const int inAMinute = mostWithin(Minute, start);
+    QVERIFY2(inAMinute <= MostInAMinute, qPrintable(QString::number(inAMinute)));
+}
+
+QTEST_GUILESS_MAIN(TestRequestRates)
+#include "tst_requestrates.moc"
