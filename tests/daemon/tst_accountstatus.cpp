@@ -4,6 +4,8 @@
 #include <QDBusInterface>
 #include <QTest>
 
+#include <qmailstore.h>
+
 #include <memory>
 
 /** What the daemon tells of an account that does not work, to those who show it to a person. */
@@ -20,6 +22,7 @@ private slots:
     void theReasonIsThereWhenTheRequestEnds();
     void aRefusedLoginIsToldAndForgottenAfterASuccess();
     void whatIsWrongWithTheSettingsIsNamed();
+    void aServerThatCannotBeWatchedIsToldOf();
 
 private:
     DaemonWorld &world() { return *m_world; }
@@ -108,6 +111,35 @@ void TestAccountStatus::whatIsWrongWithTheSettingsIsNamed()
              QVariantList({60006,
                            QStringLiteral("The account's setting \"server\" is missing or "
                                           "wrong.")}));
+}
+
+void TestAccountStatus::aServerThatCannotBeWatchedIsToldOf()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    QMailAccount account(world().account);
+    account.setCustomField(QStringLiteral("pushEnabled"), QStringLiteral("1"));
+    QVERIFY(QMailStore::instance()->updateAccount(&account, nullptr));
+    const auto waits = [this] {
+        const QJsonObject answer =
+            world().server.control("devices", {{QStringLiteral("user"), QStringLiteral("alice")}});
+        return answer[QStringLiteral("devices")]
+            .toArray()
+            .first()
+            .toObject()[QStringLiteral("pings")]
+            .toInt();
+    };
+    QTRY_COMPARE(waits(), 1);
+    // Nobody asks for anything, and the network wants a login of its own meanwhile.
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
+                          {QStringLiteral("status"), 404},
+                          {QStringLiteral("count"), -1}});
+    world().server.control("ping-end");
+    QTRY_COMPARE(lastError(), QVariantList({500, QStringLiteral("127.0.0.1 failed (HTTP 404).")}));
+    world().server.clearFaults();
+    // The test's own end of the first one counts, too.
+    QTRY_COMPARE_WITH_TIMEOUT(waits(), 3, 60000);
+    world().server.control("ping-end");
+    QTRY_COMPARE(lastError(), QVariantList({0, QString()}));
 }
 
 QTEST_GUILESS_MAIN(TestAccountStatus)
