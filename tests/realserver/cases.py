@@ -14,11 +14,12 @@ class Skip(Exception):
     """The case cannot be tried here, and why."""
 
 
-def run(name, module, prepare=None):
-    """`prepare(chain)` makes what all cases share; each case gets it. Exits with the result."""
+def run(name, module, prepare=None, **server):
+    """`prepare(chain)` makes what all cases share, with a server made with the further arguments; each
+    case gets it. Exits with the result."""
     chain = None
     try:
-        chain = Chain()
+        chain = Chain(**server)
     except NoServer as reason:
         print(f"FAIL!  : {name}::start() {reason}")
         sys.exit(1)

@@ -12,8 +12,13 @@ import subprocess
 import time
 from pathlib import Path
 
-from realserver import RealServer
+from hordeserver import HordeServer
+from sogoserver import SogoServer
+from tap import Tap
+from waiting import await_true
 from witness import Witness
+
+SERVERS = {"sogo": SogoServer, "horde": HordeServer}
 
 BUILD = Path(os.environ.get("ORVMAIL_BUILD_DIR", "build/release"))
 PLACE = Path(os.environ.get("ORVMAIL_TEST_PLACE", "/nowhere"))
@@ -21,27 +26,18 @@ BUS_NAME = "com.tarvo.asdbus"
 DOUBLET = 5.2  # seconds after a synchronisation in which another is taken for the same
 
 
-def await_true(what, condition, seconds=30, pause=0.1):
-    """Waits until the condition is true, and returns what made it so."""
-    deadline = time.monotonic() + seconds
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > deadline:
-            raise AssertionError(f"no {what} after {seconds} s")
-        time.sleep(pause)
-
-
 class Robot:
-    """A mail program that does what it is told; see robot/mailrobot.h."""
+    """A mail program that does what it is told; see robot/mailrobot.h. Here folders are called as IMAP
+    calls them, whatever the server's name for the inbox."""
 
-    def __init__(self, account, log):
-        self.synchronised = 0
+    def __init__(self, account, log, inbox):
+        self.synchronised, self._inbox = 0, inbox
         self.process = subprocess.Popen([BUILD / "bin/mail-robot", account], stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=log)
 
     def ask(self, do, **arguments):
+        if arguments.get("folder") == "INBOX":
+            arguments["folder"] = self._inbox
         line = json.dumps({"do": do, **arguments}) + "\n"
         self.process.stdin.write(line.encode())
         self.process.stdin.flush()
@@ -60,9 +56,15 @@ class Robot:
     def synchronize(self):
         """A whole synchronisation. So soon after another that it would pass for the same wish (5 s), it
         waits until it does not."""
+        answer = self.try_to_synchronize()
+        if not answer["ok"]:
+            raise AssertionError(f"synchronize failed: {answer}")
+
+    def try_to_synchronize(self):
         time.sleep(max(0, self.synchronised + DOUBLET - time.monotonic()))
-        self.tell("synchronize")
+        answer = self.ask("synchronize")
         self.synchronised = time.monotonic()
+        return answer
 
     def export(self):
         """Lets what the user did travel, as synchronize() does."""
@@ -77,10 +79,14 @@ class Robot:
         self.synchronised = time.monotonic()
 
     def folders(self):
-        return {folder["path"]: folder for folder in self.tell("folders")["folders"]}
+        return {self._imap(folder["path"]): folder for folder in self.tell("folders")["folders"]}
 
     def messages(self, **arguments):
-        return self.tell("messages", **arguments)["messages"]
+        found = self.tell("messages", **arguments)["messages"]
+        return [{**message, "folder": self._imap(message["folder"])} for message in found]
+
+    def _imap(self, path):
+        return "INBOX" if path == self._inbox else path
 
     def message(self, subject, **arguments):
         """The one message with this subject (in "folder" where that is given), or None."""
@@ -95,15 +101,17 @@ class Robot:
 
 
 class Chain:
-    """Made with a server that runs and no account yet; close() takes everything down."""
+    """Made with a server that runs ($ORVMAIL_SERVER, made with the arguments) and no account yet; close()
+    takes everything down."""
 
-    def __init__(self):
+    def __init__(self, **server):
         self.logs = PLACE / "logs"
         self.logs.mkdir(exist_ok=True)
         (PLACE / "server").mkdir(exist_ok=True)
-        self.server = RealServer(PLACE / "server")
+        self.server = SERVERS[os.environ.get("ORVMAIL_SERVER", "sogo")](PLACE / "server", **server)
+        self.ways = self.server.ways
         self.witness = Witness(self.server)
-        self.message_server = None
+        self.message_server = self.tap = None
         self.robots = []
         self.server.start()
         self._announce_daemon()
@@ -126,11 +134,16 @@ class Chain:
     def add_account(self, name="Work", user="alice", *arguments):
         result = self.account_program(
             "add", name, "--email", f"{user}@example.test", "--user", user, "--server", "127.0.0.1",
-            "--port", str(self.server.port), "--encryption", "none", "--keep", "all", *arguments,
+            "--port", str((self.tap or self.server).port), "--encryption", "none", "--keep", "all", *arguments,
             password=self.server.passwords[user])
         if result.returncode != 0:
             raise AssertionError(f"the account was not added: {result.stdout}{result.stderr}")
         return result.stdout
+
+    def tapped(self):
+        """The tap that accounts added from now on talk through."""
+        self.tap = self.tap or Tap(self.server)
+        return self.tap
 
     # --- the message server and mail programs
 
@@ -140,7 +153,7 @@ class Chain:
         await_true("message server", lambda: bus_pid("org.qt.messageserver"))
 
     def robot(self, account="Work"):
-        robot = Robot(account, self._log("robot"))
+        robot = Robot(account, self._log("robot"), self.ways.inbox)
         self.robots.append(robot)
         return robot
 
@@ -166,6 +179,8 @@ class Chain:
         if daemon:
             await_true("end of the daemon", lambda: not Path(f"/proc/{daemon}").exists(), 20)
         self.witness.close()
+        if self.tap:
+            self.tap.close()
         self.server.stop()
 
     def _log(self, name):

@@ -5,7 +5,9 @@ import email.message
 import email.policy
 import email.utils
 import random
+import re
 import time
+from html import unescape
 
 POLICY = email.policy.SMTP
 ALICE = "Alice Example <alice@example.test>"
@@ -38,6 +40,12 @@ def made(subject, fill, sender="Carol Sender <carol@elsewhere.test>", to=ALICE, 
         mail[name.replace("_", "-")] = value
     fill(mail)
     return mail.as_bytes()
+
+
+def from_html(html):
+    """The text that a server made such HTML of."""
+    lines = [line.strip("\r\n") for line in re.split(r"<br ?/?>", html)]
+    return unescape(re.sub(r"<[^>]*>", "", "\n".join(lines)))
 
 
 class Maker:

@@ -14,8 +14,10 @@ SUBJECTS = ["Read here", "Read there", "Flagged here", "Flagged there", "Unread 
             "Both: read here, unread there", "Both: flagged on both sides",
             "Both: moved here, flagged there", "Both: flagged here, deleted there",
             "Both: deleted here, flagged there", "Both: moved on both sides",
-            "Both: moved here, deleted there", "Stays"]
-SEEN_AT_FIRST = {"Unread here", "Unread there"}
+            "Both: moved here, deleted there", "Stays", "Read while flagged", "Unread while flagged",
+           "Unflagged while read"]
+SEEN_AT_FIRST = {"Unread here", "Unread there", "Unread while flagged", "Unflagged while read"}
+FLAGGED_AT_FIRST = {"Read while flagged", "Unread while flagged", "Unflagged while read"}
 
 
 class World:
@@ -25,7 +27,8 @@ class World:
         self.witness.create("Other")
         for subject in SUBJECTS:
             chain.server.deliver("alice", plain(subject),
-                                 flags="S" if subject in SEEN_AT_FIRST else "")
+                                 flags="F" * (subject in FLAGGED_AT_FIRST)
+                                 + "S" * (subject in SEEN_AT_FIRST))
         self.robot = chain.synchronised()
 
     # --- what the user does
@@ -85,6 +88,17 @@ def test_whatTheUserDoesReachesTheServer(world):
     equal(world.there("Moved here"), ("Archive", False, False))
     equal(world.there("Deleted here"), ("Trash", False, False))
     assert world.witness.message("Gone here") is None
+
+
+def test_whatIsNotChangedStays(world):
+    """Reading takes no flag away, nor the other way round."""
+    world.flag("Read while flagged", "read")
+    world.robot.tell("flag", ids=world.ids("Unread while flagged"), clear=["read"])
+    world.robot.tell("flag", ids=world.ids("Unflagged while read"), clear=["important"])
+    world.sync()
+    world.agree("Read while flagged", ("INBOX", True, True))
+    world.agree("Unread while flagged", ("INBOX", False, True))
+    world.agree("Unflagged while read", ("INBOX", True, False))
 
 
 def test_whatIsDoneElsewhereArrives(world):

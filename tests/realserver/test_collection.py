@@ -13,6 +13,7 @@ from pathlib import Path
 
 import cases
 from cases import Skip, equal
+from mails import from_html
 
 SOURCES = Path(sysconfig.get_path("stdlib"), "test/test_email/data")
 
@@ -55,7 +56,8 @@ def need(world):
 def test_everyMessageArrives(world):
     need(world)
     assert len(world.there) >= 30, len(world.there)
-    equal(sorted(f for f in world.here if f.startswith("Set/")), sorted(world.there))
+    unread = {f"Set/{name}" for name in world.chain.ways.cannot_read}
+    equal(sorted(f for f in world.here if f.startswith("Set/")), sorted(set(world.there) - unread))
 
 
 def test_theirSubjectsAreTheSame(world):
@@ -112,14 +114,19 @@ def test_theirTextsAreTheSame(world):
         body = there.mail.get_body(("plain",))
         if any(isinstance(d, email.errors.MissingHeaderBodySeparatorDefect) for d in there.mail.defects):
             return None  # where the header ends is anybody's guess
+        if here["folder"].removeprefix("Set/") in world.chain.ways.cannot_read_texts:
+            return None
         if body is None or there.mail.get_body(("html",)) is not None:
             return None
         try:
             text = body.get_content()
         except (LookupError, KeyError):
             return None  # not even the witness can read it
-        if words(here["text"]) != words(text):
-            return f"{here['text'][:200]!r}, at the server {text[:200]!r}"
+        found = here["text"]
+        if not found and world.chain.ways.texts_as_html:
+            found = from_html(here["html"])
+        if words(found) != words(text):
+            return f"{found[:200]!r}, at the server {text[:200]!r}"
     differences(world, compare)
 
 

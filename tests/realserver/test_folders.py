@@ -22,6 +22,11 @@ class World:
     def sync(self):
         self.robot.refresh()
 
+    def check_same(self, subject):
+        """The message is the one of before, if the server knows that its folder is."""
+        if self.chain.ways.knows_renamed_folders:
+            equal(self.robot.message(subject)["id"], self.before[subject], "the same message")
+
     def folder_of(self, subject):
         message = self.robot.message(subject)
         return message and message["folder"]
@@ -42,7 +47,7 @@ def test_aRenamedFolderKeepsItsMail(world):
     folders = world.robot.folders()
     assert "Zwei" in folders and "Two" not in folders, sorted(folders)
     equal(world.folder_of("In Two"), "Zwei")
-    equal(world.robot.message("In Two")["id"], world.before["In Two"], "the same message")
+    world.check_same("In Two")
 
 
 def test_aMovedFolderTakesItsMailAlong(world):
@@ -52,7 +57,7 @@ def test_aMovedFolderTakesItsMailAlong(world):
     assert {"Three/One", "Three/One/Below"} <= set(folders) and "One" not in folders, sorted(folders)
     equal(world.folder_of("In One"), "Three/One")
     equal(world.folder_of("In Below"), "Three/One/Below")
-    equal(world.robot.message("In Below")["id"], world.before["In Below"], "the same message")
+    world.check_same("In Below")
 
 
 def test_mailInARenamedFolderIsStillChanged(world):

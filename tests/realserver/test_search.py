@@ -2,10 +2,13 @@
 """Search at the server: what it brings is what IMAP SEARCH finds."""
 
 import sys
+from email.utils import formatdate
 
 import cases
 from cases import equal
 from mails import made, plain
+
+LONG_AGO = 1500000000
 
 
 def html(mail):
@@ -79,7 +82,8 @@ def test_whatIsNotThereIsNotFound(world):
 
 def test_olderMailIsBroughtHere(world):
     """Mail from before what the account keeps comes with a search, once, and stays whole."""
-    world.chain.server.deliver("alice", plain("Long ago", "A thylacine.\n"), received=1500000000)
+    world.chain.server.deliver("alice", plain("Long ago", "A thylacine.\n", date=formatdate(LONG_AGO)),
+                               received=LONG_AGO)
     world.robot.synchronize()
     assert world.robot.message("Long ago") is None
     equal(world.found("thylacine"), {"Long ago"})

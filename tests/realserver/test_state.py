@@ -2,7 +2,6 @@
 """What both sides know of each other gets lost: mail is compared anew, and nothing doubles or goes."""
 
 import os
-import shutil
 import signal
 import sqlite3
 import sys
@@ -46,14 +45,14 @@ class World:
 
 
 def test_keysOfAnotherKindBeginAnew(world):
-    """The server answers them with HTTP 501."""
+    """The server says so, each in its way."""
     world.end_daemon()
     assert world.damage_keys("another") >= 2
     world.robot.tell("flag", ids=[world.before["Message 0"]], set=["important"])
     world.witness.store("Message 1", "+FLAGS", "\\Seen")
     world.chain.server.deliver("alice", plain("New meanwhile"))
     world.robot.refresh()
-    assert " 501 " in (world.chain.server.data / "log/http").read_text()
+    assert f" {world.chain.ways.strange_key_answer} " in world.chain.server.http_log()
     world.check_same("New meanwhile")
     assert world.robot.message("Message 1")["read"]
     world.robot.refresh()
@@ -66,7 +65,7 @@ def test_aDeviceTheServerForgotBeginsAnew(world):
     world.before = {s: i for s, i in world.ids().items() if s != "Message 2"}
     world.witness.close()
     world.chain.server.stop()
-    shutil.rmtree(world.chain.server.data / "db")
+    world.chain.server.forget_devices()
     world.chain.server.start()
     world.robot.ask("refresh")
     world.robot.refresh()

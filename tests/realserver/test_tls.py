@@ -34,7 +34,7 @@ class World:
 
     def over_tls(self):
         """The mail server's requests that came over TLS, as its web server has logged them."""
-        lines = (self.server.data / "log/http").read_text().splitlines()
+        lines = self.server.http_log().splitlines()
         return [line for line in lines if line.startswith("https ")]
 
     def trust(self):
@@ -96,7 +96,7 @@ def test_theFirstSynchronisationGoesOverTls(world):
 
 def test_noneOfItWentWithoutTls(world):
     """But for the question of the test itself whether the server is up."""
-    lines = (world.server.data / "log/http").read_text().splitlines()
+    lines = world.server.http_log().splitlines()
     equal([line for line in lines if line.startswith("http ") and "OPTIONS" not in line], [])
 
 
