@@ -348,7 +348,7 @@ void TestAutodiscover::everyHostIsToldWithItsReason()
     m_server->setAnswer(
         [](const SeenRequest &) { return ScriptedAnswer {ScriptedServer::http(404)}; });
     prepare({first, urlOf(*m_server)});
-    m_search->setTimeLimit(2000);
+    m_search->setTimeLimit(10000);
     const Eas::Result result = m_search->run();
     QCOMPARE(result.code, int(Eas::NotFound));
     QVERIFY2(result.text.startsWith(QLatin1String(

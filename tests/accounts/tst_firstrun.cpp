@@ -106,6 +106,7 @@ private slots:
 
     void syncTellsTheDaemonsReason();
     void addTellsTheDaemonsReason();
+    void firstSynchronisationIsCancelledAndTheAccountKept();
     void secondCancellationDoesNotWaitForTheMessageServer();
     void testTellsWhatWentWrongLast();
     void testTellsWhatIsMissing();
@@ -326,6 +327,21 @@ void TestFirstRun::addTellsTheDaemonsReason()
              added.out.constData());
     QVERIFY2(line.contains(": 127.0.0.1 forbids it to this device or this user (HTTP 403); ask"),
              line.constData());
+}
+
+void TestFirstRun::firstSynchronisationIsCancelledAndTheAccountKept()
+{
+    const ScriptedDaemon daemon;
+    const BusService messageServer = BusService::messageServer();
+    Terminal terminal(Program, addArguments(m_server->port(), ""));
+    QVERIFY(terminal.waitFor("Password: "));
+    terminal.type(Password);
+    QVERIFY(terminal.waitFor("Demo [", 30000));
+    QTRY_VERIFY_WITH_TIMEOUT(!daemon.calls().isEmpty(), 30000);
+    terminal.type("\x03");
+    QVERIFY(terminal.waitFor("The account is saved, but its mail does not come yet: cancelled."));
+    QCOMPARE(terminal.finish(), 0);
+    QVERIFY(account().isValid());
 }
 
 void TestFirstRun::secondCancellationDoesNotWaitForTheMessageServer()
