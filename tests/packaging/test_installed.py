@@ -67,6 +67,11 @@ class Installed(unittest.TestCase):
         self.assertEqual(read(path)["D-BUS Service"]["Name"], "org.qt.messageserver")
         self.assertEqual(found("dbus-1/services/org.qt.messageserver.service"), [])
 
+    def test_message_server_can_be_started_beside_another_packages_file_for_it(self):
+        names = {path.name: read(path)["D-BUS Service"]["Name"] for path in found("dbus-1/services/*.service")}
+        self.assertIn("org.qt.messageserver", names.values())
+        self.assertNotIn("org.qt.messageserver.service", names)
+
     def test_nothing_is_left_to_be_filled_in(self):
         for pattern in ("*.service", "*.conf"):
             for path in found(pattern):
