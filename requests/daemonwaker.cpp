@@ -41,8 +41,8 @@ DaemonWaker::DaemonWaker(OrvService &service, QObject *parent)
     connect(owner, &QDBusServiceWatcher::serviceUnregistered, this, &DaemonWaker::onDaemonGone);
     // Queued: who hears of the end first may begin the next action in it.
     connect(&service, qOverload<bool>(&QMailMessageService::actionCompleted), this,
-            &DaemonWaker::onActionEnded, Qt::QueuedConnection);
-    connect(&service, &OrvService::operationCanceled, this, &DaemonWaker::onActionEnded,
+            &DaemonWaker::forget, Qt::QueuedConnection);
+    connect(&service, &OrvService::operationCanceled, this, &DaemonWaker::forget,
             Qt::QueuedConnection);
 }
 
@@ -55,7 +55,16 @@ void DaemonWaker::wake()
 {
     if (m_isAsking || m_timer->isActive())
         return;
+    if (m_pauseMs == 0)
+        askAndWait();
+    else
+        m_timer->start(m_pauseMs);
+}
+
+void DaemonWaker::askAndWait()
+{
     m_isAsking = true;
+    m_pauseMs = m_pauseMs == 0 ? FirstPauseMs : qMin(2 * m_pauseMs, LongestPauseMs);
     auto *answer = new QDBusPendingCallWatcher(
         QDBusConnection::sessionBus().asyncCall(startCall(), NoTimeout), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, &DaemonWaker::onAnswered);
@@ -65,18 +74,17 @@ void DaemonWaker::onAnswered(QDBusPendingCallWatcher *answer)
 {
     answer->deleteLater();
     m_isAsking = false;
-    if (!answer->isError() || !m_service.needsDaemon()) {
-        m_pauseMs = FirstPauseMs;
-        return;
-    }
-    m_timer->start(m_pauseMs);
-    m_pauseMs = qMin(2 * m_pauseMs, LongestPauseMs);
+    // The pause stays: a daemon that dies as soon as it is up is not started without end.
+    if (answer->isError() && m_service.needsDaemon())
+        wake();
+    else
+        forget();
 }
 
 void DaemonWaker::onTimeout()
 {
     if (m_service.needsDaemon())
-        wake();
+        askAndWait();
 }
 
 void DaemonWaker::onDaemonGone()
@@ -85,10 +93,11 @@ void DaemonWaker::onDaemonGone()
         wake();
 }
 
-void DaemonWaker::onActionEnded()
+/** Leaves no timer and no memory of attempts when nobody waits any more. */
+void DaemonWaker::forget()
 {
     if (m_service.needsDaemon())
         return;
     m_timer->stop();
-    m_pauseMs = FirstPauseMs;
+    m_pauseMs = 0;
 }

@@ -36,11 +36,13 @@ private:
     void onAnswered(QDBusPendingCallWatcher *answer);
     void onTimeout();
     void onDaemonGone();
-    void onActionEnded();
+    void askAndWait();
+    void forget();
 
     OrvService &m_service;
     QTimer *m_timer;
-    int m_pauseMs = FirstPauseMs;
+    /** Before the next attempt; none before the first for who waits now. */
+    int m_pauseMs = 0;
     bool m_isAsking = false;
 };
 

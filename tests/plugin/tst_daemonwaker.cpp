@@ -30,6 +30,7 @@ private slots:
     void aDaemonThatDiesUnderARequestIsAskedFor();
     void aDaemonThatDiesUnderAMarkerIsAskedFor();
     void aDaemonThatDiesWhileNobodyWaitsIsLeft();
+    void aDaemonThatDiesAgainAndAgainIsStartedWithPauses();
 
 private:
     static QString serviceFile();
@@ -188,6 +189,27 @@ void TestDaemonWaker::aDaemonThatDiesWhileNobodyWaitsIsLeft()
     QVERIFY(!hasTimer(f));
     reloadBus();
     QCOMPARE(starts(), 0);
+}
+
+void TestDaemonWaker::aDaemonThatDiesAgainAndAgainIsStartedWithPauses()
+{
+    ServiceFixture f;
+    f.source().synchronize(f.account);
+    QElapsedTimer timer;
+    timer.start();
+    int deaths = 0;
+    for (; timer.elapsed() < 1500; ++deaths) {
+        f.daemon.vanish();
+        // The bus tells of it before it answers this.
+        reloadBus();
+        QCoreApplication::processEvents();
+        QVERIFY(f.daemon.appear());
+        f.daemon.settle();
+    }
+    qInfo("%d deaths, %d starts", deaths, starts());
+    QVERIFY(deaths > 10);
+    // At once, and once more after the first pause.
+    QVERIFY(starts() <= 2);
 }
 
 QTEST_GUILESS_MAIN(TestDaemonWaker)
