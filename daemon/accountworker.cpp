@@ -203,6 +203,20 @@ void AccountWorker::accept(const Request &request)
     enqueue(operationFor(request));
 }
 
+void AccountWorker::catchUp()
+{
+    if (m_context.db->folders(m_context.id()).isEmpty() || !checkSettings().ok()) {
+        // Nothing can be carried, yet somebody may wait for a daemon to show itself.
+        emit syncBegan(accountNumber());
+        emit syncEnded(accountNumber());
+        return;
+    }
+    Request request;
+    request.kind = RequestKind::SyncFolders;
+    request.accountId = accountNumber();
+    accept(request);
+}
+
 Operation *AccountWorker::operationFor(const Request &request)
 {
     const QMailMessageId message(request.messageId);

@@ -32,6 +32,9 @@ public:
     ~AccountWorker() override;
 
     void accept(const Request &request);
+    /** The daemon has just started: carries what was changed here while none ran. Others hear of it
+     * as of a synchronisation, also when there is nothing to carry. */
+    void catchUp();
     /** The request has ended elsewhere; work that nobody else wants is stopped. */
     void drop(int requestId);
     /** Stops every synchronisation whose requests have ended elsewhere. */

@@ -49,6 +49,13 @@ QSet<quint64> Engine::accounts() const
     return QSet<quint64>(ids.cbegin(), ids.cend());
 }
 
+void Engine::catchUp()
+{
+    const QList<AccountWorker *> workers = m_workers.values();
+    for (AccountWorker *account : workers)
+        account->catchUp();
+}
+
 void Engine::check(quint64 ticket, quint64 accountId, quint64 messageId)
 {
     const bool acceptable =

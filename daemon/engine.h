@@ -29,6 +29,8 @@ public:
 
     /** The accounts that are served. */
     QSet<quint64> accounts() const;
+    /** Call it when the front can be heard: carries what was changed while no daemon ran. */
+    void catchUp();
 
 public slots:
     void check(quint64 ticket, quint64 accountId, quint64 messageId);

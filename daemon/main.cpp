@@ -95,6 +95,8 @@ int serve(const QDBusConnection &bus)
     QString error;
     QMetaObject::invokeMethod(
         front, [front, bus] { return front->start(bus); }, Qt::BlockingQueuedConnection, &error);
+    if (error.isEmpty())
+        engine.catchUp();
     const int code = error.isEmpty() ? QCoreApplication::exec() : fail(error);
     thread.quit();
     thread.wait();

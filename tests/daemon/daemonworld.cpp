@@ -34,7 +34,19 @@ bool DaemonWorld::begin()
     if (!server.start())
         return false;
     account = StoreFixture::addAccount(settings());
-    return daemon.start();
+    return startDaemon();
+}
+
+bool DaemonWorld::startDaemon()
+{
+    listener.clear();
+    const bool isTold =
+        daemon.start() && QTest::qWaitFor([this] {
+            const int begun = listener.count(QStringLiteral("syncStarted"));
+            return begun > 0 && listener.count(QStringLiteral("syncCompleted")) >= begun;
+        });
+    listener.clear();
+    return isTold;
 }
 
 int DaemonWorld::endDaemon()

@@ -19,6 +19,8 @@ public:
 
     /** Starts the server and the daemon and adds an account for "alice" on that server. */
     bool begin();
+    /** Starts the daemon for accounts that it knows, and waits until it has told of itself. */
+    bool startDaemon();
     /** Ends the daemon in order; its exit code, 0 where it does not run. */
     int endDaemon();
     /** The settings of an account on the server. */

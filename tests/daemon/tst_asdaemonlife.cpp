@@ -36,6 +36,8 @@ private slots:
     void itCanStartAgainAfterAKill();
     void aNewDaemonEndsTheSynchronisationsOfADeadOne();
     void aNewDaemonEndsTheRequestsOfADeadOne();
+    void aDaemonThatStartsCarriesWhatWasChangedAndTellsOfIt();
+    void aDaemonThatStartsTellsOfAnAccountThatItCannotServe();
     void aNewDaemonDoesNotRepeatTheIdsOfADeadOne();
     void everyRunIsTheSameDeviceToEveryAccount();
     void killedAtAnyInstantNothingIsLostOrDoubled();
@@ -62,6 +64,18 @@ private:
         QString text;
     };
     Run runOnce(const QStringList &arguments, const QString &bus = QString());
+    /** A broadcast for the account, as the listener writes it down. */
+    QString broadcast(const char *signal) const
+    {
+        return QStringLiteral("%1 %2")
+            .arg(QLatin1String(signal))
+            .arg(m_world->account.toULongLong());
+    }
+    /** The beginnings and ends of synchronisations that were heard. */
+    QStringList syncs() const
+    {
+        return m_world->listener.broadcasts().filter(QStringLiteral("sync"));
+    }
     QJsonObject slow(double seconds, const char *command, int after = 0) const
     {
         return {{QStringLiteral("kind"), QStringLiteral("delay")},
@@ -177,7 +191,7 @@ void TestAsDaemonLife::dbusStartsIt()
 
 void TestAsDaemonLife::aSecondInstanceSaysSoAndEnds()
 {
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startDaemon());
     world().server.fault(slow(3, "FolderSync"));
     const int id = world().sync();
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
@@ -269,20 +283,60 @@ void TestAsDaemonLife::aNewDaemonEndsTheRequestsOfADeadOne()
 
 void TestAsDaemonLife::aNewDaemonEndsTheSynchronisationsOfADeadOne()
 {
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startDaemon());
     world().server.fault(slow(30, "Sync"));
     world().sync();
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
     world().daemon.kill();
     QCOMPARE(world().listener.count(QStringLiteral("syncCompleted")), 0);
+    world().listener.clear();
     QVERIFY(world().daemon.start());
-    QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    const QStringList ends {broadcast("syncCompleted"), broadcast("syncStarted"),
+                            broadcast("syncCompleted")};
+    // That of the dead one, before the one with which each daemon shows itself.
+    QTRY_COMPARE(syncs(), ends);
     // One that ended in order leaves nothing to end.
     QCOMPARE(world().endDaemon(), 0);
+    world().listener.clear();
     QVERIFY(world().daemon.start());
+    QTRY_COMPARE(syncs(), ends.mid(1));
     world().server.clearFaults();
     QCOMPARE(world().syncAndWait(), 200);
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 2);
+}
+
+void TestAsDaemonLife::aDaemonThatStartsCarriesWhatWasChangedAndTellsOfIt()
+{
+    QVERIFY(world().startDaemon());
+    world().deliver(2);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().endDaemon(), 0);
+    const auto inInbox = QMailMessageKey::parentFolderId(world().folder(QStringLiteral("Inbox")));
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(inInbox, QMailMessage::Read, true));
+    world().listener.clear();
+    QVERIFY(world().daemon.start());
+    QTRY_COMPARE(syncs(), QStringList({broadcast("syncStarted"), broadcast("syncCompleted")}));
+    for (const QJsonObject &message :
+         world().server.messages(QStringLiteral("alice"), QStringLiteral("Inbox")))
+        QVERIFY(message.value(QStringLiteral("read")).toBool());
+    // The next one has nothing to carry: it tells of itself, and asks the server for nothing.
+    QCOMPARE(world().endDaemon(), 0);
+    world().server.clearLog();
+    QVERIFY(world().startDaemon());
+    QCOMPARE(world().endDaemon(), 0);
+    QCOMPARE(world().server.log().size(), 0);
+}
+
+void TestAsDaemonLife::aDaemonThatStartsTellsOfAnAccountThatItCannotServe()
+{
+    QVERIFY(world().startDaemon());
+    world().deliver(1);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().endDaemon(), 0);
+    StoreFixture::Account settings = world().settings();
+    settings.port = 0;
+    world().changeSettings(world().account, settings);
+    QVERIFY(world().startDaemon());
 }
 
 void TestAsDaemonLife::aNewDaemonDoesNotRepeatTheIdsOfADeadOne()
@@ -497,7 +551,7 @@ void TestAsDaemonLife::anAccountThatGoesDuringItsSynchronisation()
 {
     QFETCH(bool, isRemoved);
     world().deliver(250);
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startDaemon());
     world().server.fault(slow(1.5, "Sync", 2));
     const int id = world().sync();
     QTRY_VERIFY(world().messageCount() >= 100);
