@@ -70,7 +70,7 @@ class CollectionSync:
         if self.folder is None and self.options.silent_unknown:
             return None
         if self.folder is None or self.call.device.hierarchy is None:
-            return self.failed(HIERARCHY)
+            return self.failed(HIERARCHY if self.call.new else GONE)
         if self.options.counting_keys and self.key != "0" and "-" not in self.key:
             self.call.http_error(501)
         if self.key == "0":
@@ -297,7 +297,7 @@ def get_item_estimate(call):
             call.http_error(501)
         snapshot = state.ring.open(key) if state and key else None
         if folder is None or snapshot is None:
-            code = "2" if folder is None else "3"
+            code = "2" if folder is None else "3" if key == "0" or state is None else "4"
             answer.add(Node("GetItemEstimate:Response", Node("GetItemEstimate:Status", code)))
             continue
         wish = request.find("AirSync:Options")

@@ -282,6 +282,8 @@ class Sync(ServerTest):
         self.assertEqual(text(self.client.sync_at(folder, "0"), "AirSync:Status"), "12")
         self.client.folder_sync()
         self.assertEqual(text(self.client.sync_at("none", "0"), "AirSync:Status"), "12")
+        self.client.version = "12.1"
+        self.assertEqual(text(self.client.sync_at("none", "0"), "AirSync:Status"), "8")
 
     def testClientMarksReadAndFlags(self):
         self.deliver()
@@ -405,11 +407,18 @@ class Sync(ServerTest):
         folder = self.ready()
         self.deliver("one")
         self.deliver("two")
-        key = self.client.keys[folder]
-        root = self.client.ask("GetItemEstimate", '<GetItemEstimate xmlns="GetItemEstimate:"><Collections><Collection>'
+        root = self.estimate(folder, self.client.keys[folder])
+        self.assertEqual(text(root, "GetItemEstimate:Response/Collection/Estimate"), "2")
+
+    def testEstimateThatCannotBeMade(self):
+        folder = self.ready()
+        for where, key, status in (("none", "k", "2"), (folder, "0", "3"), (folder, "unknown", "4")):
+            self.assertEqual(text(self.estimate(where, key), "GetItemEstimate:Response/Status"), status)
+
+    def estimate(self, folder, key):
+        return self.client.ask("GetItemEstimate", '<GetItemEstimate xmlns="GetItemEstimate:"><Collections><Collection>'
                                f'<SyncKey xmlns="AirSync:">{key}</SyncKey><CollectionId>{folder}</CollectionId>'
                                "</Collection></Collections></GetItemEstimate>")
-        self.assertEqual(text(root, "GetItemEstimate:Response/Collection/Estimate"), "2")
 
     def testOlderVersionHasNoNewerElements(self):
         self.deliver()
