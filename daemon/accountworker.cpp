@@ -123,28 +123,32 @@ void AccountWorker::syncForPush(const QStringList &folders)
     accept(request);
 }
 
-/** A synchronisation is over: what it did not bring is waited for. */
+/** A synchronisation is over: what it did not bring is waited for, unless another one follows. */
 void AccountWorker::resumePush(const SyncRun &run, const Eas::Result &result)
 {
     if (!m_push)
         return;
     if (run.hasBroughtNews())
         m_push->noteNews();
-    if (result.ok())
-        m_push->resume();
-    else
+    if (!result.ok())
         m_push->postpone(result);
+    else if (!isSyncLeft())
+        m_push->resume();
 }
 
 /** Synchronisations were stopped before their end, and nobody else will resume the watch. */
 void AccountWorker::postponePush()
 {
-    const QList<Operation *> all = operations();
-    const bool isSyncLeft = std::any_of(all.cbegin(), all.cend(), [](Operation *operation) {
-        return qobject_cast<SyncRun *>(operation);
-    });
-    if (m_push && !isSyncLeft)
+    if (m_push && !isSyncLeft())
         m_push->postpone({Eas::Cancelled, QStringLiteral("the synchronisation was stopped")});
+}
+
+bool AccountWorker::isSyncLeft() const
+{
+    const QList<Operation *> all = operations();
+    return std::any_of(all.cbegin(), all.cend(), [](const Operation *operation) {
+        return qobject_cast<const SyncRun *>(operation);
+    });
 }
 
 void AccountWorker::networkChanged()
@@ -323,6 +327,8 @@ void AccountWorker::next()
                                      [](Operation *operation) { return operation->isUrgent(); });
     const int index = urgent == m_queue.cend() ? 0 : int(urgent - m_queue.cbegin());
     m_current = m_queue.takeAt(index);
+    if (m_push && qobject_cast<SyncRun *>(m_current))
+        m_push->makeWay();
     run(m_current);
 }
 

@@ -62,6 +62,8 @@ private:
     void syncForPush(const QStringList &folders);
     void resumePush(const SyncRun &run, const Eas::Result &result);
     void postponePush();
+    /** Whether a synchronisation waits or is under way. */
+    bool isSyncLeft() const;
     void keepSessionState();
     /** The server wants the account's data gone. */
     void wipe();

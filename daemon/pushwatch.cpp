@@ -30,6 +30,9 @@ constexpr int LongestForNews = 3;
 /** Changes of the network within this are one that comes and goes, in ms. */
 constexpr int SteadyNetworkMs = 60 * 1000;
 
+/** After this a busy server, too, has begun to wait, in ms. */
+constexpr int SettledMs = 5 * 1000;
+
 /** A Ping's status, [MS-ASCMD] 2.2.3.177.11. */
 enum PingStatus { HeartbeatOutOfRange = 5, TooManyFolders = 6, FolderSyncRequired = 7 };
 
@@ -96,6 +99,12 @@ void PushWatch::rest()
 {
     delete m_command;
     m_pause.stop();
+}
+
+void PushWatch::makeWay()
+{
+    if (m_command && waitedMs() < SettledMs)
+        delete m_command;
 }
 
 void PushWatch::networkChanged()

@@ -43,6 +43,11 @@ public:
     void postpone(const Eas::Result &reason);
     /** Waits for nothing until resume() or postpone(). */
     void rest();
+    /** A synchronisation begins, after which resume() or postpone() comes: a request that has only
+     * just gone out is taken back until then. Some servers keep one state of a device for all of
+     * its requests, and of two that begin together the later to end undoes what the other wrote
+     * there: nothing is watched then, and no answer tells so. */
+    void makeWay();
     /** The network is another one: what waits now may wait in vain. */
     void networkChanged();
     /** Whether a request waits at the server. */

@@ -39,6 +39,7 @@ private slots:
     void aServerThatComesBackIsWatchedAgain();
     void theInboxIsWatchedThoughNotAllFoldersFit();
     void aStoppedSynchronisationIsMadeUpFor();
+    void aWaitThatHasOnlyJustBegunMakesWay();
     void aNetworkThatReturnsIsUsedAtOnce();
     void aChangeOfTheNetworkIsNoticed();
     void pausesAfterErrorsGrowAndAreSpread();
@@ -257,6 +258,17 @@ void TestPush::aStoppedSynchronisationIsMadeUpFor()
 }
 
 /** The watch itself, without the rest of the daemon. */
+void TestPush::aWaitThatHasOnlyJustBegunMakesWay()
+{
+    // Some servers watch nothing for a wait that begins beside another request.
+    setPush(true);
+    awaitPing();
+    QCOMPARE(world().syncAndWait(), 200);
+    awaitPing(2);
+    world().server.deliverText(QStringLiteral("alice"), QStringLiteral("News"));
+    QTRY_VERIFY(world().subjects().contains(QStringLiteral("News")));
+}
+
 void TestPush::aNetworkThatReturnsIsUsedAtOnce()
 {
     QCOMPARE(world().endDaemon(), 0);
