@@ -33,7 +33,7 @@ void GivenUpCheck::lookNext()
     auto *lookup = new SentLookup(m_context, SentMark::of(message), this);
     connect(lookup, &SyncStep::finished, this, [=](const Eas::Result &result) {
         lookup->deleteLater();
-        onLooked(message, lookup->hasFound(), result);
+        onLooked(message, lookup->answer() == SentLookup::There, result);
     });
     lookup->proceed();
 }
@@ -41,6 +41,9 @@ void GivenUpCheck::lookNext()
 void GivenUpCheck::onLooked(const Store::Outgoing &message, bool isFound, const Eas::Result &result)
 {
     if (!result.ok()) {
+        // A server that never answers it would hold up each synchronisation.
+        if (result.code != Eas::NoConnection)
+            emit notFound(message);
         finishLater(result);
     } else if (isFound) {
         settle(message);

@@ -3,8 +3,10 @@
 
 #include "daemon/eas/sendmailcommand.h"
 #include "daemon/logging.h"
+#include "daemon/sendingpreparation.h"
 #include "daemon/sentlookup.h"
 #include "daemon/store/outgoingmail.h"
+#include "daemon/store/replyheaders.h"
 
 #include <QDateTime>
 #include <QTimer>
@@ -23,6 +25,11 @@ constexpr int SubmissionFailed = 120;
 constexpr int ItemGone = 150;
 constexpr int RepliesForbidden = 117;
 constexpr int ReplyFailed = 121;
+/** The server does not understand the request: of a reply's, ReplaceMime may be the reason. */
+constexpr int FirstMisunderstood = 101;
+constexpr int LastMisunderstood = 106;
+constexpr int HttpBadRequest = 400;
+constexpr int HttpNotImplemented = 501;
 /** The server failed, before or after it has sent the message. */
 constexpr int FirstServerError = 110;
 constexpr int LastServerError = 111;
@@ -41,6 +48,15 @@ Eas::Result judged(Eas::Result result)
 bool isClientError(int httpStatus)
 {
     return httpStatus >= 400 && httpStatus < 500;
+}
+
+/** The server has refused what a reply or forward is more than another message. */
+bool isAboutResponse(const Eas::Result &failure)
+{
+    return failure.status == ItemGone || failure.status == RepliesForbidden
+        || failure.status == ReplyFailed
+        || (failure.status >= FirstMisunderstood && failure.status <= LastMisunderstood)
+        || failure.httpStatus == HttpBadRequest || failure.httpStatus == HttpNotImplemented;
 }
 
 /** The server has said that it does not send the message. */
@@ -106,27 +122,62 @@ void MailSending::begin()
         finish(opened);
     else if (m_outgoing.state == Store::Outgoing::Sent)
         finish({});
-    else if (m_outgoing.state == Store::Outgoing::Uncertain)
-        lookUp();
-    else
+    else if (m_outbox.isHeld(m_outgoing))
+        endInDoubt();
+    else if (m_outgoing.state == Store::Outgoing::Ready)
         send();
+    else
+        lookUp();
 }
 
-Eas::Result MailSending::compose()
+void MailSending::send()
 {
-    QMailMessage message(m_id);
+    m_outbox.noteReason(m_id, QString()); // what it said of the last try
+    const QMailMessage message(m_id);
+    Eas::Result known;
     if (!message.id().isValid())
-        return {Eas::NotFound, QStringLiteral("the message has been removed")};
-    const Eas::Result addressed = Store::OutgoingMail::checkRecipients(message);
-    if (!addressed.ok())
-        return addressed;
-    m_plan = m_plain ? Store::ResponsePlan() : Store::ResponsePlan::of(message);
-    const Eas::Result completed = Store::OutgoingMail::completeParts(&message, m_plan);
+        known = {Eas::NotFound, QStringLiteral("the message has been removed")};
+    else
+        known = Store::OutgoingMail::checkRecipients(message);
+    if (known.ok())
+        prepare(message);
+    else
+        finish(known);
+}
+
+void MailSending::prepare(const QMailMessage &message)
+{
+    m_plan = Store::ResponsePlan::of(message);
+    if (m_plain)
+        m_plan = m_plan.plain();
+    auto *preparation = new SendingPreparation(m_context, message, m_plan, this);
+    connect(preparation, &SyncStep::finished, this,
+            [this, message, preparation](const Eas::Result &result) {
+                preparation->deleteLater();
+                onPrepared(message, *preparation, result);
+            });
+    preparation->proceed();
+}
+
+void MailSending::onPrepared(QMailMessage message, const SendingPreparation &preparation,
+                             const Eas::Result &result)
+{
+    const Eas::Result composed = result.ok() ? compose(&message, preparation.original()) : result;
+    if (composed.ok())
+        leave();
+    else
+        finish(composed);
+}
+
+Eas::Result MailSending::compose(QMailMessage *message, const QMailMessage &original)
+{
+    const Eas::Result completed = Store::OutgoingMail::completeParts(message, m_plan);
     if (!completed.ok())
         return completed;
+    Store::ReplyHeaders::complete(message, original);
     m_file = std::make_unique<OutgoingFile>();
     m_file->mayLeave = [this] { return noteLeaving(); };
-    const Eas::Result written = Store::OutgoingMail::write(message, m_outgoing, m_file->device());
+    const Eas::Result written = Store::OutgoingMail::write(*message, m_outgoing, m_file->device());
     if (!written.ok())
         return written;
     if (!m_file->close())
@@ -135,14 +186,8 @@ Eas::Result MailSending::compose()
     return {};
 }
 
-void MailSending::send()
+void MailSending::leave()
 {
-    m_outbox.noteReason(m_id, QString()); // what it said of the last try
-    const Eas::Result composed = compose();
-    if (!composed.ok()) {
-        finish(composed);
-        return;
-    }
     m_command = new Eas::SendMailCommand(m_context.session, mail());
     connect(m_command, &Eas::Command::finished, this, [this] {
         Eas::SendMailCommand *ended = m_command;
@@ -163,7 +208,7 @@ Eas::OutgoingMail MailSending::mail()
         : m_plan.kind == Store::ResponsePlan::Forward     ? Eas::OutgoingMail::Forward
                                                           : Eas::OutgoingMail::Plain;
     mail.original = m_plan.original.locator();
-    mail.replaceMime = m_plan.saysAll;
+    mail.replaceMime = !m_plan.serverAdds;
     return mail;
 }
 
@@ -171,17 +216,17 @@ bool MailSending::canFallBack(const Eas::Result &failure) const
 {
     if (m_plan.kind == Store::ResponsePlan::Plain)
         return false;
-    // An older server says no more than that it failed.
+    // An older server says no more than that it failed; what says all went to it as plain.
     if (m_context.session->version() < 140)
-        return !m_plan.saysAll && failure.code == Eas::ServerFailed;
-    return failure.status == ItemGone || failure.status == RepliesForbidden
-        || failure.status == ReplyFailed;
+        return m_plan.serverAdds && failure.code == Eas::ServerFailed;
+    return isAboutResponse(failure);
 }
 
 bool MailSending::noteLeaving()
 {
     m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();
-    const Eas::Result noted = m_outbox.save(m_outgoing, Store::Outgoing::Uncertain);
+    m_outgoing.state = Store::Outgoing::Uncertain;
+    const Eas::Result noted = m_outbox.save(m_outgoing, m_outgoing.state);
     if (!noted.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << noted.text;
     return noted.ok();
@@ -195,7 +240,8 @@ void MailSending::onSent(const Eas::Result &answer)
     } else if (hasLeft && !isRefusal(answer)) {
         onFailed(answer);
     } else {
-        m_outbox.save(m_outgoing, Store::Outgoing::Ready);
+        m_outgoing.state = Store::Outgoing::Ready;
+        m_outbox.save(m_outgoing, m_outgoing.state);
         if (canFallBack(answer))
             sendPlain();
         else
@@ -203,11 +249,10 @@ void MailSending::onSent(const Eas::Result &answer)
     }
 }
 
-/** The server cannot help with it: the message goes as it is. */
 void MailSending::sendPlain()
 {
-    qCInfo(lcDaemon) << "account" << m_context.id() << "the original is gone, the message"
-                     << m_id.toULongLong() << "goes without it";
+    qCInfo(lcDaemon) << "account" << m_context.id() << "the server cannot help with the message"
+                     << m_id.toULongLong() << "which goes as a plain one";
     m_plain = true;
     m_failure = {};
     send();
@@ -229,23 +274,44 @@ void MailSending::onFailed(const Eas::Result &failure)
 
 void MailSending::lookUp()
 {
+    m_byHand = m_outgoing.state == Store::Outgoing::Doubtful;
     auto *lookup = new SentLookup(m_context, SentMark::of(m_outgoing), this);
     connect(lookup, &SyncStep::finished, this, [this, lookup](const Eas::Result &result) {
         lookup->deleteLater();
-        if (result.ok() && lookup->hasFound())
-            finish({});
-        else if (result.ok() && canFallBack(m_failure))
-            sendPlain();
-        else if (!m_failure.ok())
-            finish(m_failure);
-        else if (!result.ok())
-            finish(result);
-        else if (SentLookup::timeToSettle(m_outgoing) > 0)
-            QTimer::singleShot(SentLookup::timeToSettle(m_outgoing), this, &MailSending::lookUp);
-        else
-            send();
+        onLooked(*lookup, result);
     });
     lookup->proceed();
+}
+
+void MailSending::onLooked(const SentLookup &lookup, const Eas::Result &result)
+{
+    const auto answer = lookup.answer();
+    if (!result.ok())
+        finish(m_failure.ok() ? result : m_failure);
+    else if (answer == SentLookup::There)
+        finish({});
+    else if (answer == SentLookup::Unclear && !m_byHand)
+        endInDoubt();
+    else if (canFallBack(m_failure))
+        sendPlain();
+    else if (!m_failure.ok())
+        finish(m_failure);
+    else if (SentLookup::timeToSettle(m_outgoing) > 0)
+        QTimer::singleShot(SentLookup::timeToSettle(m_outgoing), this, &MailSending::lookUp);
+    else
+        send();
+}
+
+/** Not known to be sent, and not to be sent again by itself. */
+void MailSending::endInDoubt()
+{
+    Eas::Result doubt = m_failure;
+    doubt.code = m_failure.ok() ? int(Eas::Timeout) : m_failure.code;
+    doubt.text = Store::Outbox::doubt();
+    if (!m_failure.ok())
+        doubt.text += QStringLiteral(" (%1)").arg(m_failure.text);
+    m_outgoing.state = Store::Outgoing::Doubtful;
+    finish(doubt);
 }
 
 void MailSending::finish(const Eas::Result &result)
@@ -265,13 +331,16 @@ void MailSending::finish(const Eas::Result &result)
 /** Makes the end durable, and where nobody else does, visible. */
 void MailSending::settle(const Eas::Result &result)
 {
+    const QString reason = QStringLiteral("%1 %2").arg(result.code).arg(result.text);
     Eas::Result settled;
     if (result.ok())
         settled = m_outbox.save(m_outgoing, Store::Outgoing::Sent);
+    else if (m_outgoing.state == Store::Outgoing::Doubtful)
+        settled = m_outbox.hold(m_outgoing, reason);
     else
-        m_outbox.noteReason(m_id, QStringLiteral("%1 %2").arg(result.code).arg(result.text));
+        m_outbox.noteReason(m_id, reason);
     if (settled.ok() && m_requests.isEmpty())
-        settled = result.ok() ? m_outbox.takeOut(m_id) : m_outbox.putBack(m_id, result.text);
+        settled = result.ok() ? m_outbox.takeOut(m_id) : m_outbox.putBack(m_id, reason);
     if (!settled.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << settled.text;
 }

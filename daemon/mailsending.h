@@ -18,6 +18,9 @@ class SendMailCommand;
 
 namespace Daemon {
 
+class SendingPreparation;
+class SentLookup;
+
 /**
  * Sends one message, once.
  *
@@ -25,6 +28,9 @@ namespace Daemon {
  * not known whether the server has it (after a crash, a cut connection), the folder of sent
  * messages is asked before it is sent again. Once a byte has left, it goes on though nobody waits
  * any more, and then brings the message itself into the state that its end demands.
+ *
+ * Where nobody can tell, it is not sent again by itself: the next time that a person has it sent
+ * decides.
  */
 class MailSending : public Operation
 {
@@ -45,7 +51,11 @@ public:
 private:
     void begin();
     void send();
-    Eas::Result compose();
+    void prepare(const QMailMessage &message);
+    void onPrepared(QMailMessage message, const SendingPreparation &preparation,
+                    const Eas::Result &result);
+    Eas::Result compose(QMailMessage *message, const QMailMessage &original);
+    void leave();
     Eas::OutgoingMail mail();
     /** Whether it can still go without the server's help. */
     bool canFallBack(const Eas::Result &failure) const;
@@ -54,6 +64,8 @@ private:
     void onSent(const Eas::Result &answer);
     void onFailed(const Eas::Result &failure);
     void lookUp();
+    void onLooked(const SentLookup &lookup, const Eas::Result &result);
+    void endInDoubt();
     void finish(const Eas::Result &result);
     void settle(const Eas::Result &result);
 
@@ -64,7 +76,9 @@ private:
     QByteArray m_rfcId;
     QList<Request> m_requests;
     Store::ResponsePlan m_plan;
-    bool m_plain = false; ///< the original is gone
+    bool m_plain = false; ///< the server cannot help with it
+    /** Nobody could tell whether it was sent, and a person has it sent again. */
+    bool m_byHand = false;
     std::unique_ptr<OutgoingFile> m_file;
     Eas::SendMailCommand *m_command = nullptr;
     Eas::Result m_failure; ///< why it has to be found out whether the server has it

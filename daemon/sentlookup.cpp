@@ -1,19 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sentlookup.h"
 
-#include "daemon/eas/fetchmessagecommand.h"
 #include "daemon/eas/folderchanges.h"
 #include "daemon/eas/httpchannel.h"
 #include "daemon/folderstep.h"
 #include "daemon/foldersync.h"
+#include "daemon/headfetch.h"
 #include "daemon/logging.h"
 #include "daemon/store/outgoingmail.h"
 #include "daemon/store/serveruid.h"
+#include "daemon/store/texttraces.h"
 #include "daemon/treestep.h"
 
 #include <QDateTime>
 #include <qmailmessage.h>
 #include <qmailstore.h>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <vector>
@@ -24,10 +26,15 @@ namespace {
 
 /** The server's clock may be so many seconds behind. */
 constexpr qint64 ClockSlack = 24 * 60 * 60;
-/** So many messages are asked for at most, */
+/** So many messages are asked for at most. */
 constexpr int MostCandidates = 50;
-/** ... and so much of each: all of the head but for very long lists of recipients. */
-constexpr int HeadSize = 51200;
+/**
+ * What came to the folder earlier than so many seconds before the message was written is another
+ * one, and what came so many after it left may be. Clocks differ, and large messages take their
+ * time.
+ */
+constexpr qint64 EarliestArrival = 10 * 60;
+constexpr qint64 LatestArrival = 60 * 60;
 
 /**
  * How long a server may still be at a message that it has got, milliseconds: only then does it tell
@@ -38,14 +45,48 @@ int settlingTime()
     return Eas::HttpTimes::usual().answer / 8;
 }
 
-std::optional<Store::FolderState> sentFolder(const AccountContext &context)
+void collectPlaces(const QMailAddress &address, QSet<QString> *places)
 {
-    const auto folders = context.db->folders(context.id());
-    for (const Store::FolderState &folder : folders) {
-        if (folder.type == Eas::SentItems)
-            return folder;
+    const QList<QMailAddress> members =
+        address.isGroup() ? address.groupMembers() : QList<QMailAddress>();
+    for (const QMailAddress &member : members)
+        collectPlaces(member, places);
+    if (!address.isGroup())
+        places->insert(address.address().toLower());
+}
+
+QSet<QString> visibleRecipients(const QMailMessage &message)
+{
+    QSet<QString> places;
+    for (const QMailAddress &address : message.to() + message.cc())
+        collectPlaces(address, &places);
+    return places;
+}
+
+bool isSameSubject(const QString &one, const QString &other)
+{
+    return one.simplified().compare(other.simplified(), Qt::CaseInsensitive) == 0;
+}
+
+/** An id as this program gives them, so that the message is another one of its own. */
+bool isOwnId(const QByteArray &id, const QByteArray &own)
+{
+    static const QRegularExpression form(QStringLiteral("^<[0-9a-f]{32}@"));
+    return form.match(QString::fromLatin1(id)).hasMatch() && id.mid(33) == own.mid(33);
+}
+
+/** The server cannot be asked now, and perhaps can later. */
+bool isPassing(const Eas::Result &result)
+{
+    switch (result.code) {
+    case Eas::NotFound:
+    case Eas::InvalidAnswer:
+        return false;
+    case Eas::ServerFailed:
+        return result.retryAfter > 0 || result.httpStatus >= 500 || Retry().nextDelay(result);
+    default:
+        return true;
     }
-    return std::nullopt;
 }
 
 } // namespace
@@ -53,13 +94,33 @@ std::optional<Store::FolderState> sentFolder(const AccountContext &context)
 SentMark SentMark::of(const Store::Outgoing &outgoing)
 {
     const QMailMessage message(outgoing.messageId);
-    return {Store::OutgoingMail::rfcId(message, outgoing), message.subject(), outgoing.created};
+    SentMark mark;
+    mark.rfcId = Store::OutgoingMail::rfcId(message, outgoing);
+    mark.subject = message.subject();
+    mark.recipients = visibleRecipients(message);
+    mark.text = Store::TextTraces::beginning(message);
+    mark.attachments = Store::TextTraces::attachmentNames(message);
+    mark.left = outgoing.leftAt / 1000;
+    const qint64 date = message.date().toUTC().toSecsSinceEpoch();
+    // Some servers show the time of the header, which may be long before.
+    mark.written = qMin(message.date().isValid() ? date : outgoing.created, outgoing.created);
+    return mark;
 }
 
 SentLookup::SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent)
     : SyncStep(context, parent)
     , m_mark(mark)
 {
+}
+
+std::optional<Store::FolderState> SentLookup::folderOf(const AccountContext &context)
+{
+    const auto folders = context.db->folders(context.id());
+    for (const Store::FolderState &folder : folders) {
+        if (folder.type == Eas::SentItems)
+            return folder;
+    }
+    return std::nullopt;
 }
 
 int SentLookup::timeToSettle(const Store::Outgoing &outgoing)
@@ -74,22 +135,22 @@ void SentLookup::proceed()
     syncFolder();
 }
 
-void SentLookup::run(SyncStep *step, std::function<void(const Eas::Result &)> then)
+void SentLookup::run(SyncStep *step, std::function<void(const Eas::Result &, bool)> then)
 {
     connect(step, &SyncStep::paused, step, &SyncStep::proceed);
-    connect(step, &SyncStep::finished, this, [step, then](const Eas::Result &result) {
+    connect(step, &SyncStep::finished, this, [step, then](const Eas::Result &result, bool local) {
         step->deleteLater();
-        then(result);
+        then(result, local);
     });
     step->proceed();
 }
 
 void SentLookup::syncFolder()
 {
-    const auto folder = sentFolder(m_context);
+    const auto folder = folderOf(m_context);
     if (!folder && m_treeIsFresh) {
         qCInfo(lcSync) << "account" << m_context.id() << "has no folder of sent messages";
-        finishLater({});
+        end(Unclear);
         return;
     }
     if (!folder) {
@@ -97,79 +158,126 @@ void SentLookup::syncFolder()
         return;
     }
     run(new FolderStep(m_context, folder->serverId, FolderSync::TextBound, this),
-        [this, folder](const auto &result) {
+        [this, folder](const auto &result, bool local) {
             if (result.ok())
                 collect(folder->folderId);
             else if (FolderSync::isTreeStale(result) && !m_treeIsFresh)
                 syncTree();
             else
-                emit finished(result, false);
+                endUnlooked(result, local);
         });
 }
 
 void SentLookup::syncTree()
 {
     m_treeIsFresh = true;
-    run(new TreeStep(m_context, this), [this](const auto &result) {
+    run(new TreeStep(m_context, this), [this](const auto &result, bool local) {
         if (result.ok())
             syncFolder();
         else
-            emit finished(result, false);
+            endUnlooked(result, local);
     });
+}
+
+void SentLookup::end(Answer answer)
+{
+    m_answer = answer;
+    finishLater({});
+}
+
+/** Where it is of no use to try again, it cannot be found out. */
+void SentLookup::endUnlooked(const Eas::Result &result, bool local)
+{
+    if (local || isPassing(result)) {
+        emit finished(result, local);
+        return;
+    }
+    qCWarning(lcSync) << "account" << m_context.id()
+                      << "does not show what was sent:" << result.text;
+    end(Unclear);
 }
 
 void SentLookup::collect(const QMailFolderId &folder)
 {
-    const QDateTime since = QDateTime::fromSecsSinceEpoch(m_mark.since - ClockSlack, Qt::UTC);
+    const QDateTime since = QDateTime::fromSecsSinceEpoch(m_mark.written - ClockSlack, Qt::UTC);
     const auto key = QMailMessageKey::parentFolderId(folder)
         & QMailMessageKey::receptionTimeStamp(since, QMailDataComparator::GreaterThanEqual);
     const auto found = QMailStore::instance()->messagesMetaData(
         key,
-        QMailMessageKey::ServerUid | QMailMessageKey::Subject
+        QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::Subject
             | QMailMessageKey::ReceptionTimeStamp);
-    std::vector<QMailMessageMetaData> messages(found.cbegin(), found.cend());
-    const auto rank = [this](const QMailMessageMetaData &message) {
-        return std::make_pair(message.subject() != m_mark.subject,
-                              -message.receivedDate().toUTC().toSecsSinceEpoch());
-    };
-    std::sort(messages.begin(), messages.end(),
-              [rank](const auto &a, const auto &b) { return rank(a) < rank(b); });
-    for (const QMailMessageMetaData &message : messages) {
+    for (const QMailMessageMetaData &message : found) {
         const auto uid = Store::ServerUid::split(message.serverUid());
-        if (uid.isKnownThere() && m_candidates.size() < MostCandidates)
-            m_candidates.append(uid.locator());
+        if (uid.isKnownThere())
+            m_candidates.append({uid.locator(), message.id(),
+                                 message.receivedDate().toUTC().toSecsSinceEpoch(),
+                                 isSameSubject(message.subject(), m_mark.subject)});
     }
+    std::sort(m_candidates.begin(), m_candidates.end(), [](const auto &a, const auto &b) {
+        return std::make_pair(!a.isAlike, -a.received) < std::make_pair(!b.isAlike, -b.received);
+    });
+    if (m_candidates.size() > MostCandidates && m_candidates.at(MostCandidates).isAlike)
+        m_answer = Unclear;
+    m_candidates = m_candidates.mid(0, MostCandidates);
     askNext();
 }
 
 void SentLookup::askNext()
 {
     if (m_candidates.isEmpty()) {
-        finishLater({});
+        end(m_answer);
         return;
     }
-    m_head.close();
-    m_head.setData(QByteArray());
-    m_head.open(QIODevice::WriteOnly);
-    auto *command =
-        new Eas::FetchMessageCommand(m_context.session, m_candidates.takeFirst(), &m_head);
-    Eas::BodyPreference preference;
-    preference.type = Eas::Mime;
-    preference.truncation = HeadSize;
-    command->setBodyPreference(preference);
-    start(command, [this, command] {
-        m_found = command->result().ok() && isWanted(m_head.data());
-        if (m_found || (!command->result().ok() && command->result().code != Eas::NotFound))
-            emit finished(command->result(), false);
-        else
-            askNext();
+    const Candidate candidate = m_candidates.takeFirst();
+    auto *fetch = new HeadFetch(m_context, candidate.locator, this);
+    connect(fetch, &SyncStep::finished, this, [this, fetch, candidate](const Eas::Result &result) {
+        fetch->deleteLater();
+        onHead(candidate, result, fetch->message());
     });
+    fetch->proceed();
 }
 
-bool SentLookup::isWanted(const QByteArray &head) const
+void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
+                        const QMailMessage &head)
 {
-    const QMailMessage message = QMailMessage::fromRfc2822(head);
-    return message.headerFieldText(QStringLiteral("Message-ID")).trimmed().toUtf8() == m_mark.rfcId;
+    if (!result.ok() && result.code != Eas::NotFound) {
+        const bool isDoubt = candidate.isAlike || m_answer == Unclear;
+        if (isPassing(result) || isDoubt)
+            endUnlooked(result, false);
+        else
+            end(NotThere); // all others have another subject as well
+        return;
+    }
+    const Answer answer = result.ok() ? compare(candidate, head) : NotThere;
+    if (answer == There) {
+        end(There);
+        return;
+    }
+    if (answer == Unclear)
+        m_answer = Unclear;
+    askNext();
+}
+
+SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMessage &head) const
+{
+    const QByteArray id = head.headerFieldText(QStringLiteral("Message-ID")).trimmed().toUtf8();
+    if (id == m_mark.rfcId)
+        return There;
+    if (!candidate.isAlike || isOwnId(id, m_mark.rfcId))
+        return NotThere;
+    if (candidate.received < m_mark.written - EarliestArrival)
+        return NotThere;
+    if (id.isEmpty())
+        return Unclear;
+    const QSet<QString> recipients = visibleRecipients(head);
+    if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
+        return NotThere;
+    const bool isSame = recipients == m_mark.recipients
+        && candidate.received < m_mark.left + LatestArrival
+        && Store::TextTraces::contains(head, m_mark.text)
+        && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))
+               .contains(m_mark.attachments);
+    return isSame ? There : Unclear;
 }
 
 } // namespace Daemon

@@ -20,8 +20,9 @@ using Message = QMailMessageMetaData;
 
 const QString clientIdField = QStringLiteral("orvmail-client-id");
 const QString reasonField = QStringLiteral("orvmail-send-failure");
-/** The message server's own, "true" once it has tried often enough. */
+/** The message server's own: how often it has tried, "true" once that is enough. */
 const QString givenUpField = QStringLiteral("dontSend");
+const QString givenUpMark = QStringLiteral("true");
 
 /** 32 letters and digits. */
 QString newClientId()
@@ -62,7 +63,7 @@ QMailMessageKey givenUpKey(const QMailAccountId &account)
 {
     return QMailMessageKey::parentAccountId(account)
         & QMailMessageKey::status(Message::Outbox, QMailDataComparator::Includes)
-        & QMailMessageKey::customField(givenUpField, QStringLiteral("true"));
+        & QMailMessageKey::customField(givenUpField, givenUpMark);
 }
 
 /** Messages from here that neither wait nor are the server's, so that nobody looks at them. */
@@ -139,6 +140,25 @@ void Outbox::noteReason(const QMailMessageId &id, const QString &reason)
         setField(id, reasonField, reason);
 }
 
+Eas::Result Outbox::hold(const Outgoing &outgoing, const QString &reason)
+{
+    // The message first: one that is known as doubtful and not held reads as a person's wish.
+    noteReason(outgoing.messageId, reason);
+    const Eas::Result held = setField(outgoing.messageId, givenUpField, givenUpMark);
+    return held.ok() ? save(outgoing, Outgoing::Doubtful) : held;
+}
+
+/**
+ * The message server counts a failure in a copy of the message that may be older than the hold, and
+ * so loses it. A person's program either leaves the mark or takes it away.
+ */
+bool Outbox::isHeld(const Outgoing &outgoing) const
+{
+    bool isCount = false;
+    currentMessage(outgoing.messageId).customField(givenUpField).toUInt(&isCount);
+    return outgoing.state == Outgoing::Doubtful && isCount;
+}
+
 Eas::Result Outbox::takeOut(const QMailMessageId &id)
 {
     if (exists(id) && !QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord))
@@ -177,6 +197,7 @@ Eas::Result Outbox::settleGivenUp(const Outgoing &outgoing)
 void Outbox::recover(const QSet<QMailMessageId> &busy)
 {
     forgetRemoved();
+    renewHolds();
     const QMailMessageMetaDataList messages = stranded(m_account.id);
     for (const Message &message : messages) {
         const QMailMessageId id = message.id();
@@ -188,6 +209,22 @@ void Outbox::recover(const QSet<QMailMessageId> &busy)
         else if (!(message.status() & Message::Sent))
             putBack(id, interrupted(id));
     }
+}
+
+void Outbox::renewHolds()
+{
+    for (const Outgoing &outgoing : m_db.outgoing(m_account.id)) {
+        if (!isHeld(outgoing))
+            continue;
+        const QString known = currentMessage(outgoing.messageId).customField(reasonField);
+        hold(outgoing, known.isEmpty() ? doubt() : known);
+    }
+}
+
+QString Outbox::doubt()
+{
+    return QStringLiteral("it is not known whether the server has sent the message; look among the "
+                          "sent messages, and send it again only if it is not there");
 }
 
 void Outbox::forgetRemoved()

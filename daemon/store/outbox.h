@@ -35,6 +35,16 @@ public:
     Eas::Result putBack(const QMailMessageId &id, const QString &reason);
     /** Keeps the reason alone; an empty one takes back the last. */
     void noteReason(const QMailMessageId &id, const QString &reason);
+    /**
+     * Nobody can tell whether it was sent: keeps the message server from sending it by itself,
+     * until a person does. It is durable that it is so when it returns.
+     */
+    Eas::Result hold(const Outgoing &outgoing, const QString &reason);
+    /** What a person is told of such a message. */
+    static QString doubt();
+    /** Whether it is held, and it is the message server that asks for it all the same. */
+    bool isHeld(const Outgoing &outgoing) const;
+
     /** It was sent, and whoever asked for it has gone: the server's own copy takes its place. */
     Eas::Result takeOut(const QMailMessageId &id);
 
@@ -55,6 +65,7 @@ public:
 
 private:
     void forgetRemoved();
+    void renewHolds();
     Outgoing newOutgoing(const QMailMessageId &id, const QString &clientId) const;
 
     SyncStateDb &m_db;

@@ -74,10 +74,15 @@ QByteArray OutgoingMail::rfcId(const QMailMessage &message, const Outgoing &outg
     return own.isEmpty() ? outgoing.rfcId : own;
 }
 
+void OutgoingMail::leaveToServer(QMailMessage *message, const ResponsePlan &plan)
+{
+    if (plan.serverAdds)
+        References::drop(message, plan.originalId);
+}
+
 Eas::Result OutgoingMail::completeParts(QMailMessage *message, const ResponsePlan &plan)
 {
-    if (plan.kind == ResponsePlan::Forward && !plan.saysAll)
-        References::drop(message, message->inResponseTo());
+    leaveToServer(message, plan);
     return References::resolve(message);
 }
 

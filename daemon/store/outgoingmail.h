@@ -22,7 +22,10 @@ namespace OutgoingMail {
 /** Whether somebody is named to whom it can be sent; else NotFound. */
 Eas::Result checkRecipients(const QMailMessageMetaData &message);
 
-/** Brings in what parts of the message only name, but for what the server is to add itself. */
+/** Leaves out what the server is to put in itself. */
+void leaveToServer(QMailMessage *message, const ResponsePlan &plan);
+
+/** Brings in what parts of the message only name or never had, but for what the server puts in. */
 Eas::Result completeParts(QMailMessage *message, const ResponsePlan &plan);
 
 /** The message, with the Message-ID and Date of `outgoing` where it has none of its own. */

@@ -8,18 +8,30 @@
 
 namespace Store {
 
-/** Whether a reply or forward leaves the message it is about to the server, and what of it. */
+/**
+ * Which message a reply or forward is about, and what of it the server is to do.
+ *
+ * The message that a mail program names may be another one: it is believed only where all that is
+ * known of both speaks for it.
+ */
 struct ResponsePlan
 {
     enum Kind { Plain, Reply, Forward };
 
+    /** Plain where the account does not wish more, or where the server does not have the original.
+     */
     Kind kind = Plain;
-    ServerUid original; ///< of a reply or forward
-    /** It holds the original's text or attachments itself, so the server is to add nothing. */
-    bool saysAll = false;
+    QMailMessageId originalId; ///< invalid where none is plausible
+    ServerUid original;        ///< of a reply or forward
+    /**
+     * The message itself only names the original, so that the server is to put it in. In all other
+     * cases it says all, and the server adds nothing to what the person has seen.
+     */
+    bool serverAdds = false;
 
-    /** Plain, too, where the account does not wish it or the original is not at the server. */
     static ResponsePlan of(const QMailMessage &message);
+    /** The same, for a message that goes without the server's help. */
+    ResponsePlan plain() const;
 };
 
 } // namespace Store

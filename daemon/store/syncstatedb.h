@@ -52,7 +52,8 @@ struct Outgoing
     enum State {
         Ready = 0,     ///< the server does not have it
         Uncertain = 1, ///< the server may have it
-        Sent = 2       ///< the server has it
+        Sent = 2,      ///< the server has it
+        Doubtful = 3   ///< that cannot be found out: only a person has it sent again
     };
 
     QString clientId; ///< by which the server knows it again

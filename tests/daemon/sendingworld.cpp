@@ -112,9 +112,28 @@ QJsonObject SendingWorld::sendFault(const char *kind, QJsonObject more)
 
 QString SendingWorld::reasonOf(const QMailMessageId &id)
 {
+    return fieldOf(id, "orvmail-send-failure");
+}
+
+QString SendingWorld::fieldOf(const QMailMessageId &id, const char *name)
+{
     // Not this process's copy, which may be older.
     const auto found = QMailStore::instance()->messagesMetaData(
         QMailMessageKey::id(id), QMailMessageKey::Id | QMailMessageKey::Custom);
-    return found.isEmpty() ? QString()
-                           : found.first().customField(QStringLiteral("orvmail-send-failure"));
+    return found.isEmpty() ? QString() : found.first().customField(QLatin1String(name));
+}
+
+void SendingWorld::setField(const QMailMessageId &id, const char *name, const QString &value)
+{
+    const auto found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::id(id), QMailMessageKey::Id | QMailMessageKey::Custom);
+    if (found.isEmpty())
+        qFatal("there is no such message");
+    QMailMessageMetaData message = found.first();
+    if (value.isEmpty())
+        message.removeCustomField(QLatin1String(name));
+    else
+        message.setCustomField(QLatin1String(name), value);
+    QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), QMailMessageKey::Custom,
+                                                   message);
 }

@@ -38,6 +38,10 @@ public:
     void setOutbox(const QMailMessageId &id, bool on);
     /** Why the message was not sent, as the daemon wrote it down. */
     static QString reasonOf(const QMailMessageId &id);
+    /** A custom field of the message, as the mail store has it. */
+    static QString fieldOf(const QMailMessageId &id, const char *name);
+    /** Changes it as another process does; an empty text takes it away. */
+    static void setField(const QMailMessageId &id, const char *name, const QString &value);
 };
 
 #endif

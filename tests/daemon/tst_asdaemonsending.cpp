@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/daemon/sendingworld.h"
 
+#include <algorithm>
 #include <memory>
 #include <QFile>
+#include <QJsonArray>
 #include <qmailaccount.h>
 #include <qmailmessage.h>
 #include <qmailmessageremovalrecord.h>
@@ -49,6 +51,11 @@ private slots:
     void aCutBeforeTheServerHasItIsNoDoubt();
     void aTimeoutIsNoReasonToSendItTwice_data();
     void aTimeoutIsNoReasonToSendItTwice();
+    void whatCannotBeLookedForIsNotSentAgain_data();
+    void whatCannotBeLookedForIsNotSentAgain();
+    void anotherMessageLikeItIsNoDoubt_data();
+    void anotherMessageLikeItIsNoDoubt();
+    void aDoubtIsOverOnceTheServerShowsTheMessage();
     void anEditedMessageGoesAsItIsNow();
     void askedForTwiceItIsSentOnce();
     void memoryDoesNotGrowWithTheMessage();
@@ -74,10 +81,7 @@ private:
     void giveUp(const QMailMessageId &id)
     {
         world().setOutbox(id, true);
-        QMailMessage message(id);
-        message.setCustomField(QStringLiteral("dontSend"), QStringLiteral("true"));
-        QVERIFY(QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
-                                                               QMailMessageKey::Custom, message));
+        SendingWorld::setField(id, "dontSend", QStringLiteral("true"));
     }
     std::unique_ptr<SendingWorld> m_world;
 };
@@ -423,6 +427,98 @@ void TestAsDaemonSending::aTimeoutIsNoReasonToSendItTwice()
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
+void TestAsDaemonSending::whatCannotBeLookedForIsNotSentAgain_data()
+{
+    QTest::addColumn<QJsonObject>("fault");
+    QTest::addColumn<bool>("headless");
+    const auto always = [](const char *kind, const QString &command, QJsonObject more) {
+        more.insert(QStringLiteral("command"), command);
+        more.insert(QStringLiteral("count"), -1);
+        return SendingWorld::sendFault(kind, more);
+    };
+    const QString fetch = QStringLiteral("ItemOperations");
+    QTest::newRow("the request is refused")
+        << always("status", fetch, {{QStringLiteral("status"), 2}}) << false;
+    QTest::newRow("half an answer")
+        << always("damage", fetch, {{QStringLiteral("how"), QStringLiteral("truncated")}}) << false;
+    QTest::newRow("a page in HTML") << always("rubbish", fetch, {}) << false;
+    QTest::newRow("the folder is half an answer") << always(
+        "damage", QStringLiteral("Sync"), {{QStringLiteral("how"), QStringLiteral("truncated")}})
+                                                  << false;
+    QTest::newRow("messages without a head") << QJsonObject() << true;
+}
+
+/** Nobody knows whether it was sent; so only a person has it sent again. */
+void TestAsDaemonSending::whatCannotBeLookedForIsNotSentAgain()
+{
+    QFETCH(QJsonObject, fault);
+    QFETCH(bool, headless);
+    world().setOption("client_id_memory", false);
+    world().setOption("no_mime", headless);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.fault(SendingWorld::sendFault("reset", {{QStringLiteral("late"), true}}));
+    if (!fault.isEmpty())
+        world().server.fault(fault);
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
+    QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+    // The message server's own count of failures gets over it, and it tries again.
+    for (const char *count : {"1", "2", "3"}) {
+        world().setOutbox(id, true);
+        SendingWorld::setField(id, "dontSend", QString::fromLatin1(count));
+        QCOMPARE(world().sendAndWait(id), 901);
+        QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+    }
+    QCOMPARE(world().server.requestCount("SendMail"), 1);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QVERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 2);
+}
+
+void TestAsDaemonSending::anotherMessageLikeItIsNoDoubt_data()
+{
+    QTest::addColumn<QByteArray>("other");
+    const QByteArray head = "From: alice@example.test\r\nSubject: Hello\r\n";
+    QTest::newRow("to somebody else")
+        << head + "To: carol@elsewhere.test\r\nMessage-ID: <a@other.test>\r\n\r\nHello.\r\n";
+    QTest::newRow("this program's own") << head
+            + "To: bob@example.test\r\n"
+              "Message-ID: <00112233445566778899aabbccddeeff@example.com>\r\n\r\nHello.\r\n";
+}
+
+void TestAsDaemonSending::anotherMessageLikeItIsNoDoubt()
+{
+    QFETCH(QByteArray, other);
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(2); // for a server that may still be at it
+    QVERIFY(world().daemon.start());
+    world().server.deliver(alice, QStringLiteral("Sent"), other);
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::aDoubtIsOverOnceTheServerShowsTheMessage()
+{
+    world().setOption("client_id_memory", false);
+    world().server.fault(SendingWorld::sendFault("reset", {{QStringLiteral("late"), true}}));
+    world().server.fault(
+        SendingWorld::sendFault("status",
+                                {{QStringLiteral("command"), QStringLiteral("ItemOperations")},
+                                 {QStringLiteral("status"), 2}}));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+    world().setOutbox(id, true);
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
 void TestAsDaemonSending::anEditedMessageGoesAsItIsNow()
 {
     QMailMessage message = world().draft();
@@ -487,7 +583,15 @@ void TestAsDaemonSending::withoutAConnectionTheMessageStaysInTheOutbox()
     world().server.control("network", {{QStringLiteral("up"), true}});
     world().server.clearLog();
     QCOMPARE(world().sendAndWait(id), 200);
-    QCOMPARE(world().server.requestCount("Sync"), 0);
+    // It is not looked for: it never left.
+    const QJsonArray log = world().server.log();
+    const auto isOfIt = [](const QJsonValue &entry) {
+        const QString command = entry[QStringLiteral("command")].toString();
+        return command == QLatin1String("Sync") || command == QLatin1String("SendMail");
+    };
+    const auto first = std::find_if(log.begin(), log.end(), isOfIt);
+    QVERIFY(first != log.end());
+    QCOMPARE((*first)[QStringLiteral("command")].toString(), QStringLiteral("SendMail"));
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
@@ -687,10 +791,14 @@ void TestAsDaemonSending::whatNobodySentIsLeftAlone()
 
 void TestAsDaemonSending::aCopyOfASentMessageIsSent()
 {
+    world().server.fault(SendingWorld::sendFault("status", {{QStringLiteral("status"), 115}}));
     const QMailMessageId first = world().add(world().draft(QStringLiteral("First")));
-    QCOMPARE(world().sendAndWait(first), 200);
+    QCOMPARE(world().sendAndWait(first), 507);
+    QTRY_VERIFY(!SendingWorld::fieldOf(first, "orvmail-client-id").isEmpty());
     QMailMessage copy(first);
-    QVERIFY(!copy.customFields().isEmpty());
+    copy.setCustomField(QStringLiteral("orvmail-client-id"),
+                        SendingWorld::fieldOf(first, "orvmail-client-id"));
+    QCOMPARE(world().sendAndWait(first), 200);
     copy.setId(QMailMessageId());
     copy.setSubject(QStringLiteral("Second"));
     QCOMPARE(world().sendAndWait(world().add(copy)), 200);

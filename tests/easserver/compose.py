@@ -83,6 +83,8 @@ def _send(call, request):
     if original:
         if not request.replace:
             mime = with_original(mime, original, verb == FORWARDED)
+            if call.options.own_ids:
+                mime = with_id(mime, email.utils.make_msgid(domain=f"server.{DOMAIN}"))
     names = recipients(mime)
     local = _local(call, names)
     outgoing = without_bcc(mime)
@@ -125,6 +127,13 @@ def without_bcc(mime):
     start, head = mimeparts._header_end(mime, 0, len(mime))
     cut = re.sub(rb"(?im)^bcc:.*\n(?:[ \t].*\n)*", b"", head)
     return cut + mime[len(head):]
+
+
+def with_id(mime, message_id):
+    """The message with another Message-ID."""
+    start, head = mimeparts._header_end(mime, 0, len(mime))
+    cut = re.sub(rb"(?im)^message-id:.*\n(?:[ \t].*\n)*", b"", head)
+    return b"Message-ID: " + message_id.encode() + b"\r\n" + cut + mime[len(head):]
 
 
 def with_original(mime, original, forward):

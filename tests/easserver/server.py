@@ -62,6 +62,7 @@ QUIRKS = LENIENT + (
     "ignores_search_range",  # every page of a search begins at its first result
     "opaque_long_ids",       # a search's ids tell nothing of folder and item
     "no_mime",               # a message has no form but its text
+    "own_ids",               # a message with an original put in has a Message-ID of the server's
     "moves_are_known",       # what a client moved is not shown to it in the new folder
 )
 

@@ -765,6 +765,16 @@ class Sending(ServerTest):
         data = commands_of(self.client.sync(folder))[0][2]
         self.assertEqual(text(data, "Email2:LastVerbExecuted"), "1")
 
+    def testAnIdOfItsOwnWhereItPutsTheOriginalIn(self):
+        self.server.control("options", own_ids=True)
+        self.deliver("Question")
+        source = f"<Source><FolderId>{self.ready()}</FolderId><ItemId>1</ItemId></Source>"
+        for more, own in ((source, True), ("<ReplaceMime/>" + source, False)):
+            self.send(command="SmartReply", client_id=f"c{own}", more=more)
+            sent = email.message_from_bytes(self.content("Sent", item="1" if own else "2"))
+            self.assertEqual("@server." in sent["Message-ID"], own)
+            self.assertEqual(len(sent.get_all("Message-ID")), 1)
+
     def testReplyInTheClientsOwnWords(self):
         self.deliver("Question")
         folder = self.ready()

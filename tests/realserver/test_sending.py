@@ -102,29 +102,58 @@ def test_aReplyIsOne(world):
     assert "\\Answered" in asked.flags, asked.flags
 
 
-def test_theOriginalIsQuotedOnce(world):
-    assert world.received("Re: A question").raw.count(b"What is the answer?") <= 2  # text and HTML
+def test_aReplyAddsNothing(world):
+    there = world.received("Re: A question")
+    equal(says(there), WORDS)
+    assert b"What is the answer?" not in there.raw
 
 
-def test_aForwardCarriesTheAttachments(world):
-    """They are not here: nobody has downloaded them."""
+def test_aForwardAddsNothing(world):
     original = world.robot.message("The report")
-    assert not original["complete"]
     answer = world.send("Fwd: The report", original=original["id"], response="forward")
     assert answer["ok"], answer
     there = world.received("Fwd: The report")
-    found = attached(there)
-    equal({name: found.get(name) for name, _, _ in FILES}, digests(FILES))
-    equal(says(there)[:len(WORDS)], WORDS)
+    equal(says(there), WORDS)
+    equal(attached(there), {})
+    assert "$Forwarded" in world.witness.message("The report").flags
 
 
-def test_aForwardWithAFileMoreCarriesAll(world):
-    original = world.robot.message("The report")
-    answer = world.send("Fwd: The report, and more", original=original["id"], response="forward",
-                        files=[str(world.file)])
+def test_aForwardOfAnotherSubjectMarksNothing(world):
+    original = world.robot.message("A question")
+    answer = world.send("Fwd: A quest", original=original["id"], response="forward")
     assert answer["ok"], answer
-    found = attached(world.received("Fwd: The report, and more"))
-    equal(found, {**digests(FILES), "picture.bin": hashlib.sha256(BYTES).hexdigest()})
+    equal(says(world.received("Fwd: A quest")), WORDS)
+    assert "$Forwarded" not in world.witness.message("A question").flags
+
+
+def test_aNamedOriginalCarriesItsAttachments(world):
+    """They are not here: nobody has downloaded them."""
+    original = world.robot.message("The report")
+    assert not original["complete"]
+    answer = world.send("Fwd: The report, named", original=original["id"], response="forward",
+                        passOn="named", files=[str(world.file)])
+    assert answer["ok"], answer
+    there = world.received("Fwd: The report, named")
+    picture = hashlib.sha256(BYTES).hexdigest()
+    equal(attached(there), {**digests(FILES), "picture.bin": picture})
+    equal(says(there)[:len(WORDS)], WORDS)
+    assert not world.robot.message("The report")["complete"]
+
+
+def test_anEmbeddedOriginalHasItsAttachments(world):
+    """Nor were they here when it was put into the message."""
+    original = world.robot.message("The report")
+    assert not original["complete"]
+    answer = world.send("Fwd: The report, embedded", original=original["id"], response="forward",
+                        passOn="embedded")
+    assert answer["ok"], answer
+    there = world.received("Fwd: The report, embedded")
+    inner = [part for part in there.mail.iter_attachments()
+             if part.get_content_type() == "message/rfc822"]
+    equal(len(inner), 1, "embedded messages")
+    passed = inner[0].get_content()
+    equal({part.get_filename(): hashlib.sha256(part.get_payload(decode=True)).hexdigest()
+           for part in passed.iter_attachments()}, digests(FILES))
 
 
 def test_whatCannotBeDeliveredStaysInTheOutbox(world):

@@ -68,6 +68,18 @@ QMailMessagePart textPart(const QString &text)
     return part;
 }
 
+/** The original by its name alone, or as much of it as is here. */
+QMailMessagePart originalPart(const QMailMessageId &id, bool named)
+{
+    const QMailMessageContentDisposition disposition(QMailMessageContentDisposition::Attachment);
+    const QMailMessageContentType type("message/rfc822");
+    if (named)
+        return QMailMessagePart::fromMessageReference(id, disposition, type,
+                                                      QMailMessageBody::NoEncoding);
+    return QMailMessagePart::fromData(QMailMessage(id).toRfc2822(), disposition, type,
+                                      QMailMessageBody::EightBit);
+}
+
 QMailMessagePart filePart(const QString &path)
 {
     QMailMessageContentDisposition disposition(QMailMessageContentDisposition::Attachment);
@@ -241,7 +253,7 @@ QJsonObject MailRobot::search(const QJsonObject &command)
 }
 
 /** Sends "subject", "text" and "files" to "to", "cc" and "bcc"; "original" with "response" ("reply"
-   or "forward") makes it one. */
+   or "forward") makes it one, and "passOn" ("named" or "embedded") puts the original into it. */
 QJsonObject MailRobot::send(const QJsonObject &command)
 {
     QMailMessage message = compose(command);
@@ -277,6 +289,9 @@ QMailMessage MailRobot::compose(const QJsonObject &command) const
     const QJsonArray files = command.value(QLatin1String("files")).toArray();
     for (const QJsonValue &file : files)
         message.appendPart(filePart(file.toString()));
+    if (command.contains(QLatin1String("passOn")))
+        message.appendPart(originalPart(
+            original, command.value(QLatin1String("passOn")) == QLatin1String("named")));
     const QMailFolderId drafts = account.standardFolder(QMailFolder::DraftsFolder);
     message.setParentFolderId(drafts.isValid() ? drafts : QMailFolder::LocalStorageFolderId);
     message.setContentScheme(QStringLiteral("qmfstoragemanager"));

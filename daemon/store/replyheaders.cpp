@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/replyheaders.h"
+
+#include <QRegularExpression>
+
+namespace Store {
+
+namespace {
+
+const QString inReplyTo = QStringLiteral("In-Reply-To");
+const QString references = QStringLiteral("References");
+
+/** Characters of References at most: it is one line, which may have 998. */
+constexpr int LongestReferences = 900;
+
+/** The message ids of a field, with their brackets. */
+QStringList idsIn(const QMailMessage &message, const QString &field)
+{
+    static const QRegularExpression id(QStringLiteral("<[^<>\\s]+>"));
+    QStringList ids;
+    auto found = id.globalMatch(message.headerFieldText(field));
+    while (found.hasNext())
+        ids.append(found.next().captured());
+    return ids;
+}
+
+/** The first one tells the conversation, the last ones the place in it. */
+QString joined(QStringList ids)
+{
+    while (ids.size() > 2 && ids.join(QLatin1Char(' ')).size() > LongestReferences)
+        ids.removeAt(1);
+    return ids.join(QLatin1Char(' '));
+}
+
+QStringList ancestorsOf(const QMailMessage &original)
+{
+    const QStringList known = idsIn(original, references);
+    const QStringList parents = idsIn(original, inReplyTo);
+    if (known.isEmpty() && parents.size() == 1)
+        return parents;
+    return known;
+}
+
+} // namespace
+
+bool ReplyHeaders::isIncomplete(const QMailMessage &reply)
+{
+    return idsIn(reply, inReplyTo).isEmpty() || idsIn(reply, references).isEmpty();
+}
+
+void ReplyHeaders::complete(QMailMessage *reply, const QMailMessage &original)
+{
+    const QString id = idsIn(original, QStringLiteral("Message-ID")).value(0);
+    const QStringList parents = idsIn(*reply, inReplyTo);
+    // What it says itself may be about another message.
+    if (id.isEmpty() || id.size() > LongestReferences
+        || (!parents.isEmpty() && parents.first() != id))
+        return;
+    if (parents.isEmpty())
+        reply->setHeaderField(inReplyTo, id);
+    if (idsIn(*reply, references).isEmpty())
+        reply->setHeaderField(references, joined(ancestorsOf(original) + QStringList(id)));
+}
+
+} // namespace Store
