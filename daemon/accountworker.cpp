@@ -13,6 +13,7 @@
 #include "daemon/pushwatch.h"
 #include "daemon/remotewipe.h"
 #include "daemon/searcherrand.h"
+#include "daemon/sentlookup.h"
 #include "daemon/syncrun.h"
 
 #include <QTimer>
@@ -25,6 +26,10 @@ namespace {
 
 /** [MS-ASCMD] 2.2.2: the account's data shall be removed from here. */
 constexpr int WipeWanted = 140;
+
+/** A server may need a moment to put into its folder what it has sent; then several come at once.
+ */
+constexpr int SentDelayMs = 1000;
 
 bool sameServer(const Store::AccountRecord &a, const Store::AccountRecord &b)
 {
@@ -60,6 +65,9 @@ AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStat
 {
     m_context.record = record;
     m_context.db = &db;
+    m_sentAwhileAgo.setSingleShot(true);
+    m_sentAwhileAgo.setInterval(SentDelayMs);
+    connect(&m_sentAwhileAgo, &QTimer::timeout, this, &AccountWorker::fetchSent);
     connectServer();
     connectPush();
     recoverOutbox();
@@ -262,6 +270,13 @@ void AccountWorker::recoverOutbox()
     Store::Outbox(*m_context.db, m_context.record).recover(busy);
 }
 
+void AccountWorker::fetchSent()
+{
+    const auto folder = SentLookup::folderOf(m_context);
+    if (!m_push && folder)
+        syncForPush({QString::number(folder->folderId.toULongLong())});
+}
+
 void AccountWorker::checkGivenUp()
 {
     QList<Store::Outgoing> messages;
@@ -383,6 +398,8 @@ void AccountWorker::onOver(const Eas::Result &result)
         if (result.ok())
             checkGivenUp();
     }
+    if (result.ok() && qobject_cast<MailSending *>(ended))
+        m_sentAwhileAgo.start();
     next();
 }
 

@@ -9,6 +9,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 
 #include <memory>
 
@@ -71,6 +72,8 @@ private:
     Operation *operationFor(const Request &request);
     /** Looks after messages whose sending was interrupted. */
     void recoverOutbox();
+    /** Brings the server's copies of what was sent, where nobody watches for them. */
+    void fetchSent();
     /** Finds out whether messages that the message server has given up were sent all the same. */
     void checkGivenUp();
     /** Ends a request, after telling how its work has ended. */
@@ -98,6 +101,7 @@ private:
     Operation *m_current = nullptr;
     /** Messages given up that need no other look: when they left last, by client id. */
     QHash<QString, qint64> m_lookedFor;
+    QTimer m_sentAwhileAgo;          ///< from the last sending on, until its copy is fetched
     QPointer<Operation> m_announced; ///< the synchronisation that others know of
 };
 

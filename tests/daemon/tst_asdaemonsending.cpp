@@ -56,6 +56,7 @@ private slots:
     void anotherMessageLikeItIsNoDoubt_data();
     void anotherMessageLikeItIsNoDoubt();
     void aDoubtIsOverOnceTheServerShowsTheMessage();
+    void theServersCopyComesByItself();
     void anEditedMessageGoesAsItIsNow();
     void askedForTwiceItIsSentOnce();
     void memoryDoesNotGrowWithTheMessage();
@@ -517,6 +518,16 @@ void TestAsDaemonSending::aDoubtIsOverOnceTheServerShowsTheMessage()
     QCOMPARE(world().syncAndWait(), 200);
     QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+/** Nobody synchronises, and nobody watches for news. */
+void TestAsDaemonSending::theServersCopyComesByItself()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    const QStringList both {QStringLiteral("First"), QStringLiteral("Second")};
+    for (const QString &subject : both)
+        QCOMPARE(world().sendAndWait(world().add(world().draft(subject))), 200);
+    QTRY_COMPARE(world().subjects(QStringLiteral("Sent")), both);
 }
 
 void TestAsDaemonSending::anEditedMessageGoesAsItIsNow()
