@@ -51,7 +51,10 @@ Eas::LocalChange toLocalChange(const Store::FlagChange &flags)
     Eas::LocalChange change;
     change.serverId = flags.serverId;
     change.read = flags.read;
-    if (flags.important)
+    // Some servers take a change without the flag for one that takes it away.
+    if (flags.keepsFlag)
+        change.flag = Eas::FlagStatus::Active;
+    else if (flags.important)
         change.flag = *flags.important ? Eas::FlagStatus::Active : Eas::FlagStatus::Clear;
     return change;
 }
@@ -88,7 +91,8 @@ void UploadStep::next()
     } else if (!m_moves.isEmpty()) {
         move(m_moves.dequeue());
     } else {
-        finishLater({});
+        const Eas::Result result = m_changes.forgetNamelessDeletions();
+        finishLater(result, !result.ok());
     }
 }
 
@@ -129,9 +133,15 @@ bool UploadStep::isDestination(const QString &collectionId) const
 
 void UploadStep::onLooked(const Eas::SyncCommand &command)
 {
-    // What is wrong with the folder or the server shows again when the changes go up.
-    if (!command.result().ok()) {
+    const Eas::Result result = command.result();
+    // What is wrong with the folder shows again when the changes go up.
+    if (result.code == Eas::NotFound || result.code == Eas::InvalidAnswer
+        || result.code == Eas::ServerFailed) {
         next();
+        return;
+    }
+    if (!result.ok()) {
+        finishLater(result);
         return;
     }
     Eas::SyncWindow window = command.windows().first();

@@ -58,6 +58,7 @@ struct MailItem
     std::optional<QDateTime> dateReceived; ///< UTC
     std::optional<bool> read;
     std::optional<FlagStatus> flag;
+    bool hasFlagDates = false;                   ///< the flag has dates or a reminder
     std::optional<int> importance;               ///< 0 low, 1 normal, 2 high
     std::optional<QByteArray> conversationId;    ///< opaque
     std::optional<QByteArray> conversationIndex; ///< opaque

@@ -87,6 +87,7 @@ void MailItemReader::startElement(Tag tag)
         break;
     case Mail::Flag:
         m_flag = FlagStatus::Clear;
+        m_hasFlagDates = false;
         break;
     default:
         break;
@@ -109,6 +110,8 @@ void MailItemReader::endElement(Tag tag, Tag parent, const QByteArray &text, boo
         }
     } else if (parent == Mail::Flag && tag == Mail::Status) {
         readFlag(text);
+    } else if (parent == Mail::Flag && tag != Mail::FlagType) {
+        m_hasFlagDates = true;
     }
 }
 
@@ -137,6 +140,7 @@ void MailItemReader::readProperty(Tag tag, const QByteArray &text)
         break;
     case Mail::Flag:
         m_item.flag = m_flag;
+        m_item.hasFlagDates = m_hasFlagDates;
         break;
     case Mail2::Sender:
         m_item.sender = QString::fromUtf8(text);

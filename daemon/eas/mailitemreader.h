@@ -43,6 +43,7 @@ private:
     QList<Attachment> m_attachments;
     Attachment m_attachment;
     FlagStatus m_flag = FlagStatus::Clear;
+    bool m_hasFlagDates = false;
     QString m_problem;
 };
 

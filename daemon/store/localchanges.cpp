@@ -4,6 +4,7 @@
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/fingerprint.h"
+#include "daemon/store/flagmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 
@@ -87,9 +88,14 @@ void LocalChanges::collectFlags(Changes *changes) const
         const ServerUid uid = ServerUid::split(message.serverUid());
         if (!changes->contains(uid.collectionId) || !isNamed(uid))
             continue;
-        (*changes)[uid.collectionId].flags.append(
-            {message.id(), uid.itemId, difference(message, Message::Read, Message::ReadElsewhere),
-             difference(message, Message::Important, Message::ImportantElsewhere)});
+        FlagChange change;
+        change.id = message.id();
+        change.serverId = uid.itemId;
+        change.read = difference(message, Message::Read, Message::ReadElsewhere);
+        change.important = difference(message, Message::Important, Message::ImportantElsewhere);
+        change.keepsFlag = !change.important && message.status() & Message::ImportantElsewhere
+            && !FlagMark::isSet(currentMessage(message.id()));
+        (*changes)[uid.collectionId].flags.append(change);
     }
 }
 
@@ -114,11 +120,27 @@ void LocalChanges::collectDeletions(Changes *changes) const
 {
     for (const QMailMessageRemovalRecord &record :
          QMailStore::instance()->messageRemovalRecords(m_account)) {
-        // A draft that was saved again leaves a record without an id.
         const ServerUid uid = ServerUid::split(record.serverUid());
         if (changes->contains(uid.collectionId) && isNamed(uid))
             (*changes)[uid.collectionId].deletions.append(uid.itemId);
     }
+}
+
+Eas::Result LocalChanges::forgetNamelessDeletions()
+{
+    const Eas::Result result = AccountGuard::check(m_account);
+    if (!result.ok())
+        return result;
+    // The store purges records by their ids, or all of them.
+    QMailStore *store = QMailStore::instance();
+    const auto records = store->messageRemovalRecords(m_account);
+    const bool isEachNameless =
+        std::all_of(records.cbegin(), records.cend(),
+                    [](const auto &record) { return record.serverUid().isEmpty(); });
+    const bool isPurged =
+        records.isEmpty() || !isEachNameless || store->purgeMessageRemovalRecords(m_account);
+    store->unlock();
+    return isPurged ? result : storeFailure(QStringLiteral("cannot forget deleted drafts"));
 }
 
 Eas::Result LocalChanges::mark(const QMailMessageIdList &ids, quint64 mask, bool value)

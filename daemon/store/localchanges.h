@@ -18,6 +18,8 @@ struct FlagChange
     QString serverId;
     std::optional<bool> read;
     std::optional<bool> important;
+    /** The server's flag stands, and can be said again without loss. */
+    bool keepsFlag = false;
 };
 
 /** A message that was moved here to another folder of the account. */
@@ -56,6 +58,12 @@ public:
     /** Of every folder that has some; what no server can be told (it has no id there) is left out.
      */
     QList<FolderLocalChanges> collect() const;
+
+    /**
+     * Forgets deletions of what no server has ever had: each draft that is saved again is one. Does
+     * so only once no other deletion is left to be carried.
+     */
+    Eas::Result forgetNamelessDeletions();
 
     /** The server took over these flags (as they were uploaded, whatever they are now). */
     Eas::Result acknowledgeFlags(const QList<FlagChange> &changes);

@@ -2,6 +2,7 @@
 #include "daemon/store/messagebuilder.h"
 
 #include "daemon/store/contentmark.h"
+#include "daemon/store/flagmark.h"
 #include "daemon/store/mailtext.h"
 #include "daemon/store/mimeguard.h"
 
@@ -319,6 +320,8 @@ void MessageBuilder::updateFlags(QMailMessageMetaData *message, const Eas::MailI
     if (item.flag)
         follow(message, Message::Important, Message::ImportantElsewhere,
                *item.flag == Eas::FlagStatus::Active);
+    if (item.flag)
+        FlagMark::set(message, item.hasFlagDates);
     if (message->status() & Message::Read)
         message->setStatus(Message::New, false);
     if (item.lastVerb) {

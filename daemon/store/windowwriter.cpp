@@ -387,7 +387,7 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
 {
     std::vector<QMailMessage> contents;
     QMap<QPair<quint64, bool>, QMailMessageIdList> flags;
-    QList<QMailMessageMetaData> found;
+    QList<QMailMessageMetaData> marked;
     QList<Eas::MailItem> changed;
     for (const auto &[item, before] : items) {
         changed.append(item);
@@ -403,12 +403,13 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         }
         QMailMessageMetaData after = before;
         MessageBuilder::updateFlags(&after, item);
+        FoundMark::clear(&after);
         const quint64 different = after.status() ^ before.status();
-        if (different || FoundMark::isSet(before))
+        const bool isMarkNew = after.customFields() != before.customFields();
+        if (different || isMarkNew)
             m_updated.append(before.id());
-        if (FoundMark::isSet(before)) {
-            FoundMark::clear(&after);
-            found.append(after);
+        if (isMarkNew) {
+            marked.append(after);
             continue;
         }
         if (different & after.status())
@@ -426,7 +427,7 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
     if (!contents.empty() && !QMailStore::instance()->updateMessages(pointers(contents)))
         return storeFailure(QStringLiteral("cannot update messages"));
     const Eas::Result result = storeFlags(flags);
-    return result.ok() ? store(found) : result;
+    return result.ok() ? store(marked) : result;
 }
 
 /** Writes the flags alone: the user may be doing more with the messages right now. */

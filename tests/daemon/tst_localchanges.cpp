@@ -32,8 +32,11 @@ private slots:
 
     void readAndImportantTravelAndAreAcknowledged();
     void clearedFlagsTravelToo();
+    void aFlaggedMessageThatIsReadStaysFlagged_data();
+    void aFlaggedMessageThatIsReadStaysFlagged();
     void aDeletionGoesToTheServersTrash();
     void aDeletionFromTheTrashIsForGood();
+    void deletionsOfWhatTheServerNeverHadAreForgotten();
     void aMoveTravelsAndTheMessageKeepsItsId();
     void aMessageThatIsGoneAtTheServerGoesHereToo();
     void theLastActionHereWinsOnFlags();
@@ -182,6 +185,36 @@ void TestLocalChanges::clearedFlagsTravelToo()
     QVERIFY(!has(first, Message::ImportantElsewhere));
 }
 
+void TestLocalChanges::aFlaggedMessageThatIsReadStaysFlagged_data()
+{
+    QTest::addColumn<bool>("bareReadUnflags");
+    QTest::addColumn<bool>("isOurs");
+    QTest::newRow("flagged there") << false << false;
+    QTest::newRow("flagged here") << false << true;
+    QTest::newRow("flagged there; a server that forgets what is not said again") << true << false;
+    QTest::newRow("flagged here; a server that forgets what is not said again") << true << true;
+}
+
+void TestLocalChanges::aFlaggedMessageThatIsReadStaysFlagged()
+{
+    QFETCH(bool, bareReadUnflags);
+    QFETCH(bool, isOurs);
+    world().server.control("options", {{QStringLiteral("bare_read_unflags"), bareReadUnflags}});
+    if (isOurs)
+        set({messageOf(mail1)}, Message::Important, true);
+    else
+        flagAtServer(mail1, {{QStringLiteral("flag"), 2}});
+    QCOMPARE(world().syncAndWait(), 200);
+    for (const bool isRead : {true, false}) {
+        set({messageOf(mail1), messageOf(mail2)}, Message::Read, isRead);
+        QCOMPARE(world().syncAndWait(), 200);
+        QCOMPARE(isReadAtServer(mail1), isRead);
+        QCOMPARE(atServer(mail1).value(QStringLiteral("flag")).toInt(), 2);
+        QCOMPARE(atServer(mail2).value(QStringLiteral("flag")).toInt(), 0);
+        QVERIFY(has(messageOf(mail1), Message::Important));
+    }
+}
+
 void TestLocalChanges::aDeletionGoesToTheServersTrash()
 {
     QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(messageOf(mail1)),
@@ -205,6 +238,23 @@ void TestLocalChanges::aDeletionFromTheTrashIsForGood()
     QVERIFY(atServer(mail1, trash).isEmpty());
     QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
     QVERIFY(world().subjects(trash).isEmpty());
+}
+
+void TestLocalChanges::deletionsOfWhatTheServerNeverHadAreForgotten()
+{
+    // A mail program saves a draft again: the old one goes, with a record.
+    const QMailFolderId folder = world().folder(drafts);
+    const QMailMessageId old =
+        StoreFixture::addMessage(world().account, folder, QStringLiteral("Old draft"));
+    StoreFixture::addMessage(world().account, folder, QStringLiteral("New draft"));
+    QMailStore *store = QMailStore::instance();
+    for (const QMailMessageId &id : {old, messageOf(mail1)})
+        QVERIFY(store->removeMessages(QMailMessageKey::id(id), QMailStore::CreateRemovalRecord));
+    QCOMPARE(store->messageRemovalRecords(world().account).size(), 2);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(store->messageRemovalRecords(world().account).isEmpty());
+    QVERIFY(atServer(mail1).isEmpty());
+    QVERIFY(messageOf(QStringLiteral("New draft")).isValid());
 }
 
 void TestLocalChanges::aMoveTravelsAndTheMessageKeepsItsId()

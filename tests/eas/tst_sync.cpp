@@ -59,6 +59,7 @@ private slots:
     void numbersBeyondAllSenseAreBounded();
     void countlessCollectionsAreRefused();
     void anItemThatCannotBeReadIsLeftOut();
+    void aFlagTellsWhetherItHasDates();
     void oddValuesAreTakenAsAbsent();
     void aFolderStatus_data();
     void aFolderStatus();
@@ -457,6 +458,20 @@ void TestSync::anItemThatCannotBeReadIsLeftOut()
     QCOMPARE(window.unreadable.size(), 4);
     QVERIFY(window.unreadable.first().startsWith(QLatin1String("2: ")));
     QCOMPARE(window.syncKey, QStringLiteral("k2"));
+}
+
+void TestSync::aFlagTellsWhetherItHasDates()
+{
+    const QByteArray start = "<Flag xmlns=\"Email:\"><Status>2</Status><FlagType>x</FlagType>";
+    const QByteArray due = "<DueDate xmlns=\"Tasks:\">2026-01-02T03:04:05.000Z</DueDate>";
+    SyncWindow window;
+    answer(collection("<Commands>" + add(start + due + "</Flag>", "8") + add(start + "</Flag>", "9")
+                      + "</Commands>"),
+           {requestFor(QStringLiteral("k1"))}, &window);
+    QCOMPARE(window.added.size(), 2);
+    QVERIFY(window.added.first().hasFlagDates);
+    QVERIFY(*window.added.last().flag == FlagStatus::Active);
+    QVERIFY(!window.added.last().hasFlagDates);
 }
 
 void TestSync::oddValuesAreTakenAsAbsent()

@@ -63,6 +63,7 @@ QUIRKS = LENIENT + (
     "opaque_long_ids",       # a search's ids tell nothing of folder and item
     "no_mime",               # a message has no form but its text
     "own_ids",               # a message with an original put in has a Message-ID of the server's
+    "bare_read_unflags",     # a Change without Flag takes the flag away
     "moves_are_known",       # what a client moved is not shown to it in the new folder
 )
 

@@ -225,6 +225,8 @@ class CollectionSync:
         flag = data.find("Email:Flag")
         if flag is not None:
             message.flag = int(flag.value("Email:Status", "0") or 0)
+        elif self.options.bare_read_unflags:
+            message.flag = 0
         # What else is new of this item is still to be told.
         if snapshot.items.get(item) == before or self.options.own_changes_hide:
             snapshot.items[item] = message.state()

@@ -38,6 +38,7 @@ private slots:
 
     void nothingDoneMeansNothingToCarry();
     void readAndImportantAreFlags();
+    void aFlagThatStandsIsSaidAgainWhereNothingIsLost();
     void acknowledgedFlagsSurviveUndo();
     void unacknowledgedFlagsAreUndone();
     void flagChangedAgainDuringTheUploadStaysAChange();
@@ -127,6 +128,31 @@ void LocalChangesTest::readAndImportantAreFlags()
         QCOMPARE(change.read, id == 2 ? std::nullopt : std::make_optional(true));
         QCOMPARE(change.important, id == 1 ? std::nullopt : std::make_optional(true));
     }
+}
+
+void LocalChangesTest::aFlagThatStandsIsSaidAgainWhereNothingIsLost()
+{
+    Eas::MailItem dated = Items::flagChange(text("3"), true);
+    dated.hasFlagDates = true;
+    Eas::SyncWindow window = Items::window(in, text("3"));
+    window.changed = {Items::flagChange(text("2"), true), dated};
+    QCOMPARE(m_account->write(window), 200);
+    for (int id = 1; id <= 3; ++id)
+        set(id, Message::Read, true);
+    const QList<FolderLocalChanges> changes = collect();
+    for (const Store::FlagChange &change : changes.first().flags) {
+        QCOMPARE(change.keepsFlag, change.serverId == text("2"));
+        QVERIFY(!change.important);
+    }
+    // Once it has no dates any more, nothing can be lost.
+    window = Items::window(in, text("4"));
+    window.changed = {Items::flagChange(text("3"), true)};
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(collect().first().flags.last().keepsFlag, true);
+    // What the user does to the flag is another matter.
+    set(2, Message::Important, false);
+    QCOMPARE(collect().first().flags.at(1).keepsFlag, false);
+    QCOMPARE(collect().first().flags.at(1).important, std::make_optional(false));
 }
 
 void LocalChangesTest::acknowledgedFlagsSurviveUndo()

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/flagmark.h"
+
+namespace Store {
+
+namespace {
+const QString field = QStringLiteral("orvmail-flag-dates");
+}
+
+bool FlagMark::isSet(const QMailMessageMetaData &message)
+{
+    return !message.customField(field).isNull();
+}
+
+void FlagMark::set(QMailMessageMetaData *message, bool hasDates)
+{
+    if (hasDates)
+        message->setCustomField(field, QStringLiteral("1"));
+    else if (isSet(*message))
+        message->removeCustomField(field);
+}
+
+} // namespace Store
