@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/folderstep.h"
 
+#include "daemon/alarm.h"
 #include "daemon/eas/limits.h"
 #include "daemon/foldersync.h"
+#include "daemon/logging.h"
 #include "daemon/movedcheck.h"
 #include "daemon/store/windowwriter.h"
 
@@ -12,6 +14,35 @@ namespace {
 
 /** A server that says "more" and brings nothing, or the same again, is asked this often. */
 constexpr int IdleWindows = 5;
+
+/** So many bad answers to one key, with pauses between them, are the key's fault. */
+constexpr int MostBadAnswers = 3;
+constexpr int PausesMs[MostBadAnswers - 1] = {1000, 4000};
+
+/** What a server's program says that breaks down over a request. */
+constexpr int HttpServerError = 500;
+/** From this status on, [MS-ASCMD] 2.2.2, it is not about the folder. */
+constexpr int FirstCommonStatus = 101;
+
+/** Whether another key may get a better answer. */
+bool isKeySuspect(const Eas::Result &result)
+{
+    if (result.status >= FirstCommonStatus || result.retryAfter > 0)
+        return false;
+    const bool isAnswerBad = result.httpStatus == 0 || result.httpStatus == HttpServerError;
+    return isAnswerBad && (result.code == Eas::InvalidAnswer || result.code == Eas::ServerFailed);
+}
+
+/** How the server has answered for the one folder that it was asked for. */
+Eas::Result resultOf(const Eas::SyncCommand &command)
+{
+    if (!command.result().ok())
+        return command.result();
+    const int status = command.windows().first().status;
+    Eas::Result result = Eas::SyncCommand::statusResult(status);
+    result.status = result.ok() ? 0 : status;
+    return result;
+}
 
 } // namespace
 
@@ -45,20 +76,57 @@ void FolderStep::ask()
 
 void FolderStep::onAnswer(const Eas::SyncCommand &command)
 {
-    Eas::Result result = command.result();
-    if (result.ok()) {
-        const Eas::SyncWindow &window = command.windows().first();
-        if (window.status == FolderSync::StatusOk) {
-            takeWindow(window);
-            return;
-        }
-        result = Eas::SyncCommand::statusResult(window.status);
-        result.status = window.status;
-    }
-    if (FolderSync::isKeyLost(result))
+    const Eas::Result result = resultOf(command);
+    if (result.ok())
+        takeWindow(command.windows().first());
+    else if (FolderSync::isKeyLost(result))
         beginAnew(result);
+    else if (isKeySuspect(result) && m_key != FolderSync::NoKey && !m_begunAnew)
+        onBadAnswer(result);
     else
         retryOrFail(result, [this] { ask(); });
+}
+
+void FolderStep::onBadAnswer(const Eas::Result &result)
+{
+    if (++m_badAnswers == MostBadAnswers) {
+        tryFromStart(result);
+        return;
+    }
+    qCInfo(lcSync) << "account" << m_context.id() << "asks again for folder" << m_collectionId
+                   << "soon:" << result.text;
+    Alarm::once(PausesMs[m_badAnswers - 1], this, [this] { ask(); });
+}
+
+/** Nothing is given up here before the server has shown that it has a good answer to no key. */
+void FolderStep::tryFromStart(const Eas::Result &reason)
+{
+    Eas::SyncRequest request;
+    const Eas::Result prepared = FolderSync::nextWindow(
+        m_context, m_collectionId, m_windowSize.value(), m_textBound, &request);
+    if (!prepared.ok()) {
+        finishLater(prepared, prepared.code != Eas::NotFound);
+        return;
+    }
+    request.syncKey = FolderSync::NoKey;
+    auto *command = new Eas::SyncCommand(m_context.session, {request});
+    start(command, [this, command, reason] { onStartTried(*command, reason); });
+}
+
+void FolderStep::onStartTried(const Eas::SyncCommand &command, const Eas::Result &reason)
+{
+    if (!resultOf(command).ok() || !command.windows().first().initial) {
+        emit finished(reason, false);
+        return;
+    }
+    m_begunAnew = true;
+    m_named.clear();
+    m_key = FolderSync::NoKey;
+    const Eas::Result result = FolderSync::beginAnew(m_context, m_collectionId, reason);
+    if (result.ok())
+        takeWindow(command.windows().first());
+    else
+        emit finished(result, true);
 }
 
 void FolderStep::beginAnew(const Eas::Result &reason)
@@ -79,6 +147,7 @@ void FolderStep::beginAnew(const Eas::Result &reason)
 void FolderStep::takeWindow(const Eas::SyncWindow &window)
 {
     m_retry.reset();
+    m_badAnswers = 0;
     FolderSync::logWindow(m_context, window);
     m_broughtNews = m_broughtNews || !FolderSync::isEmpty(window);
     auto job = std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window);

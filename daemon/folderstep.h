@@ -15,9 +15,10 @@ namespace Daemon {
  * Brings one folder's messages up to date, a window at a time.
  *
  * The next window is asked for only after the previous one was written, so that the key that is
- * remembered is never more than one behind the server's. A refused key leads to a fresh
- * synchronisation that keeps the messages which the server still has. After the last window the
- * server is asked about messages that were moved here and that no window has shown.
+ * remembered is never more than one behind the server's. A refused key, or one that the server
+ * fails over again and again, leads to a fresh synchronisation that keeps the messages which the
+ * server still has. After the last window the server is asked about messages that were moved here
+ * and that no window has shown.
  */
 class FolderStep : public SyncStep
 {
@@ -33,6 +34,9 @@ public:
 private:
     void ask();
     void onAnswer(const Eas::SyncCommand &command);
+    void onBadAnswer(const Eas::Result &result);
+    void tryFromStart(const Eas::Result &reason);
+    void onStartTried(const Eas::SyncCommand &command, const Eas::Result &reason);
     void takeWindow(const Eas::SyncWindow &window);
     void beginAnew(const Eas::Result &reason);
     void windowWritten(const Eas::SyncWindow &window);
@@ -45,7 +49,8 @@ private:
     const qint64 m_textBound;
     WindowSize m_windowSize;
     QElapsedTimer m_asked;
-    QString m_key; ///< sent last
+    QString m_key;        ///< sent last
+    int m_badAnswers = 0; ///< to the same key, one after the other
     bool m_begunAnew = false;
     QSet<uint> m_named; ///< hashes of the ids that came so far, and of those that went
     int m_idleWindows = 0;

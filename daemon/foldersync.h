@@ -15,6 +15,9 @@ constexpr qint64 TextBound = 64 * 1024;
 /** The same where headers and a preview suffice. */
 constexpr qint64 PreviewBound = 4 * 1024;
 
+/** With which a folder is synchronised from the start. */
+const QString NoKey = QStringLiteral("0");
+
 /** A collection's status, [MS-ASCMD] 2.2.3.177.17. */
 constexpr int StatusOk = 1;
 

@@ -32,6 +32,9 @@ private slots:
     void aTreeThatFailsDoesNotHoldUpTheFolders_data();
     void aTreeThatFailsDoesNotHoldUpTheFolders();
     void aServerThatWantsAPauseIsLeftAloneAfterItsTree();
+    void aKeyThatTheServerFailsOverBeginsAnew_data();
+    void aKeyThatTheServerFailsOverBeginsAnew();
+    void aServerThatFailsOverEverythingKeepsItsKeys();
     void aRefusedFolderKeyKeepsTheFolders();
     void aChangedTreeIsFetchedBeforeTheFolder();
     void moreWithoutItemsEnds_data();
@@ -346,6 +349,69 @@ void TestAsDaemonBadInput::aServerThatWantsAPauseIsLeftAloneAfterItsTree()
     QCOMPARE(world().server.requestCount("Sync"), 0);
 }
 
+void TestAsDaemonBadInput::aKeyThatTheServerFailsOverBeginsAnew_data()
+{
+    QTest::addColumn<QJsonObject>("wish");
+    QTest::addColumn<bool>("hasChanges");
+    const QJsonObject half =
+        fault("damage", {{QStringLiteral("how"), QStringLiteral("truncated")}});
+    const QJsonObject failed = fault("http", {{QStringLiteral("status"), 500}});
+    const QJsonObject refused = refusedCollection(5);
+    QTest::newRow("half a document") << half << false;
+    QTest::newRow("HTTP") << failed << false;
+    QTest::newRow("a status") << refused << false;
+    QTest::newRow("half a document, and something to carry") << half << true;
+    QTest::newRow("HTTP, and something to carry") << failed << true;
+}
+
+void TestAsDaemonBadInput::aKeyThatTheServerFailsOverBeginsAnew()
+{
+    QFETCH(QJsonObject, wish);
+    QFETCH(bool, hasChanges);
+    world().deliver(3, QStringLiteral("Old"));
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageIdList before = messageIds();
+    world().deliver(2, QStringLiteral("New"));
+    if (hasChanges)
+        QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(before.first()),
+                                                       QMailMessage::Read, true);
+    const QString inbox = QString::number(world().folder(QStringLiteral("Inbox")).toULongLong());
+    // The fourth answer of the folder is to no key; a look and the changes come before.
+    wish[QStringLiteral("command")] = QStringLiteral("Sync");
+    wish[QStringLiteral("count")] = hasChanges ? 5 : 3;
+    world().server.fault(wish);
+    const int code = world().codeOf(world().syncFolders({inbox}));
+    QVERIFY(world().faultsAreTaken());
+    QCOMPARE(code == 200, !hasChanges);
+    QCOMPARE(world().messageCount(), 5);
+    QCOMPARE(world().differentSubjects(), 5);
+    QCOMPARE(messageIds().mid(0, 3), before);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(messageIds().size(), 5);
+    if (hasChanges)
+        QVERIFY(world()
+                    .server.messages(QStringLiteral("alice"), QStringLiteral("Inbox"))
+                    .first()
+                    .value(QStringLiteral("read"))
+                    .toBool());
+}
+
+void TestAsDaemonBadInput::aServerThatFailsOverEverythingKeepsItsKeys()
+{
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    // As a network's own login page answers.
+    world().server.fault(fault("rubbish", {{QStringLiteral("count"), -1}}));
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 501);
+    QVERIFY(world().server.log().size() < 10);
+    world().server.clearFaults();
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    // All folders at once, by the keys that they had.
+    QCOMPARE(world().server.requestCount("Sync"), 1);
+}
+
 void TestAsDaemonBadInput::aRefusedFolderKeyKeepsTheFolders()
 {
     world().deliver(2);
@@ -402,10 +468,11 @@ void TestAsDaemonBadInput::oneBadFolderDoesNotHoldUpTheOthers()
     world().deliver(1, QStringLiteral("Out"), QStringLiteral("Sent"));
     QCOMPARE(world().syncAndWait(), 200);
     world().deliver(1, QStringLiteral("Later"), QStringLiteral("Sent"));
-    // The request for all folders, and then the one for the inbox, which comes first.
+    // The request for all folders, and then those for the inbox, which comes first: three by its
+    // key and one by none.
     world().server.fault(
         fault("rubbish",
-              {{QStringLiteral("command"), QStringLiteral("Sync")}, {QStringLiteral("count"), 2}}));
+              {{QStringLiteral("command"), QStringLiteral("Sync")}, {QStringLiteral("count"), 5}}));
     QCOMPARE(world().syncAndWait(), 501);
     QCOMPARE(world().messageCount(), 3);
 }
