@@ -6,6 +6,7 @@
 #include "daemon/eas/status.h"
 #include "daemon/failurewords.h"
 #include "daemon/givenupcheck.h"
+#include "daemon/localchangewatch.h"
 #include "daemon/logging.h"
 #include "daemon/mailboxsearch.h"
 #include "daemon/mailsending.h"
@@ -104,6 +105,8 @@ void AccountWorker::connectServer()
     // Queued: it is told from within a command that this ends.
     connect(m_session.get(), &Eas::Session::wipeRequested, this, &AccountWorker::wipe,
             Qt::QueuedConnection);
+    m_changes = std::make_unique<LocalChangeWatch>(m_context);
+    connect(m_changes.get(), &LocalChangeWatch::uploadNeeded, this, &AccountWorker::uploadChanges);
 }
 
 /** Begins or ends the watch for news, as the account wants it. */
@@ -131,6 +134,15 @@ void AccountWorker::syncForPush(const QStringList &folders)
     accept(request);
 }
 
+/** Carries what the user did in the mail store, though nobody asked for it. */
+void AccountWorker::uploadChanges()
+{
+    Request request;
+    request.kind = RequestKind::Upload;
+    request.accountId = accountNumber();
+    accept(request);
+}
+
 /** A synchronisation is over: what it did not bring is waited for, unless another one follows. */
 void AccountWorker::resumePush(const SyncRun &run, const Eas::Result &result)
 {
@@ -144,9 +156,10 @@ void AccountWorker::resumePush(const SyncRun &run, const Eas::Result &result)
         m_push->resume();
 }
 
-/** Synchronisations were stopped before their end, and nobody else will resume the watch. */
-void AccountWorker::postponePush()
+/** Synchronisations were stopped before their end, and nobody else will do what they have left. */
+void AccountWorker::makeUpForStopped()
 {
+    m_changes->forget();
     if (m_push && !isSyncLeft())
         m_push->postpone({Eas::Cancelled, QStringLiteral("the synchronisation was stopped")});
 }
@@ -159,8 +172,14 @@ bool AccountWorker::isSyncLeft() const
     });
 }
 
+void AccountWorker::storeChanged()
+{
+    m_changes->look();
+}
+
 void AccountWorker::networkChanged()
 {
+    m_changes->networkChanged();
     if (m_push)
         m_push->networkChanged();
 }
@@ -235,7 +254,8 @@ Operation *AccountWorker::operationFor(const Request &request)
     switch (request.kind) {
     case RequestKind::Sync:
     case RequestKind::FolderSync:
-    case RequestKind::SyncFolders: {
+    case RequestKind::SyncFolders:
+    case RequestKind::Upload: {
         auto *run = new SyncRun(m_context, this);
         run->join(request);
         return run;
@@ -393,7 +413,10 @@ void AccountWorker::onOver(const Eas::Result &result)
         // for before the refusal share it.
         cancelAll(result.code);
     }
-    if (const auto *run = qobject_cast<SyncRun *>(ended)) {
+    const auto *run = qobject_cast<SyncRun *>(ended);
+    if (run || result.code == Eas::LoginRefused)
+        m_changes->noteEnd(result);
+    if (run) {
         resumePush(*run, result);
         if (result.ok())
             checkGivenUp();
@@ -414,7 +437,7 @@ void AccountWorker::drop(int requestId)
         stop(operation);
     }
     if (isSyncStopped)
-        postponePush();
+        makeUpForStopped();
     next();
 }
 
@@ -429,7 +452,7 @@ void AccountWorker::stopSync()
         isSyncStopped = true;
     }
     if (isSyncStopped)
-        postponePush();
+        makeUpForStopped();
     next();
 }
 

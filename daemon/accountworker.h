@@ -15,6 +15,7 @@
 
 namespace Daemon {
 
+class LocalChangeWatch;
 class PushWatch;
 class RemoteWipe;
 class SyncRun;
@@ -42,6 +43,8 @@ public:
     void stopSync();
     /** The account's settings are these now; work goes on with them. */
     void update(const Store::AccountRecord &record);
+    /** Somebody, maybe ourselves, has written to the mail store. */
+    void storeChanged();
     /** The machine's network is another one. */
     void networkChanged();
     /** Stops all work and ends its requests with the code. */
@@ -61,8 +64,9 @@ private:
     void connectServer();
     void connectPush();
     void syncForPush(const QStringList &folders);
+    void uploadChanges();
     void resumePush(const SyncRun &run, const Eas::Result &result);
-    void postponePush();
+    void makeUpForStopped();
     /** Whether a synchronisation waits or is under way. */
     bool isSyncLeft() const;
     void keepSessionState();
@@ -95,6 +99,7 @@ private:
 
     AccountContext m_context;
     std::unique_ptr<Eas::Session> m_session;
+    std::unique_ptr<LocalChangeWatch> m_changes;
     std::unique_ptr<PushWatch> m_push;  ///< only while the account's push is on
     std::unique_ptr<RemoteWipe> m_wipe; ///< only while the account is emptied
     QList<Operation *> m_queue;         ///< those that wait, a paused one first

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/commandline.h"
 
+#include "daemon/localchangewatch.h"
+
 #include <QCommandLineParser>
 
 namespace Daemon {
@@ -67,7 +69,13 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         QStringLiteral("patience"),
         QStringLiteral("Give a server up that keeps silent for so long (default 120)."),
         QStringLiteral("SECONDS"));
-    parser.addOptions({help, version, log, patience});
+    const QCommandLineOption undoTime(
+        QStringLiteral("undo-time"),
+        QStringLiteral("Leave changes made here alone for so long, as a mail program may take them "
+                       "back (default %1), unless somebody asks for a synchronisation.")
+            .arg(LocalChangeWatch::usualQuietTime()),
+        QStringLiteral("MILLISECONDS"));
+    parser.addOptions({help, version, log, patience, undoTime});
     if (!parser.parse(arguments))
         return over(parser.errorText() + QStringLiteral("\n"), 2);
     if (parser.isSet(help))
@@ -81,6 +89,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     line.patience = parser.value(patience).toInt();
     if (parser.isSet(patience) && (line.patience < 1 || line.patience > 3600))
         return over(QStringLiteral("not 1 to 3600 seconds: %1\n").arg(parser.value(patience)), 2);
+    line.undoTime = parser.isSet(undoTime) ? parser.value(undoTime).toInt() : 0;
+    if (parser.isSet(undoTime) && (line.undoTime < 1 || line.undoTime > 3600000))
+        return over(
+            QStringLiteral("not 1 to 3600000 milliseconds: %1\n").arg(parser.value(undoTime)), 2);
     const QStringList names = parser.value(log).split(QLatin1Char(','), Qt::SkipEmptyParts);
     for (const QString &name : names) {
         if (name == QLatin1String("all"))

@@ -21,6 +21,8 @@ struct CommandLine
 
     /** Seconds that a server may keep silent; 0: as usual. */
     int patience = 0;
+    /** Milliseconds for which changes made here are left alone; 0: as usual. */
+    int undoTime = 0;
 
     static CommandLine parse(const QStringList &arguments);
 };

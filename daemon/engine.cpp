@@ -38,9 +38,28 @@ Engine::Engine(Store::SyncStateDb &db, QObject *parent)
             Qt::QueuedConnection);
     connect(&m_directory, &Store::AccountDirectory::deleted, this, &Engine::onDeleted,
             Qt::QueuedConnection);
+    watchStore();
     const auto records = m_directory.accounts();
     for (const Store::AccountRecord &record : records)
         makeWorker(record);
+}
+
+/** What a user can do to messages, each by the notice that the store gives of it. */
+void Engine::watchStore()
+{
+    QMailStore *store = QMailStore::instance();
+    connect(store, &QMailStore::messagesUpdated, this, &Engine::onStoreChanged);
+    connect(store, &QMailStore::messagePropertyUpdated, this, &Engine::onStoreChanged);
+    connect(store, &QMailStore::messageStatusUpdated, this, &Engine::onStoreChanged);
+    connect(store, &QMailStore::messageRemovalRecordsAdded, this, &Engine::onStoreChanged);
+    // Some notices may have been missed.
+    connect(store, &QMailStore::ipcConnectionEstablished, this, &Engine::onStoreChanged);
+}
+
+void Engine::onStoreChanged()
+{
+    for (AccountWorker *account : qAsConst(m_workers))
+        account->storeChanged();
 }
 
 QSet<quint64> Engine::accounts() const

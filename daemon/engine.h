@@ -57,6 +57,8 @@ private:
     AccountWorker *upToDateWorker(quint64 accountId);
     AccountWorker *makeWorker(const Store::AccountRecord &record);
     void tellStoreChanges();
+    void watchStore();
+    void onStoreChanged();
 
     Store::SyncStateDb &m_db;
     Store::AccountDirectory m_directory;

@@ -39,9 +39,8 @@ LocalChangeWatch::LocalChangeWatch(const AccountContext &context, QObject *paren
 {
     m_look.setSingleShot(true);
     m_look.setInterval(LookDelayMs);
-    m_quiet.setSingleShot(true);
     connect(&m_look, &QTimer::timeout, this, &LocalChangeWatch::compare);
-    connect(&m_quiet, &QTimer::timeout, this, &LocalChangeWatch::uploadNeeded);
+    connect(&m_quiet, &Alarm::rang, this, &LocalChangeWatch::uploadNeeded);
     // What changed while no daemon ran.
     look();
 }

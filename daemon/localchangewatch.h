@@ -3,6 +3,7 @@
 #define DAEMON_LOCALCHANGEWATCH_H
 
 #include "daemon/accountcontext.h"
+#include "daemon/alarm.h"
 
 #include <QObject>
 #include <QSet>
@@ -46,7 +47,7 @@ private:
 
     const AccountContext m_context;
     QTimer m_look;
-    QTimer m_quiet;
+    Alarm m_quiet;
     QSet<QString> m_known; ///< what was to be carried at the last look
     int m_failures = 0;
     bool m_isMuted = false; ///< the server refuses us, and each attempt could make that worse

@@ -6,6 +6,7 @@
 #include "daemon/engine.h"
 #include "daemon/front.h"
 #include "daemon/halves.h"
+#include "daemon/localchangewatch.h"
 #include "daemon/logging.h"
 #include "daemon/signalwatcher.h"
 
@@ -120,6 +121,8 @@ int main(int argc, char *argv[])
         times.answer = line.patience * 1000;
         times.idle = qMin(times.idle, times.answer);
     }
+    if (line.undoTime > 0)
+        Daemon::LocalChangeWatch::usualQuietTime() = line.undoTime;
     Daemon::startLogging(line.logRules, line.logPlatform);
 
     const auto bus =

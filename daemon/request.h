@@ -11,11 +11,12 @@
 
 namespace Daemon {
 
-/** The calls that start work. */
+/** The calls that start work, and what the daemon asks of itself. */
 enum class RequestKind {
     Sync,
     FolderSync,
     SyncFolders,
+    Upload, ///< local changes alone; no call asks for it
     DownloadMessage,
     DownloadAttachment,
     SendMail,
@@ -29,7 +30,7 @@ constexpr int HeadersAndPreview = 30;
 inline bool isSynchronisation(RequestKind kind)
 {
     return kind == RequestKind::Sync || kind == RequestKind::FolderSync
-        || kind == RequestKind::SyncFolders;
+        || kind == RequestKind::SyncFolders || kind == RequestKind::Upload;
 }
 
 /** One call of the daemon's interface; which members matter depends on the kind. */

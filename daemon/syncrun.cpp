@@ -45,8 +45,8 @@ bool stopsEverything(const Eas::Result &result)
     }
 }
 
-/** Whether the folders that are known can be looked at although their tree could not. */
-bool spoilsTreeAlone(const Eas::Result &result)
+/** Whether each folder for itself may be better off than the tree, the upload or many at once. */
+bool spoilsOneThing(const Eas::Result &result)
 {
     switch (result.code) {
     case Eas::NotFound:
@@ -86,11 +86,13 @@ bool SyncRun::join(const Request &request)
         return false;
     Wish wish;
     wish.request = request;
-    const bool isTreeWanted = request.kind != RequestKind::SyncFolders || !isTreeKnown();
+    const bool isUpload = request.kind == RequestKind::Upload;
+    const bool isTreeWanted =
+        !isUpload && (request.kind != RequestKind::SyncFolders || !isTreeKnown());
     wish.awaitsTree = isTreeWanted && request.kind != RequestKind::FolderSync;
     if (isTreeWanted)
         wish.steps.insert(Tree);
-    else
+    else if (!isUpload)
         wish.steps = toSet(foldersOf(request, false));
     if (request.kind != RequestKind::FolderSync)
         wish.steps.insert(Upload);
@@ -132,8 +134,11 @@ void SyncRun::plan(const QSet<QString> &steps, bool first)
 
 void SyncRun::announce()
 {
+    // An upload alone is none: shown as an action, it would hold up the person's next one, which
+    // may be to take back what goes up.
     const bool isSync = std::any_of(m_wishes.cbegin(), m_wishes.cend(), [](const Wish &wish) {
-        return wish.request.kind != RequestKind::FolderSync;
+        return wish.request.kind == RequestKind::Sync
+            || wish.request.kind == RequestKind::SyncFolders;
     });
     if (m_announced || !isSync)
         return;
@@ -230,7 +235,8 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
                                                  : names.join(QLatin1Char(' ')))
                        << "failed with" << result.code << result.text;
     const bool isTree = names.first() == Tree;
-    const bool isFatal = isTree ? !spoilsTreeAlone(result) : stopsEverything(result);
+    const bool isOneFolder = qobject_cast<FolderStep *>(step);
+    const bool isFatal = isOneFolder ? isServersFault(result) : !spoilsOneThing(result);
     if (!result.ok() && (local || isFatal)) {
         m_step = nullptr;
         finishAll(result);
@@ -245,6 +251,12 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
     finishWishes();
     onProgressed(0);
     emit paused();
+}
+
+/** A folder has failed, from the start as well: is there hope for the others? */
+bool SyncRun::isServersFault(const Eas::Result &result) const
+{
+    return stopsEverything(result) || (result.code == Eas::InvalidAnswer && !m_treeFailure.ok());
 }
 
 void SyncRun::onBatchFinished(const QStringList &names)

@@ -56,6 +56,7 @@ private:
     bool isOrdinary(const Store::FolderState &folder) const;
     void startStep(SyncStep *step, const QStringList &names);
     void onFinished(const Eas::Result &result, bool local);
+    bool isServersFault(const Eas::Result &result) const;
     void onBatchFinished(const QStringList &names);
     void onStepFinished(const QString &name, const Eas::Result &result);
     bool repeatAfterTree(const QString &name);

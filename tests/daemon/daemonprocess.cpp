@@ -41,6 +41,8 @@ bool DaemonProcess::start(QStringList arguments)
 {
     if (m_patience > 0)
         arguments << QStringLiteral("--patience") << QString::number(m_patience);
+    if (m_undoTime > 0)
+        arguments << QStringLiteral("--undo-time") << QString::number(m_undoTime);
     m_process.start(program(), arguments);
     return QTest::qWaitFor([this] { return isOnBus() || !isRunning(); }, 20000) && isRunning();
 }

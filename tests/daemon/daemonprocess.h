@@ -26,6 +26,8 @@ public:
 
     /** Seconds for which a server may keep silent, from the next start on. */
     void setPatience(int seconds) { m_patience = seconds; }
+    /** Milliseconds for which it leaves changes alone, from the next start on. */
+    void setUndoTime(int milliseconds) { m_undoTime = milliseconds; }
     /** Starts it and waits until it has its name on the bus. */
     bool start(QStringList arguments = {QStringLiteral("--log"), QStringLiteral("all")});
     /** SIGTERM without waiting. */
@@ -45,6 +47,7 @@ private:
     QProcess m_process;
     QString m_logFile;
     int m_patience = 0;
+    int m_undoTime = 0;
 };
 
 #endif

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/daemon/daemonworld.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <qmailmessage.h>
+#include <qmailstore.h>
+
+#include <memory>
+
+namespace {
+
+const QString mail1 = QStringLiteral("Mail 1");
+const QString mail2 = QStringLiteral("Mail 2");
+const QString mail3 = QStringLiteral("Mail 3");
+const QString alice = QStringLiteral("alice");
+const QString inbox = QStringLiteral("Inbox");
+
+/** How long a mail program's "undo" lasts. */
+constexpr int UndoMs = 5000;
+/** Long enough for what a test does in a row, on a busy machine. */
+constexpr int ShortUndoMs = 1500;
+
+} // namespace
+
+/** What the user did in the mail store goes up though nobody asks for a synchronisation. */
+class TestUploads : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void changesGoUpAfterTheTimeOfAnUndo_data();
+    void changesGoUpAfterTheTimeOfAnUndo();
+    void changesInARowGoUpTogether();
+    void movesAndDeletionsGoUpAsWell();
+    void whatWasTakenBackStaysHere();
+    void whatASynchronisationCarriedDoesNotGoUpAgain();
+    void whatTheServerRefusesIsTriedOnce();
+    void aRefusedLoginIsNotRepeated();
+    void aServerThatWasAwayHearsOfThemLater();
+    void changesMadeWithoutADaemonGoUpOnceItRuns();
+
+private:
+    using Message = QMailMessageMetaData;
+
+    DaemonWorld &world() { return *m_world; }
+    /** Starts the daemon anew, with less time for second thoughts. */
+    void shortenUndoTime(int milliseconds = ShortUndoMs)
+    {
+        QCOMPARE(world().endDaemon(), 0);
+        world().daemon.setUndoTime(milliseconds);
+        QVERIFY(world().daemon.start());
+        world().server.clearLog();
+        world().listener.clear();
+    }
+    QMailMessageId messageOf(const QString &subject) const
+    {
+        return QMailStore::instance()->queryMessages(QMailMessageKey::subject(subject)).value(0);
+    }
+    void set(const QString &subject, quint64 flag, bool value = true)
+    {
+        QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+            QMailMessageKey::id(messageOf(subject)), flag, value));
+    }
+    QJsonObject atServer(const QString &subject)
+    {
+        for (const QJsonObject &message : world().server.messages(alice, inbox)) {
+            if (message.value(QStringLiteral("subject")).toString() == subject)
+                return message;
+        }
+        return {};
+    }
+    bool isReadAtServer(const QString &subject)
+    {
+        return atServer(subject).value(QStringLiteral("read")).toBool();
+    }
+    /** The changes that clients asked for, in all requests. */
+    int changesInLog()
+    {
+        int count = 0;
+        for (const QJsonObject &request : world().server.requests("Sync"))
+            count += request.value(QStringLiteral("request"))
+                         .toString()
+                         .count(QStringLiteral("<AirSync:Change>"));
+        return count;
+    }
+
+    std::unique_ptr<DaemonWorld> m_world;
+};
+
+void TestUploads::init()
+{
+    if (!EasServer::isAvailable())
+        QSKIP("there is no python3 for the test server");
+    m_world = std::make_unique<DaemonWorld>();
+    QVERIFY(world().begin());
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.clearLog();
+    world().listener.clear();
+}
+
+void TestUploads::cleanup()
+{
+    const int code = m_world ? m_world->endDaemon() : 0;
+    m_world.reset();
+    QCOMPARE(code, 0);
+}
+
+void TestUploads::changesGoUpAfterTheTimeOfAnUndo_data()
+{
+    QTest::addColumn<bool>("push");
+    QTest::newRow("push off") << false;
+    QTest::newRow("push on") << true;
+}
+
+void TestUploads::changesGoUpAfterTheTimeOfAnUndo()
+{
+    QFETCH(bool, push);
+    QMailAccount account(world().account);
+    account.setCustomField(QStringLiteral("pushEnabled"), QString::number(push));
+    QVERIFY(QMailStore::instance()->updateAccount(&account, nullptr));
+    QTRY_COMPARE(world().server.requestCount("Ping"), 0 + push);
+    world().listener.clear();
+    QElapsedTimer timer;
+    timer.start();
+    set(mail1, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 2 * UndoMs);
+    QVERIFY2(timer.elapsed() > UndoMs + 1000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 2 * UndoMs, qPrintable(QString::number(timer.elapsed())));
+    // What goes up is known to the server, and no "undo" takes it back any more.
+    QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::status(
+                     Message::ReadElsewhere, QMailDataComparator::Includes)),
+                 1);
+    // Nobody is disturbed by it.
+    QCOMPARE(world().listener.count(QStringLiteral("syncStarted")), 0);
+    QCOMPARE(world().listener.count(QStringLiteral("requestCompleted")), 0);
+}
+
+void TestUploads::changesInARowGoUpTogether()
+{
+    shortenUndoTime();
+    for (const QString &subject : {mail1, mail2, mail3})
+        set(subject, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail3), 20000);
+    QCOMPARE(changesInLog(), 3);
+    // A look at what others did, and the changes.
+    QCOMPARE(world().server.requestCount("Sync"), 2);
+    QCOMPARE(world().server.requestCount("FolderSync"), 0);
+}
+
+void TestUploads::movesAndDeletionsGoUpAsWell()
+{
+    shortenUndoTime();
+    Message where;
+    where.setPreviousParentFolderId(world().folder(inbox));
+    where.setParentFolderId(world().folder(QStringLiteral("Drafts")));
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+        QMailMessageKey::id(messageOf(mail1)),
+        QMailMessageKey::ParentFolderId | QMailMessageKey::PreviousParentFolderId, where));
+    QTRY_VERIFY_WITH_TIMEOUT(atServer(mail1).isEmpty(), 20000);
+    QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(messageOf(mail2)),
+                                                   QMailStore::CreateRemovalRecord));
+    QTRY_VERIFY_WITH_TIMEOUT(atServer(mail2).isEmpty(), 20000);
+    QVERIFY(!atServer(mail3).isEmpty());
+}
+
+void TestUploads::whatWasTakenBackStaysHere()
+{
+    shortenUndoTime();
+    set(mail1, Message::Read);
+    set(mail1, Message::Read, false);
+    set(mail2, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail2), 20000);
+    QCOMPARE(changesInLog(), 1);
+    QVERIFY(!isReadAtServer(mail1));
+}
+
+void TestUploads::whatASynchronisationCarriedDoesNotGoUpAgain()
+{
+    shortenUndoTime();
+    world().deliver(2, QStringLiteral("New"));
+    set(mail1, Message::Read);
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.clearLog();
+    // What the synchronisation itself has written is nobody's change either.
+    set(mail2, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail2), 20000);
+    QCOMPARE(changesInLog(), 1);
+    QCOMPARE(world().server.requestCount("Sync"), 2);
+}
+
+void TestUploads::whatTheServerRefusesIsTriedOnce()
+{
+    shortenUndoTime(200);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("item_status")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("after"), 1}, // the look before it
+                          {QStringLiteral("status"), 7}});
+    set(mail1, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(world().server.requestCount("Sync") == 2, 20000);
+    QTRY_VERIFY(world().daemon.log().contains(QStringLiteral("carried 0 flags")));
+    // Neither it nor our own writing begins anything; the next change takes it along.
+    QTest::qWait(1500);
+    QCOMPARE(world().server.requestCount("Sync"), 2);
+    set(mail2, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1) && isReadAtServer(mail2), 20000);
+}
+
+void TestUploads::aRefusedLoginIsNotRepeated()
+{
+    shortenUndoTime(200);
+    world().server.control(
+        "set-password",
+        {{QStringLiteral("user"), alice}, {QStringLiteral("password"), QStringLiteral("other")}});
+    set(mail1, Message::Read);
+    QTRY_COMPARE_WITH_TIMEOUT(world().server.log().size(), 1, 20000);
+    set(mail2, Message::Read);
+    QTest::qWait(1500);
+    QCOMPARE(world().server.log().size(), 1);
+    // New settings are another matter.
+    StoreFixture::Account settings = world().settings();
+    settings.password = QStringLiteral("other");
+    world().changeSettings(world().account, settings);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1) && isReadAtServer(mail2), 20000);
+}
+
+void TestUploads::aServerThatWasAwayHearsOfThemLater()
+{
+    shortenUndoTime(200);
+    QVERIFY(world().server.control("network", {{QStringLiteral("up"), false}}).isEmpty());
+    set(mail1, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(world().daemon.log().contains(QStringLiteral("failed with 902")),
+                             20000);
+    QVERIFY(world().server.control("network", {{QStringLiteral("up"), true}}).isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 30000);
+}
+
+void TestUploads::changesMadeWithoutADaemonGoUpOnceItRuns()
+{
+    QCOMPARE(world().endDaemon(), 0);
+    set(mail1, Message::Read);
+    world().daemon.setUndoTime(200);
+    QVERIFY(world().daemon.start());
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 20000);
+}
+
+QTEST_GUILESS_MAIN(TestUploads)
+#include "tst_uploads.moc"
