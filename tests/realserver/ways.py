@@ -12,6 +12,7 @@ class Ways:
     knows_renamed_folders: bool  # where it was not asked to rename them; else they are others
     strange_key_answer: str  # to a synchronisation key that it never gave: the HTTP status
     names_recipients: bool  # else those in To come with their addresses alone
+    marks_forwarded: bool  # what was forwarded has the flag for it
     texts_as_html: bool  # makes HTML of a plain text when a client takes both
     cannot_read: frozenset  # messages of the collection that it never shows,
     cannot_read_texts: frozenset  # and those that it shows without their text
@@ -24,6 +25,7 @@ SOGO = Ways(
     knows_renamed_folders=True,
     strange_key_answer="501",
     names_recipients=True,
+    marks_forwarded=True,
     texts_as_html=False,
     cannot_read=frozenset(),
     cannot_read_texts=frozenset(),
@@ -38,6 +40,7 @@ HORDE = Ways(
     knows_renamed_folders=False,
     strange_key_answer="200",
     names_recipients=False,
+    marks_forwarded=False,
     texts_as_html=True,
     cannot_read=frozenset({"msg_39"}),
     cannot_read_texts=frozenset({"msg_33"}),
