@@ -17,7 +17,7 @@ constexpr int IdleWindows = 5;
 
 /** So many bad answers to one key, with pauses between them, are the key's fault. */
 constexpr int MostBadAnswers = 3;
-constexpr int PausesMs[MostBadAnswers - 1] = {1000, 4000};
+constexpr int PausesMs[MostBadAnswers - 1] = {2000, 8000};
 
 /** What a server's program says that breaks down over a request. */
 constexpr int HttpServerError = 500;
