@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/backoff.h"
 
+#include "daemon/eas/result.h"
+
 #include <QtGlobal>
 
 #include <algorithm>
@@ -17,6 +19,12 @@ constexpr int MostRetryAfter = 24 * 3600;
 int Backoff::pauseMs(int failures, double share, int retryAfter)
 {
     return spread(FirstMs, LongestMs, failures, share, retryAfter);
+}
+
+bool Backoff::isGrave(int code)
+{
+    return code == Eas::BadConfiguration || code == Eas::Forbidden || code == Eas::NotActiveSync
+        || code == Eas::PolicyDemanded;
 }
 
 int Backoff::gravePauseMs(int failures, double share, int retryAfter)

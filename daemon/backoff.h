@@ -21,6 +21,10 @@ public:
      */
     static int pauseMs(int failures, double share, int retryAfter);
 
+    /** Whether a result code is of what seldom passes by itself, but may: a network that wants a
+     * login answers in the server's place. */
+    static bool isGrave(int code);
+
     static constexpr int FirstGraveMs = 15 * 60 * 1000;
     static constexpr int LongestGraveMs = 4 * 60 * 60 * 1000;
 

@@ -13,11 +13,10 @@ namespace {
 /** Changes come in crowds, and each look reads through the account. */
 constexpr int LookDelayMs = 500;
 
-/** Only new settings, or somebody who asks for it, should lead to another attempt. */
+/** Each further attempt could lock the account at the server. */
 bool isFinal(int code)
 {
-    return code == Eas::LoginRefused || code == Eas::BadConfiguration || code == Eas::Forbidden
-        || code == Eas::NotActiveSync || code == Eas::PolicyDemanded;
+    return code == Eas::LoginRefused;
 }
 
 QString text(const std::optional<bool> &flag)
@@ -77,7 +76,11 @@ void LocalChangeWatch::noteEnd(const Eas::Result &result)
         return;
     }
     const double share = QRandomGenerator::global()->generateDouble();
-    m_quiet.start(qMax(usualQuietTime(), Backoff::pauseMs(++m_failures, share, result.retryAfter)));
+    ++m_failures;
+    const int pause = Backoff::isGrave(result.code)
+        ? Backoff::gravePauseMs(m_failures, share, result.retryAfter)
+        : Backoff::pauseMs(m_failures, share, result.retryAfter);
+    m_quiet.start(qMax(usualQuietTime(), pause));
 }
 
 void LocalChangeWatch::forget()

@@ -42,14 +42,6 @@ bool isFinal(int code)
     return code == Eas::LoginRefused;
 }
 
-/** What seldom passes by itself, but may: a network that wants a login answers in the server's
- * place. */
-bool isGrave(int code)
-{
-    return code == Eas::BadConfiguration || code == Eas::Forbidden || code == Eas::NotActiveSync
-        || code == Eas::PolicyDemanded;
-}
-
 double spread()
 {
     return QRandomGenerator::global()->generateDouble();
@@ -225,7 +217,7 @@ void PushWatch::onError(const Eas::Result &result, Eas::PingCommand *command)
         m_givenUp = true;
         return;
     }
-    if (isGrave(result.code)) {
+    if (Backoff::isGrave(result.code)) {
         pause(Backoff::gravePauseMs(++m_graveFailures, spread(), result.retryAfter));
         return;
     }

@@ -42,6 +42,7 @@ private slots:
     void whatTheServerRefusesIsTriedOnce();
     void aRefusedLoginIsNotRepeated();
     void aServerThatWasAwayHearsOfThemLater();
+    void aRefusalThatMayPassDoesNotSilenceLaterChanges();
     void changesMadeWithoutADaemonGoUpOnceItRuns();
 
 private:
@@ -238,6 +239,19 @@ void TestUploads::aServerThatWasAwayHearsOfThemLater()
                              20000);
     QVERIFY(world().server.control("network", {{QStringLiteral("up"), true}}).isEmpty());
     QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 30000);
+}
+
+void TestUploads::aRefusalThatMayPassDoesNotSilenceLaterChanges()
+{
+    shortenUndoTime(200);
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("status"), 403}});
+    set(mail1, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(world().daemon.log().contains(QStringLiteral("failed with 403")),
+                             20000);
+    set(mail2, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1) && isReadAtServer(mail2), 20000);
 }
 
 void TestUploads::changesMadeWithoutADaemonGoUpOnceItRuns()
