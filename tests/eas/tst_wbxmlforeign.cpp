@@ -29,6 +29,10 @@ QString foreignName(Tag tag)
         return QStringLiteral("FlagStatus");
     case Tags::Email::Att0Id:
         return QStringLiteral("AttOId");
+    case Tags::Tasks::UtcDueDate:
+        return QStringLiteral("UTCDueDate");
+    case Tags::Tasks::UtcStartDate:
+        return QStringLiteral("UTCStartDate");
     case Tags::Settings::RightsManagementInformation:
         return QStringLiteral("ihsManagementInformation");
     case Tags::Provision::RequireStorageCardEncryption:
