@@ -221,10 +221,14 @@ void PushWatch::onError(const Eas::Result &result, Eas::PingCommand *command)
         pause(Backoff::gravePauseMs(++m_graveFailures, spread(), result.retryAfter));
         return;
     }
+    const bool isTreeStale = command && result.status == FolderSyncRequired;
+    // Said again, or after another error, the tree is fetched after a pause: to do so at once could
+    // go round for ever.
+    m_syncFirst = m_syncFirst || (isTreeStale && m_failures > 0);
     // The server has said what it takes; a second refusal of the kind is an error like others.
-    if (++m_failures == 1 && command && result.status == FolderSyncRequired)
+    if (++m_failures == 1 && isTreeStale)
         emit syncNeeded();
-    else if (command && adapt(result, command) && m_failures == 1)
+    else if (command && !isTreeStale && adapt(result, command) && m_failures == 1)
         wait();
     else
         pause(Backoff::pauseMs(m_failures, spread(), result.retryAfter));

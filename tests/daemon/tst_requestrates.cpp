@@ -16,6 +16,7 @@
 #include <qmailstore.h>
 
 #include <memory>
+#include <utility>
 
 using Daemon::Alarm;
 
@@ -165,6 +166,8 @@ private slots:
     void aUselessServerIsLeftAlone();
     void aServerThatWasNeverGoodIsLeftAlone_data();
     void aServerThatWasNeverGoodIsLeftAlone();
+    void aStaleTreeIsFetchedThoughTheWaitHadFailed();
+    void aTreeThatStaysStaleIsFetchedMoreAndMoreSeldom();
     void aRefusedLoginIsNotTriedAgain();
     void aWipeIsAskedForOnce();
     void aNetworkThatComesAndGoesIsNotFollowedEachTime();
@@ -384,6 +387,37 @@ void TestRequestRates::aServerThatWasNeverGoodIsLeftAlone()
     begin(answer);
     if (!QTest::currentTestFailed())
         checkRates(start);
+}
+
+void TestRequestRates::aStaleTreeIsFetchedThoughTheWaitHadFailed()
+{
+    const auto isStale = std::make_shared<bool>(true);
+    const auto hasFailed = std::make_shared<bool>(false);
+    turn([isStale, hasFailed](const SeenRequest &request) {
+        if (nameOf(request) == "FolderSync")
+            *isStale = false;
+        if (nameOf(request) != "Ping" || !*isStale)
+            return goodAnswer(request);
+        const bool isFirst = !std::exchange(*hasFailed, true);
+        return ScriptedAnswer {isFirst ? ScriptedServer::http(503) : ping("7"), false};
+    });
+    driveUntil(Alarm::now() + Hour);
+    QVERIFY(!*isStale);
+    QVERIFY(m_waits);
+}
+
+void TestRequestRates::aTreeThatStaysStaleIsFetchedMoreAndMoreSeldom()
+{
+    const auto fetched = std::make_shared<QList<qint64>>();
+    turn([fetched](const SeenRequest &request) {
+        if (nameOf(request) == "FolderSync")
+            fetched->append(Alarm::now());
+        return always("Ping", ping("7"))(request);
+    });
+    driveUntil(Alarm::now() + Hour);
+    QVERIFY2(fetched->size() > 5, qPrintable(QString::number(fetched->size())));
+    for (int i = 2; i < 5; ++i)
+        QVERIFY(fetched->at(i) - fetched->at(i - 1) >= fetched->at(i - 1) - fetched->at(i - 2));
 }
 
 void TestRequestRates::aRefusedLoginIsNotTriedAgain()
