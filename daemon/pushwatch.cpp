@@ -69,12 +69,24 @@ void PushWatch::noteNews()
 
 void PushWatch::resume()
 {
-    const bool hasFound = m_vainSyncs > 0 && !folders().isEmpty();
-    if (m_command || (m_pause.isActive() && !hasFound))
+    const bool isPausing = m_pause.isActive();
+    if (m_command || (isPausing && !isPauseInVain()))
         return;
     m_pause.stop();
     m_givenUp = false;
-    wait();
+    // What a failed synchronisation has left, this one need not have brought.
+    if (isPausing && m_vainSyncs == 0)
+        goOn();
+    else
+        wait();
+}
+
+/** Whether a synchronisation that succeeded ends the pause: it has found folders to watch, or the
+ * server works again that had failed. */
+bool PushWatch::isPauseInVain() const
+{
+    const bool hasFailed = m_failures > 0 || m_graveFailures > 0;
+    return (m_vainSyncs > 0 || hasFailed) && !folders().isEmpty();
 }
 
 void PushWatch::postpone(const Eas::Result &reason)

@@ -34,8 +34,9 @@ public:
     PushWatch(const AccountContext &context, QObject *parent);
     ~PushWatch() override;
 
-    /** Waits, or goes on waiting, if it does not; after an error at the earliest when its pause is
-     * over. */
+    /** A synchronisation succeeded: waits, or goes on waiting, if it does not. That ends a pause
+     * after failures, but not their count: if this wait fails, too, the pause is the next longer
+     * one. */
     void resume();
     /** A synchronisation brought something: the server's quick answers meant something. */
     void noteNews();
@@ -62,6 +63,7 @@ signals:
     void troubled(const Eas::Result &result);
 
 private:
+    bool isPauseInVain() const;
     void goOn();
     void wait();
     void awaitFolders();

@@ -4,12 +4,14 @@
 // time, for an account whose push is on.
 #include "daemon/accountworker.h"
 #include "daemon/alarm.h"
+#include "daemon/backoff.h"
 #include "tests/eas/scriptedserver.h"
 #include "tests/support/storefixture.h"
 
 #include <QDeadlineTimer>
 #include <QLoggingCategory>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 
@@ -168,6 +170,8 @@ private slots:
     void aServerThatWasNeverGoodIsLeftAlone();
     void aStaleTreeIsFetchedThoughTheWaitHadFailed();
     void aTreeThatStaysStaleIsFetchedMoreAndMoreSeldom();
+    void aSynchronisationThatSucceedsEndsThePause_data();
+    void aSynchronisationThatSucceedsEndsThePause();
     void aRefusedLoginIsNotTriedAgain();
     void aWipeIsAskedForOnce();
     void aNetworkThatComesAndGoesIsNotFollowedEachTime();
@@ -181,6 +185,10 @@ private:
     void checkRates(qint64 start);
     int mostWithin(qint64 span, qint64 from) const;
     void setAnswer(const Answer &answer);
+    /** The code that a synchronisation ends with that a person asks for. */
+    int pull();
+    /** How long the pause is that is under way or comes next. */
+    qint64 passPause();
 
     std::unique_ptr<ScriptedServer> m_server;
     QMailAccountId m_account;
@@ -418,6 +426,51 @@ void TestRequestRates::aTreeThatStaysStaleIsFetchedMoreAndMoreSeldom()
     QVERIFY2(fetched->size() > 5, qPrintable(QString::number(fetched->size())));
     for (int i = 2; i < 5; ++i)
         QVERIFY(fetched->at(i) - fetched->at(i - 1) >= fetched->at(i - 1) - fetched->at(i - 2));
+}
+
+int TestRequestRates::pull()
+{
+    QSignalSpy finished(m_worker.get(), &Daemon::AccountWorker::requestFinished);
+    Daemon::Request request;
+    request.id = 1;
+    m_worker->accept(request);
+    waitFor([&] { return !finished.isEmpty(); });
+    return finished.value(0).value(1).toInt();
+}
+
+qint64 TestRequestRates::passPause()
+{
+    const qint64 start = Alarm::now();
+    if (waitFor([] { return Alarm::isPending(); }))
+        Alarm::ringNext();
+    return Alarm::now() - start;
+}
+
+void TestRequestRates::aSynchronisationThatSucceedsEndsThePause_data()
+{
+    QTest::addColumn<int>("vainPulls");
+    QTest::newRow("after a wait") << 0;
+    QTest::newRow("after a synchronisation in vain") << 1;
+}
+
+void TestRequestRates::aSynchronisationThatSucceedsEndsThePause()
+{
+    // A network that wants a login answers in the server's place, until a person logs in.
+    const Answer page = always("", ScriptedServer::http(403, "<html>Log in</html>"));
+    QFETCH(int, vainPulls);
+    turn(page);
+    QVERIFY(waitFor([] { return Alarm::isPending(); }));
+    for (int i = 0; i < vainPulls; ++i)
+        QCOMPARE(pull(), int(Eas::Forbidden));
+    setAnswer(goodAnswer);
+    QCOMPARE(pull(), int(Eas::Success));
+    QVERIFY(waitFor([this] { return m_waits; }));
+    QVERIFY(!Alarm::isPending());
+    // That says little of the wait itself: its next failure is the next one in a row.
+    m_waits = false;
+    setAnswer(page);
+    m_server->hangUp();
+    QVERIFY(passPause() >= (Daemon::Backoff::FirstGraveMs << vainPulls));
 }
 
 void TestRequestRates::aRefusedLoginIsNotTriedAgain()
