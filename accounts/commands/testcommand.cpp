@@ -57,7 +57,7 @@ QString TestCommand::problemHere(const QMailAccountId &id, Console &console)
     const std::optional<Eas::Result> error = lastErrorOf(id);
     if (!error || error->code == Eas::Cancelled)
         return {};
-    return QStringLiteral("But its last synchronisation failed: %1.")
+    return QStringLiteral("But what was last done for it failed: %1.")
         .arg(adviceForLastError(*error, AccountBook::details(id).settings).text);
 }
 

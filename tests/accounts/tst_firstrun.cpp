@@ -375,7 +375,7 @@ void TestFirstRun::testTellsWhatWentWrongLast()
     QCOMPARE(run(words("sync Demo")).exit, 1);
     const Run tested = run(words("test Demo"));
     QCOMPARE(tested.exit, 0);
-    QVERIFY2(tested.lastLine().startsWith("But its last synchronisation failed: ")
+    QVERIFY2(tested.lastLine().startsWith("But what was last done for it failed: ")
                  && tested.lastLine().contains("HTTP 403"),
              tested.out.constData());
     m_server->clearFaults();
