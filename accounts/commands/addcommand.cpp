@@ -16,8 +16,6 @@
 #include <qmailmessage.h>
 #include <qmailstore.h>
 
-#include <QRegularExpression>
-
 namespace Accounts {
 
 namespace {
@@ -210,13 +208,11 @@ bool AddCommand::askServer(Console &console)
     const QString now = isKnown && settings.port != 443
         ? QStringLiteral("%1:%2").arg(settings.server).arg(settings.port)
         : settings.server;
-    const QString answer = console.ask(QStringLiteral("Server"), now).value_or(QString());
-    static const QRegularExpression withPort(QStringLiteral("^([^:]+):([0-9]{1,5})$"));
-    const QRegularExpressionMatch match = withPort.match(answer);
-    settings.server = match.hasMatch() ? match.captured(1) : answer;
-    if (match.hasMatch())
-        settings.port = match.captured(2).toInt();
-    return !answer.isEmpty();
+    settings.server = console.ask(QStringLiteral("Server"), now).value_or(QString());
+    const QString port = takePort(&settings.server);
+    if (!port.isEmpty())
+        settings.port = port.toInt();
+    return !settings.server.isEmpty();
 }
 
 /** The first synchronisation; what hindered it and what to do, empty where nothing did. */

@@ -8,6 +8,8 @@
 #include "accounts/synchronisation.h"
 #include "accounts/waiting.h"
 
+#include <QRegularExpression>
+
 namespace Accounts {
 
 namespace {
@@ -28,6 +30,22 @@ Outcome readPort(const QString &text, int *port)
     return Outcome::wrongSetting(
         QStringLiteral("port"),
         QStringLiteral("\"%1\" is no port; a port is a number from 1 to 65535").arg(text));
+}
+
+/** The port may stand behind the server's name as well. */
+Outcome readPortBehindServer(bool isPortGiven, AccountSettings *settings)
+{
+    const QString text = takePort(&settings->server);
+    int port = settings->port;
+    const Outcome outcome = text.isEmpty() ? Outcome() : readPort(text, &port);
+    if (outcome.ok() && isPortGiven && port != settings->port)
+        return Outcome::wrongSetting(
+            QStringLiteral("port"),
+            QStringLiteral("--server and --port name two ports, %1 and %2; give one")
+                .arg(port)
+                .arg(settings->port));
+    settings->port = port;
+    return outcome;
 }
 
 int usualPort(int encryption)
@@ -70,6 +88,15 @@ Outcome readKeep(const QString &text, int *days)
 
 } // namespace
 
+QString takePort(QString *server)
+{
+    static const QRegularExpression withPort(QStringLiteral("^([^:]+):([0-9]{1,5})$"));
+    const QRegularExpressionMatch match = withPort.match(*server);
+    if (match.hasMatch())
+        *server = match.captured(1);
+    return match.captured(2);
+}
+
 void declareDetailOptions(QCommandLineParser &parser)
 {
     parser.addOptions({
@@ -77,7 +104,7 @@ void declareDetailOptions(QCommandLineParser &parser)
         option("full-name", "the name that goes with the address into sent mails", "NAME"),
         option("user", "the user name at the server", "NAME"),
         option("domain", "the user's domain, where the server asks for one", "DOMAIN"),
-        option("server", "the server's name or address", "HOST"),
+        option("server", "the server's name or address", "HOST[:PORT]"),
         option("port", "the server's port (443 with TLS, else 80)", "PORT"),
         option("encryption", "tls (the default) or none", "KIND"),
         option("push", "let the server tell of changes at once: on or off", "SWITCH"),
@@ -122,6 +149,8 @@ Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *deta
     if (hasUsualPort)
         settings.port = usualPort(settings.encryption);
     apply("port", [&](const QString &text) { return readPort(text, &settings.port); });
+    apply("server",
+          [&](const QString &) { return readPortBehindServer(given("port"), &settings); });
     apply("push", [&](const QString &text) { return readSwitch("push", text, &details->push); });
     apply("keep", [&](const QString &text) { return readKeep(text, &details->keepDays); });
     apply("enabled",

@@ -19,6 +19,9 @@ void declareDetailOptions(QCommandLineParser &parser);
 /** Writes what the options say into `details`; what they do not name stays. */
 Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *details);
 
+/** Takes off the server's name the port that stands behind it; empty where none does. */
+QString takePort(QString *server);
+
 /** The argument that names an account. */
 void declareAccountArgument(QCommandLineParser &parser);
 Outcome readAccountArgument(const QCommandLineParser &parser, QMailAccountId *id);

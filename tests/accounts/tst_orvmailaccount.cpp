@@ -125,6 +125,7 @@ private slots:
     void addMarksTheAccountAsTheFormDoes();
     void secondAccountOfAMailboxDoesNotDisturbTheFirst();
     void addedAccountIsTakenUpWithoutARestart();
+    void addTakesThePortBehindTheServer();
     void addGivesJson();
     void addWithoutCheckAsksNoServer();
     void addRefusesAWrongLogin();
@@ -271,6 +272,9 @@ void TestOrvmailAccount::wrongUsageEndsWithTwo_data()
     row("port 0", "add --email a@b --port 0", "from 1 to 65535");
     row("port 70000", "add --email a@b --port 70000", "from 1 to 65535");
     row("port abc", "add --email a@b --port abc", "from 1 to 65535");
+    row("two ports", "add --email a@b --server a.b:8443 --port 443 --password-stdin",
+        "8443 and 443");
+    row("port 70000 behind the server", "add --email a@b --server a.b:70000", "from 1 to 65535");
     row("bad address", "add --email nonsense", "no mail address");
     row("two signs", "add --email a@b@c", "no mail address");
     row("encryption", "add --email a@b --encryption rot13", "rot13");
@@ -405,6 +409,27 @@ void TestOrvmailAccount::addedAccountIsTakenUpWithoutARestart()
     const ScriptedDaemon::Call call = daemon.waitForCall("folderSync");
     QVERIFY(call.isValid());
     QCOMPARE(call.accountId(), account().toULongLong());
+}
+
+void TestOrvmailAccount::addTakesThePortBehindTheServer()
+{
+    const auto portOf = [](const char *command) {
+        const Run done =
+            run(words(command) + words("--json --no-check --password-stdin"), Password);
+        const QJsonObject object = done.json().object();
+        const QJsonObject account = object.contains(QLatin1String("account"))
+            ? object[QLatin1String("account")].toObject()
+            : object;
+        return account[QLatin1String("server")].toString() == QLatin1String("mail.example.test")
+            ? account[QLatin1String("port")].toInt()
+            : 0;
+    };
+    QCOMPARE(portOf("add A --email a@b.test --server mail.example.test"), 443);
+    QCOMPARE(portOf("add B --email a@b.test --server mail.example.test:8443"), 8443);
+    QCOMPARE(portOf("add C --email a@b.test --server mail.example.test:8080 --encryption none"),
+             8080);
+    QCOMPARE(portOf("add D --email a@b.test --server mail.example.test:81 --port 81"), 81);
+    QCOMPARE(portOf("set A --server mail.example.test:444"), 444);
 }
 
 void TestOrvmailAccount::addGivesJson()
