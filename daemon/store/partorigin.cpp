@@ -3,6 +3,7 @@
 
 #include "daemon/store/contentmark.h"
 #include "daemon/store/messagebuilder.h"
+#include "daemon/store/responseplan.h"
 
 #include <QDataStream>
 #include <qmailstore.h>
@@ -35,12 +36,15 @@ bool hasHollow(const QMailMessage &message)
     return !message.foreachPart([](const QMailMessagePart &part) { return !isHollow(part); });
 }
 
+/** Of two copies of one attachment, which lies at one place of the server or is alike in all. */
 bool isSameAttachment(const QMailMessagePart &one, const QMailMessagePart &other)
 {
     const QString reference = MessageBuilder::fileReference(one);
-    if (!reference.isEmpty() && reference == MessageBuilder::fileReference(other))
-        return true;
-    return !one.displayName().isEmpty() && one.displayName() == other.displayName();
+    if (!reference.isEmpty())
+        return reference == MessageBuilder::fileReference(other);
+    return !one.displayName().isEmpty() && one.displayName() == other.displayName()
+        && one.contentDisposition().size() == other.contentDisposition().size()
+        && one.contentType().content().toLower() == other.contentType().content().toLower();
 }
 
 bool isSameMessage(const QMailMessageMetaData &one, const QMailMessage &copy)
@@ -55,6 +59,16 @@ bool isSameTime(const QMailMessageMetaData &one, const QMailMessage &copy)
     const qint64 told = copy.date().toUTC().toSecsSinceEpoch();
     return told == one.date().toUTC().toSecsSinceEpoch()
         || told == one.receivedDate().toUTC().toSecsSinceEpoch();
+}
+
+/** By the Message-ID; where only one has it, by the time. */
+bool isCopyOf(const QMailMessage &copy, const QMailMessageMetaData &one)
+{
+    const QString field = QStringLiteral("Message-ID");
+    const QString id = copy.headerFieldText(field).trimmed();
+    const QString known =
+        id.isEmpty() ? id : QMailMessage(one.id()).headerFieldText(field).trimmed();
+    return known.isEmpty() ? isSameTime(one, copy) : known == id;
 }
 
 /** It lacks what the message, as it is here, lacks as well. */
@@ -72,7 +86,8 @@ bool isCutAs(const QMailMessage &copy, const QMailMessage &message)
 
 PartOrigin::PartOrigin(const QMailMessage &message)
     : m_account(message.parentAccountId())
-    , m_original(message.inResponseTo())
+    , m_guess(message.inResponseTo())
+    , m_original(ResponsePlan::of(message).originalId)
 {
 }
 
@@ -82,7 +97,7 @@ std::optional<ContentOrigin> PartOrigin::of(const QMailMessagePart &part) const
         return ofReference(part);
     if (isLeaf(part) && part.hasBody() && part.contentType().matches("message", "rfc822"))
         return ofEmbedded(part);
-    return isHollow(part) ? ofEmpty(part) : std::nullopt;
+    return isHollow(part) ? std::make_optional(ofEmpty(part)) : std::nullopt;
 }
 
 std::optional<ContentOrigin> PartOrigin::ofReference(const QMailMessagePart &part) const
@@ -93,18 +108,40 @@ std::optional<ContentOrigin> PartOrigin::ofReference(const QMailMessagePart &par
     return ContentOrigin {location.containingMessageId(), location.toString(false)};
 }
 
-std::optional<ContentOrigin> PartOrigin::ofEmpty(const QMailMessagePart &part) const
+ContentOrigin PartOrigin::ofEmpty(const QMailMessagePart &part) const
 {
-    ContentOrigin origin;
-    if (!isHere(m_original))
-        return origin;
-    const QMailMessage original(m_original);
-    original.foreachPart([&](const QMailMessagePart &one) {
-        if (isLeaf(one) && isSameAttachment(part, one))
-            origin = {m_original, one.location().toString(false)};
-        return !origin.message.isValid();
-    });
-    return origin;
+    // Names are the same in many messages: without a reference, only the original can be meant.
+    const bool isUnique = !MessageBuilder::fileReference(part).isEmpty();
+    for (const QMailMessageId &id :
+         isUnique ? withAttachments() : QMailMessageIdList {m_original}) {
+        if (!isHere(id))
+            continue;
+        const QMailMessage message(id);
+        if (message.serverUid().isEmpty())
+            continue; // a draft, which has copies itself
+        ContentOrigin origin;
+        message.foreachPart([&](const QMailMessagePart &one) {
+            if (isLeaf(one) && isSameAttachment(part, one))
+                origin = {id, one.location().toString(false)};
+            return !origin.message.isValid();
+        });
+        if (origin.message.isValid())
+            return origin;
+    }
+    return {};
+}
+
+/** The account's messages that may have an attachment, the most likely one first. */
+QMailMessageIdList PartOrigin::withAttachments() const
+{
+    const QMailMessageKey key = QMailMessageKey::parentAccountId(m_account)
+        & QMailMessageKey::status(QMailMessage::HasAttachments, QMailDataComparator::Includes);
+    QMailMessageIdList ids = QMailStore::instance()->queryMessages(
+        key, QMailMessageSortKey::receptionTimeStamp(Qt::DescendingOrder));
+    const int guessed = ids.indexOf(m_guess);
+    if (guessed > 0)
+        ids.move(guessed, 0);
+    return ids;
 }
 
 std::optional<ContentOrigin> PartOrigin::ofEmbedded(const QMailMessagePart &part) const
@@ -127,17 +164,12 @@ QMailMessageId PartOrigin::embedded(const QMailMessage &copy) const
 {
     const QMailMessageKey key =
         QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::subject(copy.subject());
-    QMailMessageId found;
     for (const QMailMessageId &id : QMailStore::instance()->queryMessages(key)) {
         const QMailMessageMetaData one(id);
-        if (!isSameMessage(one, copy) || one.serverUid().isEmpty())
-            continue;
-        if (isSameTime(one, copy))
+        if (isSameMessage(one, copy) && !one.serverUid().isEmpty() && isCopyOf(copy, one))
             return id;
-        if (id == m_original)
-            found = id;
     }
-    return found;
+    return {};
 }
 
 } // namespace Store

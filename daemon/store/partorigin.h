@@ -8,7 +8,12 @@
 
 namespace Store {
 
-/** Finds out whether a part of a message has its content itself, and where it is otherwise. */
+/**
+ * Finds out whether a part of a message has its content itself, and where it is otherwise.
+ *
+ * What a part does not name itself is looked for in the message's account alone, and is taken only
+ * where it can be nothing else.
+ */
 class PartOrigin
 {
 public:
@@ -19,12 +24,14 @@ public:
 
 private:
     std::optional<ContentOrigin> ofReference(const QMailMessagePart &part) const;
-    std::optional<ContentOrigin> ofEmpty(const QMailMessagePart &part) const;
+    ContentOrigin ofEmpty(const QMailMessagePart &part) const;
+    QMailMessageIdList withAttachments() const;
     std::optional<ContentOrigin> ofEmbedded(const QMailMessagePart &part) const;
     QMailMessageId embedded(const QMailMessage &copy) const;
 
     const QMailAccountId m_account;
-    const QMailMessageId m_original; ///< what the message is about, as far as is known
+    const QMailMessageId m_guess;    ///< the mail program's, of what the message is about
+    const QMailMessageId m_original; ///< the same, where all speaks for it
 };
 
 } // namespace Store

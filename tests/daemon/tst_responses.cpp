@@ -2,6 +2,7 @@
 #include "tests/daemon/sendingworld.h"
 
 #include <memory>
+#include <QDateTime>
 #include <QJsonArray>
 #include <qmailaccount.h>
 #include <qmailmessage.h>
@@ -21,6 +22,11 @@ QByteArray attachedContent()
     for (int i = 0; i < 30000; ++i)
         content.append(char(i * 7 + i / 256));
     return content;
+}
+
+QByteArray confidential(int size)
+{
+    return QByteArray("confidential ").repeated(size / 13 + 1).left(size);
 }
 
 QByteArray original()
@@ -68,7 +74,11 @@ private slots:
     void whatThePersonSeesIsWhatGoes_data();
     void whatThePersonSeesIsWhatGoes();
     void whatAForwardOnlyNamesIsLeftToTheServer();
+    void anotherMessageThatAForwardNamesGoesWithIt_data() { whatWasNeverFetchedIsFetched_data(); }
     void anotherMessageThatAForwardNamesGoesWithIt();
+    void anEmbeddedOriginalIsNoOtherOfItsSender();
+    void anAttachmentThatOnlyHasTheNameIsNotSent_data();
+    void anAttachmentThatOnlyHasTheNameIsNotSent();
     void anUnlikelyOriginalIsNotBelieved_data();
     void anUnlikelyOriginalIsNotBelieved();
     void subjectsInOtherLanguagesAreTheSame_data();
@@ -109,6 +119,11 @@ private:
     QMailMessagePart named() const;
     /** A forward that passes on the original, or its attachment, in one of several ways. */
     QMailMessage passingOn(const QString &way) const;
+    /** Another message of the original's subject, with an attachment of the same name. */
+    QMailMessageId deliverOther(const QByteArray &attachment,
+                                const QByteArray &from = "dan@elsewhere.test",
+                                const QJsonObject &more = QJsonObject());
+    void moveToAnotherAccount(const QMailMessageId &id);
     /** The commands by which messages were asked to be sent. */
     QStringList commands();
     QString lastRequest(const char *command);
@@ -189,6 +204,33 @@ QMailMessagePart TestResponses::named() const
     return QMailMessagePart::fromMessageReference(
         m_original, QMailMessageContentDisposition(QMailMessageContentDisposition::Attachment),
         QMailMessageContentType("message/rfc822"), QMailMessageBody::NoEncoding);
+}
+
+QMailMessageId TestResponses::deliverOther(const QByteArray &attachment, const QByteArray &from,
+                                           const QJsonObject &more)
+{
+    QByteArray mail = original();
+    mail.replace("Carol <carol@elsewhere.test>", from);
+    mail.replace("<original@elsewhere.test>", "<other@elsewhere.test>");
+    mail.replace(OriginalText, "This is confidential, said the other firm.");
+    mail.replace(attachedContent().toBase64(), attachment.toBase64());
+    world().server.deliver(alice, QStringLiteral("Inbox"), mail, more);
+    if (world().syncAndWait() != 200)
+        return {};
+    world().server.clearLog();
+    const auto isOther =
+        QMailMessageKey::subject(QStringLiteral("Original")) & ~QMailMessageKey::id(m_original);
+    return QMailStore::instance()->queryMessages(isOther).value(0);
+}
+
+void TestResponses::moveToAnotherAccount(const QMailMessageId &id)
+{
+    StoreFixture::Account settings = world().settings();
+    settings.name = QStringLiteral("Other");
+    settings.enabled = false;
+    QMailMessageMetaData moved(id);
+    moved.setParentAccountId(StoreFixture::addAccount(settings));
+    QVERIFY(QMailStore::instance()->updateMessage(&moved));
 }
 
 QStringList TestResponses::commands()
@@ -275,21 +317,64 @@ void TestResponses::whatAForwardOnlyNamesIsLeftToTheServer()
 /** A mail program has taken another mail of the same subject for the original. */
 void TestResponses::anotherMessageThatAForwardNamesGoesWithIt()
 {
-    world().server.deliver(alice, QStringLiteral("Inbox"),
-                           "From: dan@elsewhere.test\r\nTo: alice@example.test\r\n"
-                           "Subject: Original\r\nMessage-ID: <other@elsewhere.test>\r\n\r\n"
-                           "This is confidential, said the other firm.\r\n");
-    QCOMPARE(world().syncAndWait(), 200);
-    const auto isOther =
-        QMailMessageKey::subject(QStringLiteral("Original")) & ~QMailMessageKey::id(m_original);
-    QMailMessage message =
-        withPart(response(QMailMessage::Forward, QStringLiteral("Look.\n")), named());
-    message.setInResponseTo(QMailStore::instance()->queryMessages(isOther).value(0));
+    QFETCH(QString, way);
+    QMailMessage message = passingOn(way);
+    message.setInResponseTo(deliverOther(confidential(attachedContent().size())));
     QVERIFY(message.inResponseTo().isValid());
     QCOMPARE(world().sendAndWait(world().add(message)), 200);
-    QVERIFY(!world().received().contains("confidential"));
-    QCOMPARE(world().received().count(OriginalText), 1);
+    const QByteArray mail = world().received();
+    QVERIFY(!mail.contains("confidential"));
+    QVERIFY(!arrived().contains("confidential"));
+    const QByteArray encoded = attachedContent().toBase64();
+    QCOMPARE(QByteArray(mail).replace("\r\n", "").count(encoded), 1);
     QCOMPARE(world().copies(bob, QStringLiteral("Fwd: Original")), 1);
+}
+
+void TestResponses::anEmbeddedOriginalIsNoOtherOfItsSender()
+{
+    const qint64 anHourAgo = QDateTime::currentSecsSinceEpoch() - 3600;
+    QMailMessage message = passingOn(QStringLiteral("embedded"));
+    message.setInResponseTo(deliverOther(confidential(attachedContent().size()),
+                                         "Carol <carol@elsewhere.test>",
+                                         {{QStringLiteral("received"), anHourAgo}}));
+    QVERIFY(message.inResponseTo().isValid());
+    QVERIFY(QMailStore::instance()->removeMessage(m_original, QMailStore::NoRemovalRecord));
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
+    QCOMPARE(commands(), QStringList());
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not here")));
+}
+
+void TestResponses::anAttachmentThatOnlyHasTheNameIsNotSent_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("isOfAnotherAccount");
+    QTest::newRow("of another size") << 300 << false;
+    QTest::newRow("of another account") << attachedContent().size() << true;
+}
+
+/** It was copied in a way that does not tell where the server has it. */
+void TestResponses::anAttachmentThatOnlyHasTheNameIsNotSent()
+{
+    QFETCH(int, size);
+    QFETCH(bool, isOfAnotherAccount);
+    const QMailMessageId other = deliverOther(confidential(size));
+    QVERIFY(other.isValid());
+    QMailMessagePart part = QMailMessage(m_original).partAt(1);
+    part.removeHeaderField(QStringLiteral("X-qmf-internal-file-reference"));
+    QMailMessage message =
+        withPart(response(QMailMessage::Forward, QStringLiteral("Look.\n")), part);
+    message.setInResponseTo(other);
+    if (isOfAnotherAccount) {
+        const int request = world().proxy.downloadAttachment(
+            world().account.toULongLong(), other.toULongLong(), QStringLiteral("2"), QDBus::Block);
+        QCOMPARE(world().codeOf(request), 200);
+        moveToAnotherAccount(other);
+    }
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
+    QCOMPARE(commands(), QStringList());
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not here")));
 }
 
 void TestResponses::anUnlikelyOriginalIsNotBelieved_data()
@@ -414,13 +499,7 @@ void TestResponses::whereTheOriginalIsNotHereAnyMoreItGoesPlain()
 
 void TestResponses::toAMessageOfAnotherAccountItGoesPlain()
 {
-    StoreFixture::Account settings = world().settings();
-    settings.name = QStringLiteral("Other");
-    settings.enabled = false;
-    const QMailAccountId other = StoreFixture::addAccount(settings);
-    QMailMessageMetaData moved(m_original);
-    moved.setParentAccountId(other);
-    QVERIFY(QMailStore::instance()->updateMessage(&moved));
+    moveToAnotherAccount(m_original);
     QCOMPARE(
         world().sendAndWait(world().add(response(QMailMessage::Reply, QStringLiteral("Yes.\n")))),
         200);
