@@ -77,6 +77,22 @@ bool isRefusal(const Eas::Result &result)
     }
 }
 
+/** Its author has removed it, or has made it a draft again. */
+bool isTakenBack(const QMailMessage &message, const QMailMessage &before)
+{
+    const quint64 notToGo = QMailMessage::Trash | QMailMessage::Draft | QMailMessage::Removed;
+    return !message.id().isValid() || (message.status() & notToGo & ~before.status()) != 0;
+}
+
+bool isEdited(const QMailMessage &message, const QMailMessage &before)
+{
+    // Whatever is written into the store has a new identifier there.
+    return message.contentIdentifier() != before.contentIdentifier()
+        || message.subject() != before.subject() || message.recipients() != before.recipients()
+        || message.inResponseTo() != before.inResponseTo()
+        || message.responseType() != before.responseType();
+}
+
 } // namespace
 
 MailSending::MailSending(const AccountContext &context, const QMailMessageId &id, QObject *parent)
@@ -159,9 +175,20 @@ void MailSending::prepare(const QMailMessage &message)
     preparation->proceed();
 }
 
-void MailSending::onPrepared(QMailMessage message, const SendingPreparation &preparation,
+/** To fetch what it needs can have taken long: it goes as it is now, or not at all. */
+void MailSending::onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                              const Eas::Result &result)
 {
+    QMailMessage message(m_id);
+    m_takenBack = isTakenBack(message, prepared);
+    if (m_takenBack) {
+        finish({Eas::NotFound, QStringLiteral("the message has been removed or taken back")});
+        return;
+    }
+    if (isEdited(message, prepared)) {
+        send();
+        return;
+    }
     const Eas::Result composed = result.ok() ? compose(&message, preparation.original()) : result;
     if (composed.ok())
         leave();
@@ -339,7 +366,7 @@ void MailSending::settle(const Eas::Result &result)
         settled = m_outbox.hold(m_outgoing, reason);
     else
         m_outbox.noteReason(m_id, reason);
-    if (settled.ok() && m_requests.isEmpty())
+    if (settled.ok() && m_requests.isEmpty() && !m_takenBack)
         settled = result.ok() ? m_outbox.takeOut(m_id) : m_outbox.putBack(m_id, reason);
     if (!settled.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << settled.text;

@@ -52,7 +52,7 @@ private:
     void begin();
     void send();
     void prepare(const QMailMessage &message);
-    void onPrepared(QMailMessage message, const SendingPreparation &preparation,
+    void onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                     const Eas::Result &result);
     Eas::Result compose(QMailMessage *message, const QMailMessage &original);
     void leave();
@@ -73,10 +73,10 @@ private:
     const QMailMessageId m_id;
     Store::Outbox m_outbox;
     Store::Outgoing m_outgoing;
-    QByteArray m_rfcId;
     QList<Request> m_requests;
     Store::ResponsePlan m_plan;
-    bool m_plain = false; ///< the server cannot help with it
+    bool m_takenBack = false; ///< by its author, before it left
+    bool m_plain = false;     ///< the server cannot help with it
     /** Nobody could tell whether it was sent, and a person has it sent again. */
     bool m_byHand = false;
     std::unique_ptr<OutgoingFile> m_file;

@@ -106,6 +106,10 @@ private slots:
     void whatCannotBeFetchedIsNotSent_data() { whatWasNeverFetchedIsFetched_data(); }
     void whatCannotBeFetchedIsNotSent();
 
+    void whatIsTakenBackMeanwhileIsNotSent_data();
+    void whatIsTakenBackMeanwhileIsNotSent();
+    void whatIsEditedMeanwhileGoesAsItIsNow();
+
     void aForwardWithAnotherIdIsKnownByAllElse();
     void aForwardInDoubtWaitsForAPerson_data();
     void aForwardInDoubtWaitsForAPerson();
@@ -124,6 +128,8 @@ private:
                                 const QByteArray &from = "dan@elsewhere.test",
                                 const QJsonObject &more = QJsonObject());
     void moveToAnotherAccount(const QMailMessageId &id);
+    /** One that is asked for, and for which the server is being asked for an attachment. */
+    QMailMessageId sendingThatWaits(int *request);
     /** The commands by which messages were asked to be sent. */
     QStringList commands();
     QString lastRequest(const char *command);
@@ -621,6 +627,57 @@ void TestResponses::whatCannotBeFetchedIsNotSent()
     QCOMPARE(world().sendAndWait(id), 404);
     QCOMPARE(commands(), QStringList());
     QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("passes on")));
+}
+
+QMailMessageId TestResponses::sendingThatWaits(int *request)
+{
+    wishSmartReplies(false);
+    world().server.fault(
+        SendingWorld::sendFault("delay",
+                                {{QStringLiteral("command"), QStringLiteral("ItemOperations")},
+                                 {QStringLiteral("seconds"), 3}}));
+    const QMailMessageId id = world().add(passingOn(QStringLiteral("copied attachment")));
+    world().listener.clear();
+    *request = world().send(id);
+    return world().faultsAreTaken() ? id : QMailMessageId();
+}
+
+void TestResponses::whatIsTakenBackMeanwhileIsNotSent_data()
+{
+    QTest::addColumn<quint64>("flag");
+    QTest::newRow("removed") << quint64(0);
+    QTest::newRow("into the trash") << quint64(QMailMessage::Trash);
+    QTest::newRow("a draft again") << quint64(QMailMessage::Draft);
+}
+
+void TestResponses::whatIsTakenBackMeanwhileIsNotSent()
+{
+    QFETCH(quint64, flag);
+    int request = 0;
+    const QMailMessageId id = sendingThatWaits(&request);
+    QVERIFY(id.isValid());
+    if (flag == 0)
+        QVERIFY(QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord));
+    else
+        QVERIFY(
+            QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), flag, true));
+    QCOMPARE(world().codeOf(request), 404);
+    QCOMPARE(commands(), QStringList());
+    QVERIFY(!world().isInOutbox(id));
+}
+
+void TestResponses::whatIsEditedMeanwhileGoesAsItIsNow()
+{
+    int request = 0;
+    const QMailMessageId id = sendingThatWaits(&request);
+    QVERIFY(id.isValid());
+    QMailMessage edited(id);
+    edited.partAt(0).setBody(plainText(QStringLiteral("Do not look.\n")));
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
+    QCOMPARE(world().codeOf(request), 200);
+    QCOMPARE(commands(), QStringList {QStringLiteral("SendMail")});
+    QVERIFY(arrived().contains("Do not look."));
+    QCOMPARE(arrived().count(attachedContent()), 1);
 }
 
 /** The server writes a message id of its own where it puts the original in. */
