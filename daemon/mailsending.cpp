@@ -313,18 +313,19 @@ void MailSending::lookUp()
 void MailSending::onLooked(const SentLookup &lookup, const Eas::Result &result)
 {
     const auto answer = lookup.answer();
+    const bool goesAgain = m_failure.ok() || canFallBack(m_failure);
     if (!result.ok())
         finish(m_failure.ok() ? result : m_failure);
     else if (answer == SentLookup::There)
         finish({});
     else if (answer == SentLookup::Unclear && !m_byHand)
         endInDoubt();
-    else if (canFallBack(m_failure))
-        sendPlain();
-    else if (!m_failure.ok())
+    else if (!goesAgain)
         finish(m_failure);
     else if (SentLookup::timeToSettle(m_outgoing) > 0)
         QTimer::singleShot(SentLookup::timeToSettle(m_outgoing), this, &MailSending::lookUp);
+    else if (!m_failure.ok())
+        sendPlain();
     else
         send();
 }
