@@ -24,14 +24,13 @@ namespace Daemon {
 
 namespace {
 
-/** The server's clock may be so many seconds behind. */
+/** The server's clock may be so many seconds behind: what came before is another message. */
 constexpr qint64 ClockSlack = 24 * 60 * 60;
 /** So many messages are asked for at most. */
 constexpr int MostCandidates = 50;
 /**
- * What came to the folder earlier than so many seconds before the message was written is another
- * one, and what came so many after it left may be. Clocks differ, and large messages take their
- * time.
+ * What came to the folder earlier than so many seconds before the message was written, or so many
+ * after it left, may be another one. Clocks differ, and large messages take their time.
  */
 constexpr qint64 EarliestArrival = 10 * 60;
 constexpr qint64 LatestArrival = 60 * 60;
@@ -265,14 +264,13 @@ SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMe
         return There;
     if (!candidate.isAlike || isOwnId(id, m_mark.rfcId))
         return NotThere;
-    if (candidate.received < m_mark.written - EarliestArrival)
-        return NotThere;
     if (id.isEmpty())
         return Unclear;
     const QSet<QString> recipients = visibleRecipients(head);
     if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
         return NotThere;
     const bool isSame = recipients == m_mark.recipients
+        && candidate.received >= m_mark.written - EarliestArrival
         && candidate.received < m_mark.left + LatestArrival
         && Store::TextTraces::contains(head, m_mark.text)
         && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <QDateTime>
 #include <QFile>
 #include <QJsonArray>
 #include <qmailaccount.h>
@@ -55,6 +56,8 @@ private slots:
     void whatCannotBeLookedForIsNotSentAgain();
     void anotherMessageLikeItIsNoDoubt_data();
     void anotherMessageLikeItIsNoDoubt();
+    void anEarlierMessageLikeItIsADoubt_data();
+    void anEarlierMessageLikeItIsADoubt();
     void aDoubtIsOverOnceTheServerShowsTheMessage();
     void theServersCopyComesByItself();
     void anEditedMessageGoesAsItIsNow();
@@ -501,6 +504,34 @@ void TestAsDaemonSending::anotherMessageLikeItIsNoDoubt()
     QCOMPARE(world().sendAndWait(id), 902);
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::anEarlierMessageLikeItIsADoubt_data()
+{
+    QTest::addColumn<bool>("headless");
+    QTest::newRow("to the same people") << false;
+    QTest::newRow("without a head") << true;
+}
+
+/** This device's clock may be ahead, and the server may write a Message-ID of its own. */
+void TestAsDaemonSending::anEarlierMessageLikeItIsADoubt()
+{
+    QFETCH(bool, headless);
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(2); // for a server that may still be at it
+    QVERIFY(world().daemon.start());
+    world().setOption("no_mime", headless);
+    const qint64 anHourAgo = QDateTime::currentSecsSinceEpoch() - 3600;
+    world().server.deliver(alice, QStringLiteral("Sent"),
+                           "From: alice@example.test\r\nTo: bob@example.test\r\nSubject: Hello\r\n"
+                           "Message-ID: <servers@other.test>\r\n\r\nHello.\r\n",
+                           {{QStringLiteral("received"), anHourAgo}});
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
+    QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+    QCOMPARE(world().server.requestCount("SendMail"), 1);
 }
 
 void TestAsDaemonSending::aDoubtIsOverOnceTheServerShowsTheMessage()
