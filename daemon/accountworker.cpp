@@ -415,7 +415,7 @@ void AccountWorker::onOver(const Eas::Result &result)
     }
     const auto *run = qobject_cast<SyncRun *>(ended);
     if (run || result.code == Eas::LoginRefused)
-        m_changes->noteEnd(result);
+        m_changes->noteEnd(run && result.ok() ? run->uploadFailure() : result);
     if (run) {
         resumePush(*run, result);
         if (result.ok())

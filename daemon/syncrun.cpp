@@ -184,7 +184,8 @@ qint64 SyncRun::textBound(const QString &folder) const
     const auto wantsText = [&folder](const Wish &wish) {
         return wish.steps.contains(folder) && wish.request.contentType != HeadersAndPreview;
     };
-    const bool isWanted = std::any_of(m_wishes.cbegin(), m_wishes.cend(), wantsText);
+    const bool isWanted = m_awaitedByUpload.contains(folder)
+        || std::any_of(m_wishes.cbegin(), m_wishes.cend(), wantsText);
     return isWanted ? FolderSync::TextBound : FolderSync::PreviewBound;
 }
 
@@ -244,7 +245,9 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
     }
     if (isTree)
         m_treeFailure = result;
-    if (qobject_cast<BatchStep *>(step))
+    if (const auto *upload = qobject_cast<UploadStep *>(step))
+        onUploadFinished(*upload, result);
+    else if (qobject_cast<BatchStep *>(step))
         onBatchFinished(names);
     else
         onStepFinished(names.first(), result);
@@ -257,6 +260,19 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
 bool SyncRun::isServersFault(const Eas::Result &result) const
 {
     return stopsEverything(result) || (result.code == Eas::InvalidAnswer && !m_treeFailure.ok());
+}
+
+/** What the upload had to leave for their own steps gets these, and goes up after them: once. */
+void SyncRun::onUploadFinished(const UploadStep &upload, const Eas::Result &result)
+{
+    const QHash<QString, Eas::Result> left = upload.left();
+    m_uploadFailure = result.ok() && !left.isEmpty() ? *left.cbegin() : result;
+    if (result.ok() && !left.isEmpty() && !m_isUploadRepeated) {
+        m_isUploadRepeated = true;
+        m_awaitedByUpload = toSet(left.keys());
+        plan(m_awaitedByUpload, true);
+    }
+    onStepFinished(Upload, result);
 }
 
 void SyncRun::onBatchFinished(const QStringList &names)
@@ -304,7 +320,10 @@ bool SyncRun::repeatAfterTree(const QString &name)
 void SyncRun::noteDone(const QString &name)
 {
     ++m_done;
-    if (m_pending.contains(name))
+    if (m_awaitedByUpload.remove(name) && m_awaitedByUpload.isEmpty())
+        plan({Upload}, true);
+    const bool isRepeated = name == Upload && !m_awaitedByUpload.isEmpty();
+    if (isRepeated || m_pending.contains(name))
         return;
     for (Wish &wish : m_wishes)
         wish.steps.remove(name);

@@ -11,6 +11,7 @@
 namespace Daemon {
 
 class SyncStep;
+class UploadStep;
 
 /**
  * One synchronisation of an account: the folder tree, the folders, or some of them.
@@ -36,6 +37,8 @@ public:
 
     /** Whether the server brought anything that was not known here. */
     bool hasBroughtNews() const { return m_broughtNews; }
+    /** Why changes made here did not reach the server, whatever else the run has achieved. */
+    Eas::Result uploadFailure() const { return m_uploadFailure; }
 
 private:
     /** A request, and the steps that it still waits for. */
@@ -57,6 +60,7 @@ private:
     void startStep(SyncStep *step, const QStringList &names);
     void onFinished(const Eas::Result &result, bool local);
     bool isServersFault(const Eas::Result &result) const;
+    void onUploadFinished(const UploadStep &upload, const Eas::Result &result);
     void onBatchFinished(const QStringList &names);
     void onStepFinished(const QString &name, const Eas::Result &result);
     bool repeatAfterTree(const QString &name);
@@ -80,12 +84,15 @@ private:
     SyncStep *m_step = nullptr;
     QSet<QString> m_alone; ///< folders that take no part in batches any more
     QSet<QString> m_repeatedAfterTree;
+    QSet<QString> m_awaitedByUpload; ///< folders to be put right before the upload is repeated
     Eas::Result m_treeFailure;
+    Eas::Result m_uploadFailure;
     int m_done = 0;
     int m_joined = 0;
     bool m_started = false;
     bool m_announced = false;
     bool m_broughtNews = false;
+    bool m_isUploadRepeated = false;
 };
 
 } // namespace Daemon

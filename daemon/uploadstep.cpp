@@ -10,6 +10,8 @@
 #include "daemon/store/windowwriter.h"
 #include "daemon/windowsize.h"
 
+#include <qmailfolder.h>
+
 #include <algorithm>
 
 namespace Daemon {
@@ -181,8 +183,21 @@ void UploadStep::collectAgain(const QString &collectionId)
     m_folders = folders;
 }
 
+/** Its own step puts the folder right; the changes stay until then. */
+void UploadStep::leave(const QString &collectionId, const Eas::Result &reason)
+{
+    qCInfo(lcSync) << "account" << m_context.id() << "keeps changes of" << collectionId
+                   << "for later:" << reason.text;
+    m_left.insert(collectionId, reason);
+    next();
+}
+
 void UploadStep::upload(const Store::FolderLocalChanges &changes)
 {
+    if (m_left.contains(changes.collectionId)) {
+        next();
+        return;
+    }
     const auto state = m_context.db->folder(m_context.id(), changes.collectionId);
     Eas::SyncRequest request;
     const Eas::Result prepared = FolderSync::nextWindow(
@@ -193,7 +208,12 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
     }
     if (request.syncKey == QLatin1String("0")) {
         // Only after the folder was synchronised does the server know what we speak of.
-        next();
+        const bool isEnabled =
+            QMailFolder(state->folderId).status() & QMailFolder::SynchronizationEnabled;
+        if (isEnabled)
+            leave(changes.collectionId, {Eas::ServerFailed, QStringLiteral("no key")});
+        else
+            next();
         return;
     }
     request.getChanges = false;
@@ -209,8 +229,7 @@ void UploadStep::onUploaded(const Eas::SyncCommand &command,
                             const Store::FolderLocalChanges &changes)
 {
     if (FolderSync::isKeyLost(command.result())) {
-        // The folder's own step begins anew; the changes stay.
-        next();
+        leave(changes.collectionId, command.result());
         return;
     }
     if (!command.result().ok()) {
@@ -219,10 +238,7 @@ void UploadStep::onUploaded(const Eas::SyncCommand &command,
     }
     const Eas::SyncWindow &window = command.windows().first();
     if (window.status != FolderSync::StatusOk) {
-        // What the folder's own step makes of this status comes first; the changes stay.
-        qCInfo(lcSync) << "account" << m_context.id() << "keeps changes of" << changes.collectionId
-                       << "for later: status" << window.status;
-        next();
+        leave(changes.collectionId, Eas::SyncCommand::statusResult(window.status));
         return;
     }
     m_retry.reset();

@@ -5,6 +5,7 @@
 #include "daemon/store/localchanges.h"
 #include "daemon/syncstep.h"
 
+#include <QHash>
 #include <QQueue>
 #include <QSet>
 
@@ -37,6 +38,9 @@ public:
 
     void proceed() override;
 
+    /** Folders whose changes wait until the folder itself was put right; each with the reason. */
+    QHash<QString, Eas::Result> left() const { return m_left; }
+
 private:
     void next();
     void look(const QString &collectionId);
@@ -44,6 +48,7 @@ private:
     void onLooked(const Eas::SyncCommand &command);
     void collectAgain(const QString &collectionId);
     void upload(const Store::FolderLocalChanges &changes);
+    void leave(const QString &collectionId, const Eas::Result &reason);
     void onUploaded(const Eas::SyncCommand &command, const Store::FolderLocalChanges &changes);
     void onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes);
     void move(const QList<Store::Move> &moves);
@@ -55,6 +60,7 @@ private:
     QQueue<Store::FolderLocalChanges> m_folders;
     QSet<QString> m_seen; ///< folders whose news were asked for before their flags go up
     QQueue<QList<Store::Move>> m_moves;
+    QHash<QString, Eas::Result> m_left;
 };
 
 } // namespace Daemon

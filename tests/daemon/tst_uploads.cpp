@@ -43,6 +43,8 @@ private slots:
     void aRefusedLoginIsNotRepeated();
     void aServerThatWasAwayHearsOfThemLater();
     void aRefusalThatMayPassDoesNotSilenceLaterChanges();
+    void aFailureOfTheUploadAloneIsTriedAgain_data();
+    void aFailureOfTheUploadAloneIsTriedAgain();
     void changesMadeWithoutADaemonGoUpOnceItRuns();
 
 private:
@@ -252,6 +254,40 @@ void TestUploads::aRefusalThatMayPassDoesNotSilenceLaterChanges()
                              20000);
     set(mail2, Message::Read);
     QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1) && isReadAtServer(mail2), 20000);
+}
+
+void TestUploads::aFailureOfTheUploadAloneIsTriedAgain_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("count");
+    // The look before the upload, and the upload.
+    QTest::newRow("a lost key") << "collection_status" << 3 << 2;
+    QTest::newRow("a passing failure of the folder") << "collection_status" << 5 << 2;
+    QTest::newRow("a failure that the folder's own step meets, too")
+        << "collection_status" << 16 << 8;
+    QTest::newRow("the server fails") << "http" << 500 << 2;
+    QTest::newRow("the server fails again") << "http" << 500 << 4;
+    QTest::newRow("a bad answer") << "rubbish" << 200 << 2;
+}
+
+/** Nobody asks for a synchronisation, and no push brings one about. */
+void TestUploads::aFailureOfTheUploadAloneIsTriedAgain()
+{
+    QFETCH(QString, kind);
+    QFETCH(int, status);
+    QFETCH(int, count);
+    shortenUndoTime(200);
+    world().server.fault({{QStringLiteral("kind"), kind},
+                          {QStringLiteral("command"), QStringLiteral("Sync")},
+                          {QStringLiteral("status"), status},
+                          {QStringLiteral("count"), count}});
+    set(mail1, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 60000);
+    QCOMPARE(world().server.requestCount("Ping"), 0);
+    QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::status(
+                     Message::ReadElsewhere, QMailDataComparator::Includes)),
+                 1);
 }
 
 void TestUploads::changesMadeWithoutADaemonGoUpOnceItRuns()
