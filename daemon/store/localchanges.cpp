@@ -131,16 +131,42 @@ Eas::Result LocalChanges::forgetNamelessDeletions()
     const Eas::Result result = AccountGuard::check(m_account);
     if (!result.ok())
         return result;
-    // The store purges records by their ids, or all of them.
     QMailStore *store = QMailStore::instance();
+    const QStringList lost = lostDeletions();
+    if (!lost.isEmpty() && !store->purgeMessageRemovalRecords(m_account, lost))
+        return storeFailure(QStringLiteral("cannot forget deletions in folders that are gone"));
     const auto records = store->messageRemovalRecords(m_account);
     const bool isEachNameless =
         std::all_of(records.cbegin(), records.cend(),
                     [](const auto &record) { return record.serverUid().isEmpty(); });
-    const bool isPurged =
-        records.isEmpty() || !isEachNameless || store->purgeMessageRemovalRecords(m_account);
-    store->unlock();
-    return isPurged ? result : storeFailure(QStringLiteral("cannot forget deleted drafts"));
+    if (records.isEmpty() || !isEachNameless)
+        return result;
+    // Nameless ones go only with all others: nothing may come between the look and the purge, for
+    // what another process deletes in that moment would stay at the server.
+    if (!store->purgeMessageRemovalRecords(m_account))
+        return storeFailure(QStringLiteral("cannot forget deleted drafts"));
+    return result;
+}
+
+/** Ids of deletions that can never be carried: no server ever gave the id, or the folder is gone.
+ */
+QStringList LocalChanges::lostDeletions() const
+{
+    QSet<QString> collections;
+    for (const FolderState &state : m_db.folders(m_account))
+        collections.insert(state.serverId);
+    QStringList lost;
+    // Until the folders are known, each could be among them.
+    if (collections.isEmpty() || m_db.account(m_account).folderSyncKey == QLatin1String("0"))
+        return lost;
+    for (const QMailMessageRemovalRecord &record :
+         QMailStore::instance()->messageRemovalRecords(m_account)) {
+        const ServerUid uid = ServerUid::split(record.serverUid());
+        const bool isCarried = collections.contains(uid.collectionId) && isNamed(uid);
+        if (!isCarried && !record.serverUid().isEmpty())
+            lost.append(record.serverUid());
+    }
+    return lost;
 }
 
 Eas::Result LocalChanges::mark(const QMailMessageIdList &ids, quint64 mask, bool value)

@@ -61,7 +61,7 @@ public:
 
     /**
      * Forgets deletions of what no server has ever had: each draft that is saved again is one. Does
-     * so only once no other deletion is left to be carried.
+     * so only once no other deletion is left to be carried. Those whose folder is gone go as well.
      */
     Eas::Result forgetNamelessDeletions();
 
@@ -91,6 +91,7 @@ private:
     void collectFlags(Changes *changes) const;
     void collectMoves(Changes *changes) const;
     void collectDeletions(Changes *changes) const;
+    QStringList lostDeletions() const;
     Eas::Result mark(const QMailMessageIdList &ids, quint64 mask, bool value);
     Eas::Result deleteAt(const QString &collectionId, const QString &serverId);
     Eas::Result renameMoved(const Move &move, const QString &uid);

@@ -45,6 +45,7 @@ private slots:
     void aRefusalThatMayPassDoesNotSilenceLaterChanges();
     void aFailureOfTheUploadAloneIsTriedAgain_data();
     void aFailureOfTheUploadAloneIsTriedAgain();
+    void anUploadForgetsWhatNobodyCanBeTold();
     void changesMadeWithoutADaemonGoUpOnceItRuns();
 
 private:
@@ -288,6 +289,33 @@ void TestUploads::aFailureOfTheUploadAloneIsTriedAgain()
     QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::status(
                      Message::ReadElsewhere, QMailDataComparator::Includes)),
                  1);
+}
+
+void TestUploads::anUploadForgetsWhatNobodyCanBeTold()
+{
+    shortenUndoTime();
+    QMailStore *store = QMailStore::instance();
+    // A draft that was saved again, one of a folder that has gone, and one that no server named.
+    for (const char *uid : {"",
+                            "gone\x1f"
+                            "1",
+                            "nobody's"}) {
+        const QMailMessageId id = StoreFixture::addMessage(world().account, world().folder(inbox),
+                                                           QStringLiteral("Draft"));
+        Message data;
+        data.setServerUid(QString::fromLatin1(uid));
+        if (*uid)
+            QVERIFY(store->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                  QMailMessageKey::ServerUid, data));
+        QVERIFY(store->removeMessages(QMailMessageKey::id(id), QMailStore::CreateRemovalRecord));
+    }
+    QCOMPARE(store->messageRemovalRecords(world().account).size(), 3);
+    set(mail1, Message::Read);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 20000);
+    QTRY_VERIFY(store->messageRemovalRecords(world().account).isEmpty());
+    QVERIFY2(!world().daemon.log().contains(QStringLiteral("Unable to unlock")),
+             qPrintable(world().daemon.log()));
+    QCOMPARE(world().messageCount(), 3);
 }
 
 void TestUploads::changesMadeWithoutADaemonGoUpOnceItRuns()
