@@ -94,6 +94,7 @@ SentMark SentMark::of(const Store::Outgoing &outgoing)
 {
     const QMailMessage message(outgoing.messageId);
     SentMark mark;
+    mark.id = outgoing.messageId;
     mark.rfcId = Store::OutgoingMail::rfcId(message, outgoing);
     mark.subject = message.subject();
     mark.recipients = visibleRecipients(message);
@@ -269,8 +270,9 @@ SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMe
     const QSet<QString> recipients = visibleRecipients(head);
     if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
         return NotThere;
-    const bool isSame = recipients == m_mark.recipients
-        && candidate.received >= m_mark.written - EarliestArrival
+    // What the mail store had before the message is at most like it.
+    const bool isSame = candidate.id.toULongLong() > m_mark.id.toULongLong()
+        && recipients == m_mark.recipients && candidate.received >= m_mark.written - EarliestArrival
         && candidate.received < m_mark.left + LatestArrival
         && Store::TextTraces::contains(head, m_mark.text)
         && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))

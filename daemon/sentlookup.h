@@ -14,6 +14,7 @@ namespace Daemon {
 /** What a message that may have been sent is known by. */
 struct SentMark
 {
+    QMailMessageId id;
     QByteArray rfcId;
     QString subject;
     QSet<QString> recipients; ///< those that all others see

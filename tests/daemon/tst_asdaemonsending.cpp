@@ -58,6 +58,7 @@ private slots:
     void anotherMessageLikeItIsNoDoubt();
     void anEarlierMessageLikeItIsADoubt_data();
     void anEarlierMessageLikeItIsADoubt();
+    void whatWasHereBeforeItIsNotTheMessage();
     void aDoubtIsOverOnceTheServerShowsTheMessage();
     void theServersCopyComesByItself();
     void anEditedMessageGoesAsItIsNow();
@@ -532,6 +533,21 @@ void TestAsDaemonSending::anEarlierMessageLikeItIsADoubt()
     QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
     QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
     QCOMPARE(world().server.requestCount("SendMail"), 1);
+}
+
+/** The second of two messages that are alike, but for a file perhaps or a word. */
+void TestAsDaemonSending::whatWasHereBeforeItIsNotTheMessage()
+{
+    world().server.deliver(alice, QStringLiteral("Sent"),
+                           "From: alice@example.test\r\nTo: bob@example.test\r\nSubject: Hello\r\n"
+                           "Message-ID: <servers@other.test>\r\n\r\nHello.\r\n");
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(QStringLiteral("Sent")), QStringList {QStringLiteral("Hello")});
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(world().draft());
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
+    QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
 }
 
 void TestAsDaemonSending::aDoubtIsOverOnceTheServerShowsTheMessage()
