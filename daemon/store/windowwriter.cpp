@@ -408,10 +408,8 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         const bool isMarkNew = after.customFields() != before.customFields();
         if (different || isMarkNew)
             m_updated.append(before.id());
-        if (isMarkNew) {
+        if (isMarkNew)
             marked.append(after);
-            continue;
-        }
         if (different & after.status())
             flags[{different & after.status(), true}].append(before.id());
         if (different & before.status())
@@ -427,7 +425,18 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
     if (!contents.empty() && !QMailStore::instance()->updateMessages(pointers(contents)))
         return storeFailure(QStringLiteral("cannot update messages"));
     const Eas::Result result = storeFlags(flags);
-    return result.ok() ? store(marked) : result;
+    return result.ok() ? storeMarks(marked) : result;
+}
+
+/** Writes the marks alone, as the flags. */
+Eas::Result WindowWriter::storeMarks(const QList<QMailMessageMetaData> &marked)
+{
+    for (const QMailMessageMetaData &message : marked) {
+        if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(message.id()),
+                                                            QMailMessageKey::Custom, message))
+            return storeFailure(QStringLiteral("cannot update messages"));
+    }
+    return {};
 }
 
 /** Writes the flags alone: the user may be doing more with the messages right now. */

@@ -65,6 +65,7 @@ private:
     Eas::Result update(const QList<QPair<Eas::MailItem, QMailMessageMetaData>> &items);
     Eas::Result store(QList<QMailMessageMetaData> &messages);
     Eas::Result storeFlags(const QMap<QPair<quint64, bool>, QMailMessageIdList> &flags);
+    Eas::Result storeMarks(const QList<QMailMessageMetaData> &marked);
     Eas::Result removeItems();
     Eas::Result saveKey();
     Eas::Result sweep();
