@@ -4,7 +4,7 @@
 namespace Store {
 
 namespace {
-const QString field = QStringLiteral("orvmail-flag-dates");
+const QString field = QStringLiteral("orvmail-bare-flag");
 }
 
 bool FlagMark::isSet(const QMailMessageMetaData &message)
@@ -12,9 +12,9 @@ bool FlagMark::isSet(const QMailMessageMetaData &message)
     return !message.customField(field).isNull();
 }
 
-void FlagMark::set(QMailMessageMetaData *message, bool hasDates)
+void FlagMark::set(QMailMessageMetaData *message, bool isBare)
 {
-    if (hasDates)
+    if (isBare)
         message->setCustomField(field, QStringLiteral("1"));
     else if (isSet(*message))
         message->removeCustomField(field);

@@ -7,15 +7,15 @@
 namespace Store {
 
 /**
- * Marks messages whose follow-up flag has dates or a reminder at the server.
+ * Marks messages whose follow-up flag is known to have neither dates nor a reminder at the server.
  *
- * The mail store keeps none of these: a flag of theirs that was said again from here would lose
- * them.
+ * The mail store keeps none of these: a flag that has some, or of which it is not known, would lose
+ * them if it was said again from here.
  */
 namespace FlagMark {
 
 bool isSet(const QMailMessageMetaData &message);
-void set(QMailMessageMetaData *message, bool hasDates);
+void set(QMailMessageMetaData *message, bool isBare);
 
 } // namespace FlagMark
 

@@ -94,7 +94,7 @@ void LocalChanges::collectFlags(Changes *changes) const
         change.read = difference(message, Message::Read, Message::ReadElsewhere);
         change.important = difference(message, Message::Important, Message::ImportantElsewhere);
         change.keepsFlag = !change.important && message.status() & Message::ImportantElsewhere
-            && !FlagMark::isSet(currentMessage(message.id()));
+            && FlagMark::isSet(currentMessage(message.id()));
         (*changes)[uid.collectionId].flags.append(change);
     }
 }
@@ -194,8 +194,25 @@ Eas::Result LocalChanges::acknowledgeFlags(const QList<FlagChange> &changes)
             result = mark(read, Message::ReadElsewhere, value);
         if (result.ok())
             result = mark(important, Message::ImportantElsewhere, value);
+        if (result.ok())
+            result = markBareFlags(important, value);
     }
     return result;
+}
+
+/** What was flagged from here has no dates. */
+Eas::Result LocalChanges::markBareFlags(const QMailMessageIdList &ids, bool value)
+{
+    for (const QMailMessageId &id : ids) {
+        Message message = currentMessage(id);
+        if (!message.id().isValid() || FlagMark::isSet(message) == value)
+            continue;
+        FlagMark::set(&message, value);
+        if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                            QMailMessageKey::Custom, message))
+            return storeFailure(QStringLiteral("cannot mark a flag"));
+    }
+    return {};
 }
 
 Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newServerId)

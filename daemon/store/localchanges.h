@@ -18,7 +18,7 @@ struct FlagChange
     QString serverId;
     std::optional<bool> read;
     std::optional<bool> important;
-    /** The server's flag stands, and can be said again without loss. */
+    /** The server's flag stands, and is known to lose nothing if it is said again. */
     bool keepsFlag = false;
 };
 
@@ -92,6 +92,7 @@ private:
     void collectMoves(Changes *changes) const;
     void collectDeletions(Changes *changes) const;
     QStringList lostDeletions() const;
+    Eas::Result markBareFlags(const QMailMessageIdList &ids, bool value);
     Eas::Result mark(const QMailMessageIdList &ids, quint64 mask, bool value);
     Eas::Result deleteAt(const QString &collectionId, const QString &serverId);
     Eas::Result renameMoved(const Move &move, const QString &uid);

@@ -321,7 +321,7 @@ void MessageBuilder::updateFlags(QMailMessageMetaData *message, const Eas::MailI
         follow(message, Message::Important, Message::ImportantElsewhere,
                *item.flag == Eas::FlagStatus::Active);
     if (item.flag)
-        FlagMark::set(message, item.hasFlagDates);
+        FlagMark::set(message, *item.flag == Eas::FlagStatus::Active && !item.hasFlagDates);
     if (message->status() & Message::Read)
         message->setStatus(Message::New, false);
     if (item.lastVerb) {

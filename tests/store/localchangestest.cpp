@@ -153,6 +153,13 @@ void LocalChangesTest::aFlagThatStandsIsSaidAgainWhereNothingIsLost()
     set(2, Message::Important, false);
     QCOMPARE(collect().first().flags.at(1).keepsFlag, false);
     QCOMPARE(collect().first().flags.at(1).important, std::make_optional(false));
+    // Of a flag that an earlier version has stored, nothing is known.
+    QMailMessageMetaData before = message(3);
+    for (const QString &field : before.customFields().keys())
+        before.removeCustomField(field);
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(before.id()),
+                                                           QMailMessageKey::Custom, before));
+    QCOMPARE(collect().first().flags.last().keepsFlag, false);
 }
 
 void LocalChangesTest::acknowledgedFlagsSurviveUndo()
