@@ -476,13 +476,24 @@ void TestRequestRates::aSynchronisationThatSucceedsEndsThePause()
 void TestRequestRates::aRefusedLoginIsNotTriedAgain()
 {
     turn(always("", ScriptedServer::http(401)));
-    QTRY_COMPARE(m_asked.size(), 1);
-    // Who asks is told; nobody else asks.
-    QTest::qWait(500);
+    QSignalSpy told(m_worker.get(), &Daemon::AccountWorker::workEnded);
+    QTRY_COMPARE(told.count(), 1);
+    QCOMPARE(told.first().at(1).toInt(), int(Eas::LoginRefused));
+    QCOMPARE(m_asked.size(), 1);
     QVERIFY(!Alarm::isPending());
     m_worker->networkChanged();
-    QTest::qWait(200);
-    QCOMPARE(m_asked.size(), 1);
+    QCoreApplication::processEvents();
+    // Who asks is told; nobody else has asked until then. A synchronisation would hide a wait.
+    QSignalSpy searched(m_worker.get(), &Daemon::AccountWorker::requestFinished);
+    Daemon::Request search;
+    search.kind = Daemon::RequestKind::Search;
+    search.query.text = QStringLiteral("Tea");
+    search.query.selector = 1;
+    m_worker->accept(search);
+    QTRY_COMPARE(searched.count(), 1);
+    QCOMPARE(searched.first().at(1).toInt(), int(Eas::LoginRefused));
+    QCOMPARE(m_asked.size(), 2);
+    QVERIFY(!Alarm::isPending());
 }
 
 void TestRequestRates::aWipeIsAskedForOnce()
