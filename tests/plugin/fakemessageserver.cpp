@@ -27,6 +27,8 @@ FakeMessageServer::FakeMessageServer()
 FakeMessageServer::~FakeMessageServer()
 {
     m_bus.unregisterService(Name);
+    // Qt closes the connection in a thread of its own, and must not find an object that is gone.
+    m_bus.unregisterObject(Path);
     QDBusConnection::disconnectFromBus(Connection);
 }
 

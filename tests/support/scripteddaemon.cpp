@@ -182,6 +182,8 @@ void ScriptedDaemon::Service::disconnectFromBus()
         if (!m_connection)
             return;
         uniqueName = m_connection->baseService();
+        // Closing must not find an object that may be gone by then.
+        m_connection->unregisterObject(Path);
         m_connection.reset();
         m_held.clear();
         m_running.clear();
