@@ -81,7 +81,7 @@ void FolderStep::onAnswer(const Eas::SyncCommand &command)
         takeWindow(command.windows().first());
     else if (FolderSync::isKeyLost(result))
         beginAnew(result);
-    else if (isKeySuspect(result) && m_key != FolderSync::NoKey && !m_begunAnew)
+    else if (isKeySuspect(result) && m_key != FolderSync::NoKey && !m_begunAnew && !m_isKeyTrusted)
         onBadAnswer(result);
     else
         retryOrFail(result, [this] { ask(); });
@@ -116,6 +116,7 @@ void FolderStep::tryFromStart(const Eas::Result &reason)
 void FolderStep::onStartTried(const Eas::SyncCommand &command, const Eas::Result &reason)
 {
     if (!resultOf(command).ok() || !command.windows().first().initial) {
+        m_hasServerFailed = true;
         emit finished(reason, false);
         return;
     }

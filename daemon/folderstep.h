@@ -31,6 +31,12 @@ public:
 
     void proceed() override;
 
+    /** Another folder has shown that the server fails whatever the key: bad answers are no key's
+     * fault, and are not waited over once more. */
+    void trustKey() { m_isKeyTrusted = true; }
+    /** After the end: whether the server has failed over every key that it was asked with. */
+    bool hasServerFailed() const { return m_hasServerFailed; }
+
 private:
     void ask();
     void onAnswer(const Eas::SyncCommand &command);
@@ -51,6 +57,8 @@ private:
     QElapsedTimer m_asked;
     QString m_key;        ///< sent last
     int m_badAnswers = 0; ///< to the same key, one after the other
+    bool m_isKeyTrusted = false;
+    bool m_hasServerFailed = false;
     bool m_begunAnew = false;
     QSet<uint> m_named; ///< hashes of the ids that came so far, and of those that went
     int m_idleWindows = 0;

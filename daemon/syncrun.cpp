@@ -175,7 +175,15 @@ void SyncRun::startNext()
     else if (name == Tree)
         startStep(new TreeStep(m_context, this), {name});
     else
-        startStep(new FolderStep(m_context, name, textBound(name), this), {name});
+        startFolder(name);
+}
+
+void SyncRun::startFolder(const QString &name)
+{
+    auto *step = new FolderStep(m_context, name, textBound(name), this);
+    if (m_hasServerFailed)
+        step->trustKey();
+    startStep(step, {name});
 }
 
 /** Bytes of each text in a folder: enough for everybody who wants that folder. */
@@ -230,6 +238,8 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
     const QStringList names = m_current;
     step->deleteLater();
     m_broughtNews = m_broughtNews || step->hasBroughtNews();
+    if (const auto *folder = qobject_cast<FolderStep *>(step))
+        m_hasServerFailed = m_hasServerFailed || folder->hasServerFailed();
     if (!result.ok())
         qCInfo(lcSync) << "account" << m_context.id()
                        << (names.first() == Tree ? QStringLiteral("folder tree")

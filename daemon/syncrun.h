@@ -58,6 +58,7 @@ private:
     QStringList takeBatch();
     bool isOrdinary(const Store::FolderState &folder) const;
     void startStep(SyncStep *step, const QStringList &names);
+    void startFolder(const QString &name);
     void onFinished(const Eas::Result &result, bool local);
     bool isServersFault(const Eas::Result &result) const;
     void onUploadFinished(const UploadStep &upload, const Eas::Result &result);
@@ -92,6 +93,7 @@ private:
     bool m_started = false;
     bool m_announced = false;
     bool m_broughtNews = false;
+    bool m_hasServerFailed = false; ///< over one folder, with whatever key
     bool m_isUploadRepeated = false;
 };
 
