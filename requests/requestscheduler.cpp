@@ -56,7 +56,7 @@ bool RequestScheduler::checkRequests(Activesync::AsDBusInterface *daemon)
         return true;
     if (m_secondQueue.isEmpty())
         return false;
-    isRequestAlive(daemon, *m_secondQueue.cbegin());
+    isRequestAlive(daemon, firstOfSecondQueue());
     return !m_secondQueue.isEmpty();
 }
 
@@ -139,8 +139,8 @@ void RequestScheduler::complete(int code, AsDaemonRequest *request)
     if (!m_firstQueue.isEmpty())
         return;
     // Deliberate: a request that is in no queue ends the action, too; yet its own has had its end,
-    // and another's is not to have two.
-    if (!wasQueued && (m_batches > 0 || m_service.hasActionOfItsOwn()))
+    // and another's is not to have two, nor what that has running to be started twice.
+    if (!wasQueued && (m_batches > 0 || isSecondRunning() || m_service.hasActionOfItsOwn()))
         return;
     if (m_batches > 0)
         m_codeOfBatch = code;
@@ -153,12 +153,25 @@ bool RequestScheduler::isQueued(AsDaemonRequest *request) const
     return m_firstQueue.contains(request) || m_secondQueue.contains(request);
 }
 
+bool RequestScheduler::isSecondRunning() const
+{
+    return m_secondQueue.contains(m_started);
+}
+
+/** The queue has no order of its own: the one that runs is its first. */
+AsDaemonRequest *RequestScheduler::firstOfSecondQueue() const
+{
+    return isSecondRunning() ? m_started.data() : *m_secondQueue.cbegin();
+}
+
 /** Takes a request out of the queues; false when it was in none. */
 bool RequestScheduler::take(AsDaemonRequest *request)
 {
     const bool wasFirst = m_firstQueue.remove(request);
     // Also while the first queue is not empty: a completed request is about to be deleted.
     const bool wasSecond = m_secondQueue.remove(request);
+    if (m_started == request)
+        m_started = nullptr;
     return wasFirst || wasSecond;
 }
 
@@ -211,6 +224,7 @@ void RequestScheduler::clear()
 {
     m_firstQueue.clear();
     m_secondQueue.clear();
+    m_started = nullptr;
     m_codeOfBatch.reset();
 }
 
@@ -233,7 +247,8 @@ void RequestScheduler::endAction(int code)
 /** Starts some request of the second queue; it stays there until it completes. */
 void RequestScheduler::startNext()
 {
-    const int id = execute(*m_secondQueue.cbegin());
+    m_started = firstOfSecondQueue();
+    const int id = execute(m_started);
     qMailLog(Messaging) << "start request in second queue";
     if (id == -1) {
         qMailLog(Messaging) << "Second Queue Request execute returned -1";

@@ -78,6 +78,8 @@ public slots:
 private:
     void insert(QSet<AsDaemonRequest *> &queue, AsDaemonRequest *request);
     bool isQueued(AsDaemonRequest *request) const;
+    bool isSecondRunning() const;
+    AsDaemonRequest *firstOfSecondQueue() const;
     bool take(AsDaemonRequest *request);
     QList<QPointer<AsDaemonRequest>> pollOrder() const;
     void checkRefused();
@@ -92,6 +94,8 @@ private:
     OrvService &m_service;
     QSet<AsDaemonRequest *> m_firstQueue;
     QSet<AsDaemonRequest *> m_secondQueue;
+    /** That of the second queue which was started last. */
+    QPointer<AsDaemonRequest> m_started;
     /** Oldest first; they left the queues by a poll. */
     QList<QPointer<AsDaemonRequest>> m_dead;
     DaemonWaker *m_waker;

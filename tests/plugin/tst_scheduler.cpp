@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "requests/asdaemonsendrequest.h"
 #include "source/syncmarker.h"
 #include "tests/plugin/servicefixture.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
+#include <QSignalSpy>
 #include <QTest>
 
 using Answer = ScriptedDaemon::Answer;
@@ -11,6 +13,22 @@ using Answer = ScriptedDaemon::Answer;
 namespace {
 
 constexpr auto Cancel = QMailServiceAction::Status::ErrCancel;
+
+constexpr int Waiting = 8;
+
+/** A request of the second queue that runs, under the id 2; behind it wait so many others. */
+AsDaemonRequest *runTheSecondQueue(ServiceFixture &f)
+{
+    f.scheduler().addRequest(f.newRequest());
+    AsDaemonRequest *running = f.newRequest();
+    f.scheduler().addSecondQueueRequest(running);
+    f.daemon.complete(1, 200);
+    f.daemon.settle();
+    // Which of them the queue has first is chance; hardly ever the one that runs.
+    for (int i = 0; i < Waiting; ++i)
+        f.scheduler().addSecondQueueRequest(f.newRequest());
+    return running;
+}
 
 } // namespace
 
@@ -38,6 +56,10 @@ private slots:
     void checkingTakesAnErrorForDeath();
     void checkingWithoutAProxyDoesNothing();
     void checkingPollsOneSecondQueueRequest();
+    void aLateEndDoesNotSendWhatIsBeingSentAgain();
+    void aLateEndStartsNoOtherBesideTheRunningOne();
+    void checkingAsksForTheSecondQueueRequestThatRuns();
+    void aFirstQueueRequestStartsNoOtherBesideTheRunningOne();
     void aDeadRequestIsNotDeletedAndStillHears();
     void aDestroyedRequestIsInNoQueue();
     void aRequestDestroyedWithItsParentIsInNoQueue();
@@ -337,6 +359,86 @@ void TestScheduler::checkingPollsOneSecondQueueRequest()
     QCOMPARE(f.daemon.callCount("sync"), 1);
     QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
     QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::aLateEndDoesNotSendWhatIsBeingSentAgain()
+{
+    ServiceFixture f;
+    f.scheduler().addRequest(f.newRequest());
+    f.daemon.answerAlive(0);
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    f.daemon.answerAliveTruly();
+    f.scheduler().addRequest(f.newRequest());
+    const QMailMessageId message = StoreFixture::addOutgoing(f.account);
+    auto *send = new AsDaemonSendRequest(
+        *f.service, f.account,
+        std::tr1::bind(&Activesync::AsDBusInterface::sendMail, f.service->daemon(),
+                       f.account.toULongLong(), message.toULongLong(), QDBus::Block),
+        message, &f.sink());
+    const QSignalSpy transmitted(send, &AsDaemonSendRequest::messagesTransmitted);
+    f.scheduler().addSecondQueueRequest(send);
+    f.daemon.complete(2, 200);
+    f.daemon.settle();
+    QCOMPARE(f.daemon.callCount("sendMail"), 1);
+    f.spy.take();
+    // The end of the one that was given up, at last.
+    f.daemon.complete(1, 401);
+    f.daemon.settle();
+    QCOMPARE(f.daemon.callCount("sendMail"), 1);
+    QCOMPARE(f.spy.take(), QStringList());
+    f.daemon.complete(3, 200);
+    f.daemon.settle();
+    QCOMPARE(transmitted.count(), 1);
+    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
+    QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::aLateEndStartsNoOtherBesideTheRunningOne()
+{
+    ServiceFixture f;
+    const AsDaemonRequest *running = runTheSecondQueue(f);
+    f.scheduler().onRequestCompleted(401, f.newRequest(), false);
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+    QCOMPARE(running->requestId(), 2);
+    QCOMPARE(f.spy.completions(), 0);
+    for (int id = 2; id <= 2 + Waiting; ++id) {
+        QCOMPARE(f.daemon.callCount("sync"), id);
+        f.daemon.complete(id, 200);
+        f.daemon.settle();
+    }
+    QCOMPARE(f.daemon.callCount("sync"), 2 + Waiting);
+    QCOMPARE(f.spy.completions(), 1);
+    QVERIFY(f.scheduler().isIdle());
+}
+
+void TestScheduler::checkingAsksForTheSecondQueueRequestThatRuns()
+{
+    ServiceFixture f;
+    runTheSecondQueue(f);
+    // Those that wait are not dead because the daemon does not know them.
+    QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.calls("isRequestAlive").value(0).arguments, QVariantList {2});
+    QCOMPARE(f.daemon.callCount("sync"), 2);
+    f.daemon.answerAlive(0);
+    for (int started = 1; started <= Waiting; ++started) {
+        QVERIFY(f.scheduler().checkRequests(f.service->daemon()));
+        QCOMPARE(f.daemon.callCount("sync"), 2 + started);
+    }
+    QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
+    QCOMPARE(f.daemon.callCount("sync"), 2 + Waiting);
+    QCOMPARE(f.spy.completions(), 1);
+}
+
+void TestScheduler::aFirstQueueRequestStartsNoOtherBesideTheRunningOne()
+{
+    ServiceFixture f;
+    const AsDaemonRequest *running = runTheSecondQueue(f);
+    f.scheduler().addRequest(f.newRequest());
+    f.daemon.complete(3, 200);
+    f.daemon.settle();
+    // Deliberate: the running one is started again.
+    QCOMPARE(f.daemon.callCount("sync"), 4);
+    QCOMPARE(running->requestId(), 4);
 }
 
 void TestScheduler::aDeadRequestIsNotDeletedAndStillHears()
