@@ -201,8 +201,10 @@ void FolderWriter::doomChildren()
         parents.remove(record.serverId);
     for (int i = 0; i < m_doomed.size(); ++i) {
         parents.remove(m_doomed.at(i));
-        for (const QString &child : parents.keys(m_doomed.at(i)))
+        for (const QString &child : parents.keys(m_doomed.at(i))) {
+            m_doomed.removeAll(child); // once, and removed before its parent
             m_doomed.append(child);
+        }
     }
     std::reverse(m_doomed.begin(), m_doomed.end());
 }
@@ -266,6 +268,10 @@ bool FolderWriter::wouldLoop(const QMailFolder &folder, QMailFolderId parent) co
 /** Removes some of a folder's messages; `emptied` tells whether none is left. */
 Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
 {
+    // A key without a folder would match each message of the store that was never moved.
+    *emptied = !state.folderId.isValid();
+    if (*emptied)
+        return {};
     QMailStore *store = QMailStore::instance();
     const Eas::Result restored = restoreVisitors(state);
     if (!restored.ok())

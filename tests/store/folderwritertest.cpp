@@ -39,6 +39,8 @@ private slots:
     void renamedAndMovedFolderKeepsItsIdAndMessages();
     void removedFolderTakesItsMessagesWithIt();
     void removedParentTakesItsChildrenWithIt();
+    void parentRemovedBeforeItsChildTakesNothingElseWithIt_data();
+    void parentRemovedBeforeItsChildTakesNothingElseWithIt();
     void childMovedOutOfARemovedParentStays();
     void parentAndChildCanChangePlaces();
     void circleOfParentsEndsAtTheTop();
@@ -233,6 +235,39 @@ void FolderWriterTest::removedParentTakesItsChildrenWithIt()
     QCOMPARE(write(update), 200);
     QCOMPARE(count(), 4);
     QCOMPARE(m_db->folders(m_account).size(), 4);
+}
+
+void FolderWriterTest::parentRemovedBeforeItsChildTakesNothingElseWithIt_data()
+{
+    QTest::addColumn<QStringList>("removed");
+    QTest::newRow("parent first") << QStringList {text("a"), text("b"), text("c")};
+    QTest::newRow("child first") << QStringList {text("c"), text("b"), text("a")};
+    QTest::newRow("parent named twice") << QStringList {text("a"), text("b"), text("a")};
+    QTest::newRow("grandchild before the child") << QStringList {text("a"), text("c"), text("b")};
+}
+
+void FolderWriterTest::parentRemovedBeforeItsChildTakesNothingElseWithIt()
+{
+    QFETCH(QStringList, removed);
+    Eas::FolderChanges answer = usualFolders();
+    answer.added.append(Items::folder(text("a"), text("A")));
+    answer.added.append(Items::folder(text("b"), text("B"), Eas::UserMailFolder, text("a")));
+    answer.added.append(Items::folder(text("c"), text("C"), Eas::UserMailFolder, text("b")));
+    QCOMPARE(write(answer), 200);
+    const QMailAccountId another = StoreFixture::addAccount();
+    const QMailFolderId anothersInbox = StoreFixture::addFolder(another, text("Inbox"));
+    const QMailMessageIdList others {
+        StoreFixture::addMessage(m_account, state("in").folderId),
+        StoreFixture::addMessage(another, anothersInbox),
+        StoreFixture::addMessage(another, QMailFolder::LocalStorageFolderId),
+    };
+    StoreFixture::addMessage(m_account, state("c").folderId);
+    Eas::FolderChanges update = changes(text("f2"));
+    update.removed = removed;
+    QCOMPARE(write(update), 200);
+    QCOMPARE(m_db->folders(m_account).size(), 4);
+    QCOMPARE(QMailStore::instance()->queryMessages(QMailMessageKey(), QMailMessageSortKey::id()),
+             others);
 }
 
 void FolderWriterTest::childMovedOutOfARemovedParentStays()
