@@ -104,11 +104,15 @@ void Command::transfer()
     }
     m_parser.reset(newParser());
     m_handedOver = true;
+    m_hasLeft = false;
     m_call = m_session->channel()->send(request());
     connect(m_call, &HttpCall::accepted, this, &Command::headersArrived);
     connect(m_call, &HttpCall::received, this, &Command::take);
     connect(m_call, &HttpCall::progressed, this, &Command::progressed);
-    connect(m_call, &HttpCall::uploaded, this, &Command::uploaded);
+    connect(m_call, &HttpCall::uploaded, this, [this](qint64 sent, qint64 total) {
+        m_hasLeft = true;
+        emit uploaded(sent, total);
+    });
     connect(m_call, &HttpCall::finished, this, &Command::transferEnded);
     qCDebug(lcEas, "%s: asking", name().constData());
 }
@@ -128,6 +132,7 @@ void Command::transferEnded(const HttpAnswer &answer)
         return;
     }
     Result result = resultOfAnswer(answer);
+    noteLoss(result);
     if (m_call) {
         m_call->disconnect(this);
         m_call->deleteLater();
@@ -140,6 +145,18 @@ void Command::transferEnded(const HttpAnswer &answer)
     if (!m_session || !m_session->handle(this, result, answer.provisionDemanded)) {
         complete(result);
     }
+}
+
+/** A server that has refused it has not carried it out; one that another one speaks for, which has
+ * waited in vain, may have. */
+void Command::noteLoss(const Result &result)
+{
+    constexpr int gatewayTimeout = 504;
+    const bool isUnheard = result.httpStatus == gatewayTimeout
+        || (result.httpStatus == 0 && result.status == 0
+            && (result.code == NoConnection || result.code == Timeout
+                || result.code == InvalidAnswer));
+    m_answerLost = m_answerLost || (m_hasLeft && isUnheard) || (m_call && m_call->wasCut());
 }
 
 Result Command::resultOfAnswer(const HttpAnswer &answer)

@@ -43,6 +43,9 @@ public:
     /** Whether its request was ever given to the network: from then on the server may have carried
      * it out. */
     bool mayHaveArrived() const { return m_handedOver; }
+    /** Whether it was on its way to a server that may have carried it out, and the answer did not
+     * come, or not whole; also where it was then repeated, and answered. */
+    bool isAnswerLost() const { return m_answerLost; }
     Session *session() const { return m_session; }
 
 signals:
@@ -96,6 +99,7 @@ private:
     void transfer();
     void take(const QByteArray &bytes);
     Result resultOfAnswer(const HttpAnswer &answer);
+    void noteLoss(const Result &result);
     void transferEnded(const HttpAnswer &answer);
     void complete(const Result &result);
 
@@ -106,6 +110,8 @@ private:
     bool m_started = false;
     bool m_finished = false;
     bool m_handedOver = false;
+    bool m_hasLeft = false; ///< some of the request that is under way
+    bool m_answerLost = false;
     /** What the session has done for this command already, so that it is done only once. */
     int m_stagesDone = 0;
 };

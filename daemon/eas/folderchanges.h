@@ -41,6 +41,8 @@ struct FolderChanges
     QList<FolderRecord> added;
     QList<FolderRecord> updated;
     QStringList removed;
+
+    bool isEmpty() const { return added.isEmpty() && updated.isEmpty() && removed.isEmpty(); }
 };
 
 } // namespace Eas

@@ -39,6 +39,7 @@ HttpCall::~HttpCall()
 
 void HttpCall::send()
 {
+    m_hasLeft = false;
     QUrl url = m_url;
     url.setQuery(m_request.query, QUrl::StrictMode);
     QNetworkRequest request(url);
@@ -90,6 +91,7 @@ void HttpCall::contentSent(qint64 sent, qint64 total)
         wait(sent < total ? m_channel->m_times.idle : answerTime());
     }
     if (sent > 0) {
+        m_hasLeft = true;
         emit uploaded(sent, total);
     }
 }
@@ -210,6 +212,7 @@ bool HttpCall::tryAgain()
     }
     qCDebug(lcEas, "the connection was dead; asking again on a new one");
     m_repeated = true;
+    m_wasCut = m_hasLeft;
     drop();
     send();
     return true;

@@ -68,6 +68,9 @@ class HttpCall : public QObject
 public:
     ~HttpCall() override;
 
+    /** Whether the connection broke when the request had left, and it was sent once more. */
+    bool wasCut() const { return m_wasCut; }
+
 signals:
     /** The answer's header is here and says 200; before any received(). */
     void accepted(const Eas::HttpAnswer &answer);
@@ -117,7 +120,9 @@ private:
     qint64 m_total = -1;
     int m_redirects = 0;
     bool m_headerRead = false;
+    bool m_hasLeft = false; ///< some of the request
     bool m_repeated = false;
+    bool m_wasCut = false;
     bool m_ended = false;
 };
 

@@ -363,9 +363,7 @@ Eas::Result FolderWriter::finish()
         return named;
     if (!QMailStore::instance()->ensureDurability())
         return storeFailure(QStringLiteral("cannot make the folders durable"));
-    AccountState state = m_db.account(m_account);
-    state.folderSyncKey = m_changes.syncKey;
-    return m_db.saveAccount(m_account, state);
+    return m_db.saveTree(m_account, m_changes.syncKey);
 }
 
 } // namespace Store

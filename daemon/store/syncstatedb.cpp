@@ -35,6 +35,8 @@ const char *const tables[] = {
     " ON DELETE CASCADE, server_id TEXT NOT NULL, folder INTEGER NOT NULL, parent_id TEXT NOT NULL,"
     " type INTEGER NOT NULL, sync_key TEXT NOT NULL, filter INTEGER NOT NULL,"
     " reconciling INTEGER NOT NULL, PRIMARY KEY (account, server_id))",
+    "CREATE TABLE IF NOT EXISTS awaited_tree (account INTEGER PRIMARY KEY REFERENCES account(id)"
+    " ON DELETE CASCADE, folder_sync_key TEXT NOT NULL)",
     "CREATE TABLE IF NOT EXISTS unconfirmed (account INTEGER NOT NULL, server_id TEXT NOT NULL,"
     " message INTEGER NOT NULL, fingerprint BLOB NOT NULL, PRIMARY KEY (account, server_id, "
     "message),"
@@ -421,6 +423,38 @@ Eas::Result SyncStateDb::saveAccount(const QMailAccountId &account, const Accoun
     if (result.ok() && query.numRowsAffected() == 0)
         return {Eas::Cancelled, QStringLiteral("the account was removed")};
     return result;
+}
+
+Eas::Result SyncStateDb::awaitTree(const QMailAccountId &account, bool isAwaited)
+{
+    QSqlQuery query(m_database);
+    query.prepare(isAwaited
+                      ? QStringLiteral("INSERT OR REPLACE INTO awaited_tree"
+                                       " SELECT id, folder_sync_key FROM account WHERE id = ?")
+                      : QStringLiteral("DELETE FROM awaited_tree WHERE account = ?"));
+    query.addBindValue(number(account));
+    return run(query);
+}
+
+bool SyncStateDb::isTreeAwaited(const QMailAccountId &account) const
+{
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("SELECT 1 FROM awaited_tree JOIN account ON id = account"
+                                 " AND account.folder_sync_key = awaited_tree.folder_sync_key"
+                                 " WHERE id = ?"));
+    query.addBindValue(number(account));
+    return run(query).ok() && query.next();
+}
+
+Eas::Result SyncStateDb::saveTree(const QMailAccountId &account, const QString &folderSyncKey)
+{
+    Transaction transaction(m_database);
+    AccountState state = this->account(account);
+    state.folderSyncKey = folderSyncKey;
+    Eas::Result result = saveAccount(account, state);
+    if (result.ok())
+        result = awaitTree(account, false);
+    return result.ok() ? transaction.commit() : result;
 }
 
 QList<FolderState> SyncStateDb::folders(const QMailAccountId &account) const

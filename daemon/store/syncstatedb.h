@@ -103,6 +103,14 @@ public:
     AccountState account(const QMailAccountId &account) const;
     Eas::Result saveAccount(const QMailAccountId &account, const AccountState &state);
 
+    /** Notes that the folder tree was asked for with the account's key and the answer is not here
+     * yet, or that none is to come. */
+    Eas::Result awaitTree(const QMailAccountId &account, bool isAwaited = true);
+    /** Whether an answer to the account's present key has never been saved. */
+    bool isTreeAwaited(const QMailAccountId &account) const;
+    /** The folder tree is saved as an answer told it, which came with that key. */
+    Eas::Result saveTree(const QMailAccountId &account, const QString &folderSyncKey);
+
     QList<FolderState> folders(const QMailAccountId &account) const;
     std::optional<FolderState> folder(const QMailAccountId &account, const QString &serverId) const;
     std::optional<FolderState> folder(const QMailFolderId &folderId) const;

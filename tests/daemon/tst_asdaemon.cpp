@@ -8,6 +8,7 @@
 #include <qmailfolder.h>
 #include <qmailmessage.h>
 #include <qmailstore.h>
+#include <QRegularExpression>
 #include <QTest>
 
 /** The daemon as a process: calls over the bus, a server on the loopback, a real mail store. */
@@ -25,6 +26,11 @@ private slots:
     void whatChangesAtTheServerArrives();
     void whatARequestBroughtIsKnownElsewhereAtItsEnd();
     void aFolderSyncBringsTheTreeAlone();
+    void aFolderOfALostAnswerAppears_data();
+    void aFolderOfALostAnswerAppears();
+    void aFolderOfAnAnswerThatADeadDaemonDidNotHearAppears();
+    void theTreeIsNotFetchedAnewBecauseOfARefusal_data();
+    void theTreeIsNotFetchedAnewBecauseOfARefusal();
     void specificFoldersAloneAreSynchronisedAndUnknownIdsPassedOver();
     void anyPairOfHintsBringsTheFolderUpToDate();
     void moreMessagesThanOneWindowArrive();
@@ -42,6 +48,12 @@ private slots:
     void theStateTellsOfARunningSynchronisation();
 
 private:
+    /** A server that takes what it told once for known, and an account with mail on it. */
+    void beginForgetful();
+    void makeFolder(const QString &name);
+    /** The keys that the tree was asked for with. */
+    QStringList treeKeys();
+
     DaemonWorld &world() { return *m_world; }
     QJsonObject slow(double seconds, const char *command = "Sync") const
     {
@@ -160,6 +172,109 @@ void TestAsDaemon::aFolderSyncBringsTheTreeAlone()
     QCOMPARE(world().messageCount(), 0);
     QCOMPARE(world().server.requestCount("Sync"), 0);
     QCOMPARE(world().listener.broadcasts().size(), 1);
+}
+
+void TestAsDaemon::beginForgetful()
+{
+    world().server.control("options", {{QStringLiteral("forgetful_folders"), true}});
+    world().deliver(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 3);
+}
+
+void TestAsDaemon::makeFolder(const QString &name)
+{
+    world().server.control(
+        "folder-create",
+        {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folder"), name}});
+    world().deliver(1, QStringLiteral("Within"), name);
+}
+
+QStringList TestAsDaemon::treeKeys()
+{
+    static const QRegularExpression key(QStringLiteral("<SyncKey[^>]*>([^<]*)<"));
+    QStringList keys;
+    for (const QJsonObject &request : world().server.requests("FolderSync"))
+        keys.append(key.match(request[QStringLiteral("request")].toString()).captured(1));
+    return keys;
+}
+
+void TestAsDaemon::aFolderOfALostAnswerAppears_data()
+{
+    QTest::addColumn<int>("losses");
+    QTest::newRow("and that of its repetition at once") << 2;
+    QTest::newRow("while its repetition is heard") << 1;
+}
+
+void TestAsDaemon::aFolderOfALostAnswerAppears()
+{
+    QFETCH(int, losses);
+    beginForgetful();
+    const auto key = QMailMessageKey::parentFolderId(world().folder(QStringLiteral("Inbox")));
+    const QMailMessageIdList before = QMailStore::instance()->queryMessages(key);
+    makeFolder(QStringLiteral("Told in vain"));
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("reset")},
+                          {QStringLiteral("command"), QStringLiteral("FolderSync")},
+                          {QStringLiteral("late"), true},
+                          {QStringLiteral("count"), losses}});
+    const int code = world().syncAndWait();
+    QVERIFY(world().faultsAreTaken());
+    if (losses > 1) {
+        QCOMPARE(code, 902);
+        QVERIFY(!world().folder(QStringLiteral("Told in vain")).isValid());
+        QCOMPARE(world().syncAndWait(), 200);
+    } else {
+        QCOMPARE(code, 200);
+    }
+    QCOMPARE(world().subjects(QStringLiteral("Told in vain")),
+             QStringList({QStringLiteral("Within 1")}));
+    QCOMPARE(QMailStore::instance()->queryMessages(key), before);
+    // Once it has come, all is as usual.
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(!treeKeys().contains(QStringLiteral("0")));
+}
+
+void TestAsDaemon::aFolderOfAnAnswerThatADeadDaemonDidNotHearAppears()
+{
+    beginForgetful();
+    makeFolder(QStringLiteral("Told in vain"));
+    QJsonObject late = slow(20, "FolderSync");
+    late[QStringLiteral("late")] = true;
+    world().server.fault(late);
+    QVERIFY(world().sync() > 0);
+    QVERIFY(world().faultsAreTaken());
+    world().daemon.kill();
+    QVERIFY(world().startDaemon());
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(QStringLiteral("Told in vain")),
+             QStringList({QStringLiteral("Within 1")}));
+}
+
+void TestAsDaemon::theTreeIsNotFetchedAnewBecauseOfARefusal_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<int>("status");
+    QTest::newRow("busy") << QStringLiteral("http") << 503;
+    QTest::newRow("forbidden") << QStringLiteral("http") << 403;
+    QTest::newRow("not understood") << QStringLiteral("status") << 10;
+}
+
+/** Such a server has done nothing, and a fresh tree may cost it all of its keys. */
+void TestAsDaemon::theTreeIsNotFetchedAnewBecauseOfARefusal()
+{
+    QFETCH(QString, kind);
+    QFETCH(int, status);
+    beginForgetful();
+    world().server.fault({{QStringLiteral("kind"), kind},
+                          {QStringLiteral("command"), QStringLiteral("FolderSync")},
+                          {QStringLiteral("status"), status}});
+    world().syncAndWait();
+    QVERIFY(world().faultsAreTaken());
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(treeKeys().size(), 1);
+    QVERIFY(!treeKeys().contains(QStringLiteral("0")));
 }
 
 void TestAsDaemon::specificFoldersAloneAreSynchronisedAndUnknownIdsPassedOver()

@@ -30,6 +30,10 @@ private slots:
     void aFolderWithoutAnIdIsLeftOut();
     void tooManyFoldersAreRefused();
     void aLongNameIsCut();
+    void aLostAnswerIsKnown_data();
+    void aLostAnswerIsKnown();
+    void aRequestThatNeverLeftIsNotLost();
+    void anAnswerToARepetitionIsNotTheFirst();
     void statuses_data();
     void statuses();
     void rubbishIsAnInvalidAnswer_data();
@@ -161,6 +165,63 @@ void TestFolderSync::aLongNameIsCut()
     FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.changes().added.first().displayName.size(), Limits::FolderNameLength);
+}
+
+void TestFolderSync::aLostAnswerIsKnown_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<bool>("isLost");
+    const QByteArray whole = ScriptedServer::document(
+        "<FolderSync xmlns=\"FolderHierarchy:\"><Status>1</Status><SyncKey>2</SyncKey>"
+        "</FolderSync>");
+    QTest::newRow("heard") << whole << false;
+    QTest::newRow("none") << QByteArray() << true;
+    QTest::newRow("cut") << whole.left(whole.size() - 3) << true;
+    QTest::newRow("no document") << ScriptedServer::http(200, "<html>") << true;
+    QTest::newRow("a gateway that waited in vain") << ScriptedServer::http(504) << true;
+    QTest::newRow("busy") << ScriptedServer::http(503) << false;
+    QTest::newRow("unheard by the server") << ScriptedServer::http(408) << false;
+    QTest::newRow("its own refusal") << answerWithStatus(10) << false;
+}
+
+void TestFolderSync::aLostAnswerIsKnown()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(bool, isLost);
+    SessionFixture fixture;
+    fixture.server.enqueue(answer, true);
+    FolderSyncCommand command(fixture.session.get(), QStringLiteral("1"));
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.isAnswerLost(), isLost);
+}
+
+void TestFolderSync::aRequestThatNeverLeftIsNotLost()
+{
+    SessionFixture fixture;
+    fixture.server.close();
+    FolderSyncCommand command(fixture.session.get(), QStringLiteral("1"));
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(NoConnection));
+    QVERIFY(!command.isAnswerLost());
+}
+
+void TestFolderSync::anAnswerToARepetitionIsNotTheFirst()
+{
+    const QByteArray answer = ScriptedServer::document(
+        "<FolderSync xmlns=\"FolderHierarchy:\"><Status>1</Status><SyncKey>2</SyncKey>"
+        "</FolderSync>");
+    SessionFixture fixture;
+    fixture.server.enqueue(answer);
+    FolderSyncCommand first(fixture.session.get(), QStringLiteral("1"));
+    QVERIFY(fixture.run(&first));
+    QVERIFY(!first.isAnswerLost());
+    fixture.server.enqueue({}, true);
+    fixture.server.enqueue(answer);
+    FolderSyncCommand second(fixture.session.get(), QStringLiteral("1"));
+    QVERIFY(fixture.run(&second));
+    QVERIFY2(second.result().ok(), qPrintable(second.result().text));
+    QVERIFY(second.isAnswerLost());
+    QCOMPARE(fixture.server.requests().size(), 3);
 }
 
 void TestFolderSync::statuses_data()

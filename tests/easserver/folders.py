@@ -46,7 +46,7 @@ def folder_sync(call):
         known = _known(call, key)
         if known is None:
             return status("FolderSync", BAD_KEY)
-        if device.hierarchy.is_previous(key):
+        if device.hierarchy.is_previous(key) and not call.options.forgetful_folders:
             device.hierarchy.rewind()
     changes = Node("FolderHierarchy:Changes")
     entries = [_entry("FolderHierarchy:Add", i, now[i]) for i in _top_down(now) if i not in known]
@@ -55,12 +55,15 @@ def folder_sync(call):
     entries += [Node("FolderHierarchy:Delete", Node("FolderHierarchy:ServerId", i))
                 for i in reversed(_top_down(known)) if i not in now]
     changes.add(Node("FolderHierarchy:Count", str(len(entries))), *entries)
+    newest = device.hierarchy.current[0]
     if entries or key == "0":
-        device.hierarchy.advance(now, None)
+        newest = device.hierarchy.advance(now, None)
+    elif call.options.forgetful_folders:
+        newest = key
     for folder_id in [i for i in device.collections if i not in now]:
         del device.collections[folder_id]
     return Node("FolderHierarchy:FolderSync", Node("FolderHierarchy:Status", OK),
-                Node("FolderHierarchy:SyncKey", device.hierarchy.current[0]), changes)
+                Node("FolderHierarchy:SyncKey", newest), changes)
 
 
 def status(command, code, *more):

@@ -51,7 +51,8 @@ LENIENT = (
     "simple_search",      # one phrase in one folder or all, no upper bound of time; all else is HTTP 500
     "bare_search_ids",    # a search in all folders tells folder ids without their percent escapes
     "apostrophe_is_all",  # a search for a text with an apostrophe finds everything
-    "forgetful_folders",  # FolderSync compares no keys, and key 0 forgets all sync keys of the device
+    "forgetful_folders",  # FolderSync compares no keys: what was told once is known, and where nothing else is new
+                          # the key comes back that was sent; key 0 forgets all sync keys of the device
     "silent_unknown",     # Sync of an unknown folder is an empty answer, Ping of one waits in vain
     "takes_anything",     # a request that breaks the table's rules is carried out; it is taken down all the same
 )

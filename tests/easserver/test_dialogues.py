@@ -942,6 +942,18 @@ class Lenient(ServerTest):
         found = commands_of(self.client.sync_at(folder, key))
         self.assertEqual([(name, text(data, "Email:Subject")) for name, _, data in found], [("Change", "lost")])
 
+    def testWhatWasToldOfTheTreeIsKnownWhateverTheKey(self):
+        key = text(self.client.folder_sync(), "FolderHierarchy:SyncKey")
+        self.server.control("folder-create", folder="Lost")
+        told = self.client.folder_sync(key)
+        self.assertEqual(text(told, "FolderHierarchy:Changes/Count"), "1")
+        for _ in range(2):
+            again = self.client.folder_sync(key)
+            self.assertEqual((text(again, "FolderHierarchy:SyncKey"), text(again, "FolderHierarchy:Changes/Count")),
+                             (key, "0"))
+        self.assertIn("Lost", [text(a, "FolderHierarchy:DisplayName")
+                               for a in at(self.client.folder_sync("0"), "FolderHierarchy:Changes/Add")])
+
     def testOwnChangeHidesAnothersOfTheSameItem(self):
         self.deliver()
         folder = self.ready()

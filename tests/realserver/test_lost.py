@@ -87,5 +87,27 @@ def test_aMessageIsMovedOnce(world):
                lambda: world.robot.message("To be moved")["folder"] == "Archive")
 
 
+def test_aNewFolderAppears(world):
+    """Some servers take what they told once for known, whatever key is sent next."""
+    kept = {m["subject"]: m["id"] for m in world.robot.messages()}
+    world.witness.create("Told in vain")
+    world.witness.append("Told in vain", plain("In the new folder"))
+    world.tap.lose_answer("FolderSync", times=2)  # that of the question, and of its repetition at once
+    assert not world.robot.ask("folderList")["ok"], "the answer was heard"
+    await_true("loss of two answers", world.tap.lost)
+    world.robot.refresh()
+    equal(world.robot.message("In the new folder")["folder"], "Told in vain")
+    equal({m["subject"]: m["id"] for m in world.robot.messages() if m["subject"] in kept}, kept)
+
+
+def test_aNewFolderAppearsThoughTheRepetitionIsHeard(world):
+    world.witness.create("Told again")
+    world.tap.lose_answer("FolderSync")
+    world.robot.tell("folderList")
+    await_true("loss of an answer", world.tap.lost)
+    assert "Told again" in world.robot.folders(), sorted(world.robot.folders())
+
+
+
 if __name__ == "__main__":
     cases.run("Lost", sys.modules[__name__], World)

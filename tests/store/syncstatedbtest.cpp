@@ -37,6 +37,7 @@ private slots:
     void copiedHomeFolderIsAnotherDevice();
     void nobodyElseCanReadIt();
     void accountStateIsKept();
+    void anAwaitedTreeIsKnownUntilItIsSaved();
     void folderStateIsKept();
     void emptyTextsAreNoProblem();
     void otherUserOrServerMeansFromTheStart();
@@ -147,6 +148,33 @@ void SyncStateDbTest::accountStateIsKept()
     QCOMPARE(state.policyKey, text("policy"));
     QCOMPARE(state.protocolVersion, text("14.1"));
     QCOMPARE(state.serverUrl, text("https://x.test/"));
+}
+
+void SyncStateDbTest::anAwaitedTreeIsKnownUntilItIsSaved()
+{
+    QVERIFY(m_db->saveAccount(m_account, {text("7"), text("policy"), QString(), QString()}).ok());
+    QVERIFY(!m_db->isTreeAwaited(m_account));
+    QVERIFY(m_db->awaitTree(m_account).ok());
+    QVERIFY(m_db->awaitTree(m_account).ok());
+    SyncStateDb again(m_path, "machine");
+    QVERIFY(again.open().ok());
+    QVERIFY(again.openAccount(record()).ok());
+    QVERIFY(again.isTreeAwaited(m_account));
+    // It came with the same key: there was nothing new.
+    QVERIFY(again.saveTree(m_account, text("7")).ok());
+    QVERIFY(!again.isTreeAwaited(m_account));
+    QVERIFY(again.awaitTree(m_account).ok());
+    QVERIFY(again.awaitTree(m_account, false).ok());
+    QVERIFY(!again.isTreeAwaited(m_account));
+    // Another key than the one that it was asked for with owes nothing.
+    QVERIFY(again.awaitTree(m_account).ok());
+    QVERIFY(again.saveAccount(m_account, {text("8"), text("policy"), QString(), QString()}).ok());
+    QVERIFY(!again.isTreeAwaited(m_account));
+    QVERIFY(again.saveTree(m_account, text("9")).ok());
+    QCOMPARE(again.account(m_account).folderSyncKey, text("9"));
+    QCOMPARE(again.account(m_account).policyKey, text("policy"));
+    QVERIFY(again.removeAccount(m_account).ok());
+    QCOMPARE(again.saveTree(m_account, text("9")).code, 1030);
 }
 
 void SyncStateDbTest::folderStateIsKept()
