@@ -69,17 +69,23 @@ void BatchStep::takeNext()
             m_done.append(window.collectionId);
         } else {
             FolderSync::logWindow(m_context, window);
-            m_broughtNews = m_broughtNews || !FolderSync::isEmpty(window);
-            write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
-                  [this, window] {
-                      if (!window.moreAvailable && !window.initial)
-                          m_done.append(window.collectionId);
-                      takeNext();
-                  });
+            writeWindow(window);
             return;
         }
     }
     emit finished({}, false);
+}
+
+void BatchStep::writeWindow(const Eas::SyncWindow &window)
+{
+    auto job = std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window);
+    const Store::WindowWriter *writer = job.get();
+    write(std::move(job), [this, window, writer] {
+        m_broughtNews = m_broughtNews || writer->hasChangedFolder();
+        if (!window.moreAvailable && !window.initial)
+            m_done.append(window.collectionId);
+        takeNext();
+    });
 }
 
 /** Whether an answer without changes says something: what is not brought now is gone. */

@@ -38,6 +38,7 @@ public:
 private:
     void onAnswer(const Eas::SyncCommand &command);
     void takeNext();
+    void writeWindow(const Eas::SyncWindow &window);
     bool awaitsMessages(const QString &collectionId) const;
     Eas::Result takeRefusal(const Eas::SyncWindow &window);
 

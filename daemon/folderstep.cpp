@@ -150,9 +150,12 @@ void FolderStep::takeWindow(const Eas::SyncWindow &window)
     m_retry.reset();
     m_badAnswers = 0;
     FolderSync::logWindow(m_context, window);
-    m_broughtNews = m_broughtNews || !FolderSync::isEmpty(window);
     auto job = std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window);
-    write(std::move(job), [this, window] { windowWritten(window); });
+    const Store::WindowWriter *writer = job.get();
+    write(std::move(job), [this, window, writer] {
+        m_broughtNews = m_broughtNews || writer->hasChangedFolder();
+        windowWritten(window);
+    });
 }
 
 void FolderStep::windowWritten(const Eas::SyncWindow &window)

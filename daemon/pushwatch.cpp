@@ -21,12 +21,11 @@ namespace {
 constexpr int MostFolders = 100;
 /** An answer before this part of the heartbeat, or of a minute, is over comes early; */
 constexpr double EarlyShare = 0.8;
-/** ... a server that answers early so often in a row is asked more slowly: without any news, */
+/** ... a server that answers early so often in a row, and brings nothing, is asked more slowly. */
 constexpr int MostEarlyAnswers = 5;
-/** ... and with news each time, of which it may say so itself for ever. */
-constexpr int MostEarlyNews = 12;
-/** News is not held up longer than after so many failures. */
-constexpr int LongestForNews = 3;
+/** Early news that is true is fetched so often at once, and then as often as this, in ms. */
+constexpr int NewsAtOnce = 12;
+constexpr int BetweenNewsMs = 3000;
 /** Changes of the network within this are one that comes and goes, in ms. */
 constexpr int SteadyNetworkMs = 60 * 1000;
 
@@ -82,11 +81,12 @@ void PushWatch::resume()
 }
 
 /** Whether a synchronisation that succeeded ends the pause: it has found folders to watch, or the
- * server works again that had failed. */
+ * server works again that had failed, or has news again that had none. */
 bool PushWatch::isPauseInVain() const
 {
     const bool hasFailed = m_failures > 0 || m_graveFailures > 0;
-    return (m_vainSyncs > 0 || hasFailed) && !folders().isEmpty();
+    const bool hasNews = m_isNewsEmpty && m_earlyAnswers == 0;
+    return (m_vainSyncs > 0 || hasFailed || hasNews) && !folders().isEmpty();
 }
 
 void PushWatch::postpone(const Eas::Result &reason)
@@ -123,6 +123,7 @@ void PushWatch::networkChanged()
     m_networkChangedAt = now;
     m_failures = m_graveFailures = 0;
     m_networkChanges = isSteady ? 1 : m_networkChanges + 1;
+    m_isNewsEmpty = false;
     m_pause.start(isSteady ? 0 : Backoff::pauseMs(m_networkChanges - 1, spread(), 0));
 }
 
@@ -179,7 +180,7 @@ void PushWatch::onAnswer(Eas::PingCommand *command)
         emit troubled({});
     m_failures = m_graveFailures = 0;
     const QStringList changed = command->changedFolders();
-    if (isGoingRound(changed)) {
+    if (comesTooEarly(changed)) {
         m_held = changed;
     } else if (changed.isEmpty()) {
         // Who waits its turn is not to wait longer.
@@ -192,19 +193,30 @@ void PushWatch::onAnswer(Eas::PingCommand *command)
 }
 
 /** Whether the server answers early too often; then there is a pause. */
-bool PushWatch::isGoingRound(const QStringList &changed)
+bool PushWatch::comesTooEarly(const QStringList &changed)
 {
     const int heartbeat = qMin(m_heartbeat.seconds(), int(Heartbeat::Least));
     if (waitedMs() >= heartbeat * 1000 * EarlyShare) {
-        m_earlyAnswers = m_earlyNews = 0;
+        m_earlyAnswers = 0;
         return false;
     }
-    m_earlyNews = changed.isEmpty() ? 0 : m_earlyNews + 1;
-    if (++m_earlyAnswers > MostEarlyAnswers)
+    const int untilNews = changed.isEmpty() ? 0 : untilNextNews();
+    if (++m_earlyAnswers > MostEarlyAnswers) {
         pause(Backoff::pauseMs(m_earlyAnswers - MostEarlyAnswers, spread(), 0));
-    else if (m_earlyNews > MostEarlyNews)
-        pause(Backoff::pauseMs(qMin(m_earlyNews - MostEarlyNews, LongestForNews), spread(), 0));
+        m_isNewsEmpty = true;
+    } else if (untilNews > 0) {
+        pause(untilNews);
+    }
     return m_pause.isActive();
+}
+
+/** How long what the server tells of has to wait, in ms: more may come without end. Each news uses
+ * up some time; so much may be used up in advance. */
+int PushWatch::untilNextNews()
+{
+    const qint64 now = Alarm::now();
+    m_newsUsedUp = qMax(m_newsUsedUp, now) + BetweenNewsMs;
+    return int(qMax(qint64(0), m_newsUsedUp - now - NewsAtOnce * BetweenNewsMs));
 }
 
 void PushWatch::tell(const QStringList &collectionIds)
@@ -264,6 +276,7 @@ bool PushWatch::adapt(const Eas::Result &result, const Eas::PingCommand *command
 
 void PushWatch::pause(int milliseconds)
 {
+    m_isNewsEmpty = false;
     m_pause.start(milliseconds);
     qCInfo(lcSync) << "account" << m_context.id() << "is watched again in" << milliseconds / 1000
                    << "s";

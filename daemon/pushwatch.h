@@ -22,8 +22,9 @@ namespace Daemon {
  * server answers when something changed or the heartbeat is over.
  *
  * Tells what changed and then rests until resume(), so that news is fetched before more is waited
- * for. Errors, and answers that lead to nothing, are followed by longer and longer pauses; only a
- * refused login ends the watch until the account works again.
+ * for; true news without end is fetched at a bounded rate. Errors, and answers that lead to
+ * nothing, are followed by longer and longer pauses; only a refused login ends the watch until the
+ * account works again.
  */
 class PushWatch : public QObject
 {
@@ -36,9 +37,10 @@ public:
 
     /** A synchronisation succeeded: waits, or goes on waiting, if it does not. That ends a pause
      * after failures, but not their count: if this wait fails, too, the pause is the next longer
-     * one. */
+     * one. After noteNews() it ends one after empty news as well. */
     void resume();
-    /** A synchronisation brought something: the server's quick answers meant something. */
+    /** A synchronisation brought something: the server's quick answers meant something. Those after
+     * it count anew. */
     void noteNews();
     /** A synchronisation failed or was stopped: after a pause another one is asked for. */
     void postpone(const Eas::Result &reason);
@@ -68,7 +70,8 @@ private:
     void wait();
     void awaitFolders();
     void onAnswer(Eas::PingCommand *command);
-    bool isGoingRound(const QStringList &changed);
+    bool comesTooEarly(const QStringList &changed);
+    int untilNextNews();
     void tell(const QStringList &collectionIds);
     void onError(const Eas::Result &result, Eas::PingCommand *command);
     bool adapt(const Eas::Result &result, const Eas::PingCommand *command);
@@ -88,10 +91,11 @@ private:
     int m_graveFailures = 0;
     int m_vainSyncs = 0;      ///< synchronisations in a row after which there was nothing to watch
     int m_earlyAnswers = 0;   ///< in a row, and none of them has brought anything
-    int m_earlyNews = 0;      ///< in a row
     int m_networkChanges = 0; ///< in a row
     qint64 m_networkChangedAt = 0;
-    bool m_syncFirst = false; ///< after the pause, before the next wait
+    qint64 m_newsUsedUp = 0;    ///< until when time is used up by early news
+    bool m_isNewsEmpty = false; ///< the pause is because of early answers that brought nothing
+    bool m_syncFirst = false;   ///< after the pause, before the next wait
     bool m_givenUp = false;
 };
 

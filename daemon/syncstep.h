@@ -32,7 +32,7 @@ public:
     SyncStep(const AccountContext &context, QObject *parent);
 
     virtual void proceed() = 0;
-    /** Whether the server brought anything that was not known here. */
+    /** Whether the server brought anything that was not known here already. */
     bool hasBroughtNews() const { return m_broughtNews; }
 
 signals:

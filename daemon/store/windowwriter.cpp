@@ -479,8 +479,7 @@ Eas::Result WindowWriter::removeItems()
 
 Eas::Result WindowWriter::saveKey()
 {
-    const bool wrote = !m_added.isEmpty() || !m_updated.isEmpty() || m_removed > 0;
-    if (wrote && !QMailStore::instance()->ensureDurability())
+    if (hasChangedFolder() && !QMailStore::instance()->ensureDurability())
         return storeFailure(QStringLiteral("cannot make messages durable"));
     if (!m_window.unchanged)
         m_folder.syncKey = m_window.syncKey;

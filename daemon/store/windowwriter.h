@@ -43,6 +43,11 @@ public:
     QMailMessageIdList added() const { return m_added; }
     QMailMessageIdList updated() const { return m_updated; }
     int removed() const { return m_removed; }
+    /** Whether the folder is another one now: servers tell the same things again and again, too. */
+    bool hasChangedFolder() const
+    {
+        return !m_added.isEmpty() || !m_updated.isEmpty() || m_removed > 0;
+    }
     /** Items that are not here, and of which a change brings too little to make a message. */
     QStringList incomplete() const { return m_incomplete; }
 

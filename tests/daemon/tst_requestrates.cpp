@@ -31,6 +31,11 @@ constexpr qint64 Watched = 5 * Hour;
 /** What a server may be asked in any minute, and in an hour after the first one, */
 constexpr int MostInAMinute = 40;
 constexpr int MostInALaterHour = 40;
+/** ... and where each synchronisation brings mail that was not here. */
+constexpr int MostInABusyMinute = 70;
+constexpr qint64 LongestBetweenNews = 3000;
+/** ... in all of the time, */
+constexpr int MostWatched = 800;
 /** ... and how long it may be left alone. */
 constexpr qint64 LongestPause = 4 * Hour;
 
@@ -74,9 +79,18 @@ QByteArray ping(const QByteArray &status, const QByteArray &content = QByteArray
 }
 
 const QByteArray news = "<Folders><Folder>1</Folder></Folders>";
-const QByteArray mail =
-    "<Commands><Add><ServerId>1:7</ServerId><ApplicationData>"
-    "<Subject xmlns=\"Email:\">Again</Subject></ApplicationData></Add></Commands>";
+
+QByteArray mailOf(const QByteArray &id)
+{
+    return "<Commands><Add><ServerId>1:" + id
+        + "</ServerId><ApplicationData><Subject xmlns=\"Email:\">Mail " + id
+        + "</Subject><DateReceived xmlns=\"Email:\">2026-03-04T05:06:07.000Z</DateReceived>"
+          "</ApplicationData></Add></Commands>";
+}
+
+const QByteArray mail = mailOf("7");
+const QByteArray flag = "<Commands><Change><ServerId>1:7</ServerId><ApplicationData>"
+                        "<Read xmlns=\"Email:\">1</Read></ApplicationData></Change></Commands>";
 
 QByteArray policy(const QByteArray &settings)
 {
@@ -140,6 +154,18 @@ bool waitFor(Condition isMet)
     return true;
 }
 
+/** A server whose inbox changes in this way each time that it is asked, which it tells at once. */
+Answer alwaysBringing(const std::function<QByteArray(int)> &content)
+{
+    const auto times = std::make_shared<int>(0);
+    return withNews([content, times](const SeenRequest &request) {
+        if (nameOf(request) != "Sync")
+            return goodAnswer(request);
+        const QByteArray key = "n" + QByteArray::number(++*times);
+        return ScriptedAnswer {collection(key, content(*times)), false};
+    });
+}
+
 QByteArray halved(QByteArray answer)
 {
     const int body = answer.indexOf("\r\n\r\n") + 4;
@@ -173,6 +199,9 @@ private slots:
     void aSynchronisationThatSucceedsEndsThePause_data();
     void aSynchronisationThatSucceedsEndsThePause();
     void aRefusedLoginIsNotTriedAgain();
+    void newsThatIsTrueIsNotHeldUp();
+    void newMailWithoutEndIsFetchedAtABoundedRate();
+    void newsThatWasTrueEndsThePauseOfEmptyNews();
     void aWipeIsAskedForOnce();
     void aNetworkThatComesAndGoesIsNotFollowedEachTime();
 
@@ -250,12 +279,11 @@ void TestRequestRates::turn(const Answer &answer)
 
 void TestRequestRates::driveUntil(qint64 end)
 {
-    const int most = 20 * MostInAMinute;
     while (Alarm::now() < end) {
         const bool isThrough =
-            waitFor([&] { return Alarm::isPending() || m_waits || m_asked.size() > most; });
+            waitFor([&] { return Alarm::isPending() || m_waits || m_asked.size() > MostWatched; });
         QVERIFY2(isThrough, "neither a pause nor a request that waits");
-        if (m_waits || m_asked.size() > most)
+        if (m_waits || m_asked.size() > MostWatched)
             return;
         Alarm::ringNext();
     }
@@ -280,6 +308,7 @@ void TestRequestRates::checkRates(qint64 start)
     const int inAMinute = mostWithin(Minute, start);
     const int inAnHour = mostWithin(Hour, start + Hour);
     qInfo("%d requests in a minute, %d in a later hour", inAMinute, inAnHour);
+    QVERIFY2(m_asked.size() <= MostWatched, "far too many in all");
     QVERIFY2(inAMinute <= MostInAMinute, qPrintable(QString::number(inAMinute)));
     QVERIFY2(inAnHour <= MostInALaterHour, qPrintable(QString::number(inAnHour)));
     // Nor is it given up.
@@ -342,6 +371,12 @@ void TestRequestRates::aUselessServerIsLeftAlone_data()
     row(QStringLiteral("the key 0"), withNews(always("Sync", collection("0"))));
     row(QStringLiteral("the same mail under the same key"),
         withNews(always("Sync", collection("k", mail))));
+    row(QStringLiteral("the same mail under new keys"), alwaysBringing([](int) { return mail; }));
+    row(QStringLiteral("the same flag under new keys"),
+        alwaysBringing([](int times) { return times == 1 ? mail : flag; }));
+    row(QStringLiteral("the same deletion under new keys"), alwaysBringing([](int) {
+            return QByteArray("<Commands><Delete><ServerId>1:9</ServerId></Delete></Commands>");
+        }));
     row(QStringLiteral("more, and nothing comes"),
         withNews(always("Sync", collection("k", "<MoreAvailable/>"))));
     row(QStringLiteral("half an answer to Ping"), always("Ping", halved(ping("2", news))));
@@ -493,6 +528,55 @@ void TestRequestRates::aRefusedLoginIsNotTriedAgain()
     QTRY_COMPARE(searched.count(), 1);
     QCOMPARE(searched.first().at(1).toInt(), int(Eas::LoginRefused));
     QCOMPARE(m_asked.size(), 2);
+    QVERIFY(!Alarm::isPending());
+}
+
+void TestRequestRates::newsThatIsTrueIsNotHeldUp()
+{
+    constexpr int Many = 30;
+    const auto brought = std::make_shared<QList<qint64>>();
+    turn(alwaysBringing([brought](int times) {
+        brought->append(Alarm::now());
+        return mailOf(QByteArray::number(times));
+    }));
+    while (brought->size() < Many) {
+        QVERIFY(waitFor([&] { return Alarm::isPending() || brought->size() >= Many; }));
+        if (Alarm::isPending())
+            Alarm::ringNext();
+    }
+    // The first follows a cut connection.
+    for (int i = 2; i < Many; ++i)
+        QVERIFY(brought->at(i) - brought->at(i - 1) <= LongestBetweenNews);
+    QCOMPARE(brought->at(11), brought->at(1));
+}
+
+void TestRequestRates::newMailWithoutEndIsFetchedAtABoundedRate()
+{
+    turn(alwaysBringing([](int times) { return mailOf(QByteArray::number(times)); }));
+    const qint64 start = Alarm::now();
+    while (Alarm::now() < start + 5 * Minute && m_asked.size() < 20 * MostInABusyMinute) {
+        QVERIFY(waitFor([] { return Alarm::isPending(); }));
+        Alarm::ringNext();
+    }
+    const int inAMinute = mostWithin(Minute, start);
+    qInfo("%d requests in a minute", inAMinute);
+    QVERIFY2(inAMinute <= MostInABusyMinute, qPrintable(QString::number(inAMinute)));
+}
+
+void TestRequestRates::newsThatWasTrueEndsThePauseOfEmptyNews()
+{
+    turn(withNews(goodAnswer));
+    QVERIFY(waitFor([] { return Alarm::isPending(); }));
+    const auto isBrought = std::make_shared<bool>(false);
+    setAnswer([isBrought](const SeenRequest &request) {
+        return nameOf(request) == "Sync" && !std::exchange(*isBrought, true)
+            ? ScriptedAnswer {collection("true", mail), false}
+            : goodAnswer(request);
+    });
+    const qint64 before = Alarm::now();
+    QCOMPARE(pull(), int(Eas::Success));
+    QVERIFY(waitFor([this] { return m_waits; }));
+    QCOMPARE(Alarm::now(), before);
     QVERIFY(!Alarm::isPending());
 }
 

@@ -9,9 +9,6 @@ from cases import equal
 from chain import await_true
 from mails import plain
 
-# Where news follow each other too quickly, the daemon asks with pauses of up to so many seconds.
-AFTER_MANY_NEWS = 20
-
 
 class World:
     def __init__(self, chain):
@@ -24,9 +21,9 @@ class World:
         self.robot.synchronize()
         self.took = []
 
-    def await_here(self, what, condition, held_up=0):
+    def await_here(self, what, condition):
         start = time.monotonic()
-        await_true(what, condition, self.chain.ways.notices_within + held_up, 0.05)
+        await_true(what, condition, self.chain.ways.notices_within, 0.05)
         self.took.append(time.monotonic() - start)
 
 
@@ -66,8 +63,7 @@ def test_aBurstArrives(world):
         world.chain.server.deliver("alice", plain(f"Burst {number}"))
         time.sleep(0.3)  # the server must see more than one state
     expected = {f"Burst {number}" for number in range(10)}
-    world.await_here("them", lambda: expected <= {m["subject"] for m in world.robot.messages()},
-                     AFTER_MANY_NEWS)
+    world.await_here("them", lambda: expected <= {m["subject"] for m in world.robot.messages()})
     equal(len([m for m in world.robot.messages() if m["subject"] in expected]), 10)
 
 
@@ -85,7 +81,7 @@ def requests_within(world, seconds):
 
 def test_newMailAfterAQuietTimeArrives(world):
     world.chain.server.deliver("alice", plain("After the quiet"))
-    world.await_here("it", lambda: world.robot.message("After the quiet"), AFTER_MANY_NEWS)
+    world.await_here("it", lambda: world.robot.message("After the quiet"))
 
 
 def test_theTimesThatItTook(world):
