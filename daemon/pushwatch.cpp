@@ -239,6 +239,7 @@ void PushWatch::onError(const Eas::Result &result, Eas::PingCommand *command)
     if (isFinal(result.code)) {
         qCInfo(lcSync) << "account" << m_context.id() << "is not watched any more:" << result.text;
         m_givenUp = true;
+        m_pause.stop();
         return;
     }
     if (Backoff::isGrave(result.code)) {

@@ -199,6 +199,7 @@ private slots:
     void aSynchronisationThatSucceedsEndsThePause_data();
     void aSynchronisationThatSucceedsEndsThePause();
     void aRefusedLoginIsNotTriedAgain();
+    void aLoginThatIsRefusedDuringAPauseIsNotTriedAgain();
     void newsThatIsTrueIsNotHeldUp();
     void newMailWithoutEndIsFetchedAtABoundedRate();
     void newsThatWasTrueEndsThePauseOfEmptyNews();
@@ -528,6 +529,15 @@ void TestRequestRates::aRefusedLoginIsNotTriedAgain()
     QTRY_COMPARE(searched.count(), 1);
     QCOMPARE(searched.first().at(1).toInt(), int(Eas::LoginRefused));
     QCOMPARE(m_asked.size(), 2);
+    QVERIFY(!Alarm::isPending());
+}
+
+void TestRequestRates::aLoginThatIsRefusedDuringAPauseIsNotTriedAgain()
+{
+    turn(always("Ping", ScriptedServer::http(503)));
+    QVERIFY(waitFor([] { return Alarm::isPending(); }));
+    setAnswer(always("", ScriptedServer::http(401)));
+    QCOMPARE(pull(), int(Eas::LoginRefused));
     QVERIFY(!Alarm::isPending());
 }
 
