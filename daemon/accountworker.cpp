@@ -172,9 +172,13 @@ bool AccountWorker::isSyncLeft() const
     });
 }
 
+/** Most of what changes while we work is our own writing: one look after it finds all the rest. */
 void AccountWorker::storeChanged()
 {
-    m_changes->look();
+    if (operations().isEmpty())
+        m_changes->look();
+    else
+        m_isLookDue = true;
 }
 
 void AccountWorker::networkChanged()
@@ -350,14 +354,22 @@ void AccountWorker::enqueue(Operation *operation)
         if (m_announced == operation)
             emit syncProgressed(accountNumber(), progress);
     });
+    if (const auto *run = qobject_cast<SyncRun *>(operation))
+        connect(run, &SyncRun::uploaded, this, [this] { m_changes->noteUpload(); });
     m_queue.append(operation);
     next();
 }
 
 void AccountWorker::next()
 {
-    if (m_current || m_queue.isEmpty())
+    if (m_current)
         return;
+    if (m_queue.isEmpty()) {
+        if (m_isLookDue)
+            m_changes->look();
+        m_isLookDue = false;
+        return;
+    }
     const auto urgent = std::find_if(m_queue.cbegin(), m_queue.cend(),
                                      [](Operation *operation) { return operation->isUrgent(); });
     const int index = urgent == m_queue.cend() ? 0 : int(urgent - m_queue.cbegin());

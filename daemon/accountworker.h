@@ -43,7 +43,7 @@ public:
     void stopSync();
     /** The account's settings are these now; work goes on with them. */
     void update(const Store::AccountRecord &record);
-    /** Somebody, maybe ourselves, has written to the mail store. */
+    /** Somebody, maybe ourselves, has written to the account's part of the mail store. */
     void storeChanged();
     /** The machine's network is another one. */
     void networkChanged();
@@ -107,6 +107,7 @@ private:
     /** Messages given up that need no other look: when they left last, by client id. */
     QHash<QString, qint64> m_lookedFor;
     QTimer m_sentAwhileAgo;          ///< from the last sending on, until its copy is fetched
+    bool m_isLookDue = false;        ///< the mail store has changed while we worked
     QPointer<Operation> m_announced; ///< the synchronisation that others know of
 };
 

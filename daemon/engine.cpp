@@ -44,22 +44,24 @@ Engine::Engine(Store::SyncStateDb &db, QObject *parent)
         makeWorker(record);
 }
 
-/** What a user can do to messages, each by the notice that the store gives of it. */
+/** Whatever a user does to messages, the store names the accounts that have them. */
 void Engine::watchStore()
 {
     QMailStore *store = QMailStore::instance();
-    connect(store, &QMailStore::messagesUpdated, this, &Engine::onStoreChanged);
-    connect(store, &QMailStore::messagePropertyUpdated, this, &Engine::onStoreChanged);
-    connect(store, &QMailStore::messageStatusUpdated, this, &Engine::onStoreChanged);
-    connect(store, &QMailStore::messageRemovalRecordsAdded, this, &Engine::onStoreChanged);
+    connect(store, &QMailStore::accountContentsModified, this, &Engine::onStoreChanged);
     // Some notices may have been missed.
-    connect(store, &QMailStore::ipcConnectionEstablished, this, &Engine::onStoreChanged);
+    connect(store, &QMailStore::ipcConnectionEstablished, this, [this] {
+        for (AccountWorker *account : qAsConst(m_workers))
+            account->storeChanged();
+    });
 }
 
-void Engine::onStoreChanged()
+void Engine::onStoreChanged(const QMailAccountIdList &accounts)
 {
-    for (AccountWorker *account : qAsConst(m_workers))
-        account->storeChanged();
+    for (const QMailAccountId &id : accounts) {
+        if (AccountWorker *account = m_workers.value(id.toULongLong()))
+            account->storeChanged();
+    }
 }
 
 QSet<quint64> Engine::accounts() const

@@ -58,7 +58,7 @@ private:
     AccountWorker *makeWorker(const Store::AccountRecord &record);
     void tellStoreChanges();
     void watchStore();
-    void onStoreChanged();
+    void onStoreChanged(const QMailAccountIdList &accounts);
 
     Store::SyncStateDb &m_db;
     Store::AccountDirectory m_directory;

@@ -2,6 +2,7 @@
 #include "daemon/localchangewatch.h"
 
 #include "daemon/backoff.h"
+#include "daemon/logging.h"
 #include "daemon/store/localchanges.h"
 
 #include <QRandomGenerator>
@@ -62,6 +63,12 @@ void LocalChangeWatch::compare()
         m_quiet.start(usualQuietTime());
 }
 
+void LocalChangeWatch::noteUpload()
+{
+    if (!m_known.isEmpty())
+        m_known.intersect(changes());
+}
+
 void LocalChangeWatch::noteEnd(const Eas::Result &result)
 {
     if (result.ok()) {
@@ -113,6 +120,8 @@ QSet<QString> LocalChangeWatch::changes() const
         for (const QString &id : folder.deletions)
             found.insert(QStringLiteral("deletion %1 %2").arg(folder.collectionId, id));
     }
+    qCDebug(lcSync) << "account" << m_context.id().toULongLong()
+                    << "was looked through:" << found.size() << "changes are to be carried";
     return found;
 }
 

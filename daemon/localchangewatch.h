@@ -32,6 +32,8 @@ public:
 
     /** The mail store has changed. */
     void look();
+    /** Changes were carried: who does the same again does something new. */
+    void noteUpload();
     /** Something that was to carry the changes has ended. */
     void noteEnd(const Eas::Result &result);
     /** An upload was stopped: what it has left is to be carried all the same. */

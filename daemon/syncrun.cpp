@@ -275,6 +275,7 @@ bool SyncRun::isServersFault(const Eas::Result &result) const
 /** What the upload had to leave for their own steps gets these, and goes up after them: once. */
 void SyncRun::onUploadFinished(const UploadStep &upload, const Eas::Result &result)
 {
+    emit uploaded();
     const QHash<QString, Eas::Result> left = upload.left();
     m_uploadFailure = result.ok() && !left.isEmpty() ? *left.cbegin() : result;
     if (result.ok() && !left.isEmpty() && !m_isUploadRepeated) {

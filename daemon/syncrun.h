@@ -40,6 +40,10 @@ public:
     /** Why changes made here did not reach the server, whatever else the run has achieved. */
     Eas::Result uploadFailure() const { return m_uploadFailure; }
 
+signals:
+    /** Changes made here have been carried; what did not go is left. */
+    void uploaded();
+
 private:
     /** A request, and the steps that it still waits for. */
     struct Wish

@@ -47,6 +47,10 @@ private slots:
     void aFailureOfTheUploadAloneIsTriedAgain();
     void anUploadForgetsWhatNobodyCanBeTold();
     void changesMadeWithoutADaemonGoUpOnceItRuns();
+    void anotherAccountsChangesAreNoReasonToLook();
+    void nobodyLooksWhileASynchronisationWrites();
+    void aChangeDuringASynchronisationGoesUpAfterIt();
+    void whatIsDoneAgainDuringASynchronisationGoesUpAgain();
 
 private:
     using Message = QMailMessageMetaData;
@@ -81,6 +85,20 @@ private:
     bool isReadAtServer(const QString &subject)
     {
         return atServer(subject).value(QStringLiteral("read")).toBool();
+    }
+    /** How often the daemon has looked through an account for changes. */
+    int looks(const QMailAccountId &id)
+    {
+        return world().daemon.log().count(
+            QStringLiteral("account %1 was looked through").arg(id.toULongLong()));
+    }
+    /** Answers that take a second each: a synchronisation that lasts, and writes in between. */
+    void slowDown(int answers)
+    {
+        world().server.fault({{QStringLiteral("kind"), QStringLiteral("delay")},
+                              {QStringLiteral("command"), QStringLiteral("Sync")},
+                              {QStringLiteral("seconds"), 1.0},
+                              {QStringLiteral("count"), answers}});
     }
     /** The changes that clients asked for, in all requests. */
     int changesInLog()
@@ -325,6 +343,89 @@ void TestUploads::changesMadeWithoutADaemonGoUpOnceItRuns()
     world().daemon.setUndoTime(200);
     QVERIFY(world().daemon.start());
     QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 20000);
+}
+
+void TestUploads::anotherAccountsChangesAreNoReasonToLook()
+{
+    const QMailAccountId other = StoreFixture::addAccount(world().settings());
+    QCOMPARE(world().codeOf(world().sync(other)), 200);
+    shortenUndoTime(200);
+    const QMailMessageId id =
+        QMailStore::instance()
+            ->queryMessages(QMailMessageKey::subject(mail1)
+                            & QMailMessageKey::parentAccountId(world().account))
+            .value(0);
+    int before = 0;
+    int beforeOfOther = 0;
+    for (int round = 0; round < 8; ++round) {
+        // By then the notices of what has begun with the daemon have come.
+        if (round == 4) {
+            before = looks(world().account);
+            beforeOfOther = looks(other);
+        }
+        const bool read = round % 2 == 0;
+        QVERIFY(QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                               Message::Read, read));
+        QTRY_COMPARE_WITH_TIMEOUT(isReadAtServer(mail1), read, 20000);
+    }
+    QVERIFY(looks(world().account) >= before + 4);
+    QVERIFY(beforeOfOther > 0);
+    QCOMPARE(looks(other), beforeOfOther);
+}
+
+void TestUploads::nobodyLooksWhileASynchronisationWrites()
+{
+    world().deliver(100, QStringLiteral("Many"));
+    QCOMPARE(world().syncAndWait(), 200);
+    for (const QJsonObject &message : world().server.messages(alice, inbox))
+        world().server.control("flag",
+                               {{QStringLiteral("user"), alice},
+                                {QStringLiteral("folder"), inbox},
+                                {QStringLiteral("id"), message.value(QStringLiteral("id"))},
+                                {QStringLiteral("read"), true}});
+    slowDown(4);
+    const int before = looks(world().account);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(world().faultsAreTaken());
+    // One may have been due before it began.
+    QVERIFY2(looks(world().account) <= before + 1, qPrintable(world().daemon.log()));
+    const int after = looks(world().account);
+    QTRY_VERIFY(looks(world().account) > after);
+}
+
+void TestUploads::aChangeDuringASynchronisationGoesUpAfterIt()
+{
+    shortenUndoTime(200);
+    world().deliver(100, QStringLiteral("Many"));
+    slowDown(4);
+    const int request = world().sync();
+    // It has carried what there was before it, and has begun to write.
+    QTRY_VERIFY(world().messageCount() > 3);
+    QCOMPARE(world().listener.codeOf(request), 0);
+    set(mail1, Message::Read);
+    QCOMPARE(world().codeOf(request), 200);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 20000);
+    QCOMPARE(changesInLog(), 1);
+}
+
+void TestUploads::whatIsDoneAgainDuringASynchronisationGoesUpAgain()
+{
+    shortenUndoTime(200);
+    world().deliver(100, QStringLiteral("Many"));
+    slowDown(8);
+    set(mail1, Message::Read);
+    // The upload has begun by itself; with this it becomes one that lasts.
+    QTRY_COMPARE(world().server.requestCount("Sync"), 1);
+    const int request = world().sync();
+    QTRY_COMPARE_WITH_TIMEOUT(world().server.requestCount("FolderSync"), 1, 20000);
+    QVERIFY(isReadAtServer(mail1));
+    QCOMPARE(changesInLog(), 1);
+    QCOMPARE(world().listener.codeOf(request), 0);
+    // Another device takes it back, and the person does it again.
+    set(mail1, Message::Read | Message::ReadElsewhere, false);
+    set(mail1, Message::Read);
+    QCOMPARE(world().codeOf(request), 200);
+    QTRY_COMPARE_WITH_TIMEOUT(changesInLog(), 2, 10000);
 }
 
 QTEST_GUILESS_MAIN(TestUploads)
