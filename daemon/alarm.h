@@ -36,6 +36,8 @@ public:
     static qint64 now();
     /** For tests: time stands still from now on, in this process. */
     static void drive();
+    /** For tests of a whole process: the pauses of once() last one of so many parts. */
+    static void hurry(int parts);
     /** Whether a pause is under way; only of driven time. */
     static bool isPending();
     /** Takes driven time to the end of the next pause. */

@@ -31,6 +31,11 @@ QString DaemonProcess::program()
     return qEnvironmentVariable("ORVMAIL_BUILD_DIR") + QStringLiteral("/bin/asdaemon");
 }
 
+void DaemonProcess::hurry()
+{
+    m_program = program() + QStringLiteral("-hurried");
+}
+
 bool DaemonProcess::isOnBus()
 {
     return QDBusConnection::sessionBus().interface()->isServiceRegistered(
@@ -43,7 +48,7 @@ bool DaemonProcess::start(QStringList arguments)
         arguments << QStringLiteral("--patience") << QString::number(m_patience);
     if (m_undoTime > 0)
         arguments << QStringLiteral("--undo-time") << QString::number(m_undoTime);
-    m_process.start(program(), arguments);
+    m_process.start(m_program, arguments);
     return QTest::qWaitFor([this] { return isOnBus() || !isRunning(); }, 20000) && isRunning();
 }
 

@@ -24,6 +24,8 @@ public:
     /** Some process serves the daemon's name. */
     static bool isOnBus();
 
+    /** Starts the one whose pauses within a synchronisation are short. */
+    void hurry();
     /** Seconds for which a server may keep silent, from the next start on. */
     void setPatience(int seconds) { m_patience = seconds; }
     /** Milliseconds for which it leaves changes alone, from the next start on. */
@@ -45,6 +47,7 @@ public:
 
 private:
     QProcess m_process;
+    QString m_program = program();
     QString m_logFile;
     int m_patience = 0;
     int m_undoTime = 0;

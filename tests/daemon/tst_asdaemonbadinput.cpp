@@ -77,6 +77,7 @@ void TestAsDaemonBadInput::init()
     if (!EasServer::isAvailable())
         QSKIP("there is no python3 for the test server");
     m_world = std::make_unique<DaemonWorld>();
+    world().daemon.hurry();
     QVERIFY(world().begin());
 }
 

@@ -200,6 +200,7 @@ private slots:
     void aSynchronisationThatSucceedsEndsThePause();
     void aRefusedLoginIsNotTriedAgain();
     void aLoginThatIsRefusedDuringAPauseIsNotTriedAgain();
+    void aFolderWithABadAnswerIsAskedForAfterPauses();
     void newsThatIsTrueIsNotHeldUp();
     void newMailWithoutEndIsFetchedAtABoundedRate();
     void newsThatWasTrueEndsThePauseOfEmptyNews();
@@ -539,6 +540,34 @@ void TestRequestRates::aLoginThatIsRefusedDuringAPauseIsNotTriedAgain()
     setAnswer(always("", ScriptedServer::http(401)));
     QCOMPARE(pull(), int(Eas::LoginRefused));
     QVERIFY(!Alarm::isPending());
+}
+
+void TestRequestRates::aFolderWithABadAnswerIsAskedForAfterPauses()
+{
+    const auto times = std::make_shared<QList<qint64>>();
+    begin(goodAnswer);
+    QVERIFY(waitFor([this] { return m_waits; }));
+    setAnswer([times](const SeenRequest &request) {
+        if (nameOf(request) != "Sync")
+            return goodAnswer(request);
+        times->append(Alarm::now());
+        return ScriptedAnswer {halved(collection("k9", mail)), false};
+    });
+    QSignalSpy finished(m_worker.get(), &Daemon::AccountWorker::requestFinished);
+    Daemon::Request request;
+    request.id = 1;
+    m_worker->accept(request);
+    while (finished.isEmpty()) {
+        QVERIFY(waitFor([&] { return Alarm::isPending() || !finished.isEmpty(); }));
+        if (finished.isEmpty())
+            Alarm::ringNext();
+    }
+    QCOMPARE(finished.first().at(1).toInt(), int(Eas::InvalidAnswer));
+    // Three answers to its key, and one to none.
+    QCOMPARE(times->size(), 4);
+    QCOMPARE(times->at(1) - times->at(0), qint64(2000));
+    QCOMPARE(times->at(2) - times->at(1), qint64(8000));
+    QCOMPARE(times->at(3), times->at(2));
 }
 
 void TestRequestRates::newsThatIsTrueIsNotHeldUp()
