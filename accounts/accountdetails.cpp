@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/accountdetails.h"
 
-#include "daemon/eas/serveraddress.h"
+#include "eas/serveraddress.h"
 
 #include <QRegularExpression>
 

@@ -3,7 +3,7 @@
 #define ACCOUNTS_ACCOUNTDETAILS_H
 
 #include "accounts/outcome.h"
-#include "settings/accountsettings.h"
+#include "plugin/settings/accountsettings.h"
 
 namespace Accounts {
 

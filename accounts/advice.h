@@ -3,8 +3,8 @@
 #define ACCOUNTS_ADVICE_H
 
 #include "accounts/outcome.h"
-#include "daemon/eas/result.h"
-#include "settings/accountsettings.h"
+#include "eas/result.h"
+#include "plugin/settings/accountsettings.h"
 
 #include <qmailserviceaction.h>
 

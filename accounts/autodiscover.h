@@ -3,7 +3,7 @@
 #define ACCOUNTS_AUTODISCOVER_H
 
 #include "accounts/autodiscoveranswer.h"
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 #include <QList>
 #include <QNetworkAccessManager>

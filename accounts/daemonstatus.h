@@ -2,7 +2,7 @@
 #ifndef ACCOUNTS_DAEMONSTATUS_H
 #define ACCOUNTS_DAEMONSTATUS_H
 
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 #include <qmailid.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/logincheck.h"
 
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/optionscommand.h"
-#include "daemon/eas/session.h"
+#include "eas/foldersynccommand.h"
+#include "eas/optionscommand.h"
+#include "eas/session.h"
 
 #include <QHash>
 

@@ -2,9 +2,9 @@
 #ifndef ACCOUNTS_LOGINCHECK_H
 #define ACCOUNTS_LOGINCHECK_H
 
-#include "daemon/eas/folderchanges.h"
-#include "daemon/eas/result.h"
-#include "settings/accountsettings.h"
+#include "eas/folderchanges.h"
+#include "eas/result.h"
+#include "plugin/settings/accountsettings.h"
 
 #include <QObject>
 #include <QStringList>

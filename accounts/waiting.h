@@ -2,7 +2,7 @@
 #ifndef ACCOUNTS_WAITING_H
 #define ACCOUNTS_WAITING_H
 
-#include "daemon/signalwatcher.h"
+#include "asclient/signalwatcher.h"
 
 #include <QEventLoop>
 #include <QObject>

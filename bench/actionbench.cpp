@@ -3,8 +3,8 @@
 // once, beside the bare call with its one broadcast. Prints one line of JSON, times in
 // microseconds.
 #include "asclient/asdbusinterface.h"
-#include "service/clock.h"
-#include "service/orvservice.h"
+#include "plugin/service/clock.h"
+#include "plugin/service/orvservice.h"
 #include "tests/support/scripteddaemon.h"
 #include "tests/support/storefixture.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/commandline.h"
 
-#include "daemon/localchangewatch.h"
+#include "daemon/sync/localchangewatch.h"
 
 #include <QCommandLineParser>
 

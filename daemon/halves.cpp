@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/halves.h"
 
-#include "daemon/engine.h"
-#include "daemon/front.h"
+#include "daemon/bus/front.h"
+#include "daemon/engine/engine.h"
 
 namespace Daemon {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/asdbusinterface.h"
+#include "asclient/signalwatcher.h"
+#include "daemon/bus/front.h"
+#include "daemon/bus/logging.h"
 #include "daemon/commandline.h"
-#include "daemon/downloadfile.h"
-#include "daemon/eas/httpchannel.h"
-#include "daemon/engine.h"
-#include "daemon/front.h"
+#include "daemon/download/downloadfile.h"
+#include "daemon/engine/engine.h"
 #include "daemon/halves.h"
-#include "daemon/localchangewatch.h"
-#include "daemon/logging.h"
-#include "daemon/signalwatcher.h"
+#include "daemon/sync/localchangewatch.h"
+#include "eas/httpchannel.h"
 
 #include <cstdio>
 #include <QCoreApplication>

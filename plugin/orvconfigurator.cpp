@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/orvconfigurator.h"
 
-#include "plugin/servicekey.h"
-#include "settings/settingsmodule.h"
+#include "plugin/service/servicekey.h"
+#include "plugin/settings/settingsmodule.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -2,9 +2,9 @@
 #include "plugin/orvserviceplugin.h"
 
 #include "plugin/orvconfigurator.h"
-#include "plugin/servicekey.h"
-#include "requests/daemonwaker.h"
-#include "service/orvservice.h"
+#include "plugin/requests/daemonwaker.h"
+#include "plugin/service/orvservice.h"
+#include "plugin/service/servicekey.h"
 
 QString OrvServicePlugin::key() const
 {

@@ -11,7 +11,7 @@
 #include "accounts/synchronisation.h"
 #include "accounts/syncmemory.h"
 #include "accounts/waiting.h"
-#include "daemon/eas/serveraddress.h"
+#include "eas/serveraddress.h"
 
 #include <qmailmessage.h>
 #include <qmailstore.h>

@@ -5,7 +5,7 @@
 #include "accounts/commands/command.h"
 
 #include "accounts/accountdetails.h"
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 #include <qmailid.h>
 

@@ -3,7 +3,7 @@
 #define ACCOUNTS_ACCOUNTWINDOW_H
 
 #include "accounts/outcome.h"
-#include "settings/accountsettings.h"
+#include "plugin/settings/accountsettings.h"
 
 #include <qmailid.h>
 

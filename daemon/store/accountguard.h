@@ -2,7 +2,7 @@
 #ifndef STORE_ACCOUNTGUARD_H
 #define STORE_ACCOUNTGUARD_H
 
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 #include <qmailid.h>
 

@@ -2,7 +2,7 @@
 #ifndef STORE_CONTENTMARK_H
 #define STORE_CONTENTMARK_H
 
-#include "daemon/eas/mailitem.h"
+#include "eas/mailitem.h"
 
 #include <QByteArray>
 #include <qmailmessage.h>

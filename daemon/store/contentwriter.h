@@ -2,8 +2,8 @@
 #ifndef STORE_CONTENTWRITER_H
 #define STORE_CONTENTWRITER_H
 
-#include "daemon/eas/mailitem.h"
-#include "daemon/eas/result.h"
+#include "eas/mailitem.h"
+#include "eas/result.h"
 
 #include <qmailmessage.h>
 

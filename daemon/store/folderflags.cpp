@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/folderflags.h"
 
-#include "daemon/eas/folderchanges.h"
+#include "eas/folderchanges.h"
 
 #include <qmailfolder.h>
 #include <qmailmessage.h>

@@ -2,9 +2,9 @@
 #ifndef STORE_FOLDERWRITER_H
 #define STORE_FOLDERWRITER_H
 
-#include "daemon/eas/folderchanges.h"
 #include "daemon/store/storejob.h"
 #include "daemon/store/syncstatedb.h"
+#include "eas/folderchanges.h"
 
 #include <QHash>
 #include <qmailfolder.h>

@@ -2,9 +2,9 @@
 #ifndef STORE_FOUNDWRITER_H
 #define STORE_FOUNDWRITER_H
 
-#include "daemon/eas/mailitem.h"
 #include "daemon/store/storejob.h"
 #include "daemon/store/syncstatedb.h"
+#include "eas/mailitem.h"
 
 #include <qmailmessage.h>
 #include <QSet>

@@ -2,7 +2,7 @@
 #ifndef STORE_MESSAGEBUILDER_H
 #define STORE_MESSAGEBUILDER_H
 
-#include "daemon/eas/mailitem.h"
+#include "eas/mailitem.h"
 
 #include <qmailmessage.h>
 

@@ -2,7 +2,7 @@
 #ifndef STORE_REFERENCES_H
 #define STORE_REFERENCES_H
 
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 #include <qmailmessage.h>
 

@@ -2,7 +2,7 @@
 #ifndef STORE_SERVERUID_H
 #define STORE_SERVERUID_H
 
-#include "daemon/eas/itemlocator.h"
+#include "eas/itemlocator.h"
 
 #include <qmailid.h>
 #include <QString>

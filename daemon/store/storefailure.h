@@ -2,7 +2,7 @@
 #ifndef STORE_STOREFAILURE_H
 #define STORE_STOREFAILURE_H
 
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 namespace Store {
 

@@ -2,7 +2,7 @@
 #ifndef STORE_STOREJOB_H
 #define STORE_STOREJOB_H
 
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 namespace Store {
 

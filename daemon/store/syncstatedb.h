@@ -2,8 +2,8 @@
 #ifndef STORE_SYNCSTATEDB_H
 #define STORE_SYNCSTATEDB_H
 
-#include "daemon/eas/result.h"
 #include "daemon/store/accountrecord.h"
+#include "eas/result.h"
 
 #include <QList>
 #include <QSqlDatabase>

@@ -2,7 +2,7 @@
 #ifndef STORE_TRANSFERENCODING_H
 #define STORE_TRANSFERENCODING_H
 
-#include "daemon/eas/result.h"
+#include "eas/result.h"
 
 #include <qmailmessage.h>
 

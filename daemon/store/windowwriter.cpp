@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/windowwriter.h"
 
-#include "daemon/eas/folderchanges.h"
 #include "daemon/store/accountguard.h"
 #include "daemon/store/batchsize.h"
 #include "daemon/store/contentcheck.h"
@@ -13,6 +12,7 @@
 #include "daemon/store/messagebuilder.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
+#include "eas/folderchanges.h"
 
 #include <QElapsedTimer>
 #include <qmailstore.h>

@@ -2,9 +2,9 @@
 #ifndef STORE_WINDOWWRITER_H
 #define STORE_WINDOWWRITER_H
 
-#include "daemon/eas/syncwindow.h"
 #include "daemon/store/storejob.h"
 #include "daemon/store/syncstatedb.h"
+#include "eas/syncwindow.h"
 
 #include <QHash>
 #include <qmailmessage.h>

@@ -3,9 +3,9 @@
 // a server keeps silent, something was typed wrong.
 #include "accounts/accountbook.h"
 #include "accounts/synchronisation.h"
-#include "daemon/eas/result.h"
 #include "daemon/store/accountwipe.h"
-#include "plugin/orvconfiguration.h"
+#include "eas/result.h"
+#include "plugin/settings/orvconfiguration.h"
 #include "tests/accounts/busservice.h"
 #include "tests/accounts/terminal.h"
 #include "tests/support/easserver.h"

@@ -3,7 +3,7 @@
 #include "accounts/accountbook.h"
 #include "accounts/folderview.h"
 #include "daemon/store/syncstatedb.h"
-#include "plugin/orvconfiguration.h"
+#include "plugin/settings/orvconfiguration.h"
 #include "tests/accounts/terminal.h"
 #include "tests/support/easserver.h"
 #include "tests/support/messageserver.h"

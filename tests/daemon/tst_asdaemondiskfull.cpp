@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/downloadfile.h"
+#include "daemon/download/downloadfile.h"
 #include "tests/daemon/daemonworld.h"
 #include "tests/support/smalldisk.h"
 

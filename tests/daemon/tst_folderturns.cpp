@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/folderturns.h"
+#include "daemon/sync/folderturns.h"
 
 #include <QMap>
 #include <QSet>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/asdbusinterface.h"
 #include "asclient/syncinfoshmreader.h"
-#include "daemon/front.h"
+#include "daemon/bus/front.h"
 #include "tests/daemon/buslistener.h"
 
 #include <atomic>

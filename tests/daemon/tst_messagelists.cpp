@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/windowsize.h"
+#include "daemon/sync/windowsize.h"
 #include "tests/daemon/downloadworld.h"
 
 #include <QDateTime>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/backoff.h"
-#include "daemon/heartbeat.h"
-#include "daemon/networkmonitor.h"
-#include "daemon/pushwatch.h"
+#include "daemon/push/heartbeat.h"
+#include "daemon/push/pushwatch.h"
+#include "daemon/work/backoff.h"
+#include "daemon/work/networkmonitor.h"
 #include "tests/daemon/daemonworld.h"
 
 #include <QElapsedTimer>

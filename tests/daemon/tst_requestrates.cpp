@@ -2,9 +2,9 @@
 //
 // How often a server is asked that answers uselessly, whatever it answers: over hours, in driven
 // time, for an account whose push is on.
-#include "daemon/accountworker.h"
-#include "daemon/alarm.h"
-#include "daemon/backoff.h"
+#include "daemon/engine/accountworker.h"
+#include "daemon/work/alarm.h"
+#include "daemon/work/backoff.h"
 #include "tests/eas/scriptedserver.h"
 #include "tests/support/storefixture.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/requesttable.h"
+#include "daemon/bus/requesttable.h"
 
 #include <limits>
 #include <QTest>

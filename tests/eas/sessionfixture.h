@@ -2,8 +2,8 @@
 #ifndef SESSIONFIXTURE_H
 #define SESSIONFIXTURE_H
 
-#include "daemon/eas/command.h"
-#include "daemon/eas/session.h"
+#include "eas/command.h"
+#include "eas/session.h"
 #include "tests/eas/scriptedserver.h"
 
 #include <memory>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // ItemOperations: whole messages and attachments, byte for byte, and what has gone meanwhile.
-#include "daemon/eas/base64decoder.h"
-#include "daemon/eas/fetchattachmentcommand.h"
-#include "daemon/eas/fetchmessagecommand.h"
-#include "daemon/eas/wbxmlwriter.h"
+#include "eas/base64decoder.h"
+#include "eas/fetchattachmentcommand.h"
+#include "eas/fetchmessagecommand.h"
+#include "eas/wbxmlwriter.h"
 #include "tests/eas/sessionfixture.h"
 #include "tests/eas/wbxmlxml.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // FolderSync: the whole tree, what has changed, and what a server can say instead.
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/wbxmlwriter.h"
+#include "eas/foldersynccommand.h"
+#include "eas/wbxmlwriter.h"
 #include "tests/eas/sessionfixture.h"
 
 #include <QtTest>

@@ -2,8 +2,8 @@
 //
 // HTTP to one server: what goes out, what each kind of answer means, and what a server cannot make
 // it do.
-#include "daemon/eas/httpchannel.h"
-#include "daemon/eas/requestbody.h"
+#include "eas/httpchannel.h"
+#include "eas/requestbody.h"
 #include "tests/eas/scriptedserver.h"
 #include "tests/eas/testcertificate.h"
 

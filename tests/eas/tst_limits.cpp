@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The bounds of an answer that no other test reaches: what is just beyond is cut, or refused.
-#include "daemon/eas/fetchattachmentcommand.h"
-#include "daemon/eas/fetchmessagecommand.h"
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/limits.h"
-#include "daemon/eas/searchcommand.h"
-#include "daemon/eas/synccommand.h"
-#include "daemon/eas/wbxmlreader.h"
+#include "eas/fetchattachmentcommand.h"
+#include "eas/fetchmessagecommand.h"
+#include "eas/foldersynccommand.h"
+#include "eas/limits.h"
+#include "eas/searchcommand.h"
+#include "eas/synccommand.h"
+#include "eas/wbxmlreader.h"
 #include "tests/eas/sessionfixture.h"
 
 #include <QtTest>

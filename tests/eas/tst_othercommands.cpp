@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // MoveItems, Search, Ping, Settings and the acknowledgement of a wipe.
-#include "daemon/eas/httpchannel.h"
-#include "daemon/eas/moveitemscommand.h"
-#include "daemon/eas/pingcommand.h"
-#include "daemon/eas/searchcommand.h"
-#include "daemon/eas/settingscommand.h"
-#include "daemon/eas/wipeacknowledgecommand.h"
+#include "eas/httpchannel.h"
+#include "eas/moveitemscommand.h"
+#include "eas/pingcommand.h"
+#include "eas/searchcommand.h"
+#include "eas/settingscommand.h"
+#include "eas/wipeacknowledgecommand.h"
 #include "tests/eas/sessionfixture.h"
 
 #include <QtTest>

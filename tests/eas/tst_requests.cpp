@@ -3,18 +3,18 @@
 // Every request that the protocol library can make, in every version that it speaks, held against
 // what the protocol allows: the table of tests/easserver. A command that is not made here is
 // noticed.
-#include "daemon/eas/fetchattachmentcommand.h"
-#include "daemon/eas/fetchmessagecommand.h"
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/moveitemscommand.h"
-#include "daemon/eas/optionscommand.h"
-#include "daemon/eas/pingcommand.h"
-#include "daemon/eas/provisioncommand.h"
-#include "daemon/eas/searchcommand.h"
-#include "daemon/eas/sendmailcommand.h"
-#include "daemon/eas/settingscommand.h"
-#include "daemon/eas/synccommand.h"
-#include "daemon/eas/wipeacknowledgecommand.h"
+#include "eas/fetchattachmentcommand.h"
+#include "eas/fetchmessagecommand.h"
+#include "eas/foldersynccommand.h"
+#include "eas/moveitemscommand.h"
+#include "eas/optionscommand.h"
+#include "eas/pingcommand.h"
+#include "eas/provisioncommand.h"
+#include "eas/searchcommand.h"
+#include "eas/sendmailcommand.h"
+#include "eas/settingscommand.h"
+#include "eas/synccommand.h"
+#include "eas/wipeacknowledgecommand.h"
 #include "tests/eas/sessionfixture.h"
 
 #include <QBuffer>

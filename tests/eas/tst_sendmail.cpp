@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Sending: what goes out in each version of the protocol, and that nothing goes out twice.
-#include "daemon/eas/sendmailcommand.h"
+#include "eas/sendmailcommand.h"
 #include "tests/eas/sessionfixture.h"
 
 #include <QBuffer>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // An account's address and login: what is refused before anything is sent, and what is sent.
-#include "daemon/eas/serveraddress.h"
+#include "eas/serveraddress.h"
 
 #include <QtTest>
 

@@ -2,10 +2,10 @@
 //
 // What a session does for its commands: asks for the version, provisions, remembers, and refuses on
 // its own.
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/httpchannel.h"
-#include "daemon/eas/optionscommand.h"
-#include "daemon/eas/synccommand.h"
+#include "eas/foldersynccommand.h"
+#include "eas/httpchannel.h"
+#include "eas/optionscommand.h"
+#include "eas/synccommand.h"
 #include "tests/eas/sessionfixture.h"
 
 #include <QSignalSpy>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Sync: what is asked, what each part of an answer becomes, and what one bad item cannot do.
-#include "daemon/eas/synccommand.h"
+#include "eas/synccommand.h"
 #include "tests/eas/sessionfixture.h"
 #include "tests/eas/wbxmlxml.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The binary XML reader and writer by themselves.
-#include "daemon/eas/limits.h"
-#include "daemon/eas/log.h"
-#include "daemon/eas/wbxmlreader.h"
-#include "daemon/eas/wbxmlwriter.h"
+#include "eas/limits.h"
+#include "eas/log.h"
+#include "eas/wbxmlreader.h"
+#include "eas/wbxmlwriter.h"
 #include "tests/eas/wbxmlxml.h"
 #include "tests/support/chance.h"
 

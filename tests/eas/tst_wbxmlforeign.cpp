@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The binary XML reader and writer against an encoder and a decoder that are not ours (libwbxml).
-#include "daemon/eas/wbxmlreader.h"
-#include "daemon/eas/wbxmlwriter.h"
+#include "eas/wbxmlreader.h"
+#include "eas/wbxmlwriter.h"
 #include "tests/eas/wbxmlxml.h"
 #include "tests/support/chance.h"
 

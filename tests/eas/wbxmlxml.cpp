@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/eas/wbxmlxml.h"
 
-#include "daemon/eas/wbxmlreader.h"
-#include "daemon/eas/wbxmlwriter.h"
+#include "eas/wbxmlreader.h"
+#include "eas/wbxmlwriter.h"
 
 #include <QFile>
 #include <QXmlStreamReader>

@@ -2,7 +2,7 @@
 #ifndef ANSWERED_H
 #define ANSWERED_H
 
-#include "daemon/eas/command.h"
+#include "eas/command.h"
 #include "tests/fuzz/require.h"
 
 /** A command that never meets a server: its answer is put in. */

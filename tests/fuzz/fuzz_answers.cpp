@@ -2,15 +2,15 @@
 //
 // The commands' answers, from bytes to what a command hands on. The first byte is the command, the
 // second one the length of the pieces that the answer comes in.
-#include "daemon/eas/fetchattachmentcommand.h"
-#include "daemon/eas/fetchmessagecommand.h"
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/moveitemscommand.h"
-#include "daemon/eas/pingcommand.h"
-#include "daemon/eas/provisioncommand.h"
-#include "daemon/eas/searchcommand.h"
-#include "daemon/eas/settingscommand.h"
-#include "daemon/eas/synccommand.h"
+#include "eas/fetchattachmentcommand.h"
+#include "eas/fetchmessagecommand.h"
+#include "eas/foldersynccommand.h"
+#include "eas/moveitemscommand.h"
+#include "eas/pingcommand.h"
+#include "eas/provisioncommand.h"
+#include "eas/searchcommand.h"
+#include "eas/settingscommand.h"
+#include "eas/synccommand.h"
 #include "tests/fuzz/answered.h"
 
 #include <QBuffer>

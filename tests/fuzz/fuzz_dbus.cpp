@@ -3,8 +3,8 @@
 // Calls of the daemon's interface with any arguments, over a real bus to both halves of the daemon
 // as they are: each is answered, what it began is ended once, and the mail stays where it is.
 #include "asclient/asdbusinterface.h"
-#include "daemon/engine.h"
-#include "daemon/front.h"
+#include "daemon/bus/front.h"
+#include "daemon/engine/engine.h"
 #include "daemon/halves.h"
 #include "tests/daemon/buslistener.h"
 #include "tests/eas/scriptedserver.h"

@@ -2,9 +2,9 @@
 //
 // What an answer and an attachment are packed in: gzip and base64. The first byte's lowest bit is
 // which, the rest of it the length of the pieces.
-#include "daemon/eas/base64decoder.h"
-#include "daemon/eas/gzipdecoder.h"
-#include "daemon/eas/limits.h"
+#include "eas/base64decoder.h"
+#include "eas/gzipdecoder.h"
+#include "eas/limits.h"
 #include "tests/fuzz/require.h"
 
 using namespace Eas;

@@ -2,7 +2,7 @@
 //
 // A whole HTTP answer, head and body, as the daemon takes it: statuses, redirects, lengths,
 // encodings, Retry-After. It comes from a socket, and ends when the server hangs up.
-#include "daemon/eas/foldersynccommand.h"
+#include "eas/foldersynccommand.h"
 #include "tests/eas/sessionfixture.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/waited.h"

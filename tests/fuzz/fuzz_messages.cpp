@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // A Sync answer up to the messages that the mail store is given, short of the store itself.
-#include "daemon/eas/synccommand.h"
 #include "daemon/store/mailtext.h"
 #include "daemon/store/messagebuilder.h"
+#include "eas/synccommand.h"
 #include "tests/fuzz/answered.h"
 
 using namespace Eas;

@@ -2,7 +2,7 @@
 //
 // What comes over the progress socket, in any pieces, from any number of clients. The first byte of
 // a piece is its length, or one of the events below.
-#include "source/orvprogresslistener.h"
+#include "plugin/source/orvprogresslistener.h"
 #include "tests/fuzz/require.h"
 #include "tests/fuzz/waited.h"
 #include "tests/plugin/servicefixture.h"

@@ -2,9 +2,9 @@
 //
 // Answers to Sync and FolderSync through to the mail store: a real one, in a folder of its own. The
 // first byte says which of the two.
-#include "daemon/eas/foldersynccommand.h"
-#include "daemon/eas/synccommand.h"
 #include "daemon/store/folderwriter.h"
+#include "eas/foldersynccommand.h"
+#include "eas/synccommand.h"
 #include "tests/fuzz/answered.h"
 #include "tests/store/items.h"
 

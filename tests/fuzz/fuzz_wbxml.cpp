@@ -2,8 +2,8 @@
 //
 // The binary XML reader: whatever the bytes and the pieces they come in, it ends, its elements
 // match, and the pieces make no difference. The first byte is the length of the pieces.
-#include "daemon/eas/limits.h"
-#include "daemon/eas/wbxmlreader.h"
+#include "eas/limits.h"
+#include "eas/wbxmlreader.h"
 #include "tests/fuzz/require.h"
 
 using namespace Eas;

@@ -3,11 +3,11 @@
 #define SERVICEFIXTURE_H
 
 #include "asclient/asdbusinterface.h"
-#include "requests/asdaemonoperationrequest.h"
-#include "requests/requestscheduler.h"
-#include "service/orvservice.h"
-#include "sink/orvsink.h"
-#include "source/orvsource.h"
+#include "plugin/requests/asdaemonoperationrequest.h"
+#include "plugin/requests/requestscheduler.h"
+#include "plugin/service/orvservice.h"
+#include "plugin/sink/orvsink.h"
+#include "plugin/source/orvsource.h"
 #include "tests/plugin/logrecorder.h"
 #include "tests/plugin/servicespy.h"
 #include "tests/support/scripteddaemon.h"

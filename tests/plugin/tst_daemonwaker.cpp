@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "requests/daemonwaker.h"
+#include "plugin/requests/daemonwaker.h"
 #include "tests/plugin/fakemessageserver.h"
 #include "tests/plugin/servicefixture.h"
 

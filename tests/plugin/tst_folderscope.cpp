@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "search/folderscope.h"
+#include "plugin/search/folderscope.h"
 #include "tests/plugin/keytree.h"
 #include "tests/plugin/logrecorder.h"
 #include "tests/support/chance.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "source/orvprogresslistener.h"
+#include "plugin/source/orvprogresslistener.h"
 #include "tests/plugin/servicefixture.h"
 #include "tests/support/chance.h"
 

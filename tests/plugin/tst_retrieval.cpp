@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/attachmentnotifier.h"
-#include "service/clock.h"
-#include "source/orvprogresslistener.h"
+#include "plugin/service/clock.h"
+#include "plugin/source/orvprogresslistener.h"
 #include "tests/plugin/servicefixture.h"
 
 #include <QFileInfo>

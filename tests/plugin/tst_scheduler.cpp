@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "requests/asdaemonsendrequest.h"
-#include "source/syncmarker.h"
+#include "plugin/requests/asdaemonsendrequest.h"
+#include "plugin/source/syncmarker.h"
 #include "tests/plugin/servicefixture.h"
 
 #include <QElapsedTimer>

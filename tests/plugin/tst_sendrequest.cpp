@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "requests/asdaemonsendrequest.h"
+#include "plugin/requests/asdaemonsendrequest.h"
 #include "tests/plugin/servicefixture.h"
 
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/syncinfoshmwriter.h"
-#include "service/clock.h"
+#include "plugin/service/clock.h"
 #include "tests/plugin/fakemessageserver.h"
 #include "tests/plugin/servicefixture.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "service/statuscode.h"
+#include "plugin/service/statuscode.h"
 #include "tests/plugin/logrecorder.h"
 
 #include <QMap>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "plugin/orvconfigurationeditor.h"
-#include "settings/accountsettings.h"
+#include "plugin/settings/accountsettings.h"
+#include "plugin/settings/orvconfigurationeditor.h"
 
 #include <QTest>
 

@@ -2,9 +2,9 @@
 #ifndef ITEMS_H
 #define ITEMS_H
 
-#include "daemon/eas/folderchanges.h"
-#include "daemon/eas/syncwindow.h"
 #include "daemon/store/syncstatedb.h"
+#include "eas/folderchanges.h"
+#include "eas/syncwindow.h"
 #include "tests/support/storefixture.h"
 
 #include <qmailmessage.h>

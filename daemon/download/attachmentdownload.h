@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_ATTACHMENTDOWNLOAD_H
+#define DAEMON_ATTACHMENTDOWNLOAD_H
+
+#include "daemon/download/downloadfile.h"
+#include "daemon/download/progresssocket.h"
+#include "daemon/store/contentwriter.h"
+#include "daemon/work/syncstep.h"
+
+#include <QBuffer>
+
+namespace Eas {
+class FetchAttachmentCommand;
+class FetchMessageCommand;
+struct ItemLocator;
+} // namespace Eas
+
+namespace Daemon {
+
+/**
+ * Brings one part of a message, by way of a file, and tells how far it is.
+ *
+ * A part that is no attachment of its own at the server comes with the whole message. Until all is
+ * here, the message in the mail store stays as it was.
+ */
+class AttachmentDownload : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    /** `location`: of the part within its message, as QMF writes it ("1.2"). */
+    AttachmentDownload(const AccountContext &context, const QMailMessageId &message,
+                       const QString &location, QObject *parent = nullptr);
+
+    void proceed() override;
+    /** Connects to a listener that has come since. */
+    void greetListener() { m_progress.open(); }
+
+private:
+    void fetchWhole();
+    void ask();
+    void onReceived(qint64 received, qint64 total);
+    void onWritten(qint64 bytes);
+    void onAnswer(const Eas::FetchAttachmentCommand &command);
+    void nameMessage();
+    void askForReference(const Eas::ItemLocator &locator);
+    void onReference(const Eas::FetchMessageCommand &command);
+    void end();
+
+    const QMailMessageId m_message;
+    const QString m_location;
+    Store::PartSource m_source;
+    std::unique_ptr<DownloadFile> m_file;
+    ProgressSocket m_progress;
+    QBuffer m_nothing;     ///< takes the text that comes with a new reference
+    Eas::Result m_failure; ///< of the first reference
+    bool m_isReferenceNew = false;
+    bool m_isLengthKnown = false;
+};
+
+} // namespace Daemon
+
+#endif

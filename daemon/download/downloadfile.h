@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_DOWNLOADFILE_H
+#define DAEMON_DOWNLOADFILE_H
+
+#include "daemon/download/sparingfile.h"
+#include "eas/result.h"
+
+namespace Daemon {
+
+/** Where a download goes before the mail store takes it: a file of its own, gone with the object.
+ */
+class DownloadFile
+{
+public:
+    DownloadFile();
+
+    /** Makes the file; NoRoom where that cannot be. */
+    Eas::Result open();
+    /** Writing to it fails before the disk is full. */
+    QIODevice *device() { return &m_file; }
+    /** All is written and on the disk; NoRoom where it did not fit. */
+    Eas::Result finish();
+    /** After finish(); whoever takes the file away leaves none to remove. */
+    QString path() const { return m_path; }
+
+    /** Removes what a daemon that was killed left behind. */
+    static void removeLeftovers();
+
+private:
+    SparingFile m_file;
+    QString m_path;
+};
+
+} // namespace Daemon
+
+#endif

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/download/namingstep.h"
+
+#include "daemon/store/currentmessages.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/sync/folderstep.h"
+#include "daemon/sync/foldersync.h"
+
+namespace Daemon {
+
+namespace {
+
+Store::ServerUid uidOf(const QMailMessageId &message)
+{
+    return Store::ServerUid::split(Store::currentMessage(message).serverUid());
+}
+
+Eas::Result notThere()
+{
+    return {Eas::NotFound, QStringLiteral("the server does not have the message")};
+}
+
+} // namespace
+
+NamingStep::NamingStep(const AccountContext &context, const QMailMessageId &message,
+                       QObject *parent)
+    : SyncStep(context, parent)
+    , m_message(message)
+{
+}
+
+void NamingStep::proceed()
+{
+    const Store::ServerUid uid = uidOf(m_message);
+    if (uid.isKnownThere() || uid.collectionId.isEmpty()) {
+        finishLater(uid.isKnownThere() ? Eas::Result() : notThere());
+        return;
+    }
+    auto *folder = new FolderStep(m_context, uid.collectionId, FolderSync::TextBound, this);
+    connect(folder, &SyncStep::paused, folder, &SyncStep::proceed);
+    connect(folder, &SyncStep::finished, this, &NamingStep::onFolderDone);
+    folder->proceed();
+}
+
+void NamingStep::onFolderDone(const Eas::Result &result, bool local)
+{
+    const bool isNamed = uidOf(m_message).isKnownThere();
+    emit finished(result.ok() && !isNamed ? notThere() : result, local);
+}
+
+Eas::ItemLocator NamingStep::locator() const
+{
+    return uidOf(m_message).locator();
+}
+
+} // namespace Daemon

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/download/sparingfile.h"
+
+#include "daemon/store/storefailure.h"
+
+namespace Daemon {
+
+namespace {
+constexpr qint64 Portion = 256 * 1024;
+} // namespace
+
+qint64 SparingFile::writeData(const char *bytes, qint64 length)
+{
+    if (length > m_allowed) {
+        const Eas::Result room = Store::checkRoom(length + Portion);
+        if (!room.ok()) {
+            setErrorString(room.text);
+            return -1;
+        }
+        m_allowed = length + Portion;
+    }
+    m_allowed -= length;
+    return QTemporaryFile::writeData(bytes, length);
+}
+
+} // namespace Daemon

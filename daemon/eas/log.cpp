@@ -1,8 +1,0 @@
-// SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/eas/log.h"
-
-namespace Eas {
-
-Q_LOGGING_CATEGORY(lcEas, "asdaemon.eas", QtInfoMsg)
-
-} // namespace Eas

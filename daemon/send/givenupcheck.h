@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_GIVENUPCHECK_H
+#define DAEMON_GIVENUPCHECK_H
+
+#include "daemon/store/outbox.h"
+#include "daemon/work/syncstep.h"
+
+#include <QList>
+
+namespace Daemon {
+
+/**
+ * Finds out whether messages were sent that the message server has given up after some attempts,
+ * and takes those out of the outbox that the server's folder of sent messages has.
+ *
+ * What is not found there stays as it is: only the person who wrote it decides whether it is sent
+ * once more.
+ */
+class GivenUpCheck : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    /** `messages`: those of Store::Outbox::givenUp() that are to be looked for. */
+    GivenUpCheck(const AccountContext &context, const QList<Store::Outgoing> &messages,
+                 QObject *parent = nullptr);
+
+    void proceed() override;
+
+signals:
+    /** The server does not show this one, and will not: it is not worth another look. */
+    void notFound(const Store::Outgoing &message);
+
+private:
+    void lookNext();
+    void onLooked(const Store::Outgoing &message, bool isFound, const Eas::Result &result);
+    void settle(const Store::Outgoing &message);
+
+    Store::Outbox m_outbox;
+    QList<Store::Outgoing> m_messages;
+};
+
+} // namespace Daemon
+
+#endif

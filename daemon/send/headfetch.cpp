@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/send/headfetch.h"
+
+#include "eas/fetchmessagecommand.h"
+
+namespace Daemon {
+
+HeadFetch::HeadFetch(const AccountContext &context, const Eas::ItemLocator &locator,
+                     QObject *parent)
+    : SyncStep(context, parent)
+    , m_locator(locator)
+{
+}
+
+void HeadFetch::proceed()
+{
+    m_buffer.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    auto *command = new Eas::FetchMessageCommand(m_context.session, m_locator, &m_buffer);
+    Eas::BodyPreference preference;
+    preference.type = Eas::Mime;
+    preference.truncation = HeadBuffer::Size;
+    command->setBodyPreference(preference);
+    start(command, [this, command] {
+        const std::optional<Eas::Body> &body = command->item().body;
+        // A text may look like a head.
+        if (command->result().ok() && (!body || body->type == Eas::Mime))
+            m_bytes = m_buffer.bytes();
+        emit finished(command->result(), false);
+    });
+}
+
+} // namespace Daemon

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_HEADFETCH_H
+#define DAEMON_HEADFETCH_H
+
+#include "daemon/send/headbuffer.h"
+#include "daemon/work/syncstep.h"
+#include "eas/itemlocator.h"
+
+#include <qmailmessage.h>
+
+namespace Daemon {
+
+/** Asks the server for a message's head, and the beginning of what follows it. */
+class HeadFetch : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    HeadFetch(const AccountContext &context, const Eas::ItemLocator &locator, QObject *parent);
+
+    void proceed() override;
+
+    /** Valid after it has finished with Success; without headers where the server tells none. */
+    QMailMessage message() const { return QMailMessage::fromRfc2822(m_bytes); }
+
+private:
+    const Eas::ItemLocator m_locator;
+    HeadBuffer m_buffer;
+    QByteArray m_bytes;
+};
+
+} // namespace Daemon
+
+#endif

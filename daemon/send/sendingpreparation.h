@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_SENDINGPREPARATION_H
+#define DAEMON_SENDINGPREPARATION_H
+
+#include "daemon/store/references.h"
+#include "daemon/store/responseplan.h"
+#include "daemon/work/syncstep.h"
+
+#include <qmailmessage.h>
+
+namespace Daemon {
+
+/**
+ * Fetches what a message needs of others before it can be sent: attachments and messages that it
+ * passes on and that were never fetched, and the ids of the message that it replies to.
+ *
+ * Without the former it fails. Without the latter a message can be sent.
+ */
+class SendingPreparation : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    SendingPreparation(const AccountContext &context, const QMailMessage &message,
+                       const Store::ResponsePlan &plan, QObject *parent);
+
+    void proceed() override;
+
+    /** The original of a reply, or of it only the headers; empty where nothing is known of it. */
+    QMailMessage original() const { return m_original; }
+
+private:
+    void fetchNext();
+    void onFetched(const Store::ContentOrigin &origin, const Eas::Result &result);
+    void queueParts(const QMailMessageId &id);
+    void findOriginal();
+    void askForOriginal(const Store::ServerUid &uid);
+
+    const QMailMessage m_message;
+    const Store::ResponsePlan m_plan;
+    QList<Store::ContentOrigin> m_missing;
+    QMailMessage m_original;
+};
+
+} // namespace Daemon
+
+#endif

@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/send/sentlookup.h"
+
+#include "daemon/bus/logging.h"
+#include "daemon/send/headfetch.h"
+#include "daemon/store/outgoingmail.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/store/texttraces.h"
+#include "daemon/sync/folderstep.h"
+#include "daemon/sync/foldersync.h"
+#include "daemon/sync/treestep.h"
+#include "eas/folderchanges.h"
+#include "eas/httpchannel.h"
+
+#include <QDateTime>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <vector>
+
+namespace Daemon {
+
+namespace {
+
+/** The server's clock may be so many seconds behind: what came before is another message. */
+constexpr qint64 ClockSlack = 24 * 60 * 60;
+/** So many messages are asked for at most. */
+constexpr int MostCandidates = 50;
+/**
+ * What came to the folder earlier than so many seconds before the message was written, or so many
+ * after it left, may be another one. Clocks differ, and large messages take their time.
+ */
+constexpr qint64 EarliestArrival = 10 * 60;
+constexpr qint64 LatestArrival = 60 * 60;
+
+/**
+ * How long a server may still be at a message that it has got, milliseconds: only then does it tell
+ * something that the message is not in its folder. A part of what is waited for an answer.
+ */
+int settlingTime()
+{
+    return Eas::HttpTimes::usual().answer / 8;
+}
+
+void collectPlaces(const QMailAddress &address, QSet<QString> *places)
+{
+    const QList<QMailAddress> members =
+        address.isGroup() ? address.groupMembers() : QList<QMailAddress>();
+    for (const QMailAddress &member : members)
+        collectPlaces(member, places);
+    if (!address.isGroup())
+        places->insert(address.address().toLower());
+}
+
+QSet<QString> visibleRecipients(const QMailMessage &message)
+{
+    QSet<QString> places;
+    for (const QMailAddress &address : message.to() + message.cc())
+        collectPlaces(address, &places);
+    return places;
+}
+
+bool isSameSubject(const QString &one, const QString &other)
+{
+    return one.simplified().compare(other.simplified(), Qt::CaseInsensitive) == 0;
+}
+
+/** An id as this program gives them, so that the message is another one of its own. */
+bool isOwnId(const QByteArray &id, const QByteArray &own)
+{
+    static const QRegularExpression form(QStringLiteral("^<[0-9a-f]{32}@"));
+    return form.match(QString::fromLatin1(id)).hasMatch() && id.mid(33) == own.mid(33);
+}
+
+/** The server cannot be asked now, and perhaps can later. */
+bool isPassing(const Eas::Result &result)
+{
+    switch (result.code) {
+    case Eas::NotFound:
+    case Eas::InvalidAnswer:
+        return false;
+    case Eas::ServerFailed:
+        return result.retryAfter > 0 || result.httpStatus >= 500 || Retry().nextDelay(result);
+    default:
+        return true;
+    }
+}
+
+} // namespace
+
+SentMark SentMark::of(const Store::Outgoing &outgoing)
+{
+    const QMailMessage message(outgoing.messageId);
+    SentMark mark;
+    mark.id = outgoing.messageId;
+    mark.rfcId = Store::OutgoingMail::rfcId(message, outgoing);
+    mark.subject = message.subject();
+    mark.recipients = visibleRecipients(message);
+    mark.text = Store::TextTraces::beginning(message);
+    mark.attachments = Store::TextTraces::attachmentNames(message);
+    mark.left = outgoing.leftAt / 1000;
+    const qint64 date = message.date().toUTC().toSecsSinceEpoch();
+    // Some servers show the time of the header, which may be long before.
+    mark.written = qMin(message.date().isValid() ? date : outgoing.created, outgoing.created);
+    return mark;
+}
+
+SentLookup::SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent)
+    : SyncStep(context, parent)
+    , m_mark(mark)
+{
+}
+
+std::optional<Store::FolderState> SentLookup::folderOf(const AccountContext &context)
+{
+    const auto folders = context.db->folders(context.id());
+    for (const Store::FolderState &folder : folders) {
+        if (folder.type == Eas::SentItems)
+            return folder;
+    }
+    return std::nullopt;
+}
+
+int SentLookup::timeToSettle(const Store::Outgoing &outgoing)
+{
+    const qint64 passed = QDateTime::currentMSecsSinceEpoch() - outgoing.leftAt;
+    // The clock may have been set back.
+    return passed < 0 ? 0 : int(qMax<qint64>(0, settlingTime() - passed));
+}
+
+void SentLookup::proceed()
+{
+    syncFolder();
+}
+
+void SentLookup::run(SyncStep *step, std::function<void(const Eas::Result &, bool)> then)
+{
+    connect(step, &SyncStep::paused, step, &SyncStep::proceed);
+    connect(step, &SyncStep::finished, this, [step, then](const Eas::Result &result, bool local) {
+        step->deleteLater();
+        then(result, local);
+    });
+    step->proceed();
+}
+
+void SentLookup::syncFolder()
+{
+    const auto folder = folderOf(m_context);
+    if (!folder && m_treeIsFresh) {
+        qCInfo(lcSync) << "account" << m_context.id() << "has no folder of sent messages";
+        end(Unclear);
+        return;
+    }
+    if (!folder) {
+        syncTree();
+        return;
+    }
+    run(new FolderStep(m_context, folder->serverId, FolderSync::TextBound, this),
+        [this, folder](const auto &result, bool local) {
+            if (result.ok())
+                collect(folder->folderId);
+            else if (FolderSync::isTreeStale(result) && !m_treeIsFresh)
+                syncTree();
+            else
+                endUnlooked(result, local);
+        });
+}
+
+void SentLookup::syncTree()
+{
+    m_treeIsFresh = true;
+    run(new TreeStep(m_context, this), [this](const auto &result, bool local) {
+        if (result.ok())
+            syncFolder();
+        else
+            endUnlooked(result, local);
+    });
+}
+
+void SentLookup::end(Answer answer)
+{
+    m_answer = answer;
+    finishLater({});
+}
+
+/** Where it is of no use to try again, it cannot be found out. */
+void SentLookup::endUnlooked(const Eas::Result &result, bool local)
+{
+    if (local || isPassing(result)) {
+        emit finished(result, local);
+        return;
+    }
+    qCWarning(lcSync) << "account" << m_context.id()
+                      << "does not show what was sent:" << result.text;
+    end(Unclear);
+}
+
+void SentLookup::collect(const QMailFolderId &folder)
+{
+    const QDateTime since = QDateTime::fromSecsSinceEpoch(m_mark.written - ClockSlack, Qt::UTC);
+    const auto key = QMailMessageKey::parentFolderId(folder)
+        & QMailMessageKey::receptionTimeStamp(since, QMailDataComparator::GreaterThanEqual);
+    const auto found = QMailStore::instance()->messagesMetaData(
+        key,
+        QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::Subject
+            | QMailMessageKey::ReceptionTimeStamp);
+    for (const QMailMessageMetaData &message : found) {
+        const auto uid = Store::ServerUid::split(message.serverUid());
+        if (uid.isKnownThere())
+            m_candidates.append({uid.locator(), message.id(),
+                                 message.receivedDate().toUTC().toSecsSinceEpoch(),
+                                 isSameSubject(message.subject(), m_mark.subject)});
+    }
+    std::sort(m_candidates.begin(), m_candidates.end(), [](const auto &a, const auto &b) {
+        return std::make_pair(!a.isAlike, -a.received) < std::make_pair(!b.isAlike, -b.received);
+    });
+    if (m_candidates.size() > MostCandidates && m_candidates.at(MostCandidates).isAlike)
+        m_answer = Unclear;
+    m_candidates = m_candidates.mid(0, MostCandidates);
+    askNext();
+}
+
+void SentLookup::askNext()
+{
+    if (m_candidates.isEmpty()) {
+        end(m_answer);
+        return;
+    }
+    const Candidate candidate = m_candidates.takeFirst();
+    auto *fetch = new HeadFetch(m_context, candidate.locator, this);
+    connect(fetch, &SyncStep::finished, this, [this, fetch, candidate](const Eas::Result &result) {
+        fetch->deleteLater();
+        onHead(candidate, result, fetch->message());
+    });
+    fetch->proceed();
+}
+
+void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
+                        const QMailMessage &head)
+{
+    if (!result.ok() && result.code != Eas::NotFound) {
+        const bool isDoubt = candidate.isAlike || m_answer == Unclear;
+        if (isPassing(result) || isDoubt)
+            endUnlooked(result, false);
+        else
+            end(NotThere); // all others have another subject as well
+        return;
+    }
+    const Answer answer = result.ok() ? compare(candidate, head) : NotThere;
+    if (answer == There) {
+        end(There);
+        return;
+    }
+    if (answer == Unclear)
+        m_answer = Unclear;
+    askNext();
+}
+
+SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMessage &head) const
+{
+    const QByteArray id = head.headerFieldText(QStringLiteral("Message-ID")).trimmed().toUtf8();
+    if (id == m_mark.rfcId)
+        return There;
+    if (!candidate.isAlike || isOwnId(id, m_mark.rfcId))
+        return NotThere;
+    if (id.isEmpty())
+        return Unclear;
+    const QSet<QString> recipients = visibleRecipients(head);
+    if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
+        return NotThere;
+    // What the mail store had before the message is at most like it.
+    const bool isSame = candidate.id.toULongLong() > m_mark.id.toULongLong()
+        && recipients == m_mark.recipients && candidate.received >= m_mark.written - EarliestArrival
+        && candidate.received < m_mark.left + LatestArrival
+        && Store::TextTraces::contains(head, m_mark.text)
+        && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))
+               .contains(m_mark.attachments);
+    return isSame ? There : Unclear;
+}
+
+} // namespace Daemon

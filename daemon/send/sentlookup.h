@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_SENTLOOKUP_H
+#define DAEMON_SENTLOOKUP_H
+
+#include "daemon/work/syncstep.h"
+#include "eas/itemlocator.h"
+
+#include <QList>
+#include <qmailmessage.h>
+#include <QSet>
+
+namespace Daemon {
+
+/** What a message that may have been sent is known by. */
+struct SentMark
+{
+    QMailMessageId id;
+    QByteArray rfcId;
+    QString subject;
+    QSet<QString> recipients; ///< those that all others see
+    QString text;             ///< the letters that it begins with
+    QSet<QString> attachments;
+    /** The server shows it with a time of these, or between; UTC seconds since 1970. */
+    qint64 written = 0;
+    qint64 left = 0;
+
+    static SentMark of(const Store::Outgoing &outgoing);
+};
+
+/**
+ * Looks whether a message lies in the server's folder of sent ones.
+ *
+ * Synchronises that folder, which every server can do, and then asks for the head of each message
+ * there that is young enough until one has the Message-ID. Some servers write one of their own:
+ * what has the message's subject, recipients, text and attachments, and came there when it left, is
+ * the message, too. What has only some of these, or cannot be looked at, leaves a doubt.
+ *
+ * Fails, and says nothing, where the server cannot be asked just now.
+ */
+class SentLookup : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent);
+
+    void proceed() override;
+
+    /** Milliseconds until it is clear that what is not in the server's folder will not come there.
+     */
+    static int timeToSettle(const Store::Outgoing &outgoing);
+
+    /** The server's folder of sent messages, as far as it is known. */
+    static std::optional<Store::FolderState> folderOf(const AccountContext &context);
+
+    enum Answer { NotThere, There, Unclear };
+    /** Valid after it has finished with Success. */
+    Answer answer() const { return m_answer; }
+
+private:
+    struct Candidate
+    {
+        Eas::ItemLocator locator;
+        QMailMessageId id;
+        qint64 received = 0;  ///< UTC seconds since 1970
+        bool isAlike = false; ///< it has the subject
+    };
+
+    void syncFolder();
+    void syncTree();
+    void run(SyncStep *step, std::function<void(const Eas::Result &, bool)> then);
+    void end(Answer answer);
+    void endUnlooked(const Eas::Result &result, bool local);
+    void collect(const QMailFolderId &folder);
+    void askNext();
+    void onHead(const Candidate &candidate, const Eas::Result &result, const QMailMessage &head);
+    Answer compare(const Candidate &candidate, const QMailMessage &head) const;
+
+    const SentMark m_mark;
+    QList<Candidate> m_candidates;
+    bool m_treeIsFresh = false;
+    Answer m_answer = NotThere;
+};
+
+} // namespace Daemon
+
+#endif

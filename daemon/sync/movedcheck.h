@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_MOVEDCHECK_H
+#define DAEMON_MOVEDCHECK_H
+
+#include "daemon/work/syncstep.h"
+
+#include <QFile>
+#include <qmailid.h>
+
+namespace Eas {
+class FetchMessageCommand;
+}
+
+namespace Daemon {
+
+/**
+ * Asks the server about messages that we moved to a folder and that its synchronisation has not
+ * shown there: those that the server does not have any more are removed here.
+ *
+ * Another client may have taken such a message away before the server told us of it, and then it
+ * never tells. But a server need not show a message to who moved it, so nothing is removed here of
+ * which it does not say itself that it is gone. Does not fail where the server cannot be asked; the
+ * next synchronisation of the folder asks again.
+ */
+class MovedCheck : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    /** Messages that are asked for at once; the others' turn comes with the next one. */
+    static constexpr int MostMessages = 20;
+
+    MovedCheck(const AccountContext &context, const QString &collectionId, QObject *parent);
+
+    void proceed() override;
+
+private:
+    void askNext();
+    /** The message's id at the server; empty where the folder has nothing more to say of it. */
+    QString itemId(const QMailMessageId &message) const;
+    void onAnswer(const QMailMessageId &message, const Eas::FetchMessageCommand &command);
+
+    const QString m_collectionId;
+    QMailMessageIdList m_left;
+    int m_asked = 0;
+    QFile m_nowhere; ///< takes the texts that are not needed
+};
+
+} // namespace Daemon
+
+#endif

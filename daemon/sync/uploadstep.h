@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_UPLOADSTEP_H
+#define DAEMON_UPLOADSTEP_H
+
+#include "daemon/store/localchanges.h"
+#include "daemon/work/syncstep.h"
+
+#include <QHash>
+#include <QQueue>
+#include <QSet>
+
+namespace Eas {
+class MoveItemsCommand;
+class SyncCommand;
+struct SyncWindow;
+}
+
+namespace Daemon {
+
+/**
+ * Carries to the server what the user did in the mail store: flags and deletions folder by folder,
+ * then the moves. Before flags go up, the folder's news are asked for: some servers never tell what
+ * another client did to a message that we changed, too.
+ *
+ * A change is acknowledged in the store after the server has taken it; what is interrupted in
+ * between is carried again and does no harm. What the server refuses is resolved: a message that is
+ * gone there goes here, one that it does not move comes back.
+ */
+class UploadStep : public SyncStep
+{
+    Q_OBJECT
+
+public:
+    /** Changes of one request; more go with the next. */
+    static constexpr int MostChanges = 1000;
+
+    UploadStep(const AccountContext &context, QObject *parent);
+
+    void proceed() override;
+
+    /** Folders whose changes wait until the folder itself was put right; each with the reason. */
+    QHash<QString, Eas::Result> left() const { return m_left; }
+
+private:
+    void next();
+    void look(const QString &collectionId);
+    bool isDestination(const QString &collectionId) const;
+    void onLooked(const Eas::SyncCommand &command);
+    void collectAgain(const QString &collectionId);
+    void upload(const Store::FolderLocalChanges &changes);
+    void leave(const QString &collectionId, const Eas::Result &reason);
+    void onUploaded(const Eas::SyncCommand &command, const Store::FolderLocalChanges &changes);
+    void onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes);
+    void move(const QList<Store::Move> &moves);
+    void onMoved(const Eas::MoveItemsCommand &command, const QList<Store::Move> &moves);
+    Eas::Result resolve(const Store::Move &move, int status, const QString &newServerId);
+    void endWith(const Eas::Result &result);
+
+    Store::LocalChanges m_changes;
+    QQueue<Store::FolderLocalChanges> m_folders;
+    QSet<QString> m_seen; ///< folders whose news were asked for before their flags go up
+    QQueue<QList<Store::Move>> m_moves;
+    QHash<QString, Eas::Result> m_left;
+};
+
+} // namespace Daemon
+
+#endif

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/work/jobrunner.h"
+
+#include "daemon/work/storeprobe.h"
+
+namespace Daemon {
+
+JobRunner::JobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent)
+    : QObject(parent)
+    , m_job(std::move(job))
+{
+    // A timer, not a posted event: those that post the next one starve the sockets.
+    connect(&m_timer, &QTimer::timeout, this, &JobRunner::step);
+}
+
+void JobRunner::start()
+{
+    m_timer.start(0);
+}
+
+/** True while there is nothing to do but to wait. */
+bool JobRunner::waitForStore()
+{
+    if (StoreProbe::isWritable()) {
+        m_timer.setInterval(0);
+        m_locked.invalidate();
+        return false;
+    }
+    m_timer.setInterval(LockPollMs);
+    if (!m_locked.isValid())
+        m_locked.start();
+    return m_locked.elapsed() < LongestLockMs;
+}
+
+void JobRunner::step()
+{
+    if (waitForStore())
+        return;
+    if (m_locked.isValid()) {
+        m_timer.stop();
+        emit finished(Eas::failure(Eas::ServerFailed, Eas::Cause::Here,
+                                   QStringLiteral("another process holds the mail store locked")));
+        return;
+    }
+    if (m_job->step()) {
+        emit progressed(m_job->progress());
+        return;
+    }
+    m_timer.stop();
+    emit finished(m_job->result());
+}
+
+} // namespace Daemon

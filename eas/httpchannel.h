@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_HTTPCHANNEL_H
+#define EAS_HTTPCHANNEL_H
+
+#include "eas/httpcall.h"
+#include "eas/serveraddress.h"
+
+#include <QNetworkAccessManager>
+#include <QSslCertificate>
+
+namespace Eas {
+
+/** How long an answer is waited for; the defaults are in limits.h. */
+struct HttpTimes
+{
+    int idle = Limits::IdleTime;
+    int answer = Limits::AnswerTime;
+    int waitingGrace = Limits::WaitingGrace;
+
+    /** What every channel begins with; changed at the program's start alone. */
+    static HttpTimes &usual();
+};
+
+/**
+ * HTTP to one account's server, over connections that are kept open.
+ *
+ * The login goes along with each request, only to where the account's settings or a redirect that
+ * is allowed point to: never to another host without TLS, and never without TLS once it went with
+ * it. A request is sent once: nothing below repeats it, as the server may have acted on it already.
+ */
+class HttpChannel : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HttpChannel(QObject *parent = nullptr);
+    ~HttpChannel() override;
+
+    /** Where to, before any redirect. */
+    void setUrl(const QUrl &url) { m_url = url; }
+    QUrl url() const { return m_url; }
+    void setCredentials(const Credentials &credentials);
+    /** Domains whose hosts may get the login by a redirect; the host that is asked always may. */
+    void setLoginDomains(const QStringList &domains) { m_loginDomains = domains; }
+    void setTimes(const HttpTimes &times) { m_times = times; }
+    const HttpTimes &times() const { return m_times; }
+    /** Certificates that are trusted besides the system's. */
+    void addTrustedCertificates(const QList<QSslCertificate> &certificates);
+
+    /** Sends a request; the call is the caller's, and reports from the event loop alone. */
+    HttpCall *send(const HttpRequest &request);
+
+    /** Whether the login may follow a redirect from one URL to another: not without TLS to another
+     * host or after TLS, and never out of the login's domains. */
+    bool mayFollow(const QUrl &from, const QUrl &to) const;
+
+signals:
+    /** The server wants to be asked at another URL from now on (HTTP 451). */
+    void moved(const QUrl &url);
+
+private:
+    friend class HttpCall;
+
+    bool belongsTogether(const QString &from, const QString &to) const;
+
+    QNetworkAccessManager m_manager;
+    QUrl m_url;
+    QByteArray m_authorization;
+    QStringList m_loginDomains;
+    QSslConfiguration m_tls;
+    HttpTimes m_times = HttpTimes::usual();
+    /** An answer came: its connection may be used again, and may be dead then. */
+    bool m_hasAnswered = false;
+};
+
+} // namespace Eas
+
+#endif

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_PINGCOMMAND_H
+#define EAS_PINGCOMMAND_H
+
+#include "eas/command.h"
+
+#include <QStringList>
+
+namespace Eas {
+
+/**
+ * Waits until something changes in one of some folders, or until the heartbeat is over,
+ * [MS-ASCMD] 2.2.1.13.
+ *
+ * Success for both; changedFolders() is empty after the latter. Other statuses: 5, heartbeat out of
+ * range, see heartbeat(); 6, too many folders, see maxFolders(); 7, FolderSync first.
+ */
+class PingCommand : public Command
+{
+    Q_OBJECT
+
+public:
+    /** `heartbeat`: seconds that the server may wait. */
+    PingCommand(Session *session, int heartbeat, const QStringList &collectionIds);
+
+    const QStringList &changedFolders() const { return m_changed; }
+    /** The bound that status 5 names, seconds; else 0. */
+    int heartbeat() const { return m_bound; }
+    /** The bound that status 6 names; else 0. */
+    int maxFolders() const { return m_maxFolders; }
+
+protected:
+    QByteArray name() const override { return QByteArrayLiteral("Ping"); }
+    QByteArray body() override;
+    AnswerParser *newParser() override;
+    Result evaluate() override;
+    int waitingTime() const override { return m_heartbeat * 1000; }
+
+private:
+    class Parser;
+
+    const int m_heartbeat;
+    const QStringList m_collectionIds;
+    Parser *m_parser = nullptr;
+    QStringList m_changed;
+    int m_bound = 0;
+    int m_maxFolders = 0;
+};
+
+} // namespace Eas
+
+#endif

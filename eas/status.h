@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef EAS_STATUS_H
+#define EAS_STATUS_H
+
+#include "eas/result.h"
+
+namespace Eas {
+
+/**
+ * What a status that all commands share means, [MS-ASCMD] 2.2.2 (101 to 177); ServerFailed for any
+ * other number: a command asks here for what it does not know itself.
+ */
+Result commonStatusResult(int status);
+
+/** A result for a status, with a text in the one form that the log has for it. */
+Result statusResult(int code, int status, const char *meaning);
+
+/** Whether the device must provision (again) before the command can be repeated. */
+bool demandsProvision(int status);
+
+} // namespace Eas
+
+#endif

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "eas/tags.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace Eas {
+
+namespace {
+
+constexpr TagEntry table[] = {
+#define EAS_TAG(space, page, token, identifier, name) {Tags::space::identifier, #space, name},
+#include "eas/tags.def"
+#undef EAS_TAG
+};
+
+constexpr bool isOrdered()
+{
+    for (int i = 1; i < int(std::size(table)); ++i) {
+        if (table[i - 1].tag >= table[i].tag) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(isOrdered(), "findTag() searches by halves");
+
+} // namespace
+
+const TagEntry *findTag(Tag tag)
+{
+    const auto row =
+        std::lower_bound(std::begin(table), std::end(table), tag,
+                         [](const TagEntry &entry, Tag wanted) { return entry.tag < wanted; });
+    return row != std::end(table) && row->tag == tag ? row : nullptr;
+}
+
+const TagEntry *allTags(int *count)
+{
+    *count = int(std::size(table));
+    return table;
+}
+
+} // namespace Eas

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Flags and deletions: done in the mail store, and left to the daemon to carry to the server.
+#include "plugin/source/orvsource.h"
+
+#include "asclient/asdbusinterface.h"
+#include "plugin/requests/requestscheduler.h"
+#include "plugin/service/orvservice.h"
+
+#include <qmaillog.h>
+
+using Activesync::AsDBusInterface;
+
+namespace {
+
+/** Tells the daemon that the local changes of the folders matter most. */
+constexpr int LocalChangesFirst = 5;
+
+} // namespace
+
+bool OrvSource::flagMessages(const QMailMessageIdList &ids, quint64 setMask, quint64 unsetMask)
+{
+    qMailLog(Messaging) << "OrvSource::flagMessages set mask:" << setMask
+                        << " unset mask:" << unsetMask;
+    const QString refusal = ids.isEmpty() ? QStringLiteral("No messages to flag")
+        : setMask == 0 && unsetMask == 0  ? QStringLiteral("No flags to be applied")
+                                          : QString();
+    if (!refusal.isEmpty()) {
+        qMailLog(Messaging) << qPrintable(refusal);
+        emit updateStatus(refusal);
+        emit actionCompleted(false);
+        return false;
+    }
+    modifyMessageFlags(ids, setMask, unsetMask);
+    if (((setMask | unsetMask) & QMailMessageMetaData::Read) && isPushEnabled()) {
+        syncChangedFolders(parentFolders(ids));
+        return true;
+    }
+    if ((setMask & QMailMessageMetaData::Sent) && (unsetMask & QMailMessageMetaData::Outbox)) {
+        // Deliberate: the server's own copy arrives by the Sent folder.
+        for (const QMailMessageId &id : ids) {
+            qMailLog(Messaging) << "Deleting send message" << id;
+            QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord);
+        }
+    }
+    completeSoon();
+    return true;
+}
+
+bool OrvSource::deleteMessages(const QMailMessageIdList &ids)
+{
+    if (ids.isEmpty()) {
+        completeAction();
+        return true;
+    }
+    qMailLog(Messaging) << "Deleting messages";
+    QMailStore::instance()->removeMessages(QMailMessageKey::id(ids, QMailDataComparator::Includes),
+                                           QMailStore::CreateRemovalRecord);
+    if (!isPushEnabled()) {
+        // Deliberate: nothing announces the deletion without push.
+        completeAction();
+        return true;
+    }
+    const QMailFolderId trash =
+        QMailAccount(m_service->accountId()).standardFolder(QMailFolder::TrashFolder);
+    syncChangedFolders({QString::number(trash.toULongLong())});
+    emit messagesDeleted(ids);
+    return true;
+}
+
+bool OrvSource::isPushEnabled() const
+{
+    return QMailAccount(m_service->accountId()).customField(QStringLiteral("pushEnabled"))
+        == QLatin1String("1");
+}
+
+/** The folders of the messages as decimal ids, each once, in order of first appearance. */
+QStringList OrvSource::parentFolders(const QMailMessageIdList &ids) const
+{
+    QStringList folders;
+    for (const QMailMessageId &id : ids) {
+        const QString folder = QString::number(
+            QMailStore::instance()->messageMetaData(id).parentFolderId().toULongLong());
+        if (folders.contains(folder))
+            continue;
+        folders.append(folder);
+        qMailLog(Messaging) << "OrvSource::flagMessages: clientId added" << folder;
+    }
+    return folders;
+}
+
+void OrvSource::syncChangedFolders(const QStringList &folders)
+{
+    const QMailAccountId account = m_service->accountId();
+    const int result = m_service->scheduler()->addRequest(
+        createRequest(account,
+                      std::tr1::bind(&AsDBusInterface::syncSpecificFolders, m_service->daemon(),
+                                     account.toULongLong(), folders, AsDBusInterface::AllContent,
+                                     LocalChangesFirst, QDBus::Block)));
+    qMailLog(Messaging) << "result = " << result << "AccountId=" << account;
+}
