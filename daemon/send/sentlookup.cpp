@@ -74,6 +74,13 @@ bool isOwnId(const QByteArray &id, const QByteArray &own)
     return form.match(QString::fromLatin1(id)).hasMatch() && id.mid(33) == own.mid(33);
 }
 
+/** What the head says, UTC seconds since 1970. */
+std::optional<qint64> dateOf(const QMailMessage &head)
+{
+    const QDateTime date = QMailTimeStamp(head.headerFieldText(QStringLiteral("Date"))).toUTC();
+    return date.isValid() ? std::make_optional(date.toSecsSinceEpoch()) : std::nullopt;
+}
+
 /** The server cannot be asked now, and perhaps can later. */
 bool isPassing(const Eas::Result &result)
 {
@@ -100,6 +107,7 @@ SentMark SentMark::of(const Store::Outgoing &outgoing)
     mark.recipients = visibleRecipients(message);
     mark.text = Store::TextTraces::beginning(message);
     mark.attachments = Store::TextTraces::attachmentNames(message);
+    mark.date = Store::OutgoingMail::date(message, outgoing);
     mark.left = outgoing.leftAt / 1000;
     const qint64 date = message.date().toUTC().toSecsSinceEpoch();
     // Some servers show the time of the header, which may be long before.
@@ -272,7 +280,8 @@ SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMe
         return NotThere;
     // What the mail store had before the message is at most like it.
     const bool isSame = candidate.id.toULongLong() > m_mark.id.toULongLong()
-        && recipients == m_mark.recipients && candidate.received >= m_mark.written - EarliestArrival
+        && recipients == m_mark.recipients && dateOf(head) == m_mark.date
+        && candidate.received >= m_mark.written - EarliestArrival
         && candidate.received < m_mark.left + LatestArrival
         && Store::TextTraces::contains(head, m_mark.text)
         && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))

@@ -20,6 +20,7 @@ struct SentMark
     QSet<QString> recipients; ///< those that all others see
     QString text;             ///< the letters that it begins with
     QSet<QString> attachments;
+    qint64 date = 0; ///< what its head says, UTC seconds since 1970
     /** The server shows it with a time of these, or between; UTC seconds since 1970. */
     qint64 written = 0;
     qint64 left = 0;
@@ -32,8 +33,9 @@ struct SentMark
  *
  * Synchronises that folder, which every server can do, and then asks for the head of each message
  * there that is young enough until one has the Message-ID. Some servers write one of their own:
- * what has the message's subject, recipients, text and attachments, and came there when it left, is
- * the message, too. What has only some of these, or cannot be looked at, leaves a doubt.
+ * what has the message's subject, recipients, date, text and attachments, and came there when it
+ * left, is the message, too. What has only some of these (an earlier version of it, perhaps), or
+ * cannot be looked at, leaves a doubt.
  *
  * Fails, and says nothing, where the server cannot be asked just now.
  */

@@ -74,6 +74,12 @@ QByteArray OutgoingMail::rfcId(const QMailMessage &message, const Outgoing &outg
     return own.isEmpty() ? outgoing.rfcId : own;
 }
 
+qint64 OutgoingMail::date(const QMailMessage &message, const Outgoing &outgoing)
+{
+    const QString own = message.headerFieldText(QStringLiteral("Date")).trimmed();
+    return own.isEmpty() ? outgoing.created : QMailTimeStamp(own).toUTC().toSecsSinceEpoch();
+}
+
 void OutgoingMail::leaveToServer(QMailMessage *message, const ResponsePlan &plan)
 {
     if (plan.serverAdds)

@@ -34,6 +34,9 @@ Eas::Result write(QMailMessage message, const Outgoing &outgoing, QIODevice *tar
 /** The Message-ID that write() gives it, with the brackets. */
 QByteArray rfcId(const QMailMessage &message, const Outgoing &outgoing);
 
+/** The Date that write() gives it, UTC seconds since 1970. */
+qint64 date(const QMailMessage &message, const Outgoing &outgoing);
+
 } // namespace OutgoingMail
 
 } // namespace Store

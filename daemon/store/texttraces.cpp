@@ -7,8 +7,9 @@ namespace Store {
 
 namespace {
 
-/** So many letters of the beginning make out whether a text contains it. */
-constexpr int WantedLetters = 300;
+/** So many letters of the beginning make out whether a text contains it: what was corrected may
+ * stand far down. */
+constexpr int WantedLetters = 5000;
 /** Fewer may stand in any text by chance: they must make up whole lines of it. */
 constexpr int TellingLetters = 40;
 

@@ -59,6 +59,8 @@ private slots:
     void anEarlierMessageLikeItIsADoubt_data();
     void anEarlierMessageLikeItIsADoubt();
     void whatWasHereBeforeItIsNotTheMessage();
+    void whatWasSentJustBeforeIsNotTheCorrectedMessage_data();
+    void whatWasSentJustBeforeIsNotTheCorrectedMessage();
     void aDoubtIsOverOnceTheServerShowsTheMessage();
     void theServersCopyComesByItself();
     void anEditedMessageGoesAsItIsNow();
@@ -548,6 +550,50 @@ void TestAsDaemonSending::whatWasHereBeforeItIsNotTheMessage()
     QCOMPARE(world().sendAndWait(id), 902);
     QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
     QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+}
+
+void TestAsDaemonSending::whatWasSentJustBeforeIsNotTheCorrectedMessage_data()
+{
+    QTest::addColumn<bool>("isKnownHere");
+    QTest::addColumn<bool>("isDated");
+    QTest::addColumn<int>("age");
+    QTest::newRow("the correction is an older draft") << true << true << 60;
+    QTest::newRow("both are sent in a row") << false << true << 60;
+    QTest::newRow("the correction has kept the date") << false << true << 0;
+    QTest::newRow("the server tells no date") << false << false << 0;
+}
+
+/** The server writes a Message-ID of its own, and the two differ by a word far down. */
+void TestAsDaemonSending::whatWasSentJustBeforeIsNotTheCorrectedMessage()
+{
+    QFETCH(bool, isKnownHere);
+    QFETCH(bool, isDated);
+    QFETCH(int, age);
+    const QByteArray text = QByteArray("The same words again and again. ").repeated(20);
+    QMailMessage message = world().draft();
+    message.setBody(QMailMessageBody::fromData(QString::fromLatin1(text + "The right end.\n"),
+                                               QMailMessageContentType("text/plain"),
+                                               QMailMessageBody::QuotedPrintable));
+    const QMailMessageId id = world().add(message);
+    const QDateTime when = message.date().toUTC().addSecs(-age);
+    const QByteArray date = "Date: " + when.toString(Qt::RFC2822Date).toLatin1() + "\r\n";
+    world().server.deliver(alice, QStringLiteral("Sent"),
+                           "From: alice@example.test\r\nTo: bob@example.test\r\nSubject: Hello\r\n"
+                           "Message-ID: <servers@other.test>\r\n"
+                               + (isDated ? date : QByteArray()) + "\r\n" + text
+                               + "The wrong end.\r\n");
+    if (isKnownHere)
+        QCOMPARE(world().syncAndWait(), 200);
+    world().server.fault(SendingWorld::sendFault("reset"));
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
+    QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+    QCOMPARE(world().server.requestCount("SendMail"), 1);
+    // A person decides.
+    world().setOutbox(id, true);
+    SendingWorld::setField(id, "dontSend", QString());
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::aDoubtIsOverOnceTheServerShowsTheMessage()
