@@ -61,6 +61,8 @@ void LocalChangeWatch::compare()
         m_quiet.stop();
     else if (isMore && !m_isMuted)
         m_quiet.start(usualQuietTime());
+    if (m_quiet.isActive())
+        qCDebug(lcSync) << "they go up after" << m_quiet.interval() << "ms without another change";
 }
 
 void LocalChangeWatch::noteUpload()

@@ -151,9 +151,12 @@ void TestUploads::changesGoUpAfterTheTimeOfAnUndo()
     QElapsedTimer timer;
     timer.start();
     set(mail1, Message::Read);
-    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 2 * UndoMs);
+    QTRY_VERIFY_WITH_TIMEOUT(isReadAtServer(mail1), 30000);
     QVERIFY2(timer.elapsed() > UndoMs + 1000, qPrintable(QString::number(timer.elapsed())));
-    QVERIFY2(timer.elapsed() < 2 * UndoMs, qPrintable(QString::number(timer.elapsed())));
+    // No more than that, on however busy a machine.
+    QVERIFY2(
+        world().daemon.log().contains(QStringLiteral("they go up after %1 ms").arg(UndoMs + 1500)),
+        qPrintable(world().daemon.log()));
     // What goes up is known to the server, and no "undo" takes it back any more.
     QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::status(
                      Message::ReadElsewhere, QMailDataComparator::Includes)),
