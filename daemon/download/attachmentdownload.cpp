@@ -2,7 +2,7 @@
 #include "daemon/download/attachmentdownload.h"
 
 #include "daemon/download/messagedownload.h"
-#include "daemon/download/namingstep.h"
+#include "daemon/download/namingtask.h"
 #include "daemon/work/storecall.h"
 #include "eas/fetchattachmentcommand.h"
 #include "eas/fetchmessagecommand.h"
@@ -21,7 +21,7 @@ int percentOf(qint64 part, qint64 all)
 
 AttachmentDownload::AttachmentDownload(const AccountContext &context, const QMailMessageId &message,
                                        const QString &location, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_message(message)
     , m_location(location)
     , m_progress(message.toULongLong(), location, this)
@@ -45,9 +45,9 @@ void AttachmentDownload::proceed()
 void AttachmentDownload::fetchWhole()
 {
     auto *whole = new MessageDownload(m_context, m_message, this);
-    connect(whole, &SyncStep::progressed, this,
+    connect(whole, &Task::progressed, this,
             [this](int progress) { m_progress.report(percentOf(progress, 1000)); });
-    connect(whole, &SyncStep::finished, this, [this](const Eas::Result &result, bool local) {
+    connect(whole, &Task::finished, this, [this](const Eas::Result &result, bool local) {
         if (result.ok())
             m_progress.complete();
         emit finished(result, local);
@@ -116,15 +116,14 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
 void AttachmentDownload::nameMessage()
 {
     m_isReferenceNew = true;
-    auto *naming = new NamingStep(m_context, m_message, this);
-    connect(naming, &SyncStep::finished, this,
-            [this, naming](const Eas::Result &result, bool local) {
-                naming->deleteLater();
-                if (result.ok())
-                    askForReference(naming->locator());
-                else
-                    emit finished(result, local);
-            });
+    auto *naming = new NamingTask(m_context, m_message, this);
+    connect(naming, &Task::finished, this, [this, naming](const Eas::Result &result, bool local) {
+        naming->deleteLater();
+        if (result.ok())
+            askForReference(naming->locator());
+        else
+            emit finished(result, local);
+    });
     naming->proceed();
 }
 

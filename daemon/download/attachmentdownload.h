@@ -5,7 +5,7 @@
 #include "daemon/download/downloadfile.h"
 #include "daemon/download/progresssocket.h"
 #include "daemon/store/contentwriter.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <QBuffer>
 
@@ -23,7 +23,7 @@ namespace Daemon {
  * A part that is no attachment of its own at the server comes with the whole message. Until all is
  * here, the message in the mail store stays as it was.
  */
-class AttachmentDownload : public SyncStep
+class AttachmentDownload : public Task
 {
     Q_OBJECT
 

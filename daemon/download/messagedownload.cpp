@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/download/messagedownload.h"
 
-#include "daemon/download/namingstep.h"
+#include "daemon/download/namingtask.h"
 #include "daemon/store/contentmark.h"
 #include "daemon/store/contentwriter.h"
 #include "daemon/store/currentmessages.h"
@@ -26,7 +26,7 @@ bool isWhole(const QMailMessageMetaData &message)
 
 MessageDownload::MessageDownload(const AccountContext &context, const QMailMessageId &message,
                                  QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_message(message)
 {
 }
@@ -48,15 +48,14 @@ void MessageDownload::proceed()
 
 void MessageDownload::nameMessage()
 {
-    auto *naming = new NamingStep(m_context, m_message, this);
-    connect(naming, &SyncStep::finished, this,
-            [this, naming](const Eas::Result &result, bool local) {
-                naming->deleteLater();
-                if (result.ok())
-                    ask(naming->locator());
-                else
-                    emit finished(result, local);
-            });
+    auto *naming = new NamingTask(m_context, m_message, this);
+    connect(naming, &Task::finished, this, [this, naming](const Eas::Result &result, bool local) {
+        naming->deleteLater();
+        if (result.ok())
+            ask(naming->locator());
+        else
+            emit finished(result, local);
+    });
     naming->proceed();
 }
 

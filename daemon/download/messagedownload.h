@@ -3,7 +3,7 @@
 #define DAEMON_MESSAGEDOWNLOAD_H
 
 #include "daemon/download/downloadfile.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <qmailid.h>
 
@@ -21,7 +21,7 @@ namespace Daemon {
  * NotFound where the server has it no more. A server that has no MIME form of it gives its text,
  * whole. Until all is here, the message in the mail store stays as it was.
  */
-class MessageDownload : public SyncStep
+class MessageDownload : public Task
 {
     Q_OBJECT
 

@@ -6,7 +6,7 @@
 #include "daemon/download/messagedownload.h"
 #include "daemon/push/pushwatch.h"
 #include "daemon/search/mailboxsearch.h"
-#include "daemon/search/searcherrand.h"
+#include "daemon/search/searchjob.h"
 #include "daemon/send/givenupcheck.h"
 #include "daemon/send/mailsending.h"
 #include "daemon/send/sentlookup.h"
@@ -79,7 +79,7 @@ AccountWorker::~AccountWorker()
     // Before the session that they talk through.
     m_push.reset();
     m_wipe.reset();
-    qDeleteAll(operations());
+    qDeleteAll(jobs());
 }
 
 void AccountWorker::connectServer()
@@ -166,16 +166,15 @@ void AccountWorker::makeUpForStopped()
 
 bool AccountWorker::isSyncLeft() const
 {
-    const QList<Operation *> all = operations();
-    return std::any_of(all.cbegin(), all.cend(), [](const Operation *operation) {
-        return qobject_cast<const SyncRun *>(operation);
-    });
+    const QList<Job *> all = jobs();
+    return std::any_of(all.cbegin(), all.cend(),
+                       [](const Job *job) { return qobject_cast<const SyncRun *>(job); });
 }
 
 /** Most of what changes while we work is our own writing: one look after it finds all the rest. */
 void AccountWorker::storeChanged()
 {
-    if (operations().isEmpty())
+    if (jobs().isEmpty())
         m_changes->look();
     else
         m_isLookDue = true;
@@ -229,13 +228,13 @@ void AccountWorker::accept(const Request &request)
     }
     if (m_current && m_current->join(request))
         return;
-    for (Operation *operation : qAsConst(m_queue)) {
-        if (operation->join(request))
+    for (Job *job : qAsConst(m_queue)) {
+        if (job->join(request))
             return;
     }
     if (isSynchronisation(request.kind))
         recoverOutbox();
-    enqueue(operationFor(request));
+    enqueue(jobFor(request));
 }
 
 void AccountWorker::catchUp()
@@ -252,7 +251,7 @@ void AccountWorker::catchUp()
     accept(request);
 }
 
-Operation *AccountWorker::operationFor(const Request &request)
+Job *AccountWorker::jobFor(const Request &request)
 {
     const QMailMessageId message(request.messageId);
     switch (request.kind) {
@@ -265,16 +264,16 @@ Operation *AccountWorker::operationFor(const Request &request)
         return run;
     }
     case RequestKind::DownloadMessage:
-        return new Errand(std::make_unique<MessageDownload>(m_context, message), request, this);
+        return new TaskJob(std::make_unique<MessageDownload>(m_context, message), request, this);
     case RequestKind::DownloadAttachment: {
         auto step = std::make_unique<AttachmentDownload>(m_context, message, request.location);
         AttachmentDownload *download = step.get();
-        auto *errand = new Errand(std::move(step), request, this);
-        connect(errand, &Errand::joined, download, &AttachmentDownload::greetListener);
-        return errand;
+        auto *job = new TaskJob(std::move(step), request, this);
+        connect(job, &TaskJob::joined, download, &AttachmentDownload::greetListener);
+        return job;
     }
     case RequestKind::Search:
-        return new SearchErrand(std::make_unique<MailboxSearch>(m_context, request), request, this);
+        return new SearchJob(std::make_unique<MailboxSearch>(m_context, request), request, this);
     case RequestKind::SendMail:
         break;
     }
@@ -286,9 +285,9 @@ Operation *AccountWorker::operationFor(const Request &request)
 void AccountWorker::recoverOutbox()
 {
     QSet<QMailMessageId> busy;
-    const QList<Operation *> all = operations();
-    for (Operation *operation : all) {
-        if (const auto *sending = qobject_cast<MailSending *>(operation))
+    const QList<Job *> all = jobs();
+    for (Job *job : all) {
+        if (const auto *sending = qobject_cast<MailSending *>(job))
             busy.insert(sending->messageId());
     }
     Store::Outbox(*m_context.db, m_context.record).recover(busy);
@@ -320,7 +319,7 @@ void AccountWorker::checkGivenUp()
     });
     Request request;
     request.accountId = accountNumber();
-    enqueue(new Errand(std::move(check), request, this));
+    enqueue(new TaskJob(std::move(check), request, this));
 }
 
 void AccountWorker::finishRequest(int requestId, const Eas::Result &result)
@@ -336,27 +335,27 @@ void AccountWorker::noteEnd(const Eas::Result &result)
         emit workEnded(accountNumber(), result.code, failureWords(result, m_session->serverName()));
 }
 
-void AccountWorker::enqueue(Operation *operation)
+void AccountWorker::enqueue(Job *job)
 {
-    connect(operation, &Operation::requestFinished, this, &AccountWorker::finishRequest);
-    connect(operation, &Operation::searchFinished, this,
+    connect(job, &Job::requestFinished, this, &AccountWorker::finishRequest);
+    connect(job, &Job::searchFinished, this,
             [this](int id, int code, const Activesync::SearchMailboxResult &result) {
                 noteEnd({});
                 emit searchFinished(id, code, result);
             });
-    connect(operation, &Operation::paused, this, &AccountWorker::onPaused);
-    connect(operation, &Operation::over, this, &AccountWorker::onOver);
-    connect(operation, &Operation::syncBegan, this, [this, operation] {
-        m_announced = operation;
+    connect(job, &Job::paused, this, &AccountWorker::onPaused);
+    connect(job, &Job::over, this, &AccountWorker::onOver);
+    connect(job, &Job::syncBegan, this, [this, job] {
+        m_announced = job;
         emit syncBegan(accountNumber());
     });
-    connect(operation, &Operation::syncProgressed, this, [this, operation](int progress) {
-        if (m_announced == operation)
+    connect(job, &Job::syncProgressed, this, [this, job](int progress) {
+        if (m_announced == job)
             emit syncProgressed(accountNumber(), progress);
     });
-    if (const auto *run = qobject_cast<SyncRun *>(operation))
+    if (const auto *run = qobject_cast<SyncRun *>(job))
         connect(run, &SyncRun::uploaded, this, [this] { m_changes->noteUpload(); });
-    m_queue.append(operation);
+    m_queue.append(job);
     next();
 }
 
@@ -370,8 +369,8 @@ void AccountWorker::next()
         m_isLookDue = false;
         return;
     }
-    const auto urgent = std::find_if(m_queue.cbegin(), m_queue.cend(),
-                                     [](Operation *operation) { return operation->isUrgent(); });
+    const auto urgent =
+        std::find_if(m_queue.cbegin(), m_queue.cend(), [](Job *job) { return job->isUrgent(); });
     const int index = urgent == m_queue.cend() ? 0 : int(urgent - m_queue.cbegin());
     m_current = m_queue.takeAt(index);
     if (m_push && qobject_cast<SyncRun *>(m_current))
@@ -379,20 +378,20 @@ void AccountWorker::next()
     run(m_current);
 }
 
-void AccountWorker::run(Operation *operation)
+void AccountWorker::run(Job *job)
 {
     const Eas::Result settings = checkSettings();
     if (settings.ok()) {
-        operation->proceed();
+        job->proceed();
         return;
     }
-    const QList<Request> requests = operation->requests();
+    const QList<Request> requests = job->requests();
     for (const Request &request : requests)
         finishRequest(request.id, settings);
     m_current = nullptr;
-    if (m_push && qobject_cast<SyncRun *>(operation))
+    if (m_push && qobject_cast<SyncRun *>(job))
         m_push->postpone(settings);
-    retire(operation);
+    retire(job);
     next();
 }
 
@@ -417,7 +416,7 @@ void AccountWorker::onPaused()
 
 void AccountWorker::onOver(const Eas::Result &result)
 {
-    Operation *ended = m_current;
+    Job *ended = m_current;
     m_current = nullptr;
     retire(ended);
     if (result.code == Eas::LoginRefused) {
@@ -440,13 +439,13 @@ void AccountWorker::onOver(const Eas::Result &result)
 
 void AccountWorker::drop(int requestId)
 {
-    const QList<Operation *> all = operations();
+    const QList<Job *> all = jobs();
     bool isSyncStopped = false;
-    for (Operation *operation : all) {
-        if (!operation->drop(requestId))
+    for (Job *job : all) {
+        if (!job->drop(requestId))
             continue;
-        isSyncStopped = isSyncStopped || qobject_cast<SyncRun *>(operation);
-        stop(operation);
+        isSyncStopped = isSyncStopped || qobject_cast<SyncRun *>(job);
+        stop(job);
     }
     if (isSyncStopped)
         makeUpForStopped();
@@ -455,12 +454,12 @@ void AccountWorker::drop(int requestId)
 
 void AccountWorker::stopSync()
 {
-    const QList<Operation *> all = operations();
+    const QList<Job *> all = jobs();
     bool isSyncStopped = false;
-    for (Operation *operation : all) {
-        if (!qobject_cast<SyncRun *>(operation))
+    for (Job *job : all) {
+        if (!qobject_cast<SyncRun *>(job))
             continue;
-        stop(operation);
+        stop(job);
         isSyncStopped = true;
     }
     if (isSyncStopped)
@@ -482,10 +481,10 @@ void AccountWorker::update(const Store::AccountRecord &record)
         return;
     qCInfo(lcDaemon) << "account" << m_context.id() << "has new settings";
     QList<Request> requests;
-    const QList<Operation *> all = operations();
-    for (Operation *operation : all) {
-        requests += operation->requests();
-        stop(operation);
+    const QList<Job *> all = jobs();
+    for (Job *job : all) {
+        requests += job->requests();
+        stop(job);
     }
     m_push.reset();
     connectServer();
@@ -496,39 +495,39 @@ void AccountWorker::update(const Store::AccountRecord &record)
 
 void AccountWorker::cancelAll(int code)
 {
-    const QList<Operation *> all = operations();
-    for (Operation *operation : all) {
-        const QList<Request> requests = operation->requests();
+    const QList<Job *> all = jobs();
+    for (Job *job : all) {
+        const QList<Request> requests = job->requests();
         for (const Request &request : requests)
             emit requestFinished(request.id, code);
-        stop(operation);
+        stop(job);
     }
 }
 
-QList<Operation *> AccountWorker::operations() const
+QList<Job *> AccountWorker::jobs() const
 {
-    QList<Operation *> all = m_queue;
+    QList<Job *> all = m_queue;
     if (m_current)
         all.prepend(m_current);
     return all;
 }
 
-void AccountWorker::stop(Operation *operation)
+void AccountWorker::stop(Job *job)
 {
-    m_queue.removeAll(operation);
-    if (m_current == operation)
+    m_queue.removeAll(job);
+    if (m_current == job)
         m_current = nullptr;
-    operation->disconnect(this);
-    const bool isAnnounced = m_announced == operation;
-    delete operation;
+    job->disconnect(this);
+    const bool isAnnounced = m_announced == job;
+    delete job;
     endSync(isAnnounced);
 }
 
-void AccountWorker::retire(Operation *operation)
+void AccountWorker::retire(Job *job)
 {
-    operation->disconnect(this);
-    operation->deleteLater();
-    endSync(m_announced == operation);
+    job->disconnect(this);
+    job->deleteLater();
+    endSync(m_announced == job);
 }
 
 void AccountWorker::endSync(bool isAnnounced)

@@ -3,7 +3,7 @@
 #define DAEMON_ACCOUNTWORKER_H
 
 #include "daemon/work/accountcontext.h"
-#include "daemon/work/operation.h"
+#include "daemon/work/job.h"
 
 #include <QHash>
 #include <QList>
@@ -21,7 +21,7 @@ class RemoteWipe;
 class SyncRun;
 
 /**
- * Does the work of one account, one operation at a time: those that a person waits for first, then
+ * Does the work of one account, one job at a time: those that a person waits for first, then
  * in the order in which they came.
  */
 class AccountWorker : public QObject
@@ -73,7 +73,7 @@ private:
     /** The server wants the account's data gone. */
     void wipe();
     /** What does the request. */
-    Operation *operationFor(const Request &request);
+    Job *jobFor(const Request &request);
     /** Looks after messages whose sending was interrupted. */
     void recoverOutbox();
     /** Brings the server's copies of what was sent, where nobody watches for them. */
@@ -83,17 +83,17 @@ private:
     /** Ends a request, after telling how its work has ended. */
     void finishRequest(int requestId, const Eas::Result &result);
     void noteEnd(const Eas::Result &result);
-    void enqueue(Operation *operation);
+    void enqueue(Job *job);
     void next();
-    void run(Operation *operation);
+    void run(Job *job);
     Eas::Result checkSettings() const;
     void onPaused();
     void onOver(const Eas::Result &result);
-    QList<Operation *> operations() const;
-    /** Stops an operation where it is. */
-    void stop(Operation *operation);
-    /** Lets go of an operation that has ended and may still be on the stack. */
-    void retire(Operation *operation);
+    QList<Job *> jobs() const;
+    /** Stops a job where it is. */
+    void stop(Job *job);
+    /** Lets go of a job that has ended and may still be on the stack. */
+    void retire(Job *job);
     void endSync(bool isAnnounced);
     quint64 accountNumber() const { return m_context.id().toULongLong(); }
 
@@ -102,13 +102,13 @@ private:
     std::unique_ptr<LocalChangeWatch> m_changes;
     std::unique_ptr<PushWatch> m_push;  ///< only while the account's push is on
     std::unique_ptr<RemoteWipe> m_wipe; ///< only while the account is emptied
-    QList<Operation *> m_queue;         ///< those that wait, a paused one first
-    Operation *m_current = nullptr;
+    QList<Job *> m_queue;               ///< those that wait, a paused one first
+    Job *m_current = nullptr;
     /** Messages given up that need no other look: when they left last, by client id. */
     QHash<QString, qint64> m_lookedFor;
-    QTimer m_sentAwhileAgo;          ///< from the last sending on, until its copy is fetched
-    bool m_isLookDue = false;        ///< the mail store has changed while we worked
-    QPointer<Operation> m_announced; ///< the synchronisation that others know of
+    QTimer m_sentAwhileAgo;    ///< from the last sending on, until its copy is fetched
+    bool m_isLookDue = false;  ///< the mail store has changed while we worked
+    QPointer<Job> m_announced; ///< the synchronisation that others know of
 };
 
 } // namespace Daemon

@@ -38,7 +38,7 @@ bool isOfThisQuery(const Eas::Result &result)
 } // namespace
 
 MailboxSearch::MailboxSearch(const AccountContext &context, const Request &request, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_request(request)
     , m_first(firstOf(request.options))
     , m_most(mostOf(request.options))

@@ -5,7 +5,7 @@
 #include "asclient/searchmailboxresult.h"
 #include "daemon/bus/request.h"
 #include "daemon/store/foundwriter.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 #include "eas/searchcommand.h"
 
 #include <QSet>
@@ -20,7 +20,7 @@ namespace Daemon {
  * all others where they are many; bounds of time that a server refuses are not sent; and whatever
  * was found is compared with the query here. At most Eas::Limits::SearchHits messages are brought.
  */
-class MailboxSearch : public SyncStep
+class MailboxSearch : public Task
 {
     Q_OBJECT
 

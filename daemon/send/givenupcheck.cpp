@@ -8,7 +8,7 @@ namespace Daemon {
 
 GivenUpCheck::GivenUpCheck(const AccountContext &context, const QList<Store::Outgoing> &messages,
                            QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_outbox(*context.db, context.record)
     , m_messages(messages)
 {
@@ -31,7 +31,7 @@ void GivenUpCheck::lookNext()
         return;
     }
     auto *lookup = new SentLookup(m_context, SentMark::of(message), this);
-    connect(lookup, &SyncStep::finished, this, [=](const Eas::Result &result) {
+    connect(lookup, &Task::finished, this, [=](const Eas::Result &result) {
         lookup->deleteLater();
         onLooked(message, lookup->answer() == SentLookup::There, result);
     });

@@ -3,7 +3,7 @@
 #define DAEMON_GIVENUPCHECK_H
 
 #include "daemon/store/outbox.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <QList>
 
@@ -16,7 +16,7 @@ namespace Daemon {
  * What is not found there stays as it is: only the person who wrote it decides whether it is sent
  * once more.
  */
-class GivenUpCheck : public SyncStep
+class GivenUpCheck : public Task
 {
     Q_OBJECT
 

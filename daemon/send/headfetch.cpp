@@ -7,7 +7,7 @@ namespace Daemon {
 
 HeadFetch::HeadFetch(const AccountContext &context, const Eas::ItemLocator &locator,
                      QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_locator(locator)
 {
 }

@@ -3,7 +3,7 @@
 #define DAEMON_HEADFETCH_H
 
 #include "daemon/send/headbuffer.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 #include "eas/itemlocator.h"
 
 #include <qmailmessage.h>
@@ -11,7 +11,7 @@
 namespace Daemon {
 
 /** Asks the server for a message's head, and the beginning of what follows it. */
-class HeadFetch : public SyncStep
+class HeadFetch : public Task
 {
     Q_OBJECT
 

@@ -96,7 +96,7 @@ bool isEdited(const QMailMessage &message, const QMailMessage &before)
 } // namespace
 
 MailSending::MailSending(const AccountContext &context, const QMailMessageId &id, QObject *parent)
-    : Operation(parent)
+    : Job(parent)
     , m_context(context)
     , m_id(id)
     , m_outbox(*context.db, context.record)
@@ -167,7 +167,7 @@ void MailSending::prepare(const QMailMessage &message)
     if (m_plain)
         m_plan = m_plan.plain();
     auto *preparation = new SendingPreparation(m_context, message, m_plan, this);
-    connect(preparation, &SyncStep::finished, this,
+    connect(preparation, &Task::finished, this,
             [this, message, preparation](const Eas::Result &result) {
                 preparation->deleteLater();
                 onPrepared(message, *preparation, result);
@@ -303,7 +303,7 @@ void MailSending::lookUp()
 {
     m_byHand = m_outgoing.state == Store::Outgoing::Doubtful;
     auto *lookup = new SentLookup(m_context, SentMark::of(m_outgoing), this);
-    connect(lookup, &SyncStep::finished, this, [this, lookup](const Eas::Result &result) {
+    connect(lookup, &Task::finished, this, [this, lookup](const Eas::Result &result) {
         lookup->deleteLater();
         onLooked(*lookup, result);
     });

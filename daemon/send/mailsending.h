@@ -6,7 +6,7 @@
 #include "daemon/store/outbox.h"
 #include "daemon/store/responseplan.h"
 #include "daemon/work/accountcontext.h"
-#include "daemon/work/operation.h"
+#include "daemon/work/job.h"
 #include "daemon/work/retry.h"
 
 #include <qmailmessage.h>
@@ -32,7 +32,7 @@ class SentLookup;
  * Where nobody can tell, it is not sent again by itself: the next time that a person has it sent
  * decides.
  */
-class MailSending : public Operation
+class MailSending : public Job
 {
     Q_OBJECT
 

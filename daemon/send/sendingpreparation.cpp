@@ -23,7 +23,7 @@ bool isBearable(const Eas::Result &result)
 
 SendingPreparation::SendingPreparation(const AccountContext &context, const QMailMessage &message,
                                        const Store::ResponsePlan &plan, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_message(message)
     , m_plan(plan)
 {
@@ -50,10 +50,10 @@ void SendingPreparation::fetchNext()
     qCInfo(lcDaemon) << "account" << m_context.id() << "message" << m_message.id().toULongLong()
                      << "passes on what is not here:" << origin.message.toULongLong()
                      << origin.location;
-    SyncStep *step = origin.location.isEmpty()
-        ? static_cast<SyncStep *>(new MessageDownload(m_context, origin.message, this))
+    Task *step = origin.location.isEmpty()
+        ? static_cast<Task *>(new MessageDownload(m_context, origin.message, this))
         : new AttachmentDownload(m_context, origin.message, origin.location, this);
-    connect(step, &SyncStep::finished, this, [this, step, origin](const Eas::Result &result) {
+    connect(step, &Task::finished, this, [this, step, origin](const Eas::Result &result) {
         step->deleteLater();
         onFetched(origin, result);
     });
@@ -109,7 +109,7 @@ void SendingPreparation::findOriginal()
 void SendingPreparation::askForOriginal(const Store::ServerUid &uid)
 {
     auto *fetch = new HeadFetch(m_context, uid.locator(), this);
-    connect(fetch, &SyncStep::finished, this, [this, fetch](const Eas::Result &result) {
+    connect(fetch, &Task::finished, this, [this, fetch](const Eas::Result &result) {
         fetch->deleteLater();
         if (result.ok())
             m_original = fetch->message();

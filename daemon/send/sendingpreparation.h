@@ -4,7 +4,7 @@
 
 #include "daemon/store/references.h"
 #include "daemon/store/responseplan.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <qmailmessage.h>
 
@@ -16,7 +16,7 @@ namespace Daemon {
  *
  * Without the former it fails. Without the latter a message can be sent.
  */
-class SendingPreparation : public SyncStep
+class SendingPreparation : public Task
 {
     Q_OBJECT
 

@@ -116,7 +116,7 @@ SentMark SentMark::of(const Store::Outgoing &outgoing)
 }
 
 SentLookup::SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_mark(mark)
 {
 }
@@ -143,10 +143,10 @@ void SentLookup::proceed()
     syncFolder();
 }
 
-void SentLookup::run(SyncStep *step, std::function<void(const Eas::Result &, bool)> then)
+void SentLookup::run(Task *step, std::function<void(const Eas::Result &, bool)> then)
 {
-    connect(step, &SyncStep::paused, step, &SyncStep::proceed);
-    connect(step, &SyncStep::finished, this, [step, then](const Eas::Result &result, bool local) {
+    connect(step, &Task::paused, step, &Task::proceed);
+    connect(step, &Task::finished, this, [step, then](const Eas::Result &result, bool local) {
         step->deleteLater();
         then(result, local);
     });
@@ -238,7 +238,7 @@ void SentLookup::askNext()
     }
     const Candidate candidate = m_candidates.takeFirst();
     auto *fetch = new HeadFetch(m_context, candidate.locator, this);
-    connect(fetch, &SyncStep::finished, this, [this, fetch, candidate](const Eas::Result &result) {
+    connect(fetch, &Task::finished, this, [this, fetch, candidate](const Eas::Result &result) {
         fetch->deleteLater();
         onHead(candidate, result, fetch->message());
     });

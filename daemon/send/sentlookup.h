@@ -2,7 +2,7 @@
 #ifndef DAEMON_SENTLOOKUP_H
 #define DAEMON_SENTLOOKUP_H
 
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 #include "eas/itemlocator.h"
 
 #include <QList>
@@ -39,7 +39,7 @@ struct SentMark
  *
  * Fails, and says nothing, where the server cannot be asked just now.
  */
-class SentLookup : public SyncStep
+class SentLookup : public Task
 {
     Q_OBJECT
 
@@ -70,7 +70,7 @@ private:
 
     void syncFolder();
     void syncTree();
-    void run(SyncStep *step, std::function<void(const Eas::Result &, bool)> then);
+    void run(Task *step, std::function<void(const Eas::Result &, bool)> then);
     void end(Answer answer);
     void endUnlooked(const Eas::Result &result, bool local);
     void collect(const QMailFolderId &folder);

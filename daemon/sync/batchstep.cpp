@@ -15,7 +15,7 @@ constexpr int Items = 200;
 
 BatchStep::BatchStep(const AccountContext &context, const QStringList &collectionIds,
                      qint64 textBound, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_collectionIds(collectionIds)
     , m_textBound(textBound)
 {

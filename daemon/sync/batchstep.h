@@ -2,7 +2,7 @@
 #ifndef DAEMON_BATCHSTEP_H
 #define DAEMON_BATCHSTEP_H
 
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 #include "eas/synccommand.h"
 
 #include <QQueue>
@@ -17,7 +17,7 @@ namespace Daemon {
  * than fits, or in which anything is out of the ordinary, is not done afterwards and is left to a
  * FolderStep.
  */
-class BatchStep : public SyncStep
+class BatchStep : public Task
 {
     Q_OBJECT
 

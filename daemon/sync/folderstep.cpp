@@ -48,7 +48,7 @@ Eas::Result resultOf(const Eas::SyncCommand &command)
 
 FolderStep::FolderStep(const AccountContext &context, const QString &collectionId, qint64 textBound,
                        QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_collectionId(collectionId)
     , m_textBound(textBound)
 {
@@ -181,7 +181,7 @@ void FolderStep::checkMoved()
         return;
     }
     auto *check = new MovedCheck(m_context, m_collectionId, this);
-    connect(check, &SyncStep::finished, this, &SyncStep::finished);
+    connect(check, &Task::finished, this, &Task::finished);
     check->proceed();
 }
 

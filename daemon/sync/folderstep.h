@@ -3,7 +3,7 @@
 #define DAEMON_FOLDERSTEP_H
 
 #include "daemon/sync/windowsize.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 #include "eas/synccommand.h"
 
 #include <QElapsedTimer>
@@ -20,7 +20,7 @@ namespace Daemon {
  * server still has. After the last window the server is asked about messages that were moved here
  * and that no window has shown.
  */
-class FolderStep : public SyncStep
+class FolderStep : public Task
 {
     Q_OBJECT
 

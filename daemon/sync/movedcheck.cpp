@@ -31,7 +31,7 @@ bool isAnswer(const Eas::Result &result)
 } // namespace
 
 MovedCheck::MovedCheck(const AccountContext &context, const QString &collectionId, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_collectionId(collectionId)
     , m_nowhere(QStringLiteral("/dev/null"))
 {

@@ -2,7 +2,7 @@
 #ifndef DAEMON_MOVEDCHECK_H
 #define DAEMON_MOVEDCHECK_H
 
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <QFile>
 #include <qmailid.h>
@@ -22,7 +22,7 @@ namespace Daemon {
  * which it does not say itself that it is gone. Does not fail where the server cannot be asked; the
  * next synchronisation of the folder asks again.
  */
-class MovedCheck : public SyncStep
+class MovedCheck : public Task
 {
     Q_OBJECT
 

@@ -67,7 +67,7 @@ QSet<QString> toSet(const QStringList &list)
 } // namespace
 
 SyncRun::SyncRun(const AccountContext &context, QObject *parent)
-    : Operation(parent)
+    : Job(parent)
     , m_context(context)
 {
 }
@@ -75,8 +75,8 @@ SyncRun::SyncRun(const AccountContext &context, QObject *parent)
 QList<Request> SyncRun::requests() const
 {
     QList<Request> requests;
-    for (const Wish &wish : m_wishes)
-        requests.append(wish.request);
+    for (const Waiter &waiter : m_waiters)
+        requests.append(waiter.request);
     return requests;
 }
 
@@ -84,20 +84,20 @@ bool SyncRun::join(const Request &request)
 {
     if (!isSynchronisation(request.kind) || (m_started && ++m_joined > MostJoined))
         return false;
-    Wish wish;
-    wish.request = request;
+    Waiter waiter;
+    waiter.request = request;
     const bool isUpload = request.kind == RequestKind::Upload;
     const bool isTreeWanted =
         !isUpload && (request.kind != RequestKind::SyncFolders || !isTreeKnown());
-    wish.awaitsTree = isTreeWanted && request.kind != RequestKind::FolderSync;
+    waiter.awaitsTree = isTreeWanted && request.kind != RequestKind::FolderSync;
     if (isTreeWanted)
-        wish.steps.insert(Tree);
+        waiter.steps.insert(Tree);
     else if (!isUpload)
-        wish.steps = toSet(foldersOf(request, false));
+        waiter.steps = toSet(foldersOf(request, false));
     if (request.kind != RequestKind::FolderSync)
-        wish.steps.insert(Upload);
-    plan(wish.steps, request.kind == RequestKind::SyncFolders);
-    m_wishes.append(wish);
+        waiter.steps.insert(Upload);
+    plan(waiter.steps, request.kind == RequestKind::SyncFolders);
+    m_waiters.append(waiter);
     if (m_started)
         announce();
     return true;
@@ -105,11 +105,12 @@ bool SyncRun::join(const Request &request)
 
 bool SyncRun::drop(int requestId)
 {
-    m_wishes.erase(
-        std::remove_if(m_wishes.begin(), m_wishes.end(),
-                       [requestId](const Wish &wish) { return wish.request.id == requestId; }),
-        m_wishes.end());
-    return m_wishes.isEmpty();
+    m_waiters.erase(std::remove_if(m_waiters.begin(), m_waiters.end(),
+                                   [requestId](const Waiter &waiter) {
+                                       return waiter.request.id == requestId;
+                                   }),
+                    m_waiters.end());
+    return m_waiters.isEmpty();
 }
 
 void SyncRun::plan(const QSet<QString> &steps, bool first)
@@ -136,9 +137,9 @@ void SyncRun::announce()
 {
     // An upload alone is none: shown as an action, it would hold up the person's next one, which
     // may be to take back what goes up.
-    const bool isSync = std::any_of(m_wishes.cbegin(), m_wishes.cend(), [](const Wish &wish) {
-        return wish.request.kind == RequestKind::Sync
-            || wish.request.kind == RequestKind::SyncFolders;
+    const bool isSync = std::any_of(m_waiters.cbegin(), m_waiters.cend(), [](const Waiter &waiter) {
+        return waiter.request.kind == RequestKind::Sync
+            || waiter.request.kind == RequestKind::SyncFolders;
     });
     if (m_announced || !isSync)
         return;
@@ -158,8 +159,8 @@ void SyncRun::proceed()
 
 void SyncRun::startNext()
 {
-    finishWishes();
-    if (m_wishes.isEmpty() || m_pending.isEmpty()) {
+    finishWaiters();
+    if (m_waiters.isEmpty() || m_pending.isEmpty()) {
         // Without a single folder nothing was looked at.
         finishAll(enabledFolders().isEmpty() ? m_treeFailure : Eas::Result());
         return;
@@ -189,11 +190,11 @@ void SyncRun::startFolder(const QString &name)
 /** Bytes of each text in a folder: enough for everybody who wants that folder. */
 qint64 SyncRun::textBound(const QString &folder) const
 {
-    const auto wantsText = [&folder](const Wish &wish) {
-        return wish.steps.contains(folder) && wish.request.contentType != HeadersAndPreview;
+    const auto wantsText = [&folder](const Waiter &waiter) {
+        return waiter.steps.contains(folder) && waiter.request.contentType != HeadersAndPreview;
     };
     const bool isWanted = m_awaitedByUpload.contains(folder)
-        || std::any_of(m_wishes.cbegin(), m_wishes.cend(), wantsText);
+        || std::any_of(m_waiters.cbegin(), m_waiters.cend(), wantsText);
     return isWanted ? FolderSync::TextBound : FolderSync::PreviewBound;
 }
 
@@ -222,19 +223,19 @@ bool SyncRun::isOrdinary(const Store::FolderState &folder) const
     return !folder.reconciling && m_context.db->moved(m_context.id(), folder.serverId).isEmpty();
 }
 
-void SyncRun::startStep(SyncStep *step, const QStringList &names)
+void SyncRun::startStep(Task *step, const QStringList &names)
 {
     m_step = step;
     m_current = names;
-    connect(step, &SyncStep::paused, this, &SyncRun::paused);
-    connect(step, &SyncStep::progressed, this, &SyncRun::onProgressed);
-    connect(step, &SyncStep::finished, this, &SyncRun::onFinished);
+    connect(step, &Task::paused, this, &SyncRun::paused);
+    connect(step, &Task::progressed, this, &SyncRun::onProgressed);
+    connect(step, &Task::finished, this, &SyncRun::onFinished);
     step->proceed();
 }
 
 void SyncRun::onFinished(const Eas::Result &result, bool local)
 {
-    SyncStep *step = m_step;
+    Task *step = m_step;
     const QStringList names = m_current;
     step->deleteLater();
     m_broughtNews = m_broughtNews || step->hasBroughtNews();
@@ -261,7 +262,7 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
         onBatchFinished(names);
     else
         onStepFinished(names.first(), result);
-    finishWishes();
+    finishWaiters();
     onProgressed(0);
     emit paused();
 }
@@ -336,8 +337,8 @@ void SyncRun::noteDone(const QString &name)
     const bool isRepeated = name == Upload && !m_awaitedByUpload.isEmpty();
     if (isRepeated || m_pending.contains(name))
         return;
-    for (Wish &wish : m_wishes)
-        wish.steps.remove(name);
+    for (Waiter &waiter : m_waiters)
+        waiter.steps.remove(name);
 }
 
 void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
@@ -347,51 +348,51 @@ void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
     // A folder that has gone is no failure for those who asked for whatever there is.
     const bool isFolder = name != Upload && name != Tree;
     const bool isGone = isFolder && !m_context.db->folder(m_context.id(), name);
-    for (Wish &wish : m_wishes) {
-        const bool asked = wish.request.kind == RequestKind::SyncFolders;
-        if (wish.steps.contains(name) && wish.failure.ok() && (asked || !isGone))
-            wish.failure = result;
+    for (Waiter &waiter : m_waiters) {
+        const bool asked = waiter.request.kind == RequestKind::SyncFolders;
+        if (waiter.steps.contains(name) && waiter.failure.ok() && (asked || !isGone))
+            waiter.failure = result;
     }
 }
 
 /** What was to be asked for as soon as the tree is known is asked for now. */
 void SyncRun::awaitFolders()
 {
-    for (Wish &wish : m_wishes) {
-        if (!wish.awaitsTree)
+    for (Waiter &waiter : m_waiters) {
+        if (!waiter.awaitsTree)
             continue;
-        wish.awaitsTree = false;
-        const QStringList folders = foldersOf(wish.request, true);
-        wish.steps += toSet(folders);
+        waiter.awaitsTree = false;
+        const QStringList folders = foldersOf(waiter.request, true);
+        waiter.steps += toSet(folders);
         for (const QString &folder : folders)
             plan({folder}, false);
     }
 }
 
-void SyncRun::finishWishes()
+void SyncRun::finishWaiters()
 {
-    QList<Wish> open;
-    for (const Wish &wish : qAsConst(m_wishes)) {
-        if (wish.steps.isEmpty())
-            emit requestFinished(wish.request.id, wish.failure);
+    QList<Waiter> open;
+    for (const Waiter &waiter : qAsConst(m_waiters)) {
+        if (waiter.steps.isEmpty())
+            emit requestFinished(waiter.request.id, waiter.failure);
         else
-            open.append(wish);
+            open.append(waiter);
     }
-    m_wishes = open;
+    m_waiters = open;
 }
 
 void SyncRun::finishAll(const Eas::Result &result)
 {
-    for (const Wish &wish : qAsConst(m_wishes))
-        emit requestFinished(wish.request.id, result);
-    m_wishes.clear();
+    for (const Waiter &waiter : qAsConst(m_waiters))
+        emit requestFinished(waiter.request.id, result);
+    m_waiters.clear();
     emit over(result);
 }
 
 void SyncRun::onProgressed(int progress)
 {
-    const bool isTreeAwaited = std::any_of(m_wishes.cbegin(), m_wishes.cend(),
-                                           [](const Wish &wish) { return wish.awaitsTree; });
+    const bool isTreeAwaited = std::any_of(m_waiters.cbegin(), m_waiters.cend(),
+                                           [](const Waiter &waiter) { return waiter.awaitsTree; });
     const int current = m_step ? m_current.size() : 0;
     int steps = m_done + current + m_pending.size();
     if (isTreeAwaited)

@@ -3,14 +3,14 @@
 #define DAEMON_SYNCRUN_H
 
 #include "daemon/work/accountcontext.h"
-#include "daemon/work/operation.h"
+#include "daemon/work/job.h"
 
 #include <QSet>
 #include <QStringList>
 
 namespace Daemon {
 
-class SyncStep;
+class Task;
 class UploadStep;
 
 /**
@@ -21,7 +21,7 @@ class UploadStep;
  * folder, or for the tree, does not hold up the others. Where the tree was never fetched, that
  * comes first, whatever was asked for; who then named no folder that is known gets the inbox.
  */
-class SyncRun : public Operation
+class SyncRun : public Job
 {
     Q_OBJECT
 
@@ -46,7 +46,7 @@ signals:
 
 private:
     /** A request, and the steps that it still waits for. */
-    struct Wish
+    struct Waiter
     {
         Request request;
         QSet<QString> steps;
@@ -61,7 +61,7 @@ private:
     qint64 textBound(const QString &folder) const;
     QStringList takeBatch();
     bool isOrdinary(const Store::FolderState &folder) const;
-    void startStep(SyncStep *step, const QStringList &names);
+    void startStep(Task *step, const QStringList &names);
     void startFolder(const QString &name);
     void onFinished(const Eas::Result &result, bool local);
     bool isServersFault(const Eas::Result &result) const;
@@ -73,7 +73,7 @@ private:
     void noteDone(const QString &name);
     void awaitFolders();
     QStringList foldersOf(const Request &request, bool isTreeNew) const;
-    void finishWishes();
+    void finishWaiters();
     void finishAll(const Eas::Result &result);
     void onProgressed(int progress);
     QStringList enabledFolders() const;
@@ -82,11 +82,11 @@ private:
     bool isTreeKnown() const;
 
     const AccountContext m_context;
-    QList<Wish> m_wishes;
+    QList<Waiter> m_waiters;
     /** Names of steps: a collection's id, or Tree. */
     QStringList m_pending;
     QStringList m_current; ///< what the step that is under way is about
-    SyncStep *m_step = nullptr;
+    Task *m_step = nullptr;
     QSet<QString> m_alone; ///< folders that take no part in batches any more
     QSet<QString> m_repeatedAfterTree;
     QSet<QString> m_awaitedByUpload; ///< folders to be put right before the upload is repeated

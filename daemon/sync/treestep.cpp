@@ -12,7 +12,7 @@ const QString NoKey = QStringLiteral("0");
 }
 
 TreeStep::TreeStep(const AccountContext &context, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
 {
 }
 

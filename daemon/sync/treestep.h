@@ -2,7 +2,7 @@
 #ifndef DAEMON_TREESTEP_H
 #define DAEMON_TREESTEP_H
 
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 namespace Eas {
 class FolderSyncCommand;
@@ -17,7 +17,7 @@ namespace Daemon {
  * compare no keys and tell each change once, heard or not. That an answer is awaited is remembered
  * on disk.
  */
-class TreeStep : public SyncStep
+class TreeStep : public Task
 {
     Q_OBJECT
 

@@ -64,7 +64,7 @@ Eas::LocalChange toLocalChange(const Store::FlagChange &flags)
 } // namespace
 
 UploadStep::UploadStep(const AccountContext &context, QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_changes(*context.db, context.id())
 {
 }

@@ -3,7 +3,7 @@
 #define DAEMON_UPLOADSTEP_H
 
 #include "daemon/store/localchanges.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <QHash>
 #include <QQueue>
@@ -26,7 +26,7 @@ namespace Daemon {
  * between is carried again and does no harm. What the server refuses is resolved: a message that is
  * gone there goes here, one that it does not move comes back.
  */
-class UploadStep : public SyncStep
+class UploadStep : public Task
 {
     Q_OBJECT
 

@@ -3,8 +3,8 @@
 
 #include "daemon/bus/logging.h"
 #include "daemon/store/accountwipe.h"
-#include "daemon/work/jobrunner.h"
 #include "daemon/work/storecall.h"
+#include "daemon/work/storejobrunner.h"
 #include "eas/wipeacknowledgecommand.h"
 
 namespace Daemon {
@@ -19,9 +19,9 @@ void RemoteWipe::start()
 {
     qCWarning(lcDaemon) << "account" << m_context.id()
                         << "is emptied and disabled, as its server asks for it";
-    auto *runner =
-        new JobRunner(std::make_unique<Store::AccountWipe>(*m_context.db, m_context.id()), this);
-    connect(runner, &JobRunner::finished, this, &RemoteWipe::acknowledge);
+    auto *runner = new StoreJobRunner(
+        std::make_unique<Store::AccountWipe>(*m_context.db, m_context.id()), this);
+    connect(runner, &StoreJobRunner::finished, this, &RemoteWipe::acknowledge);
     runner->start();
 }
 
@@ -47,11 +47,11 @@ void RemoteWipe::acknowledge(const Eas::Result &removed)
 /** Whether or not the server could be told: what it asked for is done. */
 void RemoteWipe::forget()
 {
-    auto *runner = new JobRunner(
+    auto *runner = new StoreJobRunner(
         std::make_unique<StoreCall>(
             m_context.id(), [id = m_context.id()] { return Store::AccountWipe::forget(id); }),
         this);
-    connect(runner, &JobRunner::finished, this, [this](const Eas::Result &result) {
+    connect(runner, &StoreJobRunner::finished, this, [this](const Eas::Result &result) {
         if (!result.ok())
             qCWarning(lcDaemon) << "account" << m_context.id() << result.text;
         emit finished(result);

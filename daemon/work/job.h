@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_OPERATION_H
-#define DAEMON_OPERATION_H
+#ifndef DAEMON_JOB_H
+#define DAEMON_JOB_H
 
 #include "asclient/searchmailboxresult.h"
 #include "daemon/bus/request.h"
@@ -18,12 +18,12 @@ namespace Daemon {
  * from the event loop, never from within a call. Deleting it stops the work at once; what it was
  * about to write is not written.
  */
-class Operation : public QObject
+class Job : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Operation(QObject *parent = nullptr)
+    explicit Job(QObject *parent = nullptr)
         : QObject(parent)
     {
     }
@@ -34,7 +34,7 @@ public:
     virtual QList<Request> requests() const = 0;
     /** Does it answer this request, too? Then it has taken it in. */
     virtual bool join(const Request &request) = 0;
-    /** A request has ended by other means; true when nothing else wants the operation's work. */
+    /** A request has ended by other means; true when nothing else wants the job's work. */
     virtual bool drop(int requestId) = 0;
     virtual void proceed() = 0;
 

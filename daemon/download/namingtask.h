@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_NAMINGSTEP_H
-#define DAEMON_NAMINGSTEP_H
+#ifndef DAEMON_NAMINGTASK_H
+#define DAEMON_NAMINGTASK_H
 
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 #include "eas/itemlocator.h"
 
 #include <qmailid.h>
@@ -15,12 +15,12 @@ namespace Daemon {
  * Of one whose move was answered by a lost connection the id is not known until a synchronisation
  * of the folder shows it; so that comes first. NotFound where the message is not there either.
  */
-class NamingStep : public SyncStep
+class NamingTask : public Task
 {
     Q_OBJECT
 
 public:
-    NamingStep(const AccountContext &context, const QMailMessageId &message, QObject *parent);
+    NamingTask(const AccountContext &context, const QMailMessageId &message, QObject *parent);
 
     void proceed() override;
     /** Where the message is, once the step has succeeded. */

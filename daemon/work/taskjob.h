@@ -1,27 +1,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ERRAND_H
-#define DAEMON_ERRAND_H
+#ifndef DAEMON_TASKJOB_H
+#define DAEMON_TASKJOB_H
 
-#include "daemon/work/operation.h"
+#include "daemon/work/job.h"
 
 #include <memory>
 
 namespace Daemon {
 
-class SyncStep;
+class Task;
 
 /**
- * One thing that a person waits for: a single step, and the requests that its end answers.
+ * One thing that a person waits for: a single task, and the requests that its end answers.
  *
  * Requests for the same thing that come meanwhile are answered together.
  */
-class Errand : public Operation
+class TaskJob : public Job
 {
     Q_OBJECT
 
 public:
-    Errand(std::unique_ptr<SyncStep> step, const Request &request, QObject *parent);
-    ~Errand() override;
+    TaskJob(std::unique_ptr<Task> step, const Request &request, QObject *parent);
+    ~TaskJob() override;
 
     bool isUrgent() const override { return true; }
     QList<Request> requests() const override { return m_requests; }
@@ -36,12 +36,12 @@ signals:
 protected:
     /** Tells a request of its end. */
     virtual void answer(const Request &request, const Eas::Result &result);
-    const SyncStep *step() const { return m_step.get(); }
+    const Task *step() const { return m_step.get(); }
 
 private:
     void onFinished(const Eas::Result &result);
 
-    std::unique_ptr<SyncStep> m_step;
+    std::unique_ptr<Task> m_step;
     QList<Request> m_requests;
 };
 

@@ -1,25 +1,25 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/jobrunner.h"
+#include "daemon/work/storejobrunner.h"
 
 #include "daemon/work/storeprobe.h"
 
 namespace Daemon {
 
-JobRunner::JobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent)
+StoreJobRunner::StoreJobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent)
     : QObject(parent)
     , m_job(std::move(job))
 {
     // A timer, not a posted event: those that post the next one starve the sockets.
-    connect(&m_timer, &QTimer::timeout, this, &JobRunner::step);
+    connect(&m_timer, &QTimer::timeout, this, &StoreJobRunner::step);
 }
 
-void JobRunner::start()
+void StoreJobRunner::start()
 {
     m_timer.start(0);
 }
 
 /** True while there is nothing to do but to wait. */
-bool JobRunner::waitForStore()
+bool StoreJobRunner::waitForStore()
 {
     if (StoreProbe::isWritable()) {
         m_timer.setInterval(0);
@@ -32,7 +32,7 @@ bool JobRunner::waitForStore()
     return m_locked.elapsed() < LongestLockMs;
 }
 
-void JobRunner::step()
+void StoreJobRunner::step()
 {
     if (waitForStore())
         return;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/errand.h"
+#include "daemon/work/taskjob.h"
 
 #include "daemon/bus/logging.h"
-#include "daemon/work/syncstep.h"
+#include "daemon/work/task.h"
 
 #include <algorithm>
 
@@ -18,18 +18,18 @@ bool isSame(const Request &a, const Request &b)
 
 } // namespace
 
-Errand::Errand(std::unique_ptr<SyncStep> step, const Request &request, QObject *parent)
-    : Operation(parent)
+TaskJob::TaskJob(std::unique_ptr<Task> step, const Request &request, QObject *parent)
+    : Job(parent)
     , m_step(std::move(step))
     , m_requests({request})
 {
-    connect(m_step.get(), &SyncStep::paused, this, &Errand::paused);
-    connect(m_step.get(), &SyncStep::finished, this, &Errand::onFinished);
+    connect(m_step.get(), &Task::paused, this, &TaskJob::paused);
+    connect(m_step.get(), &Task::finished, this, &TaskJob::onFinished);
 }
 
-Errand::~Errand() = default;
+TaskJob::~TaskJob() = default;
 
-bool Errand::join(const Request &request)
+bool TaskJob::join(const Request &request)
 {
     if (m_requests.isEmpty() || !isSame(m_requests.first(), request))
         return false;
@@ -38,7 +38,7 @@ bool Errand::join(const Request &request)
     return true;
 }
 
-bool Errand::drop(int requestId)
+bool TaskJob::drop(int requestId)
 {
     m_requests.erase(
         std::remove_if(m_requests.begin(), m_requests.end(),
@@ -47,17 +47,17 @@ bool Errand::drop(int requestId)
     return m_requests.isEmpty();
 }
 
-void Errand::proceed()
+void TaskJob::proceed()
 {
     m_step->proceed();
 }
 
-void Errand::answer(const Request &request, const Eas::Result &result)
+void TaskJob::answer(const Request &request, const Eas::Result &result)
 {
     emit requestFinished(request.id, result);
 }
 
-void Errand::onFinished(const Eas::Result &result)
+void TaskJob::onFinished(const Eas::Result &result)
 {
     const QList<Request> answered = m_requests;
     m_requests.clear();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SYNCSTEP_H
-#define DAEMON_SYNCSTEP_H
+#ifndef DAEMON_TASK_H
+#define DAEMON_TASK_H
 
 #include "daemon/store/storejob.h"
 #include "daemon/work/accountcontext.h"
@@ -18,18 +18,18 @@ class Command;
 namespace Daemon {
 
 /**
- * One step of a synchronisation: a conversation with the server about one thing, and its result in
- * the mail store.
+ * One thing that is done for an account: a conversation with the server, and its result in the mail
+ * store.
  *
  * Ends with finished(), or stops after something was written with paused() and goes on with the
  * next proceed(). Deleting it stops its command and its job.
  */
-class SyncStep : public QObject
+class Task : public QObject
 {
     Q_OBJECT
 
 public:
-    SyncStep(const AccountContext &context, QObject *parent);
+    Task(const AccountContext &context, QObject *parent);
 
     virtual void proceed() = 0;
     /** Whether the server brought anything that was not known here already. */

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/download/namingstep.h"
+#include "daemon/download/namingtask.h"
 
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/serveruid.h"
@@ -22,14 +22,14 @@ Eas::Result notThere()
 
 } // namespace
 
-NamingStep::NamingStep(const AccountContext &context, const QMailMessageId &message,
+NamingTask::NamingTask(const AccountContext &context, const QMailMessageId &message,
                        QObject *parent)
-    : SyncStep(context, parent)
+    : Task(context, parent)
     , m_message(message)
 {
 }
 
-void NamingStep::proceed()
+void NamingTask::proceed()
 {
     const Store::ServerUid uid = uidOf(m_message);
     if (uid.isKnownThere() || uid.collectionId.isEmpty()) {
@@ -37,18 +37,18 @@ void NamingStep::proceed()
         return;
     }
     auto *folder = new FolderStep(m_context, uid.collectionId, FolderSync::TextBound, this);
-    connect(folder, &SyncStep::paused, folder, &SyncStep::proceed);
-    connect(folder, &SyncStep::finished, this, &NamingStep::onFolderDone);
+    connect(folder, &Task::paused, folder, &Task::proceed);
+    connect(folder, &Task::finished, this, &NamingTask::onFolderDone);
     folder->proceed();
 }
 
-void NamingStep::onFolderDone(const Eas::Result &result, bool local)
+void NamingTask::onFolderDone(const Eas::Result &result, bool local)
 {
     const bool isNamed = uidOf(m_message).isKnownThere();
     emit finished(result.ok() && !isNamed ? notThere() : result, local);
 }
 
-Eas::ItemLocator NamingStep::locator() const
+Eas::ItemLocator NamingTask::locator() const
 {
     return uidOf(m_message).locator();
 }

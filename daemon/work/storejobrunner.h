@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_JOBRUNNER_H
-#define DAEMON_JOBRUNNER_H
+#ifndef DAEMON_STOREJOBRUNNER_H
+#define DAEMON_STOREJOBRUNNER_H
 
 #include "daemon/store/storejob.h"
 
@@ -18,7 +18,7 @@ namespace Daemon {
  * Waits for a store that another process has locked, and fails when that takes too long. Deleting
  * it leaves the rest of the job undone.
  */
-class JobRunner : public QObject
+class StoreJobRunner : public QObject
 {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ public:
     static constexpr int LongestLockMs = 10000;
     static constexpr int LockPollMs = 200;
 
-    JobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent);
+    StoreJobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent);
 
     void start();
 
