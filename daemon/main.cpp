@@ -4,9 +4,9 @@
 #include "daemon/bus/front.h"
 #include "daemon/bus/logging.h"
 #include "daemon/commandline.h"
+#include "daemon/connectengine.h"
 #include "daemon/download/downloadfile.h"
 #include "daemon/engine/engine.h"
-#include "daemon/halves.h"
 #include "daemon/sync/localchangewatch.h"
 #include "eas/httpchannel.h"
 
@@ -26,7 +26,7 @@
 namespace {
 
 /** The mail store's transactions survive an end at any time, so a blocked one is not waited for. */
-constexpr int LongestEndMs = 5000;
+constexpr int MaximumEndMs = 5000;
 
 /** What must be so before anything else happens. */
 void prepareProcess()
@@ -48,7 +48,7 @@ void connectEnd(Daemon::SignalWatcher *watcher, Daemon::Front *front)
     QObject::connect(front, &Front::busLost, front, &Front::shutDown);
     QObject::connect(front, &Front::shutDownDone, qApp, &QCoreApplication::quit);
     QObject::connect(front, &Front::shutDownDone, front,
-                     [front] { QTimer::singleShot(LongestEndMs, front, [] { _exit(0); }); });
+                     [front] { QTimer::singleShot(MaximumEndMs, front, [] { _exit(0); }); });
 }
 
 int fail(const QString &why)
@@ -87,7 +87,7 @@ int serve(const QDBusConnection &bus)
     front->setLastRequestId(firstRequestId());
     auto *watcher = new Daemon::SignalWatcher(front);
     front->setAccounts(engine.accounts());
-    Daemon::connectHalves(&engine, front);
+    Daemon::connectEngine(&engine, front);
     connectEnd(watcher, front);
     front->moveToThread(&thread);
     QObject::connect(&thread, &QThread::finished, front, &QObject::deleteLater);

@@ -24,7 +24,7 @@ void EngineWatch::setOn(bool on)
 
 void EngineWatch::ask()
 {
-    if (m_unanswered >= MostUnanswered) {
+    if (m_unanswered >= MaximumUnanswered) {
         emit silent();
         return;
     }

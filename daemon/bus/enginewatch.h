@@ -21,7 +21,7 @@ class EngineWatch : public QObject
 public:
     static constexpr int IntervalMs = 5000;
     /** So many questions without an answer: about a minute. */
-    static constexpr int MostUnanswered = 12;
+    static constexpr int MaximumUnanswered = 12;
 
     explicit EngineWatch(QObject *parent);
 

@@ -31,7 +31,7 @@ Front::Front(Clock clock, QObject *parent)
     m_timer->setSingleShot(true);
     m_timer->setTimerType(Qt::PreciseTimer);
     connect(m_timer, &QTimer::timeout, this, &Front::onExpired);
-    connect(m_watch, &EngineWatch::asked, this, &Front::lifeSignWanted);
+    connect(m_watch, &EngineWatch::asked, this, &Front::engineAliveWanted);
     connect(m_watch, &EngineWatch::silent, this, &Front::onEngineSilent);
 }
 
@@ -56,14 +56,14 @@ QString Front::start(const QDBusConnection &connection)
     m_state = std::make_unique<SyncInfoShmWriter>();
     if (!m_state->isOpen())
         return QStringLiteral("cannot publish the state: ") + m_state->errorString();
-    endRequestsOfTheDead();
+    endRequestsOfLastDaemon();
     if (diedBefore)
         endSyncsOfTheDead();
     return QString();
 }
 
 /** Who waits for a request of a daemon that was killed would wait for ever. */
-void Front::endRequestsOfTheDead()
+void Front::endRequestsOfLastDaemon()
 {
     const RequestJournal::Entries left = m_journal.takeOver();
     for (auto entry = left.cbegin(); entry != left.cend(); ++entry) {

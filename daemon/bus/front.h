@@ -74,8 +74,8 @@ public slots:
     /** `progress` is 0 to 1000. */
     void setProgress(quint64 accountId, int progress);
     void endSync(quint64 accountId);
-    /** The engine's answer to lifeSignWanted(). */
-    void hearLifeSign() { m_watch->hear(); }
+    /** The engine's answer to engineAliveWanted(). */
+    void noteEngineAlive() { m_watch->hear(); }
     /** Ends every request as cancelled, clears the state, and answers calls with -1 from now on. */
     void shutDown();
 
@@ -83,7 +83,7 @@ signals:
     /** Does the account exist and is it enabled, does the message (unless 0) exist in it? */
     void checkWanted(quint64 ticket, quint64 accountId, quint64 messageId);
     void requestAccepted(const Daemon::Request &request);
-    void lifeSignWanted();
+    void engineAliveWanted();
     /** The request has ended without the engine; its work is not wanted any more. */
     void requestDropped(int id);
     void syncStopWanted(quint64 accountId);
@@ -108,7 +108,7 @@ private:
     void answer(const Check &check, bool acceptable);
     void complete(int id, int code);
     void endSyncsOfTheDead();
-    void endRequestsOfTheDead();
+    void endRequestsOfLastDaemon();
     void broadcast(const QString &signal, const QVariantList &arguments);
     void armTimer();
     /** The engine is watched while somebody waits for it. */

@@ -11,7 +11,7 @@ namespace Daemon {
 namespace {
 
 /** More cannot have been under way; the file is another's then. */
-constexpr qint64 LongestFile = 64 * 1024;
+constexpr qint64 MaximumFileSize = 64 * 1024;
 
 } // namespace
 
@@ -32,7 +32,7 @@ RequestJournal::Entries RequestJournal::takeOver()
     QFile file(m_path);
     if (m_path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return entries;
-    for (const QByteArray &line : file.read(LongestFile).split('\n')) {
+    for (const QByteArray &line : file.read(MaximumFileSize).split('\n')) {
         const int id = line.split(' ').value(0).toInt();
         const quint64 account = line.split(' ').value(1).toULongLong();
         if (id > 0 && account > 0)

@@ -2,7 +2,7 @@
 #ifndef DAEMON_DOWNLOADFILE_H
 #define DAEMON_DOWNLOADFILE_H
 
-#include "daemon/download/sparingfile.h"
+#include "daemon/download/temporaryfile.h"
 #include "eas/result.h"
 
 namespace Daemon {
@@ -27,7 +27,7 @@ public:
     static void removeLeftovers();
 
 private:
-    SparingFile m_file;
+    TemporaryFile m_file;
     QString m_path;
 };
 

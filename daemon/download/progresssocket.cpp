@@ -26,7 +26,7 @@ void ProgressSocket::open()
 
 void ProgressSocket::report(int percent)
 {
-    if (percent == m_last || (m_sinceLast.isValid() && m_sinceLast.elapsed() < LeastIntervalMs))
+    if (percent == m_last || (m_sinceLast.isValid() && m_sinceLast.elapsed() < MinimumIntervalMs))
         return;
     write(percent);
 }

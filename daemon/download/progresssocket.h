@@ -21,7 +21,7 @@ class ProgressSocket : public QObject
 
 public:
     /** Faster than 20 a second no person can see. */
-    static constexpr int LeastIntervalMs = 55;
+    static constexpr int MinimumIntervalMs = 55;
 
     ProgressSocket(quint64 messageId, const QString &location, QObject *parent);
 

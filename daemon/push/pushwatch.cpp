@@ -18,11 +18,11 @@ namespace Daemon {
 namespace {
 
 /** Folders in one request, as long as the server does not say less. */
-constexpr int MostFolders = 100;
+constexpr int MaximumFolders = 100;
 /** An answer before this part of the heartbeat, or of a minute, is over comes early; */
 constexpr double EarlyShare = 0.8;
 /** ... a server that answers early so often in a row, and brings nothing, is asked more slowly. */
-constexpr int MostEarlyAnswers = 5;
+constexpr int MaximumEarlyAnswers = 5;
 /** Early news that is true is fetched so often at once, and then as often as this, in ms. */
 constexpr int NewsAtOnce = 12;
 constexpr int BetweenNewsMs = 3000;
@@ -51,7 +51,7 @@ double spread()
 PushWatch::PushWatch(const AccountContext &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
-    , m_maxFolders(MostFolders)
+    , m_maxFolders(MaximumFolders)
 {
     connect(&m_pause, &Alarm::rang, this, &PushWatch::goOn);
 }
@@ -201,8 +201,8 @@ bool PushWatch::comesTooEarly(const QStringList &changed)
         return false;
     }
     const int untilNews = changed.isEmpty() ? 0 : untilNextNews();
-    if (++m_earlyAnswers > MostEarlyAnswers) {
-        pause(Backoff::pauseMs(m_earlyAnswers - MostEarlyAnswers, spread(), 0));
+    if (++m_earlyAnswers > MaximumEarlyAnswers) {
+        pause(Backoff::pauseMs(m_earlyAnswers - MaximumEarlyAnswers, spread(), 0));
         m_isNewsEmpty = true;
     } else if (untilNews > 0) {
         pause(untilNews);

@@ -27,7 +27,7 @@ namespace {
 /** The server's clock may be so many seconds behind: what came before is another message. */
 constexpr qint64 ClockSlack = 24 * 60 * 60;
 /** So many messages are asked for at most. */
-constexpr int MostCandidates = 50;
+constexpr int MaximumCandidates = 50;
 /**
  * What came to the folder earlier than so many seconds before the message was written, or so many
  * after it left, may be another one. Clocks differ, and large messages take their time.
@@ -224,9 +224,9 @@ void SentLookup::collect(const QMailFolderId &folder)
     std::sort(m_candidates.begin(), m_candidates.end(), [](const auto &a, const auto &b) {
         return std::make_pair(!a.isAlike, -a.received) < std::make_pair(!b.isAlike, -b.received);
     });
-    if (m_candidates.size() > MostCandidates && m_candidates.at(MostCandidates).isAlike)
+    if (m_candidates.size() > MaximumCandidates && m_candidates.at(MaximumCandidates).isAlike)
         m_answer = Unclear;
-    m_candidates = m_candidates.mid(0, MostCandidates);
+    m_candidates = m_candidates.mid(0, MaximumCandidates);
     askNext();
 }
 

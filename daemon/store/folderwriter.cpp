@@ -83,7 +83,7 @@ FolderWriter::FolderWriter(SyncStateDb &db, const QMailAccountId &account,
 
 int FolderWriter::progress() const
 {
-    return 1000 - 1000 * (m_pending.size() + m_doomed.size()) / m_total;
+    return 1000 - 1000 * (m_pending.size() + m_toRemove.size()) / m_total;
 }
 
 bool FolderWriter::step()
@@ -95,19 +95,19 @@ bool FolderWriter::step()
         m_result = plan();
     while (m_result.ok() && !m_pending.isEmpty() && timer.elapsed() < stepBudget)
         m_result = write(m_pending.takeFirst());
-    while (m_result.ok() && m_pending.isEmpty() && !m_doomed.isEmpty()
+    while (m_result.ok() && m_pending.isEmpty() && !m_toRemove.isEmpty()
            && timer.elapsed() < stepBudget) {
-        const FolderState state = m_known.value(m_doomed.first());
+        const FolderState state = m_known.value(m_toRemove.first());
         bool emptied = false;
         m_result = empty(state, &emptied);
         if (m_result.ok() && emptied) {
             m_result = remove(state);
-            m_doomed.removeFirst();
+            m_toRemove.removeFirst();
         }
     }
     if (!m_result.ok())
         return false;
-    if (!m_pending.isEmpty() || !m_doomed.isEmpty())
+    if (!m_pending.isEmpty() || !m_toRemove.isEmpty())
         return true;
     m_result = finish();
     return false;
@@ -121,8 +121,8 @@ Eas::Result FolderWriter::plan()
     Records wanted;
     collect(&wanted);
     sortParentsFirst(wanted);
-    doomChildren();
-    m_total = qMax(1, m_pending.size() + m_doomed.size());
+    addChildrenToRemove();
+    m_total = qMax(1, m_pending.size() + m_toRemove.size());
     m_planned = true;
     return {};
 }
@@ -156,24 +156,24 @@ Eas::Result FolderWriter::adopt()
 void FolderWriter::collect(Records *wanted)
 {
     for (const QString &serverId : m_changes.removed) {
-        if (m_known.contains(serverId) && !m_doomed.contains(serverId))
-            m_doomed.append(serverId);
+        if (m_known.contains(serverId) && !m_toRemove.contains(serverId))
+            m_toRemove.append(serverId);
     }
     for (const Eas::FolderRecord &record : m_changes.added + m_changes.updated) {
         if (record.serverId.isEmpty())
             continue;
         if (record.isMail()) {
             wanted->insert(record.serverId, record);
-            m_doomed.removeAll(record.serverId);
-        } else if (m_known.contains(record.serverId) && !m_doomed.contains(record.serverId)) {
-            m_doomed.append(record.serverId);
+            m_toRemove.removeAll(record.serverId);
+        } else if (m_known.contains(record.serverId) && !m_toRemove.contains(record.serverId)) {
+            m_toRemove.append(record.serverId);
         }
     }
     if (!m_changes.complete)
         return;
     for (auto it = m_known.constBegin(); it != m_known.constEnd(); ++it) {
-        if (!wanted->contains(it.key()) && !m_doomed.contains(it.key()))
-            m_doomed.append(it.key());
+        if (!wanted->contains(it.key()) && !m_toRemove.contains(it.key()))
+            m_toRemove.append(it.key());
     }
 }
 
@@ -192,21 +192,21 @@ void FolderWriter::sortParentsFirst(Records wanted)
 }
 
 /** A folder below one that is removed goes with it, unless this answer moves it elsewhere. */
-void FolderWriter::doomChildren()
+void FolderWriter::addChildrenToRemove()
 {
     QHash<QString, QString> parents;
     for (const FolderState &state : qAsConst(m_known))
         parents.insert(state.serverId, state.parentId);
     for (const Eas::FolderRecord &record : qAsConst(m_pending))
         parents.remove(record.serverId);
-    for (int i = 0; i < m_doomed.size(); ++i) {
-        parents.remove(m_doomed.at(i));
-        for (const QString &child : parents.keys(m_doomed.at(i))) {
-            m_doomed.removeAll(child); // once, and removed before its parent
-            m_doomed.append(child);
+    for (int i = 0; i < m_toRemove.size(); ++i) {
+        parents.remove(m_toRemove.at(i));
+        for (const QString &child : parents.keys(m_toRemove.at(i))) {
+            m_toRemove.removeAll(child); // once, and removed before its parent
+            m_toRemove.append(child);
         }
     }
-    std::reverse(m_doomed.begin(), m_doomed.end());
+    std::reverse(m_toRemove.begin(), m_toRemove.end());
 }
 
 Eas::Result FolderWriter::write(const Eas::FolderRecord &record)
@@ -294,7 +294,7 @@ Eas::Result FolderWriter::restoreVisitors(const FolderState &state)
     for (const QMailMessageMetaData &message : currentMessages(moved)) {
         const QString home = ServerUid::split(message.serverUid()).collectionId;
         const bool isVisitor =
-            home != state.serverId && m_known.contains(home) && !m_doomed.contains(home);
+            home != state.serverId && m_known.contains(home) && !m_toRemove.contains(home);
         if (isVisitor && !putBack(message))
             return storeFailure(QStringLiteral("cannot move a message back"));
     }

@@ -35,7 +35,7 @@ private:
     Eas::Result adopt();
     void collect(Records *wanted);
     void sortParentsFirst(Records wanted);
-    void doomChildren();
+    void addChildrenToRemove();
     Eas::Result write(const Eas::FolderRecord &record);
     bool wouldLoop(const QMailFolder &folder, QMailFolderId parent) const;
     bool describe(QMailFolder *folder, const Eas::FolderRecord &record) const;
@@ -51,7 +51,7 @@ private:
     bool m_planned = false;
     QHash<QString, FolderState> m_known;
     QList<Eas::FolderRecord> m_pending; ///< parents before children
-    QStringList m_doomed;               ///< children before parents
+    QStringList m_toRemove;             ///< children before parents
     int m_total = 1;
 };
 

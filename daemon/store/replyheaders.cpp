@@ -11,7 +11,7 @@ const QString inReplyTo = QStringLiteral("In-Reply-To");
 const QString references = QStringLiteral("References");
 
 /** Characters of References at most: it is one line, which may have 998. */
-constexpr int LongestReferences = 900;
+constexpr int MaximumReferencesLength = 900;
 
 /** The message ids of a field, with their brackets. */
 QStringList idsIn(const QMailMessage &message, const QString &field)
@@ -27,7 +27,7 @@ QStringList idsIn(const QMailMessage &message, const QString &field)
 /** The first one tells the conversation, the last ones the place in it. */
 QString joined(QStringList ids)
 {
-    while (ids.size() > 2 && ids.join(QLatin1Char(' ')).size() > LongestReferences)
+    while (ids.size() > 2 && ids.join(QLatin1Char(' ')).size() > MaximumReferencesLength)
         ids.removeAt(1);
     return ids.join(QLatin1Char(' '));
 }
@@ -53,7 +53,7 @@ void ReplyHeaders::complete(QMailMessage *reply, const QMailMessage &original)
     const QString id = idsIn(original, QStringLiteral("Message-ID")).value(0);
     const QStringList parents = idsIn(*reply, inReplyTo);
     // What it says itself may be about another message.
-    if (id.isEmpty() || id.size() > LongestReferences
+    if (id.isEmpty() || id.size() > MaximumReferencesLength
         || (!parents.isEmpty() && parents.first() != id))
         return;
     if (parents.isEmpty())

@@ -13,7 +13,7 @@ namespace Store {
 
 namespace {
 
-bool isWished(const QMailAccountId &account)
+bool isSmartReplyWanted(const QMailAccountId &account)
 {
     const QMailAccountKey key = QMailAccountKey::id(account)
         & QMailAccountKey::status(QMailAccount::UseSmartReply, QMailDataComparator::Includes);
@@ -102,7 +102,7 @@ ResponsePlan ResponsePlan::of(const QMailMessage &message)
         return plan;
     plan.originalId = original.id();
     const ServerUid uid = ServerUid::split(original.serverUid());
-    if (!uid.isKnownThere() || !isWished(message.parentAccountId()))
+    if (!uid.isKnownThere() || !isSmartReplyWanted(message.parentAccountId()))
         return plan;
     plan.kind = kind;
     plan.original = uid;

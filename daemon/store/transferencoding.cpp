@@ -12,7 +12,7 @@ namespace Store {
 namespace {
 
 /** RFC 5322 2.1.1, without the line's end. */
-constexpr int LongestLine = 998;
+constexpr int MaximumLineLength = 998;
 
 /** Takes all that is written to it and keeps nothing but whether it was safe. */
 class Scanner : public QIODevice
@@ -40,7 +40,7 @@ private:
             m_safe = false;
         m_afterReturn = sign == '\r';
         m_line = isEnd ? 0 : m_line + int(!m_afterReturn);
-        if (m_line > LongestLine)
+        if (m_line > MaximumLineLength)
             m_safe = false;
     }
 

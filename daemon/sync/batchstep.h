@@ -23,7 +23,7 @@ class BatchStep : public Task
 
 public:
     /** A batch has so many folders at most. */
-    static constexpr int MostFolders = 20;
+    static constexpr int MaximumFolders = 20;
 
     BatchStep(const AccountContext &context, const QStringList &collectionIds, qint64 textBound,
               QObject *parent);

@@ -16,8 +16,8 @@ namespace {
 constexpr int IdleWindows = 5;
 
 /** So many bad answers to one key, with pauses between them, are the key's fault. */
-constexpr int MostBadAnswers = 3;
-constexpr int PausesMs[MostBadAnswers - 1] = {2000, 8000};
+constexpr int MaximumBadAnswers = 3;
+constexpr int PausesMs[MaximumBadAnswers - 1] = {2000, 8000};
 
 /** What a server's program says that breaks down over a request. */
 constexpr int HttpServerError = 500;
@@ -89,7 +89,7 @@ void FolderStep::onAnswer(const Eas::SyncCommand &command)
 
 void FolderStep::onBadAnswer(const Eas::Result &result)
 {
-    if (++m_badAnswers == MostBadAnswers) {
+    if (++m_badAnswers == MaximumBadAnswers) {
         tryFromStart(result);
         return;
     }

@@ -46,7 +46,7 @@ void MovedCheck::proceed()
 
 void MovedCheck::askNext()
 {
-    while (!m_left.isEmpty() && m_asked < MostMessages) {
+    while (!m_left.isEmpty() && m_asked < MaximumMessages) {
         const QMailMessageId message = m_left.takeFirst();
         const QString id = itemId(message);
         if (id.isEmpty()) {

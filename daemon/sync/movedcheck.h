@@ -28,7 +28,7 @@ class MovedCheck : public Task
 
 public:
     /** Messages that are asked for at once; the others' turn comes with the next one. */
-    static constexpr int MostMessages = 20;
+    static constexpr int MaximumMessages = 20;
 
     MovedCheck(const AccountContext &context, const QString &collectionId, QObject *parent);
 

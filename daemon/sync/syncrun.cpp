@@ -28,7 +28,7 @@ const QString Upload = QStringLiteral("\t");
 constexpr int AssumedSteps = 20;
 
 /** A run that more requests join could go on for ever. */
-constexpr int MostJoined = 8;
+constexpr int MaximumJoined = 8;
 
 /** What is wrong with the account or its server and not with one folder. */
 bool stopsEverything(const Eas::Result &result)
@@ -82,7 +82,7 @@ QList<Request> SyncRun::requests() const
 
 bool SyncRun::join(const Request &request)
 {
-    if (!isSynchronisation(request.kind) || (m_started && ++m_joined > MostJoined))
+    if (!isSynchronisation(request.kind) || (m_started && ++m_joined > MaximumJoined))
         return false;
     Waiter waiter;
     waiter.request = request;
@@ -203,7 +203,7 @@ QStringList SyncRun::takeBatch()
 {
     QStringList batch;
     for (const QString &name : qAsConst(m_pending)) {
-        if (name == Tree || name == Upload || batch.size() == BatchStep::MostFolders)
+        if (name == Tree || name == Upload || batch.size() == BatchStep::MaximumFolders)
             break;
         const auto state = m_context.db->folder(m_context.id(), name);
         const bool isAlike = batch.isEmpty() || textBound(name) == textBound(batch.first());

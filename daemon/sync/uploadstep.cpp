@@ -28,7 +28,7 @@ enum MoveStatus { SourceGone = 1, DestinationGone = 2, Moved = 3, SameFolder = 4
 QList<Store::FolderLocalChanges> portions(const Store::FolderLocalChanges &all)
 {
     QList<Store::FolderLocalChanges> portions;
-    const int most = UploadStep::MostChanges;
+    const int most = UploadStep::MaximumChanges;
     for (int at = 0; at < qMax(all.flags.size(), all.deletions.size()); at += most) {
         Store::FolderLocalChanges portion;
         portion.collectionId = all.collectionId;
@@ -77,8 +77,8 @@ void UploadStep::proceed()
             m_folders.enqueue(portion);
         moves += folder.moves;
     }
-    for (int at = 0; at < moves.size(); at += MostChanges)
-        m_moves.enqueue(moves.mid(at, MostChanges));
+    for (int at = 0; at < moves.size(); at += MaximumChanges)
+        m_moves.enqueue(moves.mid(at, MaximumChanges));
     next();
 }
 

@@ -32,7 +32,7 @@ class UploadStep : public Task
 
 public:
     /** Changes of one request; more go with the next. */
-    static constexpr int MostChanges = 1000;
+    static constexpr int MaximumChanges = 1000;
 
     UploadStep(const AccountContext &context, QObject *parent);
 

@@ -12,13 +12,13 @@ namespace Daemon {
 namespace {
 
 /** A server may ask for more, but not for ever. */
-constexpr int MostRetryAfter = 24 * 3600;
+constexpr int MaximumRetryAfter = 24 * 3600;
 
 } // namespace
 
 int Backoff::pauseMs(int failures, double share, int retryAfter)
 {
-    return spread(FirstMs, LongestMs, failures, share, retryAfter);
+    return spread(FirstMs, MaximumMs, failures, share, retryAfter);
 }
 
 bool Backoff::isGrave(int code)
@@ -29,7 +29,7 @@ bool Backoff::isGrave(int code)
 
 int Backoff::gravePauseMs(int failures, double share, int retryAfter)
 {
-    return spread(FirstGraveMs, LongestGraveMs, failures, share, retryAfter);
+    return spread(FirstGraveMs, MaximumGraveMs, failures, share, retryAfter);
 }
 
 int Backoff::spread(int first, int longest, int failures, double share, int retryAfter)
@@ -37,7 +37,7 @@ int Backoff::spread(int first, int longest, int failures, double share, int retr
     const int doublings = std::clamp(failures - 1, 0, 10);
     const int pause = int(std::min(qint64(first) << doublings, qint64(longest)));
     const int spread = pause / 2 + int(pause / 2 * share);
-    return std::max(spread, std::min(retryAfter, MostRetryAfter) * 1000);
+    return std::max(spread, std::min(retryAfter, MaximumRetryAfter) * 1000);
 }
 
 } // namespace Daemon

@@ -12,7 +12,7 @@ class Backoff
 {
 public:
     static constexpr int FirstMs = 5000;
-    static constexpr int LongestMs = 15 * 60 * 1000;
+    static constexpr int MaximumMs = 15 * 60 * 1000;
 
     /**
      * Milliseconds to wait after so many failures (1 or more), between a half of the longest pause
@@ -26,7 +26,7 @@ public:
     static bool isGrave(int code);
 
     static constexpr int FirstGraveMs = 15 * 60 * 1000;
-    static constexpr int LongestGraveMs = 4 * 60 * 60 * 1000;
+    static constexpr int MaximumGraveMs = 4 * 60 * 60 * 1000;
 
     /** The same after failures that most often need somebody to change something. */
     static int gravePauseMs(int failures, double share, int retryAfter);

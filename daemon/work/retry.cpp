@@ -37,7 +37,7 @@ std::optional<int> Retry::nextDelay(const Eas::Result &result)
     if (!isPassing(result.status) && result.retryAfter == 0)
         return std::nullopt;
     const int delay = qMax(Delays[m_attempts], qMin(result.retryAfter, 3600) * 1000);
-    if (delay > LongestDelayMs)
+    if (delay > MaximumDelayMs)
         return std::nullopt;
     ++m_attempts;
     return delay;

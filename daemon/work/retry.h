@@ -18,7 +18,7 @@ class Retry
 {
 public:
     /** A longer pause is not waited for: a person is told instead. */
-    static constexpr int LongestDelayMs = 10000;
+    static constexpr int MaximumDelayMs = 10000;
 
     /** Milliseconds until the next attempt; nothing when there should be none. */
     std::optional<int> nextDelay(const Eas::Result &result);

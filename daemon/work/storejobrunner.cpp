@@ -29,7 +29,7 @@ bool StoreJobRunner::waitForStore()
     m_timer.setInterval(LockPollMs);
     if (!m_locked.isValid())
         m_locked.start();
-    return m_locked.elapsed() < LongestLockMs;
+    return m_locked.elapsed() < MaximumLockMs;
 }
 
 void StoreJobRunner::step()

@@ -24,7 +24,7 @@ class StoreJobRunner : public QObject
 
 public:
     /** A locked store is waited for so long, and asked again so often, in ms. */
-    static constexpr int LongestLockMs = 10000;
+    static constexpr int MaximumLockMs = 10000;
     static constexpr int LockPollMs = 200;
 
     StoreJobRunner(std::unique_ptr<Store::StoreJob> job, QObject *parent);

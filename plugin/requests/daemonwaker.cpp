@@ -64,7 +64,7 @@ void DaemonWaker::wake()
 void DaemonWaker::askAndWait()
 {
     m_isAsking = true;
-    m_pauseMs = m_pauseMs == 0 ? FirstPauseMs : qMin(2 * m_pauseMs, LongestPauseMs);
+    m_pauseMs = m_pauseMs == 0 ? FirstPauseMs : qMin(2 * m_pauseMs, MaximumPauseMs);
     auto *answer = new QDBusPendingCallWatcher(
         QDBusConnection::sessionBus().asyncCall(startCall(), NoTimeout), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, &DaemonWaker::onAnswered);

@@ -21,7 +21,7 @@ class DaemonWaker : public QObject
 public:
     /** Pauses between two attempts, in milliseconds; each is twice the last one. */
     static constexpr int FirstPauseMs = 1000;
-    static constexpr int LongestPauseMs = 60000;
+    static constexpr int MaximumPauseMs = 60000;
 
     /** `service` outlives it. */
     DaemonWaker(OrvService &service, QObject *parent);

@@ -116,7 +116,7 @@ void RequestScheduler::bury(AsDaemonRequest *request)
     }
     m_dead.removeAll(nullptr);
     m_dead.append(request);
-    while (m_dead.size() > MostDead)
+    while (m_dead.size() > MaximumDead)
         m_dead.takeFirst()->deleteLater();
 }
 

@@ -44,7 +44,7 @@ public:
     };
 
     /** Requests that were taken for dead and may still hear of their end. */
-    static constexpr int MostDead = 16;
+    static constexpr int MaximumDead = 16;
 
     /** Owned by `parent`; `service` must outlive it. */
     RequestScheduler(OrvService &service, QObject *parent);

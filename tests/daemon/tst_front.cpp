@@ -44,7 +44,7 @@ public slots:
     void live()
     {
         if (livesOn)
-            emit lifeSign();
+            emit engineAlive();
     }
 
 signals:
@@ -55,7 +55,7 @@ signals:
     void begin(quint64 account);
     void progress(quint64 account, int progress);
     void end(quint64 account);
-    void lifeSign();
+    void engineAlive();
     void shutDown();
 };
 
@@ -133,8 +133,8 @@ void TestFront::init()
     connect(m_engine, &FakeEngine::begin, m_front, &Front::beginSync);
     connect(m_engine, &FakeEngine::progress, m_front, &Front::setProgress);
     connect(m_engine, &FakeEngine::end, m_front, &Front::endSync);
-    connect(m_front, &Front::lifeSignWanted, m_engine, &FakeEngine::live);
-    connect(m_engine, &FakeEngine::lifeSign, m_front, &Front::hearLifeSign);
+    connect(m_front, &Front::engineAliveWanted, m_engine, &FakeEngine::live);
+    connect(m_engine, &FakeEngine::engineAlive, m_front, &Front::noteEngineAlive);
     connect(m_engine, &FakeEngine::shutDown, m_front, &Front::shutDown);
     connect(m_thread, &QThread::finished, m_front, &QObject::deleteLater);
     m_front->setAccounts({1, 2});
@@ -554,9 +554,9 @@ void TestFront::anEngineThatLivesIsLetAlone()
 {
     QMetaObject::invokeMethod(m_front, [this] { m_front->setWatchInterval(20); });
     int asked = 0;
-    connect(m_front, &Front::lifeSignWanted, m_engine, [&asked] { ++asked; });
+    connect(m_front, &Front::engineAliveWanted, m_engine, [&asked] { ++asked; });
     const int id = call(QStringLiteral("sync"), {qulonglong(1)});
-    QTRY_VERIFY(asked > 2 * Daemon::EngineWatch::MostUnanswered);
+    QTRY_VERIFY(asked > 2 * Daemon::EngineWatch::MaximumUnanswered);
     QCOMPARE(m_listener->codeOf(id), 0);
     emit m_engine->finish(id, 200);
     QTRY_COMPARE(m_listener->codeOf(id), 200);

@@ -330,14 +330,14 @@ void TestPush::pausesAfterErrorsGrowAndAreSpread()
     QCOMPARE(Backoff::pauseMs(1, 0, 0), Backoff::FirstMs / 2);
     QCOMPARE(Backoff::pauseMs(1, 1, 0), int(Backoff::FirstMs));
     QCOMPARE(Backoff::pauseMs(2, 0.5, 0), Backoff::FirstMs * 3 / 2);
-    QCOMPARE(Backoff::pauseMs(1000, 1, 0), int(Backoff::LongestMs));
-    QCOMPARE(Backoff::pauseMs(1000, 0, 0), Backoff::LongestMs / 2);
+    QCOMPARE(Backoff::pauseMs(1000, 1, 0), int(Backoff::MaximumMs));
+    QCOMPARE(Backoff::pauseMs(1000, 0, 0), Backoff::MaximumMs / 2);
     // What the server asks for comes first.
     QCOMPARE(Backoff::pauseMs(1, 0, 3600), 3600000);
     QCOMPARE(Backoff::pauseMs(1, 0, 2147483647), 24 * 3600000);
     QCOMPARE(Backoff::gravePauseMs(1, 1, 0), 15 * 60000);
     QCOMPARE(Backoff::gravePauseMs(3, 1, 0), 60 * 60000);
-    QCOMPARE(Backoff::gravePauseMs(1000, 1, 0), int(Backoff::LongestGraveMs));
+    QCOMPARE(Backoff::gravePauseMs(1000, 1, 0), int(Backoff::MaximumGraveMs));
 }
 
 void TestPush::aHeartbeatThatTheServerBoundsIsKept()

@@ -29,15 +29,15 @@ constexpr qint64 Hour = 60 * Minute;
 /** How long each server is looked at. */
 constexpr qint64 Watched = 5 * Hour;
 /** What a server may be asked in any minute, and in an hour after the first one, */
-constexpr int MostInAMinute = 40;
-constexpr int MostInALaterHour = 40;
+constexpr int MaximumInAMinute = 40;
+constexpr int MaximumInALaterHour = 40;
 /** ... and where each synchronisation brings mail that was not here. */
 constexpr int MostInABusyMinute = 70;
 constexpr qint64 LongestBetweenNews = 3000;
 /** ... in all of the time, */
 constexpr int MostWatched = 800;
 /** ... and how long it may be left alone. */
-constexpr qint64 LongestPause = 4 * Hour;
+constexpr qint64 MaximumPause = 4 * Hour;
 
 using Answer = std::function<ScriptedAnswer(const SeenRequest &)>;
 
@@ -311,10 +311,10 @@ void TestRequestRates::checkRates(qint64 start)
     const int inAnHour = mostWithin(Hour, start + Hour);
     qInfo("%d requests in a minute, %d in a later hour", inAMinute, inAnHour);
     QVERIFY2(m_asked.size() <= MostWatched, "far too many in all");
-    QVERIFY2(inAMinute <= MostInAMinute, qPrintable(QString::number(inAMinute)));
-    QVERIFY2(inAnHour <= MostInALaterHour, qPrintable(QString::number(inAnHour)));
+    QVERIFY2(inAMinute <= MaximumInAMinute, qPrintable(QString::number(inAMinute)));
+    QVERIFY2(inAnHour <= MaximumInALaterHour, qPrintable(QString::number(inAnHour)));
     // Nor is it given up.
-    QVERIFY(m_waits || (!m_asked.isEmpty() && m_asked.last() > start + Watched - LongestPause));
+    QVERIFY(m_waits || (!m_asked.isEmpty() && m_asked.last() > start + Watched - MaximumPause));
     const int before = m_asked.size();
     m_worker->networkChanged();
     QVERIFY(m_waits || waitFor([&] { return m_asked.size() > before; }));
@@ -652,7 +652,7 @@ void TestRequestRates::aNetworkThatComesAndGoesIsNotFollowedEachTime()
             break;
     }
     const int inAMinute = mostWithin(Minute, start);
-    QVERIFY2(inAMinute <= MostInAMinute, qPrintable(QString::number(inAMinute)));
+    QVERIFY2(inAMinute <= MaximumInAMinute, qPrintable(QString::number(inAMinute)));
 }
 
 QTEST_GUILESS_MAIN(TestRequestRates)

@@ -118,7 +118,7 @@ private slots:
 private:
     SendingWorld &world() { return *m_world; }
     static void addVersions();
-    void wishSmartReplies(bool on);
+    void allowSmartReplies(bool on);
     QMailMessage response(QMailMessage::ResponseType type, const QString &text) const;
     QMailMessage withPart(QMailMessage message, const QMailMessagePart &part) const;
     QMailMessagePart named() const;
@@ -151,7 +151,7 @@ void TestResponses::init()
     const QByteArray version = QByteArray(QTest::currentDataTag()).left(4);
     if (version.startsWith("1"))
         world().setOption("versions", QJsonArray {QString::fromLatin1(version)});
-    wishSmartReplies(true);
+    allowSmartReplies(true);
     world().server.deliver(alice, QStringLiteral("Inbox"), original());
     QCOMPARE(world().syncAndWait(), 200);
     m_original = QMailStore::instance()
@@ -176,7 +176,7 @@ void TestResponses::addVersions()
     QTest::newRow("14.1") << false;
 }
 
-void TestResponses::wishSmartReplies(bool on)
+void TestResponses::allowSmartReplies(bool on)
 {
     QMailAccount account(world().account);
     account.setStatus(QMailAccount::UseSmartReply, on);
@@ -433,7 +433,7 @@ void TestResponses::subjectsInOtherLanguagesAreTheSame()
 
 void TestResponses::withoutTheWishItGoesPlain()
 {
-    wishSmartReplies(false);
+    allowSmartReplies(false);
     QCOMPARE(
         world().sendAndWait(world().add(response(QMailMessage::Reply, QStringLiteral("Yes.\n")))),
         200);
@@ -607,7 +607,7 @@ void TestResponses::whatWasNeverFetchedIsFetched_data()
 void TestResponses::whatWasNeverFetchedIsFetched()
 {
     QFETCH(QString, way);
-    wishSmartReplies(false); // which would leave one of these to the server
+    allowSmartReplies(false); // which would leave one of these to the server
     QVERIFY(!QMailMessage(m_original).contentAvailable());
     QCOMPARE(world().sendAndWait(world().add(passingOn(way))), 200);
     QCOMPARE(commands(), QStringList {QStringLiteral("SendMail")});
@@ -620,7 +620,7 @@ void TestResponses::whatWasNeverFetchedIsFetched()
 void TestResponses::whatCannotBeFetchedIsNotSent()
 {
     QFETCH(QString, way);
-    wishSmartReplies(false);
+    allowSmartReplies(false);
     const QMailMessage message = passingOn(way);
     world().server.control(
         "delete",
@@ -636,7 +636,7 @@ void TestResponses::whatCannotBeFetchedIsNotSent()
 
 QMailMessageId TestResponses::sendingThatWaits(int *request)
 {
-    wishSmartReplies(false);
+    allowSmartReplies(false);
     world().server.fault(
         SendingWorld::sendFault("delay",
                                 {{QStringLiteral("command"), QStringLiteral("ItemOperations")},

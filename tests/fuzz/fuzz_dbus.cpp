@@ -4,8 +4,8 @@
 // as they are: each is answered, what it began is ended once, and the mail stays where it is.
 #include "asclient/asdbusinterface.h"
 #include "daemon/bus/front.h"
+#include "daemon/connectengine.h"
 #include "daemon/engine/engine.h"
-#include "daemon/halves.h"
 #include "tests/daemon/buslistener.h"
 #include "tests/eas/scriptedserver.h"
 #include "tests/fuzz/callmaker.h"
@@ -20,9 +20,9 @@
 namespace {
 
 /** More calls of one input wait for one another and find nothing more. */
-constexpr int MostCalls = 4;
+constexpr int MaximumCalls = 4;
 /** A search asks once for each folder, with and without its bounds, and for all of them. */
-constexpr int MostRequestsOfACall = 16;
+constexpr int MaximumRequestsOfACall = 16;
 
 StoreFixture::Account accountAt(const ScriptedServer &server)
 {
@@ -87,7 +87,7 @@ void World::addMail()
 void World::begin()
 {
     m_front->setAccounts(m_engine.accounts());
-    Daemon::connectHalves(&m_engine, m_front);
+    Daemon::connectEngine(&m_engine, m_front);
     m_front->moveToThread(&m_thread);
     m_thread.start();
     const auto bus =
@@ -105,7 +105,7 @@ void World::deliver(const QByteArray &bytes)
     QList<QDBusPendingCall> answers;
     int answered = 0;
     QObject owner;
-    while (!maker.isOver() && calls.size() < MostCalls) {
+    while (!maker.isOver() && calls.size() < MaximumCalls) {
         calls.append(maker.next());
         answers.append(QDBusConnection::sessionBus().asyncCall(calls.last(), 5000));
         auto *watcher = new QDBusPendingCallWatcher(answers.last(), &owner);
@@ -114,7 +114,7 @@ void World::deliver(const QByteArray &bytes)
     }
     REQUIRE(waited([&] { return answered == calls.size(); }));
     checkAnswers(calls, answers);
-    REQUIRE(m_server.requests().size() <= calls.size() * MostRequestsOfACall);
+    REQUIRE(m_server.requests().size() <= calls.size() * MaximumRequestsOfACall);
     REQUIRE(QMailStore::instance()->countMessages() == m_mails);
     m_server.forgetRequests();
     m_listener.clear();

@@ -17,7 +17,7 @@
 namespace {
 
 enum Event {
-    LongestPiece = 250,
+    MaximumPiece = 250,
     /** The rest is in one piece. */
     TheRest,
     SecondClient,
@@ -27,7 +27,7 @@ enum Event {
     Turn
 };
 
-constexpr int MostSeconds = 8;
+constexpr int MaximumSeconds = 8;
 
 QList<qint32> recordsIn(const QByteArray &bytes)
 {
@@ -82,7 +82,7 @@ void Exchange::write(const QByteArray &piece)
 
 void Exchange::connectSecond()
 {
-    if (++m_seconds > MostSeconds)
+    if (++m_seconds > MaximumSeconds)
         return;
     m_second.abort();
     m_second.connectToServer(m_path);
@@ -95,7 +95,7 @@ void Exchange::play(const QByteArray &bytes)
 {
     for (int at = 0; at < bytes.size() && !isOver();) {
         const quint8 event = quint8(bytes.at(at++));
-        if (event <= LongestPiece || event == TheRest) {
+        if (event <= MaximumPiece || event == TheRest) {
             const QByteArray piece = bytes.mid(at, event == TheRest ? -1 : event);
             at += piece.size();
             write(piece);

@@ -660,14 +660,15 @@ void TestScheduler::theDeadAreFewAndHearOfNoCancellation()
         QVERIFY(!f.scheduler().checkRequests(f.service->daemon()));
     }
     f.deleteDeferred();
-    QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(), RequestScheduler::MostDead);
+    QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(), RequestScheduler::MaximumDead);
     f.service->cancelOperation(Cancel, QString());
     QCOMPARE(f.daemon.callCount("abortRequest"), 0);
     // The last of them still hears of its end.
     f.daemon.complete(50, 401);
     f.daemon.settle();
     f.deleteDeferred();
-    QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(), RequestScheduler::MostDead - 1);
+    QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(),
+             RequestScheduler::MaximumDead - 1);
 }
 
 void TestScheduler::aBatchEndsItsActionOnce_data()

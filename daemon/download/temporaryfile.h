@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SPARINGFILE_H
-#define DAEMON_SPARINGFILE_H
+#ifndef DAEMON_TEMPORARYFILE_H
+#define DAEMON_TEMPORARYFILE_H
 
 #include <QTemporaryFile>
 
@@ -11,7 +11,7 @@ namespace Daemon {
  *
  * What a server sends must not take the room that the mail store needs for its next write.
  */
-class SparingFile : public QTemporaryFile
+class TemporaryFile : public QTemporaryFile
 {
 public:
     using QTemporaryFile::QTemporaryFile;

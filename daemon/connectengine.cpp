@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/halves.h"
+#include "daemon/connectengine.h"
 
 #include "daemon/bus/front.h"
 #include "daemon/engine/engine.h"
 
 namespace Daemon {
 
-void connectHalves(Engine *engine, Front *front)
+void connectEngine(Engine *engine, Front *front)
 {
     qRegisterMetaType<Request>("Daemon::Request");
     qRegisterMetaType<QSet<quint64>>("QSet<quint64>");
@@ -16,8 +16,8 @@ void connectHalves(Engine *engine, Front *front)
     QObject::connect(front, &Front::requestDropped, engine, &Engine::drop);
     QObject::connect(front, &Front::syncStopWanted, engine, &Engine::stopSync);
     // That its thread comes to it is the answer.
-    QObject::connect(front, &Front::lifeSignWanted, engine, [front] {
-        QMetaObject::invokeMethod(front, &Front::hearLifeSign, Qt::QueuedConnection);
+    QObject::connect(front, &Front::engineAliveWanted, engine, [front] {
+        QMetaObject::invokeMethod(front, &Front::noteEngineAlive, Qt::QueuedConnection);
     });
     QObject::connect(engine, &Engine::accountsChanged, front, &Front::setAccounts);
     QObject::connect(engine, &Engine::checkResolved, front, &Front::resolveCheck);

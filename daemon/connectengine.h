@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_HALVES_H
-#define DAEMON_HALVES_H
+#ifndef DAEMON_CONNECTENGINE_H
+#define DAEMON_CONNECTENGINE_H
 
 namespace Daemon {
 
@@ -8,7 +8,7 @@ class Engine;
 class Front;
 
 /** Lets the two talk to each other, whatever threads they live in. */
-void connectHalves(Engine *engine, Front *front);
+void connectEngine(Engine *engine, Front *front);
 
 } // namespace Daemon
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/download/sparingfile.h"
+#include "daemon/download/temporaryfile.h"
 
 #include "daemon/store/storefailure.h"
 
@@ -9,7 +9,7 @@ namespace {
 constexpr qint64 Portion = 256 * 1024;
 } // namespace
 
-qint64 SparingFile::writeData(const char *bytes, qint64 length)
+qint64 TemporaryFile::writeData(const char *bytes, qint64 length)
 {
     if (length > m_allowed) {
         const Eas::Result room = Store::checkRoom(length + Portion);
