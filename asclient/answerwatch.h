@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACTIVESYNC_ANSWERWATCH_H
-#define ACTIVESYNC_ANSWERWATCH_H
+#ifndef ASCLIENT_ANSWERWATCH_H
+#define ASCLIENT_ANSWERWATCH_H
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACTIVESYNC_ASDBUSINTERFACE_H
-#define ACTIVESYNC_ASDBUSINTERFACE_H
+#ifndef ASCLIENT_ASDBUSINTERFACE_H
+#define ASCLIENT_ASDBUSINTERFACE_H
 
 #include "asclient/answerwatch.h"
 #include "asclient/searchmailboxoptions.h"

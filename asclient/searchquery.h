@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACTIVESYNC_SEARCHQUERY_H
-#define ACTIVESYNC_SEARCHQUERY_H
+#ifndef ASCLIENT_SEARCHQUERY_H
+#define ASCLIENT_SEARCHQUERY_H
 
 #include <QDateTime>
 #include <QMetaType>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SIGNALWATCHER_H
-#define DAEMON_SIGNALWATCHER_H
+#ifndef ASCLIENT_SIGNALWATCHER_H
+#define ASCLIENT_SIGNALWATCHER_H
 
 #include <QObject>
 

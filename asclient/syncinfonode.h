@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SYNCINFONODE_H
-#define SYNCINFONODE_H
+#ifndef ASCLIENT_SYNCINFONODE_H
+#define ASCLIENT_SYNCINFONODE_H
 
 #include <QtGlobal>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SYNCINFOSHMREADER_H
-#define SYNCINFOSHMREADER_H
+#ifndef ASCLIENT_SYNCINFOSHMREADER_H
+#define ASCLIENT_SYNCINFOSHMREADER_H
 
 #include "asclient/syncinfonode.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SYNCINFOSHMWRITER_H
-#define SYNCINFOSHMWRITER_H
+#ifndef ASCLIENT_SYNCINFOSHMWRITER_H
+#define ASCLIENT_SYNCINFOSHMWRITER_H
 
 #include "asclient/syncinfonode.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SYNCINFOTABLE_H
-#define SYNCINFOTABLE_H
+#ifndef ASCLIENT_SYNCINFOTABLE_H
+#define ASCLIENT_SYNCINFOTABLE_H
 
 #include "asclient/syncinfonode.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ORVSERVICEPLUGIN_H
-#define ORVSERVICEPLUGIN_H
+#ifndef PLUGIN_ORVSERVICEPLUGIN_H
+#define PLUGIN_ORVSERVICEPLUGIN_H
 
 #include <qmailmessageservice.h>
 

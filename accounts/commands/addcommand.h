@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_ADDCOMMAND_H
-#define ACCOUNTS_ADDCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_ADDCOMMAND_H
+#define ACCOUNTS_COMMANDS_ADDCOMMAND_H
 
 #include "accounts/commands/command.h"
 

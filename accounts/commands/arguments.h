@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_ARGUMENTS_H
-#define ACCOUNTS_ARGUMENTS_H
+#ifndef ACCOUNTS_COMMANDS_ARGUMENTS_H
+#define ACCOUNTS_COMMANDS_ARGUMENTS_H
 
 #include "accounts/accountdetails.h"
 

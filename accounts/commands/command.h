@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_COMMAND_H
-#define ACCOUNTS_COMMAND_H
+#ifndef ACCOUNTS_COMMANDS_COMMAND_H
+#define ACCOUNTS_COMMANDS_COMMAND_H
 
 #include "accounts/outcome.h"
 

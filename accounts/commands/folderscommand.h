@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_FOLDERSCOMMAND_H
-#define ACCOUNTS_FOLDERSCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_FOLDERSCOMMAND_H
+#define ACCOUNTS_COMMANDS_FOLDERSCOMMAND_H
 
 #include "accounts/commands/command.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_LISTCOMMAND_H
-#define ACCOUNTS_LISTCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_LISTCOMMAND_H
+#define ACCOUNTS_COMMANDS_LISTCOMMAND_H
 
 #include "accounts/commands/command.h"
 

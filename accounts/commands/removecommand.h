@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_REMOVECOMMAND_H
-#define ACCOUNTS_REMOVECOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_REMOVECOMMAND_H
+#define ACCOUNTS_COMMANDS_REMOVECOMMAND_H
 
 #include "accounts/commands/command.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_SETCOMMAND_H
-#define ACCOUNTS_SETCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_SETCOMMAND_H
+#define ACCOUNTS_COMMANDS_SETCOMMAND_H
 
 #include "accounts/commands/command.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_SHOWCOMMAND_H
-#define ACCOUNTS_SHOWCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_SHOWCOMMAND_H
+#define ACCOUNTS_COMMANDS_SHOWCOMMAND_H
 
 #include "accounts/commands/command.h"
 

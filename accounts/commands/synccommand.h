@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_SYNCCOMMAND_H
-#define ACCOUNTS_SYNCCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_SYNCCOMMAND_H
+#define ACCOUNTS_COMMANDS_SYNCCOMMAND_H
 
 #include "accounts/commands/command.h"
 

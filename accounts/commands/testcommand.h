@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_TESTCOMMAND_H
-#define ACCOUNTS_TESTCOMMAND_H
+#ifndef ACCOUNTS_COMMANDS_TESTCOMMAND_H
+#define ACCOUNTS_COMMANDS_TESTCOMMAND_H
 
 #include "accounts/commands/command.h"
 

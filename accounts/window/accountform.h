@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_ACCOUNTFORM_H
-#define ACCOUNTS_ACCOUNTFORM_H
+#ifndef ACCOUNTS_WINDOW_ACCOUNTFORM_H
+#define ACCOUNTS_WINDOW_ACCOUNTFORM_H
 
 #include "accounts/accountdetails.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_ACCOUNTWINDOW_H
-#define ACCOUNTS_ACCOUNTWINDOW_H
+#ifndef ACCOUNTS_WINDOW_ACCOUNTWINDOW_H
+#define ACCOUNTS_WINDOW_ACCOUNTWINDOW_H
 
 #include "accounts/outcome.h"
 #include "plugin/settings/accountsettings.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ACCOUNTERROR_H
-#define DAEMON_ACCOUNTERROR_H
+#ifndef DAEMON_BUS_ACCOUNTERROR_H
+#define DAEMON_BUS_ACCOUNTERROR_H
 
 #include <QString>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ASDBUSADAPTOR_H
-#define DAEMON_ASDBUSADAPTOR_H
+#ifndef DAEMON_BUS_ASDBUSADAPTOR_H
+#define DAEMON_BUS_ASDBUSADAPTOR_H
 
 #include "asclient/searchmailboxoptions.h"
 #include "asclient/searchmailboxresult.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ENGINEWATCH_H
-#define DAEMON_ENGINEWATCH_H
+#ifndef DAEMON_BUS_ENGINEWATCH_H
+#define DAEMON_BUS_ENGINEWATCH_H
 
 #include <QObject>
 #include <QTimer>

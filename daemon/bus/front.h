@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_FRONT_H
-#define DAEMON_FRONT_H
+#ifndef DAEMON_BUS_FRONT_H
+#define DAEMON_BUS_FRONT_H
 
 #include "asclient/searchmailboxresult.h"
 #include "asclient/syncinfoshmwriter.h"

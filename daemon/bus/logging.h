@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_LOGGING_H
-#define DAEMON_LOGGING_H
+#ifndef DAEMON_BUS_LOGGING_H
+#define DAEMON_BUS_LOGGING_H
 
 #include <QLoggingCategory>
 #include <QString>

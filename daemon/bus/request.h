@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_REQUEST_H
-#define DAEMON_REQUEST_H
+#ifndef DAEMON_BUS_REQUEST_H
+#define DAEMON_BUS_REQUEST_H
 
 #include "asclient/searchmailboxoptions.h"
 #include "asclient/searchquery.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_REQUESTJOURNAL_H
-#define DAEMON_REQUESTJOURNAL_H
+#ifndef DAEMON_BUS_REQUESTJOURNAL_H
+#define DAEMON_BUS_REQUESTJOURNAL_H
 
 #include <QMap>
 #include <QString>

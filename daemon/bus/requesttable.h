@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_REQUESTTABLE_H
-#define DAEMON_REQUESTTABLE_H
+#ifndef DAEMON_BUS_REQUESTTABLE_H
+#define DAEMON_BUS_REQUESTTABLE_H
 
 #include "daemon/bus/request.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_STATUSADAPTOR_H
-#define DAEMON_STATUSADAPTOR_H
+#ifndef DAEMON_BUS_STATUSADAPTOR_H
+#define DAEMON_BUS_STATUSADAPTOR_H
 
 #include <QDBusAbstractAdaptor>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ATTACHMENTDOWNLOAD_H
-#define DAEMON_ATTACHMENTDOWNLOAD_H
+#ifndef DAEMON_DOWNLOAD_ATTACHMENTDOWNLOAD_H
+#define DAEMON_DOWNLOAD_ATTACHMENTDOWNLOAD_H
 
 #include "daemon/download/downloadfile.h"
 #include "daemon/download/progresssocket.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_DOWNLOADFILE_H
-#define DAEMON_DOWNLOADFILE_H
+#ifndef DAEMON_DOWNLOAD_DOWNLOADFILE_H
+#define DAEMON_DOWNLOAD_DOWNLOADFILE_H
 
 #include "daemon/download/temporaryfile.h"
 #include "eas/result.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_MESSAGEDOWNLOAD_H
-#define DAEMON_MESSAGEDOWNLOAD_H
+#ifndef DAEMON_DOWNLOAD_MESSAGEDOWNLOAD_H
+#define DAEMON_DOWNLOAD_MESSAGEDOWNLOAD_H
 
 #include "daemon/download/downloadfile.h"
 #include "daemon/work/task.h"

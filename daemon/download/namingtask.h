@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_NAMINGTASK_H
-#define DAEMON_NAMINGTASK_H
+#ifndef DAEMON_DOWNLOAD_NAMINGTASK_H
+#define DAEMON_DOWNLOAD_NAMINGTASK_H
 
 #include "daemon/work/task.h"
 #include "eas/itemlocator.h"

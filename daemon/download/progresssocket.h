@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_PROGRESSSOCKET_H
-#define DAEMON_PROGRESSSOCKET_H
+#ifndef DAEMON_DOWNLOAD_PROGRESSSOCKET_H
+#define DAEMON_DOWNLOAD_PROGRESSSOCKET_H
 
 #include <QElapsedTimer>
 #include <QLocalSocket>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_TEMPORARYFILE_H
-#define DAEMON_TEMPORARYFILE_H
+#ifndef DAEMON_DOWNLOAD_TEMPORARYFILE_H
+#define DAEMON_DOWNLOAD_TEMPORARYFILE_H
 
 #include <QTemporaryFile>
 

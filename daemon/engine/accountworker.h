@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ACCOUNTWORKER_H
-#define DAEMON_ACCOUNTWORKER_H
+#ifndef DAEMON_ENGINE_ACCOUNTWORKER_H
+#define DAEMON_ENGINE_ACCOUNTWORKER_H
 
 #include "daemon/work/accountcontext.h"
 #include "daemon/work/job.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_ENGINE_H
-#define DAEMON_ENGINE_H
+#ifndef DAEMON_ENGINE_ENGINE_H
+#define DAEMON_ENGINE_ENGINE_H
 
 #include "asclient/searchmailboxresult.h"
 #include "daemon/engine/accountworker.h"

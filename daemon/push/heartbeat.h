@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_HEARTBEAT_H
-#define DAEMON_HEARTBEAT_H
+#ifndef DAEMON_PUSH_HEARTBEAT_H
+#define DAEMON_PUSH_HEARTBEAT_H
 
 namespace Daemon {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_PUSHWATCH_H
-#define DAEMON_PUSHWATCH_H
+#ifndef DAEMON_PUSH_PUSHWATCH_H
+#define DAEMON_PUSH_PUSHWATCH_H
 
 #include "daemon/push/heartbeat.h"
 #include "daemon/sync/folderturns.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_FOUNDTEXT_H
-#define DAEMON_FOUNDTEXT_H
+#ifndef DAEMON_SEARCH_FOUNDTEXT_H
+#define DAEMON_SEARCH_FOUNDTEXT_H
 
 #include "eas/mailitem.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_LONGID_H
-#define DAEMON_LONGID_H
+#ifndef DAEMON_SEARCH_LONGID_H
+#define DAEMON_SEARCH_LONGID_H
 
 #include <qmailid.h>
 #include <QStringList>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_MAILBOXSEARCH_H
-#define DAEMON_MAILBOXSEARCH_H
+#ifndef DAEMON_SEARCH_MAILBOXSEARCH_H
+#define DAEMON_SEARCH_MAILBOXSEARCH_H
 
 #include "asclient/searchmailboxresult.h"
 #include "daemon/bus/request.h"

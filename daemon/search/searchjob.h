@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SEARCHJOB_H
-#define DAEMON_SEARCHJOB_H
+#ifndef DAEMON_SEARCH_SEARCHJOB_H
+#define DAEMON_SEARCH_SEARCHJOB_H
 
 #include "daemon/work/taskjob.h"
 

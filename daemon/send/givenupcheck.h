@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_GIVENUPCHECK_H
-#define DAEMON_GIVENUPCHECK_H
+#ifndef DAEMON_SEND_GIVENUPCHECK_H
+#define DAEMON_SEND_GIVENUPCHECK_H
 
 #include "daemon/store/outbox.h"
 #include "daemon/work/task.h"

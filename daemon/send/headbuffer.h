@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_HEADBUFFER_H
-#define DAEMON_HEADBUFFER_H
+#ifndef DAEMON_SEND_HEADBUFFER_H
+#define DAEMON_SEND_HEADBUFFER_H
 
 #include <QByteArray>
 #include <QIODevice>

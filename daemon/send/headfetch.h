@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_HEADFETCH_H
-#define DAEMON_HEADFETCH_H
+#ifndef DAEMON_SEND_HEADFETCH_H
+#define DAEMON_SEND_HEADFETCH_H
 
 #include "daemon/send/headbuffer.h"
 #include "daemon/work/task.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_MAILSENDING_H
-#define DAEMON_MAILSENDING_H
+#ifndef DAEMON_SEND_MAILSENDING_H
+#define DAEMON_SEND_MAILSENDING_H
 
 #include "daemon/send/outgoingfile.h"
 #include "daemon/store/outbox.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_OUTGOINGFILE_H
-#define DAEMON_OUTGOINGFILE_H
+#ifndef DAEMON_SEND_OUTGOINGFILE_H
+#define DAEMON_SEND_OUTGOINGFILE_H
 
 #include <QIODevice>
 #include <QTemporaryFile>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SENDINGPREPARATION_H
-#define DAEMON_SENDINGPREPARATION_H
+#ifndef DAEMON_SEND_SENDINGPREPARATION_H
+#define DAEMON_SEND_SENDINGPREPARATION_H
 
 #include "daemon/store/references.h"
 #include "daemon/store/responseplan.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SENTLOOKUP_H
-#define DAEMON_SENTLOOKUP_H
+#ifndef DAEMON_SEND_SENTLOOKUP_H
+#define DAEMON_SEND_SENTLOOKUP_H
 
 #include "daemon/work/task.h"
 #include "eas/itemlocator.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_ACCOUNTDIRECTORY_H
-#define STORE_ACCOUNTDIRECTORY_H
+#ifndef DAEMON_STORE_ACCOUNTDIRECTORY_H
+#define DAEMON_STORE_ACCOUNTDIRECTORY_H
 
 #include "daemon/store/accountrecord.h"
 

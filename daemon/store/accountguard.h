@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_ACCOUNTGUARD_H
-#define STORE_ACCOUNTGUARD_H
+#ifndef DAEMON_STORE_ACCOUNTGUARD_H
+#define DAEMON_STORE_ACCOUNTGUARD_H
 
 #include "eas/result.h"
 

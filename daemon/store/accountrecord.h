@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_ACCOUNTRECORD_H
-#define STORE_ACCOUNTRECORD_H
+#ifndef DAEMON_STORE_ACCOUNTRECORD_H
+#define DAEMON_STORE_ACCOUNTRECORD_H
 
 #include <qmailid.h>
 #include <QMetaType>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_ACCOUNTWIPE_H
-#define STORE_ACCOUNTWIPE_H
+#ifndef DAEMON_STORE_ACCOUNTWIPE_H
+#define DAEMON_STORE_ACCOUNTWIPE_H
 
 #include "daemon/store/storejob.h"
 #include "daemon/store/syncstatedb.h"

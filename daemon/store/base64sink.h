@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_BASE64SINK_H
-#define STORE_BASE64SINK_H
+#ifndef DAEMON_STORE_BASE64SINK_H
+#define DAEMON_STORE_BASE64SINK_H
 
 #include <QByteArray>
 #include <QIODevice>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_BATCHSIZE_H
-#define STORE_BATCHSIZE_H
+#ifndef DAEMON_STORE_BATCHSIZE_H
+#define DAEMON_STORE_BATCHSIZE_H
 
 #include <QtGlobal>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_CONTENTCHECK_H
-#define STORE_CONTENTCHECK_H
+#ifndef DAEMON_STORE_CONTENTCHECK_H
+#define DAEMON_STORE_CONTENTCHECK_H
 
 #include <qmailmessage.h>
 

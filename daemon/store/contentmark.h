@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_CONTENTMARK_H
-#define STORE_CONTENTMARK_H
+#ifndef DAEMON_STORE_CONTENTMARK_H
+#define DAEMON_STORE_CONTENTMARK_H
 
 #include "eas/mailitem.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_CONTENTWRITER_H
-#define STORE_CONTENTWRITER_H
+#ifndef DAEMON_STORE_CONTENTWRITER_H
+#define DAEMON_STORE_CONTENTWRITER_H
 
 #include "eas/mailitem.h"
 #include "eas/result.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_CURRENTMESSAGES_H
-#define STORE_CURRENTMESSAGES_H
+#ifndef DAEMON_STORE_CURRENTMESSAGES_H
+#define DAEMON_STORE_CURRENTMESSAGES_H
 
 #include <qmailmessage.h>
 #include <qmailmessagekey.h>

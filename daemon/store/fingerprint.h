@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_FINGERPRINT_H
-#define STORE_FINGERPRINT_H
+#ifndef DAEMON_STORE_FINGERPRINT_H
+#define DAEMON_STORE_FINGERPRINT_H
 
 #include <QByteArray>
 #include <qmailmessage.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_FLAGMARK_H
-#define STORE_FLAGMARK_H
+#ifndef DAEMON_STORE_FLAGMARK_H
+#define DAEMON_STORE_FLAGMARK_H
 
 #include <qmailmessage.h>
 

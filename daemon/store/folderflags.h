@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_FOLDERFLAGS_H
-#define STORE_FOLDERFLAGS_H
+#ifndef DAEMON_STORE_FOLDERFLAGS_H
+#define DAEMON_STORE_FOLDERFLAGS_H
 
 #include "daemon/store/syncstatedb.h"
 

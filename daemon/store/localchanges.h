@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_LOCALCHANGES_H
-#define STORE_LOCALCHANGES_H
+#ifndef DAEMON_STORE_LOCALCHANGES_H
+#define DAEMON_STORE_LOCALCHANGES_H
 
 #include "daemon/store/syncstatedb.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_MAILTEXT_H
-#define STORE_MAILTEXT_H
+#ifndef DAEMON_STORE_MAILTEXT_H
+#define DAEMON_STORE_MAILTEXT_H
 
 #include <QByteArray>
 #include <qmailaddress.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_MESSAGEBUILDER_H
-#define STORE_MESSAGEBUILDER_H
+#ifndef DAEMON_STORE_MESSAGEBUILDER_H
+#define DAEMON_STORE_MESSAGEBUILDER_H
 
 #include "eas/mailitem.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_MESSAGESKELETON_H
-#define STORE_MESSAGESKELETON_H
+#ifndef DAEMON_STORE_MESSAGESKELETON_H
+#define DAEMON_STORE_MESSAGESKELETON_H
 
 #include <QByteArray>
 #include <QList>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_MIMEGUARD_H
-#define STORE_MIMEGUARD_H
+#ifndef DAEMON_STORE_MIMEGUARD_H
+#define DAEMON_STORE_MIMEGUARD_H
 
 #include <QByteArray>
 

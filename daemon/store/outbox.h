@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_OUTBOX_H
-#define STORE_OUTBOX_H
+#ifndef DAEMON_STORE_OUTBOX_H
+#define DAEMON_STORE_OUTBOX_H
 
 #include "daemon/store/syncstatedb.h"
 

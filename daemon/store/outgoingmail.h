@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_OUTGOINGMAIL_H
-#define STORE_OUTGOINGMAIL_H
+#ifndef DAEMON_STORE_OUTGOINGMAIL_H
+#define DAEMON_STORE_OUTGOINGMAIL_H
 
 #include "daemon/store/responseplan.h"
 #include "daemon/store/syncstatedb.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_PARTORIGIN_H
-#define STORE_PARTORIGIN_H
+#ifndef DAEMON_STORE_PARTORIGIN_H
+#define DAEMON_STORE_PARTORIGIN_H
 
 #include "daemon/store/references.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_REFERENCES_H
-#define STORE_REFERENCES_H
+#ifndef DAEMON_STORE_REFERENCES_H
+#define DAEMON_STORE_REFERENCES_H
 
 #include "eas/result.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_REPLYHEADERS_H
-#define STORE_REPLYHEADERS_H
+#ifndef DAEMON_STORE_REPLYHEADERS_H
+#define DAEMON_STORE_REPLYHEADERS_H
 
 #include <qmailmessage.h>
 

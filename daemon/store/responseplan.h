@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_RESPONSEPLAN_H
-#define STORE_RESPONSEPLAN_H
+#ifndef DAEMON_STORE_RESPONSEPLAN_H
+#define DAEMON_STORE_RESPONSEPLAN_H
 
 #include "daemon/store/serveruid.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_SERVERUID_H
-#define STORE_SERVERUID_H
+#ifndef DAEMON_STORE_SERVERUID_H
+#define DAEMON_STORE_SERVERUID_H
 
 #include "eas/itemlocator.h"
 

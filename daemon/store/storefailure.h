@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_STOREFAILURE_H
-#define STORE_STOREFAILURE_H
+#ifndef DAEMON_STORE_STOREFAILURE_H
+#define DAEMON_STORE_STOREFAILURE_H
 
 #include "eas/result.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_STOREJOB_H
-#define STORE_STOREJOB_H
+#ifndef DAEMON_STORE_STOREJOB_H
+#define DAEMON_STORE_STOREJOB_H
 
 #include "eas/result.h"
 

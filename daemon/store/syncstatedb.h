@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_SYNCSTATEDB_H
-#define STORE_SYNCSTATEDB_H
+#ifndef DAEMON_STORE_SYNCSTATEDB_H
+#define DAEMON_STORE_SYNCSTATEDB_H
 
 #include "daemon/store/accountrecord.h"
 #include "eas/result.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_TEXTTRACES_H
-#define STORE_TEXTTRACES_H
+#ifndef DAEMON_STORE_TEXTTRACES_H
+#define DAEMON_STORE_TEXTTRACES_H
 
 #include <qmailmessage.h>
 #include <QSet>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORE_TRANSFERENCODING_H
-#define STORE_TRANSFERENCODING_H
+#ifndef DAEMON_STORE_TRANSFERENCODING_H
+#define DAEMON_STORE_TRANSFERENCODING_H
 
 #include "eas/result.h"
 

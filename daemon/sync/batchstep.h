@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_BATCHSTEP_H
-#define DAEMON_BATCHSTEP_H
+#ifndef DAEMON_SYNC_BATCHSTEP_H
+#define DAEMON_SYNC_BATCHSTEP_H
 
 #include "daemon/work/task.h"
 #include "eas/synccommand.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_FOLDERRANK_H
-#define DAEMON_FOLDERRANK_H
+#ifndef DAEMON_SYNC_FOLDERRANK_H
+#define DAEMON_SYNC_FOLDERRANK_H
 
 #include "eas/folderchanges.h"
 

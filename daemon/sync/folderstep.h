@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_FOLDERSTEP_H
-#define DAEMON_FOLDERSTEP_H
+#ifndef DAEMON_SYNC_FOLDERSTEP_H
+#define DAEMON_SYNC_FOLDERSTEP_H
 
 #include "daemon/sync/windowsize.h"
 #include "daemon/work/task.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_FOLDERSYNC_H
-#define DAEMON_FOLDERSYNC_H
+#ifndef DAEMON_SYNC_FOLDERSYNC_H
+#define DAEMON_SYNC_FOLDERSYNC_H
 
 #include "daemon/work/accountcontext.h"
 #include "eas/synccommand.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_FOLDERTURNS_H
-#define DAEMON_FOLDERTURNS_H
+#ifndef DAEMON_SYNC_FOLDERTURNS_H
+#define DAEMON_SYNC_FOLDERTURNS_H
 
 #include <QStringList>
 

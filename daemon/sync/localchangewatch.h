@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_LOCALCHANGEWATCH_H
-#define DAEMON_LOCALCHANGEWATCH_H
+#ifndef DAEMON_SYNC_LOCALCHANGEWATCH_H
+#define DAEMON_SYNC_LOCALCHANGEWATCH_H
 
 #include "daemon/work/accountcontext.h"
 #include "daemon/work/alarm.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_MOVEDCHECK_H
-#define DAEMON_MOVEDCHECK_H
+#ifndef DAEMON_SYNC_MOVEDCHECK_H
+#define DAEMON_SYNC_MOVEDCHECK_H
 
 #include "daemon/work/task.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_SYNCRUN_H
-#define DAEMON_SYNCRUN_H
+#ifndef DAEMON_SYNC_SYNCRUN_H
+#define DAEMON_SYNC_SYNCRUN_H
 
 #include "daemon/work/accountcontext.h"
 #include "daemon/work/job.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_TREESTEP_H
-#define DAEMON_TREESTEP_H
+#ifndef DAEMON_SYNC_TREESTEP_H
+#define DAEMON_SYNC_TREESTEP_H
 
 #include "daemon/work/task.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_UPLOADSTEP_H
-#define DAEMON_UPLOADSTEP_H
+#ifndef DAEMON_SYNC_UPLOADSTEP_H
+#define DAEMON_SYNC_UPLOADSTEP_H
 
 #include "daemon/store/localchanges.h"
 #include "daemon/work/task.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WINDOWSIZE_H
-#define DAEMON_WINDOWSIZE_H
+#ifndef DAEMON_SYNC_WINDOWSIZE_H
+#define DAEMON_SYNC_WINDOWSIZE_H
 
 #include <QtGlobal>
 

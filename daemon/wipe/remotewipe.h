@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_REMOTEWIPE_H
-#define DAEMON_REMOTEWIPE_H
+#ifndef DAEMON_WIPE_REMOTEWIPE_H
+#define DAEMON_WIPE_REMOTEWIPE_H
 
 #include "daemon/work/accountcontext.h"
 #include "eas/result.h"

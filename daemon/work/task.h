@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_TASK_H
-#define DAEMON_TASK_H
+#ifndef DAEMON_WORK_TASK_H
+#define DAEMON_WORK_TASK_H
 
 #include "daemon/store/storejob.h"
 #include "daemon/work/accountcontext.h"

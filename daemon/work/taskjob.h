@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_TASKJOB_H
-#define DAEMON_TASKJOB_H
+#ifndef DAEMON_WORK_TASKJOB_H
+#define DAEMON_WORK_TASKJOB_H
 
 #include "daemon/work/job.h"
 

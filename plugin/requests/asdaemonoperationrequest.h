@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ASDAEMONOPERATIONREQUEST_H
-#define ASDAEMONOPERATIONREQUEST_H
+#ifndef PLUGIN_REQUESTS_ASDAEMONOPERATIONREQUEST_H
+#define PLUGIN_REQUESTS_ASDAEMONOPERATIONREQUEST_H
 
 #include "plugin/requests/asdaemonrequest.h"
 

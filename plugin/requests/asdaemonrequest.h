@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ASDAEMONREQUEST_H
-#define ASDAEMONREQUEST_H
+#ifndef PLUGIN_REQUESTS_ASDAEMONREQUEST_H
+#define PLUGIN_REQUESTS_ASDAEMONREQUEST_H
 
 #include <QDBusReply>
 #include <QObject>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ASDAEMONSENDREQUEST_H
-#define ASDAEMONSENDREQUEST_H
+#ifndef PLUGIN_REQUESTS_ASDAEMONSENDREQUEST_H
+#define PLUGIN_REQUESTS_ASDAEMONSENDREQUEST_H
 
 #include "plugin/requests/asdaemonrequest.h"
 

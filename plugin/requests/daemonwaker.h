@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMONWAKER_H
-#define DAEMONWAKER_H
+#ifndef PLUGIN_REQUESTS_DAEMONWAKER_H
+#define PLUGIN_REQUESTS_DAEMONWAKER_H
 
 #include <QObject>
 

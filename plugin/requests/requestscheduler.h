@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef REQUESTSCHEDULER_H
-#define REQUESTSCHEDULER_H
+#ifndef PLUGIN_REQUESTS_REQUESTSCHEDULER_H
+#define PLUGIN_REQUESTS_REQUESTSCHEDULER_H
 
 #include <QList>
 #include <QObject>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef FOLDERSCOPE_H
-#define FOLDERSCOPE_H
+#ifndef PLUGIN_SEARCH_FOLDERSCOPE_H
+#define PLUGIN_SEARCH_FOLDERSCOPE_H
 
 #include <QPair>
 #include <QSet>

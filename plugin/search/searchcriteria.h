@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SEARCHCRITERIA_H
-#define SEARCHCRITERIA_H
+#ifndef PLUGIN_SEARCH_SEARCHCRITERIA_H
+#define PLUGIN_SEARCH_SEARCHCRITERIA_H
 
 #include <QDateTime>
 #include <QList>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef CLOCK_H
-#define CLOCK_H
+#ifndef PLUGIN_SERVICE_CLOCK_H
+#define PLUGIN_SERVICE_CLOCK_H
 
 #include <QtGlobal>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ORVSERVICE_H
-#define ORVSERVICE_H
+#ifndef PLUGIN_SERVICE_ORVSERVICE_H
+#define PLUGIN_SERVICE_ORVSERVICE_H
 
 #include <qmailmessageservice.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SERVICEKEY_H
-#define SERVICEKEY_H
+#ifndef PLUGIN_SERVICE_SERVICEKEY_H
+#define PLUGIN_SERVICE_SERVICEKEY_H
 
 #include <QString>
 

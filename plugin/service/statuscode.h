@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STATUSCODE_H
-#define STATUSCODE_H
+#ifndef PLUGIN_SERVICE_STATUSCODE_H
+#define PLUGIN_SERVICE_STATUSCODE_H
 
 #include <qmailserviceaction.h>
 

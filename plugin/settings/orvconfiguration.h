@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef PLUGIN_ORVCONFIGURATION_H
-#define PLUGIN_ORVCONFIGURATION_H
+#ifndef PLUGIN_SETTINGS_ORVCONFIGURATION_H
+#define PLUGIN_SETTINGS_ORVCONFIGURATION_H
 
 #include <qmailserviceconfiguration.h>
 

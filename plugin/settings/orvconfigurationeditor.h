@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef PLUGIN_ORVCONFIGURATIONEDITOR_H
-#define PLUGIN_ORVCONFIGURATIONEDITOR_H
+#ifndef PLUGIN_SETTINGS_ORVCONFIGURATIONEDITOR_H
+#define PLUGIN_SETTINGS_ORVCONFIGURATIONEDITOR_H
 
 #include "plugin/settings/orvconfiguration.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SETTINGS_ORVSETTINGSMODULE_H
-#define SETTINGS_ORVSETTINGSMODULE_H
+#ifndef PLUGIN_SETTINGS_ORVSETTINGSMODULE_H
+#define PLUGIN_SETTINGS_ORVSETTINGSMODULE_H
 
 #include "plugin/settings/settingsmodule.h"
 

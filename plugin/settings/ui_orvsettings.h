@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SETTINGS_UI_ORVSETTINGS_H
-#define SETTINGS_UI_ORVSETTINGS_H
+#ifndef PLUGIN_SETTINGS_UI_ORVSETTINGS_H
+#define PLUGIN_SETTINGS_UI_ORVSETTINGS_H
 
 #include <QComboBox>
 #include <QGridLayout>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ORVSINK_H
-#define ORVSINK_H
+#ifndef PLUGIN_SINK_ORVSINK_H
+#define PLUGIN_SINK_ORVSINK_H
 
 #include <qmailmessageservice.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ORVPROGRESSLISTENER_H
-#define ORVPROGRESSLISTENER_H
+#ifndef PLUGIN_SOURCE_ORVPROGRESSLISTENER_H
+#define PLUGIN_SOURCE_ORVPROGRESSLISTENER_H
 
 #include <QObject>
 #include <QString>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ORVSOURCE_H
-#define ORVSOURCE_H
+#ifndef PLUGIN_SOURCE_ORVSOURCE_H
+#define PLUGIN_SOURCE_ORVSOURCE_H
 
 #include "asclient/searchmailboxresult.h"
 #include "plugin/requests/asdaemonrequest.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SYNCMARKER_H
-#define SYNCMARKER_H
+#ifndef PLUGIN_SOURCE_SYNCMARKER_H
+#define PLUGIN_SOURCE_SYNCMARKER_H
 
 #include <QObject>
 

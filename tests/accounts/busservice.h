@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef BUSSERVICE_H
-#define BUSSERVICE_H
+#ifndef TESTS_ACCOUNTS_BUSSERVICE_H
+#define TESTS_ACCOUNTS_BUSSERVICE_H
 
 #include <QString>
 

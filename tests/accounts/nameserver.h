@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef NAMESERVER_H
-#define NAMESERVER_H
+#ifndef TESTS_ACCOUNTS_NAMESERVER_H
+#define TESTS_ACCOUNTS_NAMESERVER_H
 
 #include <QMultiHash>
 #include <QStringList>

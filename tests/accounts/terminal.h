@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef TERMINAL_H
-#define TERMINAL_H
+#ifndef TESTS_ACCOUNTS_TERMINAL_H
+#define TESTS_ACCOUNTS_TERMINAL_H
 
 #include <QByteArray>
 #include <QStringList>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STATEPATTERN_H
-#define STATEPATTERN_H
+#ifndef TESTS_ASCLIENT_STATEPATTERN_H
+#define TESTS_ASCLIENT_STATEPATTERN_H
 
 #include <QtGlobal>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef BUSLISTENER_H
-#define BUSLISTENER_H
+#ifndef TESTS_DAEMON_BUSLISTENER_H
+#define TESTS_DAEMON_BUSLISTENER_H
 
 #include <QDBusConnection>
 #include <QDBusMessage>

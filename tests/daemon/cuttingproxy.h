@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef CUTTINGPROXY_H
-#define CUTTINGPROXY_H
+#ifndef TESTS_DAEMON_CUTTINGPROXY_H
+#define TESTS_DAEMON_CUTTINGPROXY_H
 
 #include <functional>
 #include <QTcpServer>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMONPROCESS_H
-#define DAEMONPROCESS_H
+#ifndef TESTS_DAEMON_DAEMONPROCESS_H
+#define TESTS_DAEMON_DAEMONPROCESS_H
 
 #include <QProcess>
 #include <QString>

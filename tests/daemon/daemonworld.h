@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMONWORLD_H
-#define DAEMONWORLD_H
+#ifndef TESTS_DAEMON_DAEMONWORLD_H
+#define TESTS_DAEMON_DAEMONWORLD_H
 
 #include "asclient/asdbusinterface.h"
 #include "tests/daemon/buslistener.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DOWNLOADWORLD_H
-#define DOWNLOADWORLD_H
+#ifndef TESTS_DAEMON_DOWNLOADWORLD_H
+#define TESTS_DAEMON_DOWNLOADWORLD_H
 
 #include "tests/daemon/daemonworld.h"
 

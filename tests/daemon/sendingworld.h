@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SENDINGWORLD_H
-#define SENDINGWORLD_H
+#ifndef TESTS_DAEMON_SENDINGWORLD_H
+#define TESTS_DAEMON_SENDINGWORLD_H
 
 #include "tests/daemon/daemonworld.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STORELOCK_H
-#define STORELOCK_H
+#ifndef TESTS_DAEMON_STORELOCK_H
+#define TESTS_DAEMON_STORELOCK_H
 
 /** Holds the mail store's database locked, as another process in a long transaction does. */
 class StoreLock

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DEMO_ACTIONRUNNER_H
-#define DEMO_ACTIONRUNNER_H
+#ifndef TESTS_DEMO_ACTIONRUNNER_H
+#define TESTS_DEMO_ACTIONRUNNER_H
 
 #include <qmailserviceaction.h>
 

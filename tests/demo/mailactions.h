@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DEMO_MAILACTIONS_H
-#define DEMO_MAILACTIONS_H
+#ifndef TESTS_DEMO_MAILACTIONS_H
+#define TESTS_DEMO_MAILACTIONS_H
 
 #include <qmailid.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DEMO_STOREVIEW_H
-#define DEMO_STOREVIEW_H
+#ifndef TESTS_DEMO_STOREVIEW_H
+#define TESTS_DEMO_STOREVIEW_H
 
 #include <qmailfolder.h>
 #include <qmailid.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SCRIPTEDSERVER_H
-#define SCRIPTEDSERVER_H
+#ifndef TESTS_EAS_SCRIPTEDSERVER_H
+#define TESTS_EAS_SCRIPTEDSERVER_H
 
 #include <QByteArray>
 #include <QList>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SESSIONFIXTURE_H
-#define SESSIONFIXTURE_H
+#ifndef TESTS_EAS_SESSIONFIXTURE_H
+#define TESTS_EAS_SESSIONFIXTURE_H
 
 #include "eas/command.h"
 #include "eas/session.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef TESTCERTIFICATE_H
-#define TESTCERTIFICATE_H
+#ifndef TESTS_EAS_TESTCERTIFICATE_H
+#define TESTS_EAS_TESTCERTIFICATE_H
 
 #include <QSslCertificate>
 #include <QSslKey>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef WBXMLXML_H
-#define WBXMLXML_H
+#ifndef TESTS_EAS_WBXMLXML_H
+#define TESTS_EAS_WBXMLXML_H
 
 #include <QByteArray>
 

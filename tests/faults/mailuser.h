@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef FAULTS_MAILUSER_H
-#define FAULTS_MAILUSER_H
+#ifndef TESTS_FAULTS_MAILUSER_H
+#define TESTS_FAULTS_MAILUSER_H
 
 #include <qmailaccount.h>
 #include <qmailserviceaction.h>

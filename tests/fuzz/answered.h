@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ANSWERED_H
-#define ANSWERED_H
+#ifndef TESTS_FUZZ_ANSWERED_H
+#define TESTS_FUZZ_ANSWERED_H
 
 #include "eas/command.h"
 #include "tests/fuzz/require.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef CALLMAKER_H
-#define CALLMAKER_H
+#ifndef TESTS_FUZZ_CALLMAKER_H
+#define TESTS_FUZZ_CALLMAKER_H
 
 #include <QDataStream>
 #include <QDBusArgument>

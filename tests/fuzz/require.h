@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef REQUIRE_H
-#define REQUIRE_H
+#ifndef TESTS_FUZZ_REQUIRE_H
+#define TESTS_FUZZ_REQUIRE_H
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef WAITED_H
-#define WAITED_H
+#ifndef TESTS_FUZZ_WAITED_H
+#define TESTS_FUZZ_WAITED_H
 
 #include <QCoreApplication>
 #include <QTimer>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACTIONLIST_H
-#define ACTIONLIST_H
+#ifndef TESTS_MESSAGESERVER_ACTIONLIST_H
+#define TESTS_MESSAGESERVER_ACTIONLIST_H
 
 #include <QList>
 #include <QObject>

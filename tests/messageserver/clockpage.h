@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef CLOCKPAGE_H
-#define CLOCKPAGE_H
+#ifndef TESTS_MESSAGESERVER_CLOCKPAGE_H
+#define TESTS_MESSAGESERVER_CLOCKPAGE_H
 
 #include <atomic>
 #include <cstdint>

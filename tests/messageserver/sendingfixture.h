@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SENDINGFIXTURE_H
-#define SENDINGFIXTURE_H
+#ifndef TESTS_MESSAGESERVER_SENDINGFIXTURE_H
+#define TESTS_MESSAGESERVER_SENDINGFIXTURE_H
 
 #include "tests/messageserver/serverfixture.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SERVERCLOCK_H
-#define SERVERCLOCK_H
+#ifndef TESTS_MESSAGESERVER_SERVERCLOCK_H
+#define TESTS_MESSAGESERVER_SERVERCLOCK_H
 
 #include <QTemporaryFile>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SERVERFIXTURE_H
-#define SERVERFIXTURE_H
+#ifndef TESTS_MESSAGESERVER_SERVERFIXTURE_H
+#define TESTS_MESSAGESERVER_SERVERFIXTURE_H
 
 #include "tests/support/actionwatcher.h"
 #include "tests/support/messageserver.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef FAKEMESSAGESERVER_H
-#define FAKEMESSAGESERVER_H
+#ifndef TESTS_PLUGIN_FAKEMESSAGESERVER_H
+#define TESTS_PLUGIN_FAKEMESSAGESERVER_H
 
 #include <QDBusConnection>
 #include <QDBusVirtualObject>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef KEYTREE_H
-#define KEYTREE_H
+#ifndef TESTS_PLUGIN_KEYTREE_H
+#define TESTS_PLUGIN_KEYTREE_H
 
 #include <QRandomGenerator>
 #include <QVariant>

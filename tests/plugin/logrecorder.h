@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef LOGRECORDER_H
-#define LOGRECORDER_H
+#ifndef TESTS_PLUGIN_LOGRECORDER_H
+#define TESTS_PLUGIN_LOGRECORDER_H
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SERVICEFIXTURE_H
-#define SERVICEFIXTURE_H
+#ifndef TESTS_PLUGIN_SERVICEFIXTURE_H
+#define TESTS_PLUGIN_SERVICEFIXTURE_H
 
 #include "asclient/asdbusinterface.h"
 #include "plugin/requests/asdaemonoperationrequest.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SERVICESPY_H
-#define SERVICESPY_H
+#ifndef TESTS_PLUGIN_SERVICESPY_H
+#define TESTS_PLUGIN_SERVICESPY_H
 
 #include <QObject>
 #include <QStringList>

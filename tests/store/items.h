@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ITEMS_H
-#define ITEMS_H
+#ifndef TESTS_STORE_ITEMS_H
+#define TESTS_STORE_ITEMS_H
 
 #include "daemon/store/syncstatedb.h"
 #include "eas/folderchanges.h"

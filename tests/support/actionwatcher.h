@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACTIONWATCHER_H
-#define ACTIONWATCHER_H
+#ifndef TESTS_SUPPORT_ACTIONWATCHER_H
+#define TESTS_SUPPORT_ACTIONWATCHER_H
 
 #include <QList>
 #include <QObject>

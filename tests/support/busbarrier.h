@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef BUSBARRIER_H
-#define BUSBARRIER_H
+#ifndef TESTS_SUPPORT_BUSBARRIER_H
+#define TESTS_SUPPORT_BUSBARRIER_H
 
 #include <QDBusConnection>
 

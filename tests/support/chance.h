@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef CHANCE_H
-#define CHANCE_H
+#ifndef TESTS_SUPPORT_CHANCE_H
+#define TESTS_SUPPORT_CHANCE_H
 
 #include <QRandomGenerator>
 #include <QTest>

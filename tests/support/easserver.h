@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef EASSERVER_H
-#define EASSERVER_H
+#ifndef TESTS_SUPPORT_EASSERVER_H
+#define TESTS_SUPPORT_EASSERVER_H
 
 #include <QByteArray>
 #include <QHash>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef MESSAGESERVER_H
-#define MESSAGESERVER_H
+#ifndef TESTS_SUPPORT_MESSAGESERVER_H
+#define TESTS_SUPPORT_MESSAGESERVER_H
 
 #include <QProcess>
 #include <QString>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SCRIPTEDDAEMON_H
-#define SCRIPTEDDAEMON_H
+#ifndef TESTS_SUPPORT_SCRIPTEDDAEMON_H
+#define TESTS_SUPPORT_SCRIPTEDDAEMON_H
 
 #include "asclient/searchmailboxresult.h"
 

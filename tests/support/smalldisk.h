@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef SMALLDISK_H
-#define SMALLDISK_H
+#ifndef TESTS_SUPPORT_SMALLDISK_H
+#define TESTS_SUPPORT_SMALLDISK_H
 
 /**
  * Mounts a small file system on a folder, for this process and those that it starts alone. `size`

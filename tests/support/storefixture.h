@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef STOREFIXTURE_H
-#define STOREFIXTURE_H
+#ifndef TESTS_SUPPORT_STOREFIXTURE_H
+#define TESTS_SUPPORT_STOREFIXTURE_H
 
 #include <qmailaccount.h>
 #include <qmailfolder.h>
