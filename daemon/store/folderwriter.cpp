@@ -32,6 +32,13 @@ bool isJunkName(const QString &name)
     return names.contains(name.toLower());
 }
 
+/** What the record's folder is called here. */
+QString folderName(const Eas::FolderRecord &record)
+{
+    const QString name = MailText::headerText(record.displayName, maximumNameLength);
+    return name.isEmpty() ? QStringLiteral("?") : name;
+}
+
 quint64 roleMask()
 {
     return QMailFolder::Incoming | QMailFolder::Outgoing | QMailFolder::Sent | QMailFolder::Drafts
@@ -93,9 +100,12 @@ bool FolderWriter::step()
     m_result = AccountGuard::check(m_account);
     if (m_result.ok() && !m_planned)
         m_result = plan();
-    while (m_result.ok() && !m_pending.isEmpty() && timer.elapsed() < stepBudget)
+    while (m_result.ok() && !m_renamed.isEmpty() && timer.elapsed() < stepBudget)
+        m_result = rename();
+    while (m_result.ok() && m_renamed.isEmpty() && !m_pending.isEmpty()
+           && timer.elapsed() < stepBudget)
         m_result = write(m_pending.takeFirst());
-    while (m_result.ok() && m_pending.isEmpty() && !m_toRemove.isEmpty()
+    while (m_result.ok() && m_renamed.isEmpty() && m_pending.isEmpty() && !m_toRemove.isEmpty()
            && timer.elapsed() < stepBudget) {
         const FolderState state = m_known.value(m_toRemove.first());
         bool emptied = false;
@@ -107,7 +117,7 @@ bool FolderWriter::step()
     }
     if (!m_result.ok())
         return false;
-    if (!m_pending.isEmpty() || !m_toRemove.isEmpty())
+    if (!m_renamed.isEmpty() || !m_pending.isEmpty() || !m_toRemove.isEmpty())
         return true;
     m_result = finish();
     return false;
@@ -121,6 +131,8 @@ Eas::Result FolderWriter::plan()
     Records wanted;
     collect(&wanted);
     sortParentsFirst(wanted);
+    if (m_changes.complete)
+        findRenamed(wanted);
     addChildrenToRemove();
     m_total = qMax(1, m_pending.size() + m_toRemove.size());
     m_planned = true;
@@ -134,12 +146,16 @@ Eas::Result FolderWriter::adopt()
     QHash<QMailFolderId, QString> present;
     for (const QMailFolderId &id : store->queryFolders(QMailFolderKey::parentAccountId(m_account)))
         present.insert(id, store->folder(id).customField(serverIdField));
+    QSet<QMailFolderId> remembered;
     for (const FolderState &state : m_db.folders(m_account)) {
-        if (present.contains(state.folderId))
-            m_known.insert(state.serverId, state);
+        if (!present.contains(state.folderId))
+            continue;
+        m_known.insert(state.serverId, state);
+        remembered.insert(state.folderId);
     }
     for (auto it = present.constBegin(); it != present.constEnd(); ++it) {
-        if (it.value().isEmpty() || m_known.contains(it.value()))
+        // A renaming that was broken off leaves the former id in the mail store.
+        if (it.value().isEmpty() || m_known.contains(it.value()) || remembered.contains(it.key()))
             continue;
         FolderState state;
         state.serverId = it.value();
@@ -191,6 +207,56 @@ void FolderWriter::sortParentsFirst(Records wanted)
     }
 }
 
+/**
+ * A server that lost its memory calls folders by other ids than before: what would be removed stays
+ * where something like it would be made anew.
+ */
+void FolderWriter::findRenamed(const Records &wanted)
+{
+    for (const Eas::FolderRecord &record : qAsConst(m_pending)) {
+        const bool isParentNew =
+            wanted.contains(record.parentId) && !m_known.contains(record.parentId);
+        if (m_known.contains(record.serverId) || isParentNew)
+            continue;
+        const QString former = formerId(record);
+        if (former.isEmpty())
+            continue;
+        FolderState state = m_known.take(former);
+        m_toRemove.removeAll(former);
+        m_renamed.append(FolderRenaming(state, record.serverId));
+        state.serverId = record.serverId;
+        state.parentId = record.parentId;
+        state.syncKey = QStringLiteral("0");
+        state.reconciling = false;
+        m_known.insert(record.serverId, state);
+    }
+}
+
+/** The id of the folder that is to be removed and has the place, name and kind of the record. */
+QString FolderWriter::formerId(const Eas::FolderRecord &record) const
+{
+    const QMailFolderId parent = m_known.value(record.parentId).folderId;
+    for (const QString &id : m_toRemove) {
+        const FolderState state = m_known.value(id);
+        const QMailFolder folder(state.folderId);
+        // The kind is not remembered of a folder that only the mail store knew.
+        const bool isSameKind = state.type == 0 || state.type == record.type;
+        if (isSameKind && folder.parentFolderId() == parent
+            && folder.displayName() == folderName(record))
+            return id;
+    }
+    return {};
+}
+
+Eas::Result FolderWriter::rename()
+{
+    bool isDone = false;
+    const Eas::Result result = m_renamed.first().step(m_db, m_account, &isDone);
+    if (isDone)
+        m_renamed.removeFirst();
+    return result;
+}
+
 /** A folder below one that is removed goes with it, unless this answer moves it elsewhere. */
 void FolderWriter::addChildrenToRemove()
 {
@@ -233,9 +299,7 @@ bool FolderWriter::describe(QMailFolder *folder, const Eas::FolderRecord &record
 {
     QMailFolder result = *folder;
     const FolderState parent = m_known.value(record.parentId);
-    QString name = MailText::headerText(record.displayName, maximumNameLength);
-    if (name.isEmpty())
-        name = QStringLiteral("?");
+    const QString name = folderName(record);
     result.setDisplayName(name);
     result.setPath(name);
     result.setParentAccountId(m_account);

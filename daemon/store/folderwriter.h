@@ -2,6 +2,7 @@
 #ifndef DAEMON_STORE_FOLDERWRITER_H
 #define DAEMON_STORE_FOLDERWRITER_H
 
+#include "daemon/store/folderrenaming.h"
 #include "daemon/store/storejob.h"
 #include "daemon/store/syncstatedb.h"
 #include "eas/folderchanges.h"
@@ -16,7 +17,8 @@ namespace Store {
  * remembers the answer's key.
  *
  * Folders that hold no mail are left out. A complete answer is compared with what is here: a
- * folder that the server still has keeps its id and its messages. Every folder in the store carries
+ * folder that the server still has keeps its id and its messages, even if the server calls it by
+ * another id now, which is seen by its place, name and kind. Every folder in the store carries
  * its server id, so that it is found again even if the daemon's own memory was lost.
  */
 class FolderWriter : public StoreJob
@@ -35,6 +37,9 @@ private:
     Eas::Result adopt();
     void collect(Records *wanted);
     void sortParentsFirst(Records wanted);
+    void findRenamed(const Records &wanted);
+    QString formerId(const Eas::FolderRecord &record) const;
+    Eas::Result rename();
     void addChildrenToRemove();
     Eas::Result write(const Eas::FolderRecord &record);
     bool wouldLoop(const QMailFolder &folder, QMailFolderId parent) const;
@@ -50,6 +55,7 @@ private:
     const Eas::FolderChanges m_changes;
     bool m_planned = false;
     QHash<QString, FolderState> m_known;
+    QList<FolderRenaming> m_renamed;
     QList<Eas::FolderRecord> m_pending; ///< parents before children
     QStringList m_toRemove;             ///< children before parents
     int m_total = 1;

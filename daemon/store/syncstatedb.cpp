@@ -525,6 +525,34 @@ Eas::Result SyncStateDb::removeFolder(const QMailAccountId &account, const QStri
     return run(query);
 }
 
+Eas::Result SyncStateDb::renameFolder(const QMailAccountId &account, const QString &serverId,
+                                      const QString &newId)
+{
+    Transaction transaction(m_database);
+    // What is left of a folder that had the id before is gone from the mail store.
+    Eas::Result result = removeFolder(account, newId);
+    for (const char *sql : {"DELETE FROM unconfirmed WHERE account = ? AND server_id = ?",
+                            "DELETE FROM moved WHERE account = ? AND server_id = ?"}) {
+        QSqlQuery query(m_database);
+        query.prepare(QLatin1String(sql));
+        query.addBindValue(number(account));
+        query.addBindValue(serverId);
+        if (result.ok())
+            result = run(query);
+    }
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("UPDATE folder SET sync_key = '0', reconciling = 0, server_id = ?"
+                                 " WHERE account = ? AND server_id = ?"));
+    query.addBindValue(newId);
+    query.addBindValue(number(account));
+    query.addBindValue(serverId);
+    if (result.ok())
+        result = run(query);
+    if (result.ok() && query.numRowsAffected() == 0)
+        return {Eas::Cancelled, QStringLiteral("the account was removed")};
+    return result.ok() ? transaction.commit() : result;
+}
+
 Eas::Result SyncStateDb::startReconciling(const QMailAccountId &account, const FolderState &state,
                                           const QList<Unconfirmed> &messages)
 {

@@ -116,6 +116,9 @@ public:
     std::optional<FolderState> folder(const QMailFolderId &folderId) const;
     Eas::Result saveFolder(const QMailAccountId &account, const FolderState &state);
     Eas::Result removeFolder(const QMailAccountId &account, const QString &serverId);
+    /** The server calls the folder by another id from now on: its synchronisation begins anew. */
+    Eas::Result renameFolder(const QMailAccountId &account, const QString &serverId,
+                             const QString &newId);
 
     /** Replaces the folder's unconfirmed messages, which moved ones are as well from now on, and
      * saves its state, both or neither. */

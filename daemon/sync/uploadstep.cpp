@@ -2,11 +2,13 @@
 #include "daemon/sync/uploadstep.h"
 
 #include "daemon/bus/logging.h"
+#include "daemon/store/folderwriter.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/windowwriter.h"
 #include "daemon/sync/foldersync.h"
 #include "daemon/sync/windowsize.h"
 #include "eas/folderchanges.h"
+#include "eas/foldersynccommand.h"
 #include "eas/moveitemscommand.h"
 #include "eas/synccommand.h"
 
@@ -296,9 +298,59 @@ void UploadStep::onMoved(const Eas::MoveItemsCommand &command, const QList<Store
         retryOrFail(result, [this, moves] { move(moves); });
         return;
     }
+    QList<Refusal> gone;
     for (int i = 0; i < moves.size() && result.ok(); ++i) {
         const Eas::MoveOutcome outcome = command.outcomes().value(i);
-        result = resolve(moves.at(i), outcome.status, outcome.newServerId);
+        if (outcome.status == SourceGone || outcome.status == DestinationGone)
+            gone.append({moves.at(i), outcome.status});
+        else
+            result = resolve(moves.at(i), outcome.status, outcome.newServerId);
+    }
+    if (result.ok() && !gone.isEmpty())
+        checkTree(gone);
+    else
+        endWith(result);
+}
+
+/** A server that lost its memory misses all that it knew: that says nothing of a message. */
+void UploadStep::checkTree(const QList<Refusal> &refusals)
+{
+    const QString key = m_context.db->account(m_context.id()).folderSyncKey;
+    if (key == QLatin1String("0")) {
+        next();
+        return;
+    }
+    auto *command = new Eas::FolderSyncCommand(m_context.session, key);
+    start(command, [this, command, refusals] { onTreeChecked(*command, refusals); });
+}
+
+void UploadStep::onTreeChecked(const Eas::FolderSyncCommand &command,
+                               const QList<Refusal> &refusals)
+{
+    if (command.keyRefused()) {
+        qCInfo(lcSync) << "account" << m_context.id()
+                       << "keeps moves for later: the server does not know the folder tree";
+        next();
+        return;
+    }
+    if (!command.result().ok()) {
+        retryOrFail(command.result(), [this, refusals] { checkTree(refusals); });
+        return;
+    }
+    // Some servers tell each change of the tree once.
+    write(std::make_unique<Store::FolderWriter>(*m_context.db, m_context.id(), command.changes()),
+          [this, refusals] { resolveAll(refusals); });
+}
+
+void UploadStep::resolveAll(const QList<Refusal> &refusals)
+{
+    Eas::Result result;
+    for (const auto &[move, status] : refusals) {
+        // What went with its folder is settled.
+        const bool areFoldersHere = m_context.db->folder(m_context.id(), move.collectionId)
+            && m_context.db->folder(m_context.id(), move.destination);
+        if (result.ok() && areFoldersHere)
+            result = resolve(move, status, QString());
     }
     endWith(result);
 }

@@ -10,6 +10,7 @@
 #include <QSet>
 
 namespace Eas {
+class FolderSyncCommand;
 class MoveItemsCommand;
 class SyncCommand;
 struct SyncWindow;
@@ -42,6 +43,9 @@ public:
     QHash<QString, Eas::Result> left() const { return m_left; }
 
 private:
+    /** A move that the server did not do, and the status that tells why. */
+    using Refusal = QPair<Store::Move, int>;
+
     void next();
     void look(const QString &collectionId);
     bool isDestination(const QString &collectionId) const;
@@ -53,6 +57,9 @@ private:
     void onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes);
     void move(const QList<Store::Move> &moves);
     void onMoved(const Eas::MoveItemsCommand &command, const QList<Store::Move> &moves);
+    void checkTree(const QList<Refusal> &refusals);
+    void onTreeChecked(const Eas::FolderSyncCommand &command, const QList<Refusal> &refusals);
+    void resolveAll(const QList<Refusal> &refusals);
     Eas::Result resolve(const Store::Move &move, int status, const QString &newServerId);
     void endWith(const Eas::Result &result);
 

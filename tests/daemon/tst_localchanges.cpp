@@ -58,6 +58,7 @@ private slots:
     void aMovedMessageStaysUntilTheServerSaysThatItIsGone();
     void onlySoManyMovedMessagesAreAskedForAtOnce();
     void aKilledDaemonLosesAndDoublesNothing();
+    void aServerThatLostItsMemoryChangesNothingHere();
 
 private:
     using Message = QMailMessageMetaData;
@@ -70,6 +71,16 @@ private:
     static void set(const QMailMessageIdList &ids, quint64 flag, bool value)
     {
         QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(ids), flag, value);
+    }
+    /** All messages of the account, with what they are. */
+    static QMap<QMailMessageId, QString> everything()
+    {
+        QMap<QMailMessageId, QString> found;
+        for (const QMailMessageId &id : QMailStore::instance()->queryMessages()) {
+            const QMailMessage message(id);
+            found.insert(id, message.subject() + QLatin1Char('|') + message.body().data());
+        }
+        return found;
     }
     static bool has(const QMailMessageId &id, quint64 flag)
     {
@@ -607,6 +618,60 @@ void TestLocalChanges::aKilledDaemonLosesAndDoublesNothing()
         QCOMPARE(messageOf(mail2), second);
         QCOMPARE(world().messageCount(), 3);
     }
+}
+
+void TestLocalChanges::aServerThatLostItsMemoryChangesNothingHere()
+{
+    const QString projects = QStringLiteral("Projects");
+    const QJsonObject alice {{QStringLiteral("user"), QStringLiteral("alice")}};
+    for (const QString &path : {projects, projects + QStringLiteral("/Old")}) {
+        QJsonObject wish = alice;
+        wish.insert(QStringLiteral("folder"), path);
+        world().server.control("folder-create", wish);
+        world().deliver(2, path, path);
+    }
+    world().deliver(3);
+    world().deliver(1, QStringLiteral("Gone"));
+    for (int alike = 0; alike < 2; ++alike)
+        world().deliver(1, QStringLiteral("Same"));
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailFolderIdList folders = QMailStore::instance()->queryFolders();
+    QMap<QMailMessageId, QString> before = everything();
+    QCOMPARE(before.size(), 13);
+
+    // Done here while nobody could be told of it.
+    const QMailMessageId read = messageOf(mail1);
+    const QMailMessageId important = messageOf(projects + QStringLiteral("/Old 1"));
+    const QMailMessageId moved = messageOf(projects + QStringLiteral(" 2"));
+    set({read}, Message::Read, true);
+    set({important}, Message::Important, true);
+    move(moved, projects, drafts);
+    deleteAtServer(QStringLiteral("Gone 1"), inbox);
+    before.remove(messageOf(QStringLiteral("Gone 1")));
+    world().server.control("renumber", alice);
+    world().deliver(1, QStringLiteral("New"));
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().syncAndWait(), 200);
+
+    QMap<QMailMessageId, QString> after = everything();
+    QVERIFY(after.take(messageOf(QStringLiteral("New 1"))).startsWith(QLatin1String("New 1")));
+    QCOMPARE(after, before);
+    QCOMPARE(QMailStore::instance()->queryFolders(), folders);
+    QVERIFY(has(read, Message::Read) && has(read, Message::ReadElsewhere));
+    QVERIFY(has(important, Message::Important) && has(important, Message::ImportantElsewhere));
+    QCOMPARE(Message(moved).parentFolderId(), world().folder(drafts));
+
+    // All ids are the right ones: what was done reached the very messages that it was done to.
+    QCOMPARE(world().server.messages(QStringLiteral("alice"), inbox).size(), 9);
+    int readThere = 0;
+    for (const QJsonObject &one : world().server.messages(QStringLiteral("alice"), inbox))
+        readThere += one.value(QStringLiteral("read")).toBool();
+    QCOMPARE(readThere, 1);
+    const QString old = projects + QStringLiteral("/Old");
+    QCOMPARE(atServer(old + QStringLiteral(" 1"), old).value(QStringLiteral("flag")).toInt(), 2);
+    QCOMPARE(atServer(old + QStringLiteral(" 2"), old).value(QStringLiteral("flag")).toInt(), 0);
+    QVERIFY(!atServer(projects + QStringLiteral(" 2"), drafts).isEmpty());
+    QCOMPARE(world().server.messages(QStringLiteral("alice"), projects).size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestLocalChanges)

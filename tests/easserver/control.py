@@ -176,6 +176,22 @@ class Control:
                 device.hierarchy = None
         return {}
 
+    def renumber(self, wish):
+        """The server lost all that it knew of "user" but the mail: each folder gets another id, each message
+        one that was another's, and no device has a key."""
+        user = self.user(wish)
+        folders = list(user.folders.values())
+        ids = {folder.id: user.new_id() for folder in folders}
+        for folder in folders:
+            folder.id, folder.parent = ids[folder.id], ids.get(folder.parent, folder.parent)
+            folder.items = dict(zip(folder.items, reversed(folder.items.values())))
+            folder.change += 1
+        user.folders = {folder.id: folder for folder in folders}
+        for device in user.devices.values():
+            device.collections.clear()
+            device.hierarchy = None
+        return {}
+
     def network(self, wish):
         """"up": false: nobody reaches the server any more, true: they do again."""
         if wish["up"]:

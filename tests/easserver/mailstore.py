@@ -126,10 +126,13 @@ class User:
             kind = STANDARD.get(name.lower(), USER_MAIL) if parent == ROOT else USER_MAIL
             if kind != USER_MAIL and any(f.kind == kind for f in self.folders.values()):
                 kind = USER_MAIL
-        # The percent sign is there on purpose: an id must come back as it went out.
-        folder = Folder(f"mail%2F{self.name}{next(self.numbers):04x}", name, parent, kind, path)
+        folder = Folder(self.new_id(), name, parent, kind, path)
         self.folders[folder.id] = folder
         return folder
+
+    def new_id(self):
+        """The percent sign is there on purpose: an id must come back as it went out."""
+        return f"mail%2F{self.name}{next(self.numbers):04x}"
 
     def folder_of_kind(self, kind):
         return next(f for f in self.folders.values() if f.kind == kind)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/folderwriter.h"
+#include "daemon/store/serveruid.h"
 #include "daemon/store/windowwriter.h"
 #include "tests/store/items.h"
 #include "tests/support/chance.h"
@@ -54,11 +55,18 @@ private slots:
     void hostileNames();
     void manyMessagesAreRemovedInShortSteps();
     void nothingIsWrittenForARemovedAccount();
+    void folderUnderAnotherIdIsKept();
+    void renamingThatWasBrokenOffGoesOn();
+    void folderOfAnotherPlaceNameOrKindIsAnother();
     void randomAnswersMatchAPlainModel();
 
 private:
     int write(const Eas::FolderChanges &changes);
     Eas::FolderChanges changes(const QString &key) const;
+    /** The usual folders, one more, and one below that; the server's ids begin with that text. */
+    Eas::FolderChanges tree(const char *prefix) const;
+    /** A message that the server has brought into the folder. */
+    QMailMessageId messageIn(const char *serverId);
     Store::FolderState state(const char *serverId) const;
     QMailFolder folder(const char *serverId) const { return QMailFolder(state(serverId).folderId); }
     int count() const;
@@ -92,6 +100,30 @@ Eas::FolderChanges FolderWriterTest::changes(const QString &key) const
     Eas::FolderChanges changes;
     changes.syncKey = key;
     return changes;
+}
+
+Eas::FolderChanges FolderWriterTest::tree(const char *prefix) const
+{
+    Eas::FolderChanges answer = usualFolders();
+    answer.added.append(Items::folder(text("a"), text("A")));
+    answer.added.append(
+        Items::folder(text("below"), text("Below"), Eas::UserMailFolder, text("a")));
+    for (Eas::FolderRecord &record : answer.added) {
+        record.serverId.prepend(text(prefix));
+        if (record.parentId != text("0"))
+            record.parentId.prepend(text(prefix));
+    }
+    return answer;
+}
+
+QMailMessageId FolderWriterTest::messageIn(const char *serverId)
+{
+    Eas::SyncWindow window = Items::window(text(serverId), text("1"));
+    if (!Store::WindowWriter(*m_db, m_account, window).run().ok())
+        return {};
+    window.added = {item(text("5"))};
+    Store::WindowWriter writer(*m_db, m_account, window);
+    return writer.run().ok() ? writer.added().value(0) : QMailMessageId();
 }
 
 Store::FolderState FolderWriterTest::state(const char *serverId) const
@@ -461,6 +493,64 @@ void FolderWriterTest::nothingIsWrittenForARemovedAccount()
     QVERIFY(QMailStore::instance()->removeAccount(m_account));
     QCOMPARE(write(usualFolders()), 1030);
     QCOMPARE(count(), 0);
+}
+
+void FolderWriterTest::folderUnderAnotherIdIsKept()
+{
+    QCOMPARE(write(tree("")), 200);
+    const QMailMessageId message = messageIn("a");
+    const QMailFolderId a = state("a").folderId;
+    const QMailFolderId below = state("below").folderId;
+    QCOMPARE(write(tree("new-")), 200);
+    QCOMPARE(count(), 6);
+    QCOMPARE(state("new-a").folderId, a);
+    QCOMPARE(state("new-a").syncKey, text("0"));
+    QCOMPARE(state("new-below").folderId, below);
+    QCOMPARE(folder("new-below").parentFolderId(), a);
+    QVERIFY(!m_db->folder(m_account, text("a")));
+    const auto uid = Store::ServerUid::split(QMailMessageMetaData(message).serverUid());
+    QCOMPARE(uid.collectionId, text("new-a"));
+    // Another message may have its former id.
+    QVERIFY(!uid.isKnownThere());
+}
+
+void FolderWriterTest::renamingThatWasBrokenOffGoesOn()
+{
+    for (int steps = 0; steps < 8; ++steps) {
+        QCOMPARE(write(tree("")), 200);
+        const QMailMessageId message = messageIn("a");
+        const QMailFolderId a = state("a").folderId;
+        const QMailFolderId below = state("below").folderId;
+        Store::FolderWriter writer(*m_db, m_account, tree("new-"));
+        for (int i = 0; i < steps && writer.step(); ++i) { }
+        m_db = std::make_unique<Store::SyncStateDb>();
+        QVERIFY(m_db->open().ok());
+        QVERIFY(m_db->openAccount(Store::AccountRecord::read(m_account)).ok());
+        QCOMPARE(write(tree("new-")), 200);
+        QCOMPARE(count(), 6);
+        QCOMPARE(state("new-a").folderId, a);
+        QCOMPARE(state("new-below").folderId, below);
+        const auto uid = Store::ServerUid::split(QMailMessageMetaData(message).serverUid());
+        QCOMPARE(uid.collectionId, text("new-a"));
+        cleanup();
+        init();
+    }
+}
+
+void FolderWriterTest::folderOfAnotherPlaceNameOrKindIsAnother()
+{
+    QCOMPARE(write(tree("")), 200);
+    const QMailFolderIdList before {state("a").folderId, state("below").folderId,
+                                    state("se").folderId};
+    Eas::FolderChanges answer = changes(text("g1"));
+    answer.complete = true;
+    answer.added = {Items::folder(text("1"), text("Other name")),
+                    Items::folder(text("2"), folder("below").displayName()),
+                    Items::folder(text("3"), folder("se").displayName())};
+    QCOMPARE(write(answer), 200);
+    QCOMPARE(count(), 3);
+    for (const char *id : {"1", "2", "3"})
+        QVERIFY(!before.contains(state(id).folderId));
 }
 
 void FolderWriterTest::randomAnswersMatchAPlainModel()

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_STORE_FOLDERRENAMING_H
+#define DAEMON_STORE_FOLDERRENAMING_H
+
+#include "daemon/store/syncstatedb.h"
+
+namespace Store {
+
+/**
+ * Keeps a folder and its messages when the server calls it by another id than before.
+ *
+ * What the server calls the messages now is not known until the folder was compared with it: an old
+ * item id may be another message's. So they have none meanwhile, what the user does with them
+ * waits, and the folder's synchronisation begins anew. Deletions that were not carried yet are
+ * forgotten, for nothing is left here by which the message could be known again: it comes back.
+ */
+class FolderRenaming
+{
+public:
+    FolderRenaming(const FolderState &folder, const QString &newId);
+
+    /** Does a share of it; `isDone` tells whether nothing is left. After a failure, or if it is
+     * never ended, the next complete folder tree finds the folder as it was. */
+    Eas::Result step(SyncStateDb &db, const QMailAccountId &account, bool *isDone);
+
+private:
+    Eas::Result forgetNames();
+    Eas::Result forgetDeletions(const QMailAccountId &account) const;
+
+    FolderState m_folder;
+    QString m_newId;
+    bool m_isListed = false;
+    QMailMessageIdList m_messages; ///< to be looked at
+};
+
+} // namespace Store
+
+#endif
