@@ -4,6 +4,8 @@
 
 #include "daemon/store/syncstatedb.h"
 
+#include <qmailmessage.h>
+
 namespace Store {
 
 /**
@@ -13,6 +15,7 @@ namespace Store {
  * item id may be another message's. So they have none meanwhile, what the user does with them
  * waits, and the folder's synchronisation begins anew. Deletions that were not carried yet are
  * forgotten, for nothing is left here by which the message could be known again: it comes back.
+ * What a search brought from beyond the folder's range goes: the next search brings it again.
  */
 class FolderRenaming
 {
@@ -24,7 +27,10 @@ public:
     Eas::Result step(SyncStateDb &db, const QMailAccountId &account, bool *isDone);
 
 private:
-    Eas::Result forgetNames();
+    Eas::Result list();
+    bool isOurs(const SyncStateDb &db, const QMailAccountId &account,
+                const QMailMessageMetaData &message) const;
+    Eas::Result forgetNames(const SyncStateDb &db, const QMailAccountId &account);
     Eas::Result forgetDeletions(const QMailAccountId &account) const;
 
     FolderState m_folder;

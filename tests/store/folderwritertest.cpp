@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/folderwriter.h"
+#include "daemon/store/foundwriter.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/windowwriter.h"
 #include "tests/store/items.h"
 #include "tests/support/chance.h"
+
 #include "tests/support/storefixture.h"
+#include <qmaildisconnected.h>
 
 #include <qmaildisconnected.h>
 #include <qmailstore.h>
@@ -57,6 +60,9 @@ private slots:
     void nothingIsWrittenForARemovedAccount();
     void folderUnderAnotherIdIsKept();
     void renamingThatWasBrokenOffGoesOn();
+    void renamingThatWasBrokenOffGoesOnWithYetOtherIds();
+    void whatASearchBroughtIsNotDoubledByARenaming_data();
+    void whatASearchBroughtIsNotDoubledByARenaming();
     void folderOfAnotherPlaceNameOrKindIsAnother();
     void randomAnswersMatchAPlainModel();
 
@@ -66,7 +72,12 @@ private:
     /** The usual folders, one more, and one below that; the server's ids begin with that text. */
     Eas::FolderChanges tree(const char *prefix) const;
     /** A message that the server has brought into the folder. */
-    QMailMessageId messageIn(const char *serverId);
+    QMailMessageId messageIn(const char *serverId) { return messagesIn(serverId, 1).value(0); }
+    QMailMessageIdList messagesIn(const char *serverId, int count);
+    static Store::ServerUid uidOf(const QMailMessageId &message)
+    {
+        return Store::ServerUid::split(QMailMessageMetaData(message).serverUid());
+    }
     Store::FolderState state(const char *serverId) const;
     QMailFolder folder(const char *serverId) const { return QMailFolder(state(serverId).folderId); }
     int count() const;
@@ -116,14 +127,15 @@ Eas::FolderChanges FolderWriterTest::tree(const char *prefix) const
     return answer;
 }
 
-QMailMessageId FolderWriterTest::messageIn(const char *serverId)
+QMailMessageIdList FolderWriterTest::messagesIn(const char *serverId, int count)
 {
     Eas::SyncWindow window = Items::window(text(serverId), text("1"));
     if (!Store::WindowWriter(*m_db, m_account, window).run().ok())
         return {};
-    window.added = {item(text("5"))};
+    for (int i = 0; i < count; ++i)
+        window.added.append(item(QString::number(5 + i)));
     Store::WindowWriter writer(*m_db, m_account, window);
-    return writer.run().ok() ? writer.added().value(0) : QMailMessageId();
+    return writer.run().ok() ? writer.added() : QMailMessageIdList();
 }
 
 Store::FolderState FolderWriterTest::state(const char *serverId) const
@@ -508,10 +520,9 @@ void FolderWriterTest::folderUnderAnotherIdIsKept()
     QCOMPARE(state("new-below").folderId, below);
     QCOMPARE(folder("new-below").parentFolderId(), a);
     QVERIFY(!m_db->folder(m_account, text("a")));
-    const auto uid = Store::ServerUid::split(QMailMessageMetaData(message).serverUid());
-    QCOMPARE(uid.collectionId, text("new-a"));
+    QCOMPARE(uidOf(message).collectionId, text("new-a"));
     // Another message may have its former id.
-    QVERIFY(!uid.isKnownThere());
+    QVERIFY(!uidOf(message).isKnownThere());
 }
 
 void FolderWriterTest::renamingThatWasBrokenOffGoesOn()
@@ -530,11 +541,88 @@ void FolderWriterTest::renamingThatWasBrokenOffGoesOn()
         QCOMPARE(count(), 6);
         QCOMPARE(state("new-a").folderId, a);
         QCOMPARE(state("new-below").folderId, below);
-        const auto uid = Store::ServerUid::split(QMailMessageMetaData(message).serverUid());
-        QCOMPARE(uid.collectionId, text("new-a"));
+        QCOMPARE(uidOf(message).collectionId, text("new-a"));
         cleanup();
         init();
     }
+}
+
+void FolderWriterTest::renamingThatWasBrokenOffGoesOnWithYetOtherIds()
+{
+    int steps = 0;
+    for (bool isDone = false; !isDone; ++steps) {
+        QCOMPARE(write(tree("")), 200);
+        const QMailMessageIdList messages = messagesIn("a", 45);
+        QCOMPARE(messages.size(), 45);
+        const QMailMessageId visitor = messageIn("below");
+        const QMailFolderId a = state("a").folderId;
+        const QMailFolderId below = state("below").folderId;
+        // The user has moved one each way.
+        for (const auto &[id, from, to] :
+             {std::make_tuple(messages.first(), a, below), std::make_tuple(visitor, below, a)}) {
+            QMailMessageMetaData where;
+            where.setPreviousParentFolderId(from);
+            where.setParentFolderId(to);
+            QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+                QMailMessageKey::id(id), QMailDisconnected::parentFolderProperties(), where));
+        }
+        const QMailMessageId local =
+            StoreFixture::addMessage(m_account, a, QStringLiteral("No server has it"));
+        for (const char *id : {"a", "below"}) {
+            Store::FolderRenaming renaming(state(id), text("new-") + text(id));
+            isDone = false;
+            for (int i = 0; i < steps && !isDone; ++i)
+                QVERIFY(renaming.step(*m_db, m_account, &isDone).ok());
+        }
+        QCOMPARE(write(tree("other-")), 200);
+        QCOMPARE(count(), 6);
+        QCOMPARE(state("other-a").folderId, a);
+        QCOMPARE(state("other-below").folderId, below);
+        for (const QMailMessageId &message : messages) {
+            QCOMPARE(uidOf(message).collectionId, text("other-a"));
+            QVERIFY(!uidOf(message).isKnownThere());
+        }
+        QCOMPARE(uidOf(visitor).collectionId, text("other-below"));
+        QVERIFY(QMailMessageMetaData(local).serverUid().isEmpty());
+        cleanup();
+        init();
+    }
+    QVERIFY(steps > 3);
+}
+
+void FolderWriterTest::whatASearchBroughtIsNotDoubledByARenaming_data()
+{
+    QTest::addColumn<bool>("isWhole");
+    QTest::newRow("of a folder that is here as a whole") << true;
+    QTest::newRow("of a folder of which the last days are here") << false;
+}
+
+void FolderWriterTest::whatASearchBroughtIsNotDoubledByARenaming()
+{
+    QFETCH(bool, isWhole);
+    QCOMPARE(write(tree("")), 200);
+    const QMailMessageId shown = messageIn("a");
+    Store::FolderState folder = state("a");
+    folder.filter = isWhole ? 0 : 4;
+    QVERIFY(m_db->saveFolder(m_account, folder).ok());
+    Store::FoundItem found {text("a"), text("9"), text("a+9"), item(text("9"))};
+    found.item.subject = QStringLiteral("Found");
+    Store::FoundWriter search(*m_db, m_account, {found});
+    QVERIFY(search.run().ok());
+    const QMailMessageId before = search.messages().value(0);
+
+    QCOMPARE(write(tree("new-")), 200);
+    QCOMPARE(uidOf(shown).collectionId, text("new-a"));
+    // Only what is here as a whole shows the message again, by which it would be recognised.
+    QCOMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(before)), int(isWhole));
+    if (isWhole)
+        return;
+    found.collectionId = text("new-a");
+    Store::FoundWriter searchAgain(*m_db, m_account, {found});
+    QVERIFY(searchAgain.run().ok());
+    QCOMPARE(QMailStore::instance()->countMessages(
+                 QMailMessageKey::parentFolderId(state("new-a").folderId)),
+             2);
 }
 
 void FolderWriterTest::folderOfAnotherPlaceNameOrKindIsAnother()
