@@ -64,6 +64,14 @@ QSet<QString> toSet(const QStringList &list)
     return QSet<QString>(list.cbegin(), list.cend());
 }
 
+QSet<QString> translated(const QSet<QString> &names, const QHash<QString, QString> &renamed)
+{
+    QSet<QString> result;
+    for (const QString &name : names)
+        result.insert(renamed.value(name, name));
+    return result;
+}
+
 } // namespace
 
 SyncRun::SyncRun(const AccountContext &context, QObject *parent)
@@ -227,6 +235,7 @@ void SyncRun::startStep(Task *step, const QStringList &names)
 {
     m_step = step;
     m_current = names;
+    m_idsBefore = folderIds();
     connect(step, &Task::paused, this, &SyncRun::paused);
     connect(step, &Task::progressed, this, &SyncRun::onProgressed);
     connect(step, &Task::finished, this, &SyncRun::onFinished);
@@ -256,8 +265,11 @@ void SyncRun::onFinished(const Eas::Result &result, bool local)
     }
     if (isTree)
         m_treeFailure = result;
+    const QHash<QString, QString> renamed = renamings();
+    if (!renamed.isEmpty())
+        followRenamings(renamed);
     if (const auto *upload = qobject_cast<UploadStep *>(step))
-        onUploadFinished(*upload, result);
+        onUploadFinished(*upload, result, renamed);
     else if (qobject_cast<BatchStep *>(step))
         onBatchFinished(names);
     else
@@ -274,14 +286,15 @@ bool SyncRun::isServersFault(const Eas::Result &result) const
 }
 
 /** What the upload had to leave for their own steps gets these, and goes up after them: once. */
-void SyncRun::onUploadFinished(const UploadStep &upload, const Eas::Result &result)
+void SyncRun::onUploadFinished(const UploadStep &upload, const Eas::Result &result,
+                               const QHash<QString, QString> &renamed)
 {
     emit uploaded();
     const QHash<QString, Eas::Result> left = upload.left();
     m_uploadFailure = result.ok() && !left.isEmpty() ? *left.cbegin() : result;
     if (result.ok() && !left.isEmpty() && !m_isUploadRepeated) {
         m_isUploadRepeated = true;
-        m_awaitedByUpload = toSet(left.keys());
+        m_awaitedByUpload = translated(toSet(left.keys()), renamed);
         plan(m_awaitedByUpload, true);
     }
     onStepFinished(Upload, result);
@@ -366,6 +379,47 @@ void SyncRun::awaitFolders()
         waiter.steps += toSet(folders);
         for (const QString &folder : folders)
             plan({folder}, false);
+    }
+}
+
+QHash<quint64, QString> SyncRun::folderIds() const
+{
+    QHash<quint64, QString> ids;
+    const auto folders = m_context.db->folders(m_context.id());
+    for (const Store::FolderState &folder : folders)
+        ids.insert(folder.folderId.toULongLong(), folder.serverId);
+    return ids;
+}
+
+/** New ids of folders that the last step has learned, by the former ones. */
+QHash<QString, QString> SyncRun::renamings() const
+{
+    QHash<QString, QString> renamed;
+    const QHash<quint64, QString> now = folderIds();
+    for (auto it = m_idsBefore.cbegin(); it != m_idsBefore.cend(); ++it) {
+        const QString id = now.value(it.key());
+        if (!id.isEmpty() && id != it.value())
+            renamed.insert(it.value(), id);
+    }
+    return renamed;
+}
+
+/** What was to be done with folders still is where the server calls them otherwise now. */
+void SyncRun::followRenamings(const QHash<QString, QString> &renamed)
+{
+    QStringList pending;
+    for (const QString &name : qAsConst(m_pending))
+        pending.append(renamed.value(name, name));
+    m_pending = pending;
+    for (QSet<QString> *names : {&m_alone, &m_repeatedAfterTree, &m_awaitedByUpload})
+        *names = translated(*names, renamed);
+    // All of them begin anew, and only what has begun is watched for news.
+    const QSet<QString> all = toSet(enabledFolders());
+    plan(all, false);
+    for (Waiter &waiter : m_waiters) {
+        waiter.steps = translated(waiter.steps, renamed);
+        if (waiter.request.kind != RequestKind::FolderSync)
+            waiter.steps += all;
     }
 }
 

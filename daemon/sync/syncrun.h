@@ -65,13 +65,17 @@ private:
     void startFolder(const QString &name);
     void onFinished(const Eas::Result &result, bool local);
     bool isServersFault(const Eas::Result &result) const;
-    void onUploadFinished(const UploadStep &upload, const Eas::Result &result);
+    void onUploadFinished(const UploadStep &upload, const Eas::Result &result,
+                          const QHash<QString, QString> &renamed);
     void onBatchFinished(const QStringList &names);
     void onStepFinished(const QString &name, const Eas::Result &result);
     bool repeatAfterTree(const QString &name);
     void noteFailure(const QString &name, const Eas::Result &result);
     void noteDone(const QString &name);
     void awaitFolders();
+    QHash<quint64, QString> folderIds() const;
+    QHash<QString, QString> renamings() const;
+    void followRenamings(const QHash<QString, QString> &renamed);
     QStringList foldersOf(const Request &request, bool isTreeNew) const;
     void finishWaiters();
     void finishAll(const Eas::Result &result);
@@ -89,7 +93,8 @@ private:
     Task *m_step = nullptr;
     QSet<QString> m_alone; ///< folders that take no part in batches any more
     QSet<QString> m_repeatedAfterTree;
-    QSet<QString> m_awaitedByUpload; ///< folders to be put right before the upload is repeated
+    QHash<quint64, QString> m_idsBefore; ///< of the collections before this step, by their folders
+    QSet<QString> m_awaitedByUpload;     ///< folders to be put right before the upload is repeated
     Eas::Result m_treeFailure;
     Eas::Result m_uploadFailure;
     int m_done = 0;

@@ -19,7 +19,9 @@ TreeStep::TreeStep(const AccountContext &context, QObject *parent)
 void TreeStep::proceed()
 {
     m_isAnswerMissing = m_context.db->isTreeAwaited(m_context.id());
-    ask(m_context.db->account(m_context.id()).folderSyncKey);
+    const QString key = m_context.db->account(m_context.id()).folderSyncKey;
+    m_wasForgotten = key == NoKey;
+    ask(key);
 }
 
 void TreeStep::ask(const QString &key)
@@ -44,6 +46,7 @@ void TreeStep::noteAsked()
 void TreeStep::onAnswer(const Eas::FolderSyncCommand &command, const QString &key)
 {
     if (command.keyRefused() && key != NoKey) {
+        m_wasForgotten = true;
         qCInfo(lcSync) << "account" << m_context.id() << "fetches its folder tree anew";
         ask(NoKey);
         return;

@@ -25,6 +25,8 @@ public:
     TreeStep(const AccountContext &context, QObject *parent);
 
     void proceed() override;
+    /** Whether one of both sides had forgotten the tree. */
+    bool wasForgotten() const { return m_wasForgotten; }
 
 private:
     void ask(const QString &key);
@@ -35,6 +37,7 @@ private:
 
     bool m_isAnswerMissing = false; ///< one to the key that is known here
     bool m_isNoted = false;
+    bool m_wasForgotten = false;
 };
 
 } // namespace Daemon

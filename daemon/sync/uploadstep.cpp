@@ -2,13 +2,12 @@
 #include "daemon/sync/uploadstep.h"
 
 #include "daemon/bus/logging.h"
-#include "daemon/store/folderwriter.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/windowwriter.h"
 #include "daemon/sync/foldersync.h"
+#include "daemon/sync/treestep.h"
 #include "daemon/sync/windowsize.h"
 #include "eas/folderchanges.h"
-#include "eas/foldersynccommand.h"
 #include "eas/moveitemscommand.h"
 #include "eas/synccommand.h"
 
@@ -315,31 +314,29 @@ void UploadStep::onMoved(const Eas::MoveItemsCommand &command, const QList<Store
 /** A server that lost its memory misses all that it knew: that says nothing of a message. */
 void UploadStep::checkTree(const QList<Refusal> &refusals)
 {
-    const QString key = m_context.db->account(m_context.id()).folderSyncKey;
-    if (key == QLatin1String("0")) {
-        next();
-        return;
-    }
-    auto *command = new Eas::FolderSyncCommand(m_context.session, key);
-    start(command, [this, command, refusals] { onTreeChecked(*command, refusals); });
+    auto *tree = new TreeStep(m_context, this);
+    connect(tree, &Task::finished, this,
+            [this, tree, refusals](const Eas::Result &result, bool local) {
+                tree->deleteLater();
+                if (!result.ok())
+                    finishLater(result, local);
+                else if (tree->wasForgotten())
+                    leaveMoves(refusals);
+                else
+                    resolveAll(refusals);
+            });
+    tree->proceed();
 }
 
-void UploadStep::onTreeChecked(const Eas::FolderSyncCommand &command,
-                               const QList<Refusal> &refusals)
+/** The folders that they come from are put right first. */
+void UploadStep::leaveMoves(const QList<Refusal> &refusals)
 {
-    if (command.keyRefused()) {
-        qCInfo(lcSync) << "account" << m_context.id()
-                       << "keeps moves for later: the server does not know the folder tree";
-        next();
-        return;
-    }
-    if (!command.result().ok()) {
-        retryOrFail(command.result(), [this, refusals] { checkTree(refusals); });
-        return;
-    }
-    // Some servers tell each change of the tree once.
-    write(std::make_unique<Store::FolderWriter>(*m_context.db, m_context.id(), command.changes()),
-          [this, refusals] { resolveAll(refusals); });
+    qCInfo(lcSync) << "account" << m_context.id()
+                   << "keeps moves for later: the server did not know the folder tree";
+    const Eas::Result reason {Eas::ServerFailed, QStringLiteral("no folder tree")};
+    for (const auto &refusal : refusals)
+        m_left.insert(refusal.first.collectionId, reason);
+    next();
 }
 
 void UploadStep::resolveAll(const QList<Refusal> &refusals)

@@ -10,7 +10,6 @@
 #include <QSet>
 
 namespace Eas {
-class FolderSyncCommand;
 class MoveItemsCommand;
 class SyncCommand;
 struct SyncWindow;
@@ -58,7 +57,7 @@ private:
     void move(const QList<Store::Move> &moves);
     void onMoved(const Eas::MoveItemsCommand &command, const QList<Store::Move> &moves);
     void checkTree(const QList<Refusal> &refusals);
-    void onTreeChecked(const Eas::FolderSyncCommand &command, const QList<Refusal> &refusals);
+    void leaveMoves(const QList<Refusal> &refusals);
     void resolveAll(const QList<Refusal> &refusals);
     Eas::Result resolve(const Store::Move &move, int status, const QString &newServerId);
     void endWith(const Eas::Result &result);

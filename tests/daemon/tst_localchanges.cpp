@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/daemon/daemonworld.h"
+#include "tests/support/chance.h"
 
+#include <QDeadlineTimer>
 #include <QTest>
 
 #include <qmaildisconnected.h>
@@ -59,6 +61,10 @@ private slots:
     void onlySoManyMovedMessagesAreAskedForAtOnce();
     void aKilledDaemonLosesAndDoublesNothing();
     void aServerThatLostItsMemoryChangesNothingHere();
+    void onAServerThatLostItsMemoryAllGoesOnAtOnce_data();
+    void onAServerThatLostItsMemoryAllGoesOnAtOnce();
+    void aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing();
+    void theTreeThatARefusedMoveAsksForIsNotMissed();
 
 private:
     using Message = QMailMessageMetaData;
@@ -651,7 +657,6 @@ void TestLocalChanges::aServerThatLostItsMemoryChangesNothingHere()
     world().server.control("renumber", alice);
     world().deliver(1, QStringLiteral("New"));
     QCOMPARE(world().syncAndWait(), 200);
-    QCOMPARE(world().syncAndWait(), 200);
 
     QMap<QMailMessageId, QString> after = everything();
     QVERIFY(after.take(messageOf(QStringLiteral("New 1"))).startsWith(QLatin1String("New 1")));
@@ -672,6 +677,112 @@ void TestLocalChanges::aServerThatLostItsMemoryChangesNothingHere()
     QCOMPARE(atServer(old + QStringLiteral(" 2"), old).value(QStringLiteral("flag")).toInt(), 0);
     QVERIFY(!atServer(projects + QStringLiteral(" 2"), drafts).isEmpty());
     QCOMPARE(world().server.messages(QStringLiteral("alice"), projects).size(), 1);
+}
+
+void TestLocalChanges::onAServerThatLostItsMemoryAllGoesOnAtOnce_data()
+{
+    QTest::addColumn<bool>("flags");
+    QTest::addColumn<bool>("moves");
+    QTest::newRow("nothing was done here") << false << false;
+    QTest::newRow("a message was read") << true << false;
+    QTest::newRow("a message was moved") << false << true;
+    QTest::newRow("both") << true << true;
+}
+
+/** Also where only one folder was asked for: its id is another one when the tree has come. */
+void TestLocalChanges::onAServerThatLostItsMemoryAllGoesOnAtOnce()
+{
+    QFETCH(bool, flags);
+    QFETCH(bool, moves);
+    const QMap<QMailMessageId, QString> before = everything();
+    if (flags)
+        set({messageOf(mail1)}, Message::Read, true);
+    if (moves)
+        move(messageOf(mail2), inbox, drafts);
+    world().server.control("renumber", {{QStringLiteral("user"), QStringLiteral("alice")}});
+    world().deliver(1, QStringLiteral("Elsewhere"), trash);
+    const QString number = QString::number(world().folder(inbox).toULongLong());
+    QCOMPARE(world().codeOf(world().syncFolders({number}, 0, 5)), 200);
+    QCOMPARE(isReadAtServer(mail1), flags);
+    QCOMPARE(atServer(mail2).isEmpty(), moves);
+    QCOMPARE(atServer(mail2, drafts).isEmpty(), !moves);
+    QCOMPARE(messageOf(mail2).isValid(), true);
+    QMap<QMailMessageId, QString> after = everything();
+    // What the other folders have is here as well: nothing would tell of it later.
+    QVERIFY(after.remove(messageOf(QStringLiteral("Elsewhere 1"))));
+    QCOMPARE(after, before);
+}
+
+void TestLocalChanges::aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing()
+{
+    const QJsonObject alice {{QStringLiteral("user"), QStringLiteral("alice")}};
+    world().deliver(100, QStringLiteral("Many"));
+    world().deliver(30, QStringLiteral("Draft"), drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    move(messageOf(mail2), inbox, drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMap<QMailMessageId, QString> before = everything();
+    const QMailFolderIdList folders = QMailStore::instance()->queryFolders();
+    QCOMPARE(before.size(), 133);
+    int rounds = 0;
+    for (const int nameless : {1, 10, 40, 80, 110, 125}) {
+        const bool isRead = rounds++ % 2 == 0;
+        const bool isRenumberedTwice = nameless % 20 == 0;
+        set({messageOf(mail1)}, Message::Read, isRead);
+        move(messageOf(mail2), isRead ? drafts : inbox, isRead ? inbox : drafts);
+        world().server.control("renumber", alice);
+        world().sync();
+        const auto key =
+            QMailMessageKey::serverUid(QString(2, QChar(0x1f)), QMailDataComparator::Includes);
+        const QDeadlineTimer deadline(20000);
+        while (QMailStore::instance()->countMessages(key) < nameless)
+            QVERIFY2(!deadline.hasExpired(), qPrintable(QString::number(nameless)));
+        world().daemon.kill();
+        if (isRenumberedTwice)
+            world().server.control("renumber", alice);
+        world().listener.clear();
+        QVERIFY(world().daemon.start());
+        QCOMPARE(world().syncAndWait(), 200);
+        QCOMPARE(QMailStore::instance()->countMessages(key), 0);
+        QCOMPARE(everything(), before);
+        QCOMPARE(QMailStore::instance()->queryFolders(), folders);
+        // What had no name yet when the synchronisation began goes up after it.
+        const QString to = isRead ? inbox : drafts;
+        QCOMPARE(world().syncAndWait(), 200);
+        QCOMPARE(isReadAtServer(mail1), isRead);
+        QVERIFY(!atServer(mail2, to).isEmpty());
+        QVERIFY(atServer(mail2, isRead ? drafts : inbox).isEmpty());
+        QCOMPARE(everything(), before);
+        QCOMPARE(Message(messageOf(mail2)).parentFolderId(), world().folder(to));
+        QCOMPARE(world().server.messages(QStringLiteral("alice"), inbox).size()
+                     + world().server.messages(QStringLiteral("alice"), drafts).size(),
+                 133);
+    }
+    tellRounds(rounds);
+}
+
+void TestLocalChanges::theTreeThatARefusedMoveAsksForIsNotMissed()
+{
+    const QString fresh = QStringLiteral("Fresh");
+    world().server.control("options", {{QStringLiteral("forgetful_folders"), true}});
+    QCOMPARE(world().syncAndWait(), 200);
+    world().server.control(
+        "folder-create",
+        {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folder"), fresh}});
+    world().deliver(1, QStringLiteral("Within"), fresh);
+    move(messageOf(mail2), inbox, drafts);
+    deleteAtServer(mail2, inbox);
+    // What the server tells once is lost, and comes all the same.
+    world().server.fault({{QStringLiteral("kind"), QStringLiteral("reset")},
+                          {QStringLiteral("command"), QStringLiteral("FolderSync")},
+                          {QStringLiteral("late"), true},
+                          {QStringLiteral("count"), 2}});
+    QCOMPARE(world().syncAndWait(), 902);
+    QVERIFY(world().faultsAreTaken());
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(fresh), QStringList {QStringLiteral("Within 1")});
+    QCOMPARE(world().subjects(), (QStringList {mail1, mail3}));
+    QVERIFY(world().subjects(drafts).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestLocalChanges)
