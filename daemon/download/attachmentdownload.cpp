@@ -3,6 +3,9 @@
 
 #include "daemon/download/messagedownload.h"
 #include "daemon/download/namingtask.h"
+#include "daemon/store/currentmessages.h"
+#include "daemon/store/renamedmark.h"
+#include "daemon/store/serveruid.h"
 #include "daemon/work/storecall.h"
 #include "eas/fetchattachmentcommand.h"
 #include "eas/fetchmessagecommand.h"
@@ -36,10 +39,21 @@ void AttachmentDownload::proceed()
         finishLater(found);
     } else if (m_source.fileReference.isEmpty()) {
         fetchWhole();
+    } else if (mayReferToAnother()) {
+        m_progress.report(m_source.estimatedSize > 0 ? 0 : -1);
+        nameMessage();
     } else {
         m_progress.report(m_source.estimatedSize > 0 ? 0 : -1);
         ask();
     }
+}
+
+/** Whether the server may have another message's attachment by that reference. */
+bool AttachmentDownload::mayReferToAnother() const
+{
+    const QMailMessageMetaData message = Store::currentMessage(m_message);
+    return Store::RenamedMark::isSet(message)
+        || !Store::ServerUid::split(message.serverUid()).isKnownThere();
 }
 
 void AttachmentDownload::fetchWhole()
@@ -150,7 +164,7 @@ void AttachmentDownload::onReference(const Eas::FetchMessageCommand &command)
         emit finished({Eas::NotFound, QStringLiteral("the attachment is gone")}, false);
         return;
     }
-    if (reference == m_source.fileReference) {
+    if (reference == m_source.fileReference && !m_failure.ok()) {
         emit finished(m_failure, false);
         return;
     }

@@ -37,6 +37,7 @@ public:
     void greetListener() { m_progress.open(); }
 
 private:
+    bool mayReferToAnother() const;
     void fetchWhole();
     void ask();
     void onReceived(qint64 received, qint64 total);

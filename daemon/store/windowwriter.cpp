@@ -10,6 +10,7 @@
 #include "daemon/store/folderflags.h"
 #include "daemon/store/foundmark.h"
 #include "daemon/store/messagebuilder.h"
+#include "daemon/store/renamedmark.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storefailure.h"
 #include "eas/folderchanges.h"
@@ -331,6 +332,10 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         if (m_present.value(message.serverUid()) == match)
             m_present.remove(message.serverUid());
         m_present.insert(wanted, match);
+        // What a search brought had its LongId alone.
+        const bool isFirstName = !ServerUid::split(message.serverUid()).longId.isEmpty();
+        if (message.status() & QMailMessageMetaData::HasAttachments && !isFirstName)
+            RenamedMark::set(&message);
         message.setServerUid(wanted);
         renamed.append(message);
         present->insert(wanted, message);
@@ -395,6 +400,7 @@ Eas::Result WindowWriter::update(const QList<QPair<Eas::MailItem, QMailMessageMe
         if (MessageBuilder::isComplete(item)
             && (MessageBuilder::isNews(item, before) || isDamaged(before, item))) {
             contents.push_back(MessageBuilder::rebuilt(before, item));
+            RenamedMark::clear(&contents.back());
             continue;
         }
         if (MessageBuilder::isNews(item, before)) {

@@ -132,6 +132,7 @@ private slots:
     void anAttachmentOfAMessageThatMovedIsFound();
     void anAttachmentIsFoundThoughTheMoveIsNotConfirmed();
     void halfAnAnswerForAMovedMessageLeadsToANewReference();
+    void whatMayBeAnotherMessagesIsNotTaken();
     void anAttachmentThatIsGoneIsNotFound_data();
     void anAttachmentThatIsGoneIsNotFound();
     void aBrokenDownloadLeavesTheMessageAndCanBeRepeated_data();
@@ -391,6 +392,26 @@ void TestAttachmentDownload::halfAnAnswerForAMovedMessageLeadsToANewReference()
                           {QStringLiteral("how"), QStringLiteral("truncated")}});
     QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
     QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
+}
+
+void TestAttachmentDownload::whatMayBeAnotherMessagesIsNotTaken()
+{
+    // The server gives each message the id that was another's, by which it calls attachments, too.
+    const SourcePart part = DownloadWorld::attachment("a.bin", 3000);
+    const SourcePart other = DownloadWorld::attachment("a.bin", 4000);
+    const QMailMessageId id = bring({part});
+    const QString subject = QStringLiteral("Another");
+    const QMailMessageId another = world().bring(
+        DownloadWorld::mixed(subject, {DownloadWorld::text("Hello"), other}), subject);
+    QVERIFY(another.isValid());
+    world().server.control(
+        "renumber",
+        {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folders"), false}});
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
+    QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
+    QCOMPARE(world().codeOf(world().downloadPart(another, m_second)), 200);
+    QTRY_COMPARE(DownloadWorld::content(another, m_second), other.content);
 }
 
 void TestAttachmentDownload::anAttachmentThatIsGoneIsNotFound_data()

@@ -177,11 +177,11 @@ class Control:
         return {}
 
     def renumber(self, wish):
-        """The server lost all that it knew of "user" but the mail: each folder gets another id, each message
-        one that was another's, and no device has a key."""
+        """The server lost all that it knew of "user" but the mail: each folder gets another id (unless "folders"
+        is false), each message one that was another's, and no device has a key."""
         user = self.user(wish)
         folders = list(user.folders.values())
-        ids = {folder.id: user.new_id() for folder in folders}
+        ids = {folder.id: user.new_id() if wish.get("folders", True) else folder.id for folder in folders}
         for folder in folders:
             folder.id, folder.parent = ids[folder.id], ids.get(folder.parent, folder.parent)
             folder.items = dict(zip(folder.items, reversed(folder.items.values())))
