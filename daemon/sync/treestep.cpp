@@ -26,13 +26,13 @@ void TreeStep::proceed()
 
 void TreeStep::ask(const QString &key)
 {
-    auto *command = new Eas::FolderSyncCommand(m_context.session, key);
     if (key != NoKey)
-        connect(command, &Eas::Command::uploaded, this, &TreeStep::noteAsked);
+        noteAsked();
+    auto *command = new Eas::FolderSyncCommand(m_context.session, key);
     start(command, [this, command, key] { onAnswer(*command, key); });
 }
 
-/** While the server thinks, so that it costs no time. */
+/** Before the first byte leaves: what the server has carried out must never be unknown here. */
 void TreeStep::noteAsked()
 {
     if (m_isNoted)
