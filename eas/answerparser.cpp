@@ -68,7 +68,7 @@ bool AnswerParser::drain()
 
 void AnswerParser::start(Tag tag)
 {
-    if (!m_begun && tag != m_root) {
+    if (!m_begun && !isRoot(tag)) {
         fail(QStringLiteral("an answer to something else"));
         return;
     }

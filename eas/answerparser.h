@@ -39,6 +39,8 @@ public:
     int status() const { return m_status; }
 
 protected:
+    /** Whether the answer may begin with it. */
+    virtual bool isRoot(Tag tag) const { return tag == m_root; }
     virtual void startElement(Tag tag) { Q_UNUSED(tag) }
     virtual void endElement(Tag tag, const QByteArray &text) = 0;
     virtual bool streams(Tag tag) const

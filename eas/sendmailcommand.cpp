@@ -25,6 +25,8 @@ public:
     using AnswerParser::AnswerParser;
 
 protected:
+    /** A server refuses replies and forwards, too, in the name of SendMail. */
+    bool isRoot(Tag tag) const override { return AnswerParser::isRoot(tag) || tag == C::SendMail; }
     void endElement(Tag, const QByteArray &) override { }
 };
 

@@ -72,6 +72,8 @@ private slots:
     void theBodyDoesNotWaitForTheHeadersAcknowledgement();
     void statuses_data();
     void statuses();
+    void aReplyRefusedInTheNameOfSendMailTellsWhy_data();
+    void aReplyRefusedInTheNameOfSendMailTellsWhy();
     void aDuplicateIsASuccessThatTells();
     void httpFailuresOfAnOldServer();
     void whatIsTooLargeIsSentOnceOnly_data();
@@ -220,6 +222,29 @@ void TestSendMail::statuses()
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, code);
     QCOMPARE(command.result().status, status);
+}
+
+void TestSendMail::aReplyRefusedInTheNameOfSendMailTellsWhy_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::newRow("reply") << int(OutgoingMail::Reply);
+    QTest::newRow("forward") << int(OutgoingMail::Forward);
+}
+
+/** As a real server answers to a recipient that it does not know. */
+void TestSendMail::aReplyRefusedInTheNameOfSendMailTellsWhy()
+{
+    QFETCH(int, kind);
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::document(
+        "<SendMail xmlns=\"ComposeMail:\"><Status>120</Status></SendMail>"));
+    OutgoingMail mail = mailOf("text");
+    mail.kind = OutgoingMail::Kind(kind);
+    mail.original = {QStringLiteral("5"), QStringLiteral("3"), QString()};
+    SendMailCommand command(fixture.session.get(), mail);
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(ServerFailed));
+    QCOMPARE(command.result().status, 120);
 }
 
 void TestSendMail::aDuplicateIsASuccessThatTells()

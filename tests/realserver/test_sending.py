@@ -27,6 +27,7 @@ class World:
         sender = {"sender": "Bob Example <bob@example.test>"}
         chain.server.deliver("alice", plain("A question", "What is the answer?\n", **sender))
         chain.server.deliver("alice", with_files("The report", FILES, "See the report.\n", **sender))
+        chain.server.deliver("alice", plain("From nowhere", sender="Nobody <nobody@example.test>"))
         self.robot = chain.synchronised()
 
     def send(self, subject, **more):
@@ -169,6 +170,23 @@ def test_whatCannotBeDeliveredStaysInTheOutbox(world):
     world.robot.ask("send", subject="To somebody", text=TEXT, to=["bob@example.test"])
     world.received("To somebody")
     world.robot.tell("remove", ids=[m["id"] for m in left], forGood=True)
+
+
+def test_aReplyThatCannotBeDeliveredIsRefusedAsAnythingElse(world):
+    plainly = refused(world, "To nobody again")
+    original = world.robot.message("From nowhere")
+    reply = refused(world, "Re: From nowhere", original=original["id"], response="reply")
+    equal(reply["code"], plainly["code"], "the reason")
+
+
+def refused(world, subject, **more):
+    """The end of a sending to nobody, which stays in the outbox, and is then taken out of it."""
+    answer = world.robot.ask("send", subject=subject, text=TEXT, to=["nobody@example.test"], **more)
+    assert not answer["ok"], answer
+    left = [m for m in world.robot.messages() if m["outbox"]]
+    equal([m["subject"] for m in left], [subject])
+    world.robot.tell("remove", ids=[m["id"] for m in left], forGood=True)
+    return answer
 
 
 def test_everythingArrivedExactlyOnce(world):
