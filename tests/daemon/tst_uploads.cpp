@@ -61,9 +61,9 @@ private:
     {
         QCOMPARE(world().endDaemon(), 0);
         world().daemon.setUndoTime(milliseconds);
-        QVERIFY(world().daemon.start());
+        // With all that it does of its own accord behind it.
+        QVERIFY(world().startDaemon());
         world().server.clearLog();
-        world().listener.clear();
     }
     QMailMessageId messageOf(const QString &subject) const
     {
