@@ -5,7 +5,7 @@
 #include "daemon/download/downloadfile.h"
 #include "daemon/download/progresssocket.h"
 #include "daemon/store/contentwriter.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <QBuffer>
 

@@ -6,7 +6,7 @@
 #include "daemon/store/contentwriter.h"
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/serveruid.h"
-#include "daemon/work/storecall.h"
+#include "daemon/tasks/storecall.h"
 #include "eas/fetchmessagecommand.h"
 
 #include <qmailmessage.h>

@@ -3,7 +3,7 @@
 #define DAEMON_DOWNLOAD_MESSAGEDOWNLOAD_H
 
 #include "daemon/download/downloadfile.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <qmailid.h>
 

@@ -2,7 +2,7 @@
 #ifndef DAEMON_DOWNLOAD_NAMINGTASK_H
 #define DAEMON_DOWNLOAD_NAMINGTASK_H
 
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 #include "eas/itemlocator.h"
 
 #include <qmailid.h>

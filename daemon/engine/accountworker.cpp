@@ -12,9 +12,9 @@
 #include "daemon/send/sentlookup.h"
 #include "daemon/sync/localchangewatch.h"
 #include "daemon/sync/syncrun.h"
+#include "daemon/tasks/alarm.h"
+#include "daemon/tasks/failurewords.h"
 #include "daemon/wipe/remotewipe.h"
-#include "daemon/work/alarm.h"
-#include "daemon/work/failurewords.h"
 #include "eas/status.h"
 
 #include <QTimer>

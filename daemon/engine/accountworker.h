@@ -2,8 +2,8 @@
 #ifndef DAEMON_ENGINE_ACCOUNTWORKER_H
 #define DAEMON_ENGINE_ACCOUNTWORKER_H
 
-#include "daemon/work/accountcontext.h"
-#include "daemon/work/job.h"
+#include "daemon/tasks/accountcontext.h"
+#include "daemon/tasks/job.h"
 
 #include <QHash>
 #include <QList>

@@ -5,7 +5,7 @@
 #include "asclient/searchmailboxresult.h"
 #include "daemon/engine/accountworker.h"
 #include "daemon/store/accountdirectory.h"
-#include "daemon/work/networkmonitor.h"
+#include "daemon/tasks/networkmonitor.h"
 
 #include <QHash>
 #include <QObject>

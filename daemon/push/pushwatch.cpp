@@ -3,7 +3,7 @@
 
 #include "daemon/bus/logging.h"
 #include "daemon/sync/folderrank.h"
-#include "daemon/work/backoff.h"
+#include "daemon/tasks/backoff.h"
 #include "eas/pingcommand.h"
 
 #include <QRandomGenerator>

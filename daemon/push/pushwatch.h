@@ -4,8 +4,8 @@
 
 #include "daemon/push/heartbeat.h"
 #include "daemon/sync/folderturns.h"
-#include "daemon/work/accountcontext.h"
-#include "daemon/work/alarm.h"
+#include "daemon/tasks/accountcontext.h"
+#include "daemon/tasks/alarm.h"
 
 #include <QObject>
 #include <QPointer>

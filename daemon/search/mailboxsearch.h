@@ -5,7 +5,7 @@
 #include "asclient/searchmailboxresult.h"
 #include "daemon/bus/request.h"
 #include "daemon/store/foundwriter.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 #include "eas/searchcommand.h"
 
 #include <QSet>

@@ -2,7 +2,7 @@
 #ifndef DAEMON_SEARCH_SEARCHJOB_H
 #define DAEMON_SEARCH_SEARCHJOB_H
 
-#include "daemon/work/taskjob.h"
+#include "daemon/tasks/taskjob.h"
 
 namespace Daemon {
 

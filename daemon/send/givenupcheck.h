@@ -3,7 +3,7 @@
 #define DAEMON_SEND_GIVENUPCHECK_H
 
 #include "daemon/store/outbox.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <QList>
 

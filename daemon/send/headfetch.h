@@ -3,7 +3,7 @@
 #define DAEMON_SEND_HEADFETCH_H
 
 #include "daemon/send/headbuffer.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 #include "eas/itemlocator.h"
 
 #include <qmailmessage.h>

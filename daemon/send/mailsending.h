@@ -5,9 +5,9 @@
 #include "daemon/send/outgoingfile.h"
 #include "daemon/store/outbox.h"
 #include "daemon/store/responseplan.h"
-#include "daemon/work/accountcontext.h"
-#include "daemon/work/job.h"
-#include "daemon/work/retry.h"
+#include "daemon/tasks/accountcontext.h"
+#include "daemon/tasks/job.h"
+#include "daemon/tasks/retry.h"
 
 #include <qmailmessage.h>
 

@@ -4,7 +4,7 @@
 
 #include "daemon/store/references.h"
 #include "daemon/store/responseplan.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <qmailmessage.h>
 

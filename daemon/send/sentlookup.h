@@ -2,7 +2,7 @@
 #ifndef DAEMON_SEND_SENTLOOKUP_H
 #define DAEMON_SEND_SENTLOOKUP_H
 
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 #include "eas/itemlocator.h"
 
 #include <QList>

@@ -2,7 +2,7 @@
 #ifndef DAEMON_SYNC_BATCHSTEP_H
 #define DAEMON_SYNC_BATCHSTEP_H
 
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 #include "eas/synccommand.h"
 
 #include <QQueue>

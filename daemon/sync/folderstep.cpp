@@ -5,7 +5,7 @@
 #include "daemon/store/windowwriter.h"
 #include "daemon/sync/foldersync.h"
 #include "daemon/sync/movedcheck.h"
-#include "daemon/work/alarm.h"
+#include "daemon/tasks/alarm.h"
 #include "eas/limits.h"
 
 namespace Daemon {

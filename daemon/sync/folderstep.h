@@ -3,7 +3,7 @@
 #define DAEMON_SYNC_FOLDERSTEP_H
 
 #include "daemon/sync/windowsize.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 #include "eas/synccommand.h"
 
 #include <QElapsedTimer>

@@ -2,7 +2,7 @@
 #ifndef DAEMON_SYNC_FOLDERSYNC_H
 #define DAEMON_SYNC_FOLDERSYNC_H
 
-#include "daemon/work/accountcontext.h"
+#include "daemon/tasks/accountcontext.h"
 #include "eas/synccommand.h"
 
 namespace Daemon {

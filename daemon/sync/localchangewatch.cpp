@@ -3,7 +3,7 @@
 
 #include "daemon/bus/logging.h"
 #include "daemon/store/localchanges.h"
-#include "daemon/work/backoff.h"
+#include "daemon/tasks/backoff.h"
 
 #include <QRandomGenerator>
 

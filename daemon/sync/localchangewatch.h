@@ -2,8 +2,8 @@
 #ifndef DAEMON_SYNC_LOCALCHANGEWATCH_H
 #define DAEMON_SYNC_LOCALCHANGEWATCH_H
 
-#include "daemon/work/accountcontext.h"
-#include "daemon/work/alarm.h"
+#include "daemon/tasks/accountcontext.h"
+#include "daemon/tasks/alarm.h"
 
 #include <QObject>
 #include <QSet>

@@ -2,7 +2,7 @@
 #ifndef DAEMON_SYNC_MOVEDCHECK_H
 #define DAEMON_SYNC_MOVEDCHECK_H
 
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <QFile>
 #include <qmailid.h>

@@ -2,8 +2,8 @@
 #ifndef DAEMON_SYNC_SYNCRUN_H
 #define DAEMON_SYNC_SYNCRUN_H
 
-#include "daemon/work/accountcontext.h"
-#include "daemon/work/job.h"
+#include "daemon/tasks/accountcontext.h"
+#include "daemon/tasks/job.h"
 
 #include <QSet>
 #include <QStringList>

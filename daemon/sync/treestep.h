@@ -2,7 +2,7 @@
 #ifndef DAEMON_SYNC_TREESTEP_H
 #define DAEMON_SYNC_TREESTEP_H
 
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 namespace Eas {
 class FolderSyncCommand;

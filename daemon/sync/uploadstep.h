@@ -3,7 +3,7 @@
 #define DAEMON_SYNC_UPLOADSTEP_H
 
 #include "daemon/store/localchanges.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <QHash>
 #include <QQueue>

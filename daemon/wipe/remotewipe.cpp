@@ -3,8 +3,8 @@
 
 #include "daemon/bus/logging.h"
 #include "daemon/store/accountwipe.h"
-#include "daemon/work/storecall.h"
-#include "daemon/work/storejobrunner.h"
+#include "daemon/tasks/storecall.h"
+#include "daemon/tasks/storejobrunner.h"
 #include "eas/wipeacknowledgecommand.h"
 
 namespace Daemon {

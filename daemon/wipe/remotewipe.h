@@ -2,7 +2,7 @@
 #ifndef DAEMON_WIPE_REMOTEWIPE_H
 #define DAEMON_WIPE_REMOTEWIPE_H
 
-#include "daemon/work/accountcontext.h"
+#include "daemon/tasks/accountcontext.h"
 #include "eas/result.h"
 
 #include <QObject>

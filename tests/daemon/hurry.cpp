@@ -2,7 +2,7 @@
 //
 // Makes the daemon that this is linked into hurry: for tests of what it does after the pauses of a
 // synchronisation. How long these are is tested in driven time.
-#include "daemon/work/alarm.h"
+#include "daemon/tasks/alarm.h"
 
 namespace {
 

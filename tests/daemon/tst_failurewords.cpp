@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/failurewords.h"
+#include "daemon/tasks/failurewords.h"
 
 #include <QTest>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/push/heartbeat.h"
 #include "daemon/push/pushwatch.h"
-#include "daemon/work/backoff.h"
-#include "daemon/work/networkmonitor.h"
+#include "daemon/tasks/backoff.h"
+#include "daemon/tasks/networkmonitor.h"
 #include "tests/daemon/daemonworld.h"
 
 #include <QElapsedTimer>

@@ -3,8 +3,8 @@
 // How often a server is asked that answers uselessly, whatever it answers: over hours, in driven
 // time, for an account whose push is on.
 #include "daemon/engine/accountworker.h"
-#include "daemon/work/alarm.h"
-#include "daemon/work/backoff.h"
+#include "daemon/tasks/alarm.h"
+#include "daemon/tasks/backoff.h"
 #include "tests/eas/scriptedserver.h"
 #include "tests/support/storefixture.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_TASK_H
-#define DAEMON_WORK_TASK_H
+#ifndef DAEMON_TASKS_TASK_H
+#define DAEMON_TASKS_TASK_H
 
 #include "daemon/store/storejob.h"
-#include "daemon/work/accountcontext.h"
-#include "daemon/work/retry.h"
+#include "daemon/tasks/accountcontext.h"
+#include "daemon/tasks/retry.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_STOREPROBE_H
-#define DAEMON_WORK_STOREPROBE_H
+#ifndef DAEMON_TASKS_STOREPROBE_H
+#define DAEMON_TASKS_STOREPROBE_H
 
 namespace Daemon {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_STOREJOBRUNNER_H
-#define DAEMON_WORK_STOREJOBRUNNER_H
+#ifndef DAEMON_TASKS_STOREJOBRUNNER_H
+#define DAEMON_TASKS_STOREJOBRUNNER_H
 
 #include "daemon/store/storejob.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_ACCOUNTCONTEXT_H
-#define DAEMON_WORK_ACCOUNTCONTEXT_H
+#ifndef DAEMON_TASKS_ACCOUNTCONTEXT_H
+#define DAEMON_TASKS_ACCOUNTCONTEXT_H
 
 #include "daemon/store/accountrecord.h"
 #include "daemon/store/syncstatedb.h"

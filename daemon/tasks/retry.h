@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_RETRY_H
-#define DAEMON_WORK_RETRY_H
+#ifndef DAEMON_TASKS_RETRY_H
+#define DAEMON_TASKS_RETRY_H
 
 #include "eas/result.h"
 

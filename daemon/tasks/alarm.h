@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_ALARM_H
-#define DAEMON_WORK_ALARM_H
+#ifndef DAEMON_TASKS_ALARM_H
+#define DAEMON_TASKS_ALARM_H
 
 #include <QObject>
 #include <QTimer>

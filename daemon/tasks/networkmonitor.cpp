@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/networkmonitor.h"
+#include "daemon/tasks/networkmonitor.h"
 
 #include "daemon/bus/logging.h"
 

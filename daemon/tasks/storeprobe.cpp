@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/storeprobe.h"
+#include "daemon/tasks/storeprobe.h"
 
 #include <qmailnamespace.h>
 #include <QSqlDatabase>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/taskjob.h"
+#include "daemon/tasks/taskjob.h"
 
 #include "daemon/bus/logging.h"
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_JOB_H
-#define DAEMON_WORK_JOB_H
+#ifndef DAEMON_TASKS_JOB_H
+#define DAEMON_TASKS_JOB_H
 
 #include "asclient/searchmailboxresult.h"
 #include "daemon/bus/request.h"

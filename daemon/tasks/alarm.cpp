@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/alarm.h"
+#include "daemon/tasks/alarm.h"
 
 #include <QList>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_TASKJOB_H
-#define DAEMON_WORK_TASKJOB_H
+#ifndef DAEMON_TASKS_TASKJOB_H
+#define DAEMON_TASKS_TASKJOB_H
 
-#include "daemon/work/job.h"
+#include "daemon/tasks/job.h"
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/retry.h"
+#include "daemon/tasks/retry.h"
 
 #include <QtGlobal>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/task.h"
+#include "daemon/tasks/task.h"
 
 #include "daemon/bus/logging.h"
-#include "daemon/work/alarm.h"
-#include "daemon/work/storejobrunner.h"
+#include "daemon/tasks/alarm.h"
+#include "daemon/tasks/storejobrunner.h"
 #include "eas/command.h"
 
 #include <QTimer>

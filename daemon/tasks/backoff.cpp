@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/backoff.h"
+#include "daemon/tasks/backoff.h"
 
 #include "eas/result.h"
 

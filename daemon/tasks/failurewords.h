@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_FAILUREWORDS_H
-#define DAEMON_WORK_FAILUREWORDS_H
+#ifndef DAEMON_TASKS_FAILUREWORDS_H
+#define DAEMON_TASKS_FAILUREWORDS_H
 
 #include "eas/result.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef DAEMON_WORK_STORECALL_H
-#define DAEMON_WORK_STORECALL_H
+#ifndef DAEMON_TASKS_STORECALL_H
+#define DAEMON_TASKS_STORECALL_H
 
 #include "daemon/store/accountguard.h"
 #include "daemon/store/storejob.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "daemon/work/storejobrunner.h"
+#include "daemon/tasks/storejobrunner.h"
 
-#include "daemon/work/storeprobe.h"
+#include "daemon/tasks/storeprobe.h"
 
 namespace Daemon {
 
