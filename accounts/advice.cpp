@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/advice.h"
 
+#include "translations/text.h"
+#include "translations/translation.h"
+
 namespace Accounts {
 
 namespace {
@@ -13,7 +16,7 @@ QString place(const AccountSettings &settings)
 /** The daemon's sentence as a part of ours. */
 QString asClause(const QString &sentence, const AccountSettings &settings)
 {
-    QString clause = sentence.trimmed();
+    QString clause = Translation::ofFailure(sentence.trimmed());
     while (clause.endsWith(QLatin1Char('.')))
         clause.chop(1);
     if (!clause.isEmpty() && !clause.startsWith(settings.server))
@@ -23,7 +26,8 @@ QString asClause(const QString &sentence, const AccountSettings &settings)
 
 QString withReason(const QString &text, const QString &reason, const QString &advice)
 {
-    const QString because = reason.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(reason);
+    const QString because =
+        reason.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(Translation::ofFailure(reason));
     return text + because + QStringLiteral("; ") + advice;
 }
 
@@ -39,38 +43,37 @@ Outcome advice(int code, const QString &reason, const AccountSettings &settings,
     };
     switch (code) {
     case Eas::NotActiveSync:
-        return outcome(QStringLiteral("%1 is no ActiveSync server").arg(place(settings)),
-                       QStringLiteral("check server and port"), "server");
+        return outcome(Text::tr("%1 is no ActiveSync server").arg(place(settings)),
+                       Text::tr("check server and port"), "server");
     case Eas::LoginRefused:
         return Outcome {Outcome::Refused,
-                        QStringLiteral("%1 refuses user name or password of \"%2\"; check both, "
-                                       "and the domain")
+                        Text::tr("%1 refuses user name or password of \"%2\"; check both, "
+                                 "and the domain")
                             .arg(settings.server, settings.userName),
                         code, QStringLiteral("password")};
     case Eas::Forbidden:
-        return outcome(QStringLiteral("%1 forbids this device or this user").arg(settings.server),
-                       QStringLiteral("ask its administrator to allow it"), "username");
+        return outcome(Text::tr("%1 forbids this device or this user").arg(settings.server),
+                       Text::tr("ask its administrator to allow it"), "username");
     case Eas::NoRoom:
-        return outcome(QStringLiteral("there is no room left, here or at the server"),
-                       QStringLiteral("make room and try again"));
+        return outcome(Text::tr("there is no room left, here or at the server"),
+                       Text::tr("make room and try again"));
     case Eas::Timeout:
-        return outcome(QStringLiteral("%1 does not answer").arg(place(settings)),
-                       QStringLiteral("check server, port and network"), "server");
+        return outcome(Text::tr("%1 does not answer").arg(place(settings)),
+                       Text::tr("check server, port and network"), "server");
     case Eas::NoConnection:
-        return outcome(QStringLiteral("no connection to %1").arg(place(settings)),
-                       QStringLiteral("check server, port and network"), "server");
+        return outcome(Text::tr("no connection to %1").arg(place(settings)),
+                       Text::tr("check server, port and network"), "server");
     case Eas::Cancelled:
-        return Outcome {Outcome::Refused, QStringLiteral("cancelled"), code};
+        return Outcome {Outcome::Refused, Text::tr("cancelled"), code};
     case Eas::BadConfiguration:
-        return outcome(QStringLiteral("%1 cannot be used with these settings").arg(place(settings)),
-                       QStringLiteral("check server, port and encryption"), "server");
+        return outcome(Text::tr("%1 cannot be used with these settings").arg(place(settings)),
+                       Text::tr("check server, port and encryption"), "server");
     case Eas::PolicyDemanded:
-        return outcome(
-            QStringLiteral("%1 demands a policy that is not met here").arg(settings.server),
-            QStringLiteral("ask its administrator"), "server");
+        return outcome(Text::tr("%1 demands a policy that is not met here").arg(settings.server),
+                       Text::tr("ask its administrator"), "server");
     default:
-        return outcome(QStringLiteral("%1 has failed").arg(settings.server),
-                       QStringLiteral("try again later"), "server");
+        return outcome(Text::tr("%1 has failed").arg(settings.server), Text::tr("try again later"),
+                       "server");
     }
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/console.h"
 
+#include "translations/text.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -103,7 +105,7 @@ Console::Console()
 
 void Console::say(const QString &line)
 {
-    if (!m_json)
+    if (!m_json && !m_quiet)
         m_out << plain(line) << '\n' << Qt::flush;
 }
 
@@ -123,7 +125,7 @@ void Console::complain(const QString &line)
 
 void Console::drawProgress(const QString &title, int percent)
 {
-    if (!m_redraw)
+    if (!m_redraw || m_quiet)
         return;
     const int filled = qBound(0, percent, 100) * BarWidth / 100;
     m_err << '\r' << plain(title) << " [" << QString(filled, QLatin1Char('#'))
@@ -134,9 +136,10 @@ void Console::drawProgress(const QString &title, int percent)
 
 void Console::drawWaiting(const QString &title, int seconds)
 {
-    if (!m_redraw)
+    if (!m_redraw || m_quiet)
         return;
-    m_err << "\r\033[K" << plain(title) << "... " << seconds << " s (Ctrl-C cancels)" << Qt::flush;
+    const QString text = Text::tr("%1... %2 s (Ctrl-C cancels)").arg(plain(title)).arg(seconds);
+    m_err << "\r\033[K" << text << Qt::flush;
     m_drawn = true;
 }
 
@@ -175,10 +178,11 @@ bool Console::confirm(const QString &question)
 {
     if (!m_interactive)
         return false;
+    const QString yes = Text::tr("yes");
     const QString answer =
-        ask(question + QLatin1String(" (yes/no)"), QStringLiteral("no")).value_or(QString());
-    return answer.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0
-        || answer.compare(QLatin1String("y"), Qt::CaseInsensitive) == 0;
+        ask(Text::tr("%1 (yes/no)").arg(question), Text::tr("no")).value_or(QString());
+    const QStringList agreeing {yes, yes.left(1), QStringLiteral("yes"), QStringLiteral("y")};
+    return agreeing.contains(answer, Qt::CaseInsensitive);
 }
 
 std::optional<QString> Console::readSecret()

@@ -21,11 +21,9 @@ public:
 
     /** Whether a person can be asked. */
     bool isInteractive() const { return m_interactive; }
-    /** Whether a line of the output may be written over. */
-    bool canRedraw() const { return m_redraw; }
-
     void setJson(bool json) { m_json = json; }
-    bool isJson() const { return m_json; }
+    /** From now on nothing is said or drawn but errors and the output for a program. */
+    void setQuiet(bool quiet) { m_quiet = quiet; }
 
     /** A line for a person; nothing when the output is for a program. What a terminal would obey is
      * left out of all lines. */
@@ -59,6 +57,7 @@ private:
     bool m_interactive;
     bool m_redraw;
     bool m_json = false;
+    bool m_quiet = false;
     bool m_drawn = false;
 };
 

@@ -2,9 +2,8 @@
 #ifndef ACCOUNTS_FOLDERVIEW_H
 #define ACCOUNTS_FOLDERVIEW_H
 
-#include <qmailid.h>
-
 #include <QList>
+#include <qmailid.h>
 #include <QString>
 
 namespace Accounts {
@@ -26,7 +25,7 @@ QList<FolderLine> foldersOf(const QMailAccountId &account);
 QMailFolderId findFolder(const QMailAccountId &account, const QString &pathOrId);
 
 /** Makes a folder a favourite or takes that away. */
-bool setFavourite(const QMailFolderId &folder, bool favourite);
+bool setFavourite(const QMailFolderId &id, bool favourite);
 
 } // namespace Accounts
 

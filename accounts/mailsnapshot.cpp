@@ -5,7 +5,6 @@
 
 #include <qmailmessage.h>
 #include <qmailstore.h>
-
 #include <QMap>
 
 namespace Accounts {

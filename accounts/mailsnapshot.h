@@ -2,10 +2,9 @@
 #ifndef ACCOUNTS_MAILSNAPSHOT_H
 #define ACCOUNTS_MAILSNAPSHOT_H
 
-#include <qmailid.h>
-
 #include <QHash>
 #include <QList>
+#include <qmailid.h>
 #include <QString>
 
 namespace Accounts {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/program.h"
+#include "translations/translation.h"
 
 #include <QCoreApplication>
 
@@ -27,6 +28,12 @@ int main(int argc, char **argv)
     umask(077);
     qInstallMessageHandler(handleMessage);
     QCoreApplication application(argc, argv);
-    verbose = application.arguments().contains(QStringLiteral("--verbose"));
-    return Accounts::Program().run(application.arguments());
+    const QStringList arguments = application.arguments();
+    verbose = arguments.contains(QStringLiteral("--verbose"));
+    // What another program reads is the same in each language, with its numbers and dates.
+    if (arguments.contains(QStringLiteral("--json")))
+        QLocale::setDefault(QLocale::c());
+    else
+        Translation::install(Translation::Scope::AllTexts);
+    return Accounts::Program().run(arguments);
 }

@@ -9,10 +9,11 @@ namespace Accounts {
 /** How something ended: what a script gets, and the one line that a person reads. */
 struct Outcome
 {
-    enum Exit { Done = 0, Refused = 1, WrongUsage = 2 };
+    /** The last two are how things are, and no failure of the program, which has told of them. */
+    enum Exit { Done = 0, Refused = 1, WrongUsage = 2, Trouble = 3, NotRunning = 4 };
 
     Exit exit = Done;
-    /** What is wrong and what to do about it; empty after Done. */
+    /** What is wrong and what to do about it; empty after Done, and where it has been told. */
     QString text;
     /** The code of the daemon's interface where it was the server that refused, else 0. */
     int code = 0;

@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/program.h"
 
-#include "accounts/accountbook.h"
 #include "accounts/commands/addcommand.h"
 #include "accounts/commands/folderscommand.h"
 #include "accounts/commands/listcommand.h"
+#include "accounts/commands/outboxcommand.h"
 #include "accounts/commands/removecommand.h"
+#include "accounts/commands/reportcommand.h"
 #include "accounts/commands/setcommand.h"
 #include "accounts/commands/showcommand.h"
+#include "accounts/commands/statuscommand.h"
+#include "accounts/commands/storecommand.h"
 #include "accounts/commands/synccommand.h"
 #include "accounts/commands/testcommand.h"
 #include "accounts/console.h"
+#include "accounts/programmanual.h"
+#include "accounts/setup/accountbook.h"
+#include "manual/helptext.h"
+#include "manual/parsing.h"
+#include "translations/text.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -30,7 +38,15 @@ Outcome openWindow()
                                               + QLatin1String("/orvmail-account-window"));
     execl(path.constData(), path.constData(), static_cast<char *>(nullptr));
     return Outcome::refused(
-        QStringLiteral("the window is not installed (%1)").arg(QFile::decodeName(path)));
+        Text::tr("the window is not installed (%1); it is in the package orvmail-window")
+            .arg(QFile::decodeName(path)));
+}
+
+Outcome unknown(const QString &word)
+{
+    return Outcome::wrongUsage(
+        word.isEmpty() ? Text::tr("no command; see orvmail-account --help")
+                       : Text::tr("no such command: %1; see orvmail-account --help").arg(word));
 }
 
 void print(const QString &text)
@@ -50,6 +66,10 @@ Program::Program()
     m_commands.push_back(std::make_unique<TestCommand>());
     m_commands.push_back(std::make_unique<SyncCommand>());
     m_commands.push_back(std::make_unique<FoldersCommand>());
+    m_commands.push_back(std::make_unique<StatusCommand>());
+    m_commands.push_back(std::make_unique<OutboxCommand>());
+    m_commands.push_back(std::make_unique<ReportCommand>());
+    m_commands.push_back(std::make_unique<StoreCommand>());
 }
 
 Program::~Program() = default;
@@ -59,10 +79,8 @@ int Program::run(const QStringList &arguments)
     Console console;
     const QString word = arguments.value(1);
     if (word == QLatin1String("--help") || word == QLatin1String("-h")
-        || word == QLatin1String("help")) {
-        print(overview());
-        return Outcome::Done;
-    }
+        || word == QLatin1String("help"))
+        return help(arguments.value(2), console);
     if (word == QLatin1String("--version")) {
         print(QStringLiteral("orvmail-account " ORVMAIL_VERSION "\n"));
         return Outcome::Done;
@@ -71,35 +89,38 @@ int Program::run(const QStringList &arguments)
         return conclude(openWindow(), console);
     Command *command = find(word);
     if (!command)
-        return conclude(
-            Outcome::wrongUsage(
-                word.isEmpty()
-                    ? QStringLiteral("no command; see orvmail-account --help")
-                    : QStringLiteral("no such command: %1; see orvmail-account --help").arg(word)),
-            console);
+        return conclude(unknown(word), console);
     QStringList rest = arguments;
     rest.removeAt(1);
     return runCommand(*command, rest, console);
 }
 
-QString Program::overview() const
+Manual::Program Program::manual() const
 {
-    QString text = QStringLiteral("Usage: orvmail-account COMMAND [OPTIONS]\n"
-                                  "       orvmail-account --window\n"
-                                  "ActiveSync mail accounts for the Qt Messaging Framework.\n\n"
-                                  "Commands (--help after one tells more):\n");
+    Manual::Program manual = programManual();
     for (const auto &command : m_commands)
-        text += QStringLiteral("  %1 %2\n").arg(command->name(), -10).arg(command->summary());
-    text += QStringLiteral(
-        "\nEvery command takes --json for output that a program reads, and --verbose.\n"
-        "Exit codes: 0 done, 1 refused, 2 wrong usage.\n");
-    return text;
+        manual.commands.append(command->manual());
+    Manual::Command help("help", Text::tr("tell about a command"));
+    help.forms = {{"[COMMAND]", Text::tr("this one; without it, all are listed")}};
+    manual.commands.append(help);
+    return manual;
+}
+
+/** About a command, or about the program where none is named. */
+int Program::help(const QString &word, Console &console) const
+{
+    const Manual::Program program = manual();
+    const Manual::Command *command = program.find(word);
+    if (!command && !word.isEmpty())
+        return conclude(unknown(word), console);
+    print(command ? helpText(program, *command) : helpText(program));
+    return Outcome::Done;
 }
 
 Command *Program::find(const QString &word) const
 {
     for (const auto &command : m_commands) {
-        if (command->name() == word)
+        if (command->manual().name == word)
             return command.get();
     }
     return nullptr;
@@ -107,33 +128,21 @@ Command *Program::find(const QString &word) const
 
 int Program::runCommand(Command &command, const QStringList &arguments, Console &console)
 {
+    const Manual::Command manual = command.manual();
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("orvmail-account %1: %2").arg(command.name(), command.summary()));
-    command.declare(parser);
-    parser.addOption({QStringLiteral("json"), QStringLiteral("print JSON")});
-    parser.addOption({QStringLiteral("verbose"), QStringLiteral("show the libraries' messages")});
-    parser.addOption(
-        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("show this text")});
+    addOptions(parser, manual.options + programManual().options);
     const bool understood = parser.parse(arguments);
-    if (parser.isSet(QStringLiteral("help"))) {
-        QStringList lines = parser.helpText().split(QLatin1Char('\n'));
-        // Qt names the program by its path and knows nothing of the command.
-        lines.first() = QLatin1String("Usage: orvmail-account ") + command.name()
-            + lines.first().mid(lines.first().indexOf(QLatin1String(" [options]")));
-        print(lines.join(QLatin1Char('\n')));
-        return Outcome::Done;
-    }
+    if (parser.isSet(QStringLiteral("help")))
+        return help(manual.name, console);
     console.setJson(parser.isSet(QStringLiteral("json")));
     if (!understood)
         return conclude(Outcome::wrongUsage(parser.errorText()), console);
     const int count = parser.positionalArguments().size();
-    if (count < command.minimumArguments())
-        return conclude(Outcome::wrongUsage(QStringLiteral("which account? see --help")), console);
-    if (count > command.maximumArguments())
-        return conclude(Outcome::wrongUsage(QStringLiteral("too many arguments; see --help")),
-                        console);
-    Outcome outcome = AccountBook::open();
+    if (count < manual.minimumArguments())
+        return conclude(Outcome::wrongUsage(Text::tr("which account? see --help")), console);
+    if (count > manual.maximumArguments())
+        return conclude(Outcome::wrongUsage(Text::tr("too many arguments; see --help")), console);
+    Outcome outcome = command.needsStore() ? AccountBook::open() : Outcome();
     if (outcome.ok()) {
         outcome = command.run(parser, console);
         AccountBook::announce();
@@ -143,8 +152,8 @@ int Program::runCommand(Command &command, const QStringList &arguments, Console 
 
 int Program::conclude(const Outcome &outcome, Console &console) const
 {
-    if (outcome.ok())
-        return Outcome::Done;
+    if (outcome.text.isEmpty())
+        return outcome.exit;
     console.complain(outcome.text);
     QJsonObject error {{QStringLiteral("error"), outcome.text}};
     if (outcome.code)

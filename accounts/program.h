@@ -3,6 +3,7 @@
 #define ACCOUNTS_PROGRAM_H
 
 #include "accounts/outcome.h"
+#include "manual/manual.h"
 
 #include <QStringList>
 
@@ -24,8 +25,10 @@ public:
     /** `arguments` as the shell gave them, the program's name first; returns the exit code. */
     int run(const QStringList &arguments);
 
+    Manual::Program manual() const;
+
 private:
-    QString overview() const;
+    int help(const QString &word, Console &console) const;
     Command *find(const QString &word) const;
     int runCommand(Command &command, const QStringList &arguments, Console &console);
     int conclude(const Outcome &outcome, Console &console) const;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/storefiles.h"
 
+#include "translations/text.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -18,21 +20,21 @@ Outcome prepareStoreFolder(const QString &folder)
     umask(077);
     if (!QDir().mkpath(folder))
         return Outcome::refused(
-            QStringLiteral("the mail store's folder %1 cannot be made; check that what lies above "
-                           "it is writable")
+            Text::tr("the mail store's folder %1 cannot be made; check that what lies above "
+                     "it is writable")
                 .arg(folder));
     struct stat status;
     const QByteArray path = QFile::encodeName(folder);
     if (stat(path.constData(), &status) != 0 || status.st_uid != geteuid())
-        return Outcome::refused(QStringLiteral("the mail store's folder %1 belongs to somebody "
-                                               "else; set QMF_DATA to a folder of yours")
+        return Outcome::refused(Text::tr("the mail store's folder %1 belongs to somebody "
+                                         "else; set QMF_DATA to a folder of yours")
                                     .arg(folder));
     if ((status.st_mode & 077) != 0 && chmod(path.constData(), 0700) != 0)
         return Outcome::refused(
-            QStringLiteral("the mail store's folder %1 cannot be closed to others").arg(folder));
+            Text::tr("the mail store's folder %1 cannot be closed to others").arg(folder));
     if (access(path.constData(), R_OK | W_OK | X_OK) != 0)
         return Outcome::refused(
-            QStringLiteral("the mail store's folder %1 cannot be opened; it is not writable")
+            Text::tr("the mail store's folder %1 cannot be opened; it is not writable")
                 .arg(folder));
     return {};
 }

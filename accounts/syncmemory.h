@@ -3,11 +3,15 @@
 #define ACCOUNTS_SYNCMEMORY_H
 
 #include <QString>
+#include <QStringList>
 
 namespace Accounts {
 
 /** What the daemon calls this installation at servers; empty where its memory cannot be opened. */
 QString deviceId();
+
+/** All that it has been called in this user's folder, on other machines, too. Changes nothing. */
+QStringList rememberedDeviceIds();
 
 /**
  * Lets the daemon's memory forget every account that the mail store does not have.

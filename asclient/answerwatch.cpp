@@ -15,7 +15,8 @@ namespace Activesync {
 
 namespace {
 
-/** No timer runs for such a call: its end is an answer, or the word of the bus. */
+/** No time-out: the call ends with an answer, or with the error of the bus for a daemon that is
+ * gone. */
 constexpr int NoTimeout = std::numeric_limits<int>::max();
 
 /** The daemon answers within so many milliseconds, whatever it is doing. */
@@ -24,8 +25,8 @@ constexpr int PromisedMs = 200;
 /**
  * Blocks until the call is finished or the time is over.
  *
- * Qt can wait for a call with a time-out of its own, and then drops a late answer. So this looks,
- * from every 50 microseconds up to every 2 ms.
+ * With a time-out of its own, Qt would drop a late answer. So this polls: every 50 microseconds at
+ * first, every 2 ms at last.
  */
 bool waitFor(const QDBusPendingCall &call, int timeoutMs)
 {
@@ -80,7 +81,8 @@ bool AnswerWatch::isSilent()
     return m_silent;
 }
 
-/** A call that was given up is finished: the daemon answers, or the bus says that it is gone. */
+/** Ends the silence: a call that was given up has its answer, or the error that the daemon is
+ * gone. */
 void AnswerWatch::endSilence(const QDBusPendingCallWatcher &late)
 {
     if (late.isError())
@@ -125,11 +127,11 @@ void AnswerWatch::hear()
     if (!m_silent)
         return;
     m_silent = false;
-    // Not from within a call that only looked whether it may be made.
+    // Queued: a caller of isSilent() may be in the middle of a call of its own.
     QMetaObject::invokeMethod(this, &AnswerWatch::heardAgain, Qt::QueuedConnection);
 }
 
-/** Another daemon, or none: nothing is known of it. */
+/** Another process, or none, has the daemon's name: nothing is known of its answers. */
 void AnswerWatch::forget()
 {
     m_silent = false;

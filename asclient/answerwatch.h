@@ -16,7 +16,7 @@ namespace Activesync {
  * Waits for a daemon's answers no longer than a bound, and remembers a daemon that gave none.
  *
  * The bound holds for a series of calls, too: while a daemon is silent, further calls are not made.
- * It is silent until an answer of it is seen, be it a late one, or its name changes hands.
+ * The silence ends with a late answer, with hear(), or when the daemon's name changes hands.
  */
 class AnswerWatch : public QObject
 {
@@ -30,8 +30,8 @@ public:
     /** Whether a call would not be made now. */
     bool isSilent();
     /**
-     * What becomes finished() when the last call, which was given up, is answered after all; null
-     * when it was answered in time or not made. It deletes itself then.
+     * The watcher of the last call's late answer; null when that call was answered in time or not
+     * made. It deletes itself after finished().
      */
     QDBusPendingCallWatcher *lateAnswer() const { return m_lateAnswer; }
     /** Delivers the late answers that have come into this process already. */
@@ -59,7 +59,7 @@ private:
     QList<QDBusPendingCallWatcher *> m_unanswered;
     QDBusPendingCallWatcher *m_lateAnswer = nullptr;
     bool m_silent = false;
-    /** The one short wait for the answer that is due was had, in this silence. */
+    /** isSilent() has waited shortly for the late answer: only once in each silence. */
     bool m_waitedAgain = false;
 };
 

@@ -24,7 +24,7 @@ AsDBusInterface::AsDBusInterface(const QDBusConnection &connection, QObject *par
     , m_answers(new AnswerWatch(connection, QLatin1String(ServiceName), this))
 {
     registerTypes();
-    // A broadcast is as good a sign of life as an answer, where one is waited for.
+    // A broadcast shows as well as an answer that a silent daemon is back.
     connect(m_answers, &AnswerWatch::fellSilent, this, [this] {
         connect(this, &AsDBusInterface::requestCompleted, m_answers, &AnswerWatch::hear,
                 Qt::UniqueConnection);
@@ -33,7 +33,7 @@ AsDBusInterface::AsDBusInterface(const QDBusConnection &connection, QObject *par
 
 void AsDBusInterface::deliverPosted()
 {
-    // An answer goes before the broadcasts of the request that it names.
+    // The answer first: it has the id by which the broadcasts of its request are recognised.
     m_answers->deliverPosted();
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
 }
@@ -48,7 +48,7 @@ void AsDBusInterface::connectNotify(const QMetaMethod &signal)
 
 void AsDBusInterface::disconnectNotify(const QMetaMethod &)
 {
-    // Stays subscribed: a receiver of the next request would pay for a new subscription.
+    // Stays subscribed, so that the receiver of the next request need not subscribe again.
 }
 
 QDBusMessage AsDBusInterface::invoke(QDBus::CallMode mode, int timeoutMs, const QString &method,
@@ -58,7 +58,7 @@ QDBusMessage AsDBusInterface::invoke(QDBus::CallMode mode, int timeoutMs, const 
     if (mode == QDBus::Block)
         return callAndWait(timeoutMs, method, arguments);
     const QDBusMessage reply = callWithArgumentList(mode, method, arguments);
-    // An unsent call has no reply; an empty successful one stands for it.
+    // With QDBus::NoBlock there is no reply; one that holds 0 stands for it.
     if (reply.type() == QDBusMessage::InvalidMessage)
         return QDBusMessage::createMethodCall(service(), path(), interface(), method)
             .createReply(QVariant(0));
@@ -73,7 +73,7 @@ QDBusMessage AsDBusInterface::callAndWait(int timeoutMs, const QString &method,
     return m_answers->call(call, timeoutMs);
 }
 
-/** For calls whose answer tells nothing: a silent daemon finds them when it comes round. */
+/** For calls whose answer does not matter: sent without waiting to a daemon that is silent. */
 QDBus::CallMode AsDBusInterface::modeFor(QDBus::CallMode mode) const
 {
     return mode == QDBus::Block && m_answers->isSilent() ? QDBus::NoBlock : mode;

@@ -25,9 +25,9 @@ QString socketName(const QString &messageId, const QString &location)
 
 QString attachmentDowloadNotifierPath(const QString &messageId, const QString &location)
 {
-    constexpr int addressBytes = sizeof(sockaddr_un::sun_path) - 1;
+    constexpr int AddressBytes = sizeof(sockaddr_un::sun_path) - 1;
     const QString name = socketName(messageId, location);
-    const QString directory = runtimeDirectory(addressBytes - name.size());
+    const QString directory = runtimeDirectory(AddressBytes - name.size());
     return directory.isEmpty() ? QString() : directory + name;
 }
 

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/signalwatcher.h"
 
-#include <fcntl.h>
 #include <QSocketNotifier>
+
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
-namespace Daemon {
+namespace Activesync {
 
 namespace {
 
@@ -15,7 +16,7 @@ int ends[2] = {-1, -1};
 void onSignal(int)
 {
     const char byte = 0;
-    // A full pipe has told the reader already.
+    // Where the pipe is full, the reader is about to wake up anyway.
     [[maybe_unused]] const ssize_t written = write(ends[1], &byte, 1);
 }
 
@@ -55,4 +56,4 @@ void SignalWatcher::onReadable()
     emit endWanted();
 }
 
-} // namespace Daemon
+} // namespace Activesync

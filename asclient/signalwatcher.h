@@ -6,9 +6,9 @@
 
 class QSocketNotifier;
 
-namespace Daemon {
+namespace Activesync {
 
-/** Turns SIGTERM and SIGINT into a signal of the event loop in which it lives. One a process. */
+/** Turns SIGTERM and SIGINT into endWanted(), emitted by the event loop. One in a process. */
 class SignalWatcher : public QObject
 {
     Q_OBJECT
@@ -26,6 +26,6 @@ private:
     QSocketNotifier *m_notifier;
 };
 
-} // namespace Daemon
+} // namespace Activesync
 
 #endif

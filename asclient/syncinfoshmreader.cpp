@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
-/** The state's file as this reader sees it, followed when it is replaced. */
+/** The state's file in memory, mapped again when another file takes its place. */
 class SyncInfoShmReader::Mapping
 {
 public:
@@ -47,7 +47,7 @@ const SyncInfoTable *SyncInfoShmReader::Mapping::table()
 
 bool SyncInfoShmReader::Mapping::isCurrent() const
 {
-    // The size again: what lies behind the end of a file must not be touched.
+    // The size again: an access beyond the end of the file would be a SIGBUS.
     return m_table && m_file.isAt(m_path) && m_file.size() == qint64(sizeof(SyncInfoTable));
 }
 

@@ -51,7 +51,8 @@ SyncInfoShmWriter::Table::~Table()
 bool SyncInfoShmWriter::Table::open(QString &error)
 {
     Taking taking = Again;
-    // Again after clearing remains away, or when another writer did so between two steps of ours.
+    // Again after removing what a dead writer left, or when another writer replaced the file
+    // meanwhile.
     for (int tries = 0; taking == Again && tries < 100; ++tries)
         taking = take(error);
     return taking == Taken;
@@ -71,7 +72,7 @@ SyncInfoShmWriter::Table::Taking SyncInfoShmWriter::Table::take(QString &error)
     if (!m_file.isAt(m_path))
         return Again;
     if (m_file.size() != 0) {
-        // A dead writer's, or rubbish. Never cut short in place: a reader may have it in memory.
+        // Left by a dead writer, or no table. Not truncated, as a reader may have it mapped.
         unlink(m_path.constData());
         return Again;
     }

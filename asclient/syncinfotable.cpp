@@ -41,7 +41,7 @@ quint64 SyncInfoTable::packed(const SyncInfoNode &node)
 void SyncInfoTable::unpack(quint64 value, SyncInfoNode &node)
 {
     node.syncState = int(value >> 32);
-    // Also a damaged file must not make more of it than there is.
+    // The bound holds for a damaged file, too.
     node.progress = int(qMin(value & 0xffffffff, quint64(1000)));
 }
 

@@ -11,9 +11,8 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QTextStream>
-
 #include <qmailmessageservice.h>
+#include <QTextStream>
 
 #include <algorithm>
 #include <functional>

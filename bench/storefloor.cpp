@@ -1,121 +1,166 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The floor of a synchronisation: parse the same messages and add them straight to a mail store,
-// with the cheapest settings known; then, if more are given, do as many changes to that store, by
-// turns a new message and a flag. Prints one line of JSON, times in milliseconds.
+// usage: storefloor PORT [USER ROUNDS CHANGES...]
+//
+// The floor of a synchronisation: adds what alice has in her inbox at the test server to a mail
+// store that is empty but for the daemon's indexes. The very same messages: fetched and built by
+// the daemon's own classes, which is not measured; only the store's work is. Then makes as many
+// changes to that store, by turns a new message of USER's inbox and a flag, the median of ROUNDS.
+// Prints one line of JSON, CPU times in milliseconds.
+#include "bench/floorthreads.h"
+#include "bench/makeindexes.h"
+#include "bench/serverinbox.h"
+#include "daemon/store/incoming/messagebuilder.h"
+#include "daemon/store/messageflags.h"
+#include "daemon/store/serveruid.h"
+#include "daemon/store/state/folderkeys.h"
+
+#include <QCoreApplication>
 #include <qmailaccount.h>
 #include <qmailmessage.h>
 #include <qmailstore.h>
-
-#include <QCoreApplication>
-#include <QDirIterator>
-#include <QElapsedTimer>
+#include <QSet>
 #include <QTextStream>
 
 #include <algorithm>
-
-#include <sys/resource.h>
+#include <ctime>
+#include <vector>
 
 namespace {
 
-constexpr int BatchSize = 100;
-constexpr int Rounds = 3;
-
 double cpuMs()
 {
-    rusage usage {};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto ms = [](const timeval &t) {
-        return double(t.tv_sec) * 1e3 + double(t.tv_usec) / 1e3;
-    };
-    return ms(usage.ru_utime) + ms(usage.ru_stime);
+    struct timespec time = {};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
 }
 
-QMailFolderId makeFolder()
+/** An account with an empty inbox. */
+Store::FolderState makeFolder(const Eas::FolderRecord &inbox)
 {
     QMailAccount account;
     account.setName(QStringLiteral("floor"));
     account.setMessageType(QMailMessage::Email);
     account.setStatus(QMailAccount::Enabled, true);
     QMailStore::instance()->addAccount(&account, nullptr);
-    QMailFolder folder(QStringLiteral("inbox"), QMailFolderId(), account.id());
+    QMailFolder folder(inbox.displayName, QMailFolderId(), account.id());
     QMailStore::instance()->addFolder(&folder);
-    return folder.id();
+    Store::FolderState state;
+    state.serverId = inbox.serverId;
+    state.folderId = folder.id();
+    state.type = inbox.type;
+    return state;
 }
 
-QMailMessage parse(const QString &path, const QMailFolder &folder)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("cannot read %s", qPrintable(path));
-    QMailMessage message = QMailMessage::fromRfc2822(file.readAll());
-    message.setMessageType(QMailMessage::Email);
-    message.setParentAccountId(folder.parentAccountId());
-    message.setParentFolderId(folder.id());
-    message.setServerUid(path);
-    message.setReceivedDate(message.date());
-    message.setContentScheme(QStringLiteral("qmfstoragemanager"));
-    message.setStatus(QMailMessage::Incoming | QMailMessage::New | QMailMessage::ContentAvailable,
-                      true);
-    return message;
-}
+using Messages = std::vector<QMailMessage>;
 
-void addBatch(QList<QMailMessage> &batch)
+/** The messages as the daemon stores them. */
+Messages built(const QList<Eas::MailItem> &items, const Store::FolderState &folder,
+               const Eas::FolderId &origin)
 {
-    QList<QMailMessage *> pointers;
-    for (QMailMessage &message : batch)
-        pointers.append(&message);
-    if (!QMailStore::instance()->addMessages(pointers))
-        qFatal("the store took no messages");
-    batch.clear();
-}
-
-/** Adds all messages below a folder; returns how many. */
-int addAll(const QString &directory, const QMailFolder &folder)
-{
-    int count = 0;
-    QList<QMailMessage> batch;
-    QDirIterator files(directory, {QStringLiteral("*.eml")}, QDir::Files,
-                       QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        batch.append(parse(files.next(), folder));
-        ++count;
-        if (batch.size() == BatchSize)
-            addBatch(batch);
+    Messages messages;
+    const QMailAccountId account = QMailFolder(folder.folderId).parentAccountId();
+    for (const Eas::MailItem &item : items) {
+        QMailMessage message = Store::MessageBuilder::build(item);
+        message.setParentAccountId(account);
+        message.setParentFolderId(folder.folderId);
+        Store::ServerUid::item(origin, item.serverId).assignTo(&message);
+        message.setStatus(Store::messageFlags(folder), true);
+        messages.push_back(message);
     }
-    if (!batch.isEmpty())
-        addBatch(batch);
-    return count;
+    return messages;
 }
 
-/** CPU milliseconds of so many changes. */
-double change(int count, QDirIterator &news, const QMailFolder &folder)
+/** CPU milliseconds of adding the messages. */
+double add(const QList<QMailMessage *> &messages, FloorThreads *threads)
+{
+    if (messages.isEmpty())
+        return 0;
+    const double before = cpuMs();
+    if (!QMailStore::instance()->addMessages(messages))
+        qFatal("the store accepted no messages");
+    const double cpu = cpuMs() - before;
+    for (const QMailMessage *message : messages)
+        threads->note(*message);
+    return cpu;
+}
+
+/** The same, in the threads of their conversations: one that is new is known by its first message.
+ */
+double addInThreads(Messages messages, FloorThreads *threads)
+{
+    std::stable_sort(messages.begin(), messages.end(), [](const auto &a, const auto &b) {
+        return a.date().toUTC() < b.date().toUTC();
+    });
+    QList<QMailMessage *> now;
+    QList<QMailMessage *> next;
+    QSet<QByteArray> begun;
+    for (QMailMessage &message : messages) {
+        const QByteArray conversation = Store::MessageBuilder::conversationId(message);
+        const bool waits = !threads->join(&message) && begun.contains(conversation);
+        (waits ? next : now).append(&message);
+        if (!conversation.isEmpty())
+            begun.insert(conversation);
+    }
+    const double cpu = add(now, threads);
+    for (QMailMessage *message : qAsConst(next))
+        threads->join(message);
+    return cpu + add(next, threads);
+}
+
+/** CPU milliseconds of making all of it durable. */
+double makeDurable()
 {
     const double before = cpuMs();
-    QList<QMailMessage> batch;
-    for (int i = 0; i < count; i += 2)
-        batch.append(parse(news.next(), folder));
-    addBatch(batch);
-    const QMailMessageIdList known = QMailStore::instance()->queryMessages(
-        QMailMessageKey::parentFolderId(folder.id()), QMailMessageSortKey(), uint(count / 2));
-    if (count > 1
-        && !QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(known),
-                                                           QMailMessage::ReadElsewhere, true))
-        qFatal("the store took no flags");
+    if (!QMailStore::instance()->ensureDurability())
+        qFatal("the store cannot be made durable");
     return cpuMs() - before;
 }
 
-/** The changes' medians of some rounds, as they stand in the arguments. */
-QStringList changes(const QString &directory, const QStringList &counts, const QMailFolder &folder)
+/** CPU milliseconds of marking so many messages as read or unread, by the server. */
+double flag(int count, const QMailFolderId &folder, bool isRead)
 {
-    QDirIterator news(directory, {QStringLiteral("*.eml")}, QDir::Files,
-                      QDirIterator::Subdirectories);
+    if (count == 0)
+        return 0;
+    const double before = cpuMs();
+    const QMailMessageIdList known = QMailStore::instance()->queryMessages(
+        QMailMessageKey::parentFolderId(folder), QMailMessageSortKey(), uint(count));
+    if (!QMailStore::instance()->updateMessagesMetaData(
+            QMailMessageKey::id(known), QMailMessage::Read | QMailMessage::ReadElsewhere, isRead))
+        qFatal("the store accepted no flags");
+    return cpuMs() - before;
+}
+
+/** CPU milliseconds of so many changes, one half of them new messages of another mailbox. */
+double change(int count, QList<Eas::MailItem> *news, const Store::FolderState &folder,
+              const Eas::FolderId &origin, FloorThreads *threads, bool isRead)
+{
+    QList<Eas::MailItem> items;
+    for (int i = 0; i < count; i += 2) {
+        if (news->isEmpty())
+            qFatal("there are not enough new messages");
+        items.append(news->takeFirst());
+    }
+    return addInThreads(built(items, folder, origin), threads)
+        + flag(count / 2, folder.folderId, isRead) + makeDurable();
+}
+
+/** The changes' medians of some rounds, as they stand in the arguments. */
+QStringList changes(int port, const QString &user, int rounds, const QStringList &counts,
+                    const Store::FolderState &folder, FloorThreads *threads)
+{
+    ServerInbox inbox(port, user);
+    QList<Eas::MailItem> news;
+    for (QList<Eas::MailItem> items = inbox.next(); !items.isEmpty(); items = inbox.next())
+        news += items;
+    // The ids of two mailboxes may be the same.
+    const Eas::FolderId origin(QStringLiteral("news"));
     QStringList medians;
     for (const QString &count : counts) {
-        QVector<double> times;
-        for (int round = 0; round < Rounds; ++round)
-            times.append(change(count.toInt(), news, folder));
+        std::vector<double> times;
+        for (int round = 0; round < rounds; ++round)
+            times.push_back(change(count.toInt(), &news, folder, origin, threads, round % 2 == 0));
         std::sort(times.begin(), times.end());
-        medians.append(QString::number(times.at(Rounds / 2), 'f', 1));
+        medians.append(QString::number(times.at(times.size() / 2), 'f', 1));
     }
     return medians;
 }
@@ -127,23 +172,29 @@ int main(int argc, char **argv)
     qputenv("QT_ENABLE_REGEXP_JIT", "0");
     QCoreApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    if (argc != 2 && argc < 4)
-        qFatal("usage: storefloor MESSAGES [MORE-MESSAGES CHANGES...]");
-    const QMailFolder folder(makeFolder());
+    if (argc != 2 && argc < 5)
+        qFatal("usage: storefloor PORT [USER ROUNDS CHANGES...]");
+    const int port = arguments.at(1).toInt();
+    ServerInbox inbox(port, QStringLiteral("alice"));
+    const Store::FolderState folder = makeFolder(inbox.folder());
+    makeIndexes();
 
-    QElapsedTimer wall;
-    wall.start();
-    const double before = cpuMs();
-    const int count = addAll(arguments.at(1), folder);
-    const double cpu = cpuMs() - before;
-    const qint64 elapsed = wall.elapsed();
-    const QStringList medians = changes(arguments.value(2), arguments.mid(3), folder);
-    QTextStream(stdout)
-        << QStringLiteral(
-               "{\"messages\": %1, \"cpu_ms\": %2, \"wall_ms\": %3, \"changes_ms\": [%4]}\n")
-               .arg(count)
-               .arg(cpu, 0, 'f', 1)
-               .arg(elapsed)
-               .arg(medians.join(QStringLiteral(", ")));
+    FloorThreads threads;
+    int count = 0;
+    double cpu = 0;
+    for (QList<Eas::MailItem> items = inbox.next(); !items.isEmpty(); items = inbox.next()) {
+        count += items.size();
+        cpu += addInThreads(built(items, folder, folder.serverId), &threads);
+    }
+    cpu += makeDurable();
+    QStringList medians;
+    if (argc > 2)
+        medians = changes(port, arguments.at(2), arguments.at(3).toInt(), arguments.mid(4), folder,
+                          &threads);
+    QTextStream(stdout) << QStringLiteral(
+                               "{\"messages\": %1, \"cpu_ms\": %2, \"changes_ms\": [%3]}\n")
+                               .arg(count)
+                               .arg(cpu, 0, 'f', 2)
+                               .arg(medians.join(QStringLiteral(", ")));
     return 0;
 }

@@ -2,6 +2,8 @@
 #ifndef DAEMON_COMMANDLINE_H
 #define DAEMON_COMMANDLINE_H
 
+#include "manual/manual.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,7 +12,7 @@ namespace Daemon {
 /** What the daemon was started with. */
 struct CommandLine
 {
-    /** Write this and end, with `exitCode`. */
+    /** Where `isOver`: write this and end with `exitCode`. */
     QString text;
     int exitCode = 0;
     bool isOver = false;
@@ -23,7 +25,10 @@ struct CommandLine
     int patience = 0;
     /** Milliseconds for which changes made here are left alone; 0: as usual. */
     int undoTime = 0;
+    /** Put no indexes into the mail store's database. */
+    bool noIndexes = false;
 
+    static Manual::Program manual();
     static CommandLine parse(const QStringList &arguments);
 };
 

@@ -6,9 +6,12 @@ namespace Daemon {
 
 class Engine;
 class Front;
+class Notifier;
 
 /** Lets the two talk to each other, whatever threads they live in. */
 void connectEngine(Engine *engine, Front *front);
+/** Lets the notifier hear of the accounts. */
+void connectNotifier(Engine *engine, Notifier *notifier);
 
 } // namespace Daemon
 

@@ -1,23 +1,30 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/asdbusinterface.h"
+#include "asclient/debuglog.h"
 #include "asclient/signalwatcher.h"
 #include "daemon/bus/front.h"
-#include "daemon/bus/logging.h"
 #include "daemon/commandline.h"
 #include "daemon/connectengine.h"
 #include "daemon/download/downloadfile.h"
 #include "daemon/engine/engine.h"
+#include "daemon/engine/indexmaker.h"
+#include "daemon/log/logging.h"
+#include "daemon/notify/notifier.h"
+#include "daemon/store/state/accountkeys.h"
+#include "daemon/store/state/syncstatedb.h"
 #include "daemon/sync/localchangewatch.h"
 #include "eas/httpchannel.h"
+#include "translations/translation.h"
 
-#include <cstdio>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDBusConnectionInterface>
+#include <qmailnamespace.h>
 #include <qmailstore.h>
 #include <QThread>
 #include <QTimer>
 
+#include <cstdio>
 #include <limits>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -28,7 +35,7 @@ namespace {
 /** The mail store's transactions survive an end at any time, so a blocked one is not waited for. */
 constexpr int MaximumEndMs = 5000;
 
-/** What must be so before anything else happens. */
+/** Sets up the process, before anything else. */
 void prepareProcess()
 {
     // The mail store compiles a regular expression for one match each; interpreting is cheaper.
@@ -40,11 +47,20 @@ void prepareProcess()
     setrlimit(RLIMIT_CORE, &none);
 }
 
-/** Ends the process after the front has said its last word, soon, whatever the engine does. */
-void connectEnd(Daemon::SignalWatcher *watcher, Daemon::Front *front)
+void startLogs(const Daemon::CommandLine &line)
+{
+    Daemon::startLogging(line.logRules, line.logPlatform);
+    if (qEnvironmentVariableIntValue(Activesync::DebugVariable) > 0)
+        Daemon::startDebugLog(
+            QMail::dataPath() + QLatin1Char('/') + QLatin1String(Activesync::DebugLogName),
+            QMail::dataPath() + QLatin1Char('/') + QLatin1String(Activesync::FormerDebugLogName));
+}
+
+/** Ends the process after the front has shut down, and soon, whatever the engine does. */
+void connectEnd(Activesync::SignalWatcher *watcher, Daemon::Front *front)
 {
     using Daemon::Front;
-    QObject::connect(watcher, &Daemon::SignalWatcher::endWanted, front, &Front::shutDown);
+    QObject::connect(watcher, &Activesync::SignalWatcher::endWanted, front, &Front::shutDown);
     QObject::connect(front, &Front::busLost, front, &Front::shutDown);
     QObject::connect(front, &Front::shutDownDone, qApp, &QCoreApplication::quit);
     QObject::connect(front, &Front::shutDownDone, front,
@@ -70,7 +86,7 @@ int firstRequestId()
 }
 
 /** Serves until a signal or the end of the session; returns the exit code. */
-int serve(const QDBusConnection &bus)
+int serve(const QDBusConnection &bus, bool withIndexes)
 {
     if (QMailStore::instance()->initializationState() == QMailStore::InitializationFailed)
         return fail(QStringLiteral("the mail store cannot be opened"));
@@ -78,14 +94,17 @@ int serve(const QDBusConnection &bus)
     const Eas::Result opened = db.open();
     if (!opened.ok())
         return fail(QStringLiteral("the memory cannot be opened: ") + opened.text);
-    db.removeVanishedAccounts();
+    Store::AccountKeys::removeVanished(db);
     Daemon::DownloadFile::removeLeftovers();
     Daemon::Engine engine(db);
+    Daemon::IndexMaker indexes([&engine] { return engine.isAwaited(); });
+    Daemon::Notifier notifier(db, bus);
+    Daemon::connectNotifier(&engine, &notifier);
 
     QThread thread;
     auto *front = new Daemon::Front(Daemon::systemClock());
     front->setLastRequestId(firstRequestId());
-    auto *watcher = new Daemon::SignalWatcher(front);
+    auto *watcher = new Activesync::SignalWatcher(front);
     front->setAccounts(engine.accounts());
     Daemon::connectEngine(&engine, front);
     connectEnd(watcher, front);
@@ -96,6 +115,9 @@ int serve(const QDBusConnection &bus)
     QString error;
     QMetaObject::invokeMethod(
         front, [front, bus] { return front->start(bus); }, Qt::BlockingQueuedConnection, &error);
+    // Before anything is fetched: in an empty store it costs nothing.
+    if (error.isEmpty() && withIndexes)
+        indexes.start();
     if (error.isEmpty())
         engine.catchUp();
     const int code = error.isEmpty() ? QCoreApplication::exec() : fail(error);
@@ -111,9 +133,12 @@ int main(int argc, char *argv[])
     prepareProcess();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("asdaemon"));
-    const auto line = Daemon::CommandLine::parse(QCoreApplication::arguments());
+    auto line = Daemon::CommandLine::parse(QCoreApplication::arguments());
     if (line.isOver) {
-        std::fputs(qPrintable(line.text), line.exitCode == 0 ? stdout : stderr);
+        // Again, for a person: what serves does not load the language.
+        Translation::install(Translation::Scope::AllTexts);
+        line = Daemon::CommandLine::parse(QCoreApplication::arguments());
+        std::fputs(qUtf8Printable(line.text), line.exitCode == 0 ? stdout : stderr);
         return line.exitCode;
     }
     if (line.patience > 0) {
@@ -123,7 +148,7 @@ int main(int argc, char *argv[])
     }
     if (line.undoTime > 0)
         Daemon::LocalChangeWatch::usualQuietTime() = line.undoTime;
-    Daemon::startLogging(line.logRules, line.logPlatform);
+    startLogs(line);
 
     const auto bus =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("asdaemon"));
@@ -133,5 +158,5 @@ int main(int argc, char *argv[])
     // makes sure of it.
     if (bus.interface()->isServiceRegistered(QLatin1String(Activesync::ServiceName)))
         return fail(QStringLiteral("another instance is running already"));
-    return serve(bus);
+    return serve(bus, !line.noIndexes);
 }

@@ -2,6 +2,7 @@
 #include "eas/answerparser.h"
 
 #include "eas/limits.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -53,9 +54,8 @@ bool AnswerParser::drain()
             end(m_reader.tag());
             break;
         case WbxmlReader::EndDocument:
-            if (!m_begun) {
-                fail(QStringLiteral("an answer to something else"));
-            }
+            if (!m_begun)
+                fail(FailureText::english("an answer to something else"));
             m_complete = true;
             return m_begun;
         case WbxmlReader::Invalid:
@@ -69,12 +69,12 @@ bool AnswerParser::drain()
 void AnswerParser::start(Tag tag)
 {
     if (!m_begun && !isRoot(tag)) {
-        fail(QStringLiteral("an answer to something else"));
+        fail(FailureText::english("an answer to something else"));
         return;
     }
     m_begun = true;
     if (++m_elements > Limits::Elements) {
-        fail(QStringLiteral("an answer of more than %1 elements").arg(Limits::Elements));
+        fail(FailureText::english("an answer of more than %1 elements").arg(Limits::Elements));
         return;
     }
     m_path.append(tag);
@@ -94,28 +94,26 @@ void AnswerParser::text(const QByteArray &bytes)
     m_cut = m_cut || room < bytes.size();
     m_text.append(bytes.constData(), room);
     m_held += room;
-    if (m_held > Limits::HeldSize) {
-        fail(QStringLiteral("an answer of more than %1 bytes").arg(Limits::HeldSize));
-    }
+    if (m_held > Limits::HeldSize)
+        fail(FailureText::english("an answer of more than %1 bytes").arg(Limits::HeldSize));
 }
 
 void AnswerParser::stream(Tag tag, const QByteArray &bytes)
 {
-    // An answer may name a long text of its string table with three bytes, again and again.
+    // Counted apart from the bytes of the answer: three of them can name a long string of its
+    // table.
     m_streamed += bytes.size();
-    if (m_streamed > Limits::DownloadSize) {
-        fail(QStringLiteral("a content of more than %1 bytes").arg(Limits::DownloadSize));
-    } else {
+    if (m_streamed > Limits::DownloadSize)
+        fail(FailureText::english("a content of more than %1 bytes").arg(Limits::DownloadSize));
+    else
         piece(tag, bytes);
-    }
 }
 
 void AnswerParser::end(Tag tag)
 {
     const TagEntry *entry = findTag(tag);
-    if (m_path.size() == 2 && qstrcmp(entry->name, "Status") == 0) {
+    if (m_path.size() == 2 && qstrcmp(entry->name, "Status") == 0)
         m_status = m_text.trimmed().toInt();
-    }
     endElement(tag, m_text);
     m_path.removeLast();
     m_text.clear();

@@ -8,7 +8,7 @@
 namespace Eas {
 
 /**
- * Reads an answer as it arrives: a subclass is told of each element's begin and, with its text, of
+ * Reads an answer as it arrives: a subclass is told of each element's start and, with its text, of
  * its end.
  *
  * Texts up to Limits::TextSize are collected; where streams() says so, they are handed on in pieces
@@ -30,7 +30,7 @@ public:
     bool finish();
 
     QString errorString() const { return m_error; }
-    /** Which of the ResultCodes the error is. */
+    /** Which ResultCode the error is. */
     int errorCode() const { return m_errorCode; }
     /** Nothing has come so far. */
     bool isUntouched() const { return !m_begun && m_error.isEmpty(); }
@@ -57,7 +57,7 @@ protected:
      */
     virtual qint64 textLimit(Tag tag) const;
     bool textWasCut() const { return m_cut; }
-    /** Refuses the answer, or what is to be done with it. */
+    /** Ends the reading with an error of the answer, or of what takes its content. */
     void fail(const QString &error, int code = InvalidAnswer);
 
     /** The open element that is `up` levels above the current one (0: itself); NoTag above the

@@ -10,11 +10,10 @@ namespace {
 /** The smallest step of MIMETruncation, [MS-ASCMD] 2.2.3.109, that leaves `bytes`. */
 int mimeTruncation(qint64 bytes)
 {
-    constexpr qint64 steps[] = {0, 4096, 5120, 7168, 10240, 20480, 51200, 102400};
+    constexpr qint64 Steps[] = {0, 4096, 5120, 7168, 10240, 20480, 51200, 102400};
     int step = 0;
-    while (step < 8 && steps[step] < bytes) {
+    while (step < 8 && Steps[step] < bytes)
         ++step;
-    }
     return step;
 }
 
@@ -29,26 +28,23 @@ void BodyPreference::write(WbxmlWriter *writer, int version) const
 void BodyPreference::writeForSync(WbxmlWriter *writer, int version) const
 {
     writeSupport(writer);
-    if (truncation >= 0) {
+    if (truncation >= 0)
         writer->element(Tags::AirSync::MIMETruncation, mimeTruncation(truncation));
-    }
     writeBodies(writer, version);
 }
 
 void BodyPreference::writeSupport(WbxmlWriter *writer) const
 {
-    if (type == Mime) {
+    if (type == Mime)
         writer->element(Tags::AirSync::MIMESupport, 2);
-    }
 }
 
 void BodyPreference::writeBodies(WbxmlWriter *writer, int version) const
 {
-    // Offered both, a server gives each message in its own form; where the last one alone counts,
-    // that is HTML, and a plain message stays plain.
-    if (type == Html) {
+    // With both offered, a server sends each message in its own form. One that heeds the last offer
+    // alone sends HTML, but a plain message as plain text.
+    if (type == Html)
         writeOne(writer, PlainText, version);
-    }
     writeOne(writer, type, version);
 }
 
@@ -56,12 +52,10 @@ void BodyPreference::writeOne(WbxmlWriter *writer, BodyType form, int version) c
 {
     writer->startElement(Tags::AirSyncBase::BodyPreference);
     writer->element(Tags::AirSyncBase::Type, form);
-    if (truncation >= 0) {
+    if (truncation >= 0)
         writer->element(Tags::AirSyncBase::TruncationSize, QString::number(truncation));
-    }
-    if (preview > 0 && version >= 140) {
+    if (preview > 0 && version >= 140)
         writer->element(Tags::AirSyncBase::Preview, qMin(preview, 255));
-    }
     writer->endElement();
 }
 

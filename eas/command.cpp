@@ -5,6 +5,7 @@
 #include "eas/log.h"
 #include "eas/session.h"
 #include "eas/status.h"
+#include "translations/text.h"
 
 #include <QIODevice>
 #include <QTimer>
@@ -20,20 +21,18 @@ Command::Command(Session *session)
 Command::~Command()
 {
     delete m_call;
-    if (m_session) {
+    if (m_session)
         m_session->forget(this);
-    }
 }
 
 void Command::start()
 {
     Q_ASSERT(!m_started);
     m_started = true;
-    if (m_session) {
+    if (m_session)
         m_session->run(this);
-    } else {
-        complete({Cancelled, QStringLiteral("the session is over")});
-    }
+    else
+        complete({Cancelled, FailureText::english("the session is over")});
 }
 
 void Command::abort()
@@ -48,7 +47,7 @@ QByteArray Command::contentType() const
 
 Result Command::evaluateEmpty()
 {
-    return {InvalidAnswer, QStringLiteral("the server answered without content")};
+    return {InvalidAnswer, FailureText::english("the server answered without content")};
 }
 
 void Command::headersArrived(const HttpAnswer &answer)
@@ -74,11 +73,10 @@ HttpRequest Command::request()
             {QStringLiteral("DeviceId"), device.id},
             {QStringLiteral("DeviceType"), device.type}};
         items += query();
-        for (const auto &item : qAsConst(items)) {
+        for (const auto &item : qAsConst(items))
             request.query += (request.query.isEmpty() ? QString() : QStringLiteral("&"))
                 + item.first + QLatin1Char('=')
                 + QString::fromLatin1(QUrl::toPercentEncoding(item.second));
-        }
         request.headers.append(
             {"MS-ASProtocolVersion", m_session->state().protocolVersion.toLatin1()});
         request.headers.append({"X-MS-PolicyKey", m_session->state().policyKey.toLatin1()});
@@ -87,11 +85,10 @@ HttpRequest Command::request()
     request.answerLimit = answerLimit();
     request.waitingTime = waitingTime();
     request.repeatable = isRepeatable();
-    if (isStreamed()) {
+    if (isStreamed())
         request.streamedBody = [this] { return streamedBody(); };
-    } else {
+    else
         request.body = body();
-    }
     return request;
 }
 
@@ -103,34 +100,28 @@ void Command::transfer()
         return;
     }
     m_parser.reset(newParser());
-    m_handedOver = true;
     m_hasLeft = false;
     m_call = m_session->channel()->send(request());
     connect(m_call, &HttpCall::accepted, this, &Command::headersArrived);
     connect(m_call, &HttpCall::received, this, &Command::take);
     connect(m_call, &HttpCall::progressed, this, &Command::progressed);
-    connect(m_call, &HttpCall::uploaded, this, [this](qint64 sent, qint64 total) {
-        m_hasLeft = true;
-        emit uploaded(sent, total);
-    });
+    connect(m_call, &HttpCall::left, this, [this] { m_hasLeft = true; });
     connect(m_call, &HttpCall::finished, this, &Command::transferEnded);
     qCDebug(lcEas, "%s: asking", name().constData());
 }
 
 void Command::take(const QByteArray &bytes)
 {
-    if (m_parser && !m_parser->feed(bytes)) {
+    if (m_parser && !m_parser->feed(bytes))
         transferEnded({});
-    } else {
+    else
         answerArrived();
-    }
 }
 
 void Command::transferEnded(const HttpAnswer &answer)
 {
-    if (m_finished) {
+    if (m_finished)
         return;
-    }
     Result result = resultOfAnswer(answer);
     noteLoss(result);
     if (m_call) {
@@ -139,21 +130,18 @@ void Command::transferEnded(const HttpAnswer &answer)
         m_call.clear();
     }
     qCDebug(lcEas, "%s: %d %s", name().constData(), result.code, qUtf8Printable(result.text));
-    if (m_session) {
-        result = m_session->judged(this, result);
-    }
-    if (!m_session || !m_session->handle(this, result, answer.provisionDemanded)) {
+    if (m_session)
+        result = m_session->interpret(this, result);
+    if (!m_session || !m_session->handle(this, result))
         complete(result);
-    }
 }
 
-/** A server that has refused it has not carried it out; one that another one speaks for, which has
- * waited in vain, may have. */
+/** Notes an answer that was lost: the server may have carried out the request, unless it refused
+ * it. Where a proxy has waited for it in vain, it may have. */
 void Command::noteLoss(const Result &result)
 {
-    constexpr int gatewayTimeout = 504;
-    const bool isUnheard = result.httpStatus == gatewayTimeout
-        || (result.httpStatus == 0 && result.status == 0
+    const bool isUnheard = result.outcome == Outcome::Unheard
+        || (result.source == Source::Nothing
             && (result.code == NoConnection || result.code == Timeout
                 || result.code == InvalidAnswer));
     m_answerLost = m_answerLost || (m_hasLeft && isUnheard) || (m_call && m_call->wasCut());
@@ -161,24 +149,20 @@ void Command::noteLoss(const Result &result)
 
 Result Command::resultOfAnswer(const HttpAnswer &answer)
 {
-    if (!answer.result.ok()) {
+    if (!answer.result.ok())
         return evaluateFailure(answer);
-    }
-    if (answer.empty && (!m_parser || m_parser->isUntouched())) {
+    if (answer.empty && (!m_parser || m_parser->isUntouched()))
         return evaluateEmpty();
-    }
-    if (m_parser && !m_parser->finish()) {
+    if (m_parser && !m_parser->finish())
         return {m_parser->errorCode(), m_parser->errorString()};
-    }
     const int status = m_parser ? m_parser->status() : 0;
     return status > 100 ? commonStatusResult(status) : evaluate();
 }
 
 void Command::complete(const Result &result)
 {
-    if (m_finished) {
+    if (m_finished)
         return;
-    }
     m_finished = true;
     m_result = result;
     if (m_call) {
@@ -186,9 +170,8 @@ void Command::complete(const Result &result)
         m_call->deleteLater();
         m_call.clear();
     }
-    if (m_session) {
+    if (m_session)
         m_session->forget(this);
-    }
     QTimer::singleShot(0, this, &Command::finished);
 }
 

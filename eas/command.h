@@ -40,11 +40,8 @@ public:
 
     bool isFinished() const { return m_finished; }
     const Result &result() const { return m_result; }
-    /** Whether its request was ever given to the network: from then on the server may have carried
-     * it out. */
-    bool mayHaveArrived() const { return m_handedOver; }
-    /** Whether it was on its way to a server that may have carried it out, and the answer did not
-     * come, or not whole; also where it was then repeated, and answered. */
+    /** Whether an answer did not come, or not whole, to a request that the server may have carried
+     * out; stays true when a repetition is answered. */
     bool isAnswerLost() const { return m_answerLost; }
     Session *session() const { return m_session; }
 
@@ -53,8 +50,6 @@ signals:
     void finished();
     /** Bytes of the answer so far, unpacked, and of all of it, -1 where that is not known. */
     void progressed(qint64 received, qint64 total);
-    /** Bytes of the request so far, and of all of it. */
-    void uploaded(qint64 sent, qint64 total);
 
 protected:
     explicit Command(Session *session);
@@ -69,18 +64,18 @@ protected:
     virtual bool isStreamed() const { return false; }
     /** A new device with what is to be sent, for one transfer. */
     virtual std::unique_ptr<QIODevice> streamedBody() { return nullptr; }
-    /** Whether doing it twice does the same as doing it once. */
+    /** Whether the request is idempotent. */
     virtual bool isRepeatable() const { return true; }
     virtual QByteArray contentType() const;
     /** More of the URL's query: pairs of name and value. */
     virtual QList<QPair<QString, QString>> query() const { return {}; }
-    /** What reads the answer: new for each transfer, so that a repetition begins afresh. */
+    /** The parser of the answer; a new one for each transfer. */
     virtual AnswerParser *newParser() = 0;
     /** The answer was complete: what it means. Never called where transport or parser failed. */
     virtual Result evaluate() = 0;
-    /** The server has answered 200 without content; by default that is no answer. */
+    /** The server has answered 200 without content; by default that is an invalid answer. */
     virtual Result evaluateEmpty();
-    /** Milliseconds that the server may wait by agreement before it answers. */
+    /** Milliseconds that the request allows the server to wait before it answers. */
     virtual int waitingTime() const { return 0; }
     virtual qint64 answerLimit() const { return Limits::AnswerSize; }
     /** Whether the version must be known and the device provisioned for it. */
@@ -89,7 +84,7 @@ protected:
     /** More of the answer was read. Whoever is told of it may delete the command. */
     virtual void answerArrived() { }
     virtual void headersArrived(const HttpAnswer &answer);
-    /** What a failure on the level of HTTP means; by default what it says. */
+    /** What a failure on the level of HTTP means; by default the result that it has already. */
     virtual Result evaluateFailure(const HttpAnswer &answer);
 
 private:
@@ -109,8 +104,7 @@ private:
     Result m_result;
     bool m_started = false;
     bool m_finished = false;
-    bool m_handedOver = false;
-    bool m_hasLeft = false; ///< some of the request that is under way
+    bool m_hasLeft = false; ///< some of the current request was sent
     bool m_answerLost = false;
     /** What the session has done for this command already, so that it is done only once. */
     int m_stagesDone = 0;

@@ -18,9 +18,8 @@ bool CookieJar::setCookiesFromUrl(const QList<QNetworkCookie> &cookies, const QU
     }
     const bool set = QNetworkCookieJar::setCookiesFromUrl(taken, url);
     const QList<QNetworkCookie> all = allCookies();
-    if (all.size() > Limits::Cookies) {
+    if (all.size() > Limits::Cookies)
         setAllCookies(all.mid(all.size() - Limits::Cookies));
-    }
     return set;
 }
 

@@ -14,12 +14,10 @@ void writeDeviceInformation(WbxmlWriter *writer, const Device &device)
     writer->startElement(S::Set);
     // The model is the one part that servers insist on.
     writer->element(S::Model, device.model.isEmpty() ? device.type : device.model);
-    if (!device.friendlyName.isEmpty()) {
+    if (!device.friendlyName.isEmpty())
         writer->element(S::FriendlyName, device.friendlyName);
-    }
-    if (!device.os.isEmpty()) {
+    if (!device.os.isEmpty())
         writer->element(S::OS, device.os);
-    }
     writer->element(S::UserAgent, device.userAgent);
     writer->endElement();
     writer->endElement();

@@ -4,6 +4,7 @@
 #include "eas/base64decoder.h"
 #include "eas/itemoperationsstatus.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -11,9 +12,9 @@ namespace {
 
 namespace I = Tags::ItemOperations;
 
-/** What some servers send for no data: of an attachment that is gone (then its type is none, too),
-   or of an empty one. */
-const QByteArray nothing = QByteArrayLiteral("(null)");
+/** What some servers send instead of data: for an attachment that is gone, then without a content
+ * type, or for an empty one. */
+const QByteArray Nothing = QByteArrayLiteral("(null)");
 
 } // namespace
 
@@ -33,7 +34,7 @@ public:
 
     bool isGone() const
     {
-        const bool isTyped = !contentType.isEmpty() && !contentType.startsWith(nothing);
+        const bool isTyped = !contentType.isEmpty() && !contentType.startsWith(Nothing);
         return !hasData || (m_saysNothing && !isTyped);
     }
 
@@ -42,13 +43,12 @@ protected:
 
     void endElement(Tag tag, const QByteArray &text) override
     {
-        if (tag == I::Status && enclosing(1) == I::Fetch) {
+        if (tag == I::Status && enclosing(1) == I::Fetch)
             itemStatus = text.trimmed().toInt();
-        } else if (tag == Tags::AirSyncBase::ContentType) {
+        else if (tag == Tags::AirSyncBase::ContentType)
             contentType = text.left(Limits::AttachmentNameLength);
-        } else if (tag == I::Data) {
+        else if (tag == I::Data)
             endData();
-        }
     }
 
     bool streams(Tag tag) const override { return tag == I::Data; }
@@ -56,35 +56,35 @@ protected:
     void piece(Tag, const QByteArray &text) override
     {
         m_beginning += text;
-        if (!nothing.startsWith(m_beginning))
+        if (!Nothing.startsWith(m_beginning))
             take();
     }
 
 private:
     void endData()
     {
-        m_saysNothing = m_beginning == nothing;
+        m_saysNothing = m_beginning == Nothing;
         if (m_saysNothing)
             return;
         take();
         if (!m_decoder.isComplete())
-            fail(QStringLiteral("the attachment is no base64"));
+            fail(FailureText::english("the attachment is no base64"));
     }
 
     void take()
     {
         const QByteArray bytes = m_decoder.decode(m_beginning);
         m_beginning = QByteArrayLiteral("");
-        if (m_target->write(bytes) != bytes.size()) {
-            fail(QStringLiteral("cannot write the attachment: %1").arg(m_target->errorString()),
+        if (m_target->write(bytes) != bytes.size())
+            fail(FailureText::english("cannot write the attachment: %1")
+                     .arg(m_target->errorString()),
                  NoRoom);
-        }
         written += bytes.size();
     }
 
     QIODevice *m_target;
     Base64Decoder m_decoder;
-    /** Characters of the data that may become the word for nothing. */
+    /** The data so far, as long as it may be the beginning of Nothing. */
     QByteArray m_beginning;
     bool m_saysNothing = false;
 };
@@ -124,15 +124,11 @@ Result FetchAttachmentCommand::evaluate()
 {
     for (const int status : {m_parser->status(), m_parser->itemStatus}) {
         const Result result = itemOperationsStatusResult(status);
-        if (!result.ok()) {
+        if (!result.ok())
             return result;
-        }
     }
-    if (m_parser->isGone()) {
-        return {NotFound, QStringLiteral("the attachment is gone")};
-    }
-    m_mimeType = QString::fromUtf8(m_parser->contentType);
-    m_written = m_parser->written;
+    if (m_parser->isGone())
+        return {NotFound, FailureText::english("the attachment is gone")};
     return {};
 }
 

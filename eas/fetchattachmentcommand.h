@@ -21,11 +21,6 @@ public:
      * outliving the command. */
     FetchAttachmentCommand(Session *session, const QString &fileReference, QIODevice *target);
 
-    /** As the server tells it; may be empty. Valid after Success. */
-    QString mimeType() const { return m_mimeType; }
-    /** Bytes written to the device. */
-    qint64 bytesWritten() const { return m_written; }
-
 signals:
     /** Bytes of the attachment that were written so far. */
     void written(qint64 bytes);
@@ -44,8 +39,6 @@ private:
     const QString m_fileReference;
     QIODevice *const m_target;
     Parser *m_parser = nullptr;
-    QString m_mimeType;
-    qint64 m_written = 0;
 };
 
 } // namespace Eas

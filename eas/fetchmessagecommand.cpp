@@ -4,6 +4,7 @@
 #include "eas/itemoperationsstatus.h"
 #include "eas/mailitemreader.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -25,7 +26,6 @@ public:
     MailItemReader reader;
     int itemStatus = 0;
     bool hasBody = false;
-    qint64 written = 0;
 
 protected:
     void startElement(Tag tag) override
@@ -36,22 +36,19 @@ protected:
 
     void endElement(Tag tag, const QByteArray &text) override
     {
-        if (tag == I::Status && enclosing(1) == I::Fetch) {
+        if (tag == I::Status && enclosing(1) == I::Fetch)
             itemStatus = text.trimmed().toInt();
-        } else if (isInside(I::Properties)) {
+        else if (isInside(I::Properties))
             reader.endElement(tag, enclosing(1), text, textWasCut());
-        }
     }
 
     bool streams(Tag tag) const override { return isBodyData(tag); }
 
     void piece(Tag, const QByteArray &bytes) override
     {
-        if (m_target->write(bytes) != bytes.size()) {
-            fail(QStringLiteral("cannot write the message: %1").arg(m_target->errorString()),
+        if (m_target->write(bytes) != bytes.size())
+            fail(FailureText::english("cannot write the message: %1").arg(m_target->errorString()),
                  NoRoom);
-        }
-        written += bytes.size();
     }
 
     qint64 textLimit(Tag tag) const override { return MailItemReader::textLimit(tag, 0); }
@@ -84,7 +81,7 @@ QByteArray FetchMessageCommand::body()
     writer.startElement(I::Fetch);
     writer.element(I::Store, QStringLiteral("Mailbox"));
     if (m_locator.longId.isEmpty()) {
-        writer.element(Tags::AirSync::CollectionId, m_locator.collectionId);
+        writer.element(Tags::AirSync::CollectionId, m_locator.collectionId.text());
         writer.element(Tags::AirSync::ServerId, m_locator.serverId);
     } else {
         writer.element(Tags::Search::LongId, m_locator.longId);
@@ -104,18 +101,15 @@ Result FetchMessageCommand::evaluate()
 {
     for (const int status : {m_parser->status(), m_parser->itemStatus}) {
         const Result result = itemOperationsStatusResult(status);
-        if (!result.ok()) {
+        if (!result.ok())
             return result;
-        }
     }
     m_item = m_parser->reader.item();
-    // Some servers have no status for it: what is gone then has no body, though one was asked for.
-    // What is there has one, if without data.
-    if (!m_parser->hasBody && !m_item.body) {
-        return {NotFound, QStringLiteral("the message is gone")};
-    }
+    // Some servers have no status for it: without a body, though one was asked for, the message is
+    // gone. One that is there has a body, if an empty one.
+    if (!m_parser->hasBody && !m_item.body)
+        return {NotFound, FailureText::english("the message is gone")};
     m_item.serverId = m_locator.serverId;
-    m_written = m_parser->written;
     return {};
 }
 

@@ -29,8 +29,6 @@ public:
     /** The message's properties, its body without the data; valid after Success, and after NotFound
      * what there was of them. */
     const MailItem &item() const { return m_item; }
-    /** Bytes written to the device. */
-    qint64 bytesWritten() const { return m_written; }
 
 protected:
     QByteArray name() const override { return QByteArrayLiteral("ItemOperations"); }
@@ -47,7 +45,6 @@ private:
     BodyPreference m_preference;
     Parser *m_parser = nullptr;
     MailItem m_item;
-    qint64 m_written = 0;
 };
 
 } // namespace Eas

@@ -2,9 +2,10 @@
 #ifndef EAS_FOLDERCHANGES_H
 #define EAS_FOLDERCHANGES_H
 
+#include "eas/folderid.h"
+
 #include <QList>
 #include <QString>
-#include <QStringList>
 
 namespace Eas {
 
@@ -19,11 +20,11 @@ enum FolderType {
     UserMailFolder = 12
 };
 
-/** One folder as the server describes it; a parent of "0" is the root. */
+/** One folder as the server describes it; its parent is FolderId::Root at the top. */
 struct FolderRecord
 {
-    QString serverId;
-    QString parentId;
+    FolderId serverId;
+    FolderId parentId;
     QString displayName;
     int type = UserFolderGeneric;
 
@@ -40,7 +41,7 @@ struct FolderChanges
     bool complete = false;
     QList<FolderRecord> added;
     QList<FolderRecord> updated;
-    QStringList removed;
+    QList<FolderId> removed;
 
     bool isEmpty() const { return added.isEmpty() && updated.isEmpty() && removed.isEmpty(); }
 };

@@ -3,7 +3,9 @@
 
 #include "eas/log.h"
 #include "eas/status.h"
+#include "eas/synckey.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -19,11 +21,15 @@ Result folderStatusResult(int status)
     case Ok:
         return {};
     case ServerError:
-        return statusResult(ServerFailed, status, "the server failed");
+        return statusResult(ServerFailed, status, FailureText::mark("the server failed"),
+                            Outcome::TryLater);
     case KeyInvalid:
-        return statusResult(ServerFailed, status, "the folder tree's key is not accepted");
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the folder tree's key is not accepted"),
+                            Outcome::KeyLost);
     case Malformed:
-        return statusResult(ServerFailed, status, "the server did not understand the request");
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the server did not understand the request"));
     default:
         return commonStatusResult(status);
     }
@@ -44,9 +50,8 @@ public:
 protected:
     void startElement(Tag tag) override
     {
-        if (tag == F::Add || tag == F::Update || tag == F::Delete) {
+        if (tag == F::Add || tag == F::Update || tag == F::Delete)
             m_folder = {};
-        }
     }
 
     void endElement(Tag tag, const QByteArray &text) override
@@ -56,10 +61,10 @@ protected:
             changes.syncKey = QString::fromUtf8(text.left(Limits::KeyLength));
             break;
         case F::ServerId:
-            m_folder.serverId = QString::fromUtf8(text);
+            m_folder.serverId = FolderId(QString::fromUtf8(text));
             break;
         case F::ParentId:
-            m_folder.parentId = QString::fromUtf8(text);
+            m_folder.parentId = FolderId(QString::fromUtf8(text));
             break;
         case F::DisplayName:
             m_folder.displayName = QString::fromUtf8(text).left(Limits::FolderNameLength);
@@ -81,9 +86,10 @@ private:
     void take(Tag tag)
     {
         if (++m_count > Limits::Folders) {
-            fail(QStringLiteral("more than %1 folders").arg(Limits::Folders));
-        } else if (m_folder.serverId.isEmpty() || m_folder.serverId.size() > Limits::ServerIdLength
-                   || m_folder.parentId.size() > Limits::ServerIdLength) {
+            fail(FailureText::english("more than %1 folders").arg(Limits::Folders));
+        } else if (m_folder.serverId.isEmpty()
+                   || m_folder.serverId.text().size() > Limits::ServerIdLength
+                   || m_folder.parentId.text().size() > Limits::ServerIdLength) {
             qCWarning(lcEas, "leaving out a folder without a usable id");
         } else if (tag == F::Delete) {
             changes.removed.append(m_folder.serverId);
@@ -100,11 +106,6 @@ FolderSyncCommand::FolderSyncCommand(Session *session, const QString &syncKey)
     : Command(session)
     , m_syncKey(syncKey)
 {
-}
-
-bool FolderSyncCommand::keyRefused() const
-{
-    return result().status == KeyInvalid;
 }
 
 QByteArray FolderSyncCommand::body()
@@ -126,13 +127,12 @@ AnswerParser *FolderSyncCommand::newParser()
 Result FolderSyncCommand::evaluate()
 {
     const Result result = folderStatusResult(m_parser->status());
-    if (!result.ok()) {
+    if (!result.ok())
         return result;
-    }
     m_changes = m_parser->changes;
-    m_changes.complete = m_syncKey == QLatin1String("0");
+    m_changes.complete = m_syncKey == FirstKey;
     return m_changes.syncKey.isEmpty()
-        ? Result {InvalidAnswer, QStringLiteral("an answer without a synchronisation key")}
+        ? Result {InvalidAnswer, FailureText::english("an answer without a synchronisation key")}
         : Result {};
 }
 

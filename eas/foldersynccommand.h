@@ -13,14 +13,11 @@ class FolderSyncCommand : public Command
     Q_OBJECT
 
 public:
-    /** `syncKey`: that of the last FolderChanges, or "0" for the whole tree. */
+    /** `syncKey`: that of the last FolderChanges, or FirstKey for the whole tree. */
     FolderSyncCommand(Session *session, const QString &syncKey);
 
     /** What has changed; valid after Success. */
     const FolderChanges &changes() const { return m_changes; }
-    /** The server does not know the key any more (the result's status is 9): begin from key "0",
-     * keeping what still exists. */
-    bool keyRefused() const;
 
 protected:
     QByteArray name() const override { return QByteArrayLiteral("FolderSync"); }

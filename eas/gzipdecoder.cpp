@@ -2,6 +2,7 @@
 #include "eas/gzipdecoder.h"
 
 #include "eas/limits.h"
+#include "translations/text.h"
 
 #include <zlib.h>
 
@@ -9,9 +10,9 @@ namespace Eas {
 
 namespace {
 
-constexpr int pieceSize = 64 * 1024;
+constexpr int PieceSize = 64 * 1024;
 /** The largest window, and gzip or zlib, whichever it is. */
-constexpr int anyFormat = 15 + 32;
+constexpr int AnyFormat = 15 + 32;
 
 } // namespace
 
@@ -22,9 +23,8 @@ struct GzipDecoder::Stream : z_stream
 GzipDecoder::GzipDecoder()
     : m_stream(new Stream())
 {
-    if (inflateInit2(m_stream.get(), anyFormat) != Z_OK) {
-        m_error = QStringLiteral("no memory to unpack the answer");
-    }
+    if (inflateInit2(m_stream.get(), AnyFormat) != Z_OK)
+        m_error = FailureText::english("no memory to unpack the answer");
 }
 
 GzipDecoder::~GzipDecoder()
@@ -40,9 +40,8 @@ bool GzipDecoder::decode(const QByteArray &packed, const Sink &sink)
     m_packed += packed.size();
     QByteArray piece;
     do {
-        if (!m_error.isEmpty() || !step(&piece) || (!piece.isEmpty() && !sink(piece))) {
+        if (!m_error.isEmpty() || !step(&piece) || (!piece.isEmpty() && !sink(piece)))
             return false;
-        }
     } while (!piece.isEmpty() || m_stream->avail_in > 0);
     return true;
 }
@@ -55,18 +54,18 @@ bool GzipDecoder::step(QByteArray *piece)
         inflateReset(m_stream.get());
         m_complete = false;
     }
-    piece->resize(pieceSize);
+    piece->resize(PieceSize);
     m_stream->next_out = reinterpret_cast<Bytef *>(piece->data());
-    m_stream->avail_out = pieceSize;
+    m_stream->avail_out = PieceSize;
     const int status = m_complete ? Z_BUF_ERROR : inflate(m_stream.get(), Z_NO_FLUSH);
-    piece->resize(pieceSize - int(m_stream->avail_out));
+    piece->resize(PieceSize - int(m_stream->avail_out));
     m_unpacked += piece->size();
     m_complete = m_complete || status == Z_STREAM_END;
     if (status != Z_OK && status != Z_STREAM_END && status != Z_BUF_ERROR) {
-        m_error = QStringLiteral("the packed answer is damaged");
+        m_error = FailureText::english("the packed answer is damaged");
     } else if (m_unpacked > Limits::DecompressionGrace
                && m_unpacked / Limits::DecompressionRatio > m_packed) {
-        m_error = QStringLiteral("the packed answer grows beyond %1 times its size")
+        m_error = FailureText::english("the packed answer grows beyond %1 times its size")
                       .arg(Limits::DecompressionRatio);
     }
     return m_error.isEmpty();

@@ -6,6 +6,7 @@
 #include "eas/httpstatus.h"
 #include "eas/log.h"
 #include "eas/requestbody.h"
+#include "translations/text.h"
 
 #include <QNetworkReply>
 #include <QSslError>
@@ -15,9 +16,8 @@ namespace Eas {
 QByteArray HttpAnswer::header(const QByteArray &name) const
 {
     for (const auto &field : headers) {
-        if (field.first.compare(name, Qt::CaseInsensitive) == 0) {
+        if (field.first.compare(name, Qt::CaseInsensitive) == 0)
             return field.second;
-        }
     }
     return {};
 }
@@ -45,11 +45,10 @@ void HttpCall::send()
     QNetworkRequest request(url);
     request.setSslConfiguration(m_channel->m_tls);
     request.setRawHeader("Authorization", m_channel->m_authorization);
-    // Asking for it keeps Qt from unpacking, which it does without a bound.
+    // Set here, it keeps Qt from unpacking the answer, which Qt does without a bound.
     request.setRawHeader("Accept-Encoding", "gzip");
-    for (const auto &header : m_request.headers) {
+    for (const auto &header : m_request.headers)
         request.setRawHeader(header.first, header.second);
-    }
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                          QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
@@ -62,19 +61,17 @@ void HttpCall::send()
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpCall::readBody);
     connect(m_reply, &QNetworkReply::finished, this, &HttpCall::replyFinished);
     connect(m_reply, &QNetworkReply::sslErrors, this, [this](const QList<QSslError> &errors) {
-        for (const QSslError &error : errors) {
+        for (const QSslError &error : errors)
             m_tlsErrors.append(error.errorString());
-        }
     });
-    // A short request is as good as sent.
+    // A short request counts as sent at once.
     wait(body->size() > Limits::ReadAhead ? m_channel->m_times.idle : answerTime());
 }
 
 std::unique_ptr<QIODevice> HttpCall::newBody() const
 {
-    if (m_request.streamedBody) {
+    if (m_request.streamedBody)
         return m_request.streamedBody();
-    }
     auto body = std::make_unique<RequestBody>();
     body->add(m_request.body);
     return body;
@@ -87,12 +84,11 @@ void HttpCall::wait(int milliseconds)
 
 void HttpCall::contentSent(qint64 sent, qint64 total)
 {
-    if (!m_headerRead) {
+    if (!m_headerRead)
         wait(sent < total ? m_channel->m_times.idle : answerTime());
-    }
     if (sent > 0) {
         m_hasLeft = true;
-        emit uploaded(sent, total);
+        emit left();
     }
 }
 
@@ -105,34 +101,28 @@ int HttpCall::answerTime() const
 void HttpCall::readHeader()
 {
     const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (m_headerRead || status < 200) {
+    if (m_headerRead || status < 200)
         return;
-    }
     m_headerRead = true;
     m_channel->m_hasAnswered = true;
     m_answer.status = status;
     m_answer.headers = m_reply->rawHeaderPairs();
-    m_answer.provisionDemanded = status == 449;
     wait(m_channel->m_times.idle);
-    if (status != 200) {
+    if (status != 200)
         return;
-    }
     bool known = false;
     m_length = m_answer.header("Content-Length").toLongLong(&known);
-    if (!known) {
+    if (!known)
         m_length = -1;
-    }
-    // Only now, as Qt forgets a bound that is set before it has begun with the request; and not for
-    // a short answer, whose end Qt may tell before its content when the bound comes in between.
-    if (m_length < 0 || m_length > Limits::ReadAhead) {
+    // Set only now, as Qt forgets a bound that is set before the request starts. Not for a short
+    // answer: with a bound set, Qt may report its end before its content.
+    if (m_length < 0 || m_length > Limits::ReadAhead)
         m_reply->setReadBufferSize(Limits::ReadAhead);
-    }
     const QByteArray encoding = m_answer.header("Content-Encoding").trimmed().toLower();
-    if (encoding == "gzip" || encoding == "x-gzip") {
+    if (encoding == "gzip" || encoding == "x-gzip")
         m_decoder.reset(new GzipDecoder);
-    } else {
+    else
         m_total = m_length;
-    }
     emit accepted(m_answer);
 }
 
@@ -145,10 +135,10 @@ void HttpCall::readBody()
         const QByteArray bytes = m_reply->read(Limits::ReadAhead);
         m_packed += bytes.size();
         if (m_answer.status != 200) {
-            // Nobody reads the page that comes with an error, nor waits for the end of a long one.
-            if (m_packed > Limits::ReadAhead) {
+            // The page that comes with an error is not read, and the end of a long one not waited
+            // for.
+            if (m_packed > Limits::ReadAhead)
                 end(httpStatusResult(m_answer.status));
-            }
         } else if (!takeContent(bytes) && self && !m_ended) {
             end(m_contentResult);
         }
@@ -158,17 +148,15 @@ void HttpCall::readBody()
 /** Whether more is wanted; where not, m_contentResult says why, unless this object is gone. */
 bool HttpCall::takeContent(const QByteArray &bytes)
 {
-    if (!m_decoder) {
+    if (!m_decoder)
         return handOn(bytes);
-    }
     // A receiver may delete this object in the middle of a packed piece.
     const QPointer<HttpCall> self(this);
     const std::shared_ptr<GzipDecoder> decoder = m_decoder;
     const bool wanted =
         decoder->decode(bytes, [this](const QByteArray &piece) { return handOn(piece); });
-    if (self && !decoder->errorString().isEmpty()) {
+    if (self && !decoder->errorString().isEmpty())
         m_contentResult = {InvalidAnswer, decoder->errorString()};
-    }
     return wanted;
 }
 
@@ -178,15 +166,14 @@ bool HttpCall::handOn(const QByteArray &bytes)
     if (m_received > m_request.answerLimit) {
         m_contentResult = {
             InvalidAnswer,
-            QStringLiteral("an answer of more than %1 bytes").arg(m_request.answerLimit)};
+            FailureText::english("an answer of more than %1 bytes").arg(m_request.answerLimit)};
         return false;
     }
     const QPointer<HttpCall> self(this);
     m_answer.empty = false;
     emit received(bytes);
-    if (self && !m_ended) {
+    if (self && !m_ended)
         emit progressed(m_received, m_total);
-    }
     return self && !m_ended;
 }
 
@@ -194,22 +181,20 @@ void HttpCall::replyFinished()
 {
     const QPointer<HttpCall> self(this);
     readBody();
-    if (!self || m_ended || tryAgain() || followRedirect()) {
+    if (!self || m_ended || tryAgain() || followRedirect())
         return;
-    }
     end(resultOfReply());
 }
 
-/** A connection that was kept open and has died meanwhile is nobody's fault: once more, on a new
- * one. */
+/** Sends the request again, on a new connection, if the one that was kept open has died
+ * meanwhile. */
 bool HttpCall::tryAgain()
 {
     const QNetworkReply::NetworkError error = m_reply->error();
     const bool cut =
         error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::ContentReSendError;
-    if (!cut || m_headerRead || m_repeated || !m_request.repeatable || !m_channel->m_hasAnswered) {
+    if (!cut || m_headerRead || m_repeated || !m_request.repeatable || !m_channel->m_hasAnswered)
         return false;
-    }
     qCDebug(lcEas, "the connection was dead; asking again on a new one");
     m_repeated = true;
     m_wasCut = m_hasLeft;
@@ -218,20 +203,18 @@ bool HttpCall::tryAgain()
     return true;
 }
 
-/** Whether a redirect is being followed. */
+/** Follows a redirect where that is allowed; whether it does. */
 bool HttpCall::followRedirect()
 {
     const QUrl to(QString::fromUtf8(m_answer.header("X-MS-Location").trimmed()), QUrl::StrictMode);
     if (m_answer.status != 451 || m_redirects == Limits::Redirects
-        || !m_channel->mayFollow(m_url, to)) {
+        || !m_channel->mayFollow(m_url, to))
         return false;
-    }
     QUrl bare = to;
     bare.setQuery(QString());
     bare.setFragment(QString());
-    if (bare == m_url) {
+    if (bare == m_url)
         return false;
-    }
     qCDebug(lcEas, "the server redirects to %s", qUtf8Printable(bare.toString()));
     ++m_redirects;
     m_url = bare;
@@ -243,38 +226,34 @@ bool HttpCall::followRedirect()
     m_channel->setUrl(bare);
     const QPointer<HttpCall> self(this);
     emit m_channel->moved(bare);
-    if (self && m_channel) {
+    if (self && m_channel)
         send();
-    }
     return true;
 }
 
 Result HttpCall::resultOfReply()
 {
-    if (m_answer.status == 451) {
+    if (m_answer.status == 451)
         return {NotActiveSync,
-                QStringLiteral("the server redirects in a circle, or to where the login goes only "
-                               "if the account says so: %1")
+                FailureText::english(
+                    "the server redirects in a circle, or to where the login goes only "
+                    "if the account says so: %1")
                     .arg(QString::fromUtf8(m_answer.header("X-MS-Location")))};
-    }
     if (m_answer.status != 0 && m_answer.status != 200) {
         Result result = httpStatusResult(m_answer.status);
         result.retryAfter =
             retryAfterSeconds(m_answer.header("Retry-After"), m_answer.header("Date"));
         return result;
     }
-    if (m_reply->error() != QNetworkReply::NoError || m_answer.status == 0) {
+    if (m_reply->error() != QNetworkReply::NoError || m_answer.status == 0)
         return transportResult();
-    }
-    if (m_length > m_packed) {
+    if (m_length > m_packed)
         return {NoConnection,
-                QStringLiteral("only %1 of the answer's %2 bytes have come")
+                FailureText::english("only %1 of the answer's %2 bytes have come")
                     .arg(m_packed)
                     .arg(m_length)};
-    }
-    if (m_decoder && !m_decoder->isComplete() && m_packed > 0) {
-        return {NoConnection, QStringLiteral("the packed answer was cut")};
-    }
+    if (m_decoder && !m_decoder->isComplete() && m_packed > 0)
+        return {NoConnection, FailureText::english("the packed answer was cut")};
     return {};
 }
 
@@ -285,18 +264,19 @@ Result HttpCall::transportResult() const
     case QNetworkReply::SslHandshakeFailedError:
         return failure(BadConfiguration, Cause::Certificate,
                        m_tlsErrors.isEmpty()
-                           ? QStringLiteral("no TLS with the server: %1").arg(text)
-                           : QStringLiteral("the server's certificate is not trusted: %1")
+                           ? FailureText::english("no TLS with the server: %1").arg(text)
+                           : FailureText::english("the server's certificate is not trusted: %1")
                                  .arg(m_tlsErrors.join(QStringLiteral("; "))));
     case QNetworkReply::HostNotFoundError:
         // Qt's text would carry the name into the log.
         return failure(NoConnection, Cause::NoSuchHost,
-                       QStringLiteral("there is no host of this name"));
+                       FailureText::english("there is no host of this name"));
     case QNetworkReply::ConnectionRefusedError:
         return failure(NoConnection, Cause::Refused, text);
     case QNetworkReply::RemoteHostClosedError:
         return failure(NoConnection, Cause::Cut,
-                       m_headerRead ? QStringLiteral("the answer was cut: %1").arg(text) : text);
+                       m_headerRead ? FailureText::english("the answer was cut: %1").arg(text)
+                                    : text);
     case QNetworkReply::TimeoutError:
     case QNetworkReply::ProxyTimeoutError:
         return {Timeout, text};
@@ -306,15 +286,18 @@ Result HttpCall::transportResult() const
         return {InvalidAnswer, text};
     default:
         return {NoConnection,
-                m_headerRead ? QStringLiteral("the answer was cut: %1").arg(text) : text};
+                m_headerRead ? FailureText::english("the answer was cut: %1").arg(text) : text};
     }
 }
 
 void HttpCall::timedOut()
 {
-    end({Timeout,
-         m_headerRead ? QStringLiteral("the answer stopped in the middle")
-                      : QStringLiteral("no answer in time")});
+    if (!m_headerRead)
+        end({Timeout, FailureText::english("no answer in time")});
+    else if (m_answer.status == 200)
+        end({Timeout, FailureText::english("the answer stopped in the middle")});
+    else
+        end(resultOfReply());
 }
 
 void HttpCall::end(const Result &result)

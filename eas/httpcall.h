@@ -24,7 +24,7 @@ namespace Eas {
 class GzipDecoder;
 class HttpChannel;
 
-/** What is asked of the server; the channel adds who asks. */
+/** A request to the server; the channel adds URL and login. */
 struct HttpRequest
 {
     QByteArray method = "POST";
@@ -36,7 +36,7 @@ struct HttpRequest
     std::function<std::unique_ptr<QIODevice>()> streamedBody;
     /**
      * Whether it may be sent a second time if the connection, kept open since an earlier request,
-     * turns out to be dead: only what does the same when done twice.
+     * turns out to be dead: idempotent requests alone.
      */
     bool repeatable = true;
     qint64 answerLimit = Limits::AnswerSize;
@@ -49,8 +49,7 @@ struct HttpAnswer
     Result result;  ///< Success for HTTP 200 alone
     int status = 0; ///< 0: no answer
     QList<QPair<QByteArray, QByteArray>> headers;
-    bool provisionDemanded = false; ///< HTTP 449
-    bool empty = true;              ///< the answer had no content
+    bool empty = true; ///< the answer had no content
 
     QByteArray header(const QByteArray &name) const;
 };
@@ -68,7 +67,7 @@ class HttpCall : public QObject
 public:
     ~HttpCall() override;
 
-    /** Whether the connection broke when the request had left, and it was sent once more. */
+    /** Whether the connection broke after some of the request was sent, and it was sent again. */
     bool wasCut() const { return m_wasCut; }
 
 signals:
@@ -77,8 +76,8 @@ signals:
     void received(const QByteArray &bytes);
     /** Bytes of the answer so far, unpacked, and of all of it, -1 where that is not known. */
     void progressed(qint64 received, qint64 total);
-    /** Bytes of the request's content so far, and of all of it. */
-    void uploaded(qint64 sent, qint64 total);
+    /** Some, or more, of the request's content was sent. */
+    void left();
     void finished(const Eas::HttpAnswer &answer);
 
 private:
@@ -120,7 +119,7 @@ private:
     qint64 m_total = -1;
     int m_redirects = 0;
     bool m_headerRead = false;
-    bool m_hasLeft = false; ///< some of the request
+    bool m_hasLeft = false; ///< some of the request was sent
     bool m_repeated = false;
     bool m_wasCut = false;
     bool m_ended = false;

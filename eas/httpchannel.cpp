@@ -14,10 +14,10 @@ namespace {
 
 /**
  * Qt's network access looks at the machine's interfaces every ten seconds for as long as it exists.
- * Nobody here wants to know, and an idle daemon must not wake up for it. Set before main(), while
+ * That is not needed here, and an idle daemon must not wake up for it. Set before main(), while
  * there is one thread alone.
  */
-const bool noPolling =
+const bool NoPolling =
     qputenv("QT_BEARER_POLL_TIMEOUT", "-1") && qputenv("QT_EXCLUDE_GENERIC_BEARER", "1");
 
 bool isThisMachine(const QString &host)
@@ -38,7 +38,7 @@ HttpChannel::HttpChannel(QObject *parent)
     , m_manager(this)
     , m_tls(QSslConfiguration::defaultConfiguration())
 {
-    Q_UNUSED(noPolling)
+    Q_UNUSED(NoPolling)
     m_tls.setProtocol(QSsl::TlsV1_2OrLater);
     m_tls.setPeerVerifyMode(QSslSocket::VerifyPeer);
     m_manager.setCookieJar(new CookieJar(&m_manager));
@@ -52,11 +52,6 @@ void HttpChannel::setCredentials(const Credentials &credentials)
     m_authorization = credentials.authorization();
 }
 
-void HttpChannel::addTrustedCertificates(const QList<QSslCertificate> &certificates)
-{
-    m_tls.setCaCertificates(QSslConfiguration::systemCaCertificates() + certificates);
-}
-
 HttpCall *HttpChannel::send(const HttpRequest &request)
 {
     auto *call = new HttpCall(this, request);
@@ -67,12 +62,10 @@ HttpCall *HttpChannel::send(const HttpRequest &request)
 bool HttpChannel::mayFollow(const QUrl &from, const QUrl &to) const
 {
     if (!to.isValid() || to.host().isEmpty() || !to.userInfo().isEmpty()
-        || !belongsTogether(from.host(), to.host())) {
+        || !belongsTogether(from.host(), to.host()))
         return false;
-    }
-    if (to.scheme() == QLatin1String("https")) {
+    if (to.scheme() == QLatin1String("https"))
         return true;
-    }
     return to.scheme() == QLatin1String("http") && from.scheme() == to.scheme()
         && from.host() == to.host();
 }

@@ -6,7 +6,7 @@
 #include "eas/serveraddress.h"
 
 #include <QNetworkAccessManager>
-#include <QSslCertificate>
+#include <QSslConfiguration>
 
 namespace Eas {
 
@@ -26,7 +26,8 @@ struct HttpTimes
  *
  * The login goes along with each request, only to where the account's settings or a redirect that
  * is allowed point to: never to another host without TLS, and never without TLS once it went with
- * it. A request is sent once: nothing below repeats it, as the server may have acted on it already.
+ * it. A request is sent once, as the server may have acted on it already; only a repeatable one is
+ * sent again when a kept connection was dead.
  */
 class HttpChannel : public QObject
 {
@@ -44,8 +45,6 @@ public:
     void setLoginDomains(const QStringList &domains) { m_loginDomains = domains; }
     void setTimes(const HttpTimes &times) { m_times = times; }
     const HttpTimes &times() const { return m_times; }
-    /** Certificates that are trusted besides the system's. */
-    void addTrustedCertificates(const QList<QSslCertificate> &certificates);
 
     /** Sends a request; the call is the caller's, and reports from the event loop alone. */
     HttpCall *send(const HttpRequest &request);
@@ -69,7 +68,7 @@ private:
     QStringList m_loginDomains;
     QSslConfiguration m_tls;
     HttpTimes m_times = HttpTimes::usual();
-    /** An answer came: its connection may be used again, and may be dead then. */
+    /** An answer has come: the next request may use its connection, which may be dead by then. */
     bool m_hasAnswered = false;
 };
 

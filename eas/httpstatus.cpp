@@ -2,6 +2,7 @@
 #include "eas/httpstatus.h"
 
 #include "eas/limits.h"
+#include "translations/text.h"
 
 #include <QDateTime>
 #include <QLocale>
@@ -40,6 +41,26 @@ int codeOf(int status)
     }
 }
 
+Outcome outcomeOf(int status)
+{
+    switch (status) {
+    case 400:
+        return Outcome::NotUnderstood;
+    case 449:
+        return Outcome::ProvisionWanted;
+    case 500:
+        return Outcome::Broken;
+    case 501:
+        return Outcome::NotImplemented;
+    case 504:
+        return Outcome::Unheard;
+    default:
+        return status >= 500 ? Outcome::Unavailable
+            : status >= 400  ? Outcome::Refused
+                             : Outcome::Unspecified;
+    }
+}
+
 QDateTime httpDate(const QByteArray &text)
 {
     QDateTime date = QLocale::c().toDateTime(QString::fromLatin1(text.trimmed()),
@@ -52,13 +73,15 @@ QDateTime httpDate(const QByteArray &text)
 
 Result httpStatusResult(int status)
 {
-    Result result;
-    result.code = codeOf(status);
-    if (!result.ok()) {
-        result.text = QStringLiteral("the server answered HTTP %1").arg(status);
-        result.httpStatus = status;
-    }
-    return result;
+    const int code = codeOf(status);
+    return code == Success
+        ? Result {}
+        : httpResult(code, status, FailureText::english("the server answered HTTP %1").arg(status));
+}
+
+Result httpResult(int code, int status, const QString &text)
+{
+    return {code, text, 0, outcomeOf(status), Source::Http, QStringLiteral("HTTP %1").arg(status)};
 }
 
 int retryAfterSeconds(const QByteArray &retryAfter, const QByteArray &date)

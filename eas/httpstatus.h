@@ -12,6 +12,9 @@ namespace Eas {
  */
 Result httpStatusResult(int status);
 
+/** A result for an HTTP status of which a command knows more. */
+Result httpResult(int code, int status, const QString &text);
+
 /**
  * The seconds that a Retry-After header (RFC 7231 7.1.3) asks for, 0 to Limits::RetryAfter; 0 where
  * it is not understood. A date is taken relative to the answer's own Date header.

@@ -16,14 +16,14 @@ constexpr qint64 DownloadSize = Q_INT64_C(2) * 1024 * 1024 * 1024;
 constexpr qint64 HeldSize = 64 * 1024 * 1024;
 /** Unpacked bytes for one packed byte (deflate's own maximum is 1032), */
 constexpr int DecompressionRatio = 200;
-/** ... which counts from here on: a short answer of blanks is no attack. */
+/** ... checked beyond this many unpacked bytes: a harmless short answer can be packed that much. */
 constexpr qint64 DecompressionGrace = 1024 * 1024;
-/** Bytes that are read ahead of the one who takes an answer. */
+/** Bytes that are read ahead of the receiver of an answer. */
 constexpr qint64 ReadAhead = 256 * 1024;
 
 /** Elements inside one another. */
 constexpr int Nesting = 64;
-/** Elements of one answer: what is kept of an empty one, of a byte or two, takes some hundred. */
+/** Elements of one answer: an empty one has a byte or two, and takes some hundred in memory. */
 constexpr int Elements = 1000 * 1000;
 /** Bytes of a text that is held in memory. */
 constexpr qint64 TextSize = 16 * 1024 * 1024;
@@ -66,7 +66,7 @@ constexpr int WaitingGrace = 30 * 1000;
 /** Seconds that a server may ask to be left alone for; more is cut to this. */
 constexpr int RetryAfter = 6 * 60 * 60;
 /** Milliseconds of such a pause that a command waits for; before a longer one it fails. */
-constexpr int WaitForRest = 10 * 1000;
+constexpr int AwaitedRetryAfter = 10 * 1000;
 /** Cookies of one account that are kept, */
 constexpr int Cookies = 50;
 /** ... and bytes of one. */

@@ -58,13 +58,10 @@ struct MailItem
     std::optional<QDateTime> dateReceived; ///< UTC
     std::optional<bool> read;
     std::optional<FlagStatus> flag;
-    bool hasFlagDates = false;                   ///< the flag has dates or a reminder
-    std::optional<int> importance;               ///< 0 low, 1 normal, 2 high
-    std::optional<QByteArray> conversationId;    ///< opaque
-    std::optional<QByteArray> conversationIndex; ///< opaque
-    std::optional<int> lastVerb;                 ///< 1 replied, 2 replied to all, 3 forwarded
-    std::optional<QString> messageClass;
-    std::optional<bool> isDraft;
+    bool hasFlagDates = false;                ///< the flag has dates or a reminder
+    std::optional<int> importance;            ///< 0 low, 1 normal, 2 high
+    std::optional<QByteArray> conversationId; ///< opaque
+    std::optional<int> lastVerb;              ///< 1 replied, 2 replied to all, 3 forwarded
     std::optional<Body> body;
     std::optional<QList<Attachment>> attachments;
 };

@@ -2,6 +2,7 @@
 #include "eas/mailitemreader.h"
 
 #include "eas/limits.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -20,29 +21,25 @@ bool isTrue(const QByteArray &text)
 std::optional<QDateTime> dateOf(const QByteArray &text)
 {
     QDateTime date = QDateTime::fromString(QString::fromLatin1(text.trimmed()), Qt::ISODateWithMs);
-    if (!date.isValid()) {
+    if (!date.isValid())
         return {};
-    }
     // A date without a zone is UTC in this protocol.
-    if (date.timeSpec() == Qt::LocalTime) {
+    if (date.timeSpec() == Qt::LocalTime)
         date.setTimeSpec(Qt::UTC);
-    }
     return date.toUTC();
 }
 
-/** Takes back a character that a cut has left in pieces. */
+/** Removes a character at the end that was cut in the middle. */
 void dropPartialCharacter(QByteArray *utf8)
 {
     int start = utf8->size();
-    for (int i = 0; i < 3 && start > 0 && (utf8->at(start - 1) & 0xc0) == 0x80; ++i) {
+    for (int i = 0; i < 3 && start > 0 && (utf8->at(start - 1) & 0xc0) == 0x80; ++i)
         --start;
-    }
     if (start > 0 && (utf8->at(start - 1) & 0xc0) == 0xc0) {
         const uchar lead = uchar(utf8->at(start - 1));
         const int length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-        if (utf8->size() - start + 1 < length) {
+        if (utf8->size() - start + 1 < length)
             utf8->truncate(start - 1);
-        }
     }
 }
 
@@ -58,7 +55,7 @@ BodyType bodyTypeOf(const QByteArray &text)
     }
 }
 
-/** What a server estimates is never more than could be fetched. */
+/** The server's estimate, bounded by what can be fetched at all. */
 qint64 sizeOf(const QByteArray &text)
 {
     return qBound(Q_INT64_C(0), text.trimmed().toLongLong(), Limits::DownloadSize);
@@ -105,7 +102,7 @@ void MailItemReader::endElement(Tag tag, Tag parent, const QByteArray &text, boo
     } else if (tag == Base::Attachment) {
         m_attachments.append(m_attachment);
         if (m_attachments.size() > Limits::Attachments) {
-            m_problem = QStringLiteral("more than %1 attachments").arg(Limits::Attachments);
+            m_problem = FailureText::english("more than %1 attachments").arg(Limits::Attachments);
             m_attachments.clear();
         }
     } else if (parent == Mail::Flag && tag == Mail::Status) {
@@ -117,9 +114,8 @@ void MailItemReader::endElement(Tag tag, Tag parent, const QByteArray &text, boo
 
 qint64 MailItemReader::textLimit(Tag tag, qint64 body)
 {
-    if (tag == Base::Data) {
+    if (tag == Base::Data)
         return body < 0 ? Limits::TextSize : qMin(body, Limits::TextSize);
-    }
     return Limits::HeaderFieldLength;
 }
 
@@ -147,9 +143,6 @@ void MailItemReader::readProperty(Tag tag, const QByteArray &text)
         break;
     case Mail2::ConversationId:
         m_item.conversationId = text;
-        break;
-    case Mail2::ConversationIndex:
-        m_item.conversationIndex = text;
         break;
     case Mail2::LastVerbExecuted:
         m_item.lastVerb = text.trimmed().toInt();
@@ -187,9 +180,6 @@ void MailItemReader::readEmail(Tag tag, const QByteArray &text)
     case Mail::Importance:
         m_item.importance = qBound(0, text.trimmed().toInt(), 2);
         break;
-    case Mail::MessageClass:
-        m_item.messageClass = shortText(text);
-        break;
     default:
         break;
     }
@@ -204,9 +194,8 @@ void MailItemReader::readBody(Tag tag, const QByteArray &text, bool cut)
     case Base::Data:
         m_body.data = text;
         m_body.truncated = m_body.truncated || cut;
-        if (cut) {
+        if (cut)
             dropPartialCharacter(&m_body.data);
-        }
         break;
     case Base::Truncated:
         m_body.truncated = m_body.truncated || isTrue(text);

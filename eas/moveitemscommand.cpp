@@ -10,6 +10,25 @@ namespace {
 
 namespace M = Tags::Move;
 
+/** [MS-ASCMD] 2.2.3.177.10 */
+MoveOutcome::Kind kindOf(int status)
+{
+    switch (status) {
+    case 1:
+        return MoveOutcome::SourceGone;
+    case 2:
+        return MoveOutcome::DestinationGone;
+    case 3:
+        return MoveOutcome::Moved;
+    case 4:
+        return MoveOutcome::SameFolder;
+    case 7:
+        return MoveOutcome::Locked;
+    default:
+        return MoveOutcome::Refused;
+    }
+}
+
 } // namespace
 
 class MoveItemsCommand::Parser : public AnswerParser
@@ -30,22 +49,20 @@ public:
 protected:
     void startElement(Tag tag) override
     {
-        if (tag == M::Response) {
+        if (tag == M::Response)
             m_current = {};
-        }
     }
 
     void endElement(Tag tag, const QByteArray &text) override
     {
-        if (tag == M::Response) {
+        if (tag == M::Response)
             answered.append(m_current);
-        } else if (tag == M::SrcMsgId) {
+        else if (tag == M::SrcMsgId)
             m_current.serverId = QString::fromUtf8(text);
-        } else if (tag == M::DstMsgId) {
+        else if (tag == M::DstMsgId)
             m_current.outcome.newServerId = QString::fromUtf8(text.left(Limits::ServerIdLength));
-        } else if (tag == M::Status) {
-            m_current.outcome.status = text.trimmed().toInt();
-        }
+        else if (tag == M::Status)
+            m_current.outcome.kind = kindOf(text.trimmed().toInt());
     }
 
 private:
@@ -58,25 +75,6 @@ MoveItemsCommand::MoveItemsCommand(Session *session, const QList<MoveRequest> &r
 {
 }
 
-Result MoveItemsCommand::statusResult(int status)
-{
-    switch (status) {
-    case 3:
-        return {};
-    case 1:
-        return Eas::statusResult(NotFound, status, "the message is gone");
-    case 2:
-        return Eas::statusResult(NotFound, status, "the folder is gone");
-    case 4:
-        return Eas::statusResult(Success, status, "the message is there already");
-    case 5:
-    case 7:
-        return Eas::statusResult(ServerFailed, status, "the server could not move the message");
-    default:
-        return commonStatusResult(status);
-    }
-}
-
 QByteArray MoveItemsCommand::body()
 {
     QByteArray bytes;
@@ -86,8 +84,8 @@ QByteArray MoveItemsCommand::body()
     for (const MoveRequest &request : m_requests) {
         writer.startElement(M::Move);
         writer.element(M::SrcMsgId, request.serverId);
-        writer.element(M::SrcFldId, request.fromCollectionId);
-        writer.element(M::DstFldId, request.toCollectionId);
+        writer.element(M::SrcFldId, request.fromCollectionId.text());
+        writer.element(M::DstFldId, request.toCollectionId.text());
         writer.endElement();
     }
     writer.endDocument();
@@ -102,9 +100,8 @@ AnswerParser *MoveItemsCommand::newParser()
 Result MoveItemsCommand::evaluate()
 {
     QList<Parser::Answered> left = m_parser->answered;
-    if (left.isEmpty()) {
+    if (left.isEmpty())
         return commonStatusResult(m_parser->status());
-    }
     // An id is unique within its folder only: the first answer for it is that of the first request
     // for it.
     for (const MoveRequest &request : m_requests) {

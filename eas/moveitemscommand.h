@@ -3,6 +3,7 @@
 #define EAS_MOVEITEMSCOMMAND_H
 
 #include "eas/command.h"
+#include "eas/folderid.h"
 
 namespace Eas {
 
@@ -10,24 +11,31 @@ namespace Eas {
 struct MoveRequest
 {
     QString serverId;
-    QString fromCollectionId;
-    QString toCollectionId;
+    FolderId fromCollectionId;
+    FolderId toCollectionId;
 };
 
 /** What became of it. */
 struct MoveOutcome
 {
-    /** [MS-ASCMD] 2.2.3.177.10; 0 where the server did not say. */
-    int status = 0;
-    /** The message's id in its new folder, after status 3. */
+    enum Kind {
+        Moved,
+        SameFolder, ///< it is there already
+        SourceGone, ///< the message, or the folder that it was in
+        DestinationGone,
+        Locked,
+        Refused ///< or not answered
+    };
+
+    Kind kind = Refused;
+    /** The message's id in its new folder, where it was moved. */
     QString newServerId;
 };
 
 /**
  * Moves messages between folders, [MS-ASCMD] 2.2.1.12.
  *
- * Not repeated where the connection breaks: mayHaveArrived() tells whether the server may have done
- * it.
+ * Not repeated where the connection breaks: the server may have done it.
  */
 class MoveItemsCommand : public Command
 {
@@ -38,10 +46,6 @@ public:
 
     /** One for each request, in their order; valid after Success. */
     const QList<MoveOutcome> &outcomes() const { return m_outcomes; }
-
-    /** What an outcome's status means: Success for 3, NotFound where the message or the folder is
-     * gone. */
-    static Result statusResult(int status);
 
 protected:
     QByteArray name() const override { return QByteArrayLiteral("MoveItems"); }

@@ -3,6 +3,7 @@
 
 #include "eas/status.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -15,20 +16,26 @@ Result pingStatusResult(int status)
     switch (status) {
     case 1:
     case 2:
-        return {Success, {}, 0, status};
+        return {};
     case 3:
     case 4:
-        return statusResult(ServerFailed, status, "the server did not understand the request");
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the server did not understand the request"));
     case 5:
-        return statusResult(ServerFailed, status, "the heartbeat is out of the server's range");
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the heartbeat is out of the server's range"),
+                            Outcome::HeartbeatOutOfRange);
     case 6:
-        return statusResult(ServerFailed, status, "too many folders for the server");
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("too many folders for the server"),
+                            Outcome::TooManyFolders);
     case 7:
-        return statusResult(NotFound, status, "the folder tree has changed");
+        return statusResult(NotFound, status, FailureText::mark("the folder tree has changed"),
+                            Outcome::TreeStale);
     case 8:
-        return statusResult(ServerFailed, status, "the server failed");
+        return statusResult(ServerFailed, status, FailureText::mark("the server failed"));
     default:
-        return commonStatusResult(status);
+        return statusResult(ServerFailed, status, FailureText::mark("not one of the known ones"));
     }
 }
 
@@ -42,24 +49,23 @@ public:
     {
     }
 
-    QStringList changed;
+    QList<FolderId> changed;
     int bound = 0;
     int maxFolders = 0;
 
 protected:
     void endElement(Tag tag, const QByteArray &text) override
     {
-        if (tag == P::Folder && changed.size() < Limits::Folders) {
-            changed.append(QString::fromUtf8(text));
-        } else if (tag == P::HeartbeatInterval) {
+        if (tag == P::Folder && changed.size() < Limits::Folders)
+            changed.append(FolderId(QString::fromUtf8(text)));
+        else if (tag == P::HeartbeatInterval)
             bound = qMax(0, text.trimmed().toInt());
-        } else if (tag == P::MaxFolders) {
+        else if (tag == P::MaxFolders)
             maxFolders = qMax(0, text.trimmed().toInt());
-        }
     }
 };
 
-PingCommand::PingCommand(Session *session, int heartbeat, const QStringList &collectionIds)
+PingCommand::PingCommand(Session *session, int heartbeat, const QList<FolderId> &collectionIds)
     : Command(session)
     , m_heartbeat(heartbeat)
     , m_collectionIds(collectionIds)
@@ -74,9 +80,9 @@ QByteArray PingCommand::body()
     writer.startElement(P::Ping);
     writer.element(P::HeartbeatInterval, m_heartbeat);
     writer.startElement(P::Folders);
-    for (const QString &id : m_collectionIds) {
+    for (const FolderId &id : m_collectionIds) {
         writer.startElement(P::Folder);
-        writer.element(P::Id, id);
+        writer.element(P::Id, id.text());
         writer.element(P::Class, QStringLiteral("Email"));
         writer.endElement();
     }

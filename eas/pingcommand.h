@@ -3,8 +3,9 @@
 #define EAS_PINGCOMMAND_H
 
 #include "eas/command.h"
+#include "eas/folderid.h"
 
-#include <QStringList>
+#include <QList>
 
 namespace Eas {
 
@@ -12,8 +13,8 @@ namespace Eas {
  * Waits until something changes in one of some folders, or until the heartbeat is over,
  * [MS-ASCMD] 2.2.1.13.
  *
- * Success for both; changedFolders() is empty after the latter. Other statuses: 5, heartbeat out of
- * range, see heartbeat(); 6, too many folders, see maxFolders(); 7, FolderSync first.
+ * Success for both; changedFolders() is empty after the latter. Its own outcomes are
+ * HeartbeatOutOfRange, TooManyFolders and TreeStale.
  */
 class PingCommand : public Command
 {
@@ -21,12 +22,12 @@ class PingCommand : public Command
 
 public:
     /** `heartbeat`: seconds that the server may wait. */
-    PingCommand(Session *session, int heartbeat, const QStringList &collectionIds);
+    PingCommand(Session *session, int heartbeat, const QList<FolderId> &collectionIds);
 
-    const QStringList &changedFolders() const { return m_changed; }
-    /** The bound that status 5 names, seconds; else 0. */
+    const QList<FolderId> &changedFolders() const { return m_changed; }
+    /** The bound that comes with HeartbeatOutOfRange, seconds; else 0. */
     int heartbeat() const { return m_bound; }
-    /** The bound that status 6 names; else 0. */
+    /** The bound that comes with TooManyFolders; else 0. */
     int maxFolders() const { return m_maxFolders; }
 
 protected:
@@ -40,9 +41,9 @@ private:
     class Parser;
 
     const int m_heartbeat;
-    const QStringList m_collectionIds;
+    const QList<FolderId> m_collectionIds;
     Parser *m_parser = nullptr;
-    QStringList m_changed;
+    QList<FolderId> m_changed;
     int m_bound = 0;
     int m_maxFolders = 0;
 };

@@ -17,7 +17,7 @@ struct Harmless
     const char *value;
 };
 
-constexpr Harmless settings[] = {
+constexpr Harmless Settings[] = {
     {DevicePasswordEnabled, "0"},
     {RequireStorageCardEncryption, "0"},
     {RequireDeviceEncryption, "0"},
@@ -53,14 +53,13 @@ constexpr Harmless settings[] = {
 void Policy::add(Tag setting, const QByteArray &value)
 {
     const QByteArray trimmed = value.trimmed();
-    const auto row = std::find_if(std::begin(settings), std::end(settings),
+    const auto row = std::find_if(std::begin(Settings), std::end(Settings),
                                   [setting](const Harmless &s) { return s.setting == setting; });
     // An absent value is the setting's default, which demands nothing. What is not in the table
     // only refines a setting that is, or is about what is not brought here (calendars).
-    if (row != std::end(settings) && !trimmed.isEmpty() && trimmed != row->value) {
+    if (row != std::end(Settings) && !trimmed.isEmpty() && trimmed != row->value)
         m_unmet.append(QStringLiteral("%1=%2").arg(QLatin1String(findTag(setting)->name),
                                                    QString::fromUtf8(trimmed.left(40))));
-    }
 }
 
 } // namespace Eas

@@ -11,8 +11,8 @@ namespace Eas {
 /**
  * What a server's policy demands of the device, [MS-ASPROV] 2.2.2.
  *
- * This program keeps mail on somebody's computer: it sets no passwords, encrypts no discs and
- * switches no radios, and says so. A policy is met where it demands nothing of that kind.
+ * Nothing is enforced here: no password, no encryption, no device switched off. A policy is met
+ * where it demands nothing of that kind.
  */
 class Policy
 {
@@ -20,7 +20,6 @@ public:
     /** Takes one setting of the policy document. */
     void add(Tag setting, const QByteArray &value);
 
-    bool isMet() const { return m_unmet.isEmpty(); }
     /** Name and value of what is demanded and not met here. */
     const QStringList &unmet() const { return m_unmet; }
 

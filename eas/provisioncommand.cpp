@@ -5,6 +5,7 @@
 #include "eas/session.h"
 #include "eas/status.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -12,12 +13,12 @@ namespace {
 
 namespace P = Tags::Provision;
 
-const QString policyType = QStringLiteral("MS-EAS-Provisioning-WBXML");
+const QString PolicyType = QStringLiteral("MS-EAS-Provisioning-WBXML");
 
 /** A policy's own status. */
 enum PolicyStatus { NotSaid = 0, PolicyOk = 1, NoPolicy = 2 };
 
-/** What is said of the policy. */
+/** The status that tells the server that its policy is met. */
 constexpr int Met = 1;
 
 } // namespace
@@ -40,22 +41,20 @@ protected:
 
     void endElement(Tag tag, const QByteArray &text) override
     {
-        if (tag == P::PolicyKey) {
+        if (tag == P::PolicyKey)
             key = QString::fromUtf8(text.left(Limits::KeyLength));
-        } else if (tag == P::Status && isInside(P::Policies)) {
+        else if (tag == P::Status && isInside(P::Policies))
             takeStatus(text.trimmed().toInt());
-        } else if (isInside(P::EASProvisionDoc)) {
+        else if (isInside(P::EASProvisionDoc))
             policy.add(tag, text);
-        }
     }
 
 private:
-    /** Where it belongs it counts; some servers have it in the place of it elsewhere. */
+    /** The status in Policy counts; some servers have it elsewhere in Policies instead. */
     void takeStatus(int status)
     {
-        if (enclosing(1) == P::Policy || policyStatus == NotSaid) {
+        if (enclosing(1) == P::Policy || policyStatus == NotSaid)
             policyStatus = status;
-        }
     }
 };
 
@@ -76,12 +75,11 @@ QByteArray ProvisionCommand::body()
     WbxmlWriter writer(&bytes);
     writer.startDocument();
     writer.startElement(P::Provision);
-    if (m_sentKey.isEmpty() && session()->version() >= 141) {
+    if (m_sentKey.isEmpty() && session()->version() >= 141)
         writeDeviceInformation(&writer, session()->device());
-    }
     writer.startElement(P::Policies);
     writer.startElement(P::Policy);
-    writer.element(P::PolicyType, policyType);
+    writer.element(P::PolicyType, PolicyType);
     if (!m_sentKey.isEmpty()) {
         writer.element(P::PolicyKey, m_sentKey);
         writer.element(P::Status, Met);
@@ -100,22 +98,22 @@ Result ProvisionCommand::evaluate()
     m_wipe = m_parser->wipe;
     m_key = m_parser->key;
     m_policy = m_parser->policy;
-    if (m_wipe) {
-        return commonStatusResult(140);
-    }
-    // Some servers leave a status out; what there is says whether there is a policy.
-    if (m_parser->status() > 1) {
-        return statusResult(ServerFailed, m_parser->status(), "the server could not provision");
-    }
+    if (m_wipe)
+        return wipeResult();
+    // A missing status is no failure: some servers leave it out.
+    if (m_parser->status() > 1)
+        return statusResult(ServerFailed, m_parser->status(),
+                            FailureText::mark("the server could not provision"),
+                            borrowedOutcome(m_parser->status()));
     if (m_parser->policyStatus == NoPolicy && m_sentKey.isEmpty()) {
         m_key.clear();
         return {};
     }
-    if (m_parser->policyStatus != PolicyOk && m_parser->policyStatus != NotSaid) {
+    if (m_parser->policyStatus != PolicyOk && m_parser->policyStatus != NotSaid)
         return statusResult(ServerFailed, m_parser->policyStatus,
-                            "the server did not go on provisioning");
-    }
-    return m_key.isEmpty() ? Result {InvalidAnswer, QStringLiteral("a policy without a key")}
+                            FailureText::mark("the server did not go on provisioning"),
+                            borrowedOutcome(m_parser->policyStatus));
+    return m_key.isEmpty() ? Result {InvalidAnswer, FailureText::english("a policy without a key")}
                            : Result {};
 }
 

@@ -12,7 +12,7 @@ class WbxmlWriter;
 /**
  * Provisioning, [MS-ASPROV] 3.1.5.1: asks for the server's policy, then tells that it is met.
  *
- * Two of them make one provisioning; a session does it by itself.
+ * That takes two of these commands; a session sends them by itself.
  */
 class ProvisionCommand : public Command
 {

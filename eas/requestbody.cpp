@@ -2,6 +2,7 @@
 #include "eas/requestbody.h"
 
 #include "eas/tcpdelay.h"
+#include "translations/text.h"
 
 #include <QBuffer>
 
@@ -35,21 +36,19 @@ bool RequestBody::seek(qint64 pos)
 
 qint64 RequestBody::readData(char *data, qint64 maxSize)
 {
-    while (m_current < m_parts.size() && m_parts[m_current].left == 0) {
+    while (m_current < m_parts.size() && m_parts[m_current].left == 0)
         ++m_current;
-    }
-    if (m_current == m_parts.size()) {
+    if (m_current == m_parts.size())
         return 0;
-    }
     if (!m_begun) {
-        // The connection is there by now, and the header is on its way.
+        // The first read: the connection is open by now, and the header is written.
         TcpDelay::switchOff();
     }
     m_begun = true;
     Part &part = m_parts[m_current];
     const qint64 size = part.device->read(data, qMin(maxSize, part.left));
     if (size <= 0) {
-        setErrorString(QStringLiteral("what is to be sent ends too early"));
+        setErrorString(FailureText::english("what is to be sent ends too early"));
         return -1;
     }
     part.left -= size;

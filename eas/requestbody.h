@@ -12,9 +12,9 @@ namespace Eas {
 /**
  * What a request sends: bytes and devices, one behind the other, of a known size in all.
  *
- * Once read from, it refuses to begin again. Qt's HTTP sends a request silently a second time where
- * the connection breaks before the answer; the server may have acted on it already, so nothing here
- * may do that.
+ * Once read from, it cannot be read from the start again: Qt's HTTP silently sends a request a
+ * second time where the connection breaks before the answer, and the server may have acted on it
+ * already.
  */
 class RequestBody : public QIODevice
 {

@@ -4,19 +4,22 @@
 
 #include "eas/bodypreference.h"
 #include "eas/command.h"
+#include "eas/folderid.h"
 
 #include <QDateTime>
+
+#include <optional>
 
 namespace Eas {
 
 /** What is looked for in the mailbox. */
 struct SearchRequest
 {
-    QString freeText;         ///< may be empty; some servers refuse that
-    QString collectionId;     ///< empty: every mail folder
-    QDateTime receivedAfter;  ///< invalid: no lower bound
-    QDateTime receivedBefore; ///< invalid: no upper bound; some servers ignore it
-    int first = 0;            ///< the first and last result wanted, counted from 0
+    QString freeText;                     ///< may be empty; some servers refuse that
+    std::optional<FolderId> collectionId; ///< absent: every mail folder
+    QDateTime receivedAfter;              ///< invalid: no lower bound
+    QDateTime receivedBefore;             ///< invalid: no upper bound; some servers ignore it
+    int first = 0;                        ///< the first and last result wanted, counted from 0
     int last = 99;
     BodyPreference body;
 };
@@ -25,7 +28,7 @@ struct SearchRequest
 struct SearchHit
 {
     QString longId;       ///< with which it can be fetched
-    QString collectionId; ///< as the server names it here: not always as FolderSync did
+    QString collectionId; ///< no FolderId: not always as FolderSync tells it
     MailItem item;        ///< without a server id
 };
 

@@ -2,9 +2,11 @@
 #include "eas/sendmailcommand.h"
 
 #include "eas/httpcall.h"
+#include "eas/httpstatus.h"
 #include "eas/requestbody.h"
 #include "eas/status.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 #include <QDateTime>
 
@@ -25,7 +27,7 @@ public:
     using AnswerParser::AnswerParser;
 
 protected:
-    /** A server refuses replies and forwards, too, in the name of SendMail. */
+    /** Servers may refuse a reply or forward in a SendMail element, too. */
     bool isRoot(Tag tag) const override { return AnswerParser::isRoot(tag) || tag == C::SendMail; }
     void endElement(Tag, const QByteArray &) override { }
 };
@@ -36,7 +38,8 @@ SendMailCommand::SendMailCommand(Session *session, const OutgoingMail &mail)
 {
 }
 
-/** An older server cannot be told to leave the original out. */
+/** Before 14.0 the server cannot be told to leave the original out: then the message goes as
+ * plain. */
 OutgoingMail::Kind SendMailCommand::kind() const
 {
     return m_mail.replaceMime && !isWbxml() ? OutgoingMail::Plain : m_mail.kind;
@@ -76,13 +79,11 @@ bool SendMailCommand::isWbxml() const
 Result SendMailCommand::prepare()
 {
     const qint64 limit = session()->state().maxMessageSize(QDateTime::currentSecsSinceEpoch());
-    if (m_mail.size > Limits::DownloadSize || (limit > 0 && m_mail.size > limit)) {
+    if (m_mail.size > Limits::DownloadSize || (limit > 0 && m_mail.size > limit))
         return tooLarge();
-    }
     m_device = m_mail.open();
-    if (!m_device || !m_device->isOpen()) {
-        return {NotFound, QStringLiteral("the message cannot be read")};
-    }
+    if (!m_device || !m_device->isOpen())
+        return {NotFound, FailureText::english("the message cannot be read")};
     return {};
 }
 
@@ -102,19 +103,17 @@ std::unique_ptr<QIODevice> SendMailCommand::streamedBody()
     if (kind() != OutgoingMail::Plain) {
         writer.startElement(C::Source);
         if (m_mail.original.longId.isEmpty()) {
-            writer.element(C::FolderId, m_mail.original.collectionId);
+            writer.element(C::FolderId, m_mail.original.collectionId.text());
             writer.element(C::ItemId, m_mail.original.serverId);
         } else {
             writer.element(C::LongId, m_mail.original.longId);
         }
         writer.endElement();
     }
-    if (m_mail.saveInSentItems) {
+    if (m_mail.saveInSentItems)
         writer.emptyElement(C::SaveInSentItems);
-    }
-    if (m_mail.replaceMime && kind() != OutgoingMail::Plain) {
+    if (m_mail.replaceMime && kind() != OutgoingMail::Plain)
         writer.emptyElement(C::ReplaceMime);
-    }
     writer.startElement(C::MIME);
     writer.beginOpaque(quint32(m_mail.size));
     body->add(bytes);
@@ -133,20 +132,18 @@ QByteArray SendMailCommand::contentType() const
 QList<QPair<QString, QString>> SendMailCommand::query() const
 {
     QList<QPair<QString, QString>> items;
-    if (isWbxml()) {
+    if (isWbxml())
         return items;
-    }
     if (kind() != OutgoingMail::Plain) {
         if (m_mail.original.longId.isEmpty()) {
-            items.append({QStringLiteral("CollectionId"), m_mail.original.collectionId});
+            items.append({QStringLiteral("CollectionId"), m_mail.original.collectionId.text()});
             items.append({QStringLiteral("ItemId"), m_mail.original.serverId});
         } else {
             items.append({QStringLiteral("LongId"), m_mail.original.longId});
         }
     }
-    if (m_mail.saveInSentItems) {
+    if (m_mail.saveInSentItems)
         items.append({QStringLiteral("SaveInSent"), QStringLiteral("T")});
-    }
     return items;
 }
 
@@ -158,9 +155,8 @@ AnswerParser *SendMailCommand::newParser()
 /** HTTP's "too large" is about the message: its body is all but a few bytes of the request. */
 Result SendMailCommand::evaluateFailure(const HttpAnswer &answer)
 {
-    if (answer.status != TooLarge) {
+    if (answer.status != TooLarge)
         return answer.result;
-    }
     SessionState state = session()->state();
     state.noteRefusedSize(m_mail.size, QDateTime::currentSecsSinceEpoch());
     session()->setState(state);
@@ -169,9 +165,9 @@ Result SendMailCommand::evaluateFailure(const HttpAnswer &answer)
 
 Result SendMailCommand::tooLarge() const
 {
-    return {NoRoom,
-            QStringLiteral("the message is too large for the server: %1 bytes").arg(m_mail.size), 0,
-            0, TooLarge};
+    return httpResult(
+        NoRoom, TooLarge,
+        FailureText::english("the message is too large for the server: %1 bytes").arg(m_mail.size));
 }
 
 Result SendMailCommand::evaluate()

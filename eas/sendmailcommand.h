@@ -14,8 +14,8 @@ struct OutgoingMail
 {
     enum Kind { Plain, Reply, Forward };
 
-    /** Up to 40 characters, different for each message and the same for each try: the server knows
-     * it again by this (14.x). */
+    /** Up to 40 characters, different for each message and the same for each attempt, by which the
+     * server recognises the message (14.x). */
     QString clientId;
     /** Makes a device, open for reading, with the message (RFC 5322, with its Bcc field). */
     std::function<std::unique_ptr<QIODevice>()> open;
@@ -30,12 +30,12 @@ struct OutgoingMail
 };
 
 /**
- * Sends a message, [MS-ASCMD] 2.2.1.17 and, where it is a reply or forward that leaves the original
- * to the server, 2.2.1.19 and 20.
+ * Sends a message, [MS-ASCMD] 2.2.1.17, and a reply or forward of a message that the server has,
+ * 2.2.1.19 and 20.
  *
- * Success with status 118: the server has sent it before. Nothing is repeated: after NoConnection
- * or Timeout with mayHaveArrived() the message may have been sent. A message that is as large as
- * one that the server has refused for its size is not sent at all: NoRoom.
+ * Status 118 is a success: the server has sent the message before. Nothing is repeated: after
+ * NoConnection or Timeout the message may have been sent. A message that is as large as one that
+ * the server has refused for its size is not sent at all: NoRoom.
  */
 class SendMailCommand : public Command
 {

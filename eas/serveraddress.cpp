@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "eas/serveraddress.h"
 
+#include "translations/text.h"
+
 #include <QHostAddress>
 
 #include <algorithm>
@@ -33,13 +35,11 @@ bool isLabel(const QByteArray &label)
 
 bool isHost(const QString &host)
 {
-    if (!QHostAddress(bare(host)).isNull()) {
+    if (!QHostAddress(bare(host)).isNull())
         return true;
-    }
     QByteArray ascii = QUrl::toAce(host);
-    if (ascii.endsWith('.')) {
+    if (ascii.endsWith('.'))
         ascii.chop(1);
-    }
     const QList<QByteArray> labels = ascii.split('.');
     return !ascii.isEmpty() && ascii.size() <= 253
         && std::all_of(labels.begin(), labels.end(), isLabel);
@@ -49,19 +49,15 @@ bool isHost(const QString &host)
 
 Result ServerAddress::check() const
 {
-    if (host.isEmpty()) {
-        return bad(QStringLiteral("server: no name is set"));
-    }
-    if (!isHost(host)) {
-        return bad(QStringLiteral("server: \"%1\" is not the name of a host").arg(host));
-    }
-    if (port < 1 || port > 65535) {
-        return bad(QStringLiteral("port: %1 is not a port").arg(port));
-    }
-    if (encryption != NoEncryption && encryption != Tls) {
+    if (host.isEmpty())
+        return bad(FailureText::english("server: no name is set"));
+    if (!isHost(host))
+        return bad(FailureText::english("server: \"%1\" is not the name of a host").arg(host));
+    if (port < 1 || port > 65535)
+        return bad(FailureText::english("port: %1 is not a port").arg(port));
+    if (encryption != NoEncryption && encryption != Tls)
         return bad(
-            QStringLiteral("encryption: %1 is neither 0 (none) nor 1 (TLS)").arg(encryption));
-    }
+            FailureText::english("encryption: %1 is neither 0 (none) nor 1 (TLS)").arg(encryption));
     return {};
 }
 
@@ -84,13 +80,11 @@ QStringList ServerAddress::loginDomains() const
 
 Result Credentials::check() const
 {
-    if (user.isEmpty()) {
-        return bad(QStringLiteral("username: no name is set"));
-    }
+    if (user.isEmpty())
+        return bad(FailureText::english("username: no name is set"));
     // The login is one header field in which the first colon ends the name.
-    if (login().contains(QLatin1Char(':'))) {
-        return bad(QStringLiteral("username: a colon cannot be part of it"));
-    }
+    if (login().contains(QLatin1Char(':')))
+        return bad(FailureText::english("username: a colon cannot be part of it"));
     return {};
 }
 

@@ -7,7 +7,7 @@
 #include "eas/optionscommand.h"
 #include "eas/provisioncommand.h"
 #include "eas/settingscommand.h"
-#include "eas/status.h"
+#include "translations/text.h"
 
 #include <QTimer>
 
@@ -17,7 +17,7 @@ namespace Eas {
 
 namespace {
 
-/** Goes on while the machine sleeps: a server's pause does not get longer by that. */
+/** Goes on while the machine sleeps: sleep counts towards a pause that the server asks for. */
 qint64 machineClock()
 {
     timespec now {};
@@ -51,13 +51,11 @@ Session::~Session()
 void Session::setState(const SessionState &state)
 {
     m_state = state;
-    if (m_state.policyKey.isEmpty()) {
+    if (m_state.policyKey.isEmpty())
         m_state.policyKey = SessionState().policyKey;
-    }
     // What was kept may be older than the account's settings.
-    if (!m_state.url.isEmpty() && !m_channel->mayFollow(m_address.url(), m_state.url)) {
+    if (!m_state.url.isEmpty() && !m_channel->mayFollow(m_address.url(), m_state.url))
         m_state.url.clear();
-    }
     m_channel->setUrl(m_state.url.isEmpty() ? m_address.url() : m_state.url);
 }
 
@@ -74,9 +72,8 @@ int Session::version() const
 void Session::abortAll()
 {
     const QList<Command *> commands = m_running;
-    for (Command *command : commands) {
+    for (Command *command : commands)
         command->abort();
-    }
 }
 
 void Session::run(Command *command)
@@ -87,66 +84,72 @@ void Session::run(Command *command)
             return;
         }
     }
-    if (!m_running.contains(command)) {
+    if (!m_running.contains(command))
         m_running.append(command);
-    }
-    if (rest(command)) {
+    if (rest(command))
         return;
-    }
-    if (command->needsSession() && (m_stage != NoStage || m_state.protocolVersion.isEmpty())) {
+    if (command->needsSession() && (m_stage != NoStage || m_state.protocolVersion.isEmpty()))
         hold(command, AskingVersion);
-    } else {
+    else
         command->transfer();
-    }
 }
 
-/** Whether the command waits, or has ended, because the server wants to be left alone. */
+/** Has the command wait, or end, while the server asks to be left alone; whether it did. */
 bool Session::rest(Command *command)
 {
     const qint64 left = m_restUntil - m_clock();
-    if (left <= 0) {
+    if (left <= 0)
         return false;
-    }
-    if (left > Limits::WaitForRest) {
-        command->complete({ServerFailed, QStringLiteral("the server asks to be left alone"),
+    if (left > Limits::AwaitedRetryAfter) {
+        command->complete({ServerFailed, FailureText::english("the server asks to be left alone"),
                            int((left + 999) / 1000)});
         return true;
     }
     const QPointer<Command> waiting(command);
     QTimer::singleShot(int(left), Qt::PreciseTimer, this, [this, waiting] {
-        if (m_running.contains(waiting)) {
+        if (m_running.contains(waiting))
             run(waiting);
-        }
     });
     return true;
 }
 
-/** What a failure means for an account as it is known here. */
-Result Session::judged(Command *command, const Result &result)
+/** Learns from a command's result, and corrects it by what is known of the server. */
+Result Session::interpret(Command *command, const Result &result)
 {
-    if (result.retryAfter > 0) {
+    if (result.retryAfter > 0)
         m_restUntil = qMax(m_restUntil, m_clock() + qint64(result.retryAfter) * 1000);
-    }
     unlearn(result);
-    const bool isAnswer = result.ok() || result.status > 0;
-    m_state.hasWorked = m_state.hasWorked || (isAnswer && command->needsSession());
-    Result judged = result;
-    // Whoever stands between, or a server that is being repaired, answers like that for a while.
-    if (m_state.hasWorked && result.code == NotActiveSync && result.httpStatus > 0) {
-        judged.code = ServerFailed;
+    const bool isAnswer = result.ok() || result.isStatus();
+    if (isAnswer && command->needsSession()) {
+        m_state.hasWorked = true;
+        ++m_answers;
     }
-    return judged;
+    Result meaning = result;
+    // A proxy, or a server under maintenance, answers like that for a while.
+    if (m_state.hasWorked && result.code == NotActiveSync && result.source == Source::Http)
+        meaning.code = ServerFailed;
+    return meaning;
+}
+
+Session::Stage Session::stageFor(Outcome outcome)
+{
+    switch (outcome) {
+    case Outcome::ProvisionWanted:
+    case Outcome::WipeWanted: // believed only where Provision repeats it, as it destroys data
+        return Provisioning;
+    case Outcome::DeviceWanted:
+        return SendingDevice;
+    default:
+        return NoStage;
+    }
 }
 
 /** Whether the command goes on later instead of ending with `result`. */
-bool Session::handle(Command *command, const Result &result, bool provisionDemanded)
+bool Session::handle(Command *command, const Result &result)
 {
-    const Stage stage = provisionDemanded || demandsProvision(result.status) ? Provisioning
-        : result.status == 165                                               ? SendingDevice
-                                                                             : NoStage;
-    if (stage == NoStage || !command->needsSession() || (command->m_stagesDone & stage)) {
+    const Stage stage = stageFor(result.outcome);
+    if (stage == NoStage || !command->needsSession() || (command->m_stagesDone & stage))
         return false;
-    }
     command->m_stagesDone |= stage;
     hold(command, stage);
     return true;
@@ -167,9 +170,8 @@ void Session::forget(Command *command)
 void Session::hold(Command *command, Stage stage)
 {
     m_held.append(command);
-    if (m_stage == NoStage) {
+    if (m_stage == NoStage)
         startStage(stage);
-    }
 }
 
 void Session::startStage(Stage stage)
@@ -227,8 +229,9 @@ void Session::policyAsked(Command *command)
     }
     const QStringList &unmet = provision->policy().unmet();
     if (!unmet.isEmpty()) {
-        const QString text = QStringLiteral("the server's policy demands what is not met here: ")
-            + unmet.join(QStringLiteral(", "));
+        const QString text =
+            FailureText::english("the server's policy demands what is not met here: %1")
+                .arg(unmet.join(QStringLiteral(", ")));
         qCWarning(lcEas, "%s", qUtf8Printable(text));
         release({PolicyDemanded, text});
         return;
@@ -251,22 +254,20 @@ void Session::deviceSent(Command *command)
     release(command->result());
 }
 
-/** Lets those go on that were held up, or ends them as what they waited for has ended. */
+/** Runs the commands that were held, or ends them with the failure of the stage. */
 void Session::release(const Result &result)
 {
     m_stage = NoStage;
     const QList<Command *> held = m_held;
     m_held.clear();
     for (Command *command : held) {
-        // Another one's end may have ended this one.
-        if (!m_running.contains(command)) {
+        // The end of another command may have ended this one.
+        if (!m_running.contains(command))
             continue;
-        }
-        if (result.ok()) {
+        if (result.ok())
             run(command);
-        } else {
+        else
             command->complete(result);
-        }
     }
 }
 
@@ -276,18 +277,16 @@ void Session::moved(const QUrl &url)
     emit stateChanged();
 }
 
-/** What was learned may have become wrong: where the server is, and which versions it speaks. */
+/** Forgets the URL and the version where they may be the reason of a failure. */
 void Session::unlearn(const Result &result)
 {
     SessionState state = m_state;
-    if (result.code == NotActiveSync) {
+    if (result.code == NotActiveSync)
         state.protocolVersion.clear();
-    }
     // Not where that would take the login back to a connection without TLS.
     if ((result.code == NoConnection || result.code == NotActiveSync)
-        && m_channel->mayFollow(m_channel->url(), m_address.url())) {
+        && m_channel->mayFollow(m_channel->url(), m_address.url()))
         state.url.clear();
-    }
     if (state != m_state) {
         setState(state);
         emit stateChanged();

@@ -22,10 +22,9 @@ class HttpChannel;
  * themselves.
  *
  * Asks for the protocol's version before the first command, provisions when the server demands it
- * and repeats the command that was held up, follows the server to another URL. Commands may run at
- * the same time. Nothing is sent unless a command is started, and nothing is repeated by itself but
- * once after a demand that was met. While the server asks to be left alone, commands wait, or fail
- * unsent where that takes long.
+ * and then repeats the command that was refused, once for each demand; follows the server to
+ * another URL. Commands may run at the same time. Nothing is sent unless a command is started.
+ * While the server asks to be left alone, commands wait, or fail unsent where that takes long.
  */
 class Session : public QObject
 {
@@ -54,6 +53,10 @@ public:
      * machine's own by default. */
     void setClock(std::function<qint64()> clock) { m_clock = std::move(clock); }
 
+    /** How many commands the server has answered, the login being right: it shows whether the end
+     * of some work says anything about the server. */
+    int answers() const { return m_answers; }
+
     /** Ends every command that runs, with Cancelled. */
     void abortAll();
 
@@ -62,7 +65,7 @@ signals:
     void stateChanged();
     /**
      * The server asks to remove the account's data from here, and has refused the command for that
-     * reason. Whoever does so tells it with a WipeAcknowledgeCommand.
+     * reason. Who removes the data reports it with a WipeAcknowledgeCommand.
      */
     void wipeRequested();
 
@@ -74,8 +77,9 @@ private:
 
     void run(Command *command);
     bool rest(Command *command);
-    Result judged(Command *command, const Result &result);
-    bool handle(Command *command, const Result &result, bool provisionDemanded);
+    Result interpret(Command *command, const Result &result);
+    static Stage stageFor(Outcome outcome);
+    bool handle(Command *command, const Result &result);
     void forget(Command *command);
     void hold(Command *command, Stage stage);
     void startStage(Stage stage);
@@ -94,8 +98,9 @@ private:
     SessionState m_state;
     HttpChannel *m_channel;
     std::function<qint64()> m_clock;
-    /** Until then the server has asked to be left alone, whatever is wanted of it. */
+    /** Until then, by the clock, the server has asked to be left alone. */
     qint64 m_restUntil = 0;
+    int m_answers = 0;
     Stage m_stage = NoStage;
     QPointer<Command> m_stageCommand;
     QList<Command *> m_running;

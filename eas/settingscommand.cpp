@@ -5,6 +5,7 @@
 #include "eas/session.h"
 #include "eas/status.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -45,7 +46,9 @@ Result SettingsCommand::evaluate()
 {
     return m_parser->status() == 1
         ? Result {}
-        : statusResult(ServerFailed, m_parser->status(), "the server did not take the settings");
+        : statusResult(ServerFailed, m_parser->status(),
+                       FailureText::mark("the server did not take the settings"),
+                       borrowedOutcome(m_parser->status()));
 }
 
 } // namespace Eas

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "eas/status.h"
 
+#include "translations/text.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -14,60 +16,99 @@ struct Row
     int last;
     int code;
     const char *meaning;
+    Outcome outcome = Outcome::Unspecified;
 };
 
-constexpr Row rows[] = {
-    {101, 109, InvalidAnswer, "the server did not understand the request"},
-    {110, 111, ServerFailed, "the server failed"},
-    {112, 112, Forbidden, "access denied"},
-    {113, 113, NoRoom, "the mailbox is full"},
-    {114, 114, ServerFailed, "the mailbox is offline"},
-    {115, 115, NoRoom, "the quota for sending is used up"},
-    {116, 116, NotFound, "a recipient cannot be resolved"},
-    {117, 117, Forbidden, "the server does not allow replies to this message"},
-    {118, 118, Success, "sent before"},
-    {119, 119, NotFound, "the message has no recipient"},
-    {120, 120, ServerFailed, "the server could not submit the message"},
-    {121, 121, ServerFailed, "the reply or forward failed"},
-    {122, 122, InvalidAnswer, "the server did not understand the message"},
-    {126, 131, Forbidden, "this user or device may not synchronise"},
-    {132, 134, ServerFailed, "the server has lost, locked or damaged its state"},
-    {135, 138, Forbidden, "the server forbids the operation"},
-    {139, 139, PolicyDemanded, "the server's policy must be met wholly"},
-    {140, 140, Forbidden, "the server asks to remove the account's data from here"},
-    {141, 141, PolicyDemanded, "the server takes only devices that it can provision"},
-    {142, 142, PolicyDemanded, "the device must provision first"},
-    {143, 143, PolicyDemanded, "the server's policy has changed"},
-    {144, 144, PolicyDemanded, "the policy key is wrong"},
-    {145, 145, PolicyDemanded, "the server does not take devices that are managed elsewhere"},
-    {150, 150, NotFound, "the item is gone"},
-    {165, 165, Forbidden, "the server wants to know more of the device"},
-    {166, 166, Forbidden, "the account id is invalid"},
-    {167, 168, Forbidden, "sending is not allowed for this account"},
-    {177, 177, Forbidden, "the user has too many devices"},
+constexpr int WipeWanted = 140;
+
+constexpr Row Rows[] = {
+    {101, 106, InvalidAnswer, FailureText::mark("the server did not understand the request"),
+     Outcome::NotUnderstood},
+    {107, 109, InvalidAnswer, FailureText::mark("the server did not understand the request")},
+    {110, 111, ServerFailed, FailureText::mark("the server failed"), Outcome::Uncertain},
+    {112, 112, Forbidden, FailureText::mark("access denied")},
+    {113, 113, NoRoom, FailureText::mark("the mailbox is full")},
+    {114, 114, ServerFailed, FailureText::mark("the mailbox is offline")},
+    {115, 115, NoRoom, FailureText::mark("the quota for sending is used up")},
+    {116, 116, NotFound, FailureText::mark("a recipient cannot be resolved")},
+    {117, 117, Forbidden, FailureText::mark("the server does not allow replies to this message"),
+     Outcome::ResponseRefused},
+    {118, 118, Success, FailureText::mark("sent before")},
+    {119, 119, NotFound, FailureText::mark("the message has no recipient")},
+    {120, 120, ServerFailed, FailureText::mark("the server could not submit the message"),
+     Outcome::NotSubmitted},
+    {121, 121, ServerFailed, FailureText::mark("the reply or forward failed"),
+     Outcome::ResponseRefused},
+    {122, 122, InvalidAnswer, FailureText::mark("the server did not understand the message")},
+    {126, 131, Forbidden, FailureText::mark("this user or device may not synchronise")},
+    {132, 132, ServerFailed, FailureText::mark("the server has lost its state"), Outcome::KeyLost},
+    {133, 133, ServerFailed, FailureText::mark("the server has locked its state"),
+     Outcome::TryLater},
+    {134, 134, ServerFailed, FailureText::mark("the server's state is damaged"), Outcome::KeyLost},
+    {135, 138, Forbidden, FailureText::mark("the server forbids the operation")},
+    {139, 139, PolicyDemanded, FailureText::mark("the server's policy must be met wholly")},
+    {WipeWanted, WipeWanted, Forbidden,
+     FailureText::mark("the server asks to remove the account's data from here"),
+     Outcome::WipeWanted},
+    {141, 141, PolicyDemanded,
+     FailureText::mark("the server takes only devices that it can provision")},
+    {142, 142, PolicyDemanded, FailureText::mark("the device must provision first"),
+     Outcome::ProvisionWanted},
+    {143, 143, PolicyDemanded, FailureText::mark("the server's policy has changed"),
+     Outcome::ProvisionWanted},
+    {144, 144, PolicyDemanded, FailureText::mark("the policy key is wrong"),
+     Outcome::ProvisionWanted},
+    {145, 145, PolicyDemanded,
+     FailureText::mark("the server does not take devices that are managed elsewhere")},
+    {150, 150, NotFound, FailureText::mark("the item is gone"), Outcome::ItemGone},
+    {165, 165, Forbidden, FailureText::mark("the server wants to know more of the device"),
+     Outcome::DeviceWanted},
+    {166, 166, Forbidden, FailureText::mark("the account id is invalid")},
+    {167, 168, Forbidden, FailureText::mark("sending is not allowed for this account")},
+    {177, 177, Forbidden, FailureText::mark("the user has too many devices")},
 };
 
 } // namespace
 
 Result commonStatusResult(int status)
 {
-    const auto row = std::find_if(std::begin(rows), std::end(rows), [status](const Row &r) {
+    const auto row = std::find_if(std::begin(Rows), std::end(Rows), [status](const Row &r) {
         return status >= r.first && status <= r.last;
     });
-    return row == std::end(rows) ? statusResult(ServerFailed, status, "not one of the known ones")
-                                 : statusResult(row->code, status, row->meaning);
+    return row == std::end(Rows)
+        ? statusResult(ServerFailed, status, FailureText::mark("not one of the known ones"),
+                       borrowedOutcome(status))
+        : statusResult(row->code, status, row->meaning, row->outcome);
 }
 
-Result statusResult(int code, int status, const char *meaning)
+Result statusResult(int code, int status, const char *meaning, Outcome outcome)
 {
-    return {code, QStringLiteral("status %1: %2").arg(status).arg(QLatin1String(meaning)), 0,
-            status};
+    const Source source = status > 100 ? Source::AllCommands
+        : status > 0                   ? Source::Command
+                                       : Source::Nothing;
+    return {code, FailureText::english("status %1: %2").arg(status).arg(QLatin1String(meaning)), 0,
+            outcome, source};
 }
 
-bool demandsProvision(int status)
+Outcome borrowedOutcome(int status)
 {
-    // A wish to wipe (140) is only believed where Provision repeats it: it destroys.
-    return status == 140 || (status >= 142 && status <= 144);
+    switch (status) {
+    case 5:
+    case 6:
+    case 13:
+    case 16:
+        return Outcome::TryLater;
+    case 8:
+    case 12:
+        return Outcome::TreeStale;
+    default:
+        return Outcome::Unspecified;
+    }
+}
+
+Result wipeResult()
+{
+    return commonStatusResult(WipeWanted);
 }
 
 } // namespace Eas

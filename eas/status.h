@@ -13,10 +13,15 @@ namespace Eas {
 Result commonStatusResult(int status);
 
 /** A result for a status, with a text in the one form that the log has for it. */
-Result statusResult(int code, int status, const char *meaning);
+Result statusResult(int code, int status, const char *meaning,
+                    Outcome outcome = Outcome::Unspecified);
 
-/** Whether the device must provision (again) before the command can be repeated. */
-bool demandsProvision(int status);
+/** What a status below 101 means that the command does not define: some servers send those of
+ * Sync. */
+Outcome borrowedOutcome(int status);
+
+/** The server asks to remove the account's data from here. */
+Result wipeResult();
 
 } // namespace Eas
 

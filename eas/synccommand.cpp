@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "eas/synccommand.h"
 
+#include "eas/loggedid.h"
 #include "eas/mailitemreader.h"
 #include "eas/session.h"
 #include "eas/status.h"
+#include "eas/synckey.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -12,16 +15,13 @@ namespace {
 
 namespace S = Tags::AirSync;
 
-const QString firstKey = QStringLiteral("0");
-
 void writeChange(WbxmlWriter *writer, const LocalChange &change)
 {
     writer->startElement(S::Change);
     writer->element(S::ServerId, change.serverId);
     writer->startElement(S::ApplicationData);
-    if (change.read) {
+    if (change.read)
         writer->element(Tags::Email::Read, *change.read ? 1 : 0);
-    }
     if (change.flag) {
         writer->startElement(Tags::Email::Flag);
         if (*change.flag == FlagStatus::Active) {
@@ -36,13 +36,11 @@ void writeChange(WbxmlWriter *writer, const LocalChange &change)
 
 void writeCommands(WbxmlWriter *writer, const SyncRequest &request)
 {
-    if (request.changed.isEmpty() && request.deleted.isEmpty()) {
+    if (request.changed.isEmpty() && request.deleted.isEmpty())
         return;
-    }
     writer->startElement(S::Commands);
-    for (const LocalChange &change : request.changed) {
+    for (const LocalChange &change : request.changed)
         writeChange(writer, change);
-    }
     for (const QString &serverId : request.deleted) {
         writer->startElement(S::Delete);
         writer->element(S::ServerId, serverId);
@@ -56,8 +54,8 @@ void writeCollection(WbxmlWriter *writer, const SyncRequest &request, int versio
 {
     writer->startElement(S::Collection);
     writer->element(S::SyncKey, request.syncKey);
-    writer->element(S::CollectionId, request.collectionId);
-    if (request.syncKey != firstKey) {
+    writer->element(S::CollectionId, request.collectionId.text());
+    if (request.syncKey != FirstKey) {
         writer->element(S::DeletesAsMoves, request.deletesAsMoves ? 1 : 0);
         writer->element(S::GetChanges, request.getChanges ? 1 : 0);
         writer->element(S::WindowSize, qBound(1, request.windowSize, 512));
@@ -68,6 +66,63 @@ void writeCollection(WbxmlWriter *writer, const SyncRequest &request, int versio
         writeCommands(writer, request);
     }
     writer->endElement();
+}
+
+/** What the status of a folder, or of all, means, [MS-ASCMD] 2.2.3.177.17. */
+Result syncStatusResult(int status)
+{
+    switch (status) {
+    case 1:
+        return {};
+    case 3:
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the folder's key is not accepted"),
+                            Outcome::KeyLost);
+    case 4:
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the server did not understand the request"));
+    case 5:
+        return statusResult(ServerFailed, status, FailureText::mark("the server failed"),
+                            Outcome::Uncertain);
+    case 16:
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the server is busy, later again"),
+                            Outcome::TryLater);
+    case 6:
+        return statusResult(InvalidAnswer, status,
+                            FailureText::mark("the item could not be converted"),
+                            Outcome::TryLater);
+    case 7:
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("a conflict that the server has won"));
+    case 8:
+        return statusResult(NotFound, status, FailureText::mark("the item is gone"),
+                            Outcome::TreeStale);
+    case 9:
+        return statusResult(NoRoom, status, FailureText::mark("the mailbox is full"));
+    case 12:
+        return statusResult(NotFound, status, FailureText::mark("the folder tree has changed"),
+                            Outcome::TreeStale);
+    case 13:
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the server wants the whole request"),
+                            Outcome::Uncertain);
+    case 14:
+    case 15:
+        return statusResult(ServerFailed, status,
+                            FailureText::mark("the server's limits were exceeded"));
+    default:
+        return commonStatusResult(status);
+    }
+}
+
+/** What the status of one item means, from the same list. */
+ItemAnswer itemAnswer(int status)
+{
+    constexpr int Taken = 1, Gone = 8;
+    return status == Taken ? ItemAnswer::Taken
+        : status == Gone   ? ItemAnswer::Gone
+                           : ItemAnswer::Refused;
 }
 
 bool isItem(Tag tag)
@@ -94,10 +149,10 @@ protected:
     {
         if (tag == S::Collection) {
             m_window = {};
-            m_window.status = 0;
+            m_window.result = syncStatusResult(0);
         } else if (isItem(tag)) {
             m_reader.begin();
-            m_itemStatus = 0;
+            m_itemAnswer = ItemAnswer::Refused;
         } else {
             m_reader.startElement(tag);
         }
@@ -105,17 +160,16 @@ protected:
 
     void endElement(Tag tag, const QByteArray &text) override
     {
-        if (enclosing(1) == S::Collection) {
+        if (enclosing(1) == S::Collection)
             readCollection(tag, text);
-        } else if (tag == S::Collection) {
+        else if (tag == S::Collection)
             windows.append(m_window);
-        } else if (isItem(tag)) {
+        else if (isItem(tag))
             takeItem(tag);
-        } else if (isItem(enclosing(1))) {
+        else if (isItem(enclosing(1)))
             readItem(tag, text);
-        } else {
+        else
             m_reader.endElement(tag, enclosing(1), text, textWasCut());
-        }
     }
 
     qint64 textLimit(Tag tag) const override
@@ -125,51 +179,48 @@ protected:
     }
 
 private:
-    int indexOf(const QString &collectionId) const
+    int indexOf(const FolderId &collectionId) const
     {
         for (int i = 0; i < m_requests.size(); ++i) {
-            if (m_requests.at(i).collectionId == collectionId) {
+            if (m_requests.at(i).collectionId == collectionId)
                 return i;
-            }
         }
         return -1;
     }
 
     void readCollection(Tag tag, const QByteArray &text)
     {
-        if (tag == S::CollectionId) {
-            m_window.collectionId = QString::fromUtf8(text);
-        } else if (tag == S::SyncKey) {
+        if (tag == S::CollectionId)
+            m_window.collectionId = FolderId(QString::fromUtf8(text));
+        else if (tag == S::SyncKey)
             m_window.syncKey = QString::fromUtf8(text.left(Limits::KeyLength));
-        } else if (tag == S::Status) {
-            m_window.status = text.trimmed().toInt();
-        } else if (tag == S::MoreAvailable) {
+        else if (tag == S::Status)
+            m_window.result = syncStatusResult(text.trimmed().toInt());
+        else if (tag == S::MoreAvailable)
             m_window.moreAvailable = true;
-        }
     }
 
     void readItem(Tag tag, const QByteArray &text)
     {
-        if (tag == S::ServerId) {
+        if (tag == S::ServerId)
             m_reader.item().serverId = QString::fromUtf8(text);
-        } else if (tag == S::Status) {
-            m_itemStatus = text.trimmed().toInt();
-        }
+        else if (tag == S::Status)
+            m_itemAnswer = itemAnswer(text.trimmed().toInt());
     }
 
     void takeItem(Tag tag)
     {
         const MailItem &item = m_reader.item();
         if (++m_count > Limits::Items) {
-            fail(QStringLiteral("more than %1 items").arg(Limits::Items));
+            fail(FailureText::english("more than %1 items").arg(Limits::Items));
         } else if (enclosing(1) == S::Responses) {
-            if (m_itemStatus != 1) {
-                m_window.refused.insert(item.serverId, m_itemStatus);
-            }
+            if (m_itemAnswer != ItemAnswer::Taken)
+                m_window.refused.insert(item.serverId, m_itemAnswer);
         } else if (item.serverId.isEmpty() || item.serverId.size() > Limits::ServerIdLength) {
-            m_window.unreadable.append(QStringLiteral("an item without a usable id"));
+            m_window.unreadable.append(FailureText::english("an item without a usable id"));
         } else if (!m_reader.problem().isEmpty()) {
-            m_window.unreadable.append(item.serverId + QStringLiteral(": ") + m_reader.problem());
+            m_window.unreadable.append(loggedId(item.serverId) + QStringLiteral(": ")
+                                       + m_reader.problem());
         } else if (tag == S::Delete) {
             m_window.removed.append(item.serverId);
         } else if (tag == S::SoftDelete) {
@@ -182,7 +233,7 @@ private:
     const QList<SyncRequest> m_requests;
     SyncWindow m_window;
     MailItemReader m_reader;
-    int m_itemStatus = 0;
+    ItemAnswer m_itemAnswer = ItemAnswer::Refused;
     int m_count = 0;
 };
 
@@ -192,38 +243,6 @@ SyncCommand::SyncCommand(Session *session, const QList<SyncRequest> &requests)
 {
 }
 
-Result SyncCommand::statusResult(int status)
-{
-    switch (status) {
-    case 1:
-        return {};
-    case 3:
-        return Eas::statusResult(ServerFailed, status, "the folder's key is not accepted");
-    case 4:
-        return Eas::statusResult(ServerFailed, status, "the server did not understand the request");
-    case 5:
-    case 16:
-        return Eas::statusResult(ServerFailed, status, "the server failed, later again");
-    case 6:
-        return Eas::statusResult(InvalidAnswer, status, "the item could not be converted");
-    case 7:
-        return Eas::statusResult(ServerFailed, status, "a conflict that the server has won");
-    case 8:
-        return Eas::statusResult(NotFound, status, "the item is gone");
-    case 9:
-        return Eas::statusResult(NoRoom, status, "the mailbox is full");
-    case 12:
-        return Eas::statusResult(NotFound, status, "the folder tree has changed");
-    case 13:
-        return Eas::statusResult(ServerFailed, status, "the server wants the whole request");
-    case 14:
-    case 15:
-        return Eas::statusResult(ServerFailed, status, "the server's limits were exceeded");
-    default:
-        return commonStatusResult(status);
-    }
-}
-
 QByteArray SyncCommand::body()
 {
     QByteArray bytes;
@@ -231,9 +250,8 @@ QByteArray SyncCommand::body()
     writer.startDocument();
     writer.startElement(S::Sync);
     writer.startElement(S::Collections);
-    for (const SyncRequest &request : qAsConst(m_requests)) {
+    for (const SyncRequest &request : qAsConst(m_requests))
         writeCollection(&writer, request, session()->version());
-    }
     writer.endDocument();
     return bytes;
 }
@@ -247,22 +265,20 @@ AnswerParser *SyncCommand::newParser()
 Result SyncCommand::evaluate()
 {
     // A status for all may stand where there are no collections.
-    if (m_parser->status() > 1) {
-        return statusResult(m_parser->status());
-    }
+    if (m_parser->status() > 1)
+        return syncStatusResult(m_parser->status());
     evaluateEmpty();
     for (const SyncWindow &answered : qAsConst(m_parser->windows)) {
         for (int i = 0; i < m_requests.size(); ++i) {
-            if (m_requests.at(i).collectionId != answered.collectionId) {
+            if (m_requests.at(i).collectionId != answered.collectionId)
                 continue;
-            }
             m_windows[i] = answered;
-            m_windows[i].initial = m_requests.at(i).syncKey == firstKey;
-            // A client that took "0" for a key would be where it began, again and again.
-            if (answered.status == 1
-                && (answered.syncKey.isEmpty() || answered.syncKey == firstKey)) {
-                return {InvalidAnswer, QStringLiteral("a folder without a synchronisation key")};
-            }
+            m_windows[i].initial = m_requests.at(i).syncKey == FirstKey;
+            // With "0" for a key, the folder would be synchronised from the start for ever.
+            if (answered.result.ok()
+                && (answered.syncKey.isEmpty() || answered.syncKey == FirstKey))
+                return {InvalidAnswer,
+                        FailureText::english("a folder without a synchronisation key")};
         }
     }
     return {};

@@ -4,21 +4,12 @@
 
 #include "eas/bodypreference.h"
 #include "eas/command.h"
+#include "eas/filtertype.h"
 #include "eas/syncwindow.h"
 
 #include <optional>
 
 namespace Eas {
-
-/** How far back mail is wanted, [MS-ASCMD] 2.2.3.68.2. */
-enum class FilterType {
-    Everything = 0,
-    OneDay = 1,
-    ThreeDays = 2,
-    OneWeek = 3,
-    TwoWeeks = 4,
-    OneMonth = 5
-};
 
 /** A change of flags made here; what is not set stays as it is. */
 struct LocalChange
@@ -31,10 +22,10 @@ struct LocalChange
 /** What is asked and told about one folder. */
 struct SyncRequest
 {
-    QString collectionId;
-    /** That of the folder's last window, or "0" to begin. */
+    FolderId collectionId;
+    /** That of the folder's last window, or FirstKey to begin. */
     QString syncKey;
-    /** Whether changes of the server are wanted; without, only local ones travel. */
+    /** Whether the server's changes are wanted, or only local ones are sent. */
     bool getChanges = true;
     /** Items at most, 1 to 512. */
     int windowSize = 100;
@@ -50,8 +41,8 @@ struct SyncRequest
  * Brings folders up to date, both ways, [MS-ASCMD] 2.2.1.21.
  *
  * An answer to key "0" never brings items, only the key to ask again with (SyncWindow::initial).
- * The command's own result is Success as soon as the answer was understood: each window carries its
- * status, see syncStatusResult(). A refused key is status 3, a changed folder tree 12.
+ * The command's own result is Success as soon as the answer was understood: each window carries
+ * its own.
  */
 class SyncCommand : public Command
 {
@@ -63,9 +54,6 @@ public:
     /** One for each request, in their order, also for those that the answer does not mention
      * (SyncWindow::unchanged). */
     const QList<SyncWindow> &windows() const { return m_windows; }
-
-    /** What a collection's status means: Success for 1. */
-    static Result statusResult(int status);
 
 protected:
     QByteArray name() const override { return QByteArrayLiteral("Sync"); }

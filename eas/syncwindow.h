@@ -2,7 +2,9 @@
 #ifndef EAS_SYNCWINDOW_H
 #define EAS_SYNCWINDOW_H
 
+#include "eas/folderid.h"
 #include "eas/mailitem.h"
+#include "eas/result.h"
 
 #include <QList>
 #include <QMap>
@@ -10,14 +12,17 @@
 
 namespace Eas {
 
+/** What the server says to a local change of an item. */
+enum class ItemAnswer { Taken, Gone, Refused };
+
 /** One folder's share of an answer to Sync, [MS-ASCMD] 2.2.1.21: a window of changes. */
 struct SyncWindow
 {
-    QString collectionId;
-    /** The key to send next time; meaningless unless `status` is 1. */
+    FolderId collectionId;
+    /** The key to send next time; meaningless unless `result` is a success. */
     QString syncKey;
-    /** The collection's status, [MS-ASCMD] 2.2.3.177.17; 1 is success. */
-    int status = 1;
+    /** How the server has answered for this folder. */
+    Result result;
     /** Nothing at all changed: the answer was empty. The key stays as it was. */
     bool unchanged = false;
     /** The answer to key "0", which never brings items: ask again with the new key. */
@@ -29,8 +34,8 @@ struct SyncWindow
     QStringList removed;
     /** Still at the server, but older than what was asked for. */
     QStringList outOfRange;
-    /** Status of each local change or deletion that the server did not simply accept. */
-    QMap<QString, int> refused;
+    /** The answer to each local change or deletion that the server did not simply accept. */
+    QMap<QString, ItemAnswer> refused;
     /** What was left out because it could not be understood: server ids (where known) and why, for
      * the log. */
     QStringList unreadable;

@@ -8,7 +8,7 @@ namespace Eas {
 
 namespace {
 
-constexpr TagEntry table[] = {
+constexpr TagEntry Table[] = {
 #define EAS_TAG(space, page, token, identifier, name) {Tags::space::identifier, #space, name},
 #include "eas/tags.def"
 #undef EAS_TAG
@@ -16,29 +16,28 @@ constexpr TagEntry table[] = {
 
 constexpr bool isOrdered()
 {
-    for (int i = 1; i < int(std::size(table)); ++i) {
-        if (table[i - 1].tag >= table[i].tag) {
+    for (int i = 1; i < int(std::size(Table)); ++i) {
+        if (Table[i - 1].tag >= Table[i].tag)
             return false;
-        }
     }
     return true;
 }
-static_assert(isOrdered(), "findTag() searches by halves");
+static_assert(isOrdered(), "findTag() is a binary search");
 
 } // namespace
 
 const TagEntry *findTag(Tag tag)
 {
     const auto row =
-        std::lower_bound(std::begin(table), std::end(table), tag,
+        std::lower_bound(std::begin(Table), std::end(Table), tag,
                          [](const TagEntry &entry, Tag wanted) { return entry.tag < wanted; });
-    return row != std::end(table) && row->tag == tag ? row : nullptr;
+    return row != std::end(Table) && row->tag == tag ? row : nullptr;
 }
 
 const TagEntry *allTags(int *count)
 {
-    *count = int(std::size(table));
-    return table;
+    *count = int(std::size(Table));
+    return Table;
 }
 
 } // namespace Eas

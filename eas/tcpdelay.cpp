@@ -12,12 +12,11 @@ namespace Eas {
 void TcpDelay::switchOff()
 {
     DIR *folder = opendir("/proc/self/fd");
-    if (!folder) {
+    if (!folder)
         return;
-    }
     while (const dirent *entry = readdir(folder)) {
         const int on = 1;
-        // Refused by whatever is no TCP socket, which is what is wanted.
+        // Fails, without harm, for what is no TCP socket.
         setsockopt(std::atoi(entry->d_name), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     }
     closedir(folder);

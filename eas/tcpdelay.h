@@ -5,7 +5,7 @@
 namespace Eas::TcpDelay {
 
 /**
- * Lets no TCP connection of this process hold back what it has to send (RFC 1122 4.2.3.4).
+ * Switches off Nagle's algorithm (RFC 1122 4.2.3.4) for all TCP connections of this process.
  *
  * Qt writes a request's header and its body one behind the other, so that the body would wait until
  * the server has acknowledged the header, which it delays by 40 to 200 ms; and Qt hands out neither

@@ -47,8 +47,6 @@ public:
     Tag tag() const { return m_tag; }
     /** The bytes of the last Text. */
     QByteArray data() const { return m_data; }
-    /** Whether the last Text was opaque data. */
-    bool isOpaque() const { return m_opaque; }
     /** The number of open elements. */
     int depth() const { return m_open.size(); }
     QString errorString() const { return m_error; }
@@ -74,7 +72,7 @@ private:
     Step beginInlineText(bool silent);
     Step start(Tag tag, quint8 token);
     Step end();
-    Step text(const QByteArray &bytes, bool opaque);
+    Step text(const QByteArray &bytes);
     Step needData();
     Step fail(const QString &error);
     bool takeByte(quint8 *byte);
@@ -86,9 +84,9 @@ private:
     int m_mark = 0;
     bool m_finished = false;
     State m_state = Header;
-    /** Where a text goes back to. */
+    /** The state after the current text. */
     State m_outer = Content;
-    /** The text is no content. */
+    /** The current text is passed over. */
     bool m_silent = false;
     quint32 m_opaqueLeft = 0;
     /** The element that has begun has no content: its end comes next. */
@@ -102,7 +100,6 @@ private:
     int m_page = 0;
     Tag m_tag = NoTag;
     QByteArray m_data;
-    bool m_opaque = false;
     QString m_error;
 };
 

@@ -38,9 +38,8 @@ void WbxmlWriter::endElement()
 
 void WbxmlWriter::endDocument()
 {
-    while (m_pending != NoTag || !m_open.isEmpty()) {
+    while (m_pending != NoTag || !m_open.isEmpty())
         endElement();
-    }
 }
 
 void WbxmlWriter::emptyElement(Tag tag)
@@ -65,9 +64,8 @@ void WbxmlWriter::text(const QString &text)
 {
     QByteArray bytes = text.toUtf8();
     bytes.replace('\0', QByteArray());
-    if (bytes.isEmpty()) {
+    if (bytes.isEmpty())
         return;
-    }
     openPending();
     m_target->append(char(Wbxml::InlineString));
     m_target->append(bytes);
@@ -112,9 +110,8 @@ void WbxmlWriter::putNumber(quint32 number)
     char bytes[5];
     int first = 4;
     bytes[first] = char(number & 0x7f);
-    while (number >>= 7) {
+    while (number >>= 7)
         bytes[--first] = char((number & 0x7f) | 0x80);
-    }
     m_target->append(bytes + first, 5 - first);
 }
 

@@ -15,7 +15,7 @@ namespace Eas {
  * UTF-8, no string table, texts in line.
  *
  * It appends to a byte array of the caller's, which must outlive it. Content too long for memory is
- * announced by beginOpaque() and put there by the caller: see SegmentedDevice.
+ * announced by beginOpaque() and put there by the caller: see RequestBody.
  */
 class WbxmlWriter
 {
@@ -31,14 +31,14 @@ public:
     /** An element without content. */
     void emptyElement(Tag tag);
     /** An element with a text; an empty text makes it an empty element. */
-    void element(Tag tag, const QString &text);
+    void element(Tag tag, const QString &content);
     void element(Tag tag, int number);
 
     /** Text in the open element. A NUL, which a text cannot hold on the wire, is left out. */
     void text(const QString &text);
     /** Bytes in the open element, as they are. */
     void opaque(const QByteArray &bytes);
-    /** Announces `size` bytes in the open element, which whoever sends the document puts right
+    /** Begins opaque data of `size` bytes in the open element; the caller sends them right
      * behind. */
     void beginOpaque(quint32 size);
 

@@ -3,6 +3,7 @@
 
 #include "eas/status.h"
 #include "eas/wbxmlwriter.h"
+#include "translations/text.h"
 
 namespace Eas {
 
@@ -52,9 +53,10 @@ AnswerParser *WipeAcknowledgeCommand::newParser()
 
 Result WipeAcknowledgeCommand::evaluate()
 {
-    return m_parser->status() == 1 ? Result {}
-                                   : statusResult(ServerFailed, m_parser->status(),
-                                                  "the server did not take the acknowledgement");
+    return m_parser->status() == 1
+        ? Result {}
+        : statusResult(ServerFailed, m_parser->status(),
+                       FailureText::mark("the server did not take the acknowledgement"));
 }
 
 } // namespace Eas

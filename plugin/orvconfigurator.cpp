@@ -27,7 +27,7 @@ QString modulePath()
 /** The loaded module, which then stays loaded, or null with one warning. */
 const SettingsModuleInterface *settingsModule()
 {
-    // A widget in a program without widgets would end it; the message server is one.
+    // A widget without a QApplication ends the program; the message server has none.
     if (!QCoreApplication::instance() || !QCoreApplication::instance()->inherits("QApplication")) {
         qWarning() << "orvmail: no settings form, as this program shows no widgets";
         return nullptr;

@@ -23,7 +23,7 @@ bool OrvServicePlugin::supports(QMailMessageMetaDataFwd::MessageType type) const
 
 QMailMessageService *OrvServicePlugin::createService(const QMailAccountId &id)
 {
-    // Mail that comes by push comes from the login on, not from the first request on.
+    // So that push works from the login on, and not only from the first request on.
     DaemonWaker::ask();
     return new OrvService(id);
 }

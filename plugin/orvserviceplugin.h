@@ -12,7 +12,7 @@
 class OrvServicePlugin : public QMailMessageServicePlugin
 {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID QMailMessageServicePluginInterface_iid)
+    Q_PLUGIN_METADATA(IID QMailMessageServicePluginInterface_iid FILE "orvmail.json")
 
 public:
     QString key() const override;

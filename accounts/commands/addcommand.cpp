@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/addcommand.h"
 
-#include "accounts/accountbook.h"
-#include "accounts/autodiscover.h"
+#include "accounts/accountview.h"
+#include "accounts/actions/synchronisation.h"
 #include "accounts/commands/arguments.h"
+#include "accounts/commands/waiting.h"
 #include "accounts/console.h"
-#include "accounts/logincheck.h"
-#include "accounts/partstarter.h"
-#include "accounts/report.h"
-#include "accounts/synchronisation.h"
+#include "accounts/setup/accountbook.h"
+#include "accounts/setup/autodiscover.h"
+#include "accounts/setup/logincheck.h"
+#include "accounts/status/partstarter.h"
 #include "accounts/syncmemory.h"
-#include "accounts/waiting.h"
 #include "eas/serveraddress.h"
+#include "translations/text.h"
 
 #include <qmailmessage.h>
 #include <qmailstore.h>
@@ -24,15 +25,20 @@ const QString AcceptOption = QStringLiteral("accept-redirects");
 
 } // namespace
 
-void AddCommand::declare(QCommandLineParser &parser) const
+Manual::Command AddCommand::manual() const
 {
-    parser.addPositionalArgument(
-        QStringLiteral("name"),
-        QStringLiteral("what the account is called here (default: the mail address)"),
-        QStringLiteral("[NAME]"));
-    declareDetailOptions(parser);
-    parser.addOption(
-        {AcceptOption, QStringLiteral("trust the hosts that the search for the server leads to")});
+    Manual::Command manual("add", Text::tr("set an account up"));
+    manual.paragraphs = {
+        Text::tr("What the options leave open is asked for on a terminal. Without --server "
+                 "the server is found from the mail address (Autodiscover)."),
+        Text::tr("The account is saved when the login has succeeded. Then its mail is "
+                 "fetched for the first time.")};
+    manual.forms = {
+        {"[NAME]", Text::tr("what the account is called here (default: the mail address)")}};
+    manual.options = detailOptions();
+    manual.options.append({"accept-redirects", "",
+                           Text::tr("trust the hosts that the search for the server leads to")});
+    return manual;
 }
 
 Outcome AddCommand::run(const QCommandLineParser &parser, Console &console)
@@ -53,7 +59,7 @@ Outcome AddCommand::run(const QCommandLineParser &parser, Console &console)
             break;
         console.complain(outcome.text);
         if (!askAgain(console, outcome.setting))
-            return Outcome::refused(QStringLiteral("nothing was saved"));
+            return Outcome::refused(Text::tr("nothing was saved"));
     }
     QMailAccountId id;
     if (outcome.ok())
@@ -70,12 +76,11 @@ Outcome AddCommand::complete(const QCommandLineParser &parser, Console &console)
         return address;
     m_details.name = parser.positionalArguments().value(0, settings.email).trimmed();
     if (AccountBook::isNameTaken(m_details.name))
-        return Outcome::refused(
-            QStringLiteral("there is an account \"%1\" already; choose another name")
-                .arg(m_details.name));
+        return Outcome::refused(Text::tr("there is an account \"%1\" already; choose another name")
+                                    .arg(m_details.name));
     if (settings.userName.isEmpty())
         settings.userName = m_mayAsk
-            ? console.ask(QStringLiteral("User name"), settings.email).value_or(settings.email)
+            ? console.ask(Text::tr("User name"), settings.email).value_or(settings.email)
             : settings.email;
     return readPassword(parser, console, true, &settings.password);
 }
@@ -88,13 +93,12 @@ Outcome AddCommand::askAddress(Console &console)
     while (answer && !isMailAddress(address) && m_mayAsk) {
         if (!address.isEmpty())
             console.complain(
-                QStringLiteral("\"%1\" is no mail address; it looks like name@example.com")
-                    .arg(address));
-        answer = console.ask(QStringLiteral("Mail address"));
+                Text::tr("\"%1\" is no mail address; it looks like name@example.com").arg(address));
+        answer = console.ask(Text::tr("Mail address"));
         address = answer.value_or(QString());
     }
     if (address.isEmpty())
-        return Outcome::wrongUsage(QStringLiteral("the mail address is missing; give --email"));
+        return Outcome::wrongUsage(Text::tr("the mail address is missing; give --email"));
     return {};
 }
 
@@ -125,17 +129,17 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
         settings.password, [&console, accept](const QString &host) {
             return accept
                 || console.confirm(
-                    QStringLiteral("The search leads to %1. Send the login there?").arg(host));
+                    Text::tr("The search leads to %1. Send the login there?").arg(host));
         });
     search.setTimeLimit(time);
-    console.say(QStringLiteral("Looking for the server of %1").arg(settings.email));
-    Waiting(console, QStringLiteral("Looking for the server")).run(search);
+    console.say(Text::tr("Looking for the server of %1").arg(settings.email));
+    Waiting(console, Text::tr("Looking for the server")).run(search);
     if (!search.result().ok())
         return searchFailure(search.result());
     settings.server = search.server().host();
     settings.port = search.server().port(443);
     settings.encryption = 1;
-    console.say(QStringLiteral("Found %1").arg(settings.server));
+    console.say(Text::tr("Found %1").arg(settings.server));
     return {};
 }
 
@@ -144,29 +148,28 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
 Outcome AddCommand::searchFailure(const Eas::Result &result)
 {
     if (result.code == Eas::Cancelled && result.text.isEmpty())
-        return Outcome::refused(QStringLiteral("cancelled; nothing was saved"));
+        return Outcome::refused(Text::tr("cancelled; nothing was saved"));
     if (result.code == Eas::Cancelled)
         return Outcome::refused(
-            QStringLiteral("%1; give --server, or --accept-redirects if you trust it")
-                .arg(result.text));
+            Text::tr("%1; give --server, or --accept-redirects if you trust it").arg(result.text));
     const bool wrongLogin = result.code == Eas::LoginRefused && !m_searchRefused;
     m_searchRefused = m_searchRefused || wrongLogin;
     return {Outcome::Refused,
-            QStringLiteral("the server of %1 cannot be found (%2)%3")
-                .arg(m_details.settings.email, result.text,
-                     m_mayAsk ? QString() : QStringLiteral("; give --server")),
+            (m_mayAsk ? Text::tr("the server of %1 cannot be found (%2)")
+                      : Text::tr("the server of %1 cannot be found (%2); give --server"))
+                .arg(m_details.settings.email, result.text),
             result.code, wrongLogin ? QStringLiteral("password") : QStringLiteral("server")};
 }
 
 Outcome AddCommand::tryLogin(const QCommandLineParser &parser, Console &console)
 {
-    console.say(QStringLiteral("Trying the login at %1").arg(m_details.settings.server));
+    console.say(Text::tr("Trying the login at %1").arg(m_details.settings.server));
     const bool isInUse = AccountBook::hasMailbox(m_details.settings);
     LoginCheck check(m_details.settings, deviceId(),
                      isInUse ? LoginCheck::LoginOnly : LoginCheck::WithFolders);
     Outcome outcome = runCheck(check, parser, console, m_details.settings);
     if (outcome.code == Eas::Cancelled)
-        outcome.text += QLatin1String("; nothing was saved");
+        outcome.text = Text::tr("cancelled; nothing was saved");
     m_serverFolders = check.folders();
     return outcome;
 }
@@ -182,19 +185,19 @@ bool AddCommand::askAgain(Console &console, const QString &setting)
         return askServer(console);
     if (setting != QLatin1String("username"))
         return false;
-    const std::optional<QString> user = console.ask(QStringLiteral("User name"), settings.userName);
+    const std::optional<QString> user = console.ask(Text::tr("User name"), settings.userName);
     settings.userName = user.value_or(settings.userName);
     return user.has_value();
 }
 
 bool AddCommand::askPassword(Console &console)
 {
-    console.say(QStringLiteral("(An empty password changes the user name.)"));
-    std::optional<QString> password = console.askSecret(QStringLiteral("Password"));
+    console.say(Text::tr("(An empty password changes the user name.)"));
+    std::optional<QString> password = console.askSecret(Text::tr("Password"));
     if (password && password->isEmpty()) {
         if (!askAgain(console, QStringLiteral("username")))
             return false;
-        password = console.askSecret(QStringLiteral("Password"));
+        password = console.askSecret(Text::tr("Password"));
     }
     m_details.settings.password = password.value_or(QString());
     return password.has_value();
@@ -208,7 +211,7 @@ bool AddCommand::askServer(Console &console)
     const QString now = isKnown && settings.port != 443
         ? QStringLiteral("%1:%2").arg(settings.server).arg(settings.port)
         : settings.server;
-    settings.server = console.ask(QStringLiteral("Server"), now).value_or(QString());
+    settings.server = console.ask(Text::tr("Server"), now).value_or(QString());
     const QString port = takePort(&settings.server);
     if (!port.isEmpty())
         settings.port = port.toInt();
@@ -226,7 +229,7 @@ QString AddCommand::bringMail(const QCommandLineParser &parser, Console &console
         return synchronisation.outcome().text;
     }
     PartStarter parts;
-    Waiting(console, QStringLiteral("Starting the message server")).run(parts);
+    Waiting(console, Text::tr("Starting the message server")).run(parts);
     return parts.outcome().text;
 }
 
@@ -234,7 +237,7 @@ QString AddCommand::bringMail(const QCommandLineParser &parser, Console &console
 Outcome AddCommand::report(const QCommandLineParser &parser, Console &console,
                            const QMailAccountId &id)
 {
-    console.say(QStringLiteral("The account \"%1\" is ready.").arg(m_details.name));
+    console.say(Text::tr("The account \"%1\" is ready.").arg(m_details.name));
     const QString problem = m_details.enabled ? bringMail(parser, console, id) : QString();
     const QList<FolderLine> folders = foldersOf(id);
     const int messages =

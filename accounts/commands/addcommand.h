@@ -3,12 +3,10 @@
 #define ACCOUNTS_COMMANDS_ADDCOMMAND_H
 
 #include "accounts/commands/command.h"
-
-#include "accounts/accountdetails.h"
+#include "accounts/setup/accountdetails.h"
 #include "eas/result.h"
 
 #include <qmailid.h>
-
 #include <QStringList>
 
 namespace Accounts {
@@ -17,10 +15,7 @@ namespace Accounts {
 class AddCommand : public Command
 {
 public:
-    QString name() const override { return QStringLiteral("add"); }
-    QString summary() const override { return QStringLiteral("set an account up"); }
-    int maximumArguments() const override { return 1; }
-    void declare(QCommandLineParser &parser) const override;
+    Manual::Command manual() const override;
     Outcome run(const QCommandLineParser &parser, Console &console) override;
 
 private:

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/arguments.h"
 
-#include "accounts/accountbook.h"
+#include "accounts/actions/synchronisation.h"
 #include "accounts/advice.h"
+#include "accounts/commands/passwordprogram.h"
+#include "accounts/commands/waiting.h"
 #include "accounts/console.h"
-#include "accounts/logincheck.h"
-#include "accounts/synchronisation.h"
-#include "accounts/waiting.h"
+#include "accounts/setup/accountbook.h"
+#include "accounts/setup/logincheck.h"
+#include "translations/text.h"
 
 #include <QRegularExpression>
 
@@ -16,11 +18,6 @@ namespace {
 
 const QString TimeOption = QStringLiteral("timeout");
 
-QCommandLineOption option(const char *name, const char *description, const char *value = "")
-{
-    return {QLatin1String(name), QLatin1String(description), QLatin1String(value)};
-}
-
 Outcome readPort(const QString &text, int *port)
 {
     bool isNumber = false;
@@ -29,7 +26,7 @@ Outcome readPort(const QString &text, int *port)
         return {};
     return Outcome::wrongSetting(
         QStringLiteral("port"),
-        QStringLiteral("\"%1\" is no port; a port is a number from 1 to 65535").arg(text));
+        Text::tr("\"%1\" is no port; a port is a number from 1 to 65535").arg(text));
 }
 
 /** The port may stand behind the server's name as well. */
@@ -41,7 +38,7 @@ Outcome readPortBehindServer(bool isPortGiven, AccountSettings *settings)
     if (outcome.ok() && isPortGiven && port != settings->port)
         return Outcome::wrongSetting(
             QStringLiteral("port"),
-            QStringLiteral("--server and --port name two ports, %1 and %2; give one")
+            Text::tr("--server and --port name two ports, %1 and %2; give one")
                 .arg(port)
                 .arg(settings->port));
     settings->port = port;
@@ -62,7 +59,7 @@ Outcome readEncryption(const QString &text, int *encryption)
     else
         return Outcome::wrongSetting(
             QStringLiteral("encryption"),
-            QStringLiteral("\"%1\" is no encryption; it is \"tls\" or \"none\"").arg(text));
+            Text::tr("\"%1\" is no encryption; it is \"tls\" or \"none\"").arg(text));
     return {};
 }
 
@@ -72,7 +69,7 @@ Outcome readSwitch(const char *name, const QString &text, bool *on)
     if (*on || text == QLatin1String("off"))
         return {};
     return Outcome::wrongUsage(
-        QStringLiteral("--%1 is \"on\" or \"off\", not \"%2\"").arg(QLatin1String(name), text));
+        Text::tr("--%1 is \"on\" or \"off\", not \"%2\"").arg(QLatin1String(name), text));
 }
 
 Outcome readKeep(const QString &text, int *days)
@@ -83,7 +80,7 @@ Outcome readKeep(const QString &text, int *days)
     if (text == QLatin1String("all") || (isNumber && periods.contains(*days)))
         return {};
     return Outcome::wrongUsage(
-        QStringLiteral("--keep is 1, 3, 7, 14 or 30 days or \"all\", not \"%1\"").arg(text));
+        Text::tr("--keep is 1, 3, 7, 14 or 30 days or \"all\", not \"%1\"").arg(text));
 }
 
 } // namespace
@@ -97,23 +94,30 @@ QString takePort(QString *server)
     return match.captured(2);
 }
 
-void declareDetailOptions(QCommandLineParser &parser)
+QList<Manual::Option> detailOptions()
 {
-    parser.addOptions({
-        option("email", "the mail address", "ADDRESS"),
-        option("full-name", "the name that goes with the address into sent mails", "NAME"),
-        option("user", "the user name at the server", "NAME"),
-        option("domain", "the user's domain, where the server asks for one", "DOMAIN"),
-        option("server", "the server's name or address", "HOST[:PORT]"),
-        option("port", "the server's port (443 with TLS, else 80)", "PORT"),
-        option("encryption", "tls (the default) or none", "KIND"),
-        option("push", "let the server tell of changes at once: on or off", "SWITCH"),
-        option("keep", "how many days back mail is kept here: 1, 3, 7, 14, 30 or all", "DAYS"),
-        option("enabled", "whether the account is used at all: on or off", "SWITCH"),
-        option("password-stdin", "read the password from the first line of standard input"),
-        option("no-check", "save without trying the login"),
-    });
-    declareTimeOption(parser);
+    return {
+        {"email", "ADDRESS", Text::tr("the mail address")},
+        {"full-name", "NAME", Text::tr("the name that goes with the address into sent mails")},
+        {"user", "NAME", Text::tr("the user name at the server")},
+        {"domain", "DOMAIN", Text::tr("the user's domain, where the server asks for one")},
+        {"server", "HOST[:PORT]", Text::tr("the server's name or address")},
+        {"port", "PORT", Text::tr("the server's port (443 with TLS, else 80)")},
+        {"encryption", "KIND", Text::tr("tls (the default) or none"), "tls none"},
+        {"push", "SWITCH", Text::tr("let the server tell of changes at once: on or off"), "on off"},
+        {"keep", "DAYS", Text::tr("how many days back mail is kept here: 1, 3, 7, 14, 30 or all"),
+         "1 3 7 14 30 all"},
+        {"notifications", "SWITCH",
+         Text::tr("tell on the desktop when the account needs you: on (the default) or off"),
+         "on off"},
+        {"enabled", "SWITCH", Text::tr("whether the account is used at all: on or off"), "on off"},
+        {"password-stdin", "", Text::tr("read the password from the first line of standard input")},
+        {"password-command", "COMMAND",
+         Text::tr(
+             "run this by the shell, and take the first line that it prints for the password")},
+        {"no-check", "", Text::tr("save without trying the login")},
+        timeOption(),
+    };
 }
 
 Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *details)
@@ -140,8 +144,7 @@ Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *deta
             ? Outcome()
             : Outcome::wrongSetting(
                   QStringLiteral("email"),
-                  QStringLiteral("\"%1\" is no mail address; it looks like name@example.com")
-                      .arg(text));
+                  Text::tr("\"%1\" is no mail address; it looks like name@example.com").arg(text));
     });
     const bool hasUsualPort = settings.port == usualPort(settings.encryption);
     apply("encryption",
@@ -153,32 +156,26 @@ Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *deta
           [&](const QString &) { return readPortBehindServer(given("port"), &settings); });
     apply("push", [&](const QString &text) { return readSwitch("push", text, &details->push); });
     apply("keep", [&](const QString &text) { return readKeep(text, &details->keepDays); });
+    apply("notifications", [&](const QString &text) {
+        return readSwitch("notifications", text, &details->notifications);
+    });
     apply("enabled",
           [&](const QString &text) { return readSwitch("enabled", text, &details->enabled); });
     return outcome;
 }
 
-void declareAccountArgument(QCommandLineParser &parser)
+Outcome findAccount(const QString &nameOrId, QMailAccountId *id)
 {
-    parser.addPositionalArgument(QStringLiteral("account"),
-                                 QStringLiteral("the account's name or number"),
-                                 QStringLiteral("ACCOUNT"));
-}
-
-Outcome readAccountArgument(const QCommandLineParser &parser, QMailAccountId *id)
-{
-    const QString name = parser.positionalArguments().value(0);
-    *id = AccountBook::find(name);
+    *id = AccountBook::find(nameOrId);
     if (id->isValid())
         return {};
     return Outcome::refused(
-        QStringLiteral("there is no account \"%1\"; \"orvmail-account list\" shows all").arg(name));
+        Text::tr("there is no account \"%1\"; \"orvmail-account list\" shows all").arg(nameOrId));
 }
 
-void declareTimeOption(QCommandLineParser &parser)
+Manual::Option timeOption()
 {
-    parser.addOption({TimeOption, QStringLiteral("wait so long for a server (20 seconds)"),
-                      QStringLiteral("SECONDS")});
+    return {"timeout", "SECONDS", Text::tr("wait so long for a server (20 seconds)")};
 }
 
 Outcome readTimeOption(const QCommandLineParser &parser, int *milliseconds)
@@ -191,8 +188,8 @@ Outcome readTimeOption(const QCommandLineParser &parser, int *milliseconds)
     *milliseconds = seconds * 1000;
     if (isNumber && seconds >= 1 && seconds <= 3600)
         return {};
-    return Outcome::wrongUsage(QStringLiteral("--timeout is a number of seconds, not \"%1\"")
-                                   .arg(parser.value(TimeOption)));
+    return Outcome::wrongUsage(
+        Text::tr("--timeout is a number of seconds, not \"%1\"").arg(parser.value(TimeOption)));
 }
 
 Outcome runCheck(LoginCheck &check, const QCommandLineParser &parser, Console &console,
@@ -203,7 +200,7 @@ Outcome runCheck(LoginCheck &check, const QCommandLineParser &parser, Console &c
     if (!read.ok())
         return read;
     check.setTimeLimit(time);
-    Waiting(console, QStringLiteral("Waiting for %1").arg(settings.server)).run(check);
+    Waiting(console, Text::tr("Waiting for %1").arg(settings.server)).run(check);
     return adviceFor(check.result(), settings);
 }
 
@@ -220,16 +217,23 @@ Outcome readPassword(const QCommandLineParser &parser, Console &console, bool wa
                      QString *password)
 {
     std::optional<QString> read = *password;
-    if (parser.isSet(QStringLiteral("password-stdin")))
+    const bool isCommand = parser.isSet(QStringLiteral("password-command"));
+    const bool isInput = parser.isSet(QStringLiteral("password-stdin"));
+    if (isCommand && isInput)
+        return Outcome::wrongUsage(
+            Text::tr("--password-stdin and --password-command name two passwords; give one"));
+    if (isCommand)
+        return runPasswordProgram(parser.value(QStringLiteral("password-command")), password);
+    if (isInput)
         read = console.readSecret();
     else if (wanted && console.isInteractive())
-        read = console.askSecret(QStringLiteral("Password"));
+        read = console.askSecret(Text::tr("Password"));
     else if (wanted)
-        return Outcome::wrongUsage(QStringLiteral(
+        return Outcome::wrongUsage(Text::tr(
             "there is no terminal to ask for the password; give --password-stdin and write it "
-            "to standard input"));
+            "to standard input, or --password-command"));
     if (!read)
-        return Outcome::wrongUsage(QStringLiteral("no password came from standard input"));
+        return Outcome::wrongUsage(Text::tr("no password came from standard input"));
     *password = *read;
     return {};
 }

@@ -2,11 +2,11 @@
 #ifndef ACCOUNTS_COMMANDS_ARGUMENTS_H
 #define ACCOUNTS_COMMANDS_ARGUMENTS_H
 
-#include "accounts/accountdetails.h"
-
-#include <qmailid.h>
+#include "accounts/setup/accountdetails.h"
+#include "manual/manual.h"
 
 #include <QCommandLineParser>
+#include <qmailid.h>
 
 namespace Accounts {
 
@@ -15,19 +15,18 @@ class LoginCheck;
 class Synchronisation;
 
 /** Options that tell what an account is like, the same for every command that has them. */
-void declareDetailOptions(QCommandLineParser &parser);
+QList<Manual::Option> detailOptions();
 /** Writes what the options say into `details`; what they do not name stays. */
 Outcome readDetailOptions(const QCommandLineParser &parser, AccountDetails *details);
 
 /** Takes off the server's name the port that stands behind it; empty where none does. */
 QString takePort(QString *server);
 
-/** The argument that names an account. */
-void declareAccountArgument(QCommandLineParser &parser);
-Outcome readAccountArgument(const QCommandLineParser &parser, QMailAccountId *id);
+/** The account of that name or number, or that there is none. */
+Outcome findAccount(const QString &nameOrId, QMailAccountId *id);
 
 /** The option for how long a server is waited for, and its milliseconds. */
-void declareTimeOption(QCommandLineParser &parser);
+Manual::Option timeOption();
 Outcome readTimeOption(const QCommandLineParser &parser, int *milliseconds);
 
 /** Tries the login, while the terminal shows that it waits and an interrupt ends it. */
@@ -37,7 +36,8 @@ Outcome runCheck(LoginCheck &check, const QCommandLineParser &parser, Console &c
 /** Runs it with a bar on the terminal; an interrupt cancels it. */
 void runSynchronisation(Synchronisation &synchronisation, Console &console, const QString &title);
 
-/** The password from standard input or from a prompt without echo; `wanted`: it is missing. */
+/** The password from standard input, from a command or from a prompt without echo; `wanted`: it is
+ * missing. */
 Outcome readPassword(const QCommandLineParser &parser, Console &console, bool wanted,
                      QString *password);
 

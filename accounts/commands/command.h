@@ -3,6 +3,7 @@
 #define ACCOUNTS_COMMANDS_COMMAND_H
 
 #include "accounts/outcome.h"
+#include "manual/manual.h"
 
 #include <QCommandLineParser>
 
@@ -16,16 +17,11 @@ class Command
 public:
     virtual ~Command() = default;
 
-    /** The word. */
-    virtual QString name() const = 0;
-    /** One line for the overview. */
-    virtual QString summary() const = 0;
-    /** How many arguments without a dash it takes, at least and at most. */
-    virtual int minimumArguments() const { return 0; }
-    virtual int maximumArguments() const { return 0; }
-    /** Names arguments and options. */
-    virtual void declare(QCommandLineParser &parser) const = 0;
-    /** The mail store is open; the parser has taken the arguments. */
+    /** Its word, arguments and options. */
+    virtual Manual::Command manual() const = 0;
+    /** Whether it can do nothing where the mail store cannot be opened. */
+    virtual bool needsStore() const { return true; }
+    /** The mail store is open, where it is needed; the parser has taken the arguments. */
     virtual Outcome run(const QCommandLineParser &parser, Console &console) = 0;
 };
 

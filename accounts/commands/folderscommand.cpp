@@ -1,27 +1,26 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/folderscommand.h"
 
-#include "accounts/commands/arguments.h"
+#include "accounts/accountview.h"
 #include "accounts/console.h"
-#include "accounts/report.h"
+#include "translations/text.h"
 
 namespace Accounts {
 
-void FoldersCommand::declare(QCommandLineParser &parser) const
+Manual::Command FoldersCommand::manual() const
 {
-    declareAccountArgument(parser);
+    Manual::Command manual = accountManual("folders", Text::tr("show the folders of an account"));
+    manual.paragraphs = {Text::tr("Each with how many messages are in it and how many of "
+                                  "them are unread, as they are on this machine.")};
+    return manual;
 }
 
-Outcome FoldersCommand::run(const QCommandLineParser &parser, Console &console)
+Outcome FoldersCommand::runFor(const QMailAccountId &id, const QCommandLineParser &,
+                               Console &console)
 {
-    QMailAccountId id;
-    const Outcome named = readAccountArgument(parser, &id);
-    if (!named.ok())
-        return named;
     const QList<FolderLine> folders = foldersOf(id);
     if (folders.isEmpty())
-        console.say(
-            QStringLiteral("There is no folder yet; \"orvmail-account sync\" brings them."));
+        console.say(Text::tr("There is no folder yet; \"orvmail-account sync\" brings them."));
     sayFolders(console, folders);
     console.give(folderArray(folders));
     return {};

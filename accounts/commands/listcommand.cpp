@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/listcommand.h"
 
-#include "accounts/accountbook.h"
+#include "accounts/accountview.h"
 #include "accounts/console.h"
-#include "accounts/report.h"
+#include "accounts/setup/accountbook.h"
+#include "translations/text.h"
 
 namespace Accounts {
 
-void ListCommand::declare(QCommandLineParser &) const { }
+Manual::Command ListCommand::manual() const
+{
+    return {"list", Text::tr("show all accounts")};
+}
 
 Outcome ListCommand::run(const QCommandLineParser &, Console &console)
 {
@@ -16,13 +20,13 @@ Outcome ListCommand::run(const QCommandLineParser &, Console &console)
     for (const QMailAccountId &id : ids) {
         const AccountDetails details = AccountBook::details(id);
         array.append(accountObject(id));
-        console.say(QStringLiteral("%1  %2  <%3>  at %4%5")
+        console.say((details.enabled ? Text::tr("%1  %2  <%3>  at %4")
+                                     : Text::tr("%1  %2  <%3>  at %4  (not enabled)"))
                         .arg(id.toULongLong(), 3)
-                        .arg(details.name, details.settings.email, details.settings.server,
-                             details.enabled ? QString() : QStringLiteral("  (not enabled)")));
+                        .arg(details.name, details.settings.email, details.settings.server));
     }
     if (ids.isEmpty())
-        console.say(QStringLiteral("There is no account; \"orvmail-account add\" sets one up."));
+        console.say(Text::tr("There is no account; \"orvmail-account add\" sets one up."));
     console.give(array);
     return {};
 }

@@ -10,9 +10,7 @@ namespace Accounts {
 class ListCommand : public Command
 {
 public:
-    QString name() const override { return QStringLiteral("list"); }
-    QString summary() const override { return QStringLiteral("show all accounts"); }
-    void declare(QCommandLineParser &parser) const override;
+    Manual::Command manual() const override;
     Outcome run(const QCommandLineParser &parser, Console &console) override;
 };
 

@@ -2,20 +2,19 @@
 #ifndef ACCOUNTS_COMMANDS_REMOVECOMMAND_H
 #define ACCOUNTS_COMMANDS_REMOVECOMMAND_H
 
-#include "accounts/commands/command.h"
+#include "accounts/commands/accountcommand.h"
 
 namespace Accounts {
 
 /** Removes an account with its mail, its synchronisation state and its password. */
-class RemoveCommand : public Command
+class RemoveCommand : public AccountCommand
 {
 public:
-    QString name() const override { return QStringLiteral("remove"); }
-    QString summary() const override { return QStringLiteral("remove an account with its mail"); }
-    int minimumArguments() const override { return 1; }
-    int maximumArguments() const override { return 1; }
-    void declare(QCommandLineParser &parser) const override;
-    Outcome run(const QCommandLineParser &parser, Console &console) override;
+    Manual::Command manual() const override;
+
+private:
+    Outcome runFor(const QMailAccountId &id, const QCommandLineParser &parser,
+                   Console &console) override;
 };
 
 } // namespace Accounts

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/setcommand.h"
 
-#include "accounts/accountbook.h"
+#include "accounts/accountview.h"
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
-#include "accounts/logincheck.h"
-#include "accounts/report.h"
+#include "accounts/setup/accountbook.h"
+#include "accounts/setup/logincheck.h"
 #include "accounts/syncmemory.h"
+#include "translations/text.h"
 
 namespace Accounts {
 
@@ -20,8 +21,8 @@ const QString NoFavouriteOption = QStringLiteral("no-favourite");
 /** Whether the options name something that the login at the server depends on. */
 bool concernsLogin(const QCommandLineParser &parser)
 {
-    for (const char *option :
-         {"user", "domain", "server", "port", "encryption", "ask-password", "password-stdin"}) {
+    for (const char *option : {"user", "domain", "server", "port", "encryption", "ask-password",
+                               "password-stdin", "password-command"}) {
         if (parser.isSet(QLatin1String(option)))
             return true;
     }
@@ -30,18 +31,20 @@ bool concernsLogin(const QCommandLineParser &parser)
 
 } // namespace
 
-void SetCommand::declare(QCommandLineParser &parser) const
+Manual::Command SetCommand::manual() const
 {
-    declareAccountArgument(parser);
-    declareDetailOptions(parser);
-    parser.addOptions({
-        {NameOption, QStringLiteral("a new name for the account"), QStringLiteral("NAME")},
-        {AskOption, QStringLiteral("ask for a new password")},
-        {FavouriteOption, QStringLiteral("make a folder a favourite (may be repeated)"),
-         QStringLiteral("FOLDER")},
-        {NoFavouriteOption, QStringLiteral("the contrary (may be repeated)"),
-         QStringLiteral("FOLDER")},
-    });
+    Manual::Command manual = accountManual("set", Text::tr("change the settings of an account"));
+    manual.paragraphs = {Text::tr(
+        "What is not named stays as it is. What the login depends on is tried at the server "
+        "before it is saved.")};
+    manual.options = detailOptions();
+    manual.options += {
+        {"name", "NAME", Text::tr("a new name for the account")},
+        {"ask-password", "", Text::tr("ask for a new password")},
+        {"favourite", "FOLDER", Text::tr("make a folder a favourite (may be repeated)")},
+        {"no-favourite", "FOLDER", Text::tr("the contrary (may be repeated)")},
+    };
+    return manual;
 }
 
 Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
@@ -50,13 +53,15 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
     given.removeAll(QStringLiteral("json"));
     given.removeAll(QStringLiteral("verbose"));
     if (given.isEmpty())
-        return Outcome::wrongUsage(QStringLiteral("nothing to set; see --help"));
-    QMailAccountId id;
-    Outcome outcome = readAccountArgument(parser, &id);
-    if (!outcome.ok())
-        return outcome;
+        return Outcome::wrongUsage(Text::tr("nothing to set; see --help"));
+    return AccountCommand::run(parser, console);
+}
+
+Outcome SetCommand::runFor(const QMailAccountId &id, const QCommandLineParser &parser,
+                           Console &console)
+{
     AccountDetails details = AccountBook::details(id);
-    outcome = readDetailOptions(parser, &details);
+    Outcome outcome = readDetailOptions(parser, &details);
     if (outcome.ok())
         outcome =
             readPassword(parser, console, parser.isSet(AskOption), &details.settings.password);
@@ -68,23 +73,23 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
         LoginCheck check(details.settings, deviceId(), LoginCheck::LoginOnly);
         outcome = runCheck(check, parser, console, details.settings);
     }
-    FolderWishes wishes;
+    FavouriteChanges changes;
     if (outcome.ok())
-        outcome = readFavourites(parser, id, &wishes);
+        outcome = readFavourites(parser, id, &changes);
     if (outcome.ok())
         outcome = AccountBook::update(id, details);
     if (outcome.ok())
-        outcome = setFavourites(wishes);
+        outcome = setFavourites(changes);
     if (!outcome.ok())
         return outcome;
-    console.say(QStringLiteral("Saved."));
+    console.say(Text::tr("Saved."));
     console.give(accountObject(id));
     return {};
 }
 
 /** Every folder must be there before anything is changed. */
 Outcome SetCommand::readFavourites(const QCommandLineParser &parser, const QMailAccountId &account,
-                                   FolderWishes *wishes)
+                                   FavouriteChanges *changes)
 {
     for (const QString &option : {FavouriteOption, NoFavouriteOption}) {
         const QStringList paths = parser.values(option);
@@ -92,20 +97,20 @@ Outcome SetCommand::readFavourites(const QCommandLineParser &parser, const QMail
             const QMailFolderId folder = findFolder(account, path);
             if (!folder.isValid())
                 return Outcome::refused(
-                    QStringLiteral("there is no folder \"%1\"; \"orvmail-account folders\" shows "
-                                   "all")
+                    Text::tr("there is no folder \"%1\"; \"orvmail-account folders\" shows "
+                             "all")
                         .arg(path));
-            wishes->append({folder, option == FavouriteOption});
+            changes->append({folder, option == FavouriteOption});
         }
     }
     return {};
 }
 
-Outcome SetCommand::setFavourites(const FolderWishes &wishes)
+Outcome SetCommand::setFavourites(const FavouriteChanges &changes)
 {
-    for (const auto &wish : wishes) {
-        if (!setFavourite(wish.first, wish.second))
-            return Outcome::refused(QStringLiteral("the mail store refuses to change a folder"));
+    for (const auto &change : changes) {
+        if (!setFavourite(change.first, change.second))
+            return Outcome::refused(Text::tr("the mail store refuses to change a folder"));
     }
     return {};
 }

@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/showcommand.h"
 
-#include "accounts/commands/arguments.h"
+#include "accounts/accountview.h"
 #include "accounts/console.h"
-#include "accounts/report.h"
+#include "translations/text.h"
 
 namespace Accounts {
 
-void ShowCommand::declare(QCommandLineParser &parser) const
+Manual::Command ShowCommand::manual() const
 {
-    declareAccountArgument(parser);
+    Manual::Command manual = accountManual("show", Text::tr("show the settings of an account"));
+    manual.paragraphs = {Text::tr("The password is never among them.")};
+    return manual;
 }
 
-Outcome ShowCommand::run(const QCommandLineParser &parser, Console &console)
+Outcome ShowCommand::runFor(const QMailAccountId &id, const QCommandLineParser &, Console &console)
 {
-    QMailAccountId id;
-    const Outcome named = readAccountArgument(parser, &id);
-    if (!named.ok())
-        return named;
     sayAccount(console, id);
     console.give(accountObject(id));
     return {};

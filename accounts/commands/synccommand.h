@@ -3,19 +3,28 @@
 #define ACCOUNTS_COMMANDS_SYNCCOMMAND_H
 
 #include "accounts/commands/command.h"
+#include "accounts/mailsnapshot.h"
 
 namespace Accounts {
 
-/** Lets the message server synchronise an account and tells what has changed. */
+/** Lets the message server synchronise one account or all, and tells what has changed. */
 class SyncCommand : public Command
 {
 public:
-    QString name() const override { return QStringLiteral("sync"); }
-    QString summary() const override { return QStringLiteral("synchronise an account"); }
-    int minimumArguments() const override { return 1; }
-    int maximumArguments() const override { return 1; }
-    void declare(QCommandLineParser &parser) const override;
+    Manual::Command manual() const override;
     Outcome run(const QCommandLineParser &parser, Console &console) override;
+
+private:
+    /** How it went for one account. */
+    struct Run
+    {
+        Outcome outcome;
+        QList<FolderDifference> differences = {};
+        bool isInterrupted = false; ///< by the person who called the program
+    };
+
+    static Run synchronise(const QMailAccountId &id, Console &console);
+    static Outcome runForAll(Console &console);
 };
 
 } // namespace Accounts

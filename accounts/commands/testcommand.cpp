@@ -1,32 +1,34 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/testcommand.h"
 
-#include "accounts/accountbook.h"
 #include "accounts/advice.h"
 #include "accounts/commands/arguments.h"
+#include "accounts/commands/waiting.h"
 #include "accounts/console.h"
-#include "accounts/daemonstatus.h"
-#include "accounts/logincheck.h"
-#include "accounts/partstarter.h"
+#include "accounts/setup/accountbook.h"
+#include "accounts/setup/logincheck.h"
+#include "accounts/status/daemonstatus.h"
+#include "accounts/status/partstarter.h"
 #include "accounts/syncmemory.h"
-#include "accounts/waiting.h"
+#include "translations/text.h"
 
 #include <QJsonObject>
 
 namespace Accounts {
 
-void TestCommand::declare(QCommandLineParser &parser) const
+Manual::Command TestCommand::manual() const
 {
-    declareAccountArgument(parser);
-    declareTimeOption(parser);
+    Manual::Command manual = accountManual("test", Text::tr("try the login at the server"));
+    manual.paragraphs = {Text::tr(
+        "Nothing changes, here or there. Where the login works, what is missing on this machine is "
+        "told, and why the last work for the account failed.")};
+    manual.options = {timeOption()};
+    return manual;
 }
 
-Outcome TestCommand::run(const QCommandLineParser &parser, Console &console)
+Outcome TestCommand::runFor(const QMailAccountId &id, const QCommandLineParser &parser,
+                            Console &console)
 {
-    QMailAccountId id;
-    const Outcome named = readAccountArgument(parser, &id);
-    if (!named.ok())
-        return named;
     const AccountDetails details = AccountBook::details(id);
     if (details.wiped)
         return wipedOutcome(details);
@@ -34,7 +36,7 @@ Outcome TestCommand::run(const QCommandLineParser &parser, Console &console)
     const Outcome outcome = runCheck(check, parser, console, details.settings);
     if (!outcome.ok())
         return outcome;
-    console.say(QStringLiteral("%1 accepts the login and speaks ActiveSync %2.")
+    console.say(Text::tr("%1 accepts the login and speaks ActiveSync %2.")
                     .arg(details.settings.server, check.version()));
     const QString problem = details.enabled ? problemHere(id, console) : QString();
     QJsonObject result {{QStringLiteral("ok"), true}, {QStringLiteral("version"), check.version()}};
@@ -51,13 +53,13 @@ Outcome TestCommand::run(const QCommandLineParser &parser, Console &console)
 QString TestCommand::problemHere(const QMailAccountId &id, Console &console)
 {
     PartStarter parts;
-    Waiting(console, QStringLiteral("Starting the message server")).run(parts);
+    Waiting(console, Text::tr("Starting the message server")).run(parts);
     if (!parts.outcome().ok())
-        return QStringLiteral("But no mail can come: %1.").arg(parts.outcome().text);
+        return Text::tr("But no mail can come: %1.").arg(parts.outcome().text);
     const std::optional<Eas::Result> error = lastErrorOf(id);
     if (!error || error->code == Eas::Cancelled)
         return {};
-    return QStringLiteral("But what was last done for it failed: %1.")
+    return Text::tr("But what was last done for it failed: %1.")
         .arg(adviceForLastError(*error, AccountBook::details(id).settings).text);
 }
 

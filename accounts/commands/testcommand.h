@@ -2,24 +2,21 @@
 #ifndef ACCOUNTS_COMMANDS_TESTCOMMAND_H
 #define ACCOUNTS_COMMANDS_TESTCOMMAND_H
 
-#include "accounts/commands/command.h"
+#include "accounts/commands/accountcommand.h"
 
 #include <qmailid.h>
 
 namespace Accounts {
 
 /** Tries the stored settings at the server; nothing changes here or there. */
-class TestCommand : public Command
+class TestCommand : public AccountCommand
 {
 public:
-    QString name() const override { return QStringLiteral("test"); }
-    QString summary() const override { return QStringLiteral("try the login at the server"); }
-    int minimumArguments() const override { return 1; }
-    int maximumArguments() const override { return 1; }
-    void declare(QCommandLineParser &parser) const override;
-    Outcome run(const QCommandLineParser &parser, Console &console) override;
+    Manual::Command manual() const override;
 
 private:
+    Outcome runFor(const QMailAccountId &id, const QCommandLineParser &parser,
+                   Console &console) override;
     static QString problemHere(const QMailAccountId &id, Console &console);
 };
 

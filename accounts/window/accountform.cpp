@@ -1,24 +1,38 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/window/accountform.h"
 
-#include "accounts/accountbook.h"
-
-#include <qmailaccount.h>
-#include <qmailaccountconfiguration.h>
-#include <qmailmessageservice.h>
-#include <qmailstore.h>
+#include "accounts/window/problemlabel.h"
 
 #include <QComboBox>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <qmailaccount.h>
+#include <qmailaccountconfiguration.h>
+#include <qmailmessageservice.h>
+#include <qmailstore.h>
 #include <QVBoxLayout>
+
+#include <memory>
 
 namespace Accounts {
 
 namespace {
 
-const QString MessageName = QStringLiteral("problem-");
+const QString NameSetting = QStringLiteral("name");
+const QString PortSetting = QStringLiteral("port");
+const QString EncryptionSetting = QStringLiteral("encryption");
+
+/** The inputs of the plugin's form, in their order, with the settings that they are for. */
+const QList<QPair<QString, QString>> Inputs {
+    {QStringLiteral("username"), QStringLiteral("mailUserInput")},
+    {QStringLiteral("password"), QStringLiteral("mailPasswInput")},
+    {QStringLiteral("server"), QStringLiteral("mailServerInput")},
+    {PortSetting, QStringLiteral("mailPortInput")},
+    {EncryptionSetting, QStringLiteral("encryptionIncoming")},
+    {QStringLiteral("domain"), QStringLiteral("mailDomainInput")},
+    {QStringLiteral("email"), QStringLiteral("mailEmailInput")},
+};
 
 QMailMessageServiceEditor *newEditor()
 {
@@ -27,25 +41,17 @@ QMailMessageServiceEditor *newEditor()
     return configurator ? configurator->createEditor(QMailMessageServiceFactory::Source) : nullptr;
 }
 
-QLabel *newMessage(QWidget *parent, const QString &setting)
-{
-    auto *label = new QLabel(parent);
-    label->setObjectName(MessageName + setting);
-    label->setWordWrap(true);
-    label->setStyleSheet(QStringLiteral("color: #a00000"));
-    label->hide();
-    return label;
-}
-
 } // namespace
 
 AccountForm::AccountForm(QWidget *parent)
     : QWidget(parent)
     , m_editor(newEditor())
     , m_name(new QLineEdit(this))
-    , m_nameMessage(newMessage(this, QStringLiteral("name")))
-    , m_message(newMessage(this, QStringLiteral("general")))
+    , m_otherProblem(new ProblemLabel(nullptr, this))
 {
+    m_name->setObjectName(QStringLiteral("accountName"));
+    m_name->setPlaceholderText(tr("what you call this account; the address if left empty"));
+    m_otherProblem->setObjectName(QStringLiteral("problem-general"));
     build();
 }
 
@@ -55,62 +61,94 @@ void AccountForm::build()
 {
     auto *label = new QLabel(tr("&Name"), this);
     label->setBuddy(m_name);
-    m_name->setObjectName(QStringLiteral("accountName"));
-    m_name->setPlaceholderText(tr("what you call this account; the address if left empty"));
+    addProblem(NameSetting, m_name);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(label);
     layout->addWidget(m_name);
-    layout->addWidget(m_nameMessage);
+    layout->addWidget(m_problems.value(NameSetting));
     if (m_editor) {
         m_editor->setParent(this);
         layout->addWidget(m_editor);
-        addMessages();
+        m_grid = m_editor->findChild<QGridLayout *>();
     }
-    layout->addWidget(m_message);
+    layout->addWidget(m_otherProblem);
     layout->addStretch(1);
+    if (!m_grid)
+        return;
+    spreadRows();
+    for (const auto &input : Inputs) {
+        if (QWidget *widget = inputFor(input.first))
+            addProblem(input.first, widget);
+    }
+    placeProblems();
 }
 
-/** Beneath each input of the form a message, in a column that has the inputs' width. */
-void AccountForm::addMessages()
+/** Makes room for a row beneath each row of the plugin's form. */
+void AccountForm::spreadRows()
 {
-    auto *grid = m_editor->findChild<QGridLayout *>();
-    if (!grid)
-        return;
-    const QStringList settings {QStringLiteral("username"),   QStringLiteral("password"),
-                                QStringLiteral("server"),     QStringLiteral("port"),
-                                QStringLiteral("encryption"), QStringLiteral("domain"),
-                                QStringLiteral("email")};
-    for (const QString &setting : settings) {
-        QWidget *input = inputFor(setting);
-        if (!input)
+    struct Cell
+    {
+        QLayoutItem *item;
+        int row;
+        int column;
+    };
+    QList<Cell> cells;
+    while (m_grid->count() > 0) {
+        int row = 0, column = 0, rows = 0, columns = 0;
+        m_grid->getItemPosition(0, &row, &column, &rows, &columns);
+        cells.append({m_grid->takeAt(0), row, column});
+    }
+    for (const Cell &cell : qAsConst(cells))
+        m_grid->addItem(cell.item, 2 * cell.row, cell.column);
+    m_grid->setColumnStretch(1, 1);
+}
+
+void AccountForm::addProblem(const QString &setting, QWidget *input)
+{
+    auto *label = new ProblemLabel(input, input->parentWidget());
+    label->setObjectName(QStringLiteral("problem-") + setting);
+    m_problems.insert(setting, label);
+}
+
+void AccountForm::placeProblems()
+{
+    for (const auto &input : Inputs) {
+        ProblemLabel *label = m_problems.value(input.first);
+        if (!label)
             continue;
         int row = 0, column = 0, rows = 0, columns = 0;
-        grid->getItemPosition(grid->indexOf(input), &row, &column, &rows, &columns);
-        grid->addWidget(newMessage(m_editor, setting), row, column + 1);
+        m_grid->getItemPosition(m_grid->indexOf(inputFor(input.first)), &row, &column, &rows,
+                                &columns);
+        m_grid->removeWidget(label);
+        if (m_isNarrow)
+            m_grid->addWidget(label, row + 1, column);
+        else
+            m_grid->addWidget(label, row, column + 1);
     }
-    grid->setColumnStretch(1, 1);
-    grid->setColumnStretch(2, 1);
+    m_grid->setColumnStretch(2, m_isNarrow ? 0 : 1);
+}
+
+void AccountForm::setNarrow(bool narrow)
+{
+    if (narrow == m_isNarrow || !m_grid)
+        return;
+    m_isNarrow = narrow;
+    placeProblems();
 }
 
 QWidget *AccountForm::inputFor(const QString &setting) const
 {
-    static const QMap<QString, QString> inputs {
-        {QStringLiteral("username"), QStringLiteral("mailUserInput")},
-        {QStringLiteral("password"), QStringLiteral("mailPasswInput")},
-        {QStringLiteral("server"), QStringLiteral("mailServerInput")},
-        {QStringLiteral("port"), QStringLiteral("mailPortInput")},
-        {QStringLiteral("encryption"), QStringLiteral("encryptionIncoming")},
-        {QStringLiteral("domain"), QStringLiteral("mailDomainInput")},
-        {QStringLiteral("email"), QStringLiteral("mailEmailInput")},
-    };
-    if (setting == QLatin1String("name"))
+    if (setting == NameSetting)
         return m_name;
-    return m_editor->findChild<QWidget *>(inputs.value(setting, QStringLiteral("none")));
+    for (const auto &input : Inputs) {
+        if (input.first == setting)
+            return m_editor->findChild<QWidget *>(input.second);
+    }
+    return nullptr;
 }
 
 void AccountForm::display(const QMailAccountId &id)
 {
-    m_account = id;
     showProblem({});
     const QMailAccount account =
         id.isValid() ? QMailStore::instance()->account(id) : QMailAccount();
@@ -121,41 +159,46 @@ void AccountForm::display(const QMailAccountId &id)
     m_editor->displayConfiguration(account, config);
     if (!id.isValid())
         suggestTls();
-    m_shown = details();
+}
+
+void AccountForm::enter(const QString &setting, const QString &text)
+{
+    if (auto *line = qobject_cast<QLineEdit *>(inputFor(setting)))
+        line->setText(text);
+}
+
+void AccountForm::propose(const AccountSettings &settings)
+{
+    enter(QStringLiteral("username"), settings.userName);
+    enter(QStringLiteral("password"), settings.password);
+    enter(QStringLiteral("server"), settings.server);
+    enter(PortSetting, QString::number(settings.port));
+    enter(QStringLiteral("email"), settings.email);
+    if (auto *encryption = qobject_cast<QComboBox *>(inputFor(EncryptionSetting)))
+        encryption->setCurrentIndex(settings.encryption);
 }
 
 /** A new account is a safe one unless the person decides otherwise. */
 void AccountForm::suggestTls()
 {
-    if (auto *port = qobject_cast<QLineEdit *>(inputFor(QStringLiteral("port"))))
-        port->setText(QStringLiteral("443"));
-    if (auto *encryption = qobject_cast<QComboBox *>(inputFor(QStringLiteral("encryption"))))
+    enter(PortSetting, QStringLiteral("443"));
+    if (auto *encryption = qobject_cast<QComboBox *>(inputFor(EncryptionSetting)))
         encryption->setCurrentIndex(1);
 }
 
-bool AccountForm::isModified() const
+void AccountForm::writeTo(AccountDetails *details) const
 {
-    const AccountDetails now = details();
-    return now.name != m_shown.name || !(now.settings == m_shown.settings);
-}
-
-AccountDetails AccountForm::details() const
-{
-    AccountDetails details;
-    if (m_account.isValid())
-        details = AccountBook::details(m_account);
-    details.settings = typedSettings();
+    details->settings = typedSettings();
     // Whoever enters the password of an account that was wiped wants to use it again.
-    if (details.wiped && !details.settings.password.isEmpty()) {
-        details.wiped = false;
-        details.enabled = true;
+    if (details->wiped && !details->settings.password.isEmpty()) {
+        details->wiped = false;
+        details->enabled = true;
     }
-    details.name = m_name->text().trimmed();
-    if (details.name.isEmpty())
-        details.name = details.settings.email;
-    if (details.settings.userName.isEmpty())
-        details.settings.userName = details.settings.email;
-    return details;
+    details->name = m_name->text().trimmed();
+    if (details->name.isEmpty())
+        details->name = details->settings.email;
+    if (details->settings.userName.isEmpty())
+        details->settings.userName = details->settings.email;
 }
 
 /** Not by way of a configuration: its encoding loses letters of a password, and a person is to be
@@ -170,8 +213,8 @@ AccountSettings AccountForm::typedSettings() const
     settings.userName = text("username");
     settings.password = text("password");
     settings.server = text("server");
-    settings.port = typed.value(QStringLiteral("port")).toInt();
-    settings.encryption = typed.value(QStringLiteral("encryption")).toInt();
+    settings.port = typed.value(PortSetting).toInt();
+    settings.encryption = typed.value(EncryptionSetting).toInt();
     settings.email = text("email");
     settings.domain = text("domain");
     return settings;
@@ -179,30 +222,22 @@ AccountSettings AccountForm::typedSettings() const
 
 void AccountForm::showProblem(const Outcome &problem)
 {
-    const QList<QLabel *> labels = findChildren<QLabel *>();
-    for (QLabel *label : labels) {
-        if (!label->objectName().startsWith(MessageName))
-            continue;
-        label->hide();
-        if (QWidget *input = inputFor(label->objectName().mid(MessageName.size())))
-            input->setAccessibleDescription(QString());
-    }
-    if (problem.ok())
-        return;
-    QLabel *label = findChild<QLabel *>(MessageName + problem.setting);
-    if (!label || problem.setting.isEmpty())
-        label = m_message;
-    label->setText(problem.text);
-    label->show();
-    if (QWidget *input = inputFor(problem.setting)) {
-        input->setAccessibleDescription(problem.text);
-        input->setFocus();
-    }
+    for (ProblemLabel *label : qAsConst(m_problems))
+        label->retract();
+    m_otherProblem->retract();
+    if (!problem.ok())
+        m_problems.value(problem.setting, m_otherProblem)->tell(problem.text);
 }
 
 void AccountForm::begin()
 {
-    m_name->setFocus();
+    const QList<QLineEdit *> needed {m_name,
+                                     qobject_cast<QLineEdit *>(inputFor(QStringLiteral("email"))),
+                                     qobject_cast<QLineEdit *>(inputFor(QStringLiteral("server")))};
+    // Where an address is known already, the server is what is left.
+    const bool isKnown = needed.at(1) && !needed.at(1)->text().isEmpty();
+    QLineEdit *first = isKnown && needed.at(2) ? needed.at(2) : needed.at(0);
+    first->setFocus();
 }
 
 } // namespace Accounts

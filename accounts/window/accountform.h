@@ -2,24 +2,24 @@
 #ifndef ACCOUNTS_WINDOW_ACCOUNTFORM_H
 #define ACCOUNTS_WINDOW_ACCOUNTFORM_H
 
-#include "accounts/accountdetails.h"
+#include "accounts/setup/accountdetails.h"
 
 #include <qmailid.h>
-
+#include <QMap>
 #include <QWidget>
 
-#include <memory>
-
-class QLabel;
+class QGridLayout;
 class QLineEdit;
 class QMailMessageServiceEditor;
 
 namespace Accounts {
 
+class ProblemLabel;
+
 /**
- * One account's settings: its name, and the very form that the plugin hands out.
+ * One account's name and login: the latter in the very form that the plugin hands out.
  *
- * What is wrong is said in the row of the field that is wrong.
+ * What is wrong is said beside the field that is wrong, or beneath it where there is no room.
  */
 class AccountForm : public QWidget
 {
@@ -34,33 +34,36 @@ public:
 
     /** Shows an account, or with an invalid id the settings of a new one. */
     void display(const QMailAccountId &id);
-    QMailAccountId account() const { return m_account; }
-    /** The account is gone: what is shown and typed would be a new one. */
-    void forgetAccount() { m_account = QMailAccountId(); }
-    /** Whether something was typed since the account was shown. */
-    bool isModified() const;
-    /** What the form says, laid over what the account has besides. */
-    AccountDetails details() const;
+    /** Enters what is known of a new account. */
+    void propose(const AccountSettings &settings);
+    /** Lays what is typed over `details`. */
+    void writeTo(AccountDetails *details) const;
 
-    /** Says what is wrong beside its field and puts the cursor there; an empty one clears. */
+    /** Says what is wrong and puts the cursor there; Done takes back what was said. */
     void showProblem(const Outcome &problem);
-    /** Puts the cursor into the first field. */
+    /** Puts the cursor into the first field that is empty, or into the first. */
     void begin();
+    /** Whether there is no room beside the fields. */
+    void setNarrow(bool narrow);
 
 private:
     void build();
-    void addMessages();
+    void spreadRows();
+    void addProblem(const QString &setting, QWidget *input);
+    void placeProblems();
     void suggestTls();
     AccountSettings typedSettings() const;
     QWidget *inputFor(const QString &setting) const;
+    void enter(const QString &setting, const QString &text);
 
     QMailMessageServiceEditor *m_editor;
-    QMailAccountId m_account;
-    AccountDetails m_shown;
+    QGridLayout *m_grid = nullptr;
     QLineEdit *m_name;
-    QLabel *m_nameMessage;
+    /** By the settings that they are about. */
+    QMap<QString, ProblemLabel *> m_problems;
     /** Says what concerns no field, or one that the form does not have. */
-    QLabel *m_message;
+    ProblemLabel *m_otherProblem;
+    bool m_isNarrow = false;
 };
 
 } // namespace Accounts

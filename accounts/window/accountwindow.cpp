@@ -1,174 +1,250 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/window/accountwindow.h"
 
-#include "accounts/accountbook.h"
-#include "accounts/advice.h"
-#include "accounts/logincheck.h"
-#include "accounts/report.h"
-#include "accounts/synchronisation.h"
-#include "accounts/syncmemory.h"
-#include "accounts/window/accountform.h"
+#include "accounts/setup/accountbook.h"
+#include "accounts/window/accountlist.h"
+#include "accounts/window/accountpage.h"
+#include "accounts/window/firstpage.h"
+#include "accounts/window/flowlayout.h"
+#include "accounts/window/mailfetch.h"
+#include "accounts/window/removal.h"
+#include "accounts/window/saving.h"
+#include "accounts/window/taskrun.h"
+#include "accounts/window/waitingbar.h"
 
-#include <qmailmessage.h>
-#include <qmailstore.h>
-
+#include <QApplication>
+#include <QBoxLayout>
 #include <QCloseEvent>
-#include <QHBoxLayout>
 #include <QLabel>
-#include <QListWidget>
 #include <QMessageBox>
-#include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QShortcut>
-#include <QVBoxLayout>
 
 namespace Accounts {
 
+namespace {
+
+/** A phone's screen, held upright. */
+constexpr QSize SmallestSize(320, 400);
+
+/** Lines of text: below this width the list stands above the page. */
+constexpr int NarrowWidth = 40;
+
+} // namespace
+
 AccountWindow::AccountWindow(QWidget *parent)
     : QWidget(parent)
-    , m_list(new QListWidget(this))
-    , m_form(new AccountForm(this))
-    , m_status(new QLabel(this))
-    , m_timeLimit(LoginCheck::UsualTimeLimit)
+    , m_list(new AccountList(this))
+    , m_bar(new WaitingBar(this))
+    , m_run(new TaskRun(*m_bar, this))
+    , m_first(new FirstPage(*m_bar, this))
+    , m_page(new AccountPage(*m_run, this))
+    , m_saving(new Saving(*m_page, *m_bar, *m_run, this))
+    , m_fetch(new MailFetch(*m_bar, *m_run, this))
 {
     setWindowTitle(tr("Mail accounts"));
     if (!isUsable())
         return;
     build();
-    QMailStore *store = QMailStore::instance();
-    connect(store, &QMailStore::accountsAdded, this, &AccountWindow::refresh);
-    connect(store, &QMailStore::accountsRemoved, this, &AccountWindow::refresh);
-    connect(store, &QMailStore::accountsUpdated, this, &AccountWindow::refresh);
-    connect(m_list, &QListWidget::currentRowChanged, this, &AccountWindow::choose);
+    connectParts();
     refresh();
     showChosen();
-    m_form->begin();
+    m_first->begin();
 }
 
 AccountWindow::~AccountWindow() = default;
 
 bool AccountWindow::isUsable() const
 {
-    return m_form->hasForm();
+    return m_page->hasForm();
 }
 
-QPushButton *AccountWindow::newButton(const QString &text, const QString &name,
-                                      void (AccountWindow::*action)())
+void AccountWindow::setTimeLimit(int milliseconds)
+{
+    m_saving->setTimeLimit(milliseconds);
+    m_first->setTimeLimit(milliseconds);
+}
+
+QPushButton *AccountWindow::newButton(const QString &text, const char *name)
 {
     auto *button = new QPushButton(text, this);
-    button->setObjectName(name);
+    button->setObjectName(QLatin1String(name));
     button->setAutoDefault(true);
-    connect(button, &QPushButton::clicked, this, action);
     return button;
 }
 
 void AccountWindow::build()
 {
-    m_list->setAccessibleName(tr("Accounts"));
-    m_list->setObjectName(QStringLiteral("accounts"));
-    m_status->setObjectName(QStringLiteral("status"));
-    m_status->setWordWrap(true);
-    auto *listLabel = new QLabel(tr("&Accounts"), this);
-    listLabel->setBuddy(m_list);
-
-    auto *left = new QVBoxLayout;
-    left->addWidget(listLabel);
-    left->addWidget(m_list, 1);
-    left->addWidget(newButton(tr("Ne&w account"), QStringLiteral("add"), &AccountWindow::addNew));
-    m_remove = newButton(tr("&Remove..."), QStringLiteral("remove"), &AccountWindow::removeChosen);
-    left->addWidget(m_remove);
-
-    m_test = newButton(tr("&Test the login"), QStringLiteral("test"), &AccountWindow::testLogin);
-    m_save = newButton(tr("&Save"), QStringLiteral("save"), &AccountWindow::save);
-    m_saveUnchecked = newButton(tr("Save witho&ut a test"), QStringLiteral("saveUnchecked"),
-                                &AccountWindow::saveUnchecked);
-    m_saveUnchecked->hide();
-    buildWaiting();
-    auto *buttons = new QHBoxLayout;
-    buttons->addWidget(m_progress, 1);
-    buttons->addStretch(1);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_test);
-    buttons->addWidget(m_saveUnchecked);
-    buttons->addWidget(m_save);
+    m_synchronise = newButton(tr("S&ynchronise now"), "synchronise");
+    m_test = newButton(tr("&Test the login"), "test");
+    m_saveUnchecked = newButton(tr("Save witho&ut a test"), "saveUnchecked");
+    m_save = newButton(tr("&Save"), "save");
+    auto *buttons = new FlowLayout;
+    for (QPushButton *button : {m_synchronise, m_test, m_saveUnchecked, m_save})
+        buttons->addWidget(button);
 
     auto *right = new QVBoxLayout;
-    right->addWidget(m_form, 1);
-    right->addWidget(m_status);
+    m_pages = newPages();
+    right->addWidget(m_pages, 1);
+    right->addWidget(m_bar);
     right->addLayout(buttons);
-
-    auto *both = new QHBoxLayout(this);
-    both->addLayout(left, 1);
-    both->addLayout(right, 3);
-    resize(900, 480);
+    m_both = new QBoxLayout(QBoxLayout::LeftToRight, this);
+    m_both->addWidget(newSide());
+    m_both->addLayout(right);
+    setNarrow(false);
+    addShortcuts();
+    setTabOrder(m_list, m_add);
+    setTabOrder(m_add, m_remove);
+    setMinimumSize(SmallestSize);
+    resize(900, 680);
 }
 
-/** What is seen only while something is waited for. */
-void AccountWindow::buildWaiting()
+/** The list and what is done with it. */
+QWidget *AccountWindow::newSide()
 {
-    m_cancel = newButton(tr("&Cancel"), QStringLiteral("cancel"), &AccountWindow::cancel);
-    m_cancel->hide();
-    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this,
-            &AccountWindow::cancel);
-    m_progress = new QProgressBar(this);
-    m_progress->setAccessibleName(tr("Progress of the first synchronisation"));
-    m_progress->hide();
-    m_ticker.setInterval(1000);
-    connect(&m_ticker, &QTimer::timeout, this, [this] {
-        ++m_waited;
-        showWaiting();
-    });
+    auto *side = new QWidget(this);
+    auto *label = new QLabel(tr("&Accounts"), side);
+    label->setBuddy(m_list);
+    m_add = newButton(tr("Ne&w account"), "add");
+    m_remove = newButton(tr("&Remove..."), "remove");
+    auto *buttons = new FlowLayout;
+    buttons->addWidget(m_add);
+    buttons->addWidget(m_remove);
+    auto *layout = new QVBoxLayout(side);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(label);
+    layout->addWidget(m_list, 1);
+    layout->addLayout(buttons);
+    return side;
 }
 
-QMailAccountId AccountWindow::chosen() const
+/** The pages, of which one is shown. What needs more height than there is can be scrolled to. */
+QScrollArea *AccountWindow::newPages()
 {
-    const QListWidgetItem *item = m_list->currentItem();
-    return item ? QMailAccountId(item->data(Qt::UserRole).toULongLong()) : QMailAccountId();
+    auto *pages = new QWidget;
+    auto *layout = new QVBoxLayout(pages);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_first, 1);
+    layout->addWidget(m_page, 1);
+    auto *area = new QScrollArea(this);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setWidgetResizable(true);
+    area->setWidget(pages);
+    return area;
 }
 
-void AccountWindow::addRow(const QString &name, const QMailAccountId &id)
+void AccountWindow::addShortcuts()
 {
-    auto *item = new QListWidgetItem(name, m_list);
-    item->setData(Qt::UserRole, id.toULongLong());
+    const auto add = [this](const QKeySequence &keys, void (AccountWindow::*action)()) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
+    };
+    add(Qt::Key_Escape, &AccountWindow::cancel);
+    add(Qt::Key_F5, &AccountWindow::synchronise);
+    connect(new QShortcut(Qt::CTRL + Qt::Key_Q, this), &QShortcut::activated, this,
+            &QWidget::close);
 }
 
-/** Marks the row without showing its account; one that is gone leaves the row of a new one. */
+void AccountWindow::connectParts()
+{
+    connect(&m_watch, &StatusWatch::changed, this, &AccountWindow::refresh);
+    connect(m_list, &AccountList::currentRowChanged, this, &AccountWindow::choose);
+    connect(m_bar, &WaitingBar::cancelled, this, &AccountWindow::cancel);
+    connect(m_run, &TaskRun::busyChanged, this, &AccountWindow::updateButtons);
+    connect(m_first, &FirstPage::serverFound, this, &AccountWindow::saveFound);
+    connect(m_first, &FirstPage::formWanted, this, &AccountWindow::showForm);
+    connect(m_page, &AccountPage::told, m_bar, &WaitingBar::say);
+    connect(m_saving, &Saving::uncheckedOffered, m_saveUnchecked, &QWidget::setVisible);
+    connect(m_saving, &Saving::saved, this, &AccountWindow::onSaved);
+    connect(qApp, &QApplication::focusChanged, this, &AccountWindow::showFocused,
+            Qt::QueuedConnection);
+    connectButtons();
+}
+
+void AccountWindow::connectButtons()
+{
+    const auto clicked = &QPushButton::clicked;
+    connect(m_add, clicked, this, &AccountWindow::addNew);
+    connect(m_remove, clicked, this, &AccountWindow::removeChosen);
+    connect(m_synchronise, clicked, this, &AccountWindow::synchronise);
+    connect(m_test, clicked, m_saving, &Saving::test);
+    connect(m_saveUnchecked, clicked, m_saving, &Saving::saveUnchecked);
+    connect(m_save, clicked, m_saving, &Saving::save);
+}
+
+/** What has the cursor is to be seen, with what is told beneath it. */
+void AccountWindow::showFocused()
+{
+    QWidget *focused = focusWidget();
+    if (focused && m_pages->widget()->isAncestorOf(focused))
+        m_pages->ensureWidgetVisible(focused);
+}
+
+void AccountWindow::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    if (m_both)
+        setNarrow(width() < NarrowWidth * fontMetrics().lineSpacing());
+}
+
+void AccountWindow::setNarrow(bool narrow)
+{
+    m_both->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    m_both->setStretch(0, narrow ? 0 : 2);
+    m_both->setStretch(1, narrow ? 1 : 5);
+    m_list->setMaximumHeight(narrow ? 6 * fontMetrics().lineSpacing() : QWIDGETSIZE_MAX);
+    m_page->setNarrow(narrow);
+}
+
+/** What cannot be done just now cannot be pressed. */
+void AccountWindow::updateButtons()
+{
+    const bool isThere = m_list->chosen().isValid();
+    m_remove->setEnabled(isThere && !m_run->hasTask());
+    m_synchronise->setVisible(isThere);
+    m_synchronise->setEnabled(!m_run->isBusy());
+    m_test->setVisible(!m_isFirst);
+    m_test->setEnabled(!m_run->hasTask());
+    m_save->setVisible(!m_isFirst);
+    m_save->setEnabled(!m_run->hasTask());
+    m_first->setSearchAllowed(!m_run->isBusy());
+}
+
 void AccountWindow::select(const QMailAccountId &id)
 {
-    const QSignalBlocker quiet(m_list);
-    m_list->setCurrentRow(0);
-    for (int row = 1; row < m_list->count(); ++row) {
-        if (m_list->item(row)->data(Qt::UserRole).toULongLong() == id.toULongLong())
-            m_list->setCurrentRow(row);
-    }
-    m_remove->setEnabled(chosen().isValid());
+    m_list->select(id);
+    updateButtons();
 }
 
-/** Brings the list up to date without touching the form: a person may be filling it. */
+/** Brings all up to date but what a person may be changing. */
 void AccountWindow::refresh()
 {
-    const QSignalBlocker quiet(m_list);
     const QMailAccountIdList ids = AccountBook::accounts();
-    if (m_form->account().isValid() && !ids.contains(m_form->account())) {
-        m_form->forgetAccount();
-        say(tr("Another program has removed the account; saving adds it anew."));
+    if (m_page->account().isValid() && !ids.contains(m_page->account())) {
+        m_page->forgetAccount();
+        m_bar->say(tr("Another program has removed the account; saving adds it anew."));
     }
-    const QMailAccountId current = m_form->account();
-    m_list->clear();
-    // Always one is chosen: a list without takes its first row when it gets the keyboard's focus.
-    addRow(tr("(new account)"), QMailAccountId());
+    m_accounts.clear();
     for (const QMailAccountId &id : ids)
-        addRow(AccountBook::details(id).name, id);
-    select(current);
+        m_accounts.append(AccountView::of(id));
+    m_list->setAccounts(m_accounts);
+    select(m_page->account());
+    m_page->showState(m_accounts);
+}
+
+bool AccountWindow::isModified() const
+{
+    return m_isFirst ? m_first->isModified() : m_page->isModified();
 }
 
 /** Another row was chosen: shows its account, unless that would throw away what was typed. */
 void AccountWindow::choose()
 {
-    // News from the mail store that come during the question set the list back.
-    const QMailAccountId wanted = chosen();
-    if (m_form->isModified() && !mayDiscard()) {
-        select(m_form->account());
+    // News that come during the question set the list back.
+    const QMailAccountId wanted = m_list->chosen();
+    if (isModified() && !mayDiscard()) {
+        select(m_page->account());
         return;
     }
     select(wanted);
@@ -177,6 +253,9 @@ void AccountWindow::choose()
 
 bool AccountWindow::mayDiscard()
 {
+    // What is tried for saving it would end, and save it, while the question is open.
+    m_saving->drop();
+    m_first->cancel();
     QMessageBox question(QMessageBox::Question, windowTitle(),
                          tr("Discard the changes that are not saved?"),
                          QMessageBox::Yes | QMessageBox::No, this);
@@ -186,199 +265,92 @@ bool AccountWindow::mayDiscard()
 
 void AccountWindow::closeEvent(QCloseEvent *event)
 {
-    event->setAccepted(!isUsable() || !m_form->isModified() || mayDiscard());
+    event->setAccepted(!isUsable() || !isModified() || mayDiscard());
 }
 
 void AccountWindow::showChosen()
 {
-    m_check.reset();
-    stopWaiting();
-    m_saveUnchecked->hide();
-    m_form->display(chosen());
-    m_remove->setEnabled(chosen().isValid());
-    say(QString());
-    const AccountDetails details = m_form->details();
-    if (details.wiped)
-        m_form->showProblem(wipedOutcome(details));
+    const QMailAccountId id = m_list->chosen();
+    m_first->clear();
+    m_saving->drop();
+    m_page->display(id);
+    m_page->showState(m_accounts);
+    showFirstPage(!id.isValid());
+}
+
+void AccountWindow::showFirstPage(bool first)
+{
+    m_isFirst = first;
+    m_first->setVisible(first);
+    m_page->setVisible(!first);
+    updateButtons();
+}
+
+/** The person enters what could not be found. */
+void AccountWindow::showForm(const AccountSettings &settings, const Outcome &problem)
+{
+    m_page->propose(settings);
+    showFirstPage(false);
+    m_page->begin();
+    m_page->showProblem(problem);
 }
 
 void AccountWindow::addNew()
 {
-    m_list->setCurrentRow(0);
-    m_form->begin();
+    if (m_list->chosen().isValid())
+        m_list->setCurrentRow(0);
+    else if (!isModified() || mayDiscard())
+        showChosen();
+    if (m_isFirst)
+        m_first->begin();
 }
 
 void AccountWindow::removeChosen()
 {
-    const QMailAccountId id = chosen();
-    QMessageBox question(
-        QMessageBox::Question, windowTitle(),
-        tr("Remove \"%1\" with all its mail from this machine?").arg(AccountBook::details(id).name),
-        QMessageBox::Yes | QMessageBox::No, this);
-    question.setDefaultButton(QMessageBox::No);
-    if (question.exec() != QMessageBox::Yes)
+    const QMailAccountId id = m_list->chosen();
+    if (!Removal::isWanted(id, this))
         return;
     const Outcome outcome = AccountBook::remove(id);
-    if (outcome.ok())
+    if (outcome.ok()) {
         select(QMailAccountId());
-    showChosen();
-    refresh();
-    m_form->showProblem(outcome);
-    if (outcome.ok())
-        say(tr("Removed."));
-}
-
-void AccountWindow::testLogin()
-{
-    check(false);
-}
-
-void AccountWindow::save()
-{
-    check(true);
-}
-
-void AccountWindow::saveUnchecked()
-{
-    const Outcome wrong = checkDetails(m_form->details());
-    m_form->showProblem(wrong);
-    if (wrong.ok())
-        write();
-}
-
-void AccountWindow::check(bool forSaving)
-{
-    const AccountDetails details = m_form->details();
-    const Outcome wrong = details.wiped ? wipedOutcome(details) : checkDetails(details);
-    m_form->showProblem(wrong);
-    m_saveUnchecked->hide();
-    say(QString());
-    if (!wrong.ok())
-        return;
-    if (forSaving && AccountBook::isNameTaken(details.name, m_form->account())) {
-        m_form->showProblem(Outcome::wrongSetting(QStringLiteral("name"),
-                                                  tr("there is an account of this name already")));
-        return;
-    }
-    m_checked = details.settings;
-    m_check = std::make_unique<LoginCheck>(details.settings, deviceId(), LoginCheck::LoginOnly);
-    m_check->setTimeLimit(m_timeLimit);
-    connect(m_check.get(), &LoginCheck::finished, this,
-            [this, forSaving] { checkEnded(forSaving); });
-    waitFor(tr("Trying the login at %1").arg(details.settings.server));
-    m_check->start();
-}
-
-void AccountWindow::checkEnded(bool forSaving)
-{
-    stopWaiting();
-    const Outcome outcome = adviceFor(m_check->result(), m_checked);
-    if (outcome.code == Eas::Cancelled) {
-        say(tr("Cancelled."));
-        return;
-    }
-    if (!(m_form->details().settings == m_checked)) {
-        say(tr("The settings have changed since; test them again."));
-        return;
-    }
-    m_form->showProblem(outcome);
-    if (!outcome.ok()) {
-        m_saveUnchecked->setVisible(forSaving);
-        return;
-    }
-    if (forSaving) {
-        const bool isNew = !m_form->account().isValid();
-        if (write() && isNew)
-            bringMail(m_form->account());
+        showChosen();
+        m_bar->say(tr("Removed."));
     } else {
-        say(tr("%1 accepts the login.").arg(m_checked.server));
+        m_page->showProblem(outcome);
     }
-}
-
-/** Whether it is saved. */
-bool AccountWindow::write()
-{
-    const AccountDetails details = m_form->details();
-    QMailAccountId id = m_form->account();
-    const Outcome outcome =
-        id.isValid() ? AccountBook::update(id, details) : AccountBook::add(details, &id);
-    m_form->showProblem(outcome);
-    if (!outcome.ok())
-        return false;
-    m_saveUnchecked->hide();
-    m_form->display(id);
     refresh();
-    say(tr("Saved."));
-    return true;
 }
 
-/** The first synchronisation of a new account; the others can be looked at meanwhile. */
-void AccountWindow::bringMail(const QMailAccountId &id)
+/** What was found is tried and saved like what a person has entered. */
+void AccountWindow::saveFound(const AccountSettings &settings)
 {
-    AccountBook::announce();
-    m_firstMail = std::make_unique<Synchronisation>(id);
-    connect(m_firstMail.get(), &Synchronisation::finished, this, [this, id] { mailBrought(id); });
-    connect(m_firstMail.get(), &Synchronisation::progressed, m_progress, &QProgressBar::setValue);
-    m_progress->setValue(0);
-    m_progress->show();
-    m_test->setEnabled(false);
-    m_save->setEnabled(false);
-    waitFor(tr("Saved. Bringing the mail of \"%1\"").arg(AccountBook::details(id).name));
-    m_firstMail->start();
+    showForm(settings, {});
+    m_saving->save();
 }
 
-void AccountWindow::mailBrought(const QMailAccountId &id)
+void AccountWindow::onSaved(const QMailAccountId &id, bool isNew, bool isTried)
 {
-    const Outcome outcome = m_firstMail->outcome();
-    m_firstMail.release()->deleteLater();
-    m_test->setEnabled(true);
-    m_save->setEnabled(true);
-    stopWaiting();
-    const QString arrived =
-        arrivalText(QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(id)));
-    say(outcome.ok() ? arrived
-                     : arrived + QLatin1Char(' ')
-                + savedButText(outcome.text, AccountBook::details(id).name));
+    refresh();
+    if (isNew && isTried && AccountBook::details(id).enabled)
+        m_fetch->bringFirst(id);
+}
+
+void AccountWindow::synchronise()
+{
+    const QMailAccountId id = m_list->chosen();
+    if (!id.isValid() || m_run->isBusy())
+        return;
+    const Outcome hindrance = MailFetch::check(AccountBook::details(id));
+    m_page->showProblem(hindrance);
+    if (hindrance.ok())
+        m_fetch->synchronise(id);
 }
 
 void AccountWindow::cancel()
 {
-    if (m_firstMail)
-        m_firstMail->cancel();
-    else if (m_check)
-        m_check->cancel();
-}
-
-/** Shows what is waited for and since when, and the button that ends it. */
-void AccountWindow::waitFor(const QString &what)
-{
-    m_waitingFor = what;
-    m_waited = 0;
-    m_cancel->show();
-    m_ticker.start();
-    showWaiting();
-}
-
-void AccountWindow::stopWaiting()
-{
-    if (m_firstMail)
-        return;
-    m_ticker.stop();
-    m_cancel->hide();
-    m_progress->hide();
-    say(QString());
-}
-
-void AccountWindow::showWaiting()
-{
-    say(m_waited == 0 ? m_waitingFor + QLatin1String("...")
-                      : tr("%1... %2 s").arg(m_waitingFor).arg(m_waited));
-}
-
-void AccountWindow::say(const QString &text)
-{
-    m_status->setText(text);
-    m_status->setAccessibleName(text);
+    m_run->cancel();
+    m_first->cancel();
+    m_saving->cancel();
 }
 
 } // namespace Accounts

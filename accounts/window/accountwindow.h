@@ -3,28 +3,32 @@
 #define ACCOUNTS_WINDOW_ACCOUNTWINDOW_H
 
 #include "accounts/outcome.h"
+#include "accounts/status/statusview.h"
+#include "accounts/status/statuswatch.h"
 #include "plugin/settings/accountsettings.h"
 
 #include <qmailid.h>
-
-#include <QTimer>
 #include <QWidget>
 
-#include <functional>
-#include <memory>
-
-class QLabel;
-class QListWidget;
-class QProgressBar;
+class QBoxLayout;
 class QPushButton;
+class QScrollArea;
 
 namespace Accounts {
 
-class AccountForm;
-class LoginCheck;
-class Synchronisation;
+class AccountList;
+class AccountPage;
+class FirstPage;
+class MailFetch;
+class Saving;
+class TaskRun;
+class WaitingBar;
 
-/** The list of accounts beside the settings of the one that is chosen. */
+/**
+ * The list of accounts beside the one that is chosen; above it where the window is narrow.
+ *
+ * The first step to a new account, and what can be done with an account, each have a page.
+ */
 class AccountWindow : public QWidget
 {
     Q_OBJECT
@@ -36,57 +40,58 @@ public:
     /** False where the plugin gives no form. */
     bool isUsable() const;
     /** Milliseconds for which a server may keep silent while its login is tried. */
-    void setTimeLimit(int milliseconds) { m_timeLimit = milliseconds; }
+    void setTimeLimit(int milliseconds);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void build();
-    void buildWaiting();
-    QPushButton *newButton(const QString &text, const QString &name,
-                           void (AccountWindow::*action)());
-    void addRow(const QString &name, const QMailAccountId &id);
+    QWidget *newSide();
+    QScrollArea *newPages();
+    void addShortcuts();
+    QPushButton *newButton(const QString &text, const char *name);
+    void connectParts();
+    void connectButtons();
+    void setNarrow(bool narrow);
+    void updateButtons();
+
     void select(const QMailAccountId &id);
     void refresh();
     void choose();
+    bool isModified() const;
     bool mayDiscard();
     void showChosen();
-    QMailAccountId chosen() const;
+    void showFirstPage(bool first);
+    void showForm(const AccountSettings &settings, const Outcome &problem);
+    void showFocused();
     void addNew();
     void removeChosen();
-    void testLogin();
-    void save();
-    void saveUnchecked();
-    void check(bool forSaving);
-    void checkEnded(bool forSaving);
-    bool write();
-    void bringMail(const QMailAccountId &id);
-    void mailBrought(const QMailAccountId &id);
-    void cancel();
-    void waitFor(const QString &what);
-    void stopWaiting();
-    void showWaiting();
-    void say(const QString &text);
 
-    QListWidget *m_list;
-    AccountForm *m_form;
-    QLabel *m_status;
+    void saveFound(const AccountSettings &settings);
+    void onSaved(const QMailAccountId &id, bool isNew, bool isTried);
+    void synchronise();
+    void cancel();
+
+    StatusWatch m_watch;
+    QList<AccountView> m_accounts; ///< as they are shown
+    AccountList *m_list;
+    WaitingBar *m_bar;
+    TaskRun *m_run;
+    FirstPage *m_first;
+    AccountPage *m_page;
+    Saving *m_saving;
+    MailFetch *m_fetch;
+    QBoxLayout *m_both = nullptr;
+    QScrollArea *m_pages = nullptr;
+    QPushButton *m_add = nullptr;
     QPushButton *m_remove = nullptr;
+    QPushButton *m_synchronise = nullptr;
     QPushButton *m_test = nullptr;
     QPushButton *m_save = nullptr;
     QPushButton *m_saveUnchecked = nullptr;
-    std::unique_ptr<LoginCheck> m_check;
-    /** What m_check tries; a person may go on typing meanwhile. */
-    AccountSettings m_checked;
-    int m_timeLimit;
-    std::unique_ptr<Synchronisation> m_firstMail;
-    QPushButton *m_cancel = nullptr;
-    QProgressBar *m_progress = nullptr;
-    /** What is waited for, and for how long already. */
-    QString m_waitingFor;
-    int m_waited = 0;
-    QTimer m_ticker;
+    bool m_isFirst = true; ///< the first page is shown
 };
 
 } // namespace Accounts

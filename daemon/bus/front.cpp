@@ -2,12 +2,13 @@
 #include "daemon/bus/front.h"
 
 #include "asclient/asdbusinterface.h"
+#include "asclient/resultcode.h"
 #include "asclient/syncinfotable.h"
 #include "daemon/bus/asdbusadaptor.h"
-#include "daemon/bus/logging.h"
 #include "daemon/bus/statusadaptor.h"
-#include "eas/result.h"
+#include "daemon/log/logging.h"
 
+#include <QDateTime>
 #include <QDBusConnectionInterface>
 #include <QFileInfo>
 
@@ -31,7 +32,6 @@ Front::Front(Clock clock, QObject *parent)
     m_timer->setSingleShot(true);
     m_timer->setTimerType(Qt::PreciseTimer);
     connect(m_timer, &QTimer::timeout, this, &Front::onExpired);
-    connect(m_watch, &EngineWatch::asked, this, &Front::engineAliveWanted);
     connect(m_watch, &EngineWatch::silent, this, &Front::onEngineSilent);
 }
 
@@ -47,34 +47,36 @@ QString Front::start(const QDBusConnection &connection)
         return QStringLiteral("cannot register the object on the bus");
     m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"),
-                         QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
+                         QStringLiteral("Disconnected"), this, SIGNAL(busLost()));
     if (!m_connection.registerService(service))
         return service + QStringLiteral(" is already served on this bus");
-    // A daemon that ended in order has taken its state away.
+    // A daemon that ended normally has removed its state.
     const bool diedBefore = QFileInfo::exists(SyncInfoTable::defaultPath());
     // Made only now: the state of a running instance must not be touched by a second one.
     m_state = std::make_unique<SyncInfoShmWriter>();
     if (!m_state->isOpen())
         return QStringLiteral("cannot publish the state: ") + m_state->errorString();
+    m_servesSince = QDateTime::currentSecsSinceEpoch();
     endRequestsOfLastDaemon();
     if (diedBefore)
-        endSyncsOfTheDead();
+        endSyncsOfLastDaemon();
     return QString();
 }
 
-/** Who waits for a request of a daemon that was killed would wait for ever. */
+/** Ends the requests that a killed daemon left open: their callers would wait for ever. */
 void Front::endRequestsOfLastDaemon()
 {
     const RequestJournal::Entries left = m_journal.takeOver();
     for (auto entry = left.cbegin(); entry != left.cend(); ++entry) {
         qCInfo(lcRequests) << "request" << entry.key() << "of a daemon that died is cancelled";
         broadcast(QStringLiteral("requestCompleted"),
-                  {int(Eas::Cancelled), entry.value(), entry.key()});
+                  {int(Activesync::Cancelled), entry.value(), entry.key()});
     }
 }
 
-/** Who still shows a synchronisation of the daemon that died would show it for ever. */
-void Front::endSyncsOfTheDead()
+/** Ends the synchronisations that a daemon left open when it died: clients would show them for
+ * ever. */
+void Front::endSyncsOfLastDaemon()
 {
     for (const quint64 accountId : qAsConst(m_accounts))
         broadcast(QStringLiteral("syncCompleted"), {accountId});
@@ -164,11 +166,33 @@ void Front::stopSync(quint64 accountId, int code)
 void Front::setAccounts(const QSet<quint64> &accounts)
 {
     m_accounts = accounts;
+    const QList<quint64> known = m_status.keys();
+    for (quint64 accountId : known) {
+        if (!accounts.contains(accountId))
+            setStatus(accountId, {});
+    }
+}
+
+QVariantMap Front::accountStatus(quint64 accountId) const
+{
+    QVariantMap status = m_status.value(accountId);
+    if (!status.isEmpty() && m_syncing.contains(accountId))
+        status.insert(QStringLiteral("syncing"), true);
+    return status;
+}
+
+void Front::setStatus(quint64 accountId, const QVariantMap &status)
+{
+    if (status.isEmpty())
+        m_status.remove(accountId);
+    else
+        m_status.insert(accountId, status);
+    broadcastStatus(accountId);
 }
 
 void Front::noteError(quint64 accountId, int code, const QString &words)
 {
-    if (code == Eas::Success)
+    if (code == Activesync::Success)
         m_errors.remove(accountId);
     else
         m_errors.insert(accountId, {code, words});
@@ -210,6 +234,7 @@ void Front::beginSync(quint64 accountId)
     m_syncing.insert(accountId, 0);
     m_state->publish({accountId, SyncInfoNode::SyncRunning, 0});
     broadcast(QStringLiteral("syncStarted"), {accountId});
+    broadcastStatus(accountId);
     watch();
 }
 
@@ -226,9 +251,10 @@ void Front::endSync(quint64 accountId)
 {
     if (m_syncing.remove(accountId) == 0)
         return;
-    // Before the broadcast: who starts on it must not read the state of the run that is over.
+    // Before the broadcast, so that its receivers do not read the old state.
     m_state->publish({accountId, 0, 0});
     broadcast(QStringLiteral("syncCompleted"), {accountId});
+    broadcastStatus(accountId);
     watch();
 }
 
@@ -237,14 +263,13 @@ void Front::watch()
     m_watch->setOn(!m_stopped && (!m_table.openRequests().isEmpty() || !m_syncing.isEmpty()));
 }
 
-/** Nobody waits for ever: what is under way is given up, and the engine learns of it when it can.
- */
+/** Ends all requests and synchronisations with an error; the engine is told when it runs again. */
 void Front::onEngineSilent()
 {
     qCWarning(lcDaemon) << "the mail store has not come back for a minute; what is under way ends";
     const QList<int> ids = m_table.openRequests();
     for (int id : ids)
-        abortRequest(id, Eas::ServerFailed);
+        abortRequest(id, Activesync::ServerFailed);
     const QList<quint64> accounts = m_syncing.keys();
     for (quint64 accountId : accounts) {
         endSync(accountId);
@@ -263,7 +288,7 @@ void Front::shutDown()
     m_checks.clear();
     const QList<int> ids = m_table.openRequests();
     for (int id : ids)
-        finishRequest(id, Eas::Cancelled);
+        finishRequest(id, Activesync::Cancelled);
     const QList<quint64> accounts = m_syncing.keys();
     for (quint64 accountId : accounts)
         endSync(accountId);
@@ -280,6 +305,15 @@ void Front::broadcast(const QString &signal, const QVariantList &arguments)
     m_connection.send(message);
 }
 
+void Front::broadcastStatus(quint64 accountId)
+{
+    QDBusMessage message = QDBusMessage::createSignal(
+        QLatin1String(Activesync::ObjectPath), QLatin1String(Activesync::StatusInterfaceName),
+        QStringLiteral("accountStatusChanged"));
+    message.setArguments({accountId});
+    m_connection.send(message);
+}
+
 void Front::flush()
 {
     // The bus answers in order, so what was sent before this call has left the process.
@@ -288,11 +322,6 @@ void Front::flush()
                                                      QStringLiteral("org.freedesktop.DBus"),
                                                      QStringLiteral("GetId")),
                       QDBus::Block, FlushTimeoutMs);
-}
-
-void Front::onDisconnected()
-{
-    emit busLost();
 }
 
 } // namespace Daemon

@@ -10,7 +10,7 @@ namespace Daemon {
 
 namespace {
 
-/** More cannot have been under way; the file is another's then. */
+/** So many requests are never open; a larger file is not ours. */
 constexpr qint64 MaximumFileSize = 64 * 1024;
 
 } // namespace

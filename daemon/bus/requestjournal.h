@@ -21,7 +21,7 @@ public:
 
     explicit RequestJournal(const QString &path = defaultPath());
 
-    /** What another process left, which is forgotten thereby. */
+    /** What the last daemon left; the file is removed thereby. */
     Entries takeOver();
     void add(int id, quint64 accountId);
     void remove(int id);

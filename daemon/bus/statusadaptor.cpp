@@ -11,11 +11,26 @@ StatusAdaptor::StatusAdaptor(Front *front)
 {
 }
 
+QString StatusAdaptor::version() const
+{
+    return QStringLiteral(ORVMAIL_VERSION);
+}
+
+qlonglong StatusAdaptor::since() const
+{
+    return m_front->servesSince();
+}
+
 int StatusAdaptor::lastError(qulonglong accountId, QString &text)
 {
     const AccountError error = m_front->lastError(accountId);
     text = error.words;
     return error.code;
+}
+
+QVariantMap StatusAdaptor::accountStatus(qulonglong accountId)
+{
+    return m_front->accountStatus(accountId);
 }
 
 } // namespace Daemon

@@ -2,11 +2,10 @@
 #include "daemon/download/attachmentdownload.h"
 
 #include "daemon/download/messagedownload.h"
-#include "daemon/download/namingtask.h"
+#include "daemon/download/serveridlookup.h"
 #include "daemon/store/currentmessages.h"
-#include "daemon/store/renamedmark.h"
+#include "daemon/store/mark.h"
 #include "daemon/store/serveruid.h"
-#include "daemon/tasks/storecall.h"
 #include "eas/fetchattachmentcommand.h"
 #include "eas/fetchmessagecommand.h"
 
@@ -14,7 +13,7 @@ namespace Daemon {
 
 namespace {
 
-/** 100 is only said when the part is in the mail store. */
+/** Percent, at most 99: 100 is reported only when the part is in the mail store. */
 int percentOf(qint64 part, qint64 all)
 {
     return int(qBound<qint64>(0, part * 100 / all, 99));
@@ -24,27 +23,32 @@ int percentOf(qint64 part, qint64 all)
 
 AttachmentDownload::AttachmentDownload(const AccountContext &context, const QMailMessageId &message,
                                        const QString &location, QObject *parent)
-    : Task(context, parent)
+    : Job(context, parent)
     , m_message(message)
     , m_location(location)
     , m_progress(message.toULongLong(), location, this)
 {
 }
 
-void AttachmentDownload::proceed()
+void AttachmentDownload::add(const Request &request)
+{
+    // A later request may have a listener of its own.
+    if (!m_waiters.isEmpty())
+        m_progress.open();
+    Job::add(request);
+}
+
+void AttachmentDownload::perform()
 {
     m_progress.open();
     const Eas::Result found = Store::ContentWriter::partSource(m_message, m_location, &m_source);
     if (!found.ok() || m_source.available) {
-        finishLater(found);
+        end(found);
     } else if (m_source.fileReference.isEmpty()) {
         fetchWhole();
-    } else if (mayReferToAnother()) {
-        m_progress.report(m_source.estimatedSize > 0 ? 0 : -1);
-        nameMessage();
     } else {
         m_progress.report(m_source.estimatedSize > 0 ? 0 : -1);
-        ask();
+        mayReferToAnother() ? lookUpServerId() : ask();
     }
 }
 
@@ -52,8 +56,7 @@ void AttachmentDownload::proceed()
 bool AttachmentDownload::mayReferToAnother() const
 {
     const QMailMessageMetaData message = Store::currentMessage(m_message);
-    return Store::RenamedMark::isSet(message)
-        || !Store::ServerUid::split(message.serverUid()).isKnownThere();
+    return Store::RenamedMark.isSet(message) || !Store::ServerUid(message).isKnownThere();
 }
 
 void AttachmentDownload::fetchWhole()
@@ -61,12 +64,11 @@ void AttachmentDownload::fetchWhole()
     auto *whole = new MessageDownload(m_context, m_message, this);
     connect(whole, &Task::progressed, this,
             [this](int progress) { m_progress.report(percentOf(progress, 1000)); });
-    connect(whole, &Task::finished, this, [this](const Eas::Result &result, bool local) {
+    run(whole, [this](const Eas::Result &result) {
         if (result.ok())
             m_progress.complete();
-        emit finished(result, local);
+        end(result);
     });
-    whole->proceed();
 }
 
 void AttachmentDownload::ask()
@@ -74,7 +76,7 @@ void AttachmentDownload::ask()
     m_file = std::make_unique<DownloadFile>();
     const Eas::Result opened = m_file->open();
     if (!opened.ok()) {
-        finishLater(opened, true);
+        end(opened);
         return;
     }
     m_isLengthKnown = false;
@@ -82,7 +84,7 @@ void AttachmentDownload::ask()
                                                     m_file->device());
     connect(command, &Eas::Command::progressed, this, &AttachmentDownload::onReceived);
     connect(command, &Eas::FetchAttachmentCommand::written, this, &AttachmentDownload::onWritten);
-    start(command, [this, command] { onAnswer(*command); });
+    run(command, [this, command] { onAnswer(*command); });
 }
 
 void AttachmentDownload::onReceived(qint64 received, qint64 total)
@@ -105,40 +107,34 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
         retryOrFail(result, [this] { ask(); });
         return;
     }
-    // Some servers answer with half a document where the reference leads nowhere.
+    // Some servers answer a reference that is not valid any more with an incomplete document.
     const bool mayBeStale = result.code == Eas::NotFound || result.code == Eas::InvalidAnswer;
     if (mayBeStale && !m_isReferenceNew) {
         m_failure = result;
-        nameMessage();
+        lookUpServerId();
         return;
     }
     if (result.ok())
         result = m_file->finish();
     if (!result.ok()) {
-        emit finished(result, false);
+        end(result);
         return;
     }
-    write(std::make_unique<StoreCall>(m_context.id(),
-                                      [this] {
-                                          return Store::ContentWriter::writePart(
-                                              m_message, m_location, m_file->path());
-                                      }),
-          [this] { end(); });
+    write(undivided([this] {
+              return Store::ContentWriter::writePart(m_message, m_location, m_file->path());
+          }),
+          [this] {
+              m_progress.complete();
+              end({});
+          });
 }
 
-/** The message may have moved since its references came. */
-void AttachmentDownload::nameMessage()
+/** Asks for a new reference: the message may have moved since the old one came. */
+void AttachmentDownload::lookUpServerId()
 {
     m_isReferenceNew = true;
-    auto *naming = new NamingTask(m_context, m_message, this);
-    connect(naming, &Task::finished, this, [this, naming](const Eas::Result &result, bool local) {
-        naming->deleteLater();
-        if (result.ok())
-            askForReference(naming->locator());
-        else
-            emit finished(result, local);
-    });
-    naming->proceed();
+    auto *lookup = new ServerIdLookup(m_context, m_message, this);
+    runOrEnd(lookup, [this, lookup] { askForReference(lookup->locator()); });
 }
 
 void AttachmentDownload::askForReference(const Eas::ItemLocator &locator)
@@ -149,33 +145,27 @@ void AttachmentDownload::askForReference(const Eas::ItemLocator &locator)
     preference.type = Eas::Html;
     preference.truncation = 0;
     command->setBodyPreference(preference);
-    start(command, [this, command] { onReference(*command); });
+    run(command, [this, command] { onReference(*command); });
 }
 
 void AttachmentDownload::onReference(const Eas::FetchMessageCommand &command)
 {
     if (!command.result().ok()) {
-        emit finished(command.result(), false);
+        end(command.result());
         return;
     }
     const QString reference = Store::ContentWriter::matchingReference(
         m_message, m_location, command.item().attachments.value_or(QList<Eas::Attachment>()));
     if (reference.isEmpty()) {
-        emit finished({Eas::NotFound, QStringLiteral("the attachment is gone")}, false);
+        end({Eas::NotFound, QStringLiteral("the attachment is gone")});
         return;
     }
     if (reference == m_source.fileReference && !m_failure.ok()) {
-        emit finished(m_failure, false);
+        end(m_failure);
         return;
     }
     m_source.fileReference = reference;
     ask();
-}
-
-void AttachmentDownload::end()
-{
-    m_progress.complete();
-    emit finished({}, false);
 }
 
 } // namespace Daemon

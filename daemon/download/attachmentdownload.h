@@ -4,8 +4,8 @@
 
 #include "daemon/download/downloadfile.h"
 #include "daemon/download/progresssocket.h"
-#include "daemon/store/contentwriter.h"
-#include "daemon/tasks/task.h"
+#include "daemon/store/incoming/contentwriter.h"
+#include "daemon/tasks/job.h"
 
 #include <QBuffer>
 
@@ -23,7 +23,7 @@ namespace Daemon {
  * A part that is no attachment of its own at the server comes with the whole message. Until all is
  * here, the message in the mail store stays as it was.
  */
-class AttachmentDownload : public Task
+class AttachmentDownload : public Job
 {
     Q_OBJECT
 
@@ -32,21 +32,19 @@ public:
     AttachmentDownload(const AccountContext &context, const QMailMessageId &message,
                        const QString &location, QObject *parent = nullptr);
 
-    void proceed() override;
-    /** Connects to a listener that has come since. */
-    void greetListener() { m_progress.open(); }
+    void add(const Request &request) override;
 
 private:
+    void perform() override;
     bool mayReferToAnother() const;
     void fetchWhole();
     void ask();
     void onReceived(qint64 received, qint64 total);
     void onWritten(qint64 bytes);
     void onAnswer(const Eas::FetchAttachmentCommand &command);
-    void nameMessage();
+    void lookUpServerId();
     void askForReference(const Eas::ItemLocator &locator);
     void onReference(const Eas::FetchMessageCommand &command);
-    void end();
 
     const QMailMessageId m_message;
     const QString m_location;

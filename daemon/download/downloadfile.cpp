@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/download/downloadfile.h"
 
-#include "daemon/store/contentwriter.h"
+#include "daemon/store/incoming/contentwriter.h"
 
 #include <QDir>
 

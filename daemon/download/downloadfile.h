@@ -18,9 +18,9 @@ public:
     Eas::Result open();
     /** Writing to it fails before the disk is full. */
     QIODevice *device() { return &m_file; }
-    /** All is written and on the disk; NoRoom where it did not fit. */
+    /** Writes all of it to the disk; NoRoom where it does not fit. */
     Eas::Result finish();
-    /** After finish(); whoever takes the file away leaves none to remove. */
+    /** After finish(); the file may be moved away, and is then not removed. */
     QString path() const { return m_path; }
 
     /** Removes what a daemon that was killed left behind. */

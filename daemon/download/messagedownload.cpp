@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/download/messagedownload.h"
 
-#include "daemon/download/namingtask.h"
-#include "daemon/store/contentmark.h"
-#include "daemon/store/contentwriter.h"
+#include "daemon/download/serveridlookup.h"
 #include "daemon/store/currentmessages.h"
+#include "daemon/store/incoming/contentmark.h"
+#include "daemon/store/incoming/contentwriter.h"
 #include "daemon/store/serveruid.h"
-#include "daemon/tasks/storecall.h"
 #include "eas/fetchmessagecommand.h"
 
 #include <qmailmessage.h>
@@ -26,37 +25,25 @@ bool isWhole(const QMailMessageMetaData &message)
 
 MessageDownload::MessageDownload(const AccountContext &context, const QMailMessageId &message,
                                  QObject *parent)
-    : Task(context, parent)
+    : Job(context, parent)
     , m_message(message)
 {
 }
 
-void MessageDownload::proceed()
+void MessageDownload::perform()
 {
     const QMailMessageMetaData message = Store::currentMessage(m_message);
     if (isWhole(message)) {
-        finishLater({});
-    } else if (Store::ServerUid::split(message.serverUid()).collectionId.isEmpty()) {
+        end({});
+    } else if (Store::ServerUid(message).kind() == Store::ServerUid::Kind::None) {
         const bool isHere = message.status() & QMailMessageMetaData::ContentAvailable;
-        finishLater(isHere ? Eas::Result()
-                           : Eas::Result {Eas::NotFound,
-                                          QStringLiteral("the server does not have the message")});
+        end(isHere ? Eas::Result()
+                   : Eas::Result {Eas::NotFound,
+                                  QStringLiteral("the server does not have the message")});
     } else {
-        nameMessage();
+        auto *lookup = new ServerIdLookup(m_context, m_message, this);
+        runOrEnd(lookup, [this, lookup] { ask(lookup->locator()); });
     }
-}
-
-void MessageDownload::nameMessage()
-{
-    auto *naming = new NamingTask(m_context, m_message, this);
-    connect(naming, &Task::finished, this, [this, naming](const Eas::Result &result, bool local) {
-        naming->deleteLater();
-        if (result.ok())
-            ask(naming->locator());
-        else
-            emit finished(result, local);
-    });
-    naming->proceed();
 }
 
 void MessageDownload::ask(const Eas::ItemLocator &locator)
@@ -64,18 +51,18 @@ void MessageDownload::ask(const Eas::ItemLocator &locator)
     m_file = std::make_unique<DownloadFile>();
     const Eas::Result opened = m_file->open();
     if (!opened.ok()) {
-        finishLater(opened, true);
+        end(opened);
         return;
     }
     const qint64 size = Store::currentMessage(m_message).size();
     auto *command = new Eas::FetchMessageCommand(m_context.session, locator, m_file->device());
     connect(command, &Eas::Command::progressed, this, [this, size](qint64 received, qint64 total) {
-        // An unpacked answer tells its length; else the size that the server once estimated.
+        // The length of an answer that is not packed; else the size that the server once estimated.
         const qint64 all = total > 0 ? total : size;
         if (all > 0)
             emit progressed(int(qMin<qint64>(1000, received * 1000 / all)));
     });
-    start(command, [this, command, locator] { onAnswer(*command, locator); });
+    run(command, [this, command, locator] { onAnswer(*command, locator); });
 }
 
 void MessageDownload::onAnswer(const Eas::FetchMessageCommand &command,
@@ -92,31 +79,28 @@ void MessageDownload::onAnswer(const Eas::FetchMessageCommand &command,
     if (result.ok() && body && body->truncated)
         result = {Eas::InvalidAnswer, QStringLiteral("the server cuts the message off")};
     if (!result.ok()) {
-        emit finished(result, false);
+        end(result);
         return;
     }
     if (body && body->type != Eas::Mime) {
         replaceByText(command.item());
         return;
     }
-    write(std::make_unique<StoreCall>(
-              m_context.id(),
+    write(undivided(
               [this] { return Store::ContentWriter::replaceMessage(m_message, m_file->path()); }),
-          [this] { emit finished({}, false); });
+          [this] { end({}); });
 }
 
 void MessageDownload::replaceByText(Eas::MailItem item)
 {
     QFile file(m_file->path());
     if (file.size() > Eas::Limits::TextSize || !file.open(QIODevice::ReadOnly)) {
-        emit finished({Eas::InvalidAnswer, QStringLiteral("a text of absurd length")}, false);
+        end({Eas::InvalidAnswer, QStringLiteral("a text of absurd length")});
         return;
     }
     item.body->data = file.readAll();
-    write(std::make_unique<StoreCall>(
-              m_context.id(),
-              [this, item] { return Store::ContentWriter::replaceText(m_message, item); }),
-          [this] { emit finished({}, false); });
+    write(undivided([this, item] { return Store::ContentWriter::replaceText(m_message, item); }),
+          [this] { end({}); });
 }
 
 } // namespace Daemon

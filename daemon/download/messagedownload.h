@@ -3,7 +3,7 @@
 #define DAEMON_DOWNLOAD_MESSAGEDOWNLOAD_H
 
 #include "daemon/download/downloadfile.h"
-#include "daemon/tasks/task.h"
+#include "daemon/tasks/job.h"
 
 #include <qmailid.h>
 
@@ -21,7 +21,7 @@ namespace Daemon {
  * NotFound where the server has it no more. A server that has no MIME form of it gives its text,
  * whole. Until all is here, the message in the mail store stays as it was.
  */
-class MessageDownload : public Task
+class MessageDownload : public Job
 {
     Q_OBJECT
 
@@ -29,10 +29,8 @@ public:
     MessageDownload(const AccountContext &context, const QMailMessageId &message,
                     QObject *parent = nullptr);
 
-    void proceed() override;
-
 private:
-    void nameMessage();
+    void perform() override;
     void ask(const Eas::ItemLocator &locator);
     void onAnswer(const Eas::FetchMessageCommand &command, const Eas::ItemLocator &locator);
     void replaceByText(Eas::MailItem item);

@@ -1,21 +1,26 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/engine/accountworker.h"
 
-#include "daemon/bus/logging.h"
 #include "daemon/download/attachmentdownload.h"
 #include "daemon/download/messagedownload.h"
+#include "daemon/engine/statusrecorder.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/alarm.h"
+#include "daemon/pacing/pauses.h"
 #include "daemon/push/pushwatch.h"
 #include "daemon/search/mailboxsearch.h"
-#include "daemon/search/searchjob.h"
 #include "daemon/send/givenupcheck.h"
 #include "daemon/send/mailsending.h"
 #include "daemon/send/sentlookup.h"
+#include "daemon/store/state/accountkeys.h"
+#include "daemon/store/state/folderkeys.h"
+#include "daemon/store/state/syncstatedb.h"
 #include "daemon/sync/localchangewatch.h"
 #include "daemon/sync/syncrun.h"
-#include "daemon/tasks/alarm.h"
-#include "daemon/tasks/failurewords.h"
+#include "daemon/tasks/workreport.h"
 #include "daemon/wipe/remotewipe.h"
 #include "eas/status.h"
+#include "eas/synckey.h"
 
 #include <QTimer>
 
@@ -24,13 +29,6 @@
 namespace Daemon {
 
 namespace {
-
-/** [MS-ASCMD] 2.2.2: the account's data shall be removed from here. */
-constexpr int WipeWanted = 140;
-
-/** A server may need a moment to put into its folder what it has sent; then several come at once.
- */
-constexpr int SentDelayMs = 1000;
 
 bool sameServer(const Store::AccountRecord &a, const Store::AccountRecord &b)
 {
@@ -58,25 +56,34 @@ Eas::Credentials credentialsOf(const Store::AccountRecord &record)
     return credentials;
 }
 
+/** The mail that the job was to send, where its author has taken it back; else an invalid id. */
+QMailMessageId takenBackMail(const Job *job)
+{
+    const auto *sending = qobject_cast<const MailSending *>(job);
+    return sending && sending->isTakenBack() ? sending->messageId() : QMailMessageId();
+}
+
 } // namespace
 
 AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStateDb &db,
-                             QObject *parent)
+                             WorkReport &report, QObject *parent)
     : QObject(parent)
 {
     m_context.record = record;
     m_context.db = &db;
+    m_context.report = &report;
     m_sentAwhileAgo.setSingleShot(true);
-    m_sentAwhileAgo.setInterval(SentDelayMs);
+    m_sentAwhileAgo.setInterval(Pauses::BeforeSentCopy);
     connect(&m_sentAwhileAgo, &QTimer::timeout, this, &AccountWorker::fetchSent);
     connectServer();
+    connectStatus();
     connectPush();
     recoverOutbox();
 }
 
 AccountWorker::~AccountWorker()
 {
-    // Before the session that they talk through.
+    // Deleted before the session, which they use.
     m_push.reset();
     m_wipe.reset();
     qDeleteAll(jobs());
@@ -84,7 +91,7 @@ AccountWorker::~AccountWorker()
 
 void AccountWorker::connectServer()
 {
-    const Eas::Result opened = m_context.db->openAccount(m_context.record);
+    const Eas::Result opened = m_context.keys().open(m_context.record);
     if (!opened.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << "has no memory:" << opened.text;
     Eas::Device device;
@@ -93,20 +100,40 @@ void AccountWorker::connectServer()
                                                credentialsOf(m_context.record), device);
     m_session->setClock(Alarm::now);
     m_context.session = m_session.get();
-    // The version and the URL are asked for anew in each run of the daemon: servers are updated.
+    // The version and the URL are asked for in each run of the daemon: servers are updated.
     Eas::SessionState state;
-    const Store::AccountState known = m_context.db->account(m_context.id());
+    const Store::AccountState known = m_context.keys().state();
     if (!known.policyKey.isEmpty())
         state.policyKey = known.policyKey;
-    // Another server's key is not kept, so that this one has given it.
-    state.hasWorked = !known.folderSyncKey.isEmpty() && known.folderSyncKey != QLatin1String("0");
+    // A key of the folder tree proves that this server has worked: another server's is not kept.
+    state.hasWorked = !known.folderSyncKey.isEmpty() && known.folderSyncKey != Eas::FirstKey;
     m_session->setState(state);
     connect(m_session.get(), &Eas::Session::stateChanged, this, &AccountWorker::keepSessionState);
-    // Queued: it is told from within a command that this ends.
+    // Queued: it is emitted from within a command, which wipe() ends.
     connect(m_session.get(), &Eas::Session::wipeRequested, this, &AccountWorker::wipe,
             Qt::QueuedConnection);
     m_changes = std::make_unique<LocalChangeWatch>(m_context);
-    connect(m_changes.get(), &LocalChangeWatch::uploadNeeded, this, &AccountWorker::uploadChanges);
+    // Carries what the user did in the mail store, without a request.
+    connect(m_changes.get(), &LocalChangeWatch::uploadNeeded, this,
+            [this] { accept(ownRequest(RequestKind::Upload)); });
+    connect(m_changes.get(), &LocalChangeWatch::looked, this,
+            [this](int count) { m_status->setChanges(count); });
+}
+
+/** Connects the status to the report, which is one for all accounts. */
+void AccountWorker::connectStatus()
+{
+    m_status = std::make_unique<StatusRecorder>(m_context);
+    const auto ours = [this](void (StatusRecorder::*note)(int, const QString &)) {
+        return [this, note](quint64 accountId, int code, const QString &words) {
+            if (accountId == accountNumber())
+                (m_status.get()->*note)(code, words);
+        };
+    };
+    connect(m_context.report, &WorkReport::workEnded, this, ours(&StatusRecorder::noteWork));
+    connect(m_context.report, &WorkReport::syncNoted, this, ours(&StatusRecorder::noteSync));
+    connect(m_status.get(), &StatusRecorder::changed, m_context.report, &WorkReport::statusChanged);
+    m_status->tellAgain();
 }
 
 /** Begins or ends the watch for news, as the account wants it. */
@@ -115,35 +142,35 @@ void AccountWorker::connectPush()
     if (m_push && !m_context.record.pushEnabled)
         qCInfo(lcDaemon) << "account" << m_context.id() << "is not watched any more";
     m_push.reset();
+    m_status->setPush(nullptr);
     if (!m_context.record.pushEnabled)
         return;
     m_push = std::make_unique<PushWatch>(m_context, nullptr);
+    connect(m_push.get(), &PushWatch::stateChanged, this,
+            [this] { m_status->setPush(m_push.get()); });
+    m_status->setPush(m_push.get());
     connect(m_push.get(), &PushWatch::foldersChanged, this, &AccountWorker::syncForPush);
     connect(m_push.get(), &PushWatch::syncNeeded, this, [this] { syncForPush({}); });
-    connect(m_push.get(), &PushWatch::troubled, this, &AccountWorker::noteEnd);
     QTimer::singleShot(0, m_push.get(), &PushWatch::resume);
 }
 
-/** Synchronises some folders, or all of the account, though nobody asked for it. */
+/** Synchronises some folders, or all of the account, without a request from the bus. */
 void AccountWorker::syncForPush(const QStringList &folders)
 {
-    Request request;
-    request.kind = folders.isEmpty() ? RequestKind::Sync : RequestKind::SyncFolders;
-    request.accountId = accountNumber();
+    Request request = ownRequest(folders.isEmpty() ? RequestKind::Sync : RequestKind::SyncFolders);
     request.folders = folders;
     accept(request);
 }
 
-/** Carries what the user did in the mail store, though nobody asked for it. */
-void AccountWorker::uploadChanges()
+Request AccountWorker::ownRequest(RequestKind kind) const
 {
     Request request;
-    request.kind = RequestKind::Upload;
+    request.kind = kind;
     request.accountId = accountNumber();
-    accept(request);
+    return request;
 }
 
-/** A synchronisation is over: what it did not bring is waited for, unless another one follows. */
+/** A synchronisation is over: the watch goes on, unless another synchronisation follows. */
 void AccountWorker::resumePush(const SyncRun &run, const Eas::Result &result)
 {
     if (!m_push)
@@ -156,7 +183,7 @@ void AccountWorker::resumePush(const SyncRun &run, const Eas::Result &result)
         m_push->resume();
 }
 
-/** Synchronisations were stopped before their end, and nobody else will do what they have left. */
+/** Synchronisations were stopped before their end: what they have left is done later. */
 void AccountWorker::makeUpForStopped()
 {
     m_changes->forget();
@@ -171,7 +198,7 @@ bool AccountWorker::isSyncLeft() const
                        [](const Job *job) { return qobject_cast<const SyncRun *>(job); });
 }
 
-/** Most of what changes while we work is our own writing: one look after it finds all the rest. */
+/** While a job runs, most changes are its own: one look after it finds the rest. */
 void AccountWorker::storeChanged()
 {
     if (jobs().isEmpty())
@@ -192,30 +219,30 @@ void AccountWorker::wipe()
     if (m_wipe)
         return;
     if (m_push)
-        m_push->rest();
-    noteEnd(Eas::commonStatusResult(WipeWanted));
+        m_push->stop();
+    m_context.report->noteEnd(m_context, Eas::wipeResult());
     cancelAll(Eas::Forbidden);
-    m_wipe = std::make_unique<RemoteWipe>(m_context, nullptr);
+    m_wipe = std::make_unique<RemoteWipe>(m_context);
     connect(m_wipe.get(), &RemoteWipe::finished, this, [this](const Eas::Result &result) {
         m_wipe.release()->deleteLater();
-        // The server repeats its wish, but is not asked for it at once.
+        // The server repeats its directive, but is not asked for it at once.
         if (m_push && !result.ok())
             m_push->postpone(result);
     });
-    m_wipe->start();
+    m_wipe->proceed();
 }
 
 void AccountWorker::keepSessionState()
 {
-    // What is remembered of the server goes with the rest.
+    // The wipe removes what is remembered of the server: nothing new is saved.
     if (m_wipe)
         return;
-    Store::AccountState state = m_context.db->account(m_context.id());
+    Store::AccountState state = m_context.keys().state();
     const QString policyKey = m_session->state().policyKey;
     if (state.policyKey == policyKey)
         return;
     state.policyKey = policyKey;
-    const Eas::Result saved = m_context.db->saveAccount(m_context.id(), state);
+    const Eas::Result saved = m_context.keys().save(state);
     if (!saved.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << saved.text;
 }
@@ -223,7 +250,7 @@ void AccountWorker::keepSessionState()
 void AccountWorker::accept(const Request &request)
 {
     if (m_wipe) {
-        emit requestFinished(request.id, Eas::Forbidden);
+        m_context.report->endRequest(request.id, Eas::Forbidden);
         return;
     }
     if (m_current && m_current->join(request))
@@ -234,21 +261,27 @@ void AccountWorker::accept(const Request &request)
     }
     if (isSynchronisation(request.kind))
         recoverOutbox();
-    enqueue(jobFor(request));
+    if (request.kind == RequestKind::SendMail
+        && m_takenBack.isSentAgain(QMailMessageId(request.messageId))) {
+        m_takenBack.add(QMailMessageId(request.messageId));
+        m_context.report->endRequest(request.id, Eas::NotFound);
+        return;
+    }
+    Job *job = jobFor(request);
+    job->add(request);
+    enqueue(job);
 }
 
 void AccountWorker::catchUp()
 {
-    if (m_context.db->folders(m_context.id()).isEmpty() || !checkSettings().ok()) {
-        // Nothing can be carried, yet somebody may wait for a daemon to show itself.
-        emit syncBegan(accountNumber());
-        emit syncEnded(accountNumber());
+    m_status->tellAgain();
+    if (m_context.folders().all().isEmpty() || !checkSettings().ok()) {
+        // Nothing can be carried, but plugins wait for a new daemon to announce itself.
+        emit m_context.report->syncBegan(accountNumber());
+        m_context.report->endSync(accountNumber());
         return;
     }
-    Request request;
-    request.kind = RequestKind::SyncFolders;
-    request.accountId = accountNumber();
-    accept(request);
+    accept(ownRequest(RequestKind::SyncFolders));
 }
 
 Job *AccountWorker::jobFor(const Request &request)
@@ -258,44 +291,39 @@ Job *AccountWorker::jobFor(const Request &request)
     case RequestKind::Sync:
     case RequestKind::FolderSync:
     case RequestKind::SyncFolders:
-    case RequestKind::Upload: {
-        auto *run = new SyncRun(m_context, this);
-        run->join(request);
-        return run;
-    }
+    case RequestKind::Upload:
+        return new SyncRun(m_context, this);
     case RequestKind::DownloadMessage:
-        return new TaskJob(std::make_unique<MessageDownload>(m_context, message), request, this);
-    case RequestKind::DownloadAttachment: {
-        auto step = std::make_unique<AttachmentDownload>(m_context, message, request.location);
-        AttachmentDownload *download = step.get();
-        auto *job = new TaskJob(std::move(step), request, this);
-        connect(job, &TaskJob::joined, download, &AttachmentDownload::greetListener);
-        return job;
-    }
+        return new MessageDownload(m_context, message, this);
+    case RequestKind::DownloadAttachment:
+        return new AttachmentDownload(m_context, message, request.location, this);
     case RequestKind::Search:
-        return new SearchJob(std::make_unique<MailboxSearch>(m_context, request), request, this);
+        return new MailboxSearch(m_context, request, this);
     case RequestKind::SendMail:
         break;
     }
-    auto *sending = new MailSending(m_context, message, this);
-    sending->join(request);
-    return sending;
+    return new MailSending(m_context, message, this);
+}
+
+QSet<QMailMessageId> AccountWorker::messagesToSend() const
+{
+    QSet<QMailMessageId> messages;
+    const QList<Job *> all = jobs();
+    for (Job *job : all) {
+        if (const auto *sending = qobject_cast<MailSending *>(job))
+            messages.insert(sending->messageId());
+    }
+    return messages;
 }
 
 void AccountWorker::recoverOutbox()
 {
-    QSet<QMailMessageId> busy;
-    const QList<Job *> all = jobs();
-    for (Job *job : all) {
-        if (const auto *sending = qobject_cast<MailSending *>(job))
-            busy.insert(sending->messageId());
-    }
-    Store::Outbox(*m_context.db, m_context.record).recover(busy);
+    Store::Outbox(*m_context.db, m_context.record).recover(messagesToSend());
 }
 
 void AccountWorker::fetchSent()
 {
-    const auto folder = SentLookup::folderOf(m_context);
+    const auto folder = m_context.folders().find(Eas::SentItems);
     if (!m_push && folder)
         syncForPush({QString::number(folder->folderId.toULongLong())});
 }
@@ -313,49 +341,22 @@ void AccountWorker::checkGivenUp()
     m_lookedFor = lookedFor;
     if (messages.isEmpty())
         return;
-    auto check = std::make_unique<GivenUpCheck>(m_context, messages);
-    connect(check.get(), &GivenUpCheck::notFound, this, [this](const Store::Outgoing &message) {
+    auto *check = new GivenUpCheck(m_context, messages, this);
+    connect(check, &GivenUpCheck::notFound, this, [this](const Store::Outgoing &message) {
         m_lookedFor.insert(message.clientId, message.leftAt);
     });
-    Request request;
-    request.accountId = accountNumber();
-    enqueue(new TaskJob(std::move(check), request, this));
-}
-
-void AccountWorker::finishRequest(int requestId, const Eas::Result &result)
-{
-    noteEnd(result);
-    emit requestFinished(requestId, result.code);
-}
-
-void AccountWorker::noteEnd(const Eas::Result &result)
-{
-    // What somebody called off says nothing about the account.
-    if (result.code != Eas::Cancelled)
-        emit workEnded(accountNumber(), result.code, failureWords(result, m_session->serverName()));
+    check->add(ownRequest(RequestKind::Sync));
+    enqueue(check);
 }
 
 void AccountWorker::enqueue(Job *job)
 {
-    connect(job, &Job::requestFinished, this, &AccountWorker::finishRequest);
-    connect(job, &Job::searchFinished, this,
-            [this](int id, int code, const Activesync::SearchMailboxResult &result) {
-                noteEnd({});
-                emit searchFinished(id, code, result);
-            });
     connect(job, &Job::paused, this, &AccountWorker::onPaused);
-    connect(job, &Job::over, this, &AccountWorker::onOver);
-    connect(job, &Job::syncBegan, this, [this, job] {
-        m_announced = job;
-        emit syncBegan(accountNumber());
-    });
-    connect(job, &Job::syncProgressed, this, [this, job](int progress) {
-        if (m_announced == job)
-            emit syncProgressed(accountNumber(), progress);
-    });
+    connect(job, &Job::finished, this, &AccountWorker::onFinished);
     if (const auto *run = qobject_cast<SyncRun *>(job))
         connect(run, &SyncRun::uploaded, this, [this] { m_changes->noteUpload(); });
     m_queue.append(job);
+    m_status->setSending(messagesToSend());
     next();
 }
 
@@ -385,13 +386,16 @@ void AccountWorker::run(Job *job)
         job->proceed();
         return;
     }
-    const QList<Request> requests = job->requests();
-    for (const Request &request : requests)
-        finishRequest(request.id, settings);
+    const bool isSync = qobject_cast<SyncRun *>(job);
+    if (isSync)
+        m_context.report->noteSync(m_context, settings);
+    job->answerAll(settings);
+    noteTakenBack(job);
     m_current = nullptr;
-    if (m_push && qobject_cast<SyncRun *>(job))
+    if (m_push && isSync)
         m_push->postpone(settings);
     retire(job);
+    m_status->setSending(messagesToSend());
     next();
 }
 
@@ -401,9 +405,7 @@ Eas::Result AccountWorker::checkSettings() const
     if (result.ok())
         result = credentialsOf(m_context.record).check();
     if (!result.ok())
-        qCWarning(lcDaemon).noquote() << QStringLiteral("account %1 (%2): %3")
-                                             .arg(accountNumber())
-                                             .arg(m_context.record.name, result.text);
+        qCWarning(lcDaemon).noquote() << "account" << accountNumber() << result.text;
     return result;
 }
 
@@ -414,14 +416,15 @@ void AccountWorker::onPaused()
     next();
 }
 
-void AccountWorker::onOver(const Eas::Result &result)
+void AccountWorker::onFinished(const Eas::Result &result)
 {
     Job *ended = m_current;
     m_current = nullptr;
     retire(ended);
+    m_status->setSending(messagesToSend());
     if (result.code == Eas::LoginRefused) {
-        // Each further attempt counts against the account at the server, so those that were asked
-        // for before the refusal share it.
+        // Each further attempt could lock the account at the server: all open requests get this
+        // refusal.
         cancelAll(result.code);
     }
     const auto *run = qobject_cast<SyncRun *>(ended);
@@ -434,33 +437,30 @@ void AccountWorker::onOver(const Eas::Result &result)
     }
     if (result.ok() && qobject_cast<MailSending *>(ended))
         m_sentAwhileAgo.start();
+    else if (!result.ok())
+        noteTakenBack(ended);
     next();
 }
 
 void AccountWorker::drop(int requestId)
 {
-    const QList<Job *> all = jobs();
-    bool isSyncStopped = false;
-    for (Job *job : all) {
-        if (!job->drop(requestId))
-            continue;
-        isSyncStopped = isSyncStopped || qobject_cast<SyncRun *>(job);
-        stop(job);
-    }
-    if (isSyncStopped)
-        makeUpForStopped();
-    next();
+    stopIf([requestId](Job *job) { return job->drop(requestId); });
 }
 
 void AccountWorker::stopSync()
 {
+    stopIf([](Job *job) { return qobject_cast<SyncRun *>(job) != nullptr; });
+}
+
+void AccountWorker::stopIf(const std::function<bool(Job *)> &isMeant)
+{
     const QList<Job *> all = jobs();
     bool isSyncStopped = false;
     for (Job *job : all) {
-        if (!qobject_cast<SyncRun *>(job))
+        if (!isMeant(job))
             continue;
+        isSyncStopped = isSyncStopped || qobject_cast<SyncRun *>(job);
         stop(job);
-        isSyncStopped = true;
     }
     if (isSyncStopped)
         makeUpForStopped();
@@ -471,7 +471,7 @@ void AccountWorker::update(const Store::AccountRecord &record)
 {
     const bool same = sameServer(m_context.record, record);
     const bool samePush = m_context.record.pushEnabled == record.pushEnabled;
-    // The server that asked for it is the one to be told.
+    // The wipe is to be reported to the server that demanded it.
     if (m_wipe)
         return;
     m_context.record = record;
@@ -483,14 +483,28 @@ void AccountWorker::update(const Store::AccountRecord &record)
     QList<Request> requests;
     const QList<Job *> all = jobs();
     for (Job *job : all) {
+        if (takenBackMail(job).isValid())
+            job->answerAll(MailSending::takenBack());
         requests += job->requests();
         stop(job);
     }
     m_push.reset();
     connectServer();
+    m_status->noteNewSettings();
     connectPush();
     for (const Request &request : qAsConst(requests))
         accept(request);
+}
+
+/** A request of the daemon's own has no id. */
+bool AccountWorker::isAwaited() const
+{
+    const auto isSomebodys = [](const Request &request) { return request.id != 0; };
+    const QList<Job *> all = jobs();
+    return std::any_of(all.cbegin(), all.cend(), [&isSomebodys](const Job *job) {
+        const QList<Request> requests = job->requests();
+        return std::any_of(requests.cbegin(), requests.cend(), isSomebodys);
+    });
 }
 
 void AccountWorker::cancelAll(int code)
@@ -499,9 +513,16 @@ void AccountWorker::cancelAll(int code)
     for (Job *job : all) {
         const QList<Request> requests = job->requests();
         for (const Request &request : requests)
-            emit requestFinished(request.id, code);
+            m_context.report->endRequest(request.id, code);
         stop(job);
     }
+}
+
+void AccountWorker::noteTakenBack(const Job *job)
+{
+    const QMailMessageId mail = takenBackMail(job);
+    if (mail.isValid())
+        m_takenBack.add(mail);
 }
 
 QList<Job *> AccountWorker::jobs() const
@@ -518,24 +539,15 @@ void AccountWorker::stop(Job *job)
     if (m_current == job)
         m_current = nullptr;
     job->disconnect(this);
-    const bool isAnnounced = m_announced == job;
+    noteTakenBack(job);
     delete job;
-    endSync(isAnnounced);
+    m_status->setSending(messagesToSend());
 }
 
 void AccountWorker::retire(Job *job)
 {
     job->disconnect(this);
     job->deleteLater();
-    endSync(m_announced == job);
-}
-
-void AccountWorker::endSync(bool isAnnounced)
-{
-    if (!isAnnounced)
-        return;
-    m_announced = nullptr;
-    emit syncEnded(accountNumber());
 }
 
 } // namespace Daemon

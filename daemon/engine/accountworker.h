@@ -2,13 +2,13 @@
 #ifndef DAEMON_ENGINE_ACCOUNTWORKER_H
 #define DAEMON_ENGINE_ACCOUNTWORKER_H
 
+#include "daemon/send/takenbackmails.h"
 #include "daemon/tasks/accountcontext.h"
 #include "daemon/tasks/job.h"
 
 #include <QHash>
 #include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QTimer>
 
 #include <memory>
@@ -18,7 +18,9 @@ namespace Daemon {
 class LocalChangeWatch;
 class PushWatch;
 class RemoteWipe;
+class StatusRecorder;
 class SyncRun;
+class WorkReport;
 
 /**
  * Does the work of one account, one job at a time: those that a person waits for first, then
@@ -29,13 +31,14 @@ class AccountWorker : public QObject
     Q_OBJECT
 
 public:
-    /** The database must outlive it. */
-    AccountWorker(const Store::AccountRecord &record, Store::SyncStateDb &db, QObject *parent);
+    /** Database and report must outlive it. */
+    AccountWorker(const Store::AccountRecord &record, Store::SyncStateDb &db, WorkReport &report,
+                  QObject *parent);
     ~AccountWorker() override;
 
     void accept(const Request &request);
-    /** The daemon has just started: carries what was changed here while none ran. Others hear of it
-     * as of a synchronisation, also when there is nothing to carry. */
+    /** The daemon has just started: carries what was changed here while none ran. It is announced
+     * as a synchronisation, also when there is nothing to carry. */
     void catchUp();
     /** The request has ended elsewhere; work that nobody else wants is stopped. */
     void drop(int requestId);
@@ -47,24 +50,18 @@ public:
     void storeChanged();
     /** The machine's network is another one. */
     void networkChanged();
+    /** Whether somebody waits for the end of its work. */
+    bool isAwaited() const;
     /** Stops all work and ends its requests with the code. */
     void cancelAll(int code);
-
-signals:
-    /** How the account's last work has ended, in words that a person understands; always before
-     * the end of the request that it was done for. Success has no words. */
-    void workEnded(quint64 accountId, int code, const QString &words);
-    void requestFinished(int requestId, int code);
-    void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
-    void syncBegan(quint64 accountId);
-    void syncProgressed(quint64 accountId, int progress);
-    void syncEnded(quint64 accountId);
 
 private:
     void connectServer();
     void connectPush();
+    void connectStatus();
     void syncForPush(const QStringList &folders);
-    void uploadChanges();
+    /** A request of the daemon's own. */
+    Request ownRequest(RequestKind kind) const;
     void resumePush(const SyncRun &run, const Eas::Result &result);
     void makeUpForStopped();
     /** Whether a synchronisation waits or is under way. */
@@ -72,33 +69,35 @@ private:
     void keepSessionState();
     /** The server wants the account's data gone. */
     void wipe();
-    /** What does the request. */
+    /** What does a request of this kind. */
     Job *jobFor(const Request &request);
+    /** Messages that somebody wants sent, and of which the end is not known yet. */
+    QSet<QMailMessageId> messagesToSend() const;
     /** Looks after messages whose sending was interrupted. */
     void recoverOutbox();
-    /** Brings the server's copies of what was sent, where nobody watches for them. */
+    /** Brings the server's copies of what was sent, where push does not watch for them. */
     void fetchSent();
     /** Finds out whether messages that the message server has given up were sent all the same. */
     void checkGivenUp();
-    /** Ends a request, after telling how its work has ended. */
-    void finishRequest(int requestId, const Eas::Result &result);
-    void noteEnd(const Eas::Result &result);
     void enqueue(Job *job);
     void next();
     void run(Job *job);
     Eas::Result checkSettings() const;
     void onPaused();
-    void onOver(const Eas::Result &result);
+    void onFinished(const Eas::Result &result);
     QList<Job *> jobs() const;
     /** Stops a job where it is. */
     void stop(Job *job);
+    /** A job ends without having done its work: the message server puts its mail back. */
+    void noteTakenBack(const Job *job);
+    void stopIf(const std::function<bool(Job *)> &isMeant);
     /** Lets go of a job that has ended and may still be on the stack. */
     void retire(Job *job);
-    void endSync(bool isAnnounced);
     quint64 accountNumber() const { return m_context.id().toULongLong(); }
 
     AccountContext m_context;
     std::unique_ptr<Eas::Session> m_session;
+    std::unique_ptr<StatusRecorder> m_status;
     std::unique_ptr<LocalChangeWatch> m_changes;
     std::unique_ptr<PushWatch> m_push;  ///< only while the account's push is on
     std::unique_ptr<RemoteWipe> m_wipe; ///< only while the account is emptied
@@ -106,9 +105,9 @@ private:
     Job *m_current = nullptr;
     /** Messages given up that need no other look: when they left last, by client id. */
     QHash<QString, qint64> m_lookedFor;
-    QTimer m_sentAwhileAgo;    ///< from the last sending on, until its copy is fetched
-    bool m_isLookDue = false;  ///< the mail store has changed while we worked
-    QPointer<Job> m_announced; ///< the synchronisation that others know of
+    TakenBackMails m_takenBack;
+    QTimer m_sentAwhileAgo;   ///< from the last sending on, until its copy is fetched
+    bool m_isLookDue = false; ///< the mail store has changed while we worked
 };
 
 } // namespace Daemon

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/engine/engine.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
+#include "daemon/store/state/accountkeys.h"
 
 #include <qmailstore.h>
+
+#include <algorithm>
 
 namespace Daemon {
 
@@ -44,16 +47,30 @@ Engine::Engine(Store::SyncStateDb &db, QObject *parent)
         makeWorker(record);
 }
 
-/** Whatever a user does to messages, the store names the accounts that have them. */
+Engine::~Engine()
+{
+    // Deleted before the report, which they use.
+    qDeleteAll(m_workers);
+}
+
+/** The store names the accounts of changed messages, whatever has changed. */
 void Engine::watchStore()
 {
     QMailStore *store = QMailStore::instance();
     connect(store, &QMailStore::accountContentsModified, this, &Engine::onStoreChanged);
-    // Some notices may have been missed.
-    connect(store, &QMailStore::ipcConnectionEstablished, this, [this] {
-        for (AccountWorker *account : qAsConst(m_workers))
-            account->storeChanged();
+    // Mail that is to be sent lies in a folder that belongs to no account.
+    connect(store, &QMailStore::folderContentsModified, this, [this](const QMailFolderIdList &ids) {
+        if (ids.contains(QMailFolderId(QMailFolder::LocalStorageFolderId)))
+            lookEverywhere();
     });
+    // Some notices may have been missed.
+    connect(store, &QMailStore::ipcConnectionEstablished, this, &Engine::lookEverywhere);
+}
+
+void Engine::lookEverywhere()
+{
+    for (AccountWorker *account : qAsConst(m_workers))
+        account->storeChanged();
 }
 
 void Engine::onStoreChanged(const QMailAccountIdList &accounts)
@@ -68,6 +85,12 @@ QSet<quint64> Engine::accounts() const
 {
     const QList<quint64> ids = m_workers.keys();
     return QSet<quint64>(ids.cbegin(), ids.cend());
+}
+
+bool Engine::isAwaited() const
+{
+    return std::any_of(m_workers.cbegin(), m_workers.cend(),
+                       [](const AccountWorker *account) { return account->isAwaited(); });
 }
 
 void Engine::catchUp()
@@ -88,9 +111,9 @@ void Engine::accept(const Request &request)
 {
     AccountWorker *account = upToDateWorker(request.accountId);
     if (!account)
-        emit requestFinished(request.id, Eas::Cancelled);
+        m_report.endRequest(request.id, Eas::Cancelled);
     else if (request.namesMessage() && !hasMessage(request.accountId, request.messageId))
-        emit requestFinished(request.id, Eas::NotFound);
+        m_report.endRequest(request.id, Eas::NotFound);
     else
         account->accept(request);
 }
@@ -126,33 +149,11 @@ AccountWorker *Engine::upToDateWorker(quint64 accountId)
 
 AccountWorker *Engine::makeWorker(const Store::AccountRecord &record)
 {
-    auto *account = new AccountWorker(record, m_db, this);
-    connect(account, &AccountWorker::workEnded, this, &Engine::workEnded);
-    connect(account, &AccountWorker::requestFinished, this, [this](int id, int code) {
-        tellStoreChanges();
-        emit requestFinished(id, code);
-    });
-    connect(account, &AccountWorker::searchFinished, this,
-            [this](int id, int code, const Activesync::SearchMailboxResult &result) {
-                tellStoreChanges();
-                emit searchFinished(id, code, result);
-            });
-    connect(account, &AccountWorker::syncBegan, this, &Engine::syncBegan);
-    connect(account, &AccountWorker::syncProgressed, this, &Engine::syncProgressed);
-    connect(account, &AccountWorker::syncEnded, this, [this](quint64 accountId) {
-        tellStoreChanges();
-        emit syncEnded(accountId);
-    });
+    auto *account = new AccountWorker(record, m_db, m_report, this);
     m_workers.insert(record.id.toULongLong(), account);
     qCInfo(lcDaemon) << "account" << record.id << "is served";
     emit accountsChanged(accounts());
     return account;
-}
-
-/** Who hears of an end finds what it brought, in whatever process: the store would tell later. */
-void Engine::tellStoreChanges()
-{
-    QMailStore::instance()->flushIpcNotifications();
 }
 
 void Engine::onAdded(const Store::AccountRecord &record)
@@ -182,7 +183,7 @@ void Engine::onRemoved(const QMailAccountId &id)
 
 void Engine::onDeleted(const QMailAccountId &id)
 {
-    const Eas::Result forgotten = m_db.removeAccount(id);
+    const Eas::Result forgotten = Store::AccountKeys(m_db, id).remove();
     if (!forgotten.ok())
         qCWarning(lcDaemon) << "account" << id << "could not be forgotten:" << forgotten.text;
 }

@@ -2,10 +2,10 @@
 #ifndef DAEMON_ENGINE_ENGINE_H
 #define DAEMON_ENGINE_ENGINE_H
 
-#include "asclient/searchmailboxresult.h"
 #include "daemon/engine/accountworker.h"
+#include "daemon/engine/networkmonitor.h"
 #include "daemon/store/accountdirectory.h"
-#include "daemon/tasks/networkmonitor.h"
+#include "daemon/tasks/workreport.h"
 
 #include <QHash>
 #include <QObject>
@@ -14,7 +14,7 @@
 namespace Daemon {
 
 /**
- * The daemon's working half: the accounts in the mail store, and a worker for each of them.
+ * The daemon's work: the accounts in the mail store, and a worker for each of them.
  *
  * Lives in the main thread, the only one that touches the mail store, and may be held up there for
  * seconds; the front talks to it through queued signals.
@@ -26,9 +26,14 @@ class Engine : public QObject
 public:
     /** The database is open, and outlives the engine. */
     explicit Engine(Store::SyncStateDb &db, QObject *parent = nullptr);
+    ~Engine() override;
 
+    /** Where all work tells of itself. */
+    const WorkReport *report() const { return &m_report; }
     /** The accounts that are served. */
     QSet<quint64> accounts() const;
+    /** Whether somebody waits for the end of some work. */
+    bool isAwaited() const;
     /** Call it when the front can be heard: carries what was changed while no daemon ran. */
     void catchUp();
 
@@ -39,15 +44,8 @@ public slots:
     void stopSync(quint64 accountId);
 
 signals:
-    /** AccountWorker::workEnded() of any account. */
-    void workEnded(quint64 accountId, int code, const QString &words);
     void accountsChanged(const QSet<quint64> &accounts);
     void checkResolved(quint64 ticket, bool acceptable);
-    void requestFinished(int requestId, int code);
-    void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
-    void syncBegan(quint64 accountId);
-    void syncProgressed(quint64 accountId, int progress);
-    void syncEnded(quint64 accountId);
 
 private:
     void onAdded(const Store::AccountRecord &record);
@@ -56,11 +54,12 @@ private:
     void onDeleted(const QMailAccountId &id);
     AccountWorker *upToDateWorker(quint64 accountId);
     AccountWorker *makeWorker(const Store::AccountRecord &record);
-    void tellStoreChanges();
     void watchStore();
+    void lookEverywhere();
     void onStoreChanged(const QMailAccountIdList &accounts);
 
     Store::SyncStateDb &m_db;
+    WorkReport m_report;
     Store::AccountDirectory m_directory;
     QHash<quint64, AccountWorker *> m_workers;
     NetworkMonitor m_network;

@@ -7,16 +7,16 @@ namespace Daemon {
 
 void Heartbeat::carried()
 {
-    m_seconds = std::min(m_seconds + Growth, m_most);
+    m_seconds = std::min(m_seconds + Growth, m_maximum);
 }
 
 void Heartbeat::cutAfter(int seconds)
 {
     // A connection that is cut at once says nothing about waiting.
-    if (seconds < Least)
+    if (seconds < Minimum)
         return;
-    m_most = std::max(Least, std::min(m_most, seconds - Least / 2));
-    m_seconds = std::min(m_seconds, m_most);
+    m_maximum = std::max(Minimum, std::min(m_maximum, seconds - Minimum / 2));
+    m_seconds = std::min(m_seconds, m_maximum);
 }
 
 void Heartbeat::bound(int seconds)
@@ -25,7 +25,7 @@ void Heartbeat::bound(int seconds)
         return;
     // The server names the end of its range that was missed.
     if (seconds < m_seconds)
-        m_most = seconds;
+        m_maximum = seconds;
     m_seconds = seconds;
 }
 

@@ -13,9 +13,9 @@ namespace Daemon {
 class Heartbeat
 {
 public:
-    static constexpr int Least = 60;
+    static constexpr int Minimum = 60;
     /** What common servers take at most. */
-    static constexpr int Most = 3540;
+    static constexpr int Maximum = 3540;
     static constexpr int First = 480;
     static constexpr int Growth = 300;
 
@@ -24,12 +24,12 @@ public:
     void carried();
     /** The connection was lost after so many seconds of waiting. */
     void cutAfter(int seconds);
-    /** The server allows this; a bound below Least is the server's to set. */
+    /** The server's own bound, which may be below Minimum. */
     void bound(int seconds);
 
 private:
     int m_seconds = First;
-    int m_most = Most;
+    int m_maximum = Maximum;
 };
 
 } // namespace Daemon

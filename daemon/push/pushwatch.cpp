@@ -1,57 +1,35 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/push/pushwatch.h"
 
-#include "daemon/bus/logging.h"
-#include "daemon/sync/folderrank.h"
-#include "daemon/tasks/backoff.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/pauses.h"
+#include "daemon/pacing/sizes.h"
+#include "daemon/store/state/folderkeys.h"
+#include "daemon/tasks/workreport.h"
 #include "eas/pingcommand.h"
+#include "eas/synckey.h"
 
-#include <QRandomGenerator>
+#include <QDateTime>
 
-#include <qmailfolder.h>
-
-#include <algorithm>
 #include <utility>
 
 namespace Daemon {
 
 namespace {
 
-/** Folders in one request, as long as the server does not say less. */
-constexpr int MaximumFolders = 100;
 /** An answer before this part of the heartbeat, or of a minute, is over comes early; */
 constexpr double EarlyShare = 0.8;
 /** ... a server that answers early so often in a row, and brings nothing, is asked more slowly. */
 constexpr int MaximumEarlyAnswers = 5;
-/** Early news that is true is fetched so often at once, and then as often as this, in ms. */
+/** So much early news is fetched at once, the rest after pauses. */
 constexpr int NewsAtOnce = 12;
-constexpr int BetweenNewsMs = 3000;
-/** Changes of the network within this are one that comes and goes, in ms. */
-constexpr int SteadyNetworkMs = 60 * 1000;
-
-/** After this a busy server, too, has begun to wait, in ms. */
-constexpr int SettledMs = 5 * 1000;
-
-/** A Ping's status, [MS-ASCMD] 2.2.3.177.11. */
-enum PingStatus { HeartbeatOutOfRange = 5, TooManyFolders = 6, FolderSyncRequired = 7 };
-
-/** Each further attempt could lock the account at the server. */
-bool isFinal(int code)
-{
-    return code == Eas::LoginRefused;
-}
-
-double spread()
-{
-    return QRandomGenerator::global()->generateDouble();
-}
 
 } // namespace
 
 PushWatch::PushWatch(const AccountContext &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
-    , m_maxFolders(MaximumFolders)
+    , m_maxFolders(Sizes::WatchedFolders)
 {
     connect(&m_pause, &Alarm::rang, this, &PushWatch::goOn);
 }
@@ -69,11 +47,13 @@ void PushWatch::noteNews()
 void PushWatch::resume()
 {
     const bool isPausing = m_pause.isActive();
-    if (m_command || (isPausing && !isPauseInVain()))
+    m_failure = {};
+    emit stateChanged();
+    if (m_command || (isPausing && !endsPause()))
         return;
     m_pause.stop();
     m_givenUp = false;
-    // What a failed synchronisation has left, this one need not have brought.
+    // What a failed synchronisation has left comes first: this one need not have brought it.
     if (isPausing && m_vainSyncs == 0)
         goOn();
     else
@@ -82,7 +62,7 @@ void PushWatch::resume()
 
 /** Whether a synchronisation that succeeded ends the pause: it has found folders to watch, or the
  * server works again that had failed, or has news again that had none. */
-bool PushWatch::isPauseInVain() const
+bool PushWatch::endsPause() const
 {
     const bool hasFailed = m_failures > 0 || m_graveFailures > 0;
     const bool hasNews = m_isNewsEmpty && m_earlyAnswers == 0;
@@ -94,21 +74,25 @@ void PushWatch::postpone(const Eas::Result &reason)
     if (m_givenUp)
         return;
     delete m_command;
-    // The server may count as delivered what was lost on its way, and would not tell of it again.
+    // The server may take what was lost on its way for delivered, and not tell of it again.
     m_syncFirst = true;
     onError(reason, nullptr);
 }
 
-void PushWatch::rest()
+void PushWatch::stop()
 {
     delete m_command;
     m_pause.stop();
+    m_waitsSince = 0;
+    emit stateChanged();
 }
 
 void PushWatch::makeWay()
 {
-    if (m_command && waitedMs() < SettledMs)
+    if (m_command && waitedMs() < Pauses::WatchSettling) {
         delete m_command;
+        emit stateChanged();
+    }
 }
 
 void PushWatch::networkChanged()
@@ -116,21 +100,25 @@ void PushWatch::networkChanged()
     if (m_givenUp || (!m_command && !m_pause.isActive()))
         return;
     const qint64 now = Alarm::now();
-    const bool isSteady = m_networkChanges == 0 || now - m_networkChangedAt > SteadyNetworkMs;
+    const bool isSteady = m_networkChanges == 0 || now - m_networkChangedAt > Pauses::SteadyNetwork;
     if (!isSteady && m_pause.isActive() && !m_command)
         return;
     delete m_command;
+    m_waitsSince = 0;
     m_networkChangedAt = now;
     m_failures = m_graveFailures = 0;
     m_networkChanges = isSteady ? 1 : m_networkChanges + 1;
     m_isNewsEmpty = false;
-    m_pause.start(isSteady ? 0 : Backoff::pauseMs(m_networkChanges - 1, spread(), 0));
+    m_pause.start(isSteady ? 0 : Pauses::AfterFailure.pauseMs(m_networkChanges - 1));
+    m_pausesUntil = QDateTime::currentSecsSinceEpoch() + m_pause.interval() / 1000;
+    emit stateChanged();
 }
 
 /** What was held back when the pause began comes before the next wait. */
 void PushWatch::goOn()
 {
-    const QStringList held = std::exchange(m_held, {});
+    const QList<Eas::FolderId> held = std::exchange(m_held, {});
+    emit stateChanged();
     if (std::exchange(m_syncFirst, false))
         emit syncNeeded();
     else if (!held.isEmpty())
@@ -141,7 +129,7 @@ void PushWatch::goOn()
 
 void PushWatch::wait()
 {
-    const QStringList all = folders();
+    const QList<Eas::FolderId> all = folders();
     if (all.isEmpty()) {
         awaitFolders();
         return;
@@ -153,18 +141,22 @@ void PushWatch::wait()
     Eas::PingCommand *command = m_command;
     connect(command, &Eas::Command::finished, this, [this, command] { onAnswer(command); });
     m_waitingSince = Alarm::now();
+    if (m_waitsSince == 0)
+        m_waitsSince = QDateTime::currentSecsSinceEpoch();
     command->start();
+    emit stateChanged();
 }
 
-/** A server that has no folders has none right after the next synchronisation either. */
+/** No folder can be watched: has the account synchronised, at once and then after pauses. */
 void PushWatch::awaitFolders()
 {
     if (++m_vainSyncs == 1) {
+        emit stateChanged();
         emit syncNeeded();
         return;
     }
     m_syncFirst = true;
-    pause(Backoff::pauseMs(m_vainSyncs - 1, spread(), 0));
+    pause(Pauses::AfterFailure.pauseMs(m_vainSyncs - 1));
 }
 
 void PushWatch::onAnswer(Eas::PingCommand *command)
@@ -177,32 +169,34 @@ void PushWatch::onAnswer(Eas::PingCommand *command)
         return;
     }
     if (m_failures > 0 || m_graveFailures > 0)
-        emit troubled({});
+        m_context.report->noteEnd(m_context, {});
     m_failures = m_graveFailures = 0;
-    const QStringList changed = command->changedFolders();
+    m_failure = {};
+    const QList<Eas::FolderId> changed = command->changedFolders();
     if (comesTooEarly(changed)) {
         m_held = changed;
     } else if (changed.isEmpty()) {
-        // Who waits its turn is not to wait longer.
+        // Where folders take turns, a longer heartbeat would keep the others waiting.
         if (folders().size() <= m_maxFolders)
             m_heartbeat.carried();
         wait();
     } else {
         tell(changed);
+        emit stateChanged();
     }
 }
 
 /** Whether the server answers early too often; then there is a pause. */
-bool PushWatch::comesTooEarly(const QStringList &changed)
+bool PushWatch::comesTooEarly(const QList<Eas::FolderId> &changed)
 {
-    const int heartbeat = qMin(m_heartbeat.seconds(), int(Heartbeat::Least));
+    const int heartbeat = qMin(m_heartbeat.seconds(), int(Heartbeat::Minimum));
     if (waitedMs() >= heartbeat * 1000 * EarlyShare) {
         m_earlyAnswers = 0;
         return false;
     }
     const int untilNews = changed.isEmpty() ? 0 : untilNextNews();
     if (++m_earlyAnswers > MaximumEarlyAnswers) {
-        pause(Backoff::pauseMs(m_earlyAnswers - MaximumEarlyAnswers, spread(), 0));
+        pause(Pauses::AfterFailure.pauseMs(m_earlyAnswers - MaximumEarlyAnswers));
         m_isNewsEmpty = true;
     } else if (untilNews > 0) {
         pause(untilNews);
@@ -210,20 +204,20 @@ bool PushWatch::comesTooEarly(const QStringList &changed)
     return m_pause.isActive();
 }
 
-/** How long what the server tells of has to wait, in ms: more may come without end. Each news uses
- * up some time; so much may be used up in advance. */
+/** Milliseconds until this news may be fetched, which is now unless the server tells of news
+ * without end: each uses up Pauses::BetweenNews, NewsAtOnce of them in advance. */
 int PushWatch::untilNextNews()
 {
     const qint64 now = Alarm::now();
-    m_newsUsedUp = qMax(m_newsUsedUp, now) + BetweenNewsMs;
-    return int(qMax(qint64(0), m_newsUsedUp - now - NewsAtOnce * BetweenNewsMs));
+    m_newsUsedUp = qMax(m_newsUsedUp, now) + Pauses::BetweenNews;
+    return int(qMax(qint64(0), m_newsUsedUp - now - NewsAtOnce * Pauses::BetweenNews));
 }
 
-void PushWatch::tell(const QStringList &collectionIds)
+void PushWatch::tell(const QList<Eas::FolderId> &collectionIds)
 {
     QStringList folders;
-    for (const QString &collectionId : collectionIds) {
-        if (const auto state = m_context.db->folder(m_context.id(), collectionId))
+    for (const Eas::FolderId &collectionId : collectionIds) {
+        if (const auto state = m_context.folders().find(collectionId))
             folders.append(QString::number(state->folderId.toULongLong()));
     }
     if (folders.isEmpty())
@@ -235,39 +229,44 @@ void PushWatch::tell(const QStringList &collectionIds)
 void PushWatch::onError(const Eas::Result &result, Eas::PingCommand *command)
 {
     if (command)
-        emit troubled(result);
-    if (isFinal(result.code)) {
+        m_context.report->noteEnd(m_context, result);
+    m_waitsSince = 0;
+    // A cancellation says nothing about the server.
+    if (result.code != Eas::Cancelled)
+        m_failure = result;
+    if (Backoff::isFinal(result.code)) {
         qCInfo(lcSync) << "account" << m_context.id() << "is not watched any more:" << result.text;
         m_givenUp = true;
         m_pause.stop();
+        emit stateChanged();
         return;
     }
     if (Backoff::isGrave(result.code)) {
-        pause(Backoff::gravePauseMs(++m_graveFailures, spread(), result.retryAfter));
+        pause(Pauses::AfterGraveFailure.pauseMs(++m_graveFailures, result.retryAfter));
         return;
     }
-    const bool isTreeStale = command && result.status == FolderSyncRequired;
-    // Said again, or after another error, the tree is fetched after a pause: to do so at once could
-    // go round for ever.
+    const bool isTreeStale = command && result.outcome == Eas::Outcome::TreeStale;
+    // After an earlier failure, the tree is fetched after a pause: at once, this could loop for
+    // ever.
     m_syncFirst = m_syncFirst || (isTreeStale && m_failures > 0);
-    // The server has said what it takes; a second refusal of the kind is an error like others.
+    // A bound that the server names is followed at once; after a second refusal there is a pause.
+    emit stateChanged();
     if (++m_failures == 1 && isTreeStale)
         emit syncNeeded();
     else if (command && !isTreeStale && adapt(result, command) && m_failures == 1)
         wait();
     else
-        pause(Backoff::pauseMs(m_failures, spread(), result.retryAfter));
+        pause(Pauses::AfterFailure.pauseMs(m_failures, result.retryAfter));
 }
 
-/** Learns from an error what the next wait should be like; whether the server has said so itself.
- */
+/** Learns from an error how to wait next; whether the server has named the bound itself. */
 bool PushWatch::adapt(const Eas::Result &result, const Eas::PingCommand *command)
 {
-    if (result.status == HeartbeatOutOfRange && command->heartbeat() > 0) {
+    if (result.outcome == Eas::Outcome::HeartbeatOutOfRange && command->heartbeat() > 0) {
         m_heartbeat.bound(command->heartbeat());
         return true;
     }
-    if (result.status == TooManyFolders && command->maxFolders() > 0) {
+    if (result.outcome == Eas::Outcome::TooManyFolders && command->maxFolders() > 0) {
         m_maxFolders = command->maxFolders();
         return true;
     }
@@ -279,27 +278,21 @@ void PushWatch::pause(int milliseconds)
 {
     m_isNewsEmpty = false;
     m_pause.start(milliseconds);
+    m_pausesUntil = QDateTime::currentSecsSinceEpoch() + milliseconds / 1000;
+    emit stateChanged();
     qCInfo(lcSync) << "account" << m_context.id() << "is watched again in" << milliseconds / 1000
                    << "s";
 }
 
-/** The collections that can be watched, the most important first: of those that were never
- * synchronised, the server knows no state to compare with. */
-QStringList PushWatch::folders() const
+/** The folders that can be watched, the most important first; for one that was never synchronised,
+ * the server has no state to compare with. */
+QList<Eas::FolderId> PushWatch::folders() const
 {
-    QList<Store::FolderState> found;
-    const auto all = m_context.db->folders(m_context.id());
-    for (const Store::FolderState &folder : all) {
-        if (folder.syncKey != QLatin1String("0")
-            && QMailFolder(folder.folderId).status() & QMailFolder::SynchronizationEnabled)
-            found.append(folder);
+    QList<Eas::FolderId> collections;
+    for (const Store::FolderState &folder : m_context.folders().enabled()) {
+        if (folder.syncKey != Eas::FirstKey)
+            collections.append(folder.serverId);
     }
-    std::stable_sort(found.begin(), found.end(), [](const auto &a, const auto &b) {
-        return folderRank(a.type) < folderRank(b.type);
-    });
-    QStringList collections;
-    for (const Store::FolderState &folder : qAsConst(found))
-        collections.append(folder.serverId);
     return collections;
 }
 

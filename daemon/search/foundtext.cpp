@@ -9,12 +9,12 @@ namespace Daemon {
 
 namespace {
 
-const QChar typographicApostrophe(0x2019);
+const QChar TypographicApostrophe(0x2019);
 
 /** In one case, with one kind of apostrophe. */
 QString folded(QString text)
 {
-    return text.replace(typographicApostrophe, QLatin1Char('\'')).toCaseFolded();
+    return text.replace(TypographicApostrophe, QLatin1Char('\'')).toCaseFolded();
 }
 
 QString withoutMarkup(QString html)

@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/search/longid.h"
 
-#include "daemon/store/foundmark.h"
+#include "daemon/store/mark.h"
 #include "daemon/store/serveruid.h"
+#include "daemon/store/state/folderkeys.h"
 
 #include <qmailmessagesortkey.h>
 #include <qmailstore.h>
 
 namespace Daemon {
+
+namespace {
+
+/** How many messages of a folder are looked at for an item id, which shows the form of all. */
+constexpr uint Samples = 10;
+
+} // namespace
 
 QString LongId::itemIdOf(const QString &longId, const QStringList &collections,
                          const QString &sample)
@@ -31,17 +39,17 @@ QString LongId::itemIdOf(const QString &longId, const QStringList &collections,
     return {};
 }
 
-QString LongId::knownItemId(const QMailAccountId &account, const QString &collectionId)
+QString LongId::knownItemId(const QMailAccountId &account, const Store::FolderState &folder)
 {
-    const QMailMessageKey key = QMailMessageKey::parentAccountId(account)
-        & QMailMessageKey::serverUid(Store::ServerUid::join(collectionId, QString()),
-                                     QMailDataComparator::Includes)
-        & ~Store::FoundMark::key();
-    const QMailMessageIdList ids =
-        QMailStore::instance()->queryMessages(key, QMailMessageSortKey(), 1);
-    if (ids.isEmpty())
-        return {};
-    return Store::ServerUid::split(QMailMessageMetaData(ids.first()).serverUid()).itemId;
+    const QMailMessageKey key =
+        Store::ServerUid::likelyIn(account, folder.serverId) & ~Store::FoundMark.key();
+    for (const QMailMessageId &id :
+         QMailStore::instance()->queryMessages(key, QMailMessageSortKey(), Samples)) {
+        const Store::ServerUid uid {QMailMessageMetaData(id)};
+        if (uid.isIn(folder.serverId) && uid.isItem())
+            return uid.itemId();
+    }
+    return {};
 }
 
 } // namespace Daemon

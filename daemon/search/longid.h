@@ -5,6 +5,10 @@
 #include <qmailid.h>
 #include <QStringList>
 
+namespace Store {
+struct FolderState;
+}
+
 namespace Daemon {
 
 /** What a search calls a message, [MS-ASCMD] 2.2.3.100: opaque, but of a known form at many
@@ -22,7 +26,7 @@ namespace LongId {
 QString itemIdOf(const QString &longId, const QStringList &collections, const QString &sample);
 
 /** The item id of some message that the mail store has of the folder; empty if there is none. */
-QString knownItemId(const QMailAccountId &account, const QString &collectionId);
+QString knownItemId(const QMailAccountId &account, const Store::FolderState &folder);
 
 } // namespace LongId
 

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/search/mailboxsearch.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/sizes.h"
 #include "daemon/search/foundtext.h"
 #include "daemon/search/longid.h"
+#include "daemon/store/state/folderkeys.h"
+#include "daemon/tasks/workreport.h"
 #include "eas/limits.h"
 
 #include <qmailfolder.h>
 #include <qmailstore.h>
+
+#include <algorithm>
 
 namespace Daemon {
 
@@ -21,14 +26,14 @@ int firstOf(const Activesync::SearchMailboxOptions &options)
     return qMax(0, options.rangeStart);
 }
 
-int mostOf(const Activesync::SearchMailboxOptions &options)
+int maximumOf(const Activesync::SearchMailboxOptions &options)
 {
     const int bound = Eas::Limits::SearchHits;
     const int first = firstOf(options);
     return options.rangeEnd < first ? bound : qMin(bound, options.rangeEnd - first + 1);
 }
 
-/** What another query, or another folder, may do better. */
+/** Whether another query, or another folder, may succeed. */
 bool isOfThisQuery(const Eas::Result &result)
 {
     return result.code == Eas::ServerFailed || result.code == Eas::NotFound
@@ -38,26 +43,34 @@ bool isOfThisQuery(const Eas::Result &result)
 } // namespace
 
 MailboxSearch::MailboxSearch(const AccountContext &context, const Request &request, QObject *parent)
-    : Task(context, parent)
+    : Job(context, parent)
     , m_request(request)
     , m_first(firstOf(request.options))
-    , m_most(mostOf(request.options))
+    , m_maximum(maximumOf(request.options))
 {
 }
 
-void MailboxSearch::proceed()
+void MailboxSearch::perform()
 {
     begin();
     if (m_queries.isEmpty())
-        finishLater({});
+        end({});
     else
         ask();
 }
 
+void MailboxSearch::answer(const Request &request, const Eas::Result &result)
+{
+    if (result.ok())
+        m_context.report->finishSearch(m_context, request.id, m_found);
+    else
+        Job::answer(request, result);
+}
+
 void MailboxSearch::begin()
 {
-    QSet<QString> all;
-    const auto folders = m_context.db->folders(m_context.id());
+    QSet<Eas::FolderId> all;
+    const auto folders = m_context.folders().all();
     for (const Store::FolderState &folder : folders) {
         all.insert(folder.serverId);
         if (m_request.query.folders.contains(QString::number(folder.folderId.toULongLong())))
@@ -66,15 +79,15 @@ void MailboxSearch::begin()
     if (m_request.query.folders.isEmpty())
         m_wanted = all;
     if (m_wanted.size() > FewFolders)
-        m_queries = QStringList {QString()};
+        m_queries = {std::nullopt};
     else
         searchSingly();
 }
 
 void MailboxSearch::searchSingly()
 {
-    m_queries = m_wanted.values();
-    m_queries.sort();
+    m_queries = {m_wanted.cbegin(), m_wanted.cend()};
+    std::sort(m_queries.begin(), m_queries.end());
     m_at = 0;
 }
 
@@ -88,7 +101,7 @@ Eas::SearchRequest MailboxSearch::searchRequest() const
         request.receivedBefore = m_request.query.receivedBefore;
     }
     request.first = m_at;
-    request.last = m_at + PageSize - 1;
+    request.last = m_at + Sizes::SearchPage - 1;
     request.body.type = m_request.options.bodyType == Eas::PlainText ? Eas::PlainText : Eas::Html;
     request.body.truncation =
         m_request.options.truncationSize < 0 ? TextBound : m_request.options.truncationSize;
@@ -99,7 +112,7 @@ void MailboxSearch::ask()
 {
     ++m_requests;
     auto *command = new Eas::SearchCommand(m_context.session, searchRequest());
-    start(command, [this, command] { onAnswer(*command); });
+    run(command, [this, command] { onAnswer(*command); });
 }
 
 void MailboxSearch::onAnswer(const Eas::SearchCommand &command)
@@ -115,7 +128,7 @@ void MailboxSearch::onAnswer(const Eas::SearchCommand &command)
     m_at += shown;
     m_queryTotal = qMax(m_queryTotal, command.total());
     // A server that does not look at the range sends the same results again and again.
-    const bool isCounted = command.total() > 0 || shown < PageSize;
+    const bool isCounted = command.total() > 0 || shown < Sizes::SearchPage;
     const bool isOver = fresh == 0 || (isCounted && m_at >= m_queryTotal);
     if (isEnough())
         writeFound();
@@ -130,14 +143,14 @@ void MailboxSearch::onRefused(const Eas::Result &result)
     const bool hasBounds =
         m_request.query.receivedAfter.isValid() || m_request.query.receivedBefore.isValid();
     if (!isOfThisQuery(result)) {
-        emit finished(result, false);
+        end(result);
     } else if (result.retryAfter > 0) {
         retryOrFail(result, [this] { ask(); });
     } else if (result.code != Eas::NotFound && hasBounds && m_withBounds) {
         m_withBounds = false;
         m_at = 0;
         ask();
-    } else if (m_queries.first().isEmpty()) {
+    } else if (!m_queries.first()) {
         searchSingly();
         ask();
     } else {
@@ -170,14 +183,15 @@ int MailboxSearch::take(const QList<Eas::SearchHit> &hits)
             continue;
         m_seen.insert(hit.longId);
         ++fresh;
-        const QString folder = folderOf(hit);
-        if (folder.isEmpty() || !m_wanted.contains(folder) || !isWanted(hit))
+        const auto folder = m_context.folders().find(folderOf(hit));
+        if (!folder || !m_wanted.contains(folder->serverId) || !isWanted(hit))
             continue;
         Store::FoundItem found;
-        found.collectionId = folder;
-        found.longId = hit.longId;
-        found.itemId = LongId::itemIdOf(hit.longId, {hit.collectionId, folder},
-                                        LongId::knownItemId(m_context.id(), folder));
+        const QString itemId =
+            LongId::itemIdOf(hit.longId, {hit.collectionId, folder->serverId.text()},
+                             LongId::knownItemId(m_context.id(), *folder));
+        found.uid = itemId.isEmpty() ? Store::ServerUid::searchResult(folder->serverId, hit.longId)
+                                     : Store::ServerUid::item(folder->serverId, itemId);
         found.item = hit.item;
         m_items.append(found);
     }
@@ -185,16 +199,15 @@ int MailboxSearch::take(const QList<Eas::SearchHit> &hits)
 }
 
 /** What the folder of a hit is called by the folder tree; empty where it is none of ours. */
-QString MailboxSearch::folderOf(const Eas::SearchHit &hit) const
+Eas::FolderId MailboxSearch::folderOf(const Eas::SearchHit &hit) const
 {
     // Some servers find what lies below the folder, too.
     if (hit.collectionId.isEmpty())
-        return m_queries.first();
+        return m_queries.first().value_or(Eas::FolderId());
     const QByteArray name = QByteArray::fromPercentEncoding(hit.collectionId.toUtf8());
-    const auto folders = m_context.db->folders(m_context.id());
+    const auto folders = m_context.folders().all();
     for (const Store::FolderState &folder : folders) {
-        if (folder.serverId == hit.collectionId
-            || QByteArray::fromPercentEncoding(folder.serverId.toUtf8()) == name)
+        if (QByteArray::fromPercentEncoding(folder.serverId.text().toUtf8()) == name)
             return folder.serverId;
     }
     return {};
@@ -214,26 +227,26 @@ bool MailboxSearch::isWanted(const Eas::SearchHit &hit) const
 
 bool MailboxSearch::isEnough() const
 {
-    return m_items.size() >= m_first + m_most || m_requests >= Eas::Limits::SearchRequests;
+    return m_items.size() >= m_first + m_maximum || m_requests >= Eas::Limits::SearchRequests;
 }
 
 void MailboxSearch::writeFound()
 {
     const bool isComplete = m_queries.isEmpty();
-    // Ours is what matches the whole query; the server's may count what it did not look at.
+    // At the end only hits that match the whole query count; the server may count others, too.
     m_found.total = isComplete ? m_items.size() : qMax(m_items.size(), m_total + m_queryTotal);
     if (m_items.isEmpty() && !m_failure.ok() && m_failure.code != Eas::NotFound) {
-        emit finished(m_failure, false);
+        end(m_failure);
         return;
     }
     auto job = std::make_unique<Store::FoundWriter>(*m_context.db, m_context.id(),
-                                                    m_items.mid(m_first, m_most));
+                                                    m_items.mid(m_first, m_maximum));
     const Store::FoundWriter *writer = job.get();
     write(std::move(job), [this, writer] {
         const QMailMessageIdList messages = writer->messages();
         for (const QMailMessageId &id : messages)
             m_found.messageIds.append(id.toULongLong());
-        emit finished({}, false);
+        end({});
     });
 }
 

@@ -3,13 +3,13 @@
 #define DAEMON_SEARCH_MAILBOXSEARCH_H
 
 #include "asclient/searchmailboxresult.h"
-#include "daemon/bus/request.h"
-#include "daemon/store/foundwriter.h"
-#include "daemon/tasks/task.h"
+#include "daemon/store/incoming/foundwriter.h"
+#include "daemon/tasks/job.h"
 #include "eas/searchcommand.h"
 
 #include <QSet>
-#include <QStringList>
+
+#include <optional>
 
 namespace Daemon {
 
@@ -20,24 +20,19 @@ namespace Daemon {
  * all others where they are many; bounds of time that a server refuses are not sent; and whatever
  * was found is compared with the query here. At most Eas::Limits::SearchHits messages are brought.
  */
-class MailboxSearch : public Task
+class MailboxSearch : public Job
 {
     Q_OBJECT
 
 public:
-    /** Results that are asked for at once. */
-    static constexpr int PageSize = 100;
     /** Bytes of a text that are brought without being asked for. */
     static constexpr qint64 TextBound = 8 * 1024;
 
     MailboxSearch(const AccountContext &context, const Request &request, QObject *parent = nullptr);
 
-    void proceed() override;
-
-    /** Valid once it has finished with Success. */
-    const Activesync::SearchMailboxResult &found() const { return m_found; }
-
 private:
+    void perform() override;
+    void answer(const Request &request, const Eas::Result &result) override;
     void begin();
     void searchSingly();
     void ask();
@@ -45,7 +40,7 @@ private:
     void onRefused(const Eas::Result &result);
     void nextQuery();
     int take(const QList<Eas::SearchHit> &hits);
-    QString folderOf(const Eas::SearchHit &hit) const;
+    Eas::FolderId folderOf(const Eas::SearchHit &hit) const;
     bool isWanted(const Eas::SearchHit &hit) const;
     bool isEnough() const;
     Eas::SearchRequest searchRequest() const;
@@ -53,14 +48,13 @@ private:
 
     const Request m_request;
     const int m_first; ///< hits before it are passed over
-    const int m_most;
-    QSet<QString> m_wanted; ///< collection ids
-    QStringList m_queries;  ///< collection ids to ask for; an empty one asks for all at once
-    int m_at = 0;           ///< results of the current query so far
+    const int m_maximum;
+    QSet<Eas::FolderId> m_wanted;
+    QList<std::optional<Eas::FolderId>> m_queries; ///< folders to ask for; absent: all at once
+    int m_at = 0;                                  ///< results of the current query so far
     int m_requests = 0;
     bool m_withBounds = true;
-    bool m_isComplete = true; ///< all results were looked at
-    int m_total = 0;          ///< of the queries so far, as the server says
+    int m_total = 0; ///< of the queries so far, as the server says
     int m_queryTotal = 0;
     QSet<QString> m_seen; ///< LongIds
     QList<Store::FoundItem> m_items;

@@ -1,28 +1,23 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/send/givenupcheck.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
 #include "daemon/send/sentlookup.h"
 
 namespace Daemon {
 
 GivenUpCheck::GivenUpCheck(const AccountContext &context, const QList<Store::Outgoing> &messages,
                            QObject *parent)
-    : Task(context, parent)
+    : Job(context, parent)
     , m_outbox(*context.db, context.record)
     , m_messages(messages)
 {
 }
 
-void GivenUpCheck::proceed()
-{
-    lookNext();
-}
-
 void GivenUpCheck::lookNext()
 {
     if (m_messages.isEmpty()) {
-        finishLater({});
+        end({});
         return;
     }
     const Store::Outgoing message = m_messages.takeFirst();
@@ -31,20 +26,18 @@ void GivenUpCheck::lookNext()
         return;
     }
     auto *lookup = new SentLookup(m_context, SentMark::of(message), this);
-    connect(lookup, &Task::finished, this, [=](const Eas::Result &result) {
-        lookup->deleteLater();
+    run(lookup, [this, lookup, message](const Eas::Result &result) {
         onLooked(message, lookup->answer() == SentLookup::There, result);
     });
-    lookup->proceed();
 }
 
 void GivenUpCheck::onLooked(const Store::Outgoing &message, bool isFound, const Eas::Result &result)
 {
     if (!result.ok()) {
-        // A server that never answers it would hold up each synchronisation.
+        // Not looked for again: if the server never answers, each synchronisation would be held up.
         if (result.code != Eas::NoConnection)
             emit notFound(message);
-        finishLater(result);
+        end(result);
     } else if (isFound) {
         settle(message);
     } else {
@@ -56,13 +49,18 @@ void GivenUpCheck::onLooked(const Store::Outgoing &message, bool isFound, const 
 
 void GivenUpCheck::settle(const Store::Outgoing &message)
 {
+    if (m_outbox.isEdited(message)) {
+        emit notFound(message);
+        lookNext();
+        return;
+    }
     qCInfo(lcDaemon) << "account" << m_context.id() << "message" << message.messageId.toULongLong()
                      << "was given up, but is sent";
     const Eas::Result settled = m_outbox.settleGivenUp(message);
     if (settled.ok())
         lookNext();
     else
-        finishLater(settled, true);
+        end(settled);
 }
 
 } // namespace Daemon

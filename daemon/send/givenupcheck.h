@@ -2,8 +2,8 @@
 #ifndef DAEMON_SEND_GIVENUPCHECK_H
 #define DAEMON_SEND_GIVENUPCHECK_H
 
-#include "daemon/store/outbox.h"
-#include "daemon/tasks/task.h"
+#include "daemon/store/outgoing/outbox.h"
+#include "daemon/tasks/job.h"
 
 #include <QList>
 
@@ -16,7 +16,7 @@ namespace Daemon {
  * What is not found there stays as it is: only the person who wrote it decides whether it is sent
  * once more.
  */
-class GivenUpCheck : public Task
+class GivenUpCheck : public Job
 {
     Q_OBJECT
 
@@ -25,13 +25,13 @@ public:
     GivenUpCheck(const AccountContext &context, const QList<Store::Outgoing> &messages,
                  QObject *parent = nullptr);
 
-    void proceed() override;
-
 signals:
-    /** The server does not show this one, and will not: it is not worth another look. */
+    /** The server does not show this one as it is now, and will not: it is not worth another look.
+     */
     void notFound(const Store::Outgoing &message);
 
 private:
+    void perform() override { lookNext(); }
     void lookNext();
     void onLooked(const Store::Outgoing &message, bool isFound, const Eas::Result &result);
     void settle(const Store::Outgoing &message);

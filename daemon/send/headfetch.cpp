@@ -12,7 +12,7 @@ HeadFetch::HeadFetch(const AccountContext &context, const Eas::ItemLocator &loca
 {
 }
 
-void HeadFetch::proceed()
+void HeadFetch::perform()
 {
     m_buffer.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
     auto *command = new Eas::FetchMessageCommand(m_context.session, m_locator, &m_buffer);
@@ -20,12 +20,12 @@ void HeadFetch::proceed()
     preference.type = Eas::Mime;
     preference.truncation = HeadBuffer::Size;
     command->setBodyPreference(preference);
-    start(command, [this, command] {
+    run(command, [this, command] {
         const std::optional<Eas::Body> &body = command->item().body;
-        // A text may look like a head.
+        // Only the MIME form begins with a head; a text may look like one.
         if (command->result().ok() && (!body || body->type == Eas::Mime))
             m_bytes = m_buffer.bytes();
-        emit finished(command->result(), false);
+        end(command->result());
     });
 }
 

@@ -18,12 +18,12 @@ class HeadFetch : public Task
 public:
     HeadFetch(const AccountContext &context, const Eas::ItemLocator &locator, QObject *parent);
 
-    void proceed() override;
-
     /** Valid after it has finished with Success; without headers where the server tells none. */
     QMailMessage message() const { return QMailMessage::fromRfc2822(m_bytes); }
 
 private:
+    void perform() override;
+
     const Eas::ItemLocator m_locator;
     HeadBuffer m_buffer;
     QByteArray m_bytes;

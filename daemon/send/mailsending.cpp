@@ -1,62 +1,42 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/send/mailsending.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/alarm.h"
+#include "daemon/pacing/pauses.h"
 #include "daemon/send/sendingpreparation.h"
 #include "daemon/send/sentlookup.h"
-#include "daemon/store/outgoingmail.h"
-#include "daemon/store/replyheaders.h"
+#include "daemon/store/currentmessages.h"
+#include "daemon/store/outgoing/outgoingmail.h"
+#include "daemon/store/outgoing/outgoingprint.h"
+#include "daemon/store/outgoing/replyheaders.h"
 #include "eas/sendmailcommand.h"
+#include "translations/text.h"
 
 #include <QDateTime>
 #include <QTimer>
-
-#include <algorithm>
 
 namespace Daemon {
 
 namespace {
 
-/** A server may need a moment to put into its folder what it has taken. */
-constexpr int LookupDelayMs = 1000;
-
-/** [MS-ASCMD] 2.2.2: the message was not submitted. */
-constexpr int SubmissionFailed = 120;
-constexpr int ItemGone = 150;
-constexpr int RepliesForbidden = 117;
-constexpr int ReplyFailed = 121;
-/** The server does not understand the request: of a reply's, ReplaceMime may be the reason. */
-constexpr int FirstMisunderstood = 101;
-constexpr int LastMisunderstood = 106;
-constexpr int HttpBadRequest = 400;
-constexpr int HttpNotImplemented = 501;
-/** The server failed, before or after it has sent the message. */
-constexpr int FirstServerError = 110;
-constexpr int LastServerError = 111;
-
-/** What the server's answer means for who has written the message. */
-Eas::Result judged(Eas::Result result)
+/** What the server's answer means for the author of the message. */
+Eas::Result resultForAuthor(Eas::Result result)
 {
-    if (result.status == SubmissionFailed) {
+    if (result.outcome == Eas::Outcome::NotSubmitted) {
         result.code = Eas::NotFound;
-        result.text += QStringLiteral(", most often because of a recipient");
+        result.text =
+            FailureText::english("%1, most often because of a recipient").arg(result.text);
     }
     return result;
 }
 
-/** RFC 7231 6.5: the request was not carried out. */
-bool isClientError(int httpStatus)
+/** The server has refused the reply or forward as such; as a plain message it may go. */
+bool isAboutResponse(Eas::Outcome outcome)
 {
-    return httpStatus >= 400 && httpStatus < 500;
-}
-
-/** The server has refused what a reply or forward is more than another message. */
-bool isAboutResponse(const Eas::Result &failure)
-{
-    return failure.status == ItemGone || failure.status == RepliesForbidden
-        || failure.status == ReplyFailed
-        || (failure.status >= FirstMisunderstood && failure.status <= LastMisunderstood)
-        || failure.httpStatus == HttpBadRequest || failure.httpStatus == HttpNotImplemented;
+    // ReplaceMime may be what an answer does not understand, or cannot do.
+    return outcome == Eas::Outcome::ItemGone || outcome == Eas::Outcome::ResponseRefused
+        || outcome == Eas::Outcome::NotUnderstood || outcome == Eas::Outcome::NotImplemented;
 }
 
 /** The server has said that it does not send the message. */
@@ -67,24 +47,24 @@ bool isRefusal(const Eas::Result &result)
     case Eas::Timeout:
     case Eas::InvalidAnswer:
     case Eas::Cancelled:
-        return result.status > 0;
+        return result.isStatus();
     case Eas::ServerFailed:
-        return isClientError(result.httpStatus)
-            || (result.status > 0
-                && (result.status < FirstServerError || result.status > LastServerError));
+        return result.outcome == Eas::Outcome::Refused
+            || result.outcome == Eas::Outcome::NotUnderstood
+            || (result.isStatus() && result.outcome != Eas::Outcome::Uncertain);
     default:
         return true;
     }
 }
 
 /** Its author has removed it, or has made it a draft again. */
-bool isTakenBack(const QMailMessage &message, const QMailMessage &before)
+bool hasTakenBack(const QMailMessageMetaData &message, quint64 statusBefore)
 {
     const quint64 notToGo = QMailMessage::Trash | QMailMessage::Draft | QMailMessage::Removed;
-    return !message.id().isValid() || (message.status() & notToGo & ~before.status()) != 0;
+    return !message.id().isValid() || (message.status() & notToGo & ~statusBefore) != 0;
 }
 
-bool isEdited(const QMailMessage &message, const QMailMessage &before)
+bool isEdited(const QMailMessageMetaData &message, const QMailMessageMetaData &before)
 {
     // Whatever is written into the store has a new identifier there.
     return message.contentIdentifier() != before.contentIdentifier()
@@ -96,42 +76,43 @@ bool isEdited(const QMailMessage &message, const QMailMessage &before)
 } // namespace
 
 MailSending::MailSending(const AccountContext &context, const QMailMessageId &id, QObject *parent)
-    : Job(parent)
-    , m_context(context)
+    : Job(context, parent)
     , m_id(id)
     , m_outbox(*context.db, context.record)
+    , m_statusAsked(Store::currentMessage(id).status())
 {
 }
 
 MailSending::~MailSending()
 {
-    // It reads from the file.
+    // The command reads from the file.
     delete m_command;
 }
 
-bool MailSending::join(const Request &request)
+bool MailSending::isTakenBack() const
 {
-    if (request.kind != RequestKind::SendMail || request.messageId != m_id.toULongLong() || m_over)
+    return m_takenBack || hasTakenBack(Store::currentMessage(m_id), m_statusAsked);
+}
+
+Eas::Result MailSending::takenBack()
+{
+    return {Eas::NotFound, FailureText::english("the message has been removed or taken back")};
+}
+
+bool MailSending::mayJoin(const Request &request) const
+{
+    if (request.kind != RequestKind::SendMail || request.messageId != m_id.toULongLong())
         return false;
-    m_requests.append(request);
-    return true;
+    // What was edited since it left is another message.
+    return !m_file || !m_file->hasBegun() || !m_outbox.isEdited(m_outgoing);
 }
 
 bool MailSending::drop(int requestId)
 {
-    m_requests.erase(
-        std::remove_if(m_requests.begin(), m_requests.end(),
-                       [requestId](const Request &request) { return request.id == requestId; }),
-        m_requests.end());
-    return m_requests.isEmpty() && !(m_file && m_file->hasBegun());
+    return Job::drop(requestId) && !(m_file && m_file->hasBegun());
 }
 
-void MailSending::proceed()
-{
-    QTimer::singleShot(0, this, &MailSending::begin);
-}
-
-void MailSending::begin()
+void MailSending::perform()
 {
     const Eas::Result opened = m_outbox.open(m_id, &m_outgoing);
     if (!opened.ok())
@@ -148,17 +129,23 @@ void MailSending::begin()
 
 void MailSending::send()
 {
-    m_outbox.noteReason(m_id, QString()); // what it said of the last try
+    m_outbox.noteReason(m_id, QString()); // clears that of the last attempt
     const QMailMessage message(m_id);
-    Eas::Result known;
-    if (!message.id().isValid())
-        known = {Eas::NotFound, QStringLiteral("the message has been removed")};
-    else
-        known = Store::OutgoingMail::checkRecipients(message);
+    if (endIfTakenBack(message))
+        return;
+    const Eas::Result known = Store::OutgoingMail::checkRecipients(message);
     if (known.ok())
         prepare(message);
     else
         finish(known);
+}
+
+bool MailSending::endIfTakenBack(const QMailMessage &message)
+{
+    m_takenBack = hasTakenBack(message, m_statusAsked);
+    if (m_takenBack)
+        finish(takenBack());
+    return m_takenBack;
 }
 
 void MailSending::prepare(const QMailMessage &message)
@@ -167,26 +154,20 @@ void MailSending::prepare(const QMailMessage &message)
     if (m_plain)
         m_plan = m_plan.plain();
     auto *preparation = new SendingPreparation(m_context, message, m_plan, this);
-    connect(preparation, &Task::finished, this,
-            [this, message, preparation](const Eas::Result &result) {
-                preparation->deleteLater();
-                onPrepared(message, *preparation, result);
-            });
-    preparation->proceed();
+    run(preparation, [this, message, preparation](const Eas::Result &result) {
+        onPrepared(message, *preparation, result);
+    });
 }
 
-/** To fetch what it needs can have taken long: it goes as it is now, or not at all. */
+/** The preparation can have taken long: the message goes as it is now, or not at all. */
 void MailSending::onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                              const Eas::Result &result)
 {
     QMailMessage message(m_id);
-    m_takenBack = isTakenBack(message, prepared);
-    if (m_takenBack) {
-        finish({Eas::NotFound, QStringLiteral("the message has been removed or taken back")});
+    if (endIfTakenBack(message))
         return;
-    }
     if (isEdited(message, prepared)) {
-        send();
+        perform();
         return;
     }
     const Eas::Result composed = result.ok() ? compose(&message, preparation.original()) : result;
@@ -198,6 +179,9 @@ void MailSending::onPrepared(const QMailMessage &prepared, const SendingPreparat
 
 Eas::Result MailSending::compose(QMailMessage *message, const QMailMessage &original)
 {
+    m_composed = *message;
+    m_outgoing.print = Store::OutgoingPrint::of(*message);
+    m_outgoing.rfcId = Store::OutgoingMail::rfcId(*message, m_outgoing);
     const Eas::Result completed = Store::OutgoingMail::completeParts(message, m_plan);
     if (!completed.ok())
         return completed;
@@ -209,20 +193,15 @@ Eas::Result MailSending::compose(QMailMessage *message, const QMailMessage &orig
         return written;
     if (!m_file->close())
         return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
-                            QStringLiteral("the message cannot be prepared: disk full"));
+                            FailureText::english("the message cannot be prepared: disk full"));
     return {};
 }
 
 void MailSending::leave()
 {
+    m_isStale = false;
     m_command = new Eas::SendMailCommand(m_context.session, mail());
-    connect(m_command, &Eas::Command::finished, this, [this] {
-        Eas::SendMailCommand *ended = m_command;
-        m_command = nullptr;
-        ended->deleteLater();
-        onSent(judged(ended->result()));
-    });
-    m_command->start();
+    run(m_command, [this] { onSent(resultForAuthor(m_command->result())); });
 }
 
 Eas::OutgoingMail MailSending::mail()
@@ -243,14 +222,20 @@ bool MailSending::canFallBack(const Eas::Result &failure) const
 {
     if (m_plan.kind == Store::ResponsePlan::Plain)
         return false;
-    // An older server says no more than that it failed; what says all went to it as plain.
+    // Before 14.0 a server says no more than that it failed, and a message that needs nothing added
+    // has gone as a plain one already.
     if (m_context.session->version() < 140)
         return m_plan.serverAdds && failure.code == Eas::ServerFailed;
-    return isAboutResponse(failure);
+    return isAboutResponse(failure.outcome);
 }
 
+/** Looks at the message once more: to reach the server can have taken long, too. */
 bool MailSending::noteLeaving()
 {
+    const QMailMessageMetaData message = Store::currentMessage(m_id);
+    m_isStale = hasTakenBack(message, m_statusAsked) || isEdited(message, m_composed);
+    if (m_isStale)
+        return false;
     m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();
     m_outgoing.state = Store::Outgoing::Uncertain;
     const Eas::Result noted = m_outbox.save(m_outgoing, m_outgoing.state);
@@ -263,17 +248,39 @@ void MailSending::onSent(const Eas::Result &answer)
 {
     const bool hasLeft = m_file->hasEnded();
     if (answer.ok()) {
-        finish(answer);
+        onAccepted(answer);
     } else if (hasLeft && !isRefusal(answer)) {
         onFailed(answer);
     } else {
         m_outgoing.state = Store::Outgoing::Ready;
         m_outbox.save(m_outgoing, m_outgoing.state);
-        if (canFallBack(answer))
+        if (m_isStale)
+            perform();
+        else if (canFallBack(answer))
             sendPlain();
         else
             onFailed(answer);
     }
+}
+
+/**
+ * The server has what left. A request that ends well has the message server remove the message: not
+ * before what its author has written meanwhile has gone, too.
+ */
+void MailSending::onAccepted(const Eas::Result &answer)
+{
+    if (m_waiters.isEmpty() || !isEditedSinceItLeft()) {
+        finish(answer);
+        return;
+    }
+    m_outbox.save(m_outgoing, Store::Outgoing::Sent);
+    sendEdited();
+}
+
+bool MailSending::isEditedSinceItLeft() const
+{
+    // The look at the content takes long for a large one: only where something was written.
+    return isEdited(Store::currentMessage(m_id), m_composed) && m_outbox.isEdited(m_outgoing);
 }
 
 void MailSending::sendPlain()
@@ -290,10 +297,10 @@ void MailSending::onFailed(const Eas::Result &failure)
     const std::optional<int> delay = m_retry.nextDelay(failure);
     const bool isUncertain = m_file->hasEnded() && !isRefusal(failure);
     if (delay) {
-        QTimer::singleShot(*delay, this, &MailSending::begin);
+        Alarm::once(*delay, this, [this] { perform(); });
     } else if (isUncertain && failure.code != Eas::Timeout) {
         m_failure = failure;
-        QTimer::singleShot(LookupDelayMs, this, &MailSending::lookUp);
+        Alarm::once(Pauses::BeforeSentCopy, this, [this] { lookUp(); });
     } else {
         finish(failure);
     }
@@ -303,11 +310,7 @@ void MailSending::lookUp()
 {
     m_byHand = m_outgoing.state == Store::Outgoing::Doubtful;
     auto *lookup = new SentLookup(m_context, SentMark::of(m_outgoing), this);
-    connect(lookup, &Task::finished, this, [this, lookup](const Eas::Result &result) {
-        lookup->deleteLater();
-        onLooked(*lookup, result);
-    });
-    lookup->proceed();
+    run(lookup, [this, lookup](const Eas::Result &result) { onLooked(*lookup, result); });
 }
 
 void MailSending::onLooked(const SentLookup &lookup, const Eas::Result &result)
@@ -316,6 +319,8 @@ void MailSending::onLooked(const SentLookup &lookup, const Eas::Result &result)
     const bool goesAgain = m_failure.ok() || canFallBack(m_failure);
     if (!result.ok())
         finish(m_failure.ok() ? result : m_failure);
+    else if (m_outbox.isEdited(m_outgoing))
+        sendEdited();
     else if (answer == SentLookup::There)
         finish({});
     else if (answer == SentLookup::Unclear && !m_byHand)
@@ -330,33 +335,39 @@ void MailSending::onLooked(const SentLookup &lookup, const Eas::Result &result)
         send();
 }
 
-/** Not known to be sent, and not to be sent again by itself. */
+/** An earlier version was looked for: sends the present one, if somebody waits for it. */
+void MailSending::sendEdited()
+{
+    m_failure = {};
+    if (m_waiters.isEmpty())
+        finish({Eas::Cancelled, FailureText::english("the message has been edited")});
+    else
+        perform();
+}
+
+/** Ends as doubtful: it may have been sent, and only a person has it sent again. */
 void MailSending::endInDoubt()
 {
     Eas::Result doubt = m_failure;
     doubt.code = m_failure.ok() ? int(Eas::Timeout) : m_failure.code;
     doubt.text = Store::Outbox::doubt();
     if (!m_failure.ok())
-        doubt.text += QStringLiteral(" (%1)").arg(m_failure.text);
+        doubt.text = FailureText::english("%1 (%2)").arg(doubt.text, m_failure.text);
     m_outgoing.state = Store::Outgoing::Doubtful;
     finish(doubt);
 }
 
 void MailSending::finish(const Eas::Result &result)
 {
-    m_over = true;
     qCInfo(lcDaemon).noquote()
         << "account" << m_context.id().toULongLong() << "message" << m_id.toULongLong()
         << (result.ok() ? QStringLiteral("is sent")
                         : QStringLiteral("is not sent: %1 %2").arg(result.code).arg(result.text));
     settle(result);
-    for (const Request &request : qAsConst(m_requests))
-        emit requestFinished(request.id, result);
-    m_requests.clear();
-    emit over(result);
+    end(result);
 }
 
-/** Makes the end durable, and where nobody else does, visible. */
+/** Saves the end, and where no request reports it, brings the message into that state. */
 void MailSending::settle(const Eas::Result &result)
 {
     const QString reason = QStringLiteral("%1 %2").arg(result.code).arg(result.text);
@@ -367,8 +378,11 @@ void MailSending::settle(const Eas::Result &result)
         settled = m_outbox.hold(m_outgoing, reason);
     else
         m_outbox.noteReason(m_id, reason);
-    if (settled.ok() && m_requests.isEmpty() && !m_takenBack)
-        settled = result.ok() ? m_outbox.takeOut(m_id) : m_outbox.putBack(m_id, reason);
+    const bool isOurs = settled.ok() && m_waiters.isEmpty();
+    if (isOurs && !result.ok() && !isTakenBack())
+        settled = m_outbox.putBack(m_id, reason);
+    else if (isOurs && result.ok() && !m_outbox.isEdited(m_outgoing))
+        settled = m_outbox.takeOut(m_id);
     if (!settled.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << settled.text;
 }

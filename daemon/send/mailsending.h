@@ -3,11 +3,9 @@
 #define DAEMON_SEND_MAILSENDING_H
 
 #include "daemon/send/outgoingfile.h"
-#include "daemon/store/outbox.h"
-#include "daemon/store/responseplan.h"
-#include "daemon/tasks/accountcontext.h"
+#include "daemon/store/outgoing/outbox.h"
+#include "daemon/store/outgoing/responseplan.h"
 #include "daemon/tasks/job.h"
-#include "daemon/tasks/retry.h"
 
 #include <qmailmessage.h>
 
@@ -41,49 +39,53 @@ public:
     ~MailSending() override;
 
     QMailMessageId messageId() const { return m_id; }
+    /** Whether its author has taken it back since it was to be sent. */
+    bool isTakenBack() const;
+    /** How it ends then. */
+    static Eas::Result takenBack();
 
-    bool isUrgent() const override { return true; }
-    QList<Request> requests() const override { return m_requests; }
-    bool join(const Request &request) override;
     bool drop(int requestId) override;
-    void proceed() override;
 
 private:
-    void begin();
+    void perform() override;
+    bool mayJoin(const Request &request) const override;
     void send();
+    bool endIfTakenBack(const QMailMessage &message);
     void prepare(const QMailMessage &message);
     void onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                     const Eas::Result &result);
     Eas::Result compose(QMailMessage *message, const QMailMessage &original);
     void leave();
     Eas::OutgoingMail mail();
-    /** Whether it can still go without the server's help. */
+    /** Whether it can be sent as a plain message instead. */
     bool canFallBack(const Eas::Result &failure) const;
     bool noteLeaving();
     void sendPlain();
     void onSent(const Eas::Result &answer);
+    void onAccepted(const Eas::Result &answer);
+    bool isEditedSinceItLeft() const;
     void onFailed(const Eas::Result &failure);
     void lookUp();
     void onLooked(const SentLookup &lookup, const Eas::Result &result);
+    void sendEdited();
     void endInDoubt();
     void finish(const Eas::Result &result);
     void settle(const Eas::Result &result);
 
-    const AccountContext m_context;
     const QMailMessageId m_id;
     Store::Outbox m_outbox;
+    const quint64 m_statusAsked; ///< the message's status when somebody asked for it
     Store::Outgoing m_outgoing;
-    QList<Request> m_requests;
+    QMailMessageMetaData m_composed; ///< the message of which the file was made
+    bool m_isStale = false;          ///< it was changed or taken back before it left
     Store::ResponsePlan m_plan;
     bool m_takenBack = false; ///< by its author, before it left
-    bool m_plain = false;     ///< the server cannot help with it
+    bool m_plain = false;     ///< it goes as a plain message, no reply or forward
     /** Nobody could tell whether it was sent, and a person has it sent again. */
     bool m_byHand = false;
     std::unique_ptr<OutgoingFile> m_file;
-    Eas::SendMailCommand *m_command = nullptr;
+    QPointer<Eas::SendMailCommand> m_command;
     Eas::Result m_failure; ///< why it has to be found out whether the server has it
-    Retry m_retry;
-    bool m_over = false;
 };
 
 } // namespace Daemon

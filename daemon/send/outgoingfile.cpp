@@ -19,8 +19,9 @@ public:
 protected:
     qint64 readData(char *data, qint64 size) override
     {
-        if (!m_owner->m_begun && m_owner->mayLeave && !m_owner->mayLeave())
+        if (!m_mayLeave && m_owner->mayLeave && !m_owner->mayLeave())
             return -1;
+        m_mayLeave = true;
         m_owner->m_begun = true;
         const qint64 count = QFile::readData(data, size);
         m_read += qMax<qint64>(0, count);
@@ -30,6 +31,7 @@ protected:
 
 private:
     OutgoingFile *const m_owner;
+    bool m_mayLeave = false;
     qint64 m_read = 0;
 };
 
@@ -48,6 +50,7 @@ bool OutgoingFile::close()
 
 std::unique_ptr<QIODevice> OutgoingFile::reader()
 {
+    m_ended = false;
     return std::make_unique<Reader>(this);
 }
 

@@ -22,13 +22,18 @@ public:
     bool close();
     qint64 size() const { return m_size; }
 
-    /** Called before the first byte is read; false keeps all of them here. */
+    /** Called by each reader before its first byte is read; false keeps all of them here. */
     std::function<bool()> mayLeave;
-    /** Whether a byte was read from here, and whether the last one was. */
+    /** Whether a byte was ever read from here. */
     bool hasBegun() const { return m_begun; }
+    /** Whether the last byte was read by the last reader. */
     bool hasEnded() const { return m_ended; }
 
-    /** What the file holds, from its first byte; the file must outlive the device. */
+    /**
+     * What the file holds, from its first byte; the file must outlive the device.
+     *
+     * A second one is for a server that has refused what the first had read.
+     */
     std::unique_ptr<QIODevice> reader();
 
 private:

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/send/sendingpreparation.h"
 
-#include "daemon/bus/logging.h"
 #include "daemon/download/attachmentdownload.h"
 #include "daemon/download/messagedownload.h"
+#include "daemon/log/logging.h"
 #include "daemon/send/headfetch.h"
-#include "daemon/store/outgoingmail.h"
-#include "daemon/store/replyheaders.h"
+#include "daemon/store/outgoing/outgoingmail.h"
+#include "daemon/store/outgoing/replyheaders.h"
 
 namespace Daemon {
 
 namespace {
 
-/** It is about this one message; anything else would stop the sending, too. */
+/** Whether the preparation goes on: the failure is about one message, not about the account. */
 bool isBearable(const Eas::Result &result)
 {
     return result.ok() || result.code == Eas::NotFound || result.code == Eas::InvalidAnswer
@@ -29,7 +29,7 @@ SendingPreparation::SendingPreparation(const AccountContext &context, const QMai
 {
 }
 
-void SendingPreparation::proceed()
+void SendingPreparation::perform()
 {
     QMailMessage message = m_message;
     Store::OutgoingMail::leaveToServer(&message, m_plan);
@@ -37,7 +37,7 @@ void SendingPreparation::proceed()
     if (known.ok())
         fetchNext();
     else
-        finishLater(known);
+        end(known);
 }
 
 void SendingPreparation::fetchNext()
@@ -50,14 +50,10 @@ void SendingPreparation::fetchNext()
     qCInfo(lcDaemon) << "account" << m_context.id() << "message" << m_message.id().toULongLong()
                      << "passes on what is not here:" << origin.message.toULongLong()
                      << origin.location;
-    Task *step = origin.location.isEmpty()
+    Task *download = origin.location.isEmpty()
         ? static_cast<Task *>(new MessageDownload(m_context, origin.message, this))
         : new AttachmentDownload(m_context, origin.message, origin.location, this);
-    connect(step, &Task::finished, this, [this, step, origin](const Eas::Result &result) {
-        step->deleteLater();
-        onFetched(origin, result);
-    });
-    step->proceed();
+    run(download, [this, origin](const Eas::Result &result) { onFetched(origin, result); });
 }
 
 void SendingPreparation::onFetched(const Store::ContentOrigin &origin, const Eas::Result &result)
@@ -66,7 +62,7 @@ void SendingPreparation::onFetched(const Store::ContentOrigin &origin, const Eas
         Eas::Result failure = result;
         failure.text =
             QStringLiteral("what the message passes on cannot be fetched: %1").arg(result.text);
-        emit finished(failure, false);
+        end(failure);
         return;
     }
     if (origin.location.isEmpty())
@@ -92,15 +88,15 @@ void SendingPreparation::findOriginal()
     const bool isReply = m_message.responseType() == QMailMessage::Reply
         || m_message.responseType() == QMailMessage::ReplyToAll;
     if (!isReply || !m_plan.originalId.isValid() || !Store::ReplyHeaders::isIncomplete(m_message)) {
-        finishLater({});
+        end({});
         return;
     }
     const QMailMessage original(m_plan.originalId);
-    const auto uid = Store::ServerUid::split(original.serverUid());
+    const Store::ServerUid uid(original);
     const bool isKnown = !original.headerFieldText(QStringLiteral("Message-ID")).isEmpty();
     if (isKnown || !uid.isKnownThere()) {
         m_original = original;
-        finishLater({});
+        end({});
     } else {
         askForOriginal(uid);
     }
@@ -109,13 +105,11 @@ void SendingPreparation::findOriginal()
 void SendingPreparation::askForOriginal(const Store::ServerUid &uid)
 {
     auto *fetch = new HeadFetch(m_context, uid.locator(), this);
-    connect(fetch, &Task::finished, this, [this, fetch](const Eas::Result &result) {
-        fetch->deleteLater();
+    run(fetch, [this, fetch](const Eas::Result &result) {
         if (result.ok())
             m_original = fetch->message();
-        emit finished(isBearable(result) ? Eas::Result {} : result, false);
+        end(isBearable(result) ? Eas::Result {} : result);
     });
-    fetch->proceed();
 }
 
 } // namespace Daemon

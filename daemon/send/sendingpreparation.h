@@ -2,8 +2,8 @@
 #ifndef DAEMON_SEND_SENDINGPREPARATION_H
 #define DAEMON_SEND_SENDINGPREPARATION_H
 
-#include "daemon/store/references.h"
-#include "daemon/store/responseplan.h"
+#include "daemon/store/outgoing/references.h"
+#include "daemon/store/outgoing/responseplan.h"
 #include "daemon/tasks/task.h"
 
 #include <qmailmessage.h>
@@ -24,12 +24,11 @@ public:
     SendingPreparation(const AccountContext &context, const QMailMessage &message,
                        const Store::ResponsePlan &plan, QObject *parent);
 
-    void proceed() override;
-
     /** The original of a reply, or of it only the headers; empty where nothing is known of it. */
     QMailMessage original() const { return m_original; }
 
 private:
+    void perform() override;
     void fetchNext();
     void onFetched(const Store::ContentOrigin &origin, const Eas::Result &result);
     void queueParts(const QMailMessageId &id);

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/send/sentlookup.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
 #include "daemon/send/headfetch.h"
-#include "daemon/store/outgoingmail.h"
+#include "daemon/store/outgoing/outgoingmail.h"
+#include "daemon/store/outgoing/texttraces.h"
 #include "daemon/store/serveruid.h"
-#include "daemon/store/texttraces.h"
+#include "daemon/store/state/folderkeys.h"
+#include "daemon/store/storefailure.h"
 #include "daemon/sync/folderstep.h"
 #include "daemon/sync/foldersync.h"
 #include "daemon/sync/treestep.h"
-#include "eas/folderchanges.h"
 #include "eas/httpchannel.h"
 
 #include <QDateTime>
@@ -24,7 +25,7 @@ namespace Daemon {
 
 namespace {
 
-/** The server's clock may be so many seconds behind: what came before is another message. */
+/** The server's clock may be so many seconds behind: messages that are older are not looked at. */
 constexpr qint64 ClockSlack = 24 * 60 * 60;
 /** So many messages are asked for at most. */
 constexpr int MaximumCandidates = 50;
@@ -36,20 +37,40 @@ constexpr qint64 EarliestArrival = 10 * 60;
 constexpr qint64 LatestArrival = 60 * 60;
 
 /**
- * How long a server may still be at a message that it has got, milliseconds: only then does it tell
- * something that the message is not in its folder. A part of what is waited for an answer.
+ * How many milliseconds a server may take to put a message that it has got into its folder: before,
+ * its absence there says nothing. A part of the time that an answer is waited for.
  */
 int settlingTime()
 {
     return Eas::HttpTimes::usual().answer / 8;
 }
 
-void collectPlaces(const QMailAddress &address, QSet<QString> *places)
+/** For how many days a server shows messages at least; 0: for ever. */
+int daysOf(Eas::FilterType filter)
+{
+    switch (filter) {
+    case Eas::FilterType::Everything:
+        break;
+    case Eas::FilterType::OneDay:
+        return 1;
+    case Eas::FilterType::ThreeDays:
+        return 3;
+    case Eas::FilterType::OneWeek:
+        return 7;
+    case Eas::FilterType::TwoWeeks:
+        return 14;
+    case Eas::FilterType::OneMonth:
+        return 28; // a February's
+    }
+    return 0;
+}
+
+void collectAddresses(const QMailAddress &address, QSet<QString> *places)
 {
     const QList<QMailAddress> members =
         address.isGroup() ? address.groupMembers() : QList<QMailAddress>();
     for (const QMailAddress &member : members)
-        collectPlaces(member, places);
+        collectAddresses(member, places);
     if (!address.isGroup())
         places->insert(address.address().toLower());
 }
@@ -58,7 +79,7 @@ QSet<QString> visibleRecipients(const QMailMessage &message)
 {
     QSet<QString> places;
     for (const QMailAddress &address : message.to() + message.cc())
-        collectPlaces(address, &places);
+        collectAddresses(address, &places);
     return places;
 }
 
@@ -67,21 +88,27 @@ bool isSameSubject(const QString &one, const QString &other)
     return one.simplified().compare(other.simplified(), Qt::CaseInsensitive) == 0;
 }
 
-/** An id as this program gives them, so that the message is another one of its own. */
+/** Whether the id is of the form that this program gives: then it is that of another message. */
 bool isOwnId(const QByteArray &id, const QByteArray &own)
 {
     static const QRegularExpression form(QStringLiteral("^<[0-9a-f]{32}@"));
     return form.match(QString::fromLatin1(id)).hasMatch() && id.mid(33) == own.mid(33);
 }
 
-/** What the head says, UTC seconds since 1970. */
+/** The date of the head, UTC seconds since 1970. */
 std::optional<qint64> dateOf(const QMailMessage &head)
 {
     const QDateTime date = QMailTimeStamp(head.headerFieldText(QStringLiteral("Date"))).toUTC();
     return date.isValid() ? std::make_optional(date.toSecsSinceEpoch()) : std::nullopt;
 }
 
-/** The server cannot be asked now, and perhaps can later. */
+bool isServersTrouble(Eas::Outcome outcome)
+{
+    return outcome == Eas::Outcome::Broken || outcome == Eas::Outcome::Unavailable
+        || outcome == Eas::Outcome::NotImplemented;
+}
+
+/** Whether the server cannot be asked now, and perhaps can later. */
 bool isPassing(const Eas::Result &result)
 {
     switch (result.code) {
@@ -89,7 +116,8 @@ bool isPassing(const Eas::Result &result)
     case Eas::InvalidAnswer:
         return false;
     case Eas::ServerFailed:
-        return result.retryAfter > 0 || result.httpStatus >= 500 || Retry().nextDelay(result);
+        return result.retryAfter > 0 || isServersTrouble(result.outcome)
+            || Retry().nextDelay(result);
     default:
         return true;
     }
@@ -102,7 +130,10 @@ SentMark SentMark::of(const Store::Outgoing &outgoing)
     const QMailMessage message(outgoing.messageId);
     SentMark mark;
     mark.id = outgoing.messageId;
-    mark.rfcId = Store::OutgoingMail::rfcId(message, outgoing);
+    // The one that was noted: the mail program may have written another one since.
+    mark.rfcId =
+        outgoing.print.isEmpty() ? Store::OutgoingMail::rfcId(message, outgoing) : outgoing.rfcId;
+    mark.earlierIds = outgoing.earlierIds;
     mark.subject = message.subject();
     mark.recipients = visibleRecipients(message);
     mark.text = Store::TextTraces::beginning(message);
@@ -121,16 +152,6 @@ SentLookup::SentLookup(const AccountContext &context, const SentMark &mark, QObj
 {
 }
 
-std::optional<Store::FolderState> SentLookup::folderOf(const AccountContext &context)
-{
-    const auto folders = context.db->folders(context.id());
-    for (const Store::FolderState &folder : folders) {
-        if (folder.type == Eas::SentItems)
-            return folder;
-    }
-    return std::nullopt;
-}
-
 int SentLookup::timeToSettle(const Store::Outgoing &outgoing)
 {
     const qint64 passed = QDateTime::currentMSecsSinceEpoch() - outgoing.leftAt;
@@ -138,27 +159,12 @@ int SentLookup::timeToSettle(const Store::Outgoing &outgoing)
     return passed < 0 ? 0 : int(qMax<qint64>(0, settlingTime() - passed));
 }
 
-void SentLookup::proceed()
-{
-    syncFolder();
-}
-
-void SentLookup::run(Task *step, std::function<void(const Eas::Result &, bool)> then)
-{
-    connect(step, &Task::paused, step, &Task::proceed);
-    connect(step, &Task::finished, this, [step, then](const Eas::Result &result, bool local) {
-        step->deleteLater();
-        then(result, local);
-    });
-    step->proceed();
-}
-
 void SentLookup::syncFolder()
 {
-    const auto folder = folderOf(m_context);
+    const auto folder = m_context.folders().find(Eas::SentItems);
     if (!folder && m_treeIsFresh) {
         qCInfo(lcSync) << "account" << m_context.id() << "has no folder of sent messages";
-        end(Unclear);
+        conclude(Unclear);
         return;
     }
     if (!folder) {
@@ -166,43 +172,52 @@ void SentLookup::syncFolder()
         return;
     }
     run(new FolderStep(m_context, folder->serverId, FolderSync::TextBound, this),
-        [this, folder](const auto &result, bool local) {
+        [this, folder](const Eas::Result &result) {
             if (result.ok())
                 collect(folder->folderId);
-            else if (FolderSync::isTreeStale(result) && !m_treeIsFresh)
+            else if (result.outcome == Eas::Outcome::TreeStale && !m_treeIsFresh)
                 syncTree();
             else
-                endUnlooked(result, local);
+                endUnlooked(result);
         });
 }
 
 void SentLookup::syncTree()
 {
     m_treeIsFresh = true;
-    run(new TreeStep(m_context, this), [this](const auto &result, bool local) {
+    run(new TreeStep(m_context, this), [this](const Eas::Result &result) {
         if (result.ok())
             syncFolder();
         else
-            endUnlooked(result, local);
+            endUnlooked(result);
     });
 }
 
-void SentLookup::end(Answer answer)
+void SentLookup::conclude(Answer answer)
 {
-    m_answer = answer;
-    finishLater({});
+    // What the server does not show any more cannot be missed.
+    m_answer = answer == NotThere && isOutOfRange() ? Unclear : answer;
+    end({});
 }
 
-/** Where it is of no use to try again, it cannot be found out. */
-void SentLookup::endUnlooked(const Eas::Result &result, bool local)
+/** Whether the copy may be too old for what is asked for, by its arrival or by its head's time. */
+bool SentLookup::isOutOfRange() const
 {
-    if (local || isPassing(result)) {
-        emit finished(result, local);
+    const int days = daysOf(FolderSync::filterOf(m_context.record));
+    const qint64 begin = QDateTime::currentSecsSinceEpoch() - qint64(days) * 24 * 60 * 60;
+    return days > 0 && m_mark.written < begin + EarliestArrival;
+}
+
+/** Fails where another attempt may help; else nobody can tell whether the message was sent. */
+void SentLookup::endUnlooked(const Eas::Result &result)
+{
+    if (result.cause == Eas::Cause::Here || isPassing(result)) {
+        end(result);
         return;
     }
     qCWarning(lcSync) << "account" << m_context.id()
                       << "does not show what was sent:" << result.text;
-    end(Unclear);
+    conclude(Unclear);
 }
 
 void SentLookup::collect(const QMailFolderId &folder)
@@ -214,8 +229,12 @@ void SentLookup::collect(const QMailFolderId &folder)
         key,
         QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::Subject
             | QMailMessageKey::ReceptionTimeStamp);
+    if (QMailStore::instance()->lastError() != QMailStore::NoError) {
+        end(Store::storeFailure(QStringLiteral("cannot look through the sent messages")));
+        return;
+    }
     for (const QMailMessageMetaData &message : found) {
-        const auto uid = Store::ServerUid::split(message.serverUid());
+        const Store::ServerUid uid(message);
         if (uid.isKnownThere())
             m_candidates.append({uid.locator(), message.id(),
                                  message.receivedDate().toUTC().toSecsSinceEpoch(),
@@ -233,16 +252,14 @@ void SentLookup::collect(const QMailFolderId &folder)
 void SentLookup::askNext()
 {
     if (m_candidates.isEmpty()) {
-        end(m_answer);
+        conclude(m_answer);
         return;
     }
     const Candidate candidate = m_candidates.takeFirst();
     auto *fetch = new HeadFetch(m_context, candidate.locator, this);
-    connect(fetch, &Task::finished, this, [this, fetch, candidate](const Eas::Result &result) {
-        fetch->deleteLater();
+    run(fetch, [this, fetch, candidate](const Eas::Result &result) {
         onHead(candidate, result, fetch->message());
     });
-    fetch->proceed();
 }
 
 void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
@@ -251,14 +268,14 @@ void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
     if (!result.ok() && result.code != Eas::NotFound) {
         const bool isDoubt = candidate.isAlike || m_answer == Unclear;
         if (isPassing(result) || isDoubt)
-            endUnlooked(result, false);
+            endUnlooked(result);
         else
-            end(NotThere); // all others have another subject as well
+            conclude(NotThere); // all others have another subject as well
         return;
     }
     const Answer answer = result.ok() ? compare(candidate, head) : NotThere;
     if (answer == There) {
-        end(There);
+        conclude(There);
         return;
     }
     if (answer == Unclear)
@@ -271,17 +288,17 @@ SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMe
     const QByteArray id = head.headerFieldText(QStringLiteral("Message-ID")).trimmed().toUtf8();
     if (id == m_mark.rfcId)
         return There;
-    if (!candidate.isAlike || isOwnId(id, m_mark.rfcId))
+    if (!candidate.isAlike || isOwnId(id, m_mark.rfcId) || m_mark.earlierIds.contains(id))
         return NotThere;
     if (id.isEmpty())
         return Unclear;
     const QSet<QString> recipients = visibleRecipients(head);
     if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
         return NotThere;
-    // What the mail store had before the message is at most like it.
-    const bool isSame = candidate.id.toULongLong() > m_mark.id.toULongLong()
-        && recipients == m_mark.recipients && dateOf(head) == m_mark.date
-        && candidate.received >= m_mark.written - EarliestArrival
+    // A message that was in the mail store before this one leaves a doubt at most.
+    const bool isSame = m_mark.earlierIds.isEmpty()
+        && candidate.id.toULongLong() > m_mark.id.toULongLong() && recipients == m_mark.recipients
+        && dateOf(head) == m_mark.date && candidate.received >= m_mark.written - EarliestArrival
         && candidate.received < m_mark.left + LatestArrival
         && Store::TextTraces::contains(head, m_mark.text)
         && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))

@@ -2,6 +2,7 @@
 #ifndef DAEMON_SEND_SENTLOOKUP_H
 #define DAEMON_SEND_SENTLOOKUP_H
 
+#include "daemon/store/state/outgoingtable.h"
 #include "daemon/tasks/task.h"
 #include "eas/itemlocator.h"
 
@@ -16,12 +17,13 @@ struct SentMark
 {
     QMailMessageId id;
     QByteArray rfcId;
+    QList<QByteArray> earlierIds; ///< what its earlier versions had instead
     QString subject;
     QSet<QString> recipients; ///< those that all others see
     QString text;             ///< the letters that it begins with
     QSet<QString> attachments;
     qint64 date = 0; ///< what its head says, UTC seconds since 1970
-    /** The server shows it with a time of these, or between; UTC seconds since 1970. */
+    /** The server shows it with a time between these two; UTC seconds since 1970. */
     qint64 written = 0;
     qint64 left = 0;
 
@@ -34,8 +36,9 @@ struct SentMark
  * Synchronises that folder, which every server can do, and then asks for the head of each message
  * there that is young enough until one has the Message-ID. Some servers write one of their own:
  * what has the message's subject, recipients, date, text and attachments, and came there when it
- * left, is the message, too. What has only some of these (an earlier version of it, perhaps), or
- * cannot be looked at, leaves a doubt.
+ * left, is the message, too, unless an earlier version of it may be there. What has only some of
+ * these, or cannot be looked at, leaves a doubt, and so does what is not there where the account's
+ * mail is kept for less time than has passed since it left.
  *
  * Fails, and says nothing, where the server cannot be asked just now.
  */
@@ -46,14 +49,9 @@ class SentLookup : public Task
 public:
     SentLookup(const AccountContext &context, const SentMark &mark, QObject *parent);
 
-    void proceed() override;
-
     /** Milliseconds until it is clear that what is not in the server's folder will not come there.
      */
     static int timeToSettle(const Store::Outgoing &outgoing);
-
-    /** The server's folder of sent messages, as far as it is known. */
-    static std::optional<Store::FolderState> folderOf(const AccountContext &context);
 
     enum Answer { NotThere, There, Unclear };
     /** Valid after it has finished with Success. */
@@ -68,11 +66,12 @@ private:
         bool isAlike = false; ///< it has the subject
     };
 
+    void perform() override { syncFolder(); }
     void syncFolder();
     void syncTree();
-    void run(Task *step, std::function<void(const Eas::Result &, bool)> then);
-    void end(Answer answer);
-    void endUnlooked(const Eas::Result &result, bool local);
+    void conclude(Answer answer);
+    bool isOutOfRange() const;
+    void endUnlooked(const Eas::Result &result);
     void collect(const QMailFolderId &folder);
     void askNext();
     void onHead(const Candidate &candidate, const Eas::Result &result, const QMailMessage &head);

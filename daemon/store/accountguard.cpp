@@ -2,6 +2,7 @@
 #include "daemon/store/accountguard.h"
 
 #include "daemon/store/storefailure.h"
+#include "translations/text.h"
 
 #include <qmailstore.h>
 
@@ -14,8 +15,8 @@ Eas::Result AccountGuard::check(const QMailAccountId &account)
     if (QMailStore::instance()->countAccounts(enabled) > 0)
         return {};
     if (QMailStore::instance()->lastError() != QMailStore::NoError)
-        return storeFailure(QStringLiteral("cannot read the accounts"));
-    return {Eas::Cancelled, QStringLiteral("the account was removed or disabled")};
+        return storeFailure(FailureText::english("cannot read the accounts"));
+    return {Eas::Cancelled, FailureText::english("the account was removed or disabled")};
 }
 
 } // namespace Store

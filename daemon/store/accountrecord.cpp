@@ -10,14 +10,14 @@ namespace Store {
 
 namespace {
 
-const QString serviceKey = QStringLiteral("orvmail");
+const QString ServiceKey = QStringLiteral("orvmail");
 
 /** Reads the values, and decodes as the settings program encoded. */
 class Configuration : public QMailServiceConfiguration
 {
 public:
     explicit Configuration(const QMailAccountConfiguration &configuration)
-        : QMailServiceConfiguration(configuration, serviceKey)
+        : QMailServiceConfiguration(configuration, ServiceKey)
     {
     }
 
@@ -32,7 +32,7 @@ public:
 auto fields(const AccountRecord &a)
 {
     return std::tie(a.id, a.name, a.email, a.domain, a.userName, a.password, a.server, a.port,
-                    a.encryption, a.pushEnabled, a.keepDays);
+                    a.encryption, a.pushEnabled, a.keepDays, a.notifications);
 }
 
 } // namespace
@@ -63,7 +63,7 @@ std::optional<AccountRecord> AccountRecord::tryRead(const QMailAccountId &id)
     const QMailAccountConfiguration stored = store->accountConfiguration(id);
     if (store->lastError() != QMailStore::NoError)
         return std::nullopt;
-    if (!stored.services().contains(serviceKey))
+    if (!stored.services().contains(ServiceKey))
         return record;
     const Configuration configuration(stored);
     record.id = id;
@@ -77,6 +77,7 @@ std::optional<AccountRecord> AccountRecord::tryRead(const QMailAccountId &id)
     record.encryption = configuration.number("encryption", 0);
     record.pushEnabled = account.customField(QStringLiteral("pushEnabled")) == QLatin1String("1");
     record.keepDays = qMax(0, configuration.number("keepDays", 30));
+    record.notifications = configuration.text("notifications") != QLatin1String("0");
     return record;
 }
 

@@ -25,6 +25,8 @@ struct AccountRecord
     bool pushEnabled = false;
     /** How many days back messages are kept here; 0: all (key "keepDays", default a month). */
     int keepDays = 30;
+    /** Whether a person is told by notifications (key "notifications", default yes). */
+    bool notifications = true;
 
     bool operator==(const AccountRecord &other) const;
     bool operator!=(const AccountRecord &other) const { return !(*this == other); }

@@ -17,8 +17,8 @@ constexpr uint MessagesAtOnce = 50;
 } // namespace
 
 AccountWipe::AccountWipe(SyncStateDb &db, const QMailAccountId &account)
-    : m_db(db)
-    , m_account(account)
+    : m_account(account)
+    , m_keys(db, account)
 {
 }
 
@@ -48,7 +48,7 @@ Eas::Result AccountWipe::removeTheRest()
                               QMailStore::NoRemovalRecord)
         || !store->purgeMessageRemovalRecords(m_account))
         return storeFailure(QStringLiteral("cannot remove the folders"));
-    return m_db.removeAccount(m_account);
+    return m_keys.remove();
 }
 
 Eas::Result AccountWipe::forget(const QMailAccountId &id)

@@ -2,8 +2,8 @@
 #ifndef DAEMON_STORE_ACCOUNTWIPE_H
 #define DAEMON_STORE_ACCOUNTWIPE_H
 
+#include "daemon/store/state/accountkeys.h"
 #include "daemon/store/storejob.h"
-#include "daemon/store/syncstatedb.h"
 
 #include <qmailid.h>
 
@@ -13,8 +13,8 @@ namespace Store {
  * Removes all that is here of an account's mail: messages (those to be sent, too), folders, records
  * of deletions, and what is remembered of the server.
  *
- * The account itself stays, enabled and with its password, for the server to be told: forget() then
- * ends that.
+ * The account itself stays, enabled and with its password, until the server was told; forget() then
+ * disables it.
  */
 class AccountWipe : public StoreJob
 {
@@ -27,13 +27,13 @@ public:
 
     /** Removes the password, disables the account, and notes in its configuration that it was
      * wiped. */
-    static Eas::Result forget(const QMailAccountId &account);
+    static Eas::Result forget(const QMailAccountId &id);
 
 private:
     Eas::Result removeTheRest();
 
-    SyncStateDb &m_db;
     const QMailAccountId m_account;
+    AccountKeys m_keys;
 };
 
 } // namespace Store

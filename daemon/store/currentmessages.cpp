@@ -26,6 +26,11 @@ QMailMessageMetaData currentMessage(const QMailMessageId &id)
     return found.isEmpty() ? QMailMessageMetaData() : found.first();
 }
 
+bool isHere(const QMailMessageId &id)
+{
+    return id.isValid() && QMailStore::instance()->countMessages(QMailMessageKey::id(id)) > 0;
+}
+
 bool putBack(const QMailMessageMetaData &message)
 {
     const QMailFolderId home = message.previousParentFolderId();

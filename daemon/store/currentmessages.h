@@ -19,6 +19,9 @@ QMailMessageMetaDataList currentMessages(const QMailMessageKey &key);
 /** The one message; an invalid one where there is none. */
 QMailMessageMetaData currentMessage(const QMailMessageId &id);
 
+/** Whether the store has the message. */
+bool isHere(const QMailMessageId &id);
+
 /** Undoes a move that the server does not know of; false when the store fails. */
 bool putBack(const QMailMessageMetaData &message);
 

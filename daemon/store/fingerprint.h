@@ -9,10 +9,15 @@
 namespace Store {
 
 /** Properties of a message that its fingerprint is made of, and its id. */
-const QMailMessageKey::Properties fingerprintProperties = QMailMessageKey::Id
+const QMailMessageKey::Properties FingerprintProperties = QMailMessageKey::Id
     | QMailMessageKey::ReceptionTimeStamp | QMailMessageKey::Subject | QMailMessageKey::Sender;
 
-/** What tells a message in a folder although the server may give it another id. */
+/**
+ * By which a message of a folder is recognised when the server gives it another id.
+ *
+ * Stored in the state database while a folder is reconciled: a fingerprint that is made in another
+ * way matches nothing there.
+ */
 QByteArray fingerprint(const QMailMessageMetaData &message);
 
 } // namespace Store

@@ -4,7 +4,7 @@
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/mailtext.h"
-#include "daemon/store/serveruid.h"
+#include "daemon/store/removalrecords.h"
 #include "daemon/store/storefailure.h"
 
 #include <QElapsedTimer>
@@ -14,12 +14,12 @@ namespace Store {
 
 namespace {
 
-constexpr int stepBudget = 40;   ///< milliseconds after which a step takes up nothing more
-constexpr int maximumDepth = 60; ///< the store keeps a row for each pair of ancestors
-constexpr int maximumNameLength = 255;
-constexpr int removalBatch = 50;
+constexpr int StepBudget = 40;   ///< milliseconds after which a step takes up nothing more
+constexpr int MaximumDepth = 60; ///< the store keeps a row for each pair of ancestors
+constexpr int MaximumNameLength = 255;
+constexpr int RemovalBatch = 50;
 
-const QString serverIdField = QStringLiteral("orvmail-serverid");
+const QString ServerIdField = QStringLiteral("orvmail-serverid");
 
 /** The protocol has no type for junk; servers call it by one of these names. */
 bool isJunkName(const QString &name)
@@ -35,7 +35,7 @@ bool isJunkName(const QString &name)
 /** What the record's folder is called here. */
 QString folderName(const Eas::FolderRecord &record)
 {
-    const QString name = MailText::headerText(record.displayName, maximumNameLength);
+    const QString name = MailText::headerText(record.displayName, MaximumNameLength);
     return name.isEmpty() ? QStringLiteral("?") : name;
 }
 
@@ -82,8 +82,9 @@ quint64 currentStatus(const QMailAccountId &account)
 
 FolderWriter::FolderWriter(SyncStateDb &db, const QMailAccountId &account,
                            const Eas::FolderChanges &changes)
-    : m_db(db)
-    , m_account(account)
+    : m_account(account)
+    , m_keys(db, account)
+    , m_folders(db, account)
     , m_changes(changes)
 {
 }
@@ -100,13 +101,13 @@ bool FolderWriter::step()
     m_result = AccountGuard::check(m_account);
     if (m_result.ok() && !m_planned)
         m_result = plan();
-    while (m_result.ok() && !m_renamed.isEmpty() && timer.elapsed() < stepBudget)
+    while (m_result.ok() && !m_renamed.isEmpty() && timer.elapsed() < StepBudget)
         m_result = rename();
     while (m_result.ok() && m_renamed.isEmpty() && !m_pending.isEmpty()
-           && timer.elapsed() < stepBudget)
+           && timer.elapsed() < StepBudget)
         m_result = write(m_pending.takeFirst());
     while (m_result.ok() && m_renamed.isEmpty() && m_pending.isEmpty() && !m_toRemove.isEmpty()
-           && timer.elapsed() < stepBudget) {
+           && timer.elapsed() < StepBudget) {
         const FolderState state = m_known.value(m_toRemove.first());
         bool emptied = false;
         m_result = empty(state, &emptied);
@@ -143,11 +144,11 @@ Eas::Result FolderWriter::plan()
 Eas::Result FolderWriter::adopt()
 {
     QMailStore *store = QMailStore::instance();
-    QHash<QMailFolderId, QString> present;
+    QHash<QMailFolderId, Eas::FolderId> present;
     for (const QMailFolderId &id : store->queryFolders(QMailFolderKey::parentAccountId(m_account)))
-        present.insert(id, store->folder(id).customField(serverIdField));
+        present.insert(id, Eas::FolderId(store->folder(id).customField(ServerIdField)));
     QSet<QMailFolderId> remembered;
-    for (const FolderState &state : m_db.folders(m_account)) {
+    for (const FolderState &state : m_folders.all()) {
         if (!present.contains(state.folderId))
             continue;
         m_known.insert(state.serverId, state);
@@ -160,7 +161,7 @@ Eas::Result FolderWriter::adopt()
         FolderState state;
         state.serverId = it.value();
         state.folderId = it.key();
-        const Eas::Result result = m_db.saveFolder(m_account, state);
+        const Eas::Result result = m_folders.save(state);
         if (!result.ok())
             return result;
         m_known.insert(state.serverId, state);
@@ -171,7 +172,7 @@ Eas::Result FolderWriter::adopt()
 /** What is to be written, and what is to be removed. */
 void FolderWriter::collect(Records *wanted)
 {
-    for (const QString &serverId : m_changes.removed) {
+    for (const Eas::FolderId &serverId : m_changes.removed) {
         if (m_known.contains(serverId) && !m_toRemove.contains(serverId))
             m_toRemove.append(serverId);
     }
@@ -198,8 +199,8 @@ void FolderWriter::sortParentsFirst(Records wanted)
 {
     while (!wanted.isEmpty()) {
         QList<Eas::FolderRecord> chain;
-        QString id = wanted.constBegin().key();
-        while (wanted.contains(id) && chain.size() < maximumDepth) {
+        Eas::FolderId id = wanted.constBegin().key();
+        while (wanted.contains(id) && chain.size() < MaximumDepth) {
             chain.prepend(wanted.take(id));
             id = chain.first().parentId;
         }
@@ -208,8 +209,8 @@ void FolderWriter::sortParentsFirst(Records wanted)
 }
 
 /**
- * A server that lost its memory calls folders by other ids than before: what would be removed stays
- * where something like it would be made anew.
+ * Finds folders that the server calls by another id than before: one that is to be removed is kept
+ * where one of the same place, name and kind is to be added.
  */
 void FolderWriter::findRenamed(const Records &wanted)
 {
@@ -218,7 +219,7 @@ void FolderWriter::findRenamed(const Records &wanted)
             wanted.contains(record.parentId) && !m_known.contains(record.parentId);
         if (m_known.contains(record.serverId) || isParentNew)
             continue;
-        const QString former = formerId(record);
+        const Eas::FolderId former = formerId(record);
         if (former.isEmpty())
             continue;
         FolderState state = m_known.take(former);
@@ -226,17 +227,17 @@ void FolderWriter::findRenamed(const Records &wanted)
         m_renamed.append(FolderRenaming(state, record.serverId));
         state.serverId = record.serverId;
         state.parentId = record.parentId;
-        state.syncKey = QStringLiteral("0");
+        state.syncKey = Eas::FirstKey;
         state.reconciling = false;
         m_known.insert(record.serverId, state);
     }
 }
 
 /** The id of the folder that is to be removed and has the place, name and kind of the record. */
-QString FolderWriter::formerId(const Eas::FolderRecord &record) const
+Eas::FolderId FolderWriter::formerId(const Eas::FolderRecord &record) const
 {
     const QMailFolderId parent = m_known.value(record.parentId).folderId;
-    for (const QString &id : m_toRemove) {
+    for (const Eas::FolderId &id : m_toRemove) {
         const FolderState state = m_known.value(id);
         const QMailFolder folder(state.folderId);
         // The kind is not remembered of a folder that only the mail store knew.
@@ -251,7 +252,7 @@ QString FolderWriter::formerId(const Eas::FolderRecord &record) const
 Eas::Result FolderWriter::rename()
 {
     bool isDone = false;
-    const Eas::Result result = m_renamed.first().step(m_db, m_account, &isDone);
+    const Eas::Result result = m_renamed.first().step(m_folders, m_account, &isDone);
     if (isDone)
         m_renamed.removeFirst();
     return result;
@@ -260,14 +261,14 @@ Eas::Result FolderWriter::rename()
 /** A folder below one that is removed goes with it, unless this answer moves it elsewhere. */
 void FolderWriter::addChildrenToRemove()
 {
-    QHash<QString, QString> parents;
+    QHash<Eas::FolderId, Eas::FolderId> parents;
     for (const FolderState &state : qAsConst(m_known))
         parents.insert(state.serverId, state.parentId);
     for (const Eas::FolderRecord &record : qAsConst(m_pending))
         parents.remove(record.serverId);
     for (int i = 0; i < m_toRemove.size(); ++i) {
         parents.remove(m_toRemove.at(i));
-        for (const QString &child : parents.keys(m_toRemove.at(i))) {
+        for (const Eas::FolderId &child : parents.keys(m_toRemove.at(i))) {
             m_toRemove.removeAll(child); // once, and removed before its parent
             m_toRemove.append(child);
         }
@@ -291,7 +292,7 @@ Eas::Result FolderWriter::write(const Eas::FolderRecord &record)
     state.parentId = record.parentId;
     state.type = record.type;
     m_known.insert(record.serverId, state);
-    return m_db.saveFolder(m_account, state);
+    return m_folders.save(state);
 }
 
 /** Makes the folder look as the record says; whether that changed anything. */
@@ -310,7 +311,7 @@ bool FolderWriter::describe(QMailFolder *folder, const Eas::FolderRecord &record
     result.setStatus(QMailFolder::Synchronized | QMailFolder::MessagesPermitted, true);
     if (!folder->id().isValid()) // later it is the user's choice
         result.setStatus(QMailFolder::SynchronizationEnabled, true);
-    result.setCustomField(serverIdField, record.serverId);
+    result.setCustomField(ServerIdField, record.serverId.text());
     const bool changed = !folder->id().isValid() || result.displayName() != folder->displayName()
         || result.path() != folder->path() || result.parentFolderId() != folder->parentFolderId()
         || result.status() != folder->status() || result.customFields() != folder->customFields();
@@ -322,41 +323,92 @@ bool FolderWriter::describe(QMailFolder *folder, const Eas::FolderRecord &record
 bool FolderWriter::wouldLoop(const QMailFolder &folder, QMailFolderId parent) const
 {
     for (int depth = 0; parent.isValid(); ++depth) {
-        if (depth >= maximumDepth || parent == folder.id())
+        if (depth >= MaximumDepth || parent == folder.id())
             return true;
         parent = QMailStore::instance()->folder(parent).parentFolderId();
     }
     return false;
 }
 
-/** Removes some of a folder's messages; `emptied` tells whether none is left. */
+/** Clears a folder of some of its messages; `emptied` tells whether none is left. */
 Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
 {
-    // A key without a folder would match each message of the store that was never moved.
-    *emptied = !state.folderId.isValid();
-    if (*emptied)
-        return {};
     QMailStore *store = QMailStore::instance();
     const Eas::Result restored = restoreVisitors(state);
     if (!restored.ok())
         return restored;
-    const QMailMessageKey here = QMailMessageKey::parentFolderId(state.folderId)
-        | QMailMessageKey::previousParentFolderId(state.folderId);
-    const QMailMessageIdList ids =
-        store->queryMessages(here, QMailMessageSortKey(), uint(removalBatch));
-    *emptied = ids.isEmpty();
-    if (!ids.isEmpty() && !store->removeMessages(QMailMessageKey::id(ids)))
+    const QMailMessageIdList some =
+        store->queryMessages(state.messages(), QMailMessageSortKey(), uint(RemovalBatch));
+    // A folder that cannot be read is not empty.
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read a folder that goes"));
+    QMailMessageIdList fetched;
+    const QMailMessageMetaDataList found =
+        store->messagesMetaData(QMailMessageKey::id(some),
+                                QMailMessageKey::Id | QMailMessageKey::ServerUid
+                                    | QMailMessageKey::Status | QMailMessageKey::ParentFolderId);
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the messages of a folder that goes"));
+    for (const QMailMessageMetaData &message : found) {
+        if (ServerUid(message).kind() != ServerUid::Kind::None) {
+            fetched.append(message.id());
+            continue;
+        }
+        const Eas::Result kept = keep(message, state);
+        if (!kept.ok())
+            return kept;
+    }
+    *emptied = some.isEmpty();
+    if (!fetched.isEmpty() && !store->removeMessages(QMailMessageKey::id(fetched)))
         return storeFailure(QStringLiteral("cannot remove the messages of a folder"));
+    return {};
+}
+
+/** Takes a message that no server has, and that nobody could bring back, out of the folder. */
+Eas::Result FolderWriter::keep(const QMailMessageMetaData &message, const FolderState &state)
+{
+    using Message = QMailMessageMetaData;
+    const QMailMessageKey key = QMailMessageKey::id(message.id());
+    QMailStore *store = QMailStore::instance();
+    QMailFolderId place = message.parentFolderId();
+    if (place == state.folderId) {
+        const bool isReceived = message.status() & Message::Incoming;
+        const QMailFolderId successor = remaining(state.type);
+        place = successor.isValid() ? successor : remaining(isReceived ? Eas::Inbox : Eas::Drafts);
+        // Without a mark, what is moved to where mail waits would pass for mail on its way out.
+        const quint64 marks = Message::Draft | Message::Outbox | Message::Sent | Message::Incoming;
+        const bool isToBeMarked =
+            !successor.isValid() && state.type != Eas::Drafts && !(message.status() & marks);
+        if (isToBeMarked && !store->updateMessagesMetaData(key, Message::Draft, true))
+            return storeFailure(QStringLiteral("cannot mark a draft"));
+    }
+    Message data;
+    data.setParentFolderId(place.isValid() ? place
+                                           : QMailFolderId(QMailFolder::LocalStorageFolderId));
+    if (!store->updateMessagesMetaData(
+            key, QMailMessageKey::ParentFolderId | QMailMessageKey::PreviousParentFolderId, data))
+        return storeFailure(QStringLiteral("cannot keep a message of a folder"));
+    return {};
+}
+
+/** A folder of that kind, of which there is one for each account, that does not go. */
+QMailFolderId FolderWriter::remaining(int type) const
+{
+    static const QList<int> single {Eas::Inbox, Eas::Drafts, Eas::DeletedItems, Eas::SentItems};
+    for (const FolderState &state : qAsConst(m_known)) {
+        if (state.type == type && single.contains(type) && !m_toRemove.contains(state.serverId))
+            return state.folderId;
+    }
     return {};
 }
 
 /** Messages that the user moved here, which the server still has elsewhere, go back there. */
 Eas::Result FolderWriter::restoreVisitors(const FolderState &state)
 {
-    const QMailMessageKey moved = QMailMessageKey::parentFolderId(state.folderId)
+    const QMailMessageKey moved = state.messages() & QMailMessageKey::parentFolderId(state.folderId)
         & QMailMessageKey::previousParentFolderId(QMailFolderId(), QMailDataComparator::NotEqual);
     for (const QMailMessageMetaData &message : currentMessages(moved)) {
-        const QString home = ServerUid::split(message.serverUid()).collectionId;
+        const Eas::FolderId home = ServerUid(message).collectionId();
         const bool isVisitor =
             home != state.serverId && m_known.contains(home) && !m_toRemove.contains(home);
         if (isVisitor && !putBack(message))
@@ -368,18 +420,36 @@ Eas::Result FolderWriter::restoreVisitors(const FolderState &state)
 Eas::Result FolderWriter::remove(const FolderState &state)
 {
     QMailStore *store = QMailStore::instance();
-    QStringList deleted;
-    for (const QMailMessageRemovalRecord &record : store->messageRemovalRecords(m_account)) {
-        if (ServerUid::split(record.serverUid()).collectionId == state.serverId)
-            deleted.append(record.serverUid());
-    }
-    if (!deleted.isEmpty() && !store->purgeMessageRemovalRecords(m_account, deleted))
-        return storeFailure(QStringLiteral("cannot forget what was deleted in a folder"));
+    RemovalRecords records(m_account);
+    const Eas::Result forgotten = records.forget(records.in(state.serverId));
+    if (!forgotten.ok())
+        return forgotten;
+    const Eas::Result kept = keepSubfolders(state);
+    if (!kept.ok())
+        return kept;
     const bool present = store->countFolders(QMailFolderKey::id(state.folderId)) > 0;
     if (present && !store->removeFolder(state.folderId))
         return storeFailure(QStringLiteral("cannot remove a folder"));
     m_known.remove(state.serverId);
-    return m_db.removeFolder(m_account, state.serverId);
+    return m_folders.remove(state.serverId);
+}
+
+/** The mail store removes a folder with all below it: what was made here goes to the top. */
+Eas::Result FolderWriter::keepSubfolders(const FolderState &state)
+{
+    if (!state.folderId.isValid())
+        return {};
+    QMailStore *store = QMailStore::instance();
+    const auto below = store->queryFolders(QMailFolderKey::parentFolderId(state.folderId));
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the folders below one that goes"));
+    for (const QMailFolderId &id : below) {
+        QMailFolder folder(id);
+        folder.setParentFolderId(QMailFolderId());
+        if (!store->updateFolder(&folder))
+            return storeFailure(QStringLiteral("cannot move a folder to the top"));
+    }
+    return {};
 }
 
 Eas::Result FolderWriter::setStandardFolders()
@@ -405,9 +475,11 @@ Eas::Result FolderWriter::setStandardFolders()
          {QMailFolder::InboxFolder, QMailFolder::DraftsFolder, QMailFolder::SentFolder,
           QMailFolder::TrashFolder, QMailFolder::JunkFolder}) {
         const QMailFolderId current = account.standardFolder(role);
+        if (current == wanted.value(role))
+            continue;
         const bool stands = current.isValid()
             && QMailStore::instance()->countFolders(QMailFolderKey::id(current)) > 0;
-        if (current == wanted.value(role) || (stands && !wanted.value(role).isValid()))
+        if (stands && !wanted.value(role).isValid())
             continue;
         account.setStandardFolder(role, wanted.value(role));
         changed = true;
@@ -425,9 +497,10 @@ Eas::Result FolderWriter::finish()
     const Eas::Result named = setStandardFolders();
     if (!named.ok())
         return named;
-    if (!QMailStore::instance()->ensureDurability())
+    const bool isAsBefore = !m_changes.complete && m_changes.isEmpty();
+    if (!isAsBefore && !QMailStore::instance()->ensureDurability())
         return storeFailure(QStringLiteral("cannot make the folders durable"));
-    return m_db.saveTree(m_account, m_changes.syncKey);
+    return m_keys.saveTree(m_changes.syncKey);
 }
 
 } // namespace Store

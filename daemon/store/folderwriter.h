@@ -3,8 +3,8 @@
 #define DAEMON_STORE_FOLDERWRITER_H
 
 #include "daemon/store/folderrenaming.h"
+#include "daemon/store/state/accountkeys.h"
 #include "daemon/store/storejob.h"
-#include "daemon/store/syncstatedb.h"
 #include "eas/folderchanges.h"
 
 #include <QHash>
@@ -20,6 +20,9 @@ namespace Store {
  * folder that the server still has keeps its id and its messages, even if the server calls it by
  * another id now, which is seen by its place, name and kind. Every folder in the store carries
  * its server id, so that it is found again even if the daemon's own memory was lost.
+ *
+ * A folder that goes takes along what the server had in it. What no server ever had, drafts and
+ * mail that waits to be sent, stays in another folder, and so do folders that were made here.
  */
 class FolderWriter : public StoreJob
 {
@@ -31,14 +34,14 @@ public:
     int progress() const override;
 
 private:
-    using Records = QHash<QString, Eas::FolderRecord>;
+    using Records = QHash<Eas::FolderId, Eas::FolderRecord>;
 
     Eas::Result plan();
     Eas::Result adopt();
     void collect(Records *wanted);
     void sortParentsFirst(Records wanted);
     void findRenamed(const Records &wanted);
-    QString formerId(const Eas::FolderRecord &record) const;
+    Eas::FolderId formerId(const Eas::FolderRecord &record) const;
     Eas::Result rename();
     void addChildrenToRemove();
     Eas::Result write(const Eas::FolderRecord &record);
@@ -46,18 +49,22 @@ private:
     bool describe(QMailFolder *folder, const Eas::FolderRecord &record) const;
     Eas::Result empty(const FolderState &state, bool *emptied);
     Eas::Result restoreVisitors(const FolderState &state);
+    Eas::Result keep(const QMailMessageMetaData &message, const FolderState &state);
+    QMailFolderId remaining(int type) const;
+    Eas::Result keepSubfolders(const FolderState &state);
     Eas::Result remove(const FolderState &state);
     Eas::Result setStandardFolders();
     Eas::Result finish();
 
-    SyncStateDb &m_db;
     const QMailAccountId m_account;
+    AccountKeys m_keys;
+    FolderKeys m_folders;
     const Eas::FolderChanges m_changes;
     bool m_planned = false;
-    QHash<QString, FolderState> m_known;
+    QHash<Eas::FolderId, FolderState> m_known;
     QList<FolderRenaming> m_renamed;
     QList<Eas::FolderRecord> m_pending; ///< parents before children
-    QStringList m_toRemove;             ///< children before parents
+    QList<Eas::FolderId> m_toRemove;    ///< children before parents
     int m_total = 1;
 };
 

@@ -3,9 +3,9 @@
 
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
-#include "daemon/store/fingerprint.h"
-#include "daemon/store/flagmark.h"
-#include "daemon/store/serveruid.h"
+#include "daemon/store/mark.h"
+#include "daemon/store/narrowing.h"
+#include "daemon/store/removalrecords.h"
 #include "daemon/store/storefailure.h"
 
 #include <qmailstore.h>
@@ -18,16 +18,8 @@ namespace {
 
 using Message = QMailMessageMetaData;
 
-const QMailMessageKey::Properties propertiesOfChanges = QMailMessageKey::Id
-    | QMailMessageKey::ServerUid | QMailMessageKey::Status | QMailMessageKey::ParentFolderId
-    | QMailMessageKey::PreviousParentFolderId;
-
-/** Whether the server can be told of it: of some that a search found or that moved, the id is not
- * known. */
-bool isNamed(const ServerUid &uid)
-{
-    return !uid.itemId.isEmpty();
-}
+const QMailMessageKey::Properties PropertiesOfChanges =
+    QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::Status;
 
 /** Messages of which one of two flags is set and the other is not. */
 QMailMessageKey differing(quint64 ours, quint64 theirs)
@@ -44,26 +36,20 @@ std::optional<bool> difference(const Message &message, quint64 ours, quint64 the
     return value == bool(message.status() & theirs) ? std::nullopt : std::make_optional(value);
 }
 
-QStringList uids(const QString &collectionId, const QStringList &serverIds)
-{
-    QStringList result;
-    for (const QString &id : serverIds)
-        result.append(ServerUid::join(collectionId, id));
-    return result;
-}
-
 } // namespace
 
 LocalChanges::LocalChanges(SyncStateDb &db, const QMailAccountId &account)
-    : m_db(db)
-    , m_account(account)
+    : m_account(account)
+    , m_keys(db, account)
+    , m_folders(db, account)
+    , m_moves(db, account)
 {
 }
 
 QList<FolderLocalChanges> LocalChanges::collect() const
 {
     Changes changes;
-    for (const FolderState &state : m_db.folders(m_account))
+    for (const FolderState &state : m_folders.all())
         changes[state.serverId].collectionId = state.serverId;
     collectFlags(&changes);
     collectMoves(&changes);
@@ -73,9 +59,15 @@ QList<FolderLocalChanges> LocalChanges::collect() const
         if (!folder.isEmpty())
             found.append(folder);
     }
-    std::sort(found.begin(), found.end(),
-              [](const auto &a, const auto &b) { return a.collectionId < b.collectionId; });
     return found;
+}
+
+int LocalChanges::count() const
+{
+    int count = 0;
+    for (const FolderLocalChanges &folder : collect())
+        count += folder.flags.size() + folder.moves.size() + folder.deletions.size();
+    return count;
 }
 
 void LocalChanges::collectFlags(Changes *changes) const
@@ -83,88 +75,68 @@ void LocalChanges::collectFlags(Changes *changes) const
     const QMailMessageKey key = QMailMessageKey::parentAccountId(m_account)
         & (differing(Message::Read, Message::ReadElsewhere)
            | differing(Message::Important, Message::ImportantElsewhere));
-    for (const Message &message :
-         QMailStore::instance()->messagesMetaData(key, propertiesOfChanges)) {
-        const ServerUid uid = ServerUid::split(message.serverUid());
-        if (!changes->contains(uid.collectionId) || !isNamed(uid))
+    for (const Message &message : Narrowing::unsettled(m_account, key, PropertiesOfChanges)) {
+        const ServerUid uid(message);
+        if (!changes->contains(uid.collectionId()) || !uid.isItem())
             continue;
         FlagChange change;
         change.id = message.id();
-        change.serverId = uid.itemId;
+        change.uid = uid;
         change.read = difference(message, Message::Read, Message::ReadElsewhere);
         change.important = difference(message, Message::Important, Message::ImportantElsewhere);
         change.keepsFlag = !change.important && message.status() & Message::ImportantElsewhere
-            && FlagMark::isSet(currentMessage(message.id()));
-        (*changes)[uid.collectionId].flags.append(change);
+            && BareFlagMark.isSet(currentMessage(message.id()));
+        (*changes)[uid.collectionId()].flags.append(change);
     }
 }
 
 void LocalChanges::collectMoves(Changes *changes) const
 {
-    const QMailMessageKey moved = QMailMessageKey::parentAccountId(m_account)
-        & QMailMessageKey::previousParentFolderId(QMailFolderId(), QMailDataComparator::NotEqual);
-    for (const Message &message :
-         QMailStore::instance()->messagesMetaData(moved, propertiesOfChanges)) {
-        const ServerUid uid = ServerUid::split(message.serverUid());
-        const std::optional<FolderState> destination = m_db.folder(message.parentFolderId());
-        if (!changes->contains(uid.collectionId) || !isNamed(uid) || !destination
-            || !changes->contains(destination->serverId)
-            || destination->serverId == uid.collectionId)
-            continue;
-        (*changes)[uid.collectionId].moves.append(
-            {message.id(), uid.collectionId, uid.itemId, destination->serverId});
-    }
+    for (const Move &move : m_moves.wanted())
+        (*changes)[move.from.collectionId()].moves.append(move);
 }
 
 void LocalChanges::collectDeletions(Changes *changes) const
 {
-    for (const QMailMessageRemovalRecord &record :
-         QMailStore::instance()->messageRemovalRecords(m_account)) {
-        const ServerUid uid = ServerUid::split(record.serverUid());
-        if (changes->contains(uid.collectionId) && isNamed(uid))
-            (*changes)[uid.collectionId].deletions.append(uid.itemId);
+    for (const ServerUid &uid : RemovalRecords(m_account).all()) {
+        if (changes->contains(uid.collectionId()) && uid.isItem())
+            (*changes)[uid.collectionId()].deletions.append(uid);
     }
 }
 
 Eas::Result LocalChanges::forgetNamelessDeletions()
 {
-    const Eas::Result result = AccountGuard::check(m_account);
+    RemovalRecords records(m_account);
+    if (records.all().isEmpty())
+        return {};
+    Eas::Result result = AccountGuard::check(m_account);
+    if (result.ok())
+        result = records.forget(lostDeletions());
     if (!result.ok())
         return result;
-    QMailStore *store = QMailStore::instance();
-    const QStringList lost = lostDeletions();
-    if (!lost.isEmpty() && !store->purgeMessageRemovalRecords(m_account, lost))
-        return storeFailure(QStringLiteral("cannot forget deletions in folders that are gone"));
-    const auto records = store->messageRemovalRecords(m_account);
+    const QList<ServerUid> left = records.all();
     const bool isEachNameless =
-        std::all_of(records.cbegin(), records.cend(),
-                    [](const auto &record) { return record.serverUid().isEmpty(); });
-    if (records.isEmpty() || !isEachNameless)
-        return result;
-    // Nameless ones go only with all others: nothing may come between the look and the purge, for
-    // what another process deletes in that moment would stay at the server.
-    if (!store->purgeMessageRemovalRecords(m_account))
-        return storeFailure(QStringLiteral("cannot forget deleted drafts"));
-    return result;
+        std::all_of(left.cbegin(), left.cend(), [](const ServerUid &uid) { return uid.isEmpty(); });
+    // The store can purge records without an id only together with all others. Nothing may come
+    // between the look and the purge: what another process deletes meanwhile would stay at the
+    // server.
+    return left.isEmpty() || !isEachNameless ? result : records.forgetAll();
 }
 
-/** Ids of deletions that can never be carried: no server ever gave the id, or the folder is gone.
- */
-QStringList LocalChanges::lostDeletions() const
+/** Deletions that can never be carried: no server ever gave the id, or the folder is gone. */
+QList<ServerUid> LocalChanges::lostDeletions() const
 {
-    QSet<QString> collections;
-    for (const FolderState &state : m_db.folders(m_account))
+    QSet<Eas::FolderId> collections;
+    for (const FolderState &state : m_folders.all())
         collections.insert(state.serverId);
-    QStringList lost;
+    QList<ServerUid> lost;
     // Until the folders are known, each could be among them.
-    if (collections.isEmpty() || m_db.account(m_account).folderSyncKey == QLatin1String("0"))
+    if (collections.isEmpty() || m_keys.state().folderSyncKey == Eas::FirstKey)
         return lost;
-    for (const QMailMessageRemovalRecord &record :
-         QMailStore::instance()->messageRemovalRecords(m_account)) {
-        const ServerUid uid = ServerUid::split(record.serverUid());
-        const bool isCarried = collections.contains(uid.collectionId) && isNamed(uid);
-        if (!isCarried && !record.serverUid().isEmpty())
-            lost.append(record.serverUid());
+    for (const ServerUid &uid : RemovalRecords(m_account).all()) {
+        const bool isCarried = collections.contains(uid.collectionId()) && uid.isItem();
+        if (!isCarried && !uid.isEmpty())
+            lost.append(uid);
     }
     return lost;
 }
@@ -205,9 +177,9 @@ Eas::Result LocalChanges::markBareFlags(const QMailMessageIdList &ids, bool valu
 {
     for (const QMailMessageId &id : ids) {
         Message message = currentMessage(id);
-        if (!message.id().isValid() || FlagMark::isSet(message) == value)
+        if (!message.id().isValid() || BareFlagMark.isSet(message) == value)
             continue;
-        FlagMark::set(&message, value);
+        BareFlagMark.set(&message, value);
         if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
                                                             QMailMessageKey::Custom, message))
             return storeFailure(QStringLiteral("cannot mark a flag"));
@@ -215,109 +187,10 @@ Eas::Result LocalChanges::markBareFlags(const QMailMessageIdList &ids, bool valu
     return {};
 }
 
-Eas::Result LocalChanges::acknowledgeMove(const Move &move, const QString &newServerId)
-{
-    Eas::Result result = AccountGuard::check(m_account);
-    if (!result.ok())
-        return result;
-    const QString uid = ServerUid::join(move.destination, newServerId);
-    const QMailMessageKey here = QMailMessageKey::id(move.id);
-    if (QMailStore::instance()->countMessages(here) == 0) {
-        // Deleted meanwhile: it is to be deleted where it lies now.
-        result = deleteAt(move.destination, newServerId);
-        return result.ok() ? acknowledgeDeletions(move.collectionId, {move.serverId}) : result;
-    }
-    const QMailMessageKey shown = doubles(uid, move.id);
-    // Noted first: what is not noted, and gone before the folder shows it, would stay for ever.
-    if (QMailStore::instance()->countMessages(shown) == 0
-        && m_db.folder(m_account, move.destination))
-        result = m_db.addMoved(m_account, move.destination, move.id);
-    if (result.ok())
-        result = removeDoubles(shown);
-    return result.ok() ? renameMoved(move, uid) : result;
-}
-
-/** Nothing else is written: the user may be doing more with the message right now. */
-Eas::Result LocalChanges::renameMoved(const Move &move, const QString &uid)
-{
-    const QMailMessageKey here = QMailMessageKey::id(move.id);
-    const std::optional<FolderState> destination = m_db.folder(m_account, move.destination);
-    const QMailMessageKey movedOn = here
-        & QMailMessageKey::parentFolderId(destination ? destination->folderId : QMailFolderId(),
-                                          QMailDataComparator::NotEqual);
-    Message data;
-    data.setServerUid(uid);
-    if (destination && QMailStore::instance()->countMessages(movedOn) > 0)
-        data.setPreviousParentFolderId(destination->folderId);
-    if (!QMailStore::instance()->updateMessagesMetaData(
-            here, QMailMessageKey::ServerUid | QMailMessageKey::PreviousParentFolderId, data))
-        return storeFailure(QStringLiteral("cannot mark a message as moved"));
-    return {};
-}
-
-Eas::Result LocalChanges::awaitMoved(const Move &move)
-{
-    Eas::Result result = AccountGuard::check(m_account);
-    const Message message = currentMessage(move.id);
-    if (!result.ok() || !message.id().isValid())
-        return result;
-    result = m_db.addUnconfirmed(m_account, move.destination, {move.id, fingerprint(message)});
-    if (!result.ok())
-        return result;
-    // Its id there is not known yet, and what comes of the old one is not about it any more.
-    return renameMoved(move, ServerUid::joinUnnamed(move.destination, move.id));
-}
-
-/** The folder's own synchronisation may have brought the moved message as a new one already. */
-QMailMessageKey LocalChanges::doubles(const QString &uid, const QMailMessageId &original) const
-{
-    return QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uid)
-        & QMailMessageKey::id(original, QMailDataComparator::NotEqual);
-}
-
-Eas::Result LocalChanges::removeDoubles(const QMailMessageKey &doubles)
-{
-    QMailStore *store = QMailStore::instance();
-    if (store->countMessages(doubles) > 0 && !store->removeMessages(doubles))
-        return storeFailure(QStringLiteral("cannot remove the double of a moved message"));
-    return {};
-}
-
-/** The store makes a removal record for a message alone, so there is one for a moment. */
-Eas::Result LocalChanges::deleteAt(const QString &collectionId, const QString &serverId)
-{
-    QMailStore *store = QMailStore::instance();
-    const QString uid = ServerUid::join(collectionId, serverId);
-    const QMailMessageKey key =
-        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::serverUid(uid);
-    const std::optional<FolderState> folder = m_db.folder(m_account, collectionId);
-    if (!folder)
-        return {};
-    if (store->countMessages(key) == 0) {
-        Message message;
-        message.setMessageType(Message::Email);
-        message.setParentAccountId(m_account);
-        message.setParentFolderId(folder->folderId);
-        message.setServerUid(uid);
-        message.setStatus(Message::NoNotification | Message::Read | Message::ReadElsewhere, true);
-        if (!store->addMessage(&message))
-            return storeFailure(QStringLiteral("cannot note a deletion"));
-    }
-    if (!store->removeMessages(key, QMailStore::CreateRemovalRecord))
-        return storeFailure(QStringLiteral("cannot note a deletion"));
-    return {};
-}
-
-Eas::Result LocalChanges::acknowledgeDeletions(const QString &collectionId,
-                                               const QStringList &serverIds)
+Eas::Result LocalChanges::acknowledgeDeletions(const QList<ServerUid> &uids)
 {
     const Eas::Result result = AccountGuard::check(m_account);
-    if (!result.ok() || serverIds.isEmpty())
-        return result;
-    if (!QMailStore::instance()->purgeMessageRemovalRecords(m_account,
-                                                            uids(collectionId, serverIds)))
-        return storeFailure(QStringLiteral("cannot forget deleted messages"));
-    return {};
+    return result.ok() ? RemovalRecords(m_account).forget(uids) : result;
 }
 
 Eas::Result LocalChanges::dropMessage(const QMailMessageId &id)
@@ -328,17 +201,6 @@ Eas::Result LocalChanges::dropMessage(const QMailMessageId &id)
     if (store->countMessages(key) > 0 && !store->removeMessages(key))
         return storeFailure(QStringLiteral("cannot remove a message"));
     return {};
-}
-
-Eas::Result LocalChanges::revertMove(const Move &move)
-{
-    const Message message = currentMessage(move.id);
-    const std::optional<FolderState> destination = m_db.folder(message.parentFolderId());
-    // Moved on meanwhile, that is another move.
-    if (!message.id().isValid() || !destination || destination->serverId != move.destination)
-        return {};
-    return putBack(message) ? Eas::Result()
-                            : storeFailure(QStringLiteral("cannot move a message back"));
 }
 
 } // namespace Store

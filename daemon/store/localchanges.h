@@ -2,10 +2,10 @@
 #ifndef DAEMON_STORE_LOCALCHANGES_H
 #define DAEMON_STORE_LOCALCHANGES_H
 
-#include "daemon/store/syncstatedb.h"
+#include "daemon/store/moves.h"
+#include "daemon/store/state/accountkeys.h"
 
 #include <qmailmessage.h>
-#include <qmailmessagekey.h>
 
 #include <optional>
 
@@ -15,29 +15,20 @@ namespace Store {
 struct FlagChange
 {
     QMailMessageId id;
-    QString serverId;
+    ServerUid uid;
     std::optional<bool> read;
     std::optional<bool> important;
-    /** The server's flag stands, and is known to lose nothing if it is said again. */
+    /** The flag is set at the server, and setting it again is known to lose nothing there. */
     bool keepsFlag = false;
-};
-
-/** A message that was moved here to another folder of the account. */
-struct Move
-{
-    QMailMessageId id;
-    QString collectionId; ///< server id of the folder it comes from
-    QString serverId;     ///< its id there
-    QString destination;  ///< server id of the folder it lies in now
 };
 
 /** What the user did to the messages of one folder since the last upload. */
 struct FolderLocalChanges
 {
-    QString collectionId;
+    Eas::FolderId collectionId;
     QList<FlagChange> flags;
     QList<Move> moves;
-    QStringList deletions; ///< server ids
+    QList<ServerUid> deletions;
 
     bool isEmpty() const { return flags.isEmpty() && moves.isEmpty() && deletions.isEmpty(); }
 };
@@ -58,6 +49,8 @@ public:
     /** Of every folder that has some; what no server can be told (it has no id there) is left out.
      */
     QList<FolderLocalChanges> collect() const;
+    /** How many there are in all of them. */
+    int count() const;
 
     /**
      * Forgets deletions of what no server has ever had: each draft that is saved again is one. Does
@@ -67,40 +60,26 @@ public:
 
     /** The server took over these flags (as they were uploaded, whatever they are now). */
     Eas::Result acknowledgeFlags(const QList<FlagChange> &changes);
-    /**
-     * The server moved it, and calls it by a new id now. Until the destination's synchronisation
-     * has shown it there, it is among SyncStateDb::moved().
-     */
-    Eas::Result acknowledgeMove(const Move &move, const QString &newServerId);
-    /**
-     * The server does not have it where it was: it is gone, or was moved by a request whose answer
-     * was lost. The next synchronisation of the destination recognises it there, or removes it.
-     */
-    Eas::Result awaitMoved(const Move &move);
     /** The server deleted them, or never had them. */
-    Eas::Result acknowledgeDeletions(const QString &collectionId, const QStringList &serverIds);
+    Eas::Result acknowledgeDeletions(const QList<ServerUid> &uids);
 
     /** The server does not have this message any more. */
     Eas::Result dropMessage(const QMailMessageId &id);
-    /** The server does not move it: it returns to the folder it came from. */
-    Eas::Result revertMove(const Move &move);
 
 private:
-    using Changes = QHash<QString, FolderLocalChanges>; ///< by collection
+    using Changes = QMap<Eas::FolderId, FolderLocalChanges>; ///< by collection
 
     void collectFlags(Changes *changes) const;
     void collectMoves(Changes *changes) const;
     void collectDeletions(Changes *changes) const;
-    QStringList lostDeletions() const;
+    QList<ServerUid> lostDeletions() const;
     Eas::Result markBareFlags(const QMailMessageIdList &ids, bool value);
     Eas::Result mark(const QMailMessageIdList &ids, quint64 mask, bool value);
-    Eas::Result deleteAt(const QString &collectionId, const QString &serverId);
-    Eas::Result renameMoved(const Move &move, const QString &uid);
-    QMailMessageKey doubles(const QString &uid, const QMailMessageId &original) const;
-    Eas::Result removeDoubles(const QMailMessageKey &doubles);
 
-    SyncStateDb &m_db;
     const QMailAccountId m_account;
+    const AccountKeys m_keys;
+    const FolderKeys m_folders;
+    const Moves m_moves;
 };
 
 } // namespace Store

@@ -37,6 +37,12 @@ bool isAscii(const QString &text)
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
 }
 
+/** What no text in the store may have as it is. */
+bool isReplaced(char c)
+{
+    return c == '\n' || c == '\r' || c == '\0';
+}
+
 bool isToken(const QByteArray &text)
 {
     if (text.isEmpty())
@@ -64,7 +70,7 @@ QString MailText::headerText(const QString &text, int maximum)
 
 QList<QMailAddress> MailText::addresses(const QString &text)
 {
-    const QString line = headerText(text, maximumAddressText);
+    const QString line = headerText(text, MaximumAddressText);
     if (line.isEmpty())
         return {};
     return QMailAddress::fromStringList(line);
@@ -87,7 +93,7 @@ QString MailText::encodedAddresses(const QList<QMailAddress> &addresses)
 
 QString MailText::fileName(const QString &name)
 {
-    QString result = headerText(name, maximumIdLength);
+    QString result = headerText(name, MaximumIdLength);
     result.replace(QLatin1Char('\\'), QLatin1Char('/'));
     result = result.mid(result.lastIndexOf(QLatin1Char('/')) + 1);
     if (result == QLatin1String(".") || result == QLatin1String(".."))
@@ -117,15 +123,17 @@ QByteArray MailText::storableText(const QByteArray &text)
 {
     QByteArray result;
     result.reserve(text.size() + text.size() / 32 + 2);
-    for (int i = 0; i < text.size(); ++i) {
-        const char c = text.at(i);
-        if (c == '\n' || c == '\r') {
+    const char *const end = text.constData() + text.size();
+    for (const char *at = text.constData(); at != end; ++at) {
+        const char *const stop = std::find_if(at, end, isReplaced);
+        result.append(at, int(stop - at));
+        at = stop;
+        if (at == end)
+            break;
+        if (*at != '\0')
             result += "\r\n";
-            if (c == '\r' && i + 1 < text.size() && text.at(i + 1) == '\n')
-                ++i;
-        } else if (c != '\0') {
-            result += c;
-        }
+        if (*at == '\r' && at + 1 != end && at[1] == '\n')
+            ++at;
     }
     return result.isEmpty() ? QByteArray("\r\n") : result;
 }

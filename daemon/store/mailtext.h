@@ -11,12 +11,12 @@ namespace Store {
 /** Texts from a server, made fit for headers and bodies in the mail store. */
 namespace MailText {
 
-constexpr int maximumHeaderLength = 4096;   ///< characters of a subject or a name
-constexpr int maximumIdLength = 1024;       ///< characters of an id
-constexpr int maximumAddressText = 0x20000; ///< characters of one list of addresses
+constexpr int MaximumHeaderLength = 4096;   ///< characters of a subject or a name
+constexpr int MaximumIdLength = 1024;       ///< characters of an id
+constexpr int MaximumAddressText = 0x20000; ///< characters of one list of addresses
 
 /** One line without control characters, at most so long; cut between characters. */
-QString headerText(const QString &text, int maximum = maximumHeaderLength);
+QString headerText(const QString &text, int maximum = MaximumHeaderLength);
 
 /** A list of addresses from header text; what cannot be understood is kept as a name. */
 QList<QMailAddress> addresses(const QString &text);

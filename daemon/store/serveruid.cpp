@@ -4,35 +4,73 @@
 namespace Store {
 
 namespace {
-const QChar separator(0x1f);
+const QChar Separator(0x1f);
 }
 
-ServerUid ServerUid::split(const QString &uid)
+ServerUid::ServerUid(const QMailMessageMetaData &message)
+    : ServerUid(message.serverUid())
 {
-    const int at = uid.indexOf(separator);
-    if (at < 0)
-        return {};
-    const QString collection = uid.left(at);
-    const QString item = uid.mid(at + 1);
-    if (!item.contains(separator))
-        return {collection, item, QString()};
-    const QString longId = item.startsWith(separator) ? item.mid(1) : QString();
-    return {collection, QString(), longId.contains(separator) ? QString() : longId};
 }
 
-QString ServerUid::join(const QString &collectionId, const QString &itemId)
+ServerUid::ServerUid(const QString &text)
+    : m_text(text)
+    , m_collectionSize(qMax(0, text.indexOf(Separator)))
 {
-    return collectionId + separator + itemId;
+    if (m_collectionSize == 0)
+        return;
+    const QString rest = text.mid(m_collectionSize + 1);
+    const int separators = rest.count(Separator);
+    if (separators == 0 && !rest.isEmpty())
+        m_kind = Kind::Item;
+    else if (separators == 1 && rest.startsWith(Separator) && rest.size() > 1)
+        m_kind = Kind::SearchResult;
+    else
+        m_kind = Kind::Unnamed;
 }
 
-QString ServerUid::joinFound(const QString &collectionId, const QString &longId)
+ServerUid ServerUid::item(const Eas::FolderId &collectionId, const QString &itemId)
 {
-    return join(collectionId, separator + longId);
+    return ServerUid(collectionId.text() + Separator + itemId);
 }
 
-QString ServerUid::joinUnnamed(const QString &collectionId, const QMailMessageId &message)
+ServerUid ServerUid::searchResult(const Eas::FolderId &collectionId, const QString &longId)
 {
-    return joinFound(collectionId, separator + QString::number(message.toULongLong()));
+    return item(collectionId, Separator + longId);
+}
+
+ServerUid ServerUid::unnamed(const Eas::FolderId &collectionId, const QMailMessageId &message)
+{
+    return searchResult(collectionId, Separator + QString::number(message.toULongLong()));
+}
+
+bool ServerUid::isIn(const Eas::FolderId &collectionId) const
+{
+    return m_kind != Kind::None && this->collectionId() == collectionId;
+}
+
+Eas::ItemLocator ServerUid::locator() const
+{
+    const QString name = m_text.mid(m_text.lastIndexOf(Separator) + 1);
+    return {collectionId(), isItem() ? name : QString(),
+            m_kind == Kind::SearchResult ? name : QString()};
+}
+
+QMailMessageKey ServerUid::likelyIn(const QMailAccountId &account,
+                                    const Eas::FolderId &collectionId)
+{
+    return QMailMessageKey::parentAccountId(account)
+        & QMailMessageKey::serverUid(collectionId.text() + Separator,
+                                     QMailDataComparator::Includes);
+}
+
+QMailMessageKey ServerUid::key(const QMailAccountId &account, const QList<ServerUid> &uids)
+{
+    QStringList texts;
+    for (const ServerUid &uid : uids)
+        texts.append(uid.m_text);
+    return texts.isEmpty()
+        ? QMailMessageKey::nonMatchingKey()
+        : QMailMessageKey::parentAccountId(account) & QMailMessageKey::serverUid(texts);
 }
 
 } // namespace Store

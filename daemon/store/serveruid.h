@@ -4,39 +4,73 @@
 
 #include "eas/itemlocator.h"
 
-#include <qmailid.h>
-#include <QString>
+#include <QList>
+#include <qmailmessage.h>
+#include <qmailmessagekey.h>
 
 namespace Store {
 
 /**
- * The server id of a message in the mail store: COLLECTION US ITEM.
+ * A message's place at the server, and the one reader and writer of the mail store's text of it.
  *
- * The mail store wants it unique within the account, and the protocol's item ids are unique within
- * their collection alone, so it holds both, joined by the unit separator (U+001F), which the
- * server's ids cannot contain: they are XML text.
+ * The mail store wants the text unique within the account, and the protocol's item ids are unique
+ * within their collection alone. So it holds both, joined by the unit separator US (U+001F), which
+ * the server's ids cannot contain: they are XML text.
  *
- * Of some messages the item id is not known. What a search has found has the LongId in its place,
- * behind one more separator; what the server may have moved or renamed, and has not shown since,
- * its number here, behind two. Only what the server itself has said is ever read as one of its ids.
+ *     Kind          text                         the message
+ *     None          empty, or without US         was never at the server, as a draft
+ *     Item          COLLECTION US ITEM           is an item of a folder
+ *     SearchResult  COLLECTION US US LONGID      was found by a search that told no item id
+ *     Unnamed       COLLECTION US US US NUMBER   lies in a folder under an id that is not known:
+ *                                                its move is pending, the server calls its folder
+ *                                                otherwise, or shows another message under its id
+ *                                                (displaced); NUMBER is its own in the mail store
+ *
+ * Only what the server itself has said is ever read as one of its ids.
  */
-struct ServerUid
+class ServerUid
 {
-    QString collectionId;
-    QString itemId; ///< empty: not known
-    QString longId; ///< of a search's result whose item id is not known
+public:
+    enum class Kind { None, Item, SearchResult, Unnamed };
 
-    /** Whether the server can be told of the message. */
-    bool isKnownThere() const { return !itemId.isEmpty() || !longId.isEmpty(); }
-    Eas::ItemLocator locator() const { return {collectionId, itemId, longId}; }
+    ServerUid() = default;
+    explicit ServerUid(const QMailMessageMetaData &message);
+    static ServerUid item(const Eas::FolderId &collectionId, const QString &itemId);
+    static ServerUid searchResult(const Eas::FolderId &collectionId, const QString &longId);
+    static ServerUid unnamed(const Eas::FolderId &collectionId, const QMailMessageId &message);
 
-    /** Of one of ours; all parts are empty for any other text. */
-    static ServerUid split(const QString &uid);
-    static QString join(const QString &collectionId, const QString &itemId);
-    /** Of what a search has found under the LongId. */
-    static QString joinFound(const QString &collectionId, const QString &longId);
-    /** Of what the server calls by a name that it has not told yet. */
-    static QString joinUnnamed(const QString &collectionId, const QMailMessageId &message);
+    Kind kind() const { return m_kind; }
+    bool isItem() const { return m_kind == Kind::Item; }
+    /** Whether the server can be asked for the message. */
+    bool isKnownThere() const { return isItem() || m_kind == Kind::SearchResult; }
+    /** Whether the mail store has no text at all. */
+    bool isEmpty() const { return m_text.isEmpty(); }
+
+    /** Empty of None alone. */
+    Eas::FolderId collectionId() const { return Eas::FolderId(m_text.left(m_collectionSize)); }
+    bool isIn(const Eas::FolderId &collectionId) const;
+    /** Empty of all but an Item. */
+    QString itemId() const { return locator().serverId; }
+    Eas::ItemLocator locator() const;
+
+    void assignTo(QMailMessageMetaData *message) const { message->setServerUid(m_text); }
+    /** The account's messages that are at one of these places. */
+    static QMailMessageKey key(const QMailAccountId &account, const QList<ServerUid> &uids);
+    /** Those that are in the folder, and some in folders whose ids end alike. */
+    static QMailMessageKey likelyIn(const QMailAccountId &account,
+                                    const Eas::FolderId &collectionId);
+
+    bool operator==(const ServerUid &other) const { return m_text == other.m_text; }
+    friend uint qHash(const ServerUid &uid, uint seed = 0) { return qHash(uid.m_text, seed); }
+
+private:
+    friend class RemovalRecords;
+
+    explicit ServerUid(const QString &text);
+
+    QString m_text;
+    Kind m_kind = Kind::None;
+    int m_collectionSize = 0;
 };
 
 } // namespace Store

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/storefailure.h"
 
+#include "translations/text.h"
+
 #include <QFile>
 #include <qmailnamespace.h>
 #include <qmailstore.h>
@@ -12,7 +14,7 @@ namespace Store {
 namespace {
 
 /** Less than this is "full": the databases and the content files need it for their next write. */
-constexpr qint64 minimumRoom = 2 * 1024 * 1024;
+constexpr qint64 MinimumRoom = 2 * 1024 * 1024;
 
 bool hasRoom(qint64 bytes)
 {
@@ -20,7 +22,7 @@ bool hasRoom(qint64 bytes)
     if (::statvfs(QFile::encodeName(QMail::dataPath()).constData(), &info) != 0)
         return true;
     // Some file systems count no files (f_files 0).
-    return qint64(info.f_bavail) * qint64(info.f_frsize) >= minimumRoom + bytes
+    return qint64(info.f_bavail) * qint64(info.f_frsize) >= MinimumRoom + bytes
         && (info.f_files == 0 || info.f_favail > 0);
 }
 
@@ -29,9 +31,10 @@ bool hasRoom(qint64 bytes)
 Eas::Result storeFailure(const QString &what)
 {
     const int error = QMailStore::instance()->lastError();
-    const QString text = QStringLiteral("%1 (mail store error %2)").arg(what).arg(error);
+    const QString text = FailureText::english("%1 (mail store error %2)").arg(what).arg(error);
     if (!hasRoom(0))
-        return Eas::failure(Eas::NoRoom, Eas::Cause::Here, QStringLiteral("disk full: ") + text);
+        return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
+                            FailureText::english("disk full: %1").arg(text));
     return Eas::failure(Eas::ServerFailed, Eas::Cause::Here, text);
 }
 
@@ -40,7 +43,7 @@ Eas::Result checkRoom(qint64 bytes)
     if (hasRoom(bytes))
         return {};
     return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
-                        QStringLiteral("disk full: no room for %1 bytes").arg(bytes));
+                        FailureText::english("disk full: no room for %1 bytes").arg(bytes));
 }
 
 } // namespace Store

@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/batchstep.h"
 
-#include "daemon/store/windowwriter.h"
+#include "daemon/pacing/sizes.h"
+#include "daemon/store/incoming/windowwriter.h"
+#include "daemon/store/state/unconfirmedmessages.h"
 #include "daemon/sync/foldersync.h"
+#include "daemon/tasks/workreport.h"
 
 namespace Daemon {
 
-namespace {
-
-/** Items that all folders together may bring. */
-constexpr int Items = 200;
-
-} // namespace
-
-BatchStep::BatchStep(const AccountContext &context, const QStringList &collectionIds,
+BatchStep::BatchStep(const AccountContext &context, const QList<Eas::FolderId> &collectionIds,
                      qint64 textBound, QObject *parent)
     : Task(context, parent)
     , m_collectionIds(collectionIds)
@@ -21,23 +17,23 @@ BatchStep::BatchStep(const AccountContext &context, const QStringList &collectio
 {
 }
 
-void BatchStep::proceed()
+void BatchStep::perform()
 {
     QList<Eas::SyncRequest> requests;
-    for (const QString &collectionId : m_collectionIds) {
+    for (const Eas::FolderId &collectionId : m_collectionIds) {
         Eas::SyncRequest request;
-        const int items = Items / m_collectionIds.size();
-        const Eas::Result prepared =
-            FolderSync::nextWindow(m_context, collectionId, items, m_textBound, &request);
+        const Eas::Result prepared = FolderSync::nextWindow(
+            m_context, collectionId, Sizes::BatchItems / m_collectionIds.size(), m_textBound,
+            &request);
         if (prepared.ok())
             requests.append(request);
     }
     if (requests.isEmpty()) {
-        finishLater({});
+        end({});
         return;
     }
     auto *command = new Eas::SyncCommand(m_context.session, requests);
-    start(command, [this, command] { onAnswer(*command); });
+    run(command, [this, command] { onAnswer(*command); });
 }
 
 void BatchStep::onAnswer(const Eas::SyncCommand &command)
@@ -48,24 +44,26 @@ void BatchStep::onAnswer(const Eas::SyncCommand &command)
             m_windows.enqueue(window);
         takeNext();
     } else if (result.retryAfter > 0) {
-        retryOrFail(result, [this] { proceed(); });
+        retryOrFail(result, [this] { perform(); });
     } else {
-        emit finished(result, false);
+        end(result);
     }
 }
 
 void BatchStep::takeNext()
 {
     emit progressed(1000 * m_done.size() / m_collectionIds.size());
+    // Of unconfirmed messages, an answer without changes says that they are gone.
+    const QSet<Eas::FolderId> awaited = m_context.unconfirmed().folders();
     while (!m_windows.isEmpty()) {
         const Eas::SyncWindow window = m_windows.dequeue();
-        if (window.status != FolderSync::StatusOk) {
+        if (!window.result.ok()) {
             const Eas::Result taken = takeRefusal(window);
             if (!taken.ok()) {
-                emit finished(taken, true);
+                end(taken);
                 return;
             }
-        } else if (window.unchanged && !awaitsMessages(window.collectionId)) {
+        } else if (window.unchanged && !awaited.contains(window.collectionId)) {
             m_done.append(window.collectionId);
         } else {
             FolderSync::logWindow(m_context, window);
@@ -73,7 +71,7 @@ void BatchStep::takeNext()
             return;
         }
     }
-    emit finished({}, false);
+    end({});
 }
 
 void BatchStep::writeWindow(const Eas::SyncWindow &window)
@@ -81,27 +79,22 @@ void BatchStep::writeWindow(const Eas::SyncWindow &window)
     auto job = std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window);
     const Store::WindowWriter *writer = job.get();
     write(std::move(job), [this, window, writer] {
-        m_broughtNews = m_broughtNews || writer->hasChangedFolder();
+        if (writer->hasChangedFolder()) {
+            m_broughtNews = true;
+            m_context.report->tellNews();
+        }
         if (!window.moreAvailable && !window.initial)
             m_done.append(window.collectionId);
         takeNext();
     });
 }
 
-/** Whether an answer without changes says something: what is not brought now is gone. */
-bool BatchStep::awaitsMessages(const QString &collectionId) const
-{
-    return !m_context.db->unconfirmed(m_context.id(), collectionId).isEmpty();
-}
-
 Eas::Result BatchStep::takeRefusal(const Eas::SyncWindow &window)
 {
-    Eas::Result refusal = Eas::SyncCommand::statusResult(window.status);
-    refusal.status = window.status;
-    m_treeStale = m_treeStale || FolderSync::isTreeStale(refusal);
-    if (!FolderSync::isKeyLost(refusal))
+    m_treeStale = m_treeStale || window.result.outcome == Eas::Outcome::TreeStale;
+    if (!FolderSync::isKeyLost(window.result))
         return {};
-    return FolderSync::beginAnew(m_context, window.collectionId, refusal);
+    return FolderSync::startReconciling(m_context, window.collectionId, window.result);
 }
 
 } // namespace Daemon

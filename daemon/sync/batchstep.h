@@ -6,7 +6,6 @@
 #include "eas/synccommand.h"
 
 #include <QQueue>
-#include <QStringList>
 
 namespace Daemon {
 
@@ -22,31 +21,29 @@ class BatchStep : public Task
     Q_OBJECT
 
 public:
-    /** A batch has so many folders at most. */
-    static constexpr int MaximumFolders = 20;
-
-    BatchStep(const AccountContext &context, const QStringList &collectionIds, qint64 textBound,
-              QObject *parent);
-
-    void proceed() override;
+    BatchStep(const AccountContext &context, const QList<Eas::FolderId> &collectionIds,
+              qint64 textBound, QObject *parent);
 
     /** Those that are up to date now. */
-    const QStringList &done() const { return m_done; }
+    const QList<Eas::FolderId> &done() const { return m_done; }
     /** The server wants the folder tree to be fetched first. */
     bool isTreeStale() const { return m_treeStale; }
+    /** Whether the server brought anything that was not known here. */
+    bool hasBroughtNews() const { return m_broughtNews; }
 
 private:
+    void perform() override;
     void onAnswer(const Eas::SyncCommand &command);
     void takeNext();
     void writeWindow(const Eas::SyncWindow &window);
-    bool awaitsMessages(const QString &collectionId) const;
     Eas::Result takeRefusal(const Eas::SyncWindow &window);
 
-    const QStringList m_collectionIds;
+    const QList<Eas::FolderId> m_collectionIds;
     const qint64 m_textBound; ///< bytes
     QQueue<Eas::SyncWindow> m_windows;
-    QStringList m_done;
+    QList<Eas::FolderId> m_done;
     bool m_treeStale = false;
+    bool m_broughtNews = false;
 };
 
 } // namespace Daemon

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/folderstep.h"
 
-#include "daemon/bus/logging.h"
-#include "daemon/store/windowwriter.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/alarm.h"
+#include "daemon/pacing/pauses.h"
+#include "daemon/store/incoming/windowwriter.h"
+#include "daemon/store/state/unconfirmedmessages.h"
 #include "daemon/sync/foldersync.h"
-#include "daemon/sync/movedcheck.h"
-#include "daemon/tasks/alarm.h"
+#include "daemon/sync/movecheck.h"
+#include "daemon/tasks/workreport.h"
 #include "eas/limits.h"
+#include "eas/synckey.h"
+#include "translations/text.h"
 
 namespace Daemon {
 
@@ -15,63 +20,56 @@ namespace {
 /** A server that says "more" and brings nothing, or the same again, is asked this often. */
 constexpr int IdleWindows = 5;
 
-/** So many bad answers to one key, with pauses between them, are the key's fault. */
-constexpr int MaximumBadAnswers = 3;
-constexpr int PausesMs[MaximumBadAnswers - 1] = {2000, 8000};
-
-/** What a server's program says that breaks down over a request. */
-constexpr int HttpServerError = 500;
-/** From this status on, [MS-ASCMD] 2.2.2, it is not about the folder. */
-constexpr int FirstCommonStatus = 101;
-
 /** Whether another key may get a better answer. */
 bool isKeySuspect(const Eas::Result &result)
 {
-    if (result.status >= FirstCommonStatus || result.retryAfter > 0)
+    // A status that all commands share is not about the folder, a busy server's not about the key.
+    const bool isBusy = result.retryAfter > 0
+        || (result.code == Eas::ServerFailed && result.outcome == Eas::Outcome::TryLater);
+    if (result.source == Eas::Source::AllCommands || isBusy)
         return false;
-    const bool isAnswerBad = result.httpStatus == 0 || result.httpStatus == HttpServerError;
+    const bool isAnswerBad =
+        result.source != Eas::Source::Http || result.outcome == Eas::Outcome::Broken;
     return isAnswerBad && (result.code == Eas::InvalidAnswer || result.code == Eas::ServerFailed);
 }
 
 /** How the server has answered for the one folder that it was asked for. */
 Eas::Result resultOf(const Eas::SyncCommand &command)
 {
-    if (!command.result().ok())
-        return command.result();
-    const int status = command.windows().first().status;
-    Eas::Result result = Eas::SyncCommand::statusResult(status);
-    result.status = result.ok() ? 0 : status;
-    return result;
+    return command.result().ok() ? command.windows().first().result : command.result();
 }
 
 } // namespace
 
-FolderStep::FolderStep(const AccountContext &context, const QString &collectionId, qint64 textBound,
-                       QObject *parent)
+FolderStep::FolderStep(const AccountContext &context, const Eas::FolderId &collectionId,
+                       qint64 textBound, QObject *parent)
     : Task(context, parent)
     , m_collectionId(collectionId)
     , m_textBound(textBound)
 {
 }
 
-void FolderStep::proceed()
+void FolderStep::ask()
 {
-    ask();
+    request(false, [this](const Eas::SyncCommand &command) { onAnswer(command); });
 }
 
-void FolderStep::ask()
+/** Asks for the next window, or, `isFromStart`, for the first one by key "0". */
+void FolderStep::request(bool isFromStart, const Answered &then)
 {
     Eas::SyncRequest request;
     const Eas::Result prepared = FolderSync::nextWindow(
         m_context, m_collectionId, m_windowSize.value(), m_textBound, &request);
     if (!prepared.ok()) {
-        finishLater(prepared, prepared.code != Eas::NotFound);
+        end(prepared);
         return;
     }
+    if (isFromStart)
+        request.syncKey = Eas::FirstKey;
     m_key = request.syncKey;
     m_asked.start();
     auto *command = new Eas::SyncCommand(m_context.session, {request});
-    start(command, [this, command] { onAnswer(*command); });
+    run(command, [command, then] { then(*command); });
 }
 
 void FolderStep::onAnswer(const Eas::SyncCommand &command)
@@ -79,9 +77,11 @@ void FolderStep::onAnswer(const Eas::SyncCommand &command)
     const Eas::Result result = resultOf(command);
     if (result.ok())
         takeWindow(command.windows().first());
+    else if (FolderSync::isKeyLost(result) && m_isReconciling)
+        end(result);
     else if (FolderSync::isKeyLost(result))
-        beginAnew(result);
-    else if (isKeySuspect(result) && m_key != FolderSync::NoKey && !m_begunAnew && !m_isKeyTrusted)
+        reconcile(result, [this] { ask(); });
+    else if (isKeySuspect(result) && m_key != Eas::FirstKey && !m_isReconciling && !m_isKeyTrusted)
         onBadAnswer(result);
     else
         retryOrFail(result, [this] { ask(); });
@@ -89,60 +89,36 @@ void FolderStep::onAnswer(const Eas::SyncCommand &command)
 
 void FolderStep::onBadAnswer(const Eas::Result &result)
 {
-    if (++m_badAnswers == MaximumBadAnswers) {
-        tryFromStart(result);
+    if (m_badAnswers == int(std::size(Pauses::BadAnswers))) {
+        // The key is given up only if the server has a good answer to key "0".
+        request(true, [this, result](const auto &command) { onStartTried(command, result); });
         return;
     }
     qCInfo(lcSync) << "account" << m_context.id() << "asks again for folder" << m_collectionId
                    << "soon:" << result.text;
-    Alarm::once(PausesMs[m_badAnswers - 1], this, [this] { ask(); });
-}
-
-/** Nothing is given up here before the server has shown that it has a good answer to no key. */
-void FolderStep::tryFromStart(const Eas::Result &reason)
-{
-    Eas::SyncRequest request;
-    const Eas::Result prepared = FolderSync::nextWindow(
-        m_context, m_collectionId, m_windowSize.value(), m_textBound, &request);
-    if (!prepared.ok()) {
-        finishLater(prepared, prepared.code != Eas::NotFound);
-        return;
-    }
-    request.syncKey = FolderSync::NoKey;
-    auto *command = new Eas::SyncCommand(m_context.session, {request});
-    start(command, [this, command, reason] { onStartTried(*command, reason); });
+    Alarm::once(Pauses::BadAnswers[m_badAnswers++], this, [this] { ask(); });
 }
 
 void FolderStep::onStartTried(const Eas::SyncCommand &command, const Eas::Result &reason)
 {
     if (!resultOf(command).ok() || !command.windows().first().initial) {
         m_hasServerFailed = true;
-        emit finished(reason, false);
+        end(reason);
         return;
     }
-    m_begunAnew = true;
-    m_named.clear();
-    m_key = FolderSync::NoKey;
-    const Eas::Result result = FolderSync::beginAnew(m_context, m_collectionId, reason);
-    if (result.ok())
-        takeWindow(command.windows().first());
-    else
-        emit finished(result, true);
+    const Eas::SyncWindow window = command.windows().first();
+    reconcile(reason, [this, window] { takeWindow(window); });
 }
 
-void FolderStep::beginAnew(const Eas::Result &reason)
+void FolderStep::reconcile(const Eas::Result &reason, const std::function<void()> &then)
 {
-    if (m_begunAnew) {
-        emit finished(reason, false);
-        return;
-    }
-    m_begunAnew = true;
+    m_isReconciling = true;
     m_named.clear();
-    const Eas::Result result = FolderSync::beginAnew(m_context, m_collectionId, reason);
+    const Eas::Result result = FolderSync::startReconciling(m_context, m_collectionId, reason);
     if (result.ok())
-        ask();
+        then();
     else
-        emit finished(result, true);
+        end(result);
 }
 
 void FolderStep::takeWindow(const Eas::SyncWindow &window)
@@ -153,36 +129,37 @@ void FolderStep::takeWindow(const Eas::SyncWindow &window)
     auto job = std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window);
     const Store::WindowWriter *writer = job.get();
     write(std::move(job), [this, window, writer] {
-        m_broughtNews = m_broughtNews || writer->hasChangedFolder();
+        if (writer->hasChangedFolder()) {
+            m_broughtNews = true;
+            m_context.report->tellNews();
+        }
         windowWritten(window);
     });
 }
 
 void FolderStep::windowWritten(const Eas::SyncWindow &window)
 {
-    m_windowSize.took(FolderSync::itemCount(window), m_asked.elapsed());
+    m_windowSize.adapt(FolderSync::itemCount(window), m_asked.elapsed());
     m_progress += (1000 - m_progress) / 4;
     emit progressed(m_progress);
-    if ((window.initial || window.moreAvailable) && isLooping(window)) {
-        emit finished({Eas::InvalidAnswer, QStringLiteral("the server does not get on")}, false);
-    } else if (window.initial) {
+    if ((window.initial || window.moreAvailable) && isLooping(window))
+        end({Eas::InvalidAnswer, FailureText::english("the server does not get on")});
+    else if (window.initial)
         ask();
-    } else if (!window.moreAvailable) {
-        checkMoved();
-    } else {
+    else if (!window.moreAvailable)
+        checkMoves();
+    else
         emit paused();
-    }
 }
 
-void FolderStep::checkMoved()
+void FolderStep::checkMoves()
 {
-    if (m_context.db->moved(m_context.id(), m_collectionId).isEmpty()) {
-        emit finished({}, false);
+    if (m_context.unconfirmed().acknowledgedMoves(m_collectionId).isEmpty()) {
+        end({});
         return;
     }
-    auto *check = new MovedCheck(m_context, m_collectionId, this);
-    connect(check, &Task::finished, this, &Task::finished);
-    check->proceed();
+    run(new MoveCheck(m_context, m_collectionId, this),
+        [this](const Eas::Result &result) { end(result); });
 }
 
 bool FolderStep::isLooping(const Eas::SyncWindow &window)

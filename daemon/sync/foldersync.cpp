@@ -1,26 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/foldersync.h"
 
-#include "daemon/bus/logging.h"
-#include "daemon/store/windowwriter.h"
+#include "daemon/log/logging.h"
+#include "daemon/store/incoming/reconciliation.h"
+#include "daemon/store/state/folderkeys.h"
+#include "translations/text.h"
 
 namespace Daemon::FolderSync {
-
-namespace {
-
-/** [MS-ASCMD] 2.2.3.177.17, and those common to all commands, 2.2.2. */
-enum SyncStatus {
-    BadKey = 3,
-    ObjectGone = 8,
-    TreeChanged = 12,
-    StateLost = 132,
-    StateDamaged = 134
-};
-
-/** What some servers answer, instead of BadKey, to a key that is none of theirs. */
-constexpr int HttpNotImplemented = 501;
-
-} // namespace
 
 Eas::FilterType filterOf(const Store::AccountRecord &record)
 {
@@ -36,12 +22,12 @@ Eas::FilterType filterOf(const Store::AccountRecord &record)
     return days <= 14 ? Eas::FilterType::TwoWeeks : Eas::FilterType::OneMonth;
 }
 
-Eas::Result nextWindow(const AccountContext &context, const QString &collectionId, int windowSize,
-                       qint64 textBound, Eas::SyncRequest *request)
+Eas::Result nextWindow(const AccountContext &context, const Eas::FolderId &collectionId,
+                       int windowSize, qint64 textBound, Eas::SyncRequest *request)
 {
-    auto state = context.db->folder(context.id(), collectionId);
+    auto state = context.folders().find(collectionId);
     if (!state)
-        return {Eas::NotFound, QStringLiteral("the folder is gone")};
+        return {Eas::NotFound, FailureText::english("the folder is gone")};
     const Eas::FilterType filter = filterOf(context.record);
     request->collectionId = collectionId;
     request->syncKey = state->syncKey;
@@ -52,31 +38,22 @@ Eas::Result nextWindow(const AccountContext &context, const QString &collectionI
     if (state->filter == int(filter))
         return {};
     state->filter = int(filter);
-    return context.db->saveFolder(context.id(), *state);
+    return context.folders().save(*state);
 }
 
 bool isKeyLost(const Eas::Result &result)
 {
-    return result.status == BadKey || result.status == StateLost || result.status == StateDamaged
-        || result.httpStatus == HttpNotImplemented;
+    // Some servers answer a key that is none of theirs by HTTP.
+    return result.outcome == Eas::Outcome::KeyLost
+        || result.outcome == Eas::Outcome::NotImplemented;
 }
 
-bool isTreeStale(const Eas::Result &result)
+Eas::Result startReconciling(const AccountContext &context, const Eas::FolderId &collectionId,
+                             const Eas::Result &reason)
 {
-    return result.status == TreeChanged || result.status == ObjectGone;
-}
-
-Eas::Result beginAnew(const AccountContext &context, const QString &collectionId,
-                      const Eas::Result &reason)
-{
-    qCInfo(lcSync) << "account" << context.id() << "compares folder" << collectionId
-                   << "anew with the server:" << reason.text;
+    qCInfo(lcSync) << "account" << context.id() << "reconciles folder" << collectionId
+                   << "with the server:" << reason.text;
     return Store::startReconciling(*context.db, context.id(), collectionId);
-}
-
-bool isEmpty(const Eas::SyncWindow &window)
-{
-    return itemCount(window) == 0;
 }
 
 int itemCount(const Eas::SyncWindow &window)

@@ -15,12 +15,6 @@ constexpr qint64 TextBound = 64 * 1024;
 /** The same where headers and a preview suffice. */
 constexpr qint64 PreviewBound = 4 * 1024;
 
-/** With which a folder is synchronised from the start. */
-const QString NoKey = QStringLiteral("0");
-
-/** A collection's status, [MS-ASCMD] 2.2.3.177.17. */
-constexpr int StatusOk = 1;
-
 /** How far back the account's messages are wanted. */
 Eas::FilterType filterOf(const Store::AccountRecord &record);
 
@@ -28,8 +22,8 @@ Eas::FilterType filterOf(const Store::AccountRecord &record);
  * Asks for the folder's next window, with so many bytes of each text; remembers the filter.
  * NotFound when the folder is not here.
  */
-Eas::Result nextWindow(const AccountContext &context, const QString &collectionId, int windowSize,
-                       qint64 textBound, Eas::SyncRequest *request);
+Eas::Result nextWindow(const AccountContext &context, const Eas::FolderId &collectionId,
+                       int windowSize, qint64 textBound, Eas::SyncRequest *request);
 
 /** How many items a window has, gone ones included. */
 int itemCount(const Eas::SyncWindow &window);
@@ -37,15 +31,9 @@ int itemCount(const Eas::SyncWindow &window);
 /** The server does not know the folder's key any more. */
 bool isKeyLost(const Eas::Result &result);
 
-/** The server wants the folder tree to be fetched before it goes on with this folder. */
-bool isTreeStale(const Eas::Result &result);
-
-/** Prepares the folder for being compared anew with what the server has. */
-Eas::Result beginAnew(const AccountContext &context, const QString &collectionId,
-                      const Eas::Result &reason);
-
-/** Whether a window brings nothing but its key. */
-bool isEmpty(const Eas::SyncWindow &window);
+/** Has the folder reconciled with what the server has. */
+Eas::Result startReconciling(const AccountContext &context, const Eas::FolderId &collectionId,
+                             const Eas::Result &reason);
 
 /** Tells the log what a window brings, and what was left out of it. */
 void logWindow(const AccountContext &context, const Eas::SyncWindow &window);

@@ -1,24 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/localchangewatch.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/pauses.h"
 #include "daemon/store/localchanges.h"
-#include "daemon/tasks/backoff.h"
-
-#include <QRandomGenerator>
 
 namespace Daemon {
 
 namespace {
-
-/** Changes come in crowds, and each look reads through the account. */
-constexpr int LookDelayMs = 500;
-
-/** Each further attempt could lock the account at the server. */
-bool isFinal(int code)
-{
-    return code == Eas::LoginRefused;
-}
 
 QString text(const std::optional<bool> &flag)
 {
@@ -29,7 +18,7 @@ QString text(const std::optional<bool> &flag)
 
 int &LocalChangeWatch::usualQuietTime()
 {
-    static int milliseconds = 6500;
+    static int milliseconds = Pauses::BeforeUpload;
     return milliseconds;
 }
 
@@ -38,10 +27,10 @@ LocalChangeWatch::LocalChangeWatch(const AccountContext &context, QObject *paren
     , m_context(context)
 {
     m_look.setSingleShot(true);
-    m_look.setInterval(LookDelayMs);
+    m_look.setInterval(Pauses::BeforeLook);
     connect(&m_look, &QTimer::timeout, this, &LocalChangeWatch::compare);
     connect(&m_quiet, &Alarm::rang, this, &LocalChangeWatch::uploadNeeded);
-    // What changed while no daemon ran.
+    // Finds what changed while no daemon ran.
     look();
 }
 
@@ -51,7 +40,7 @@ void LocalChangeWatch::look()
         m_look.start();
 }
 
-/** Our own writing takes changes away and adds none, so it postpones and begins nothing. */
+/** Starts the wait where there are more changes than before; our own writing only removes some. */
 void LocalChangeWatch::compare()
 {
     const QSet<QString> now = changes();
@@ -61,6 +50,7 @@ void LocalChangeWatch::compare()
         m_quiet.stop();
     else if (isMore && !m_isMuted)
         m_quiet.start(usualQuietTime());
+    emit looked(now.size());
     if (m_quiet.isActive())
         qCDebug(lcSync) << "they go up after" << m_quiet.interval() << "ms without another change";
 }
@@ -78,18 +68,15 @@ void LocalChangeWatch::noteEnd(const Eas::Result &result)
         m_isMuted = false;
         return;
     }
-    m_isMuted = isFinal(result.code);
+    m_isMuted = Backoff::isFinal(result.code);
     m_known = changes();
     if (m_isMuted || m_known.isEmpty()) {
         m_quiet.stop();
         return;
     }
-    const double share = QRandomGenerator::global()->generateDouble();
-    ++m_failures;
-    const int pause = Backoff::isGrave(result.code)
-        ? Backoff::gravePauseMs(m_failures, share, result.retryAfter)
-        : Backoff::pauseMs(m_failures, share, result.retryAfter);
-    m_quiet.start(qMax(usualQuietTime(), pause));
+    const Backoff &pauses =
+        Backoff::isGrave(result.code) ? Pauses::AfterGraveFailure : Pauses::AfterFailure;
+    m_quiet.start(qMax(usualQuietTime(), pauses.pauseMs(++m_failures, result.retryAfter)));
 }
 
 void LocalChangeWatch::forget()
@@ -117,10 +104,12 @@ QSet<QString> LocalChangeWatch::changes() const
                              .arg(change.id.toULongLong())
                              .arg(text(change.read), text(change.important)));
         for (const Store::Move &move : folder.moves)
+            found.insert(QStringLiteral("move %1 %2")
+                             .arg(move.id.toULongLong())
+                             .arg(move.destination.text()));
+        for (const Store::ServerUid &uid : folder.deletions)
             found.insert(
-                QStringLiteral("move %1 %2").arg(move.id.toULongLong()).arg(move.destination));
-        for (const QString &id : folder.deletions)
-            found.insert(QStringLiteral("deletion %1 %2").arg(folder.collectionId, id));
+                QStringLiteral("deletion %1 %2").arg(folder.collectionId.text(), uid.itemId()));
     }
     qCDebug(lcSync) << "account" << m_context.id().toULongLong()
                     << "was looked through:" << found.size() << "changes are to be carried";

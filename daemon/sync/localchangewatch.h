@@ -2,8 +2,8 @@
 #ifndef DAEMON_SYNC_LOCALCHANGEWATCH_H
 #define DAEMON_SYNC_LOCALCHANGEWATCH_H
 
+#include "daemon/pacing/alarm.h"
 #include "daemon/tasks/accountcontext.h"
-#include "daemon/tasks/alarm.h"
 
 #include <QObject>
 #include <QSet>
@@ -25,16 +25,16 @@ class LocalChangeWatch : public QObject
     Q_OBJECT
 
 public:
-    /** Milliseconds in which nothing more may change before it goes up; those of the process. */
+    /** Milliseconds without another change before an upload; one value for the process. */
     static int &usualQuietTime();
 
     explicit LocalChangeWatch(const AccountContext &context, QObject *parent = nullptr);
 
     /** The mail store has changed. */
     void look();
-    /** Changes were carried: who does the same again does something new. */
+    /** Changes were carried: the same change, if made again, is a new one. */
     void noteUpload();
-    /** Something that was to carry the changes has ended. */
+    /** Work that was to carry the changes has ended. */
     void noteEnd(const Eas::Result &result);
     /** An upload was stopped: what it has left is to be carried all the same. */
     void forget();
@@ -42,6 +42,8 @@ public:
 
 signals:
     void uploadNeeded();
+    /** After each look: how many changes are to be carried. */
+    void looked(int count);
 
 private:
     void compare();

@@ -1,33 +1,31 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/syncrun.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/sizes.h"
+#include "daemon/store/state/accountkeys.h"
+#include "daemon/store/state/unconfirmedmessages.h"
 #include "daemon/sync/batchstep.h"
-#include "daemon/sync/folderrank.h"
 #include "daemon/sync/folderstep.h"
 #include "daemon/sync/foldersync.h"
 #include "daemon/sync/treestep.h"
 #include "daemon/sync/uploadstep.h"
+#include "daemon/tasks/workreport.h"
 
 #include <qmailfolder.h>
 #include <qmailstore.h>
-#include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 namespace Daemon {
 
 namespace {
 
-/** The step that fetches the folder tree; no collection has this id. */
-const QString Tree = QStringLiteral("\n");
-/** The step that carries local changes to the server, before anything is fetched. */
-const QString Upload = QStringLiteral("\t");
-
 /** Before the folders are known, the tree counts as one of so many steps. */
 constexpr int AssumedSteps = 20;
 
-/** A run that more requests join could go on for ever. */
+/** How many requests may join a run, which could otherwise go on for ever. */
 constexpr int MaximumJoined = 8;
 
 /** What is wrong with the account or its server and not with one folder. */
@@ -38,14 +36,15 @@ bool stopsEverything(const Eas::Result &result)
     case Eas::InvalidAnswer:
         return false;
     case Eas::ServerFailed:
-        // A key may be lost by a status of HTTP; the folders then have to begin anew one by one.
-        return result.status == 0 && !FolderSync::isKeyLost(result);
+        // A key may be lost by a status of HTTP; the folders are then reconciled one by one.
+        return !result.isStatus() && !FolderSync::isKeyLost(result);
     default:
         return true;
     }
 }
 
-/** Whether each folder for itself may be better off than the tree, the upload or many at once. */
+/** Whether the run goes on with each folder by itself after the tree, the upload or a batch
+ * failed. */
 bool spoilsOneThing(const Eas::Result &result)
 {
     switch (result.code) {
@@ -59,75 +58,68 @@ bool spoilsOneThing(const Eas::Result &result)
     }
 }
 
-QSet<QString> toSet(const QStringList &list)
+QList<SyncStep> stepsFor(const QList<Eas::FolderId> &collectionIds)
 {
-    return QSet<QString>(list.cbegin(), list.cend());
+    QList<SyncStep> steps;
+    for (const Eas::FolderId &collectionId : collectionIds)
+        steps.append(SyncStep(collectionId));
+    return steps;
 }
 
-QSet<QString> translated(const QSet<QString> &names, const QHash<QString, QString> &renamed)
+QSet<SyncStep> toSet(const QList<Eas::FolderId> &collectionIds)
 {
-    QSet<QString> result;
-    for (const QString &name : names)
-        result.insert(renamed.value(name, name));
+    const QList<SyncStep> steps = stepsFor(collectionIds);
+    return {steps.cbegin(), steps.cend()};
+}
+
+QSet<SyncStep> translated(const QSet<SyncStep> &steps, const QHash<SyncStep, SyncStep> &renamed)
+{
+    QSet<SyncStep> result;
+    for (const SyncStep &step : steps)
+        result.insert(renamed.value(step, step));
     return result;
 }
 
 } // namespace
 
-SyncRun::SyncRun(const AccountContext &context, QObject *parent)
-    : Job(parent)
-    , m_context(context)
+SyncRun::~SyncRun()
 {
+    endSync();
 }
 
-QList<Request> SyncRun::requests() const
+bool SyncRun::mayJoin(const Request &request) const
 {
-    QList<Request> requests;
-    for (const Waiter &waiter : m_waiters)
-        requests.append(waiter.request);
-    return requests;
+    return isSynchronisation(request.kind) && m_joined < MaximumJoined;
 }
 
-bool SyncRun::join(const Request &request)
+void SyncRun::add(const Request &request)
 {
-    if (!isSynchronisation(request.kind) || (m_started && ++m_joined > MaximumJoined))
-        return false;
-    Waiter waiter;
-    waiter.request = request;
+    Waiter waiter {request};
     const bool isUpload = request.kind == RequestKind::Upload;
     const bool isTreeWanted =
         !isUpload && (request.kind != RequestKind::SyncFolders || !isTreeKnown());
     waiter.awaitsTree = isTreeWanted && request.kind != RequestKind::FolderSync;
     if (isTreeWanted)
-        waiter.steps.insert(Tree);
+        waiter.steps.insert(SyncStep::Tree);
     else if (!isUpload)
         waiter.steps = toSet(foldersOf(request, false));
     if (request.kind != RequestKind::FolderSync)
-        waiter.steps.insert(Upload);
+        waiter.steps.insert(SyncStep::Upload);
     plan(waiter.steps, request.kind == RequestKind::SyncFolders);
     m_waiters.append(waiter);
-    if (m_started)
+    if (m_started) {
+        ++m_joined;
         announce();
-    return true;
+    }
 }
 
-bool SyncRun::drop(int requestId)
+void SyncRun::plan(const QSet<SyncStep> &steps, bool first)
 {
-    m_waiters.erase(std::remove_if(m_waiters.begin(), m_waiters.end(),
-                                   [requestId](const Waiter &waiter) {
-                                       return waiter.request.id == requestId;
-                                   }),
-                    m_waiters.end());
-    return m_waiters.isEmpty();
-}
-
-void SyncRun::plan(const QSet<QString> &steps, bool first)
-{
-    for (const QString &step : steps) {
+    for (const SyncStep &step : steps) {
         // An upload that is under way may have missed what this request is about.
-        if (m_step && m_current.contains(step) && step != Upload)
+        if (m_current.contains(step) && step != SyncStep::Upload)
             continue;
-        if (first || step == Tree) {
+        if (first || step == SyncStep::Tree) {
             m_pending.removeAll(step);
             m_pending.prepend(step);
         } else if (!m_pending.contains(step)) {
@@ -135,7 +127,7 @@ void SyncRun::plan(const QSet<QString> &steps, bool first)
         }
     }
     // The tree decides which folders there are; what the user did goes before all else.
-    for (const QString &step : {Tree, Upload}) {
+    for (const SyncStep &step : {SyncStep::Tree, SyncStep::Upload}) {
         if (m_pending.removeAll(step) > 0)
             m_pending.prepend(step);
     }
@@ -152,51 +144,55 @@ void SyncRun::announce()
     if (m_announced || !isSync)
         return;
     m_announced = true;
-    emit syncBegan();
+    emit m_context.report->syncBegan(m_context.id().toULongLong());
+}
+
+void SyncRun::endSync()
+{
+    if (std::exchange(m_announced, false))
+        m_context.report->endSync(m_context.id().toULongLong());
 }
 
 void SyncRun::proceed()
 {
     m_started = true;
     announce();
-    if (m_step)
-        m_step->proceed();
-    else
-        QTimer::singleShot(0, this, &SyncRun::startNext);
+    Job::proceed();
 }
 
-void SyncRun::startNext()
+void SyncRun::perform()
 {
-    finishWaiters();
+    answerReady();
     if (m_waiters.isEmpty() || m_pending.isEmpty()) {
-        // Without a single folder nothing was looked at.
-        finishAll(enabledFolders().isEmpty() ? m_treeFailure : Eas::Result());
+        // Without a folder, nothing but the tree was asked for.
+        end(enabledFolders().isEmpty() ? m_treeFailure : Eas::Result());
         return;
     }
-    const QStringList batch = takeBatch();
+    const QList<Eas::FolderId> batch = takeBatch();
     if (!batch.isEmpty()) {
-        startStep(new BatchStep(m_context, batch, textBound(batch.first()), this), batch);
+        const QList<SyncStep> steps = stepsFor(batch);
+        startStep(new BatchStep(m_context, batch, textBound(steps.first()), this), steps);
         return;
     }
-    const QString name = m_pending.takeFirst();
-    if (name == Upload)
-        startStep(new UploadStep(m_context, this), {name});
-    else if (name == Tree)
-        startStep(new TreeStep(m_context, this), {name});
+    const SyncStep step = m_pending.takeFirst();
+    if (step.isFolder())
+        startFolder(step);
+    else if (step == SyncStep::Tree)
+        startStep(new TreeStep(m_context, this), {step});
     else
-        startFolder(name);
+        startStep(new UploadStep(m_context, this), {step});
 }
 
-void SyncRun::startFolder(const QString &name)
+void SyncRun::startFolder(const SyncStep &step)
 {
-    auto *step = new FolderStep(m_context, name, textBound(name), this);
+    auto *task = new FolderStep(m_context, step.collectionId(), textBound(step), this);
     if (m_hasServerFailed)
-        step->trustKey();
-    startStep(step, {name});
+        task->trustKey();
+    startStep(task, {step});
 }
 
 /** Bytes of each text in a folder: enough for everybody who wants that folder. */
-qint64 SyncRun::textBound(const QString &folder) const
+qint64 SyncRun::textBound(const SyncStep &folder) const
 {
     const auto wantsText = [&folder](const Waiter &waiter) {
         return waiter.steps.contains(folder) && waiter.request.contentType != HeadersAndPreview;
@@ -207,214 +203,217 @@ qint64 SyncRun::textBound(const QString &folder) const
 }
 
 /** Takes the next folders that one request can ask for out of the pending steps. */
-QStringList SyncRun::takeBatch()
+QList<Eas::FolderId> SyncRun::takeBatch()
 {
-    QStringList batch;
-    for (const QString &name : qAsConst(m_pending)) {
-        if (name == Tree || name == Upload || batch.size() == BatchStep::MaximumFolders)
+    if (m_pending.size() < 2 || !m_pending.first().isFolder())
+        return {};
+    QList<Eas::FolderId> batch;
+    const QSet<Eas::FolderId> ordinary = ordinaryFolders();
+    for (const SyncStep &step : qAsConst(m_pending)) {
+        if (!step.isFolder() || batch.size() == Sizes::BatchFolders)
             break;
-        const auto state = m_context.db->folder(m_context.id(), name);
-        const bool isAlike = batch.isEmpty() || textBound(name) == textBound(batch.first());
-        if (state && isOrdinary(*state) && !m_alone.contains(name) && isAlike)
-            batch.append(name);
+        const bool isAlike =
+            batch.isEmpty() || textBound(step) == textBound(SyncStep(batch.first()));
+        if (ordinary.contains(step.collectionId()) && !m_alone.contains(step) && isAlike)
+            batch.append(step.collectionId());
     }
     if (batch.size() < 2)
         return {};
-    for (const QString &name : qAsConst(batch))
-        m_pending.removeAll(name);
+    for (const SyncStep &step : stepsFor(batch))
+        m_pending.removeAll(step);
     return batch;
 }
 
-/** Whether no more is to be found out about the folder than its changes. */
-bool SyncRun::isOrdinary(const Store::FolderState &folder) const
+/** Those of which only changes are to be fetched: no reconciliation, and no move to be checked. */
+QSet<Eas::FolderId> SyncRun::ordinaryFolders() const
 {
-    return !folder.reconciling && m_context.db->moved(m_context.id(), folder.serverId).isEmpty();
+    const QSet<Eas::FolderId> destinations = m_context.unconfirmed().destinations();
+    QSet<Eas::FolderId> ids;
+    const auto folders = m_context.folders().all();
+    for (const Store::FolderState &folder : folders) {
+        if (!folder.reconciling && !destinations.contains(folder.serverId))
+            ids.insert(folder.serverId);
+    }
+    return ids;
 }
 
-void SyncRun::startStep(Task *step, const QStringList &names)
+void SyncRun::startStep(Task *task, const QList<SyncStep> &steps)
 {
-    m_step = step;
-    m_current = names;
-    m_idsBefore = folderIds();
-    connect(step, &Task::paused, this, &SyncRun::paused);
-    connect(step, &Task::progressed, this, &SyncRun::onProgressed);
-    connect(step, &Task::finished, this, &SyncRun::onFinished);
-    step->proceed();
+    m_current = steps;
+    m_hasAskedForNews = m_hasAskedForNews || !steps.contains(SyncStep::Upload);
+    const bool mayRename = steps.contains(SyncStep::Tree) || steps.contains(SyncStep::Upload);
+    m_idsBefore = mayRename ? folderIds() : QHash<quint64, Eas::FolderId>();
+    connect(task, &Task::progressed, this, &SyncRun::onProgressed);
+    run(task, [this, task](const Eas::Result &result) { onFinished(task, result); });
 }
 
-void SyncRun::onFinished(const Eas::Result &result, bool local)
+void SyncRun::onFinished(Task *task, const Eas::Result &result)
 {
-    Task *step = m_step;
-    const QStringList names = m_current;
-    step->deleteLater();
-    m_broughtNews = m_broughtNews || step->hasBroughtNews();
-    if (const auto *folder = qobject_cast<FolderStep *>(step))
-        m_hasServerFailed = m_hasServerFailed || folder->hasServerFailed();
-    if (!result.ok())
-        qCInfo(lcSync) << "account" << m_context.id()
-                       << (names.first() == Tree ? QStringLiteral("folder tree")
-                                                 : names.join(QLatin1Char(' ')))
-                       << "failed with" << result.code << result.text;
-    const bool isTree = names.first() == Tree;
-    const bool isOneFolder = qobject_cast<FolderStep *>(step);
-    const bool isFatal = isOneFolder ? isServersFault(result) : !spoilsOneThing(result);
-    if (!result.ok() && (local || isFatal)) {
-        m_step = nullptr;
-        finishAll(result);
+    const QList<SyncStep> steps = std::exchange(m_current, {});
+    const auto *folder = qobject_cast<FolderStep *>(task);
+    const auto *batch = qobject_cast<BatchStep *>(task);
+    m_broughtNews =
+        m_broughtNews || (folder && folder->hasBroughtNews()) || (batch && batch->hasBroughtNews());
+    m_hasServerFailed = m_hasServerFailed || (folder && folder->hasServerFailed());
+    const bool isTree = steps.first() == SyncStep::Tree;
+    for (const SyncStep &step : result.ok() ? QList<SyncStep>() : steps)
+        qCInfo(lcSync) << "account" << m_context.id() << step.name() << "failed with" << result.code
+                       << result.text;
+    const bool isFatal = result.cause == Eas::Cause::Here
+        || (folder ? isServersFault(result) : !spoilsOneThing(result));
+    if (!result.ok() && isFatal) {
+        end(result);
         return;
     }
     if (isTree)
         m_treeFailure = result;
-    const QHash<QString, QString> renamed = renamings();
+    const QHash<SyncStep, SyncStep> renamed = renamings();
     if (!renamed.isEmpty())
         followRenamings(renamed);
-    if (const auto *upload = qobject_cast<UploadStep *>(step))
+    if (const auto *upload = qobject_cast<UploadStep *>(task))
         onUploadFinished(*upload, result, renamed);
-    else if (qobject_cast<BatchStep *>(step))
-        onBatchFinished(names);
+    else if (batch)
+        onBatchFinished(*batch, steps);
     else
-        onStepFinished(names.first(), result);
-    finishWaiters();
+        onStepFinished(steps.first(), result);
+    answerReady();
     onProgressed(0);
     emit paused();
 }
 
-/** A folder has failed, from the start as well: is there hope for the others? */
+/** Whether a folder has failed so that the others would, too. */
 bool SyncRun::isServersFault(const Eas::Result &result) const
 {
     return stopsEverything(result) || (result.code == Eas::InvalidAnswer && !m_treeFailure.ok());
 }
 
-/** What the upload had to leave for their own steps gets these, and goes up after them: once. */
+/** Plans the steps of folders that the upload had to leave, and the upload after them: once. */
 void SyncRun::onUploadFinished(const UploadStep &upload, const Eas::Result &result,
-                               const QHash<QString, QString> &renamed)
+                               const QHash<SyncStep, SyncStep> &renamed)
 {
     emit uploaded();
-    const QHash<QString, Eas::Result> left = upload.left();
+    const QHash<Eas::FolderId, Eas::Result> left = upload.left();
     m_uploadFailure = result.ok() && !left.isEmpty() ? *left.cbegin() : result;
     if (result.ok() && !left.isEmpty() && !m_isUploadRepeated) {
         m_isUploadRepeated = true;
         m_awaitedByUpload = translated(toSet(left.keys()), renamed);
         plan(m_awaitedByUpload, true);
     }
-    onStepFinished(Upload, result);
+    onStepFinished(SyncStep::Upload, result);
 }
 
-void SyncRun::onBatchFinished(const QStringList &names)
+void SyncRun::onBatchFinished(const BatchStep &batch, const QList<SyncStep> &steps)
 {
-    const auto *batch = static_cast<BatchStep *>(m_step);
-    m_step = nullptr;
-    QStringList left;
-    for (const QString &name : names) {
-        if (batch->done().contains(name)) {
-            noteDone(name);
+    QList<SyncStep> left;
+    for (const SyncStep &step : steps) {
+        if (batch.done().contains(step.collectionId())) {
+            noteDone(step);
         } else {
-            m_alone.insert(name);
-            left.append(name);
+            m_alone.insert(step);
+            left.append(step);
         }
     }
     m_pending = left + m_pending;
-    if (batch->isTreeStale() && !left.isEmpty()) {
-        for (const QString &name : qAsConst(left))
-            m_repeatedAfterTree.insert(name);
-        plan({Tree}, true);
+    if (batch.isTreeStale() && !left.isEmpty()) {
+        for (const SyncStep &step : qAsConst(left))
+            m_repeatedAfterTree.insert(step);
+        plan({SyncStep::Tree}, true);
     }
 }
 
-void SyncRun::onStepFinished(const QString &name, const Eas::Result &result)
+void SyncRun::onStepFinished(const SyncStep &step, const Eas::Result &result)
 {
-    m_step = nullptr;
-    if (FolderSync::isTreeStale(result) && repeatAfterTree(name))
+    if (result.outcome == Eas::Outcome::TreeStale && repeatAfterTree(step))
         return;
-    noteFailure(name, result);
-    if (name == Tree)
+    noteFailure(step, result);
+    if (step == SyncStep::Tree)
         awaitFolders();
-    noteDone(name);
+    noteDone(step);
 }
 
-bool SyncRun::repeatAfterTree(const QString &name)
+bool SyncRun::repeatAfterTree(const SyncStep &step)
 {
-    if (m_repeatedAfterTree.contains(name))
+    if (m_repeatedAfterTree.contains(step))
         return false;
-    m_repeatedAfterTree.insert(name);
-    plan({name}, true);
-    plan({Tree}, true);
+    m_repeatedAfterTree.insert(step);
+    plan({step}, true);
+    plan({SyncStep::Tree}, true);
     return true;
 }
 
-void SyncRun::noteDone(const QString &name)
+void SyncRun::noteDone(const SyncStep &step)
 {
     ++m_done;
-    if (m_awaitedByUpload.remove(name) && m_awaitedByUpload.isEmpty())
-        plan({Upload}, true);
-    const bool isRepeated = name == Upload && !m_awaitedByUpload.isEmpty();
-    if (isRepeated || m_pending.contains(name))
+    if (m_awaitedByUpload.remove(step) && m_awaitedByUpload.isEmpty())
+        plan({SyncStep::Upload}, true);
+    const bool isRepeated = step == SyncStep::Upload && !m_awaitedByUpload.isEmpty();
+    if (isRepeated || m_pending.contains(step))
         return;
     for (Waiter &waiter : m_waiters)
-        waiter.steps.remove(name);
+        waiter.steps.remove(step);
 }
 
-void SyncRun::noteFailure(const QString &name, const Eas::Result &result)
+void SyncRun::noteFailure(const SyncStep &step, const Eas::Result &result)
 {
     if (result.ok())
         return;
     // A folder that has gone is no failure for those who asked for whatever there is.
-    const bool isFolder = name != Upload && name != Tree;
-    const bool isGone = isFolder && !m_context.db->folder(m_context.id(), name);
+    const bool isGone = step.isFolder() && !m_context.folders().find(step.collectionId());
     for (Waiter &waiter : m_waiters) {
         const bool asked = waiter.request.kind == RequestKind::SyncFolders;
-        if (waiter.steps.contains(name) && waiter.failure.ok() && (asked || !isGone))
+        if (waiter.steps.contains(step) && waiter.failure.ok() && (asked || !isGone))
             waiter.failure = result;
     }
 }
 
-/** What was to be asked for as soon as the tree is known is asked for now. */
+/** Plans the folders that requests wanted as soon as the tree is known. */
 void SyncRun::awaitFolders()
 {
     for (Waiter &waiter : m_waiters) {
         if (!waiter.awaitsTree)
             continue;
         waiter.awaitsTree = false;
-        const QStringList folders = foldersOf(waiter.request, true);
-        waiter.steps += toSet(folders);
-        for (const QString &folder : folders)
+        const QList<SyncStep> folders = stepsFor(foldersOf(waiter.request, true));
+        for (const SyncStep &folder : folders) {
+            waiter.steps.insert(folder);
             plan({folder}, false);
+        }
     }
 }
 
-QHash<quint64, QString> SyncRun::folderIds() const
+QHash<quint64, Eas::FolderId> SyncRun::folderIds() const
 {
-    QHash<quint64, QString> ids;
-    const auto folders = m_context.db->folders(m_context.id());
+    QHash<quint64, Eas::FolderId> ids;
+    const auto folders = m_context.folders().all();
     for (const Store::FolderState &folder : folders)
         ids.insert(folder.folderId.toULongLong(), folder.serverId);
     return ids;
 }
 
 /** New ids of folders that the last step has learned, by the former ones. */
-QHash<QString, QString> SyncRun::renamings() const
+QHash<SyncStep, SyncStep> SyncRun::renamings() const
 {
-    QHash<QString, QString> renamed;
-    const QHash<quint64, QString> now = folderIds();
+    QHash<SyncStep, SyncStep> renamed;
+    if (m_idsBefore.isEmpty())
+        return renamed;
+    const QHash<quint64, Eas::FolderId> now = folderIds();
     for (auto it = m_idsBefore.cbegin(); it != m_idsBefore.cend(); ++it) {
-        const QString id = now.value(it.key());
+        const Eas::FolderId id = now.value(it.key());
         if (!id.isEmpty() && id != it.value())
-            renamed.insert(it.value(), id);
+            renamed.insert(SyncStep(it.value()), SyncStep(id));
     }
     return renamed;
 }
 
-/** What was to be done with folders still is where the server calls them otherwise now. */
-void SyncRun::followRenamings(const QHash<QString, QString> &renamed)
+/** Replaces the former ids of folders in all that is planned. */
+void SyncRun::followRenamings(const QHash<SyncStep, SyncStep> &renamed)
 {
-    QStringList pending;
-    for (const QString &name : qAsConst(m_pending))
-        pending.append(renamed.value(name, name));
-    m_pending = pending;
-    for (QSet<QString> *names : {&m_alone, &m_repeatedAfterTree, &m_awaitedByUpload})
-        *names = translated(*names, renamed);
-    // All of them begin anew, and only what has begun is watched for news.
-    const QSet<QString> all = toSet(enabledFolders());
+    for (SyncStep &step : m_pending)
+        step = renamed.value(step, step);
+    for (QSet<SyncStep> *steps : {&m_alone, &m_repeatedAfterTree, &m_awaitedByUpload})
+        *steps = translated(*steps, renamed);
+    // Renamed folders are to be reconciled, and only what has begun with that is watched for news.
+    const QSet<SyncStep> all = toSet(enabledFolders());
     plan(all, false);
     for (Waiter &waiter : m_waiters) {
         waiter.steps = translated(waiter.steps, renamed);
@@ -423,94 +422,68 @@ void SyncRun::followRenamings(const QHash<QString, QString> &renamed)
     }
 }
 
-void SyncRun::finishWaiters()
+void SyncRun::end(const Eas::Result &result)
 {
-    QList<Waiter> open;
-    for (const Waiter &waiter : qAsConst(m_waiters)) {
-        if (waiter.steps.isEmpty())
-            emit requestFinished(waiter.request.id, waiter.failure);
-        else
-            open.append(waiter);
-    }
-    m_waiters = open;
-}
-
-void SyncRun::finishAll(const Eas::Result &result)
-{
-    for (const Waiter &waiter : qAsConst(m_waiters))
-        emit requestFinished(waiter.request.id, result);
-    m_waiters.clear();
-    emit over(result);
+    // With nothing to carry, an upload alone says nothing about the server.
+    if (m_announced && (m_hasAskedForNews || !result.ok()))
+        m_context.report->noteSync(m_context, result);
+    answerAll(result);
+    endSync();
+    Job::end(result);
 }
 
 void SyncRun::onProgressed(int progress)
 {
     const bool isTreeAwaited = std::any_of(m_waiters.cbegin(), m_waiters.cend(),
                                            [](const Waiter &waiter) { return waiter.awaitsTree; });
-    const int current = m_step ? m_current.size() : 0;
+    const int current = m_current.size();
     int steps = m_done + current + m_pending.size();
     if (isTreeAwaited)
         steps = qMax(steps, AssumedSteps);
-    if (steps > 0)
-        emit syncProgressed((m_done * 1000 + current * progress) / steps);
+    if (steps > 0 && m_announced)
+        emit m_context.report->syncProgressed(m_context.id().toULongLong(),
+                                              (m_done * 1000 + current * progress) / steps);
 }
 
-QStringList SyncRun::enabledFolders() const
+QList<Eas::FolderId> SyncRun::enabledFolders() const
 {
-    QList<Store::FolderState> folders;
-    const auto all = m_context.db->folders(m_context.id());
-    for (const Store::FolderState &folder : all) {
-        if (QMailFolder(folder.folderId).status() & QMailFolder::SynchronizationEnabled)
-            folders.append(folder);
-    }
-    std::stable_sort(folders.begin(), folders.end(), [](const auto &a, const auto &b) {
-        return folderRank(a.type) < folderRank(b.type);
-    });
-    QStringList ids;
-    for (const Store::FolderState &folder : qAsConst(folders))
+    QList<Eas::FolderId> ids;
+    for (const Store::FolderState &folder : m_context.folders().enabled())
         ids.append(folder.serverId);
     return ids;
 }
 
 /** `isTreeNew`: it was not there when the request came. */
-QStringList SyncRun::foldersOf(const Request &request, bool isTreeNew) const
+QList<Eas::FolderId> SyncRun::foldersOf(const Request &request, bool isTreeNew) const
 {
     if (request.kind == RequestKind::Sync)
         return enabledFolders();
-    const QStringList known = knownFolders(request.folders);
+    const QList<Eas::FolderId> known = knownFolders(request.folders);
     // A mail program that knows no inbox yet asks for the news of no folder, which is number 0.
     const bool isInboxMeant = isTreeNew || request.folders.contains(QStringLiteral("0"));
-    return known.isEmpty() && isInboxMeant ? inbox() : known;
+    const auto inbox = m_context.folders().find(Eas::Inbox);
+    return known.isEmpty() && isInboxMeant && inbox ? QList<Eas::FolderId> {inbox->serverId}
+                                                    : known;
 }
 
-QStringList SyncRun::knownFolders(const QStringList &folderIds) const
+QList<Eas::FolderId> SyncRun::knownFolders(const QStringList &folderIds) const
 {
-    QStringList known;
+    QList<Eas::FolderId> known;
     for (const QString &text : folderIds) {
         bool isNumber = false;
         const QMailFolderId id(text.toULongLong(&isNumber));
         if (!isNumber || QMailFolder(id).parentAccountId() != m_context.id())
             continue;
-        const auto state = m_context.db->folder(id);
+        const auto state = m_context.folders().find(id);
         if (state && !known.contains(state->serverId))
             known.append(state->serverId);
     }
     return known;
 }
 
-QStringList SyncRun::inbox() const
-{
-    const auto all = m_context.db->folders(m_context.id());
-    for (const Store::FolderState &folder : all) {
-        if (folder.type == Eas::Inbox)
-            return {folder.serverId};
-    }
-    return {};
-}
-
 bool SyncRun::isTreeKnown() const
 {
-    return m_context.db->account(m_context.id()).folderSyncKey != QLatin1String("0");
+    return m_context.keys().state().folderSyncKey != Eas::FirstKey;
 }
 
 } // namespace Daemon

@@ -2,7 +2,7 @@
 #ifndef DAEMON_SYNC_SYNCRUN_H
 #define DAEMON_SYNC_SYNCRUN_H
 
-#include "daemon/tasks/accountcontext.h"
+#include "daemon/store/state/folderkeys.h"
 #include "daemon/tasks/job.h"
 
 #include <QSet>
@@ -10,7 +10,7 @@
 
 namespace Daemon {
 
-class Task;
+class BatchStep;
 class UploadStep;
 
 /**
@@ -18,21 +18,20 @@ class UploadStep;
  *
  * Answers any number of requests, each as soon as all that it asked for is done; a step that was
  * done before a request came is done again for it, one that is under way counts. What fails for one
- * folder, or for the tree, does not hold up the others. Where the tree was never fetched, that
- * comes first, whatever was asked for; who then named no folder that is known gets the inbox.
+ * folder alone, or for the tree, leaves the others; what is wrong with the account, its server or
+ * the mail store ends all of it. Where the tree was never fetched, that comes first, whatever was
+ * asked for; who then named no folder that is known gets the inbox.
  */
 class SyncRun : public Job
 {
     Q_OBJECT
 
 public:
-    SyncRun(const AccountContext &context, QObject *parent);
+    using Job::Job;
+    ~SyncRun() override;
 
     bool isUrgent() const override { return false; }
-    QList<Request> requests() const override;
-    /** False when it is no synchronisation, or so many have joined that the next run takes it. */
-    bool join(const Request &request) override;
-    bool drop(int requestId) override;
+    void add(const Request &request) override;
     void proceed() override;
 
     /** Whether the server brought anything that was not known here. */
@@ -45,62 +44,51 @@ signals:
     void uploaded();
 
 private:
-    /** A request, and the steps that it still waits for. */
-    struct Waiter
-    {
-        Request request;
-        QSet<QString> steps;
-        /** Its folders are known only when the tree is. */
-        bool awaitsTree = false;
-        Eas::Result failure;
-    };
-
-    void plan(const QSet<QString> &steps, bool first);
+    void perform() override;
+    void end(const Eas::Result &result) override;
+    /** False when it is no synchronisation, or so many have joined that the next run takes it. */
+    bool mayJoin(const Request &request) const override;
+    void plan(const QSet<SyncStep> &steps, bool first);
     void announce();
-    void startNext();
-    qint64 textBound(const QString &folder) const;
-    QStringList takeBatch();
-    bool isOrdinary(const Store::FolderState &folder) const;
-    void startStep(Task *step, const QStringList &names);
-    void startFolder(const QString &name);
-    void onFinished(const Eas::Result &result, bool local);
+    qint64 textBound(const SyncStep &folder) const;
+    QList<Eas::FolderId> takeBatch();
+    QSet<Eas::FolderId> ordinaryFolders() const;
+    void startStep(Task *task, const QList<SyncStep> &steps);
+    void startFolder(const SyncStep &step);
+    void onFinished(Task *task, const Eas::Result &result);
     bool isServersFault(const Eas::Result &result) const;
     void onUploadFinished(const UploadStep &upload, const Eas::Result &result,
-                          const QHash<QString, QString> &renamed);
-    void onBatchFinished(const QStringList &names);
-    void onStepFinished(const QString &name, const Eas::Result &result);
-    bool repeatAfterTree(const QString &name);
-    void noteFailure(const QString &name, const Eas::Result &result);
-    void noteDone(const QString &name);
+                          const QHash<SyncStep, SyncStep> &renamed);
+    void onBatchFinished(const BatchStep &batch, const QList<SyncStep> &steps);
+    void onStepFinished(const SyncStep &step, const Eas::Result &result);
+    bool repeatAfterTree(const SyncStep &step);
+    void noteFailure(const SyncStep &step, const Eas::Result &result);
+    void noteDone(const SyncStep &step);
     void awaitFolders();
-    QHash<quint64, QString> folderIds() const;
-    QHash<QString, QString> renamings() const;
-    void followRenamings(const QHash<QString, QString> &renamed);
-    QStringList foldersOf(const Request &request, bool isTreeNew) const;
-    void finishWaiters();
-    void finishAll(const Eas::Result &result);
+    QHash<quint64, Eas::FolderId> folderIds() const;
+    QHash<SyncStep, SyncStep> renamings() const;
+    void followRenamings(const QHash<SyncStep, SyncStep> &renamed);
+    QList<Eas::FolderId> foldersOf(const Request &request, bool isTreeNew) const;
+    void endSync();
     void onProgressed(int progress);
-    QStringList enabledFolders() const;
-    QStringList knownFolders(const QStringList &folderIds) const;
-    QStringList inbox() const;
+    QList<Eas::FolderId> enabledFolders() const;
+    QList<Eas::FolderId> knownFolders(const QStringList &folderIds) const;
     bool isTreeKnown() const;
 
-    const AccountContext m_context;
-    QList<Waiter> m_waiters;
-    /** Names of steps: a collection's id, or Tree. */
-    QStringList m_pending;
-    QStringList m_current; ///< what the step that is under way is about
-    Task *m_step = nullptr;
-    QSet<QString> m_alone; ///< folders that take no part in batches any more
-    QSet<QString> m_repeatedAfterTree;
-    QHash<quint64, QString> m_idsBefore; ///< of the collections before this step, by their folders
-    QSet<QString> m_awaitedByUpload;     ///< folders to be put right before the upload is repeated
+    QList<SyncStep> m_pending;
+    QList<SyncStep> m_current; ///< those that are under way
+    QSet<SyncStep> m_alone;    ///< folders that take no part in batches any more
+    QSet<SyncStep> m_repeatedAfterTree;
+    /** Before this step, by the folders in the mail store. */
+    QHash<quint64, Eas::FolderId> m_idsBefore;
+    QSet<SyncStep> m_awaitedByUpload; ///< folders to be put right before the upload is repeated
     Eas::Result m_treeFailure;
     Eas::Result m_uploadFailure;
     int m_done = 0;
     int m_joined = 0;
     bool m_started = false;
     bool m_announced = false;
+    bool m_hasAskedForNews = false;
     bool m_broughtNews = false;
     bool m_hasServerFailed = false; ///< over one folder, with whatever key
     bool m_isUploadRepeated = false;

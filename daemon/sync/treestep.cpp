@@ -1,70 +1,63 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/treestep.h"
 
-#include "daemon/bus/logging.h"
+#include "daemon/log/logging.h"
 #include "daemon/store/folderwriter.h"
+#include "daemon/store/state/accountkeys.h"
 #include "eas/foldersynccommand.h"
+#include "eas/synckey.h"
 
 namespace Daemon {
 
-namespace {
-const QString NoKey = QStringLiteral("0");
-}
-
-TreeStep::TreeStep(const AccountContext &context, QObject *parent)
-    : Task(context, parent)
+void TreeStep::perform()
 {
-}
-
-void TreeStep::proceed()
-{
-    m_isAnswerMissing = m_context.db->isTreeAwaited(m_context.id());
-    const QString key = m_context.db->account(m_context.id()).folderSyncKey;
-    m_wasForgotten = key == NoKey;
+    m_isAnswerMissing = m_context.keys().isTreeAwaited();
+    const QString key = m_context.keys().state().folderSyncKey;
+    m_isKeyUnknown = key == Eas::FirstKey;
     ask(key);
 }
 
 void TreeStep::ask(const QString &key)
 {
-    if (key != NoKey)
+    if (key != Eas::FirstKey)
         noteAsked();
     auto *command = new Eas::FolderSyncCommand(m_context.session, key);
-    start(command, [this, command, key] { onAnswer(*command, key); });
+    run(command, [this, command, key] { onAnswer(*command, key); });
 }
 
-/** Before the first byte leaves: what the server has carried out must never be unknown here. */
+/** Notes on disk, before a byte leaves, that an answer is awaited: it may be lost. */
 void TreeStep::noteAsked()
 {
     if (m_isNoted)
         return;
     m_isNoted = true;
-    const Eas::Result noted = m_context.db->awaitTree(m_context.id());
+    const Eas::Result noted = m_context.keys().awaitTree();
     if (!noted.ok())
         qCWarning(lcSync) << "account" << m_context.id() << noted.text;
 }
 
 void TreeStep::onAnswer(const Eas::FolderSyncCommand &command, const QString &key)
 {
-    if (command.keyRefused() && key != NoKey) {
-        m_wasForgotten = true;
+    if (command.result().outcome == Eas::Outcome::KeyLost && key != Eas::FirstKey) {
+        m_isKeyUnknown = true;
         qCInfo(lcSync) << "account" << m_context.id() << "fetches its folder tree anew";
-        ask(NoKey);
+        ask(Eas::FirstKey);
         return;
     }
     if (!command.result().ok()) {
         onFailure(command, key);
         return;
     }
-    const bool isMissing = key != NoKey && (m_isAnswerMissing || command.isAnswerLost());
+    const bool isMissing = key != Eas::FirstKey && (m_isAnswerMissing || command.isAnswerLost());
     if (isMissing && command.changes().isEmpty()) {
         qCInfo(lcSync) << "account" << m_context.id()
                        << "fetches its folder tree anew: an answer about it was lost";
-        ask(NoKey);
+        ask(Eas::FirstKey);
         return;
     }
     emit progressed(500);
     write(std::make_unique<Store::FolderWriter>(*m_context.db, m_context.id(), command.changes()),
-          [this] { emit finished({}, false); });
+          [this] { end({}); });
 }
 
 void TreeStep::onFailure(const Eas::FolderSyncCommand &command, const QString &key)
@@ -72,7 +65,7 @@ void TreeStep::onFailure(const Eas::FolderSyncCommand &command, const QString &k
     m_isAnswerMissing = m_isAnswerMissing || command.isAnswerLost();
     if (m_isNoted && !m_isAnswerMissing) {
         m_isNoted = false;
-        const Eas::Result forgotten = m_context.db->awaitTree(m_context.id(), false);
+        const Eas::Result forgotten = m_context.keys().awaitTree(false);
         if (!forgotten.ok())
             qCWarning(lcSync) << "account" << m_context.id() << forgotten.text;
     }

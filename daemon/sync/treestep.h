@@ -11,24 +11,24 @@ class FolderSyncCommand;
 namespace Daemon {
 
 /**
- * Brings the account's folder tree up to date. A refused key leads to the whole tree anew.
+ * Brings the account's folder tree up to date. After a refused key it fetches the whole tree, by
+ * key "0".
  *
- * So does an answer that was lost, where asking again brings nothing: there are servers that
- * compare no keys and tell each change once, heard or not. That an answer is awaited is remembered
- * on disk.
+ * So it does after a lost answer, where asking again brings nothing: there are servers that compare
+ * no keys and tell each change once. That an answer is awaited is remembered on disk.
  */
 class TreeStep : public Task
 {
     Q_OBJECT
 
 public:
-    TreeStep(const AccountContext &context, QObject *parent);
+    using Task::Task;
 
-    void proceed() override;
-    /** Whether one of both sides had forgotten the tree. */
-    bool wasForgotten() const { return m_wasForgotten; }
+    /** Whether the server refused the key, or no key was known here. */
+    bool isKeyUnknown() const { return m_isKeyUnknown; }
 
 private:
+    void perform() override;
     void ask(const QString &key);
     void onAnswer(const Eas::FolderSyncCommand &command, const QString &key);
     void noteAsked();
@@ -37,7 +37,7 @@ private:
 
     bool m_isAnswerMissing = false; ///< one to the key that is known here
     bool m_isNoted = false;
-    bool m_wasForgotten = false;
+    bool m_isKeyUnknown = false;
 };
 
 } // namespace Daemon

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/uploadstep.h"
 
-#include "daemon/bus/logging.h"
-#include "daemon/store/foundmark.h"
-#include "daemon/store/windowwriter.h"
+#include "daemon/log/logging.h"
+#include "daemon/pacing/sizes.h"
+#include "daemon/store/incoming/windowwriter.h"
+#include "daemon/store/mark.h"
+#include "daemon/store/state/folderkeys.h"
 #include "daemon/sync/foldersync.h"
 #include "daemon/sync/treestep.h"
-#include "daemon/sync/windowsize.h"
 #include "eas/folderchanges.h"
 #include "eas/moveitemscommand.h"
 #include "eas/synccommand.h"
-
-#include <qmailfolder.h>
+#include "eas/synckey.h"
 
 #include <algorithm>
 
@@ -19,17 +19,11 @@ namespace Daemon {
 
 namespace {
 
-/** An item's status, [MS-ASCMD] 2.2.3.177.17: it is not there any more. */
-constexpr int ObjectNotFound = 8;
-
-/** A move's status, [MS-ASCMD] 2.2.3.177.10. */
-enum MoveStatus { SourceGone = 1, DestinationGone = 2, Moved = 3, SameFolder = 4, Locked = 7 };
-
 /** The parts of a folder's changes that go with one request each. */
 QList<Store::FolderLocalChanges> portions(const Store::FolderLocalChanges &all)
 {
     QList<Store::FolderLocalChanges> portions;
-    const int most = UploadStep::MaximumChanges;
+    const int most = Sizes::UploadChanges;
     for (int at = 0; at < qMax(all.flags.size(), all.deletions.size()); at += most) {
         Store::FolderLocalChanges portion;
         portion.collectionId = all.collectionId;
@@ -41,8 +35,7 @@ QList<Store::FolderLocalChanges> portions(const Store::FolderLocalChanges &all)
     return portions;
 }
 
-/** Whether it is to be moved yet: then it may be there already, by a request whose answer was lost.
- */
+/** Whether the message is still to be moved: a request whose answer was lost may have done so. */
 bool isMoving(const Store::FolderLocalChanges &changes, const QMailMessageId &id)
 {
     return std::any_of(changes.moves.cbegin(), changes.moves.cend(),
@@ -52,7 +45,7 @@ bool isMoving(const Store::FolderLocalChanges &changes, const QMailMessageId &id
 Eas::LocalChange toLocalChange(const Store::FlagChange &flags)
 {
     Eas::LocalChange change;
-    change.serverId = flags.serverId;
+    change.serverId = flags.uid.itemId();
     change.read = flags.read;
     // Some servers take a change without the flag for one that takes it away.
     if (flags.keepsFlag)
@@ -70,16 +63,13 @@ UploadStep::UploadStep(const AccountContext &context, QObject *parent)
 {
 }
 
-void UploadStep::proceed()
+void UploadStep::perform()
 {
-    QList<Store::Move> moves;
     for (const Store::FolderLocalChanges &folder : m_changes.collect()) {
         for (const Store::FolderLocalChanges &portion : portions(folder))
             m_folders.enqueue(portion);
-        moves += folder.moves;
+        m_moves += folder.moves;
     }
-    for (int at = 0; at < moves.size(); at += MaximumChanges)
-        m_moves.enqueue(moves.mid(at, MaximumChanges));
     next();
 }
 
@@ -92,20 +82,21 @@ void UploadStep::next()
         else
             upload(m_folders.dequeue());
     } else if (!m_moves.isEmpty()) {
-        move(m_moves.dequeue());
+        const QList<Store::Move> moves = m_moves.mid(0, Sizes::UploadChanges);
+        m_moves = m_moves.mid(Sizes::UploadChanges);
+        move(moves);
     } else {
-        const Eas::Result result = m_changes.forgetNamelessDeletions();
-        finishLater(result, !result.ok());
+        end(m_changes.forgetNamelessDeletions());
     }
 }
 
-/** One small window of the folder's news: enough for what mostly happened since the last one. */
-void UploadStep::look(const QString &collectionId)
+/** Fetches one small window of the folder's news, which mostly is all of it. */
+void UploadStep::look(const Eas::FolderId &collectionId)
 {
     m_seen.insert(collectionId);
-    const auto state = m_context.db->folder(m_context.id(), collectionId);
-    // Where it is to reach less far back, it would lose messages with flags to go up; and what may
-    // have moved there is recognised only after the moves.
+    const auto state = m_context.folders().find(collectionId);
+    // Not where the range is another: a shorter one would remove messages with flags to go up. Nor
+    // where messages are moved to: these are recognised only after the moves.
     const bool isOtherRange =
         !state || state->filter != int(FolderSync::filterOf(m_context.record));
     if (isOtherRange || isDestination(collectionId)) {
@@ -113,25 +104,20 @@ void UploadStep::look(const QString &collectionId)
         return;
     }
     Eas::SyncRequest request;
-    const Eas::Result prepared = FolderSync::nextWindow(m_context, collectionId, WindowSize::First,
-                                                        FolderSync::TextBound, &request);
-    if (!prepared.ok() || request.syncKey == QLatin1String("0")) {
+    const Eas::Result prepared = FolderSync::nextWindow(
+        m_context, collectionId, Sizes::Window.first, FolderSync::TextBound, &request);
+    if (!prepared.ok() || request.syncKey == Eas::FirstKey) {
         next();
         return;
     }
     auto *command = new Eas::SyncCommand(m_context.session, {request});
-    start(command, [this, command] { onLooked(*command); });
+    run(command, [this, command] { onLooked(*command); });
 }
 
-bool UploadStep::isDestination(const QString &collectionId) const
+bool UploadStep::isDestination(const Eas::FolderId &collectionId) const
 {
-    for (const QList<Store::Move> &moves : m_moves) {
-        for (const Store::Move &move : moves) {
-            if (move.destination == collectionId)
-                return true;
-        }
-    }
-    return false;
+    return std::any_of(m_moves.cbegin(), m_moves.cend(),
+                       [&](const Store::Move &move) { return move.destination == collectionId; });
 }
 
 void UploadStep::onLooked(const Eas::SyncCommand &command)
@@ -144,20 +130,18 @@ void UploadStep::onLooked(const Eas::SyncCommand &command)
         return;
     }
     if (!result.ok()) {
-        finishLater(result);
+        end(result);
         return;
     }
     Eas::SyncWindow window = command.windows().first();
-    if (window.status != FolderSync::StatusOk || window.unchanged) {
+    if (!window.result.ok() || window.unchanged) {
         next();
         return;
     }
     // What has left the folder may have been moved by us; the move itself finds out.
-    for (const QList<Store::Move> &moves : qAsConst(m_moves)) {
-        for (const Store::Move &move : moves) {
-            if (move.collectionId == window.collectionId)
-                window.removed.removeAll(move.serverId);
-        }
+    for (const Store::Move &move : qAsConst(m_moves)) {
+        if (move.from.isIn(window.collectionId))
+            window.removed.removeAll(move.from.itemId());
     }
     FolderSync::logWindow(m_context, window);
     write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
@@ -168,7 +152,7 @@ void UploadStep::onLooked(const Eas::SyncCommand &command)
 }
 
 /** The news may have settled some of what was to go up. */
-void UploadStep::collectAgain(const QString &collectionId)
+void UploadStep::collectAgain(const Eas::FolderId &collectionId)
 {
     QQueue<Store::FolderLocalChanges> folders;
     for (const Store::FolderLocalChanges &folder : m_changes.collect()) {
@@ -184,8 +168,8 @@ void UploadStep::collectAgain(const QString &collectionId)
     m_folders = folders;
 }
 
-/** Its own step puts the folder right; the changes stay until then. */
-void UploadStep::leave(const QString &collectionId, const Eas::Result &reason)
+/** Leaves the changes until the folder's own step has put it right. */
+void UploadStep::leave(const Eas::FolderId &collectionId, const Eas::Result &reason)
 {
     qCInfo(lcSync) << "account" << m_context.id() << "keeps changes of" << collectionId
                    << "for later:" << reason.text;
@@ -199,19 +183,17 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
         next();
         return;
     }
-    const auto state = m_context.db->folder(m_context.id(), changes.collectionId);
+    const auto state = m_context.folders().find(changes.collectionId);
     Eas::SyncRequest request;
     const Eas::Result prepared = FolderSync::nextWindow(
-        m_context, changes.collectionId, WindowSize::Most, FolderSync::TextBound, &request);
+        m_context, changes.collectionId, Sizes::Window.maximum, FolderSync::TextBound, &request);
     if (!prepared.ok()) {
-        endWith(prepared);
+        goOn(prepared);
         return;
     }
-    if (request.syncKey == QLatin1String("0")) {
-        // Only after the folder was synchronised does the server know what we speak of.
-        const bool isEnabled =
-            QMailFolder(state->folderId).status() & QMailFolder::SynchronizationEnabled;
-        if (isEnabled)
+    if (request.syncKey == Eas::FirstKey) {
+        // Without a key the server does not know the items: the folder is synchronised first.
+        if (state->isEnabled())
             leave(changes.collectionId, {Eas::ServerFailed, QStringLiteral("no key")});
         else
             next();
@@ -219,11 +201,12 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
     }
     request.getChanges = false;
     request.deletesAsMoves = state->type != Eas::DeletedItems;
-    request.deleted = changes.deletions;
+    for (const Store::ServerUid &uid : changes.deletions)
+        request.deleted.append(uid.itemId());
     for (const Store::FlagChange &flags : changes.flags)
         request.changed.append(toLocalChange(flags));
     auto *command = new Eas::SyncCommand(m_context.session, {request});
-    start(command, [this, command, changes] { onUploaded(*command, changes); });
+    run(command, [this, command, changes] { onUploaded(*command, changes); });
 }
 
 void UploadStep::onUploaded(const Eas::SyncCommand &command,
@@ -238,8 +221,8 @@ void UploadStep::onUploaded(const Eas::SyncCommand &command,
         return;
     }
     const Eas::SyncWindow &window = command.windows().first();
-    if (window.status != FolderSync::StatusOk) {
-        leave(changes.collectionId, Eas::SyncCommand::statusResult(window.status));
+    if (!window.result.ok()) {
+        leave(changes.collectionId, window.result);
         return;
     }
     m_retry.reset();
@@ -258,36 +241,36 @@ void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLoc
     QList<Store::FlagChange> taken;
     Eas::Result result;
     for (const Store::FlagChange &flags : changes.flags) {
-        const int status = window.refused.value(flags.serverId, FolderSync::StatusOk);
+        const auto answer = window.refused.value(flags.uid.itemId(), Eas::ItemAnswer::Taken);
+        const bool isGone = answer == Eas::ItemAnswer::Gone;
         // What a search brought may lie outside of what the server synchronises: it is not gone.
-        const bool isFound = Store::FoundMark::isSet(QMailMessageMetaData(flags.id));
-        if (status == FolderSync::StatusOk || (status == ObjectNotFound && isFound))
+        const bool isFound = Store::FoundMark.isSet(QMailMessageMetaData(flags.id));
+        if (answer == Eas::ItemAnswer::Taken || (isGone && isFound))
             taken.append(flags);
-        else if (status == ObjectNotFound && !isMoving(changes, flags.id) && result.ok())
+        else if (isGone && !isMoving(changes, flags.id) && result.ok())
             result = m_changes.dropMessage(flags.id);
     }
-    QStringList deleted;
-    for (const QString &serverId : changes.deletions) {
-        const int status = window.refused.value(serverId, FolderSync::StatusOk);
-        if (status == FolderSync::StatusOk || status == ObjectNotFound)
-            deleted.append(serverId);
+    QList<Store::ServerUid> deleted;
+    for (const Store::ServerUid &uid : changes.deletions) {
+        if (window.refused.value(uid.itemId(), Eas::ItemAnswer::Taken) != Eas::ItemAnswer::Refused)
+            deleted.append(uid);
     }
     if (result.ok() && !taken.isEmpty())
         result = m_changes.acknowledgeFlags(taken);
     if (result.ok() && !deleted.isEmpty())
-        result = m_changes.acknowledgeDeletions(changes.collectionId, deleted);
+        result = m_changes.acknowledgeDeletions(deleted);
     qCInfo(lcSync) << "account" << m_context.id() << "carried" << taken.size() << "flags and"
                    << deleted.size() << "deletions of" << changes.collectionId;
-    endWith(result);
+    goOn(result);
 }
 
 void UploadStep::move(const QList<Store::Move> &moves)
 {
     QList<Eas::MoveRequest> requests;
     for (const Store::Move &move : moves)
-        requests.append({move.serverId, move.collectionId, move.destination});
+        requests.append({move.from.itemId(), move.from.collectionId(), move.destination});
     auto *command = new Eas::MoveItemsCommand(m_context.session, requests);
-    start(command, [this, command, moves] { onMoved(*command, moves); });
+    run(command, [this, command, moves] { onMoved(*command, moves); });
 }
 
 void UploadStep::onMoved(const Eas::MoveItemsCommand &command, const QList<Store::Move> &moves)
@@ -300,81 +283,82 @@ void UploadStep::onMoved(const Eas::MoveItemsCommand &command, const QList<Store
     QList<Refusal> gone;
     for (int i = 0; i < moves.size() && result.ok(); ++i) {
         const Eas::MoveOutcome outcome = command.outcomes().value(i);
-        if (outcome.status == SourceGone || outcome.status == DestinationGone)
-            gone.append({moves.at(i), outcome.status});
+        const bool isGone = outcome.kind == Eas::MoveOutcome::SourceGone
+            || outcome.kind == Eas::MoveOutcome::DestinationGone;
+        if (isGone)
+            gone.append({moves.at(i), outcome});
         else
-            result = resolve(moves.at(i), outcome.status, outcome.newServerId);
+            result = resolve(moves.at(i), outcome);
     }
     if (result.ok() && !gone.isEmpty())
         checkTree(gone);
     else
-        endWith(result);
+        goOn(result);
 }
 
-/** A server that lost its memory misses all that it knew: that says nothing of a message. */
+/** A server that lost its database knows no message: the folder tree shows whether that is so. */
 void UploadStep::checkTree(const QList<Refusal> &refusals)
 {
     auto *tree = new TreeStep(m_context, this);
-    connect(tree, &Task::finished, this,
-            [this, tree, refusals](const Eas::Result &result, bool local) {
-                tree->deleteLater();
-                if (!result.ok())
-                    finishLater(result, local);
-                else if (tree->wasForgotten())
-                    leaveMoves(refusals);
-                else
-                    resolveAll(refusals);
-            });
-    tree->proceed();
+    run(tree, [this, tree, refusals](const Eas::Result &result) {
+        if (!result.ok())
+            end(result);
+        else if (tree->isKeyUnknown())
+            leaveMoves(refusals);
+        else
+            resolveAll(refusals);
+    });
 }
 
-/** The folders that they come from are put right first. */
+/** Leaves the moves until the folders that they come from are put right. */
 void UploadStep::leaveMoves(const QList<Refusal> &refusals)
 {
     qCInfo(lcSync) << "account" << m_context.id()
                    << "keeps moves for later: the server did not know the folder tree";
     const Eas::Result reason {Eas::ServerFailed, QStringLiteral("no folder tree")};
     for (const auto &refusal : refusals)
-        m_left.insert(refusal.first.collectionId, reason);
+        m_left.insert(refusal.first.from.collectionId(), reason);
     next();
 }
 
 void UploadStep::resolveAll(const QList<Refusal> &refusals)
 {
     Eas::Result result;
-    for (const auto &[move, status] : refusals) {
-        // What went with its folder is settled.
-        const bool areFoldersHere = m_context.db->folder(m_context.id(), move.collectionId)
-            && m_context.db->folder(m_context.id(), move.destination);
+    for (const auto &[move, outcome] : refusals) {
+        // A move from or to a folder that is gone is settled.
+        const bool areFoldersHere = m_context.folders().find(move.from.collectionId())
+            && m_context.folders().find(move.destination);
         if (result.ok() && areFoldersHere)
-            result = resolve(move, status, QString());
+            result = resolve(move, outcome);
     }
-    endWith(result);
+    goOn(result);
 }
 
-Eas::Result UploadStep::resolve(const Store::Move &move, int status, const QString &newServerId)
+Eas::Result UploadStep::resolve(const Store::Move &move, const Eas::MoveOutcome &outcome)
 {
-    switch (status) {
-    case Moved:
-        return m_changes.acknowledgeMove(move, newServerId.isEmpty() ? move.serverId : newServerId);
-    case SameFolder:
-        return m_changes.acknowledgeMove(move, move.serverId);
-    case SourceGone:
-        return m_changes.awaitMoved(move);
-    case Locked:
+    Store::Moves moves(*m_context.db, m_context.id());
+    switch (outcome.kind) {
+    case Eas::MoveOutcome::Moved:
+        return moves.acknowledge(
+            move, outcome.newServerId.isEmpty() ? move.from.itemId() : outcome.newServerId);
+    case Eas::MoveOutcome::SameFolder:
+        return moves.acknowledge(move, move.from.itemId());
+    case Eas::MoveOutcome::SourceGone:
+        return moves.leaveUnconfirmed(move);
+    case Eas::MoveOutcome::Locked:
         return {};
     default:
-        return m_changes.revertMove(move);
+        return moves.revert(move);
     }
 }
 
-/** Goes on after a share was resolved; a store that failed ends the step. */
-void UploadStep::endWith(const Eas::Result &result)
+/** Goes on after a share was resolved; a store that failed ends the task. */
+void UploadStep::goOn(const Eas::Result &result)
 {
     if (result.ok() || result.code == Eas::NotFound)
         next();
     else
-        finishLater(result, true);
+        end(result);
 }
 
 } // namespace Daemon

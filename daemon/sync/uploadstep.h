@@ -12,6 +12,7 @@
 namespace Eas {
 class MoveItemsCommand;
 class SyncCommand;
+struct MoveOutcome;
 struct SyncWindow;
 }
 
@@ -31,27 +32,24 @@ class UploadStep : public Task
     Q_OBJECT
 
 public:
-    /** Changes of one request; more go with the next. */
-    static constexpr int MaximumChanges = 1000;
-
     UploadStep(const AccountContext &context, QObject *parent);
 
-    void proceed() override;
-
     /** Folders whose changes wait until the folder itself was put right; each with the reason. */
-    QHash<QString, Eas::Result> left() const { return m_left; }
+    QHash<Eas::FolderId, Eas::Result> left() const { return m_left; }
 
 private:
-    /** A move that the server did not do, and the status that tells why. */
-    using Refusal = QPair<Store::Move, int>;
+    void perform() override;
+
+    /** A move that the server did not do, and what tells why. */
+    using Refusal = QPair<Store::Move, Eas::MoveOutcome>;
 
     void next();
-    void look(const QString &collectionId);
-    bool isDestination(const QString &collectionId) const;
+    void look(const Eas::FolderId &collectionId);
+    bool isDestination(const Eas::FolderId &collectionId) const;
     void onLooked(const Eas::SyncCommand &command);
-    void collectAgain(const QString &collectionId);
+    void collectAgain(const Eas::FolderId &collectionId);
     void upload(const Store::FolderLocalChanges &changes);
-    void leave(const QString &collectionId, const Eas::Result &reason);
+    void leave(const Eas::FolderId &collectionId, const Eas::Result &reason);
     void onUploaded(const Eas::SyncCommand &command, const Store::FolderLocalChanges &changes);
     void onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes);
     void move(const QList<Store::Move> &moves);
@@ -59,14 +57,14 @@ private:
     void checkTree(const QList<Refusal> &refusals);
     void leaveMoves(const QList<Refusal> &refusals);
     void resolveAll(const QList<Refusal> &refusals);
-    Eas::Result resolve(const Store::Move &move, int status, const QString &newServerId);
-    void endWith(const Eas::Result &result);
+    Eas::Result resolve(const Store::Move &move, const Eas::MoveOutcome &outcome);
+    void goOn(const Eas::Result &result);
 
     Store::LocalChanges m_changes;
     QQueue<Store::FolderLocalChanges> m_folders;
-    QSet<QString> m_seen; ///< folders whose news were asked for before their flags go up
-    QQueue<QList<Store::Move>> m_moves;
-    QHash<QString, Eas::Result> m_left;
+    QSet<Eas::FolderId> m_seen; ///< folders whose news were asked for before their flags go up
+    QList<Store::Move> m_moves;
+    QHash<Eas::FolderId, Eas::Result> m_left;
 };
 
 } // namespace Daemon

@@ -3,10 +3,18 @@
 #define DAEMON_TASKS_ACCOUNTCONTEXT_H
 
 #include "daemon/store/accountrecord.h"
-#include "daemon/store/syncstatedb.h"
 #include "eas/session.h"
 
+namespace Store {
+class AccountKeys;
+class FolderKeys;
+class SyncStateDb;
+class UnconfirmedMessages;
+}
+
 namespace Daemon {
+
+class WorkReport;
 
 /** What an account's work needs of its account; the worker owns the session and outlives the work.
  */
@@ -15,8 +23,14 @@ struct AccountContext
     Store::AccountRecord record;
     Eas::Session *session = nullptr;
     Store::SyncStateDb *db = nullptr;
+    WorkReport *report = nullptr;
 
     QMailAccountId id() const { return record.id; }
+
+    /** The account's tables of the database; their users include the headers. */
+    Store::AccountKeys keys() const;
+    Store::FolderKeys folders() const;
+    Store::UnconfirmedMessages unconfirmed() const;
 };
 
 } // namespace Daemon

@@ -1,34 +1,31 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/tasks/failurewords.h"
 
+#include "translations/text.h"
+
 namespace Daemon {
 
 namespace {
 
-/** [MS-ASCMD] 2.2.2. */
-constexpr int WipeWanted = 140;
-
 /** What the server has said, by its number; the texts of a status are ours. */
 QString detail(const Eas::Result &result)
 {
-    if (result.status > 0)
-        return QStringLiteral(" (%1)").arg(result.text);
-    if (result.httpStatus > 0)
-        return QStringLiteral(" (HTTP %1)").arg(result.httpStatus);
-    return QString();
+    if (result.source == Eas::Source::Nothing)
+        return QString();
+    return QStringLiteral(" (%1)").arg(result.isStatus() ? result.text : result.http);
 }
 
 bool isOurs(const Eas::Result &result)
 {
     return result.cause == Eas::Cause::Here
-        || (result.code == Eas::NoRoom && result.status == 0 && result.httpStatus == 0);
+        || (result.code == Eas::NoRoom && result.source == Eas::Source::Nothing);
 }
 
 QString wordsHere(const Eas::Result &result)
 {
     return result.code == Eas::NoRoom
-        ? QStringLiteral("There is no room left on this device.")
-        : QStringLiteral("The mail store on this device cannot be read or written.");
+        ? FailureText::english("There is no room left on this device.")
+        : FailureText::english("The mail store on this device cannot be read or written.");
 }
 
 /** With %1 for the host and %2 for what the server has said. */
@@ -36,13 +33,13 @@ QString connectionPattern(Eas::Cause cause)
 {
     switch (cause) {
     case Eas::Cause::NoSuchHost:
-        return QStringLiteral("There is no host named %1.");
+        return FailureText::english("There is no host named %1.");
     case Eas::Cause::Refused:
-        return QStringLiteral("%1 refuses the connection.");
+        return FailureText::english("%1 refuses the connection.");
     case Eas::Cause::Cut:
-        return QStringLiteral("%1 has cut the connection.");
+        return FailureText::english("%1 has cut the connection.");
     default:
-        return QStringLiteral("There is no connection to %1.");
+        return FailureText::english("There is no connection to %1.");
     }
 }
 
@@ -50,28 +47,30 @@ QString pattern(const Eas::Result &result)
 {
     switch (result.code) {
     case Eas::NotActiveSync:
-        return QStringLiteral("No ActiveSync server answers at %1%2.");
+        return FailureText::english("No ActiveSync server answers at %1%2.");
     case Eas::LoginRefused:
-        return QStringLiteral("%1 refuses the user name or the password%2.");
+        return FailureText::english("%1 refuses the user name or the password%2.");
     case Eas::Forbidden:
-        if (result.status == WipeWanted)
-            return QStringLiteral("%1 has asked to remove this account's mail from this device.");
-        return QStringLiteral("%1 forbids it to this device or this user%2.");
+        if (result.outcome == Eas::Outcome::WipeWanted)
+            return FailureText::english(
+                "%1 has asked to remove this account's mail from this device.");
+        return FailureText::english("%1 forbids it to this device or this user%2.");
     case Eas::NotFound:
-        return result.status > 0 ? QStringLiteral("%1 could not do what was asked for%2.")
-                                 : QStringLiteral("What was asked for is not at %1 any more%2.");
+        return result.isStatus()
+            ? FailureText::english("%1 could not do what was asked for%2.")
+            : FailureText::english("What was asked for is not at %1 any more%2.");
     case Eas::InvalidAnswer:
-        return QStringLiteral("The answer of %1 cannot be understood%2.");
+        return FailureText::english("The answer of %1 cannot be understood%2.");
     case Eas::NoRoom:
-        return QStringLiteral("%1 has no room for it%2.");
+        return FailureText::english("%1 has no room for it%2.");
     case Eas::Timeout:
-        return QStringLiteral("%1 does not answer in time%2.");
+        return FailureText::english("%1 does not answer in time%2.");
     case Eas::NoConnection:
         return connectionPattern(result.cause);
     case Eas::PolicyDemanded:
-        return QStringLiteral("%1 demands a policy that is not met here%2.");
+        return FailureText::english("%1 demands a policy that is not met here%2.");
     default:
-        return QStringLiteral("%1 failed%2.");
+        return FailureText::english("%1 failed%2.");
     }
 }
 
@@ -79,9 +78,9 @@ QString pattern(const Eas::Result &result)
 QString wordsOfSettings(const Eas::Result &result, const QString &host)
 {
     if (result.cause == Eas::Cause::Certificate)
-        return QStringLiteral("The certificate of %1 is not trusted, or it speaks no TLS.")
+        return FailureText::english("The certificate of %1 is not trusted, or it speaks no TLS.")
             .arg(host);
-    return QStringLiteral("The account's setting \"%1\" is missing or wrong.")
+    return FailureText::english("The account's setting \"%1\" is missing or wrong.")
         .arg(result.text.section(QLatin1Char(':'), 0, 0));
 }
 

@@ -2,53 +2,60 @@
 #ifndef DAEMON_TASKS_JOB_H
 #define DAEMON_TASKS_JOB_H
 
-#include "asclient/searchmailboxresult.h"
 #include "daemon/bus/request.h"
-#include "eas/result.h"
+#include "daemon/tasks/syncstep.h"
+#include "daemon/tasks/task.h"
 
-#include <QObject>
+#include <QSet>
 
 namespace Daemon {
 
 /**
- * A piece of an account's work that answers one or more requests.
+ * A task with the requests that its end answers; some of them it may answer before.
  *
- * The account's worker runs one at a time and owns them. proceed() starts it; it then ends with
- * over(), or stops at a good place with paused() and goes on with the next proceed(); both come
- * from the event loop, never from within a call. Deleting it stops the work at once; what it was
- * about to write is not written.
+ * The account's worker runs one at a time and owns them. As another task's child it is one without
+ * requests.
  */
-class Job : public QObject
+class Job : public Task
 {
     Q_OBJECT
 
 public:
-    explicit Job(QObject *parent = nullptr)
-        : QObject(parent)
-    {
-    }
+    using Task::Task;
 
     /** Whether a person waits for it, so that it goes before everything else. */
-    virtual bool isUrgent() const = 0;
+    virtual bool isUrgent() const { return true; }
     /** The requests that it has not answered yet. */
-    virtual QList<Request> requests() const = 0;
-    /** Does it answer this request, too? Then it has taken it in. */
-    virtual bool join(const Request &request) = 0;
+    QList<Request> requests() const;
+    /** Takes in a request that it answers. */
+    virtual void add(const Request &request);
+    /** Takes in a request that it answers, too; whether it did. */
+    bool join(const Request &request);
     /** A request has ended by other means; true when nothing else wants the job's work. */
-    virtual bool drop(int requestId) = 0;
-    virtual void proceed() = 0;
+    virtual bool drop(int requestId);
+    /** Answers all requests that are left. */
+    void answerAll(const Eas::Result &result);
 
-signals:
-    void paused();
-    /** It is over; `result` is why it stopped early, or Success. */
-    void over(const Eas::Result &result);
-    void requestFinished(int requestId, const Eas::Result &result);
-    /** In the place of requestFinished() for a search that succeeded. */
-    void searchFinished(int requestId, int code, const Activesync::SearchMailboxResult &result);
-    /** It is a synchronisation from now on until its end; comes once. */
-    void syncBegan();
-    /** How much of that synchronisation is done, 0 to 1000. */
-    void syncProgressed(int progress);
+protected:
+    /** A request, and the parts of a synchronisation that it still waits for. */
+    struct Waiter
+    {
+        Request request;
+        QSet<SyncStep> steps = {};
+        /** Its folders are known only when the tree is. */
+        bool awaitsTree = false;
+        Eas::Result failure = {};
+    };
+
+    /** Whether this request may join; by default what asks for the same. */
+    virtual bool mayJoin(const Request &request) const;
+    /** Tells a request's end. */
+    virtual void answer(const Request &request, const Eas::Result &result);
+    /** Answers those early that do not wait for any part any more. */
+    void answerReady();
+    void end(const Eas::Result &result) override;
+
+    QList<Waiter> m_waiters;
 };
 
 } // namespace Daemon

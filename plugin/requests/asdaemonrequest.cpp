@@ -5,9 +5,8 @@
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/orvservice.h"
 
-#include <QPointer>
-
 #include <qmaillog.h>
+#include <QPointer>
 
 AsDaemonRequest::AsDaemonRequest(OrvService &service, const QMailAccountId &accountId,
                                  DaemonCall call, QObject *parent)
@@ -42,8 +41,8 @@ void AsDaemonRequest::onCancelled(QMailServiceAction::Status::ErrorCode code)
 {
     qMailLog(Messaging) << "cancelling as-daemon request" << m_requestId << "with code"
                         << int(code);
-    // Deliberate: the sender is not the proxy, so this request still hears the daemon until it is
-    // deleted, and a broadcast that is already on its way is handled.
+    // Deliberate: this does not disconnect the proxy, so the request still hears the daemon until
+    // it is deleted, and a broadcast that is already on its way is handled.
     disconnect(this, nullptr, this, SLOT(onRequestCompleted(int, qulonglong, int)));
     m_service.daemon()->abortRequest(m_requestId, code, QDBus::Block);
     end(code, true);

@@ -3,10 +3,9 @@
 #define PLUGIN_REQUESTS_ASDAEMONREQUEST_H
 
 #include <QDBusReply>
-#include <QObject>
-
 #include <qmailid.h>
 #include <qmailserviceaction.h>
+#include <QObject>
 
 #include <tr1/functional>
 
@@ -18,9 +17,8 @@ using DaemonCall = std::tr1::function<QDBusReply<int>()>;
 /**
  * One asynchronous call into the daemon, from the call to its completion broadcast.
  *
- * Has a parent, yet ends its own life with deleteLater() when it reports its end; whoever keeps a
- * pointer to it must be ready for its destruction. It is tied to the service's scheduler from
- * birth.
+ * Deletes itself with deleteLater() when it reports its end, although it has a parent: keep no
+ * plain pointer to it. Connects itself to the service's scheduler when it is made.
  */
 class AsDaemonRequest : public QObject
 {
@@ -32,9 +30,10 @@ public:
 
     /** The daemon's id for this request; -2 until execute() has succeeded. */
     int requestId() const { return m_requestId; }
-    /** Whether the daemon has the request, or may have it: its end can still be told. */
+    /** Whether the daemon has the request, or may have it, so that its end can still come. */
     virtual bool isTaken() const { return m_requestId != NotTaken; }
-    /** Its action has ended without it: it hears of its own end alone, not of a cancellation. */
+    /** Its action has ended without it: from now on it waits for its own end and ignores
+     * cancellations. */
     void outliveAction();
 
     /**
@@ -52,14 +51,14 @@ signals:
 public slots:
     /**
      * Hears every completion broadcast; acts only on the one for this request: emits
-     * requestCompleted() and leaves.
+     * requestCompleted() and deletes itself.
      */
     virtual void onRequestCompleted(int code, qulonglong accountId, int request) = 0;
-    /** Aborts the request at the daemon, reports it cancelled, and leaves. */
+    /** Aborts the request at the daemon, reports it cancelled, and deletes itself. */
     virtual void onCancelled(QMailServiceAction::Status::ErrorCode code);
 
 protected:
-    /** Reports the end and leaves; who hears of it may even destroy this request at once. */
+    /** Reports the end and deletes itself; a receiver may destroy this request even before. */
     void end(int code, bool cancelled);
 
     /** The id of a request that the daemon has not taken. */

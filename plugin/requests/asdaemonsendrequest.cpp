@@ -2,14 +2,14 @@
 #include "plugin/requests/asdaemonsendrequest.h"
 
 #include "asclient/asdbusinterface.h"
+#include "asclient/resultcode.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/service/statuscode.h"
 
 #include <QDBusPendingReply>
-#include <QPointer>
-
 #include <qmaillog.h>
 #include <qmailstore.h>
+#include <QPointer>
 
 AsDaemonSendRequest::AsDaemonSendRequest(OrvService &service, const QMailAccountId &accountId,
                                          DaemonCall call, const QMailMessageId &messageId,
@@ -35,7 +35,8 @@ int AsDaemonSendRequest::execute()
     return m_requestId;
 }
 
-/** A daemon that was held up finds the call when it comes round, and sends the message. */
+/** Waits for a late answer: a daemon that was held up still gets the call, and sends the
+ * message. */
 void AsDaemonSendRequest::awaitAnswer(QDBusPendingCallWatcher *late)
 {
     if (!late)
@@ -67,7 +68,7 @@ void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int
         return;
     qMailLog(Messaging) << "requestCompleted received for Account " << QString::number(accountId)
                         << ".Request " << request;
-    // Who hears of the outcome may destroy this request.
+    // A receiver of the outcome may destroy this request.
     const QPointer<AsDaemonSendRequest> self(this);
     report(code);
     if (!self)
@@ -82,7 +83,7 @@ void AsDaemonSendRequest::onRequestCompleted(int code, qulonglong accountId, int
 
 void AsDaemonSendRequest::report(int code)
 {
-    if (code == 200)
+    if (code == Activesync::Success)
         reportSuccess();
     else
         reportFailure(code);

@@ -9,7 +9,7 @@ class QDBusPendingCallWatcher;
 /**
  * The daemon request that sends one message.
  *
- * Keeps the message's Outbox bit: cleared when the daemon has accepted it, be it late, set again
+ * Clears the message's Outbox flag when the daemon has accepted it, be it late, and sets it again
  * when sending failed. Cancelling does not stop it: the message goes out, and only its outcome is
  * not reported.
  */
@@ -21,7 +21,7 @@ public:
     AsDaemonSendRequest(OrvService &service, const QMailAccountId &accountId, DaemonCall call,
                         const QMailMessageId &messageId, QObject *parent);
 
-    /** As in the base class, but a failure is reported by nothing than the returned -1. */
+    /** As in the base class, but a failure is reported by the returned -1 alone. */
     int execute() override;
     bool isTaken() const override { return m_answerDue || AsDaemonRequest::isTaken(); }
 

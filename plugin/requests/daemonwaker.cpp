@@ -14,7 +14,7 @@
 
 namespace {
 
-/** The bus has a bound of its own for starting something, and always answers. */
+/** The bus has a time-out of its own for starting a service, and always answers. */
 constexpr int NoTimeout = std::numeric_limits<int>::max();
 
 QDBusMessage startCall()
@@ -39,7 +39,7 @@ DaemonWaker::DaemonWaker(OrvService &service, QObject *parent)
                                           QDBusConnection::sessionBus(),
                                           QDBusServiceWatcher::WatchForUnregistration, this);
     connect(owner, &QDBusServiceWatcher::serviceUnregistered, this, &DaemonWaker::onDaemonGone);
-    // Queued: who hears of the end first may begin the next action in it.
+    // Queued: another receiver of the end may begin the next action first.
     connect(&service, qOverload<bool>(&QMailMessageService::actionCompleted), this,
             &DaemonWaker::forget, Qt::QueuedConnection);
     connect(&service, &OrvService::operationCanceled, this, &DaemonWaker::forget,
@@ -74,7 +74,7 @@ void DaemonWaker::onAnswered(QDBusPendingCallWatcher *answer)
 {
     answer->deleteLater();
     m_isAsking = false;
-    // The pause stays: a daemon that dies as soon as it is up is not started without end.
+    // The pause is kept: a daemon that dies at its start is started at growing intervals.
     if (answer->isError() && m_service.needsDaemon())
         wake();
     else

@@ -11,8 +11,8 @@ class QTimer;
 /**
  * Has the session bus start the daemon where somebody waits for it and it does not run.
  *
- * Nothing here waits for the bus. Who waits is asked again and again, with pauses that grow to a
- * minute, until the daemon runs or nobody waits; then no timer is left.
+ * Never blocks. Tries again with pauses that grow to a minute, until the daemon runs or nobody
+ * waits; then no timer is left.
  */
 class DaemonWaker : public QObject
 {
@@ -26,7 +26,7 @@ public:
     /** `service` outlives it. */
     DaemonWaker(OrvService &service, QObject *parent);
 
-    /** Asks the bus once, whoever waits; what becomes of it does not matter to the caller. */
+    /** Asks the bus once, without waiting for the result. */
     static void ask();
 
     /** A call was refused: asks now, and again while the service waits for the daemon. */
@@ -41,7 +41,7 @@ private:
 
     OrvService &m_service;
     QTimer *m_timer;
-    /** Before the next attempt; none before the first for who waits now. */
+    /** The pause before the next attempt; 0 where nobody has waited yet. */
     int m_pauseMs = 0;
     bool m_isAsking = false;
 };

@@ -2,6 +2,7 @@
 #include "plugin/requests/requestscheduler.h"
 
 #include "asclient/asdbusinterface.h"
+#include "asclient/resultcode.h"
 #include "plugin/requests/asdaemonrequest.h"
 #include "plugin/requests/daemonwaker.h"
 #include "plugin/service/orvservice.h"
@@ -30,7 +31,7 @@ RequestScheduler::RequestScheduler(OrvService &service, QObject *parent)
     , m_service(service)
     , m_waker(new DaemonWaker(service, this))
 {
-    // A cancelled send says nothing, yet after a cancellation the next action must find us idle.
+    // A cancelled send reports no end, yet the queues must be empty for the next action.
     connect(&service, &OrvService::operationCanceled, this, &RequestScheduler::clear);
     connect(&service.daemon()->answers(), &Activesync::AnswerWatch::heardAgain, this,
             &RequestScheduler::checkRefused);
@@ -44,7 +45,7 @@ bool RequestScheduler::checkRequests(Activesync::AsDBusInterface *daemon)
     // A request's completion may end the action, and with it other requests.
     const QList<QPointer<AsDaemonRequest>> requests = pollOrder();
     for (const QPointer<AsDaemonRequest> &request : requests) {
-        // Its own end may have come while another one was asked for.
+        // It may have ended while the daemon was asked about another one.
         if (!m_firstQueue.contains(request))
             continue;
         if (isRequestAlive(daemon, request))
@@ -60,7 +61,7 @@ bool RequestScheduler::checkRequests(Activesync::AsDBusInterface *daemon)
     return !m_secondQueue.isEmpty();
 }
 
-/** The first queue; before those that the daemon works on, those that it never took. */
+/** The first queue, with the requests that the daemon never accepted in front. */
 QList<QPointer<AsDaemonRequest>> RequestScheduler::pollOrder() const
 {
     QList<QPointer<AsDaemonRequest>> requests;
@@ -73,7 +74,7 @@ QList<QPointer<AsDaemonRequest>> RequestScheduler::pollOrder() const
     return requests;
 }
 
-/** The daemon is back; it will never end what it did not take. */
+/** The daemon answers again: completes the requests that it never accepted and will never end. */
 void RequestScheduler::checkRefused()
 {
     const QList<QPointer<AsDaemonRequest>> requests = pollOrder();
@@ -94,20 +95,20 @@ bool RequestScheduler::isRequestAlive(Activesync::AsDBusInterface *daemon, AsDae
     if (reply.isValid() && reply.value() != 0)
         return true;
     m_isDaemonSilent = reply.error().type() == QDBusError::NoReply;
-    // What ended it may have come into this process before that answer.
+    // The end of the request may have come into this process before that answer.
     daemon->deliverPosted();
     if (!guarded || (wasQueued && !isQueued(guarded)))
         return false;
     if (guarded->requestId() != id)
         return true;
-    complete(200, guarded);
+    complete(Activesync::Success, guarded);
     if (guarded)
-        bury(guarded);
+        keepDead(guarded);
     return false;
 }
 
-/** Keeps a request that was taken for dead while its end may still be told. */
-void RequestScheduler::bury(AsDaemonRequest *request)
+/** Keeps a request that a poll found dead while its end may still come. */
+void RequestScheduler::keepDead(AsDaemonRequest *request)
 {
     request->outliveAction();
     if (!request->isTaken()) {
@@ -129,7 +130,7 @@ void RequestScheduler::onRequestCompleted(int code, AsDaemonRequest *request, bo
             << "operation cancelled";
         return;
     }
-    ++m_toldEnds;
+    ++m_endsByBroadcast;
     complete(code, request);
 }
 
@@ -138,8 +139,9 @@ void RequestScheduler::complete(int code, AsDaemonRequest *request)
     const bool wasQueued = take(request);
     if (!m_firstQueue.isEmpty())
         return;
-    // Deliberate: a request that is in no queue ends the action, too; yet its own has had its end,
-    // and another's is not to have two, nor what that has running to be started twice.
+    // Deliberate: a request that is in no queue, as its own action is over, ends the running
+    // action, too. Not while that waits for work of its own: it would end twice, or its next
+    // request start twice.
     if (!wasQueued && (m_batches > 0 || isSecondRunning() || m_service.hasActionOfItsOwn()))
         return;
     if (m_batches > 0)
@@ -158,7 +160,7 @@ bool RequestScheduler::isSecondRunning() const
     return m_secondQueue.contains(m_started);
 }
 
-/** The queue has no order of its own: the one that runs is its first. */
+/** The running request, else any: the queue has no order. */
 AsDaemonRequest *RequestScheduler::firstOfSecondQueue() const
 {
     return isSecondRunning() ? m_started.data() : *m_secondQueue.cbegin();
@@ -192,7 +194,7 @@ int RequestScheduler::addRequest(AsDaemonRequest *request)
     }
     insert(m_firstQueue, request);
     m_service.startWaiting();
-    // One that fails at once ends the action, upon which somebody may destroy it.
+    // A request that fails at once ends the action, and a receiver of that end may destroy it.
     const QPointer<AsDaemonRequest> guarded(request);
     const int id = execute(request);
     qMailLog(Messaging) << "Request" << guarded.data() << "has been added into requests queue";
@@ -210,7 +212,7 @@ void RequestScheduler::addSecondQueueRequest(AsDaemonRequest *request)
     qMailLog(Messaging) << "Request" << request << "has been added into second requests queue";
 }
 
-/** Queues a request until it leaves or is destroyed. */
+/** Queues a request until it is taken out or destroyed. */
 void RequestScheduler::insert(QSet<AsDaemonRequest *> &queue, AsDaemonRequest *request)
 {
     queue.insert(request);
@@ -228,7 +230,7 @@ void RequestScheduler::clear()
     m_codeOfBatch.reset();
 }
 
-/** Makes a request's call; a daemon that did not take it is started where it does not run. */
+/** Makes a request's call; where it fails, has the daemon started if it does not run. */
 int RequestScheduler::execute(AsDaemonRequest *request)
 {
     const int id = request->execute();

@@ -22,8 +22,8 @@ class AsDBusInterface;
  *
  * Requests of the first queue run at once and side by side; those of the second wait until the
  * first is empty and then run one at a time. Only a completion starts them. The scheduler owns no
- * request, and forgets one that is destroyed, whatever destroyed it. Those that it has taken for
- * dead may still hear of their end; of these it keeps the last few.
+ * request, and forgets one that is destroyed, whatever destroyed it. It keeps the last few requests
+ * that a poll found dead, as their end may still come.
  */
 class RequestScheduler : public QObject
 {
@@ -43,7 +43,7 @@ public:
         RequestScheduler &m_scheduler;
     };
 
-    /** Requests that were taken for dead and may still hear of their end. */
+    /** How many requests are kept at most that a poll found dead. */
     static constexpr int MaximumDead = 16;
 
     /** Owned by `parent`; `service` must outlive it. */
@@ -53,14 +53,16 @@ public:
     bool isIdle() const { return m_firstQueue.isEmpty() && m_secondQueue.isEmpty(); }
 
     /** How many requests have ended by what the daemon said, not by a poll. */
-    quint64 toldEnds() const { return m_toldEnds; }
+    quint64 endsByBroadcast() const { return m_endsByBroadcast; }
 
     /**
-     * Asks the daemon which requests live and completes those that do not; blocks for the answers.
-     * Those that the daemon never took come first. False when nothing is left.
+     * Asks the daemon about one request after the other and completes those that are dead, until
+     * one lives; blocks for the answers. Requests that the daemon never accepted come first. Where
+     * the daemon gives no answer, that request is completed as well, and no further one is asked
+     * about. False when nothing is left.
      */
     bool checkRequests(Activesync::AsDBusInterface *daemon);
-    /** The same for one request; a dead one is completed with 200, so that its action ends. */
+    /** The same for one request; a dead one is completed with success, so that its action ends. */
     bool isRequestAlive(Activesync::AsDBusInterface *daemon, AsDaemonRequest *request);
 
 signals:
@@ -84,7 +86,7 @@ private:
     QList<QPointer<AsDaemonRequest>> pollOrder() const;
     void checkRefused();
     void complete(int code, AsDaemonRequest *request);
-    void bury(AsDaemonRequest *request);
+    void keepDead(AsDaemonRequest *request);
     void clear();
     void proceed(int code);
     void endAction(int code);
@@ -96,10 +98,10 @@ private:
     QSet<AsDaemonRequest *> m_secondQueue;
     /** That of the second queue which was started last. */
     QPointer<AsDaemonRequest> m_started;
-    /** Oldest first; they left the queues by a poll. */
+    /** Those that a poll found dead, oldest first. */
     QList<QPointer<AsDaemonRequest>> m_dead;
     DaemonWaker *m_waker;
-    quint64 m_toldEnds = 0;
+    quint64 m_endsByBroadcast = 0;
     int m_batches = 0;
     /** The last completion's code, which waits for the end of a batch. */
     std::optional<int> m_codeOfBatch;

@@ -21,8 +21,8 @@ bool isFolderProperty(QMailMessageKey::Property property)
         || property == QMailMessageKey::ParentFolderId;
 }
 
-/** The folders that an argument on folders or accounts names. Descendants exclude their ancestor.
- */
+/** The folders that an argument on folders or accounts names; an ancestor is not among its
+ * descendants. */
 FolderSet namedFolders(const QMailMessageKey::ArgumentType &argument)
 {
     // Deliberate: the later values of a list are not looked at.

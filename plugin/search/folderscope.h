@@ -2,10 +2,9 @@
 #ifndef PLUGIN_SEARCH_FOLDERSCOPE_H
 #define PLUGIN_SEARCH_FOLDERSCOPE_H
 
+#include <qmailmessagekey.h>
 #include <QPair>
 #include <QSet>
-
-#include <qmailmessagekey.h>
 
 /** The folders to include and those to exclude; nothing to include means every folder. */
 using FolderScope = QPair<QSet<QMailFolderId>, QSet<QMailFolderId>>;

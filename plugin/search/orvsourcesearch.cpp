@@ -1,23 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The life of a search at the server. What becomes of the hits is the daemon's business.
+#include "asclient/asdbusinterface.h"
+#include "asclient/resultcode.h"
+#include "plugin/requests/requestscheduler.h"
 #include "plugin/search/folderscope.h"
 #include "plugin/search/searchcriteria.h"
+#include "plugin/service/orvservice.h"
 #include "plugin/source/orvsource.h"
 
-#include "asclient/asdbusinterface.h"
-#include "plugin/requests/requestscheduler.h"
-#include "plugin/service/orvservice.h"
-
-#include <QTimer>
-
 #include <qmaillog.h>
+#include <QTimer>
 
 using Activesync::AsDBusInterface;
 
 namespace {
-
-/** The code with which a running search is aborted. */
-constexpr int AbortedSearch = 1030;
 
 Activesync::SearchQuery queryFor(const SearchCriteria &criteria, const QStringList &folders)
 {
@@ -111,7 +107,7 @@ bool OrvSource::cancelSearch()
 {
     if (m_searchRequestId > 0) {
         qMailLog(Messaging) << "aborting search request" << m_searchRequestId;
-        m_service->daemon()->abortRequest(m_searchRequestId, AbortedSearch, QDBus::NoBlock);
+        m_service->daemon()->abortRequest(m_searchRequestId, Activesync::Cancelled, QDBus::NoBlock);
     }
     QTimer::singleShot(0, this, SLOT(completeAction()));
     return true;

@@ -83,7 +83,7 @@ void fold(SearchCriteria &result, const SearchCriteria &next, QMailKey::Combiner
         foldBound(result.interval.start, next.interval.start, later);
         foldBound(result.interval.end, next.interval.end, earlier);
     } else {
-        // Deliberate: an open side does not open the result.
+        // Deliberate: a bound that is open in one operand is not open in the result.
         foldBound(result.interval.start, next.interval.start, earlier);
         foldBound(result.interval.end, next.interval.end, later);
     }

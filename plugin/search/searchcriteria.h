@@ -4,9 +4,8 @@
 
 #include <QDateTime>
 #include <QList>
-#include <QString>
-
 #include <qmailmessagekey.h>
+#include <QString>
 
 /** What a search at the server can be asked for: one text and one time range. */
 struct SearchCriteria

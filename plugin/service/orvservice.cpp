@@ -2,6 +2,7 @@
 #include "plugin/service/orvservice.h"
 
 #include "asclient/asdbusinterface.h"
+#include "asclient/resultcode.h"
 #include "asclient/syncinfoshmreader.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/servicekey.h"
@@ -23,13 +24,7 @@ constexpr int RestartedTickMs = 2000;
 constexpr int InitialTotal = 1000;
 constexpr int TotalExtension = 100;
 
-/** Codes of which only the activity is reported, no status. */
-bool isPlainSuccess(int code)
-{
-    return code == 200 || code == 1001 || code == -1000;
-}
-
-/** The sum of two numbers that are not negative; what others report may be as large as can be. */
+/** The sum of two numbers that are not negative, without an overflow. */
 int sumOf(int a, int b)
 {
     return a > std::numeric_limits<int>::max() - b ? std::numeric_limits<int>::max() : a + b;
@@ -41,12 +36,12 @@ OrvService::OrvService(const QMailAccountId &accountId)
     : m_accountId(accountId)
 {
     qMailLog(Messaging) << "OrvService::OrvService";
-    // First of all who hear of an end: the message server may begin the next action in it.
+    // Connected first: another receiver, the message server, may begin the next action.
     connect(this, qOverload<bool>(&QMailMessageService::actionCompleted), this,
             &OrvService::forgetCompletions);
     connect(this, &OrvService::operationCanceled, this, &OrvService::forgetCompletions);
     m_daemon = new Activesync::AsDBusInterface(QDBusConnection::sessionBus(), this);
-    // Neither may use the scheduler in its constructor: there is none yet.
+    // Sink and source must not use the scheduler in their constructors: there is none yet.
     m_sink = new OrvSink(this);
     m_source = new OrvSource(this);
     connect(m_source, SIGNAL(updateStatus(QString)), this, SLOT(updateStatus(QString)));
@@ -59,7 +54,7 @@ OrvService::OrvService(const QMailAccountId &accountId)
 
 OrvService::~OrvService()
 {
-    stopWaiting(0);
+    stopWaiting(Activesync::ServiceGone);
     qMailLog(Messaging) << " OrvService::~OrvService";
     delete m_sink;
     delete m_source;
@@ -136,7 +131,8 @@ void OrvService::completeLater(int delayMs, const std::function<void()> &complet
     });
 }
 
-/** An action that has ended in another way is not ended once more: by then the next one runs. */
+/** Drops completions that were put off when their action ends otherwise: when they are due, the
+ * next action may run. */
 void OrvService::forgetCompletions()
 {
     if (m_isCompleting) {
@@ -164,7 +160,7 @@ bool OrvService::startWaiting()
         qMailLog(Messaging) << "Timer is active, working is " << m_waiting;
         return false;
     }
-    // Made now, so that the first tick need not.
+    // Made here, to save the first tick the time.
     SyncInfoShmReader::instance();
     qMailLog(Messaging) << "start waiting for the signal";
     m_progressTotal = InitialTotal;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/service/statuscode.h"
 
+#include "asclient/resultcode.h"
+
 #include <qmaillog.h>
 
 namespace {
@@ -15,11 +17,12 @@ static_assert(Status::ErrNoError == 0 && Status::ErrSystemError == 1026
               && Status::ErrConfiguration == 1037 && Status::ErrInvalidAddress == 1038
               && Status::ErrInvalidData == 1039 && Status::ErrTimeout == 1040);
 
-// The irregularities are deliberate: 4007 is no success, 0 is a cancellation.
+// Numbers without a name belong to the interface, but our daemon sends none of them. The
+// irregularities are deliberate: 4007 is no success, 0 is a cancellation.
 Status::ErrorCode translate(int daemonCode)
 {
     switch (daemonCode) {
-    case 200:
+    case Activesync::Success:
     case 1001:
     case 4001:
     case 4002:
@@ -35,7 +38,7 @@ Status::ErrorCode translate(int daemonCode)
     case 4015:
         return Status::ErrNoError;
     case 5:
-    case 403:
+    case Activesync::Forbidden:
     case 60099:
     case 60101:
     case 60102:
@@ -46,43 +49,44 @@ Status::ErrorCode translate(int daemonCode)
     case 60302:
     case 60399:
         return Status::ErrSystemError;
-    case 500:
+    case Activesync::ServerFailed:
     case 999:
         return Status::ErrInternalServer;
-    case 401:
+    case Activesync::LoginRefused:
     case 60201:
     case 60204:
         return Status::ErrLoginFailed;
-    case 0:
-    case 1030:
+    case Activesync::ServiceGone:
+    case Activesync::Cancelled:
         return Status::ErrCancel;
     case 1:
-    case 507:
+    case Activesync::NoRoom:
         return Status::ErrFileSystemFull;
     case 3:
-    case 902:
+    case Activesync::NoConnection:
     case 60001:
     case 60002:
     case 60003:
     case 60103:
     case 60203:
         return Status::ErrNoConnection;
-    case 60007:
+    case Activesync::PolicyDemanded:
         return Status::ErrConnectionNotReady;
-    case 400:
-    case 404:
+    case Activesync::NotActiveSync:
+    case Activesync::NotFound:
         return Status::ErrInvalidAddress;
-    case 501:
+    case Activesync::InvalidAnswer:
     case 1006:
     case 1007:
     case 1015:
         return Status::ErrInvalidData;
-    case 901:
+    case Activesync::Timeout:
     case 6008:
     case 60004:
     case 60005:
     case 60104:
         return Status::ErrTimeout;
+    case Activesync::BadConfiguration:
     default:
         return Status::ErrConfiguration;
     }
@@ -98,4 +102,9 @@ QMailServiceAction::Status::ErrorCode statusErrorCode(int daemonCode)
                             << int(code);
     }
     return code;
+}
+
+bool isPlainSuccess(int daemonCode)
+{
+    return daemonCode == Activesync::Success || daemonCode == 1001 || daemonCode == -1000;
 }

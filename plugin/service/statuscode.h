@@ -12,4 +12,7 @@
  */
 QMailServiceAction::Status::ErrorCode statusErrorCode(int daemonCode);
 
+/** Whether an end with this code is reported by the activity alone, without a status. */
+bool isPlainSuccess(int daemonCode);
+
 #endif

@@ -6,9 +6,8 @@
 
 #include <QApplication>
 #include <QEvent>
-#include <QValidator>
-
 #include <qmailaccount.h>
+#include <QValidator>
 
 namespace {
 
@@ -31,8 +30,8 @@ public:
     }
 };
 
-/** The choice for a stored encryption; of one that nobody knows, the one that sends no password
- * openly. */
+/** The choice for a stored encryption; TLS for an unknown one, so that no password goes in
+ * clear. */
 int encryptionChoice(int stored)
 {
     return stored == 0 ? 0 : 1;
@@ -44,11 +43,11 @@ constexpr int DefaultPort = 80;
 
 OrvSettings::OrvSettings()
 {
-    form.setupUi(this);
+    m_form.setupUi(this);
     setLayoutDirection(QApplication::layoutDirection());
-    form.mailPortInput->setValidator(new PortValidator(this));
-    form.mailPasswInput->setEchoMode(QLineEdit::Password);
-    connect(form.mailPortInput, &QLineEdit::textChanged, this, &OrvSettings::tellOfPort);
+    m_form.mailPortInput->setValidator(new PortValidator(this));
+    m_form.mailPasswInput->setEchoMode(QLineEdit::Password);
+    connect(m_form.mailPortInput, &QLineEdit::textChanged, this, &OrvSettings::tellOfPort);
     nameInputs();
 }
 
@@ -56,23 +55,23 @@ void OrvSettings::displayConfiguration(const QMailAccount &,
                                        const QMailAccountConfiguration &config)
 {
     if (!isOrvAccount(config)) {
-        form.mailUserInput->clear();
-        form.mailPasswInput->clear();
-        form.mailServerInput->clear();
-        form.mailPortInput->setText(QStringLiteral("80"));
-        form.encryptionIncoming->setCurrentIndex(0);
-        form.mailEmailInput->clear();
-        form.mailDomainInput->clear();
+        m_form.mailUserInput->clear();
+        m_form.mailPasswInput->clear();
+        m_form.mailServerInput->clear();
+        m_form.mailPortInput->setText(QStringLiteral("80"));
+        m_form.encryptionIncoming->setCurrentIndex(0);
+        m_form.mailEmailInput->clear();
+        m_form.mailDomainInput->clear();
         return;
     }
     const OrvConfiguration stored(config);
-    form.mailUserInput->setText(stored.mailUserName());
-    form.mailPasswInput->setText(stored.mailPassword());
-    form.mailServerInput->setText(stored.mailServer());
-    form.mailPortInput->setText(QString::number(stored.mailPort()));
-    form.encryptionIncoming->setCurrentIndex(encryptionChoice(stored.mailEncryption()));
-    form.mailEmailInput->setText(stored.mailEmail());
-    form.mailDomainInput->setText(stored.mailDomain());
+    m_form.mailUserInput->setText(stored.mailUserName());
+    m_form.mailPasswInput->setText(stored.mailPassword());
+    m_form.mailServerInput->setText(stored.mailServer());
+    m_form.mailPortInput->setText(QString::number(stored.mailPort()));
+    m_form.encryptionIncoming->setCurrentIndex(encryptionChoice(stored.mailEncryption()));
+    m_form.mailEmailInput->setText(stored.mailEmail());
+    m_form.mailDomainInput->setText(stored.mailDomain());
 }
 
 bool OrvSettings::updateAccount(QMailAccount *account, QMailAccountConfiguration *config)
@@ -98,32 +97,32 @@ QVariantMap OrvSettings::typedSettings() const
 AccountSettings OrvSettings::typed() const
 {
     AccountSettings settings;
-    settings.userName = form.mailUserInput->text();
-    settings.password = form.mailPasswInput->text();
-    settings.server = form.mailServerInput->text();
+    settings.userName = m_form.mailUserInput->text();
+    settings.password = m_form.mailPasswInput->text();
+    settings.server = m_form.mailServerInput->text();
     settings.port = enteredPort();
-    settings.encryption = form.encryptionIncoming->currentIndex();
-    settings.email = form.mailEmailInput->text();
-    settings.domain = form.mailDomainInput->text();
+    settings.encryption = m_form.encryptionIncoming->currentIndex();
+    settings.email = m_form.mailEmailInput->text();
+    settings.domain = m_form.mailDomainInput->text();
     return settings;
 }
 
-/** What was stored before may be no port at all: it is not stored again. */
+/** The port that is shown, or the default where that, as it was stored, is no port. */
 int OrvSettings::enteredPort() const
 {
     bool ok = false;
-    const int port = form.mailPortInput->text().toInt(&ok, 10);
-    return ok && form.mailPortInput->hasAcceptableInput() ? port : DefaultPort;
+    const int port = m_form.mailPortInput->text().toInt(&ok, 10);
+    return ok && m_form.mailPortInput->hasAcceptableInput() ? port : DefaultPort;
 }
 
-/** Says so where the port that is shown, as it was stored, is none. */
+/** Tells that the default will be saved where the port that is shown is none. */
 void OrvSettings::tellOfPort()
 {
-    const QString told = form.mailPortInput->hasAcceptableInput()
+    const QString told = m_form.mailPortInput->hasAcceptableInput()
         ? QString()
         : tr("This is no port: %1 will be saved.").arg(DefaultPort);
-    form.mailPortInput->setToolTip(told);
-    form.mailPortInput->setAccessibleDescription(told);
+    m_form.mailPortInput->setToolTip(told);
+    m_form.mailPortInput->setAccessibleDescription(told);
 }
 
 void OrvSettings::changeEvent(QEvent *event)
@@ -136,9 +135,9 @@ void OrvSettings::changeEvent(QEvent *event)
 /** The language may change while a person is filling the form; what was entered stays. */
 void OrvSettings::retranslate()
 {
-    const int encryption = form.encryptionIncoming->currentIndex();
-    form.retranslateUi(this);
-    form.encryptionIncoming->setCurrentIndex(encryption);
+    const int encryption = m_form.encryptionIncoming->currentIndex();
+    m_form.retranslateUi(this);
+    m_form.encryptionIncoming->setCurrentIndex(encryption);
     setLayoutDirection(QApplication::layoutDirection());
     nameInputs();
     tellOfPort();
@@ -147,6 +146,6 @@ void OrvSettings::retranslate()
 /** A screen reader names an input by its buddy label; two inputs have none. */
 void OrvSettings::nameInputs()
 {
-    form.mailDomainInput->setAccessibleName(form.domainLabel->text());
-    form.mailEmailInput->setAccessibleName(form.emailLabel->text());
+    m_form.mailDomainInput->setAccessibleName(m_form.domainLabel->text());
+    m_form.mailEmailInput->setAccessibleName(m_form.emailLabel->text());
 }

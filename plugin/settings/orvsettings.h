@@ -5,7 +5,6 @@
 #include "plugin/settings/ui_orvsettings.h"
 
 #include <qmailmessageservice.h>
-
 #include <QVariantMap>
 
 struct AccountSettings;
@@ -22,8 +21,8 @@ public:
     /**
      * What stands in the form, by the names that the account's configuration uses.
      *
-     * The password is as it was typed, in letters, too, that the configuration's encoding would
-     * lose: who saves can refuse it first.
+     * The password is as typed, also where the configuration's encoding would lose some of its
+     * characters: the caller can refuse it before saving.
      */
     QVariantMap typedSettings() const;
 
@@ -47,7 +46,7 @@ private:
     void tellOfPort();
     int enteredPort() const;
 
-    Ui_OrvSettings form;
+    Ui_OrvSettings m_form;
 };
 
 #endif

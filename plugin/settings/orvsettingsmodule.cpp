@@ -2,8 +2,10 @@
 #include "plugin/settings/orvsettingsmodule.h"
 
 #include "plugin/settings/orvsettings.h"
+#include "translations/translation.h"
 
 QMailMessageServiceEditor *OrvSettingsModule::createEditor() const
 {
+    Translation::install(Translation::Scope::OwnTexts);
     return new OrvSettings;
 }

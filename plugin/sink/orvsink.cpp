@@ -41,7 +41,7 @@ OrvSink::OrvSink(OrvService *service)
     QDBusConnection::sessionBus().connect(
         QString(), QLatin1String(Activesync::ObjectPath), QLatin1String(Activesync::InterfaceName),
         QStringLiteral("syncStarted"), this, SLOT(onSync(qulonglong)));
-    // What it did not take while it was silent is offered again.
+    // Offers the daemon again what it did not take while it was silent.
     connect(&service->daemon()->answers(), &Activesync::AnswerWatch::heardAgain, this,
             &OrvSink::sendWaiting);
 }
@@ -123,7 +123,7 @@ void OrvSink::onSync(qulonglong account)
 /** Has the message server transmit what waits in the outbox. */
 void OrvSink::sendWaiting()
 {
-    // Also while it is still pending: the server would take the same messages once more.
+    // Also while the action is pending: the message server would transmit the same messages twice.
     if (m_transmitAction->isRunning()) {
         qMailLog(Messaging) << "Transmit in progress, skipping";
         return;

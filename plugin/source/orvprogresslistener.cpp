@@ -5,7 +5,6 @@
 
 #include <QLocalServer>
 #include <QLocalSocket>
-
 #include <qmaillog.h>
 
 #include <new>
@@ -53,11 +52,11 @@ void OrvProgressListener::onReadyRead()
 {
     qMailLog(Messaging) << m_socket->bytesAvailable() << "bytes available to read from path"
                         << m_path;
-    constexpr qint64 recordSize = sizeof(qint32);
+    constexpr qint64 RecordSize = sizeof(qint32);
     qint32 value = -1;
-    while (m_socket->bytesAvailable() >= recordSize) {
-        if (m_socket->read(reinterpret_cast<char *>(&value), recordSize) != recordSize) {
-            qCritical() << "error reading" << recordSize << "bytes from" << m_path;
+    while (m_socket->bytesAvailable() >= RecordSize) {
+        if (m_socket->read(reinterpret_cast<char *>(&value), RecordSize) != RecordSize) {
+            qCritical() << "error reading" << RecordSize << "bytes from" << m_path;
             onDisconnected();
             return;
         }

@@ -9,15 +9,14 @@
 #include "plugin/service/orvservice.h"
 #include "plugin/source/syncmarker.h"
 
-#include <QTimer>
-
 #include <qmaillog.h>
+#include <QTimer>
 
 using Activesync::AsDBusInterface;
 
 namespace {
 
-/** A request so soon, in milliseconds, after a successful synchronisation is a doublet of it. */
+/** A request this soon, in milliseconds, after a successful synchronisation duplicates it. */
 constexpr qint64 DoubletMs = 4999;
 constexpr int DoubletCompletionMs = 100;
 

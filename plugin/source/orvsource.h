@@ -5,10 +5,9 @@
 #include "asclient/searchmailboxresult.h"
 #include "plugin/requests/asdaemonrequest.h"
 
+#include <qmailmessageservice.h>
 #include <QMap>
 #include <QSet>
-
-#include <qmailmessageservice.h>
 
 class OrvProgressListener;
 class OrvService;
@@ -77,8 +76,7 @@ public slots:
         const QList<QPair<QMailMessagePart::Location, QMailMessagePart::Location>> &ids) override;
     bool flagMessages(const QMailMessageIdList &ids, quint64 setMask, quint64 unsetMask) override;
     bool deleteMessages(const QMailMessageIdList &ids) override;
-    /** Where the marker of a synchronisation that the daemon started lands; refuses other accounts.
-     */
+    /** Receives the marker of a synchronisation that the daemon started; refuses other accounts. */
     bool protocolRequest(const QMailAccountId &accountId, const QString &request,
                          const QVariant &data) override;
     bool retrieveMessageLists(const QMailAccountId &accountId, const QMailFolderIdList &folderIds,

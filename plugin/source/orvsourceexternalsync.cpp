@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Follows the synchronisations that the daemon starts by itself: each is shown to the message
 // server's clients as a running action of the account, the marker.
-#include "plugin/source/orvsource.h"
-
+#include "asclient/resultcode.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/clock.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/service/statuscode.h"
+#include "plugin/source/orvsource.h"
 #include "plugin/source/syncmarker.h"
 
 #include <qmaillog.h>
@@ -40,11 +40,11 @@ void OrvSource::onSyncStarted(qulonglong account)
 {
     if (account != m_service->accountId().toULongLong())
         return;
-    const quint64 toldEnds = m_service->scheduler()->toldEnds();
+    const quint64 endsByBroadcast = m_service->scheduler()->endsByBroadcast();
     if (m_service->scheduler()->checkRequests(m_service->daemon()))
         return;
-    // One that ended while it was asked for lived when this began.
-    if (m_service->scheduler()->toldEnds() != toldEnds)
+    // A request that ended while the daemon was asked explains this synchronisation.
+    if (m_service->scheduler()->endsByBroadcast() != endsByBroadcast)
         return;
     m_marker->beginSync();
 }
@@ -57,6 +57,6 @@ void OrvSource::onSyncCompleted(qulonglong account)
     if (!m_marker->endSync())
         return;
     qMailLog(Messaging) << "FAKE action is completed";
-    m_service->stopWaiting(200);
+    m_service->stopWaiting(Activesync::Success);
     completeAction();
 }

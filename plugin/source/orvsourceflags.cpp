@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Flags and deletions: done in the mail store, and left to the daemon to carry to the server.
-#include "plugin/source/orvsource.h"
-
 #include "asclient/asdbusinterface.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/orvservice.h"
+#include "plugin/source/orvsource.h"
 
 #include <qmaillog.h>
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Message lists, whole messages and message parts. The daemon writes them into the mail store.
-#include "plugin/source/orvsource.h"
-
 #include "asclient/asdbusinterface.h"
 #include "asclient/attachmentnotifier.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/source/orvprogresslistener.h"
+#include "plugin/source/orvsource.h"
 
 #include <qmaillog.h>
 
@@ -89,12 +88,12 @@ void OrvSource::onListenerFinished(const QString &path)
 {
     if (OrvProgressListener *listener = m_listeners.take(path))
         listener->deleteLater();
-    // Nobody feeds the progress now; only a counting timer finds out that the daemon has died.
+    // No download reports progress now: the timer counts again, to poll for a daemon that died.
     if (m_listeners.isEmpty())
         m_service->allowProgressCounter(true);
 }
 
-/** A listener goes with its action, whatever has ended that: the poll tells no request's end. */
+/** Ends the listeners with their action: a poll that ends it does not report its requests' ends. */
 void OrvSource::endListeners()
 {
     const QStringList paths = m_listeners.keys();
@@ -102,7 +101,7 @@ void OrvSource::endListeners()
         onListenerFinished(path);
 }
 
-/** Brings folders of an account up to date; the content type tells the daemon who asks. */
+/** Brings folders of an account up to date; the content type tells the daemon what is wanted. */
 void OrvSource::syncFolders(const QMailAccountId &accountId, const QStringList &folders,
                             int contentType)
 {

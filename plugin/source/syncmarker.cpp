@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/source/syncmarker.h"
 
+#include "asclient/resultcode.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/orvservice.h"
 
 #include <qmaillog.h>
-
-namespace {
-
-constexpr int Success = 200;
-
-} // namespace
 
 SyncMarker::SyncMarker(OrvService *service, QObject *parent)
     : QObject(parent)
@@ -35,7 +30,7 @@ void SyncMarker::beginSync()
         askFor();
         break;
     case AskedFor:
-        // The one that is on its way will do, unless its end was told without a delivery.
+        // The pending marker serves this synchronisation, too, unless it ended undelivered.
         if (m_action->isRunning())
             m_service->startWaiting();
         else
@@ -54,7 +49,7 @@ bool SyncMarker::endSync()
     m_syncMissed = false;
     if (m_state == Running)
         return true;
-    // It arrives after the end: it must find the service not waiting.
+    // The marker arrives after the end: deliver() must find the service not waiting.
     if (m_state == AskedFor)
         closeWaiting();
     return false;
@@ -72,14 +67,14 @@ void SyncMarker::askFor()
     qMailLog(Messaging) << "Got sync request, but have no action for it. Creating FAKE action";
     // Deliberately not QVariant(): an invalid one cannot cross the bus.
     m_action->protocolRequest(m_service->accountId(), QString(), QVariant(QString()));
-    // Nothing but its delivery would end the waiting.
+    // If it was not sent, no delivery will end the waiting.
     if (!m_action->isRunning())
         return;
     m_state = AskedFor;
     m_service->startWaiting();
 }
 
-/** Whatever ended the service's running action, it ended a delivered marker. */
+/** Any completion of the service ends a delivered marker, too. */
 void SyncMarker::onActionCompleted()
 {
     if (m_state == Running)
@@ -117,7 +112,7 @@ void SyncMarker::onActivityChanged(QMailServiceAction::Activity activity)
     }
 }
 
-/** Not now: the client library is in the middle of telling the end, and takes no new request. */
+/** Queued: the client library is still reporting the end, and takes no new request. */
 void SyncMarker::settleLater()
 {
     QMetaObject::invokeMethod(this, &SyncMarker::settle, Qt::QueuedConnection);
@@ -134,9 +129,9 @@ void SyncMarker::settle()
     emit syncLeft();
 }
 
-/** Ends the waiting for the marker; requests of ours end their own. */
+/** Ends the service's waiting, unless requests run: these end it. */
 void SyncMarker::closeWaiting()
 {
     if (m_service->isWaiting() && m_service->scheduler()->isIdle())
-        m_service->stopWaiting(Success);
+        m_service->stopWaiting(Activesync::Success);
 }

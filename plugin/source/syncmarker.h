@@ -2,9 +2,8 @@
 #ifndef PLUGIN_SOURCE_SYNCMARKER_H
 #define PLUGIN_SOURCE_SYNCMARKER_H
 
-#include <QObject>
-
 #include <qmailserviceaction.h>
+#include <QObject>
 
 class OrvService;
 
@@ -12,9 +11,9 @@ class OrvService;
  * The action that shows a synchronisation which the daemon started by itself: a protocol request
  * that the service sends through the message server to itself.
  *
- * What the message server's client library tells of that action comes later than what happens
- * here, and may be another action's: the message server numbers those that it makes for itself as
- * a client in its process does. So what counts is the state that is kept here.
+ * The client library's reports of that action come late, and may be about another one: the message
+ * server numbers the actions that it makes for itself as a client in its process does. So the state
+ * that is kept here decides.
  */
 class SyncMarker : public QObject
 {

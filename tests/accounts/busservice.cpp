@@ -22,7 +22,7 @@ void reloadBus()
 QString sanitized()
 {
     const QString runtime = qEnvironmentVariable("ORVMAIL_SANITIZER_RUNTIME");
-    // The leaks of the whole platform at the server's end are not ours to judge.
+    // The leaks of the whole platform at the server's end are not looked for.
     return runtime.isEmpty() ? QString()
                              : QStringLiteral("LD_PRELOAD=%1 ASAN_OPTIONS=%2:detect_leaks=0 ")
                                    .arg(runtime, qEnvironmentVariable("ASAN_OPTIONS"));

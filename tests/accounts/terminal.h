@@ -2,6 +2,8 @@
 #ifndef TESTS_ACCOUNTS_TERMINAL_H
 #define TESTS_ACCOUNTS_TERMINAL_H
 
+#include "tests/support/patience.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -19,14 +21,14 @@ public:
 
     /** Reads until `text` was on the screen (after what was waited for before); false: it never
      * was. */
-    bool waitFor(const QByteArray &text, int timeoutMs = 10000);
+    bool waitFor(const QByteArray &text, int timeoutMs = PatienceMs);
     /** Types a line and the enter key. */
     void type(const QByteArray &line);
     /** Whether what is typed now would be seen. */
     bool echoes() const;
     /** Reads to the program's end and returns its exit code; -1: it did not end as a program does.
      */
-    int finish(int timeoutMs = 20000);
+    int finish(int timeoutMs = PatienceMs);
     /** All that was on the screen. */
     const QByteArray &screen() const { return m_screen; }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "accounts/autodiscover.h"
+#include "accounts/setup/autodiscover.h"
 #include "tests/eas/scriptedserver.h"
 #include "tests/eas/testcertificate.h"
 

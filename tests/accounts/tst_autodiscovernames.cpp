@@ -1,53 +1,25 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The program finds the server of an address by real names, at the real port, with a certificate
 // that the system trusts; only the world behind the names is the test's own.
-#include "accounts/accountbook.h"
+#include "accounts/setup/accountbook.h"
+#include "tests/accounts/accountprogram.h"
+#include "tests/accounts/discoveryservice.h"
 #include "tests/accounts/nameserver.h"
 #include "tests/accounts/terminal.h"
-#include "tests/eas/scriptedserver.h"
 #include "tests/support/easserver.h"
 #include "tests/support/storefixture.h"
 
 #include <qmailstore.h>
-
-#include <QFile>
-#include <QProcess>
-#include <QSslKey>
 #include <QTest>
 
 #include <memory>
 
+using AccountProgram::Program;
+
 namespace {
 
-const QString Program = QStringLiteral(ACCOUNT_PROGRAM);
 const QByteArray Password = "autodiscover-Passw0rd";
 constexpr quint16 OtherPort = 8443;
-
-/** A service that tells everybody the same server. */
-class Service : public ScriptedServer
-{
-public:
-    Service(const QSslCertificate &certificate, const QSslKey &key, quint16 port)
-        : ScriptedServer(certificate, key)
-    {
-        close();
-        if (!listen(QHostAddress::LocalHost, port))
-            qFatal("cannot listen on port %d", port);
-        setAnswer([this](const SeenRequest &) { return ScriptedAnswer {m_document}; });
-    }
-
-    void tell(const QString &server)
-    {
-        m_document = http(200,
-                          "<Autodiscover><Response><Action><Settings><Server><Type>MobileSync"
-                          "</Type><Url>"
-                              + server.toUtf8()
-                              + "</Url></Server></Settings></Action></Response></Autodiscover>");
-    }
-
-private:
-    QByteArray m_document;
-};
 
 /** Reads the terminal while this process answers for the world as well. */
 bool awaitText(Terminal &terminal, const QByteArray &text)
@@ -85,16 +57,15 @@ private:
 
     std::unique_ptr<NameServer> m_names;
     std::unique_ptr<EasServer> m_mail;
-    std::unique_ptr<Service> m_usual;
-    std::unique_ptr<Service> m_other;
+    std::unique_ptr<DiscoveryService> m_usual;
+    std::unique_ptr<DiscoveryService> m_other;
     QByteArray m_error;
     QByteArray m_output;
 };
 
 void TestAutodiscoverNames::initTestCase()
 {
-    if (!EasServer::isAvailable())
-        QSKIP("the test server needs Python 3.11");
+    EasServer::require();
     QVERIFY(Accounts::AccountBook::open().ok());
     m_names = std::make_unique<NameServer>();
     QVERIFY(m_names->start());
@@ -116,13 +87,8 @@ void TestAutodiscoverNames::initTestCase()
                           QStringLiteral("--users"),
                           QStringLiteral("alice:") + QString::fromUtf8(Password)});
     QVERIFY(m_mail->start());
-    QFile keyFile(keyPath);
-    QVERIFY(keyFile.open(QIODevice::ReadOnly));
-    const QSslKey key(&keyFile, QSsl::Ec);
-    const QList<QSslCertificate> certificates = QSslCertificate::fromPath(certificatePath);
-    QCOMPARE(certificates.size(), 1);
-    m_usual = std::make_unique<Service>(certificates.first(), key, 443);
-    m_other = std::make_unique<Service>(certificates.first(), key, OtherPort);
+    m_usual = std::make_unique<DiscoveryService>(443);
+    m_other = std::make_unique<DiscoveryService>(OtherPort);
 }
 
 void TestAutodiscoverNames::init()
@@ -135,21 +101,17 @@ QStringList TestAutodiscoverNames::arguments(const char *email, const char *more
 {
     return QStringList {QStringLiteral("add"), QStringLiteral("--user"), QStringLiteral("alice"),
                         QStringLiteral("--email"), QLatin1String(email)}
-    + QString::fromLatin1(more).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    + AccountProgram::words(more);
 }
 
 /** Runs the program while this one plays the world; returns its exit code. */
 int TestAutodiscoverNames::add(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(Program, arguments + QStringList(QStringLiteral("--password-stdin")));
-    process.write(Password);
-    process.closeWriteChannel();
-    const bool over =
-        QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 30000);
-    m_error = process.readAllStandardError();
-    m_output = process.readAllStandardOutput();
-    return over ? process.exitCode() : -1;
+    const AccountProgram::Run run =
+        AccountProgram::run(arguments + QStringList(QStringLiteral("--password-stdin")), Password);
+    m_error = run.err;
+    m_output = run.out;
+    return run.exit;
 }
 
 QString TestAutodiscoverNames::serverAt(const char *host) const

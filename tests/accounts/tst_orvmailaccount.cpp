@@ -1,105 +1,45 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The program as it is built, run as a process, against the test server and the real mail store.
-#include "accounts/accountbook.h"
 #include "accounts/folderview.h"
-#include "daemon/store/syncstatedb.h"
+#include "accounts/setup/accountbook.h"
+#include "daemon/store/state/accountkeys.h"
+#include "daemon/store/state/syncstatedb.h"
+#include "daemon/store/storeindexes.h"
 #include "plugin/settings/orvconfiguration.h"
+#include "tests/accounts/accountprogram.h"
 #include "tests/accounts/terminal.h"
 #include "tests/support/easserver.h"
 #include "tests/support/messageserver.h"
 #include "tests/support/scripteddaemon.h"
 #include "tests/support/storefixture.h"
 
-#include <qmailstore.h>
-
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QJsonDocument>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <qmailnamespace.h>
+#include <qmailstore.h>
 #include <QProcess>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <memory>
+
+using namespace AccountProgram;
 
 namespace {
 
-const QString Program = QStringLiteral(ACCOUNT_PROGRAM);
 const QByteArray Password = "Account-Passw0rd \"x\" \xc3\xa4";
 const QByteArray OtherPassword = "Other-Passw0rd";
-
-struct Run
-{
-    int exit = -1;
-    QByteArray out;
-    QByteArray err;
-
-    QJsonDocument json() const { return QJsonDocument::fromJson(out); }
-    int errorLines() const { return err.count('\n'); }
-};
-
-/** Everything that the program printed in all tests. */
-QByteArray everythingPrinted;
-
-Run run(const QStringList &arguments, const QByteArray &input = QByteArray(),
-        const QString &store = QString())
-{
-    QProcess process;
-    if (!store.isEmpty()) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QMF_DATA"), store);
-        process.setProcessEnvironment(environment);
-    }
-    process.start(Program, arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    Run result;
-    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-        return result;
-    result.exit = process.exitCode();
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    everythingPrinted += result.out + result.err;
-    return result;
-}
-
-/** Runs while this process's event loop turns, for commands that need an answer from here. */
-class Background
-{
-public:
-    explicit Background(const QStringList &arguments, const QByteArray &input = QByteArray())
-    {
-        m_process.start(Program, arguments);
-        m_process.write(input);
-        m_process.closeWriteChannel();
-    }
-
-    bool isOver() const { return m_process.state() == QProcess::NotRunning; }
-    void interrupt() { ::kill(pid_t(m_process.processId()), SIGINT); }
-    Run result()
-    {
-        Run run;
-        run.exit = m_process.exitCode();
-        run.out = m_process.readAllStandardOutput();
-        run.err = m_process.readAllStandardError();
-        everythingPrinted += run.out + run.err;
-        return run;
-    }
-
-private:
-    QProcess m_process;
-};
 
 /** What the mail store holds by now; it is another process that writes it. */
 AccountSettings stored(const QMailAccountId &id)
 {
     return readSettings(QMailAccountConfiguration(id));
-}
-
-QStringList words(const char *text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
 } // namespace
@@ -120,6 +60,7 @@ private slots:
     void programLoadsNoWidgets();
     void windowIsAProgramOfItsOwn();
     void windowWithoutADisplayIsRefused();
+    void windowTellsHelpAndVersionWithoutADisplay();
 
     void addSavesTheAccountAndListsItsFolders();
     void addMarksTheAccountAsTheFormDoes();
@@ -135,6 +76,10 @@ private slots:
     void addRefusesAPasswordThatTheStoreCannotKeep();
     void addWithoutServerSearchesAndSavesNothing();
     void addNeedsAPasswordFromSomewhere();
+    void passwordCommandGivesItsFirstLine();
+    void passwordCommandSetsANewPassword();
+    void failedPasswordCommandSavesNothing_data();
+    void failedPasswordCommandSavesNothing();
     void addAsksForWhatIsMissing();
     void interruptedPasswordPromptGivesTheEchoBack();
 
@@ -149,6 +94,7 @@ private slots:
     void setChangesOnlyWhatIsNamed();
     void setTurnsPushOnAndOff();
     void setKeepsMailForSoLong();
+    void setSwitchesNotifications();
     void setTakesANewPassword();
     void setEncryptionMovesTheUsualPortAlone();
     void setWithRefusedLoginChangesNothing();
@@ -162,6 +108,9 @@ private slots:
     void namesFromTheServerDoNotSteerTheTerminal();
     void testTellsVersionOrReason();
 
+    void storeShowsAndDropsTheIndexes();
+    void lockedStoreKeepsItsIndexes();
+
     void removeTakesMailAndSettings();
     void removeLeavesNoPasswordInTheStoresFiles();
     void removeAsksFirst();
@@ -170,12 +119,21 @@ private slots:
     void syncTellsWhatHasChanged();
     void syncShowsAProgressBar();
     void syncTellsWhyItFailed();
+    void syncOfAllTakesEachEnabledAccount();
+    void syncOfAllGoesOnBehindAFailure();
+    void syncOfAllGoesOnBehindWhatSomebodyElseCancelled();
+    void syncOfAllEndsAtAnInterrupt();
+    void quietSyncPrintsOnlyWhatFails();
+    void syncOfAllWithoutAccountsIsNoFailure();
     void syncIsCancelledByInterrupt();
 
     void nothingPrintedHoldsAPassword();
 
 private:
     QStringList addArguments(const QString &name = QStringLiteral("Demo")) const;
+    /** With the password of a command. */
+    QStringList addByCommand(const QString &command) const;
+    void addThreeAccounts();
     QMailAccountId account(const char *name = "Demo") const;
     void addAccount();
     bool startMessageServer();
@@ -187,8 +145,7 @@ private:
 void TestOrvmailAccount::initTestCase()
 {
     QVERIFY(Accounts::AccountBook::open().ok());
-    if (!EasServer::isAvailable())
-        QSKIP("the test server needs Python 3.11");
+    EasServer::require();
     m_server = std::make_unique<EasServer>();
     m_server->addArguments({QStringLiteral("--users"),
                             QStringLiteral("alice:") + QString::fromUtf8(Password),
@@ -243,6 +200,9 @@ void TestOrvmailAccount::helpIsThereForEveryCommand_data()
     QTest::newRow("test") << QStringLiteral("ACCOUNT");
     QTest::newRow("sync") << QStringLiteral("ACCOUNT");
     QTest::newRow("folders") << QStringLiteral("ACCOUNT");
+    QTest::newRow("status") << QStringLiteral("--watch");
+    QTest::newRow("store") << QStringLiteral("--drop-indexes");
+    QTest::newRow("outbox") << QStringLiteral("to-drafts MESSAGE");
 }
 
 void TestOrvmailAccount::helpIsThereForEveryCommand()
@@ -254,6 +214,7 @@ void TestOrvmailAccount::helpIsThereForEveryCommand()
                                 + " [options]"));
     QVERIFY(help.out.contains(mentions.toUtf8()));
     QVERIFY(help.err.isEmpty());
+    QCOMPARE(run({QStringLiteral("help"), QLatin1String(QTest::currentDataTag())}).out, help.out);
     QVERIFY(run({QStringLiteral("--help")}).out.contains(QTest::currentDataTag()));
 }
 
@@ -266,6 +227,7 @@ void TestOrvmailAccount::wrongUsageEndsWithTwo_data()
     };
     row("no command", "", "no command");
     row("unknown command", "frobnicate", "frobnicate");
+    row("help about an unknown command", "help frobnicate", "frobnicate");
     row("unknown option", "list --frobnicate", "frobnicate");
     row("no account", "show", "which account");
     row("too many", "show a b", "too many");
@@ -279,8 +241,10 @@ void TestOrvmailAccount::wrongUsageEndsWithTwo_data()
     row("two signs", "add --email a@b@c", "no mail address");
     row("encryption", "add --email a@b --encryption rot13", "rot13");
     row("push", "add --email a@b --push maybe", "maybe");
+    row("notifications", "add --email a@b --notifications maybe", "maybe");
     row("keep", "add --email a@b --keep 5", "--keep");
     row("no address", "add --password-stdin", "--email");
+    row("two passwords", "add --email a@b --password-stdin --password-command true", "give one");
     row("password on the command line", "add --email a@b --password=Typed-Passw0rd", "password");
     row("server is no host", "add --email a@b --server a..b --no-check --password-stdin", "host");
     row("server is a URL", "add --email a@b --server https://a.b/ --no-check --password-stdin",
@@ -345,6 +309,22 @@ void TestOrvmailAccount::windowWithoutADisplayIsRefused()
     QVERIFY2(error.contains("no display"), error.constData());
 }
 
+void TestOrvmailAccount::windowTellsHelpAndVersionWithoutADisplay()
+{
+    const auto told = [](const char *option) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        process.setProcessEnvironment(environment);
+        process.start(Program + QLatin1String("-window"), {QLatin1String(option)});
+        return process.waitForFinished() && process.exitCode() == 0
+            ? process.readAllStandardOutput()
+            : QByteArray();
+    };
+    QVERIFY(told("--help").startsWith("Usage: orvmail-account-window [options]\n"));
+    QVERIFY(told("--version").startsWith("orvmail-account-window "));
+}
+
 void TestOrvmailAccount::addSavesTheAccountAndListsItsFolders()
 {
     const Run added = run(addArguments(), Password);
@@ -401,9 +381,7 @@ void TestOrvmailAccount::addedAccountIsTakenUpWithoutARestart()
     ScriptedDaemon daemon;
     daemon.answer(ScriptedDaemon::Answer().completing(200));
     QVERIFY(startMessageServer());
-    Background add(addArguments(), Password);
-    QTRY_VERIFY_WITH_TIMEOUT(add.isOver(), 30000);
-    const Run result = add.result();
+    const Run result = run(addArguments(), Password);
     QVERIFY2(result.exit == 0, result.err.constData());
     QVERIFY(result.out.contains("Inbox"));
     const ScriptedDaemon::Call call = daemon.waitForCall("folderSync");
@@ -451,9 +429,7 @@ void TestOrvmailAccount::addWithoutCheckAsksNoServer()
 void TestOrvmailAccount::addRefusesAWrongLogin()
 {
     const Run refused = run(addArguments() + words("--json"), OtherPassword);
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY(refused.err.contains("user name or password"));
+    verifyRefused(refused, "user name or password");
     QCOMPARE(refused.json().object()[QLatin1String("code")].toInt(), 401);
     QCOMPARE(refused.json().object()[QLatin1String("setting")].toString(),
              QStringLiteral("password"));
@@ -466,9 +442,7 @@ void TestOrvmailAccount::addRefusesAnUnknownHost()
     const Run refused =
         run(words("add --email alice@example.test --server nowhere.invalid --password-stdin"),
             Password);
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY(refused.err.contains("no connection to nowhere.invalid:443"));
+    verifyRefused(refused, "no connection to nowhere.invalid:443");
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
 
@@ -484,9 +458,7 @@ void TestOrvmailAccount::addRefusesAnUntrustedCertificate()
         run(words("add --email alice@example.test --server 127.0.0.1 --password-stdin --port")
                 + QStringList(QString::number(server.port())),
             Password);
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY2(refused.err.contains("certificate is not trusted"), refused.err.constData());
+    verifyRefused(refused, "certificate is not trusted");
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
 
@@ -494,27 +466,22 @@ void TestOrvmailAccount::addRefusesATakenName()
 {
     addAccount();
     const Run refused = run(addArguments(), Password);
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY(refused.err.contains("\"Demo\" already"));
+    verifyRefused(refused, "\"Demo\" already");
     QCOMPARE(Accounts::AccountBook::accounts().size(), 1);
     QCOMPARE(m_server->log().size(), 0);
 }
 
 void TestOrvmailAccount::addRefusesAPasswordThatTheStoreCannotKeep()
 {
-    const Run refused = run(addArguments() + words("--no-check"), "\xe6\x97\xa5\xe6\x9c\xac");
-    QCOMPARE(refused.exit, 1);
-    QVERIFY(refused.err.contains("cannot keep this password"));
+    verifyRefused(run(addArguments() + words("--no-check"), "\xe6\x97\xa5\xe6\x9c\xac"),
+                  "cannot keep this password");
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
 
 void TestOrvmailAccount::addWithoutServerSearchesAndSavesNothing()
 {
-    const Run refused = run(words("add --email alice@nowhere.invalid --password-stdin"), Password);
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY(refused.err.contains("--server"));
+    verifyRefused(run(words("add --email alice@nowhere.invalid --password-stdin"), Password),
+                  "--server");
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
 
@@ -525,6 +492,64 @@ void TestOrvmailAccount::addNeedsAPasswordFromSomewhere()
     const Run refused = run(arguments);
     QCOMPARE(refused.exit, 2);
     QVERIFY(refused.err.contains("--password-stdin"));
+}
+
+QStringList TestOrvmailAccount::addByCommand(const QString &command) const
+{
+    QStringList arguments = addArguments();
+    arguments.removeAll(QStringLiteral("--password-stdin"));
+    return arguments << QStringLiteral("--password-command") << command;
+}
+
+void TestOrvmailAccount::passwordCommandGivesItsFirstLine()
+{
+    QTemporaryDir place;
+    QFile file(place.filePath(QStringLiteral("a secret")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(Password + "\nanother line\n");
+    file.close();
+    const Run added = run(addByCommand(QStringLiteral("cat '%1' | cat").arg(file.fileName())));
+    QVERIFY2(added.exit == 0, added.err.constData());
+    QCOMPARE(stored(account()).password, QString::fromUtf8(Password));
+    QVERIFY(m_server->requestCount("OPTIONS") >= 1);
+}
+
+void TestOrvmailAccount::passwordCommandSetsANewPassword()
+{
+    addAccount();
+    const QStringList set = words("set Demo --user bob --password-command");
+    // Its standard input is ours.
+    const Run saved = run(QStringList(set) << QStringLiteral("head -n 1"), OtherPassword);
+    QVERIFY2(saved.exit == 0, saved.err.constData());
+    QCOMPARE(stored(account()).password, QString::fromUtf8(OtherPassword));
+    verifyRefused(run(QStringList(set) << QStringLiteral("echo Not-the-Passw0rd")),
+                  "user name or password");
+    QCOMPARE(stored(account()).password, QString::fromUtf8(OtherPassword));
+}
+
+void TestOrvmailAccount::failedPasswordCommandSavesNothing_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("says");
+    const auto row = [](const char *name, const char *command, const char *says) {
+        QTest::newRow(name) << QString::fromLatin1(command) << QString::fromLatin1(says);
+    };
+    row("it fails", "echo Typed-Passw0rd; exit 3", "failed with exit status 3");
+    row("it is not there", "no-such-command-here 2>&-", "failed with exit status 127");
+    row("it prints nothing", "true", "printed no password");
+    row("it prints an empty line", "echo; echo Typed-Passw0rd", "printed no password");
+    row("it is killed", "kill -KILL $$", "ended by a signal");
+}
+
+void TestOrvmailAccount::failedPasswordCommandSavesNothing()
+{
+    QFETCH(QString, command);
+    QFETCH(QString, says);
+    const Run refused = run(addByCommand(command));
+    verifyRefused(refused, says.toUtf8().constData());
+    QVERIFY(!refused.err.contains("echo"));
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+    QCOMPARE(m_server->log().size(), 0);
 }
 
 void TestOrvmailAccount::addAsksForWhatIsMissing()
@@ -580,9 +605,7 @@ void TestOrvmailAccount::storeThatCannotBeOpened()
     file.write("This is no database.\n");
     file.close();
     const Run refused = run(words("list"), QByteArray(), store);
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY2(refused.err.contains("store"), refused.err.constData());
+    verifyRefused(refused, "store");
     QVERIFY(refused.out.isEmpty());
 }
 
@@ -627,6 +650,7 @@ void TestOrvmailAccount::listAndShowTellAllButThePassword()
     QCOMPARE(shown[QLatin1String("encryption")].toString(), QStringLiteral("none"));
     QCOMPARE(shown[QLatin1String("push")].toBool(), false);
     QCOMPARE(shown[QLatin1String("keepDays")].toInt(), 30);
+    QCOMPARE(shown[QLatin1String("notifications")].toBool(), true);
     QVERIFY(!shown.contains(QLatin1String("password")));
     const QString number = QString::number(account().toULongLong());
     QCOMPARE(run({QStringLiteral("show"), number}).out, run(words("show Demo")).out);
@@ -637,9 +661,7 @@ void TestOrvmailAccount::unknownAccountIsRefused()
     for (const char *command :
          {"show", "set --push on", "remove --yes", "test", "sync", "folders"}) {
         const Run refused = run(words(command) + words("Nobody"));
-        QCOMPARE(refused.exit, 1);
-        QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-        QVERIFY(refused.err.contains("\"Nobody\""));
+        verifyRefused(refused, "\"Nobody\"");
     }
 }
 
@@ -683,6 +705,22 @@ void TestOrvmailAccount::setKeepsMailForSoLong()
     QVERIFY(run(words("show Demo")).out.contains("all"));
 }
 
+void TestOrvmailAccount::setSwitchesNotifications()
+{
+    addAccount();
+    const auto areOn = [this] { return Store::AccountRecord::read(account()).notifications; };
+    QVERIFY(areOn());
+    QVERIFY(run(words("show Demo")).out.contains("notifications on"));
+    QCOMPARE(run(words("set Demo --notifications off")).exit, 0);
+    QTRY_VERIFY(!areOn());
+    QVERIFY(run(words("show Demo")).out.contains("notifications off"));
+    // What is not named stays as it is.
+    QCOMPARE(run(words("set Demo --keep 7")).exit, 0);
+    QVERIFY(!areOn());
+    QCOMPARE(run(words("set Demo --notifications on")).exit, 0);
+    QTRY_VERIFY(areOn());
+}
+
 void TestOrvmailAccount::setTakesANewPassword()
 {
     addAccount();
@@ -721,7 +759,8 @@ void TestOrvmailAccount::setDisablesAndEnables()
     QCOMPARE(run(words("set Demo --enabled off")).exit, 0);
     QTRY_VERIFY(!(QMailAccount(account()).status() & QMailAccount::Enabled));
     QCOMPARE(run(words("set Demo --domain X --no-check")).exit, 0);
-    QTRY_VERIFY(!(QMailAccount(account()).status() & QMailAccount::Enabled));
+    QTRY_COMPARE(stored(account()).domain, QStringLiteral("X"));
+    QVERIFY(!(QMailAccount(account()).status() & QMailAccount::Enabled));
     QCOMPARE(run(words("sync Demo")).exit, 1);
     QCOMPARE(run(words("set Demo --enabled on")).exit, 0);
     QTRY_VERIFY(QMailAccount(account()).status() & QMailAccount::Enabled);
@@ -738,8 +777,13 @@ void TestOrvmailAccount::setMakesFavourites()
     const QMailFolderId sent = Accounts::findFolder(account(), QStringLiteral("Sent"));
     QTRY_VERIFY(QMailFolder(sent).status() & QMailFolder::Favourite);
     QTRY_VERIFY(QMailFolder(old).status() & QMailFolder::Favourite);
-    QTRY_VERIFY(!(QMailFolder(work).status() & QMailFolder::Favourite));
-    QTRY_VERIFY(QMailFolder(sent).status() & QMailFolder::Sent);
+    // In the store itself, which this process's copies follow.
+    QCOMPARE(QMailStore::instance()->countFolders(
+                 QMailFolderKey::parentAccountId(account())
+                 & QMailFolderKey::status(QMailFolder::Favourite, QMailDataComparator::Includes)),
+             2);
+    QVERIFY(!(QMailFolder(work).status() & QMailFolder::Favourite));
+    QVERIFY(QMailFolder(sent).status() & QMailFolder::Sent);
     QCOMPARE(run(words("set Demo --no-favourite Sent")).exit, 0);
     QTRY_VERIFY(!(QMailFolder(sent).status() & QMailFolder::Favourite));
 }
@@ -748,9 +792,8 @@ void TestOrvmailAccount::setRefusesAnUnknownFolderWhole()
 {
     addAccount();
     StoreFixture::addStandardFolders(account());
-    const Run refused = run(words("set Demo --push on --favourite Sent --favourite Nowhere"));
-    QCOMPARE(refused.exit, 1);
-    QVERIFY(refused.err.contains("\"Nowhere\""));
+    verifyRefused(run(words("set Demo --push on --favourite Sent --favourite Nowhere")),
+                  "\"Nowhere\"");
     const QMailFolderId sent = Accounts::findFolder(account(), QStringLiteral("Sent"));
     QVERIFY(!(QMailFolder(sent).status() & QMailFolder::Favourite));
     QVERIFY(QMailAccount(account()).customField(QStringLiteral("pushEnabled")).isEmpty());
@@ -819,9 +862,40 @@ void TestOrvmailAccount::testTellsVersionOrReason()
     // Asking for the folder tree would make the server forget how far the account has come.
     QCOMPARE(m_server->requestCount("FolderSync"), 0);
     QCOMPARE(run(words("set Demo --user bob --no-check")).exit, 0);
-    const Run bad = run(words("test Demo"));
-    QCOMPARE(bad.exit, 1);
-    QVERIFY(bad.err.contains("user name or password"));
+    verifyRefused(run(words("test Demo")), "user name or password");
+}
+
+void TestOrvmailAccount::storeShowsAndDropsTheIndexes()
+{
+    using Store::StoreIndexes;
+    while (StoreIndexes().makeNext() == StoreIndexes::Outcome::Changed) { }
+    const QJsonArray names = QJsonArray::fromStringList(StoreIndexes::names());
+    QCOMPARE(run(words("store --json")).json()[QStringLiteral("indexes")].toArray(), names);
+    QCOMPARE(run(words("store")).out.trimmed().split('\n').size(), names.size());
+    QCOMPARE(StoreIndexes().present(), StoreIndexes::names());
+
+    const Run dropped = run(words("store --drop-indexes --json"));
+    QCOMPARE(dropped.exit, 0);
+    QCOMPARE(dropped.json()[QStringLiteral("dropped")].toArray(), names);
+    QCOMPARE(StoreIndexes().present(), QStringList());
+    // Once more, there is nothing to do.
+    const Run again = run(words("store --drop-indexes --json"));
+    QCOMPARE(again.exit, 0);
+    QCOMPARE(again.json()[QStringLiteral("dropped")].toArray(), QJsonArray());
+    QVERIFY(run(words("store --drop-indexes")).out.contains("no indexes"));
+    QVERIFY(run(words("store")).out.contains("no indexes"));
+    QVERIFY(run(words("store --json")).json()[QStringLiteral("indexes")].toArray().isEmpty());
+}
+
+void TestOrvmailAccount::lockedStoreKeepsItsIndexes()
+{
+    using Store::StoreIndexes;
+    while (StoreIndexes().makeNext() == StoreIndexes::Outcome::Changed) { }
+    QVERIFY(QSqlQuery(QMail::createDatabase()).exec(QStringLiteral("BEGIN IMMEDIATE")));
+    const Run refused = run(words("store --drop-indexes"));
+    QVERIFY(QSqlQuery(QMail::createDatabase()).exec(QStringLiteral("ROLLBACK")));
+    verifyRefused(refused, "locked");
+    QCOMPARE(StoreIndexes().present(), StoreIndexes::names());
 }
 
 void TestOrvmailAccount::removeTakesMailAndSettings()
@@ -839,19 +913,20 @@ void TestOrvmailAccount::removeTakesMailAndSettings()
     QVERIFY(contentFiles() > 0);
     Store::SyncStateDb memory;
     QVERIFY(memory.open().ok());
-    QVERIFY(memory.openAccount(Store::AccountRecord::read(id)).ok());
+    Store::AccountKeys keys(memory, id);
+    QVERIFY(keys.open(Store::AccountRecord::read(id)).ok());
     Store::AccountState state;
     state.folderSyncKey = QStringLiteral("7");
-    QVERIFY(memory.saveAccount(id, state).ok());
+    QVERIFY(keys.save(state).ok());
     QCOMPARE(run(words("remove Demo")).exit, 2);
     QVERIFY(account().isValid());
     QCOMPARE(run(words("remove Demo --yes")).exit, 0);
     QTRY_VERIFY(!account().isValid());
-    QCOMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(message)), 0);
+    QVERIFY(!StoreFixture::exists(message));
     QCOMPARE(QMailStore::instance()->countFolders(QMailFolderKey::parentAccountId(id)), 0);
     QVERIFY(QMailAccountConfiguration(id).services().isEmpty());
     QCOMPARE(contentFiles(), 0);
-    QCOMPARE(memory.account(id).folderSyncKey, QStringLiteral("0"));
+    QCOMPARE(keys.state().folderSyncKey, QStringLiteral("0"));
 }
 
 void TestOrvmailAccount::removeLeavesNoPasswordInTheStoresFiles()
@@ -879,6 +954,8 @@ void TestOrvmailAccount::removeAsksFirst()
     addAccount();
     Terminal no(Program, words("remove Demo"));
     QVERIFY(no.waitFor("(yes/no)"));
+    QVERIFY(no.screen().contains("Messages here: 0."));
+    QVERIFY(no.screen().contains("The password is erased."));
     no.type("");
     QCOMPARE(no.finish(), 1);
     QVERIFY(account().isValid());
@@ -893,10 +970,7 @@ void TestOrvmailAccount::removeAsksFirst()
 void TestOrvmailAccount::syncNeedsAMessageServer()
 {
     addAccount();
-    const Run refused = run(words("sync Demo"));
-    QCOMPARE(refused.exit, 1);
-    QVERIFY2(refused.errorLines() == 1, refused.err.constData());
-    QVERIFY(refused.err.contains("messageserver5"));
+    verifyRefused(run(words("sync Demo")), "messageserver5");
 }
 
 void TestOrvmailAccount::syncTellsWhatHasChanged()
@@ -913,7 +987,6 @@ void TestOrvmailAccount::syncTellsWhatHasChanged()
     // The rest of the synchronisation has nothing to wait for.
     daemon.answer(ScriptedDaemon::Answer().completing(200));
     daemon.complete(call.requestId, 200);
-    QTRY_VERIFY_WITH_TIMEOUT(sync.isOver(), 20000);
     const Run result = sync.result();
     QVERIFY2(result.exit == 0, result.err.constData());
     const QJsonArray folders = result.json().object()[QLatin1String("folders")].toArray();
@@ -944,12 +1017,97 @@ void TestOrvmailAccount::syncTellsWhyItFailed()
     ScriptedDaemon daemon;
     daemon.answer(ScriptedDaemon::Answer().completing(401));
     QVERIFY(startMessageServer());
-    Background sync(words("sync Demo"));
-    QTRY_VERIFY_WITH_TIMEOUT(sync.isOver(), 30000);
+    verifyRefused(run(words("sync Demo")), "user name or password");
+}
+
+/** The second is not enabled. */
+void TestOrvmailAccount::addThreeAccounts()
+{
+    addAccount();
+    QCOMPARE(run(addArguments(QStringLiteral("Idle")) + words("--no-check --enabled off"), Password)
+                 .exit,
+             0);
+    QCOMPARE(run(addArguments(QStringLiteral("Last")) + words("--no-check"), Password).exit, 0);
+}
+
+void TestOrvmailAccount::syncOfAllTakesEachEnabledAccount()
+{
+    addThreeAccounts();
+    ScriptedDaemon daemon;
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    QVERIFY(startMessageServer());
+    const Run result = run(words("sync"));
+    QVERIFY2(result.exit == 0, result.err.constData());
+    QCOMPARE(result.out, QByteArray("Demo:\nNothing has changed.\nLast:\nNothing has changed.\n"));
+    QSet<qulonglong> called;
+    for (const ScriptedDaemon::Call &call : daemon.calls("sync"))
+        called.insert(call.accountId());
+    QCOMPARE(called, (QSet<qulonglong> {account().toULongLong(), account("Last").toULongLong()}));
+}
+
+void TestOrvmailAccount::syncOfAllGoesOnBehindAFailure()
+{
+    addThreeAccounts();
+    ScriptedDaemon daemon;
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    daemon.answerOnce("sync", ScriptedDaemon::Answer().completing(401));
+    QVERIFY(startMessageServer());
+    const Run result = run(words("sync --json"));
+    verifyRefused(result, "Demo: ");
+    QVERIFY(result.err.contains("user name or password"));
+    const QJsonArray accounts = result.json().array();
+    QCOMPARE(accounts.size(), 2);
+    QCOMPARE(accounts[0].toObject()[QLatin1String("code")].toInt(), 401);
+    QCOMPARE(accounts[1].toObject()[QLatin1String("name")].toString(), QStringLiteral("Last"));
+    QVERIFY(!accounts[1].toObject().contains(QLatin1String("error")));
+}
+
+void TestOrvmailAccount::syncOfAllGoesOnBehindWhatSomebodyElseCancelled()
+{
+    addThreeAccounts();
+    ScriptedDaemon daemon;
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    daemon.answerOnce("sync", ScriptedDaemon::Answer().completing(int(Activesync::Cancelled)));
+    QVERIFY(startMessageServer());
+    const Run result = run(words("sync --json"));
+    verifyRefused(result, "Demo: cancelled");
+    QCOMPARE(result.json().array().size(), 2);
+}
+
+void TestOrvmailAccount::syncOfAllEndsAtAnInterrupt()
+{
+    addThreeAccounts();
+    ScriptedDaemon daemon;
+    QVERIFY(startMessageServer());
+    Background sync(words("sync --json"));
+    QTRY_VERIFY_WITH_TIMEOUT(!daemon.calls().isEmpty(), 20000);
+    sync.interrupt();
     const Run result = sync.result();
-    QCOMPARE(result.exit, 1);
-    QCOMPARE(result.errorLines(), 1);
-    QVERIFY2(result.err.contains("user name or password"), result.err.constData());
+    verifyRefused(result, "Demo: cancelled");
+    QCOMPARE(result.json().array().size(), 1);
+    QCOMPARE(daemon.calls("sync").size(), 1);
+}
+
+void TestOrvmailAccount::quietSyncPrintsOnlyWhatFails()
+{
+    addThreeAccounts();
+    ScriptedDaemon daemon;
+    daemon.answer(ScriptedDaemon::Answer().completing(200));
+    QVERIFY(startMessageServer());
+    daemon.answerOnce("sync", ScriptedDaemon::Answer().completing(401));
+    const Run bad = run(words("sync -q"));
+    verifyRefused(bad, "Demo: ");
+    QCOMPARE(bad.out, QByteArray());
+    const Run good = run(words("sync --quiet"));
+    QCOMPARE(good.exit, 0);
+    QCOMPARE(good.out + good.err, QByteArray());
+}
+
+void TestOrvmailAccount::syncOfAllWithoutAccountsIsNoFailure()
+{
+    const Run result = run(words("sync"));
+    QCOMPARE(result.exit, 0);
+    QVERIFY(result.out.contains("no enabled account"));
 }
 
 void TestOrvmailAccount::syncIsCancelledByInterrupt()
@@ -960,10 +1118,8 @@ void TestOrvmailAccount::syncIsCancelledByInterrupt()
     Background sync(words("sync Demo"));
     QTRY_VERIFY_WITH_TIMEOUT(!daemon.calls().isEmpty(), 20000);
     sync.interrupt();
-    QTRY_VERIFY_WITH_TIMEOUT(sync.isOver(), 20000);
     const Run result = sync.result();
-    QCOMPARE(result.exit, 1);
-    QVERIFY2(result.err.contains("cancelled"), result.err.constData());
+    verifyRefused(result, "cancelled");
     QVERIFY(daemon.waitForCall("abortRequest").isValid());
 }
 

@@ -7,11 +7,10 @@ BusListener::BusListener(const QDBusConnection &bus)
 {
     QDBusConnection connection = bus;
     for (const char *name :
-         {"requestCompleted", "searchMailboxCompleted", "syncStarted", "syncCompleted"}) {
+         {"requestCompleted", "searchMailboxCompleted", "syncStarted", "syncCompleted"})
         connection.connect(QString(), QLatin1String(Activesync::ObjectPath),
                            QLatin1String(Activesync::InterfaceName), QLatin1String(name), this,
                            SLOT(onBroadcast(QDBusMessage)));
-    }
 }
 
 int BusListener::count(const QString &beginning) const

@@ -2,12 +2,14 @@
 #include "tests/daemon/daemonprocess.h"
 
 #include "asclient/asdbusinterface.h"
+#include "tests/daemon/hurry.h"
 
-#include <cstdio>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QFile>
 #include <QTest>
+
+#include <cstdio>
 
 DaemonProcess::DaemonProcess()
 {
@@ -31,9 +33,10 @@ QString DaemonProcess::program()
     return qEnvironmentVariable("ORVMAIL_BUILD_DIR") + QStringLiteral("/bin/asdaemon");
 }
 
-void DaemonProcess::hurry()
+void DaemonProcess::hurry(bool on)
 {
-    m_program = program() + QStringLiteral("-hurried");
+    m_program = on ? program() + QStringLiteral("-hurried") : program();
+    m_hurries = on;
 }
 
 bool DaemonProcess::isOnBus()
@@ -47,7 +50,8 @@ bool DaemonProcess::start(QStringList arguments)
     if (m_patience > 0)
         arguments << QStringLiteral("--patience") << QString::number(m_patience);
     if (m_undoTime > 0)
-        arguments << QStringLiteral("--undo-time") << QString::number(m_undoTime);
+        arguments << QStringLiteral("--undo-time")
+                  << QString::number(m_undoTime * (m_hurries ? HurriedParts : 1));
     m_process.start(m_program, arguments);
     return QTest::qWaitFor([this] { return isOnBus() || !isRunning(); }, 20000) && isRunning();
 }

@@ -24,11 +24,12 @@ public:
     /** Some process serves the daemon's name. */
     static bool isOnBus();
 
-    /** Starts the one whose pauses within a synchronisation are short. */
-    void hurry();
+    /** Starts, from the next start on, the one whose pauses before a server is asked are short. */
+    void hurry(bool on = true);
     /** Seconds for which a server may keep silent, from the next start on. */
     void setPatience(int seconds) { m_patience = seconds; }
-    /** Milliseconds for which it leaves changes alone, from the next start on. */
+    /** Milliseconds for which it leaves changes alone, in a hurry or not, from the next start on.
+     */
     void setUndoTime(int milliseconds) { m_undoTime = milliseconds; }
     /** Starts it and waits until it has its name on the bus. */
     bool start(QStringList arguments = {QStringLiteral("--log"), QStringLiteral("all")});
@@ -49,6 +50,7 @@ private:
     QProcess m_process;
     QString m_program = program();
     QString m_logFile;
+    bool m_hurries = false;
     int m_patience = 0;
     int m_undoTime = 0;
 };

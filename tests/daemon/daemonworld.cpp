@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/daemon/daemonworld.h"
 
+#include "tests/support/busbarrier.h"
+
 #include <qmailaccount.h>
 #include <qmailaccountconfiguration.h>
 #include <qmailserviceconfiguration.h>
@@ -9,7 +11,7 @@
 
 namespace {
 
-/** Opens the encoding of passwords. */
+/** Makes the encoding of passwords public. */
 class Encoder : public QMailServiceConfiguration
 {
 public:
@@ -41,10 +43,13 @@ bool DaemonWorld::startDaemon()
 {
     listener.clear();
     const bool isTold =
-        daemon.start() && QTest::qWaitFor([this] {
-            const int begun = listener.count(QStringLiteral("syncStarted"));
-            return begun > 0 && listener.count(QStringLiteral("syncCompleted")) >= begun;
-        });
+        daemon.start()
+        && QTest::qWaitFor(
+            [this] {
+                const int begun = listener.count(QStringLiteral("syncStarted"));
+                return begun > 0 && listener.count(QStringLiteral("syncCompleted")) >= begun;
+            },
+            PatienceMs);
     listener.clear();
     return isTold;
 }
@@ -81,6 +86,29 @@ void DaemonWorld::setEnabled(const QMailAccountId &id, bool enabled)
     QVERIFY(QMailStore::instance()->updateAccount(&stored));
 }
 
+void DaemonWorld::setPush(bool on)
+{
+    StoreFixture::setCustomField(account, QStringLiteral("pushEnabled"),
+                                 on ? QStringLiteral("1") : QString());
+}
+
+int DaemonWorld::pings()
+{
+    const QJsonObject answer =
+        server.control("devices", {{QStringLiteral("user"), QStringLiteral("alice")}});
+    int pings = 0;
+    for (const QJsonValue &device : answer[QStringLiteral("devices")].toArray())
+        pings += device[QStringLiteral("pings")].toInt();
+    return pings;
+}
+
+void DaemonWorld::createFolder(const QString &name)
+{
+    server.control(
+        "folder-create",
+        {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folder"), name}});
+}
+
 void DaemonWorld::deliver(int n, const QString &prefix, const QString &folder)
 {
     for (int i = 1; i <= n; ++i)
@@ -88,10 +116,54 @@ void DaemonWorld::deliver(int n, const QString &prefix, const QString &folder)
                            folder);
 }
 
+QJsonObject DaemonWorld::atServer(const QString &subject, const QString &folder)
+{
+    for (const QJsonObject &message : server.messages(QStringLiteral("alice"), folder)) {
+        if (message[QStringLiteral("subject")].toString() == subject)
+            return message;
+    }
+    return {};
+}
+
+bool DaemonWorld::isReadAtServer(const QString &subject)
+{
+    return atServer(subject)[QStringLiteral("read")].toBool();
+}
+
+void DaemonWorld::changeAtServer(const char *what, const QString &subject,
+                                 EasServer::Details details, const QString &folder)
+{
+    QJsonObject request {{QStringLiteral("user"), QStringLiteral("alice")},
+                         {QStringLiteral("folder"), folder},
+                         {QStringLiteral("id"), atServer(subject, folder)[QStringLiteral("id")]}};
+    for (const auto &[name, value] : details)
+        request.insert(QLatin1String(name), value);
+    server.control(what, request);
+}
+
 bool DaemonWorld::faultsAreTaken()
 {
     return QTest::qWaitFor(
-        [this] { return server.control("faults")[QStringLiteral("faults")].toArray().isEmpty(); });
+        [this] { return server.control("faults")[QStringLiteral("faults")].toArray().isEmpty(); },
+        PatienceMs);
+}
+
+bool DaemonWorld::passDelaysUntil(const std::function<bool()> &condition)
+{
+    const auto isMet = [&] {
+        if (condition())
+            return true;
+        server.endDelays();
+        return false;
+    };
+    return QTest::qWaitFor(isMet, PatienceMs);
+}
+
+bool DaemonWorld::hearAll()
+{
+    // What answers is what broadcasts, and in this order.
+    const bool isAnswered = proxy.isRequestAlive(0, QDBus::Block).isValid();
+    return isAnswered && waitForDelivery(QDBusConnection::sessionBus());
 }
 
 int DaemonWorld::sync(const QMailAccountId &id)
@@ -117,6 +189,12 @@ QMailFolderId DaemonWorld::folder(const QString &name) const
 {
     const auto key = QMailFolderKey::parentAccountId(account) & QMailFolderKey::displayName(name);
     return QMailStore::instance()->queryFolders(key).value(0);
+}
+
+QMailMessageId DaemonWorld::find(const QString &subject) const
+{
+    const auto key = QMailMessageKey::parentAccountId(account) & QMailMessageKey::subject(subject);
+    return QMailStore::instance()->queryMessages(key).value(0);
 }
 
 QStringList DaemonWorld::subjects(const QString &folderName) const

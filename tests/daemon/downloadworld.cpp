@@ -41,11 +41,10 @@ QByteArray DownloadWorld::mixed(const QString &subject, const QList<SourcePart> 
         + subject.toUtf8()
         + "\r\nMessage-ID: <mixed@example.com>\r\nX-Odd: kept as it is\r\nMIME-Version: 1.0\r\n"
           "Content-Type: multipart/mixed; boundary=\"=_b\"\r\n\r\n";
-    for (const SourcePart &part : parts) {
+    for (const SourcePart &part : parts)
         message += "--=_b\r\n" + part.headers + "Content-Transfer-Encoding: "
             + (part.isQuoted ? "quoted-printable\r\n\r\n" + quoted(part.content) + "\r\n"
                              : "base64\r\n\r\n" + wrapped(part.content));
-    }
     return message + "--=_b--\r\n";
 }
 
@@ -71,14 +70,6 @@ QMailMessageId DownloadWorld::bring(const QByteArray &message, const QString &su
 {
     server.deliver(QStringLiteral("alice"), QStringLiteral("Inbox"), message);
     return syncAndWait() == 200 ? find(subject) : QMailMessageId();
-}
-
-QMailMessageId DownloadWorld::find(const QString &subject) const
-{
-    return QMailStore::instance()
-        ->queryMessages(QMailMessageKey::parentAccountId(account)
-                        & QMailMessageKey::subject(subject))
-        .value(0);
 }
 
 int DownloadWorld::downloadMessage(const QMailMessageId &message)
@@ -129,37 +120,14 @@ bool DownloadWorld::moveAndLoseTheAnswer(const QMailMessageId &message)
 {
     QMailDisconnected::moveToFolder({message},
                                     QMailAccount(account).standardFolder(QMailFolder::TrashFolder));
-    QJsonObject lost = faultOf("reset", "MoveItems");
-    lost[QStringLiteral("late")] = true;
-    server.fault(lost);
-    QJsonObject failing = faultOf("http", "Sync");
-    failing[QStringLiteral("status")] = 500;
-    failing[QStringLiteral("count")] = -1;
-    server.fault(failing);
+    server.fault("reset", "MoveItems", {{"late", true}});
+    server.fault("http", "Sync", {{"status", 500}, {"count", -1}});
     const bool isLost = syncAndWait() != 200;
     // The server says now that the message is not where it was.
     const bool isGone = syncAndWait() == 500;
     server.clearFaults();
     server.clearLog();
     return isLost && isGone;
-}
-
-QJsonObject DownloadWorld::faultOf(const char *kind, const char *command) const
-{
-    return {{QStringLiteral("kind"), QLatin1String(kind)},
-            {QStringLiteral("command"), QLatin1String(command)}};
-}
-
-void DownloadWorld::deleteAtServer(const QString &subject)
-{
-    const auto messages = server.messages(QStringLiteral("alice"), QStringLiteral("Inbox"));
-    for (const QJsonObject &message : messages) {
-        if (message[QStringLiteral("subject")].toString() == subject)
-            server.control("delete",
-                           {{QStringLiteral("user"), QStringLiteral("alice")},
-                            {QStringLiteral("folder"), QStringLiteral("Inbox")},
-                            {QStringLiteral("id"), message[QStringLiteral("id")]}});
-    }
 }
 
 qint64 DownloadWorld::peakMemory() const

@@ -26,8 +26,6 @@ public:
 
     /** Delivers it into the inbox, synchronises, and returns its id here. */
     QMailMessageId bring(const QByteArray &message, const QString &subject);
-    /** The message in the inbox with that subject. */
-    QMailMessageId find(const QString &subject) const;
 
     int downloadMessage(const QMailMessageId &message);
     int downloadPart(const QMailMessageId &message, const QString &location);
@@ -44,8 +42,6 @@ public:
      */
     bool moveAndLoseTheAnswer(const QMailMessageId &message);
 
-    QJsonObject faultOf(const char *kind, const char *command = "ItemOperations") const;
-    void deleteAtServer(const QString &subject);
     /** Kibibytes that the daemon's process has held at most since the last call. */
     qint64 peakMemory() const;
 };

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Makes the daemon that this is linked into hurry: for tests of what it does after the pauses of a
-// synchronisation. How long these are is tested in driven time.
-#include "daemon/tasks/alarm.h"
+// Makes the daemon that this is linked into hurry: for tests of what it does after a pause. How
+// long the pauses are is tested in driven time.
+#include "tests/daemon/hurry.h"
+
+#include "daemon/pacing/alarm.h"
 
 namespace {
 
-constexpr int Parts = 50;
-
-[[maybe_unused]] const bool isHurried = [] {
-    Daemon::Alarm::hurry(Parts);
+[[maybe_unused]] const bool IsHurried = [] {
+    Daemon::Alarm::hurry(HurriedParts);
     return true;
 }();
 

@@ -29,6 +29,12 @@ QMailMessage SendingWorld::draft(const QString &subject) const
     return message;
 }
 
+QMailMessageBody SendingWorld::plainText(const QString &text)
+{
+    return QMailMessageBody::fromData(text, QMailMessageContentType("text/plain; charset=UTF-8"),
+                                      QMailMessageBody::QuotedPrintable);
+}
+
 QMailMessageId SendingWorld::add(QMailMessage message) const
 {
     if (!QMailStore::instance()->addMessage(&message))
@@ -73,9 +79,7 @@ void SendingWorld::setOption(const char *name, const QJsonValue &value)
 
 bool SendingWorld::isInOutbox(const QMailMessageId &id) const
 {
-    const auto key = QMailMessageKey::id(id)
-        & QMailMessageKey::status(QMailMessage::Outbox, QMailDataComparator::Includes);
-    return QMailStore::instance()->countMessages(key) == 1;
+    return StoreFixture::hasStatus(id, QMailMessage::Outbox);
 }
 
 void SendingWorld::setOutbox(const QMailMessageId &id, bool on)
@@ -96,10 +100,11 @@ QByteArray SendingWorld::received()
         server.messages(QStringLiteral("bob"), QStringLiteral("Inbox"));
     if (messages.size() != 1)
         qFatal("bob has %d messages", int(messages.size()));
-    const QJsonObject wish {{QStringLiteral("user"), QStringLiteral("bob")},
-                            {QStringLiteral("id"), messages.first().value(QStringLiteral("id"))}};
+    const QJsonObject request {
+        {QStringLiteral("user"), QStringLiteral("bob")},
+        {QStringLiteral("id"), messages.first().value(QStringLiteral("id"))}};
     return QByteArray::fromBase64(
-        server.control("message", wish).value(QStringLiteral("message")).toString().toLatin1());
+        server.control("message", request).value(QStringLiteral("message")).toString().toLatin1());
 }
 
 QJsonObject SendingWorld::sendFault(const char *kind, QJsonObject more)

@@ -14,6 +14,8 @@ public:
 
     /** A message to bob that is ready to go; not in the store yet. */
     QMailMessage draft(const QString &subject = QStringLiteral("Hello")) const;
+    /** A text as the body of a message or of a part. */
+    static QMailMessageBody plainText(const QString &text);
     QMailMessageId add(QMailMessage message) const;
     /** Asks the daemon to send it, and takes it out of the outbox as the message server does. */
     int send(const QMailMessageId &id);

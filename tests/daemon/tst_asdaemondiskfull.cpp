@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/download/downloadfile.h"
-#include "tests/daemon/daemonworld.h"
+#include "tests/daemon/daemonfixture.h"
 #include "tests/support/smalldisk.h"
 
-#include <memory>
 #include <QFile>
 #include <qmailnamespace.h>
 #include <QStorageInfo>
 #include <QTest>
+
+#include <memory>
 
 namespace {
 
@@ -24,43 +25,29 @@ bool fill(QFile &ballast, qint64 left)
 } // namespace
 
 /** What becomes of a synchronisation when the mail store's disk is full. Runs on a small disk. */
-class TestAsDaemonDiskFull : public QObject
+class TestAsDaemonDiskFull : public DaemonFixture<DaemonWorld>
 {
     Q_OBJECT
 
 private slots:
     void init();
-    void cleanup();
 
     void aFullDiskFailsAndTheNextRunRepeatsTheWindow();
     void anEndlessDownloadLeavesTheStoreItsRoom();
 
 private:
-    DaemonWorld &world() { return *m_world; }
     /** The first Sync request of the last synchronisation. */
     QString window()
     {
         return world().server.requests("Sync").value(0)[QStringLiteral("request")].toString();
     }
-
-    std::unique_ptr<DaemonWorld> m_world;
 };
 
 void TestAsDaemonDiskFull::init()
 {
     if (!onSmallDisk)
         QSKIP("a small file system cannot be mounted here");
-    if (!EasServer::isAvailable())
-        QSKIP("there is no python3 for the test server");
-    m_world = std::make_unique<DaemonWorld>();
-    QVERIFY(world().begin());
-}
-
-void TestAsDaemonDiskFull::cleanup()
-{
-    const int code = m_world ? m_world->endDaemon() : 0;
-    m_world.reset();
-    QCOMPARE(code, 0);
+    DaemonFixture::init();
 }
 
 void TestAsDaemonDiskFull::aFullDiskFailsAndTheNextRunRepeatsTheWindow()

@@ -1,30 +1,32 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "asclient/debuglog.h"
 #include "asclient/syncinfoshmreader.h"
-#include "tests/daemon/daemonworld.h"
+#include "daemon/store/storeindexes.h"
+#include "tests/daemon/daemonfixture.h"
 #include "tests/daemon/storelock.h"
 #include "tests/support/chance.h"
 
-#include <memory>
 #include <QDBusConnectionInterface>
 #include <QElapsedTimer>
 #include <QFile>
 #include <qmailaccount.h>
 #include <qmailmessage.h>
+#include <qmailnamespace.h>
 #include <qmailstore.h>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTest>
+
+#include <memory>
 #include <signal.h>
 #include <sys/types.h>
 
 /** How the daemon starts and ends, and what it makes of accounts that come, change and go. */
-class TestAsDaemonLife : public QObject
+class TestAsDaemonLife : public DaemonFixture<DaemonWorld>
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void helpAndVersionAreTold();
     void whatIsNotUnderstoodIsRefused();
     void withoutASessionBusItEnds();
@@ -40,11 +42,15 @@ private slots:
     void aDaemonThatStartsTellsOfAnAccountThatItCannotServe();
     void aNewDaemonDoesNotRepeatTheIdsOfADeadOne();
     void everyRunIsTheSameDeviceToEveryAccount();
+    void itPutsItsIndexesIntoTheStoreUnlessToldOtherwise();
+    void lockedStoreIsServedWithoutIndexes();
     void killedAtAnyInstantNothingIsLostOrDoubled();
     void noCoreIsDumped();
     void itsFilesAreTheUsersOwn();
     void neitherPasswordsNorContentsAreLogged();
-    void addressesAreLoggedForDebuggingAlone();
+    void addressesAreNotLogged_data();
+    void addressesAreNotLogged();
+    void debugLogIsKeptOnRequest();
 
     void aRedirectIsFollowedIntoTheMailsDomainAlone_data();
     void aRedirectIsFollowedIntoTheMailsDomainAlone();
@@ -57,7 +63,13 @@ private slots:
     void twoAccountsAreSynchronisedAtOnce();
 
 private:
-    DaemonWorld &world() { return *m_world; }
+    /** The tests start the daemon themselves. */
+    bool begin() override
+    {
+        const bool isStarted = world().server.start();
+        world().account = StoreFixture::addAccount(world().settings());
+        return isStarted;
+    }
     struct Run
     {
         int code;
@@ -69,39 +81,14 @@ private:
     {
         return QStringLiteral("%1 %2")
             .arg(QLatin1String(signal))
-            .arg(m_world->account.toULongLong());
+            .arg(world().account.toULongLong());
     }
     /** The beginnings and ends of synchronisations that were heard. */
     QStringList syncs() const
     {
-        return m_world->listener.broadcasts().filter(QStringLiteral("sync"));
+        return world().listener.broadcasts().filter(QStringLiteral("sync"));
     }
-    QJsonObject slow(double seconds, const char *command, int after = 0) const
-    {
-        return {{QStringLiteral("kind"), QStringLiteral("delay")},
-                {QStringLiteral("command"), QLatin1String(command)},
-                {QStringLiteral("after"), after},
-                {QStringLiteral("seconds"), seconds}};
-    }
-
-    std::unique_ptr<DaemonWorld> m_world;
 };
-
-void TestAsDaemonLife::init()
-{
-    if (!EasServer::isAvailable())
-        QSKIP("there is no python3 for the test server");
-    m_world = std::make_unique<DaemonWorld>();
-    QVERIFY(world().server.start());
-    world().account = StoreFixture::addAccount(world().settings());
-}
-
-void TestAsDaemonLife::cleanup()
-{
-    const int code = m_world ? m_world->endDaemon() : 0;
-    m_world.reset();
-    QCOMPARE(code, 0);
-}
 
 TestAsDaemonLife::Run TestAsDaemonLife::runOnce(const QStringList &arguments, const QString &bus)
 {
@@ -192,8 +179,9 @@ void TestAsDaemonLife::dbusStartsIt()
 void TestAsDaemonLife::aSecondInstanceSaysSoAndEnds()
 {
     QVERIFY(world().startDaemon());
-    world().server.fault(slow(3, "FolderSync"));
+    world().server.fault("delay", "FolderSync", {{"seconds", 20}});
     const int id = world().sync();
+    QVERIFY(world().faultsAreTaken());
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
     const Run second = runOnce({});
     QCOMPARE(second.code, 1);
@@ -201,6 +189,7 @@ void TestAsDaemonLife::aSecondInstanceSaysSoAndEnds()
     SyncInfoNode node;
     QVERIFY(SyncInfoShmReader::instance().fill(node, world().account.toULongLong()));
     QCOMPARE(node.syncState, SyncInfoNode::SyncRunning);
+    world().server.endDelays();
     QCOMPARE(world().codeOf(id), 200);
 }
 
@@ -209,7 +198,7 @@ void TestAsDaemonLife::sigtermCancelsWhatRunsAndClearsTheState()
     world().deliver(120);
     QVERIFY(world().daemon.start());
     // In the middle: the first window is being written or was, the second does not come.
-    world().server.fault(slow(30, "Sync", 2));
+    world().server.fault("delay", "Sync", {{"seconds", 30}, {"after", 2}});
     const int first = world().sync();
     const int second = world().sync();
     QTRY_VERIFY(world().messageCount() > 0);
@@ -246,7 +235,7 @@ void TestAsDaemonLife::sigtermEndsItWhileTheStoreIsLocked()
 void TestAsDaemonLife::itCanStartAgainAfterAKill()
 {
     QVERIFY(world().daemon.start());
-    world().server.fault(slow(30, "FolderSync"));
+    world().server.fault("delay", "FolderSync", {{"seconds", 30}});
     world().sync();
     QVERIFY(world().faultsAreTaken());
     world().daemon.kill();
@@ -262,7 +251,7 @@ void TestAsDaemonLife::aNewDaemonEndsTheRequestsOfADeadOne()
 {
     QVERIFY(world().daemon.start());
     QCOMPARE(world().syncAndWait(), 200);
-    world().server.fault(slow(30, "FolderSync"));
+    world().server.fault("delay", "FolderSync", {{"seconds", 30}});
     const int first = world().sync();
     const int second =
         world().proxy.folderSync(world().account.toULongLong(), QDBus::Block).value();
@@ -284,7 +273,7 @@ void TestAsDaemonLife::aNewDaemonEndsTheRequestsOfADeadOne()
 void TestAsDaemonLife::aNewDaemonEndsTheSynchronisationsOfADeadOne()
 {
     QVERIFY(world().startDaemon());
-    world().server.fault(slow(30, "Sync"));
+    world().server.fault("delay", "Sync", {{"seconds", 30}});
     world().sync();
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncStarted")), 1);
     world().daemon.kill();
@@ -379,6 +368,46 @@ void TestAsDaemonLife::everyRunIsTheSameDeviceToEveryAccount()
     QCOMPARE(devicesOf("bob"), devicesOf("alice"));
 }
 
+void TestAsDaemonLife::itPutsItsIndexesIntoTheStoreUnlessToldOtherwise()
+{
+    using Store::StoreIndexes;
+    StoreIndexes().drop();
+    QVERIFY(world().daemon.start({QStringLiteral("--no-indexes")}));
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(StoreIndexes().present(), QStringList());
+    QCOMPARE(world().endDaemon(), 0);
+
+    QVERIFY(world().startDaemon());
+    QCOMPARE(StoreIndexes().present(), StoreIndexes::names());
+    // What is dropped while it runs comes back with the next one.
+    QCOMPARE(StoreIndexes().drop(), StoreIndexes::Outcome::Changed);
+    world().deliver(2);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().messageCount(), 2);
+    QCOMPARE(StoreIndexes().present(), QStringList());
+    QCOMPARE(world().endDaemon(), 0);
+    QVERIFY(world().startDaemon());
+    QCOMPARE(StoreIndexes().present(), StoreIndexes::names());
+}
+
+void TestAsDaemonLife::lockedStoreIsServedWithoutIndexes()
+{
+    using Store::StoreIndexes;
+    StoreIndexes().drop();
+    // What a daemon writes of an account that it sees first is not what this is about.
+    QVERIFY(world().startDaemon());
+    QCOMPARE(StoreIndexes().drop(), StoreIndexes::Outcome::Changed);
+    QCOMPARE(world().endDaemon(), 0);
+    StoreLock lock;
+    QVERIFY(lock.isHeld());
+    QVERIFY(world().daemon.start());
+    const int id = world().sync();
+    QVERIFY(id > 0);
+    QCOMPARE(StoreIndexes().present(), QStringList());
+    lock.release();
+    QCOMPARE(world().codeOf(id), 200);
+}
+
 void TestAsDaemonLife::killedAtAnyInstantNothingIsLostOrDoubled()
 {
     constexpr int Rounds = 8;
@@ -448,8 +477,16 @@ void TestAsDaemonLife::neitherPasswordsNorContentsAreLogged()
     QVERIFY(!log.contains(QLatin1String("YWxpY2U6cGE1NS1TaGliYm9sZXRo")));
 }
 
-void TestAsDaemonLife::addressesAreLoggedForDebuggingAlone()
+void TestAsDaemonLife::addressesAreNotLogged_data()
 {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("as usual") << QStringList();
+    QTest::newRow("everything") << QStringList {QStringLiteral("--log"), QStringLiteral("all")};
+}
+
+void TestAsDaemonLife::addressesAreNotLogged()
+{
+    QFETCH(QStringList, arguments);
     // Their names are the addresses, as the account program has it unless told otherwise.
     StoreFixture::Account redirected = world().settings();
     redirected.name = QStringLiteral("alice@shibboleth.test");
@@ -461,7 +498,7 @@ void TestAsDaemonLife::addressesAreLoggedForDebuggingAlone()
     useless.name = QStringLiteral("bob@shibboleth.test");
     useless.port = -1;
     const QMailAccountId uselessId = StoreFixture::addAccount(useless);
-    QVERIFY(world().daemon.start({}));
+    QVERIFY(world().daemon.start(arguments));
     world().server.fault({{QStringLiteral("kind"), QStringLiteral("http")},
                           {QStringLiteral("count"), -1},
                           {QStringLiteral("status"), 451},
@@ -476,6 +513,36 @@ void TestAsDaemonLife::addressesAreLoggedForDebuggingAlone()
     QVERIFY2(log.contains(QLatin1String("there is no host of this name")), qPrintable(log));
     QVERIFY2(log.contains(QLatin1String("port: -1 is not a port")), qPrintable(log));
     QVERIFY2(!log.contains(QLatin1String("shibboleth")), qPrintable(log));
+}
+
+void TestAsDaemonLife::debugLogIsKeptOnRequest()
+{
+    QFile log(QMail::dataPath() + QLatin1Char('/') + QLatin1String(Activesync::DebugLogName));
+    const auto liveUpTo = [&](const char *value) {
+        qputenv(Activesync::DebugVariable, value);
+        QVERIFY(world().daemon.start({}));
+        qunsetenv(Activesync::DebugVariable);
+        QCOMPARE(world().syncAndWait(), 200);
+        QCOMPARE(world().daemon.end(), 0);
+    };
+    for (const char *off : {"", "0"}) {
+        liveUpTo(off);
+        QVERIFY(!log.exists());
+    }
+    liveUpTo("1");
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    const QByteArray kept = log.readAll();
+    QVERIFY(log.remove());
+    QVERIFY2(QRegularExpression(
+                 QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z asdaemon: "))
+                 .match(QString::fromUtf8(kept))
+                 .hasMatch(),
+             kept.constData());
+    for (const char *text :
+         {"asdaemon.eas: Sync: asking", "asdaemon.requests: request ", "is served"})
+        QVERIFY2(kept.contains(text), kept.constData());
+    // Beside it, only what is always logged.
+    QVERIFY(!world().daemon.log().contains(QLatin1String("Sync: asking")));
 }
 
 void TestAsDaemonLife::aRedirectIsFollowedIntoTheMailsDomainAlone_data()
@@ -529,7 +596,7 @@ void TestAsDaemonLife::settingsThatChangeDuringASynchronisationAreUsedForIt()
     world().deliver(1);
     world().server.deliverText(QStringLiteral("bob"), QStringLiteral("For Bob"));
     QVERIFY(world().daemon.start());
-    world().server.fault(slow(20, "FolderSync"));
+    world().server.fault("delay", "FolderSync", {{"seconds", 20}});
     const int id = world().sync();
     QVERIFY(world().faultsAreTaken());
     StoreFixture::Account bob = world().settings();
@@ -552,9 +619,9 @@ void TestAsDaemonLife::anAccountThatGoesDuringItsSynchronisation()
     QFETCH(bool, isRemoved);
     world().deliver(250);
     QVERIFY(world().startDaemon());
-    world().server.fault(slow(1.5, "Sync", 2));
+    world().server.fault("delay", "Sync", {{"seconds", 20}, {"count", -1}});
     const int id = world().sync();
-    QTRY_VERIFY(world().messageCount() >= 100);
+    QVERIFY(world().passDelaysUntil([this] { return world().messageCount() >= 100; }));
     if (isRemoved)
         QVERIFY(QMailStore::instance()->removeAccount(world().account));
     else
@@ -562,9 +629,12 @@ void TestAsDaemonLife::anAccountThatGoesDuringItsSynchronisation()
     const int count = world().messageCount();
     QCOMPARE(world().codeOf(id), 1030);
     QTRY_COMPARE(world().listener.count(QStringLiteral("syncCompleted")), 1);
+    // The store tells other processes of a change within a second of it.
+    QTRY_VERIFY(world().daemon.log().contains(QLatin1String("is not served any more")));
     QCOMPARE(world().sync(), -1);
     // The answer that was under way has come by the time that the server takes another request.
     world().server.clearFaults();
+    world().server.endDelays();
     StoreFixture::Account bob = world().settings();
     bob.username = QStringLiteral("bob");
     QCOMPARE(world().codeOf(world().sync(StoreFixture::addAccount(bob))), 200);
@@ -593,13 +663,14 @@ void TestAsDaemonLife::twoAccountsAreSynchronisedAtOnce()
     world().deliver(3);
     world().server.deliverText(QStringLiteral("bob"), QStringLiteral("For Bob"));
     QVERIFY(world().daemon.start());
-    QJsonObject fault = slow(5, "FolderSync");
-    fault[QStringLiteral("user")] = QStringLiteral("alice");
-    world().server.fault(fault);
+    world().server.fault("delay", "FolderSync",
+                         {{"seconds", 20}, {"user", QStringLiteral("alice")}});
     const int first = world().sync();
+    QVERIFY(world().faultsAreTaken());
     const int second = world().sync(other);
-    QCOMPARE(world().codeOf(second, 4000), 200);
+    QCOMPARE(world().codeOf(second), 200);
     QCOMPARE(world().listener.codeOf(first), 0);
+    world().server.endDelays();
     QCOMPARE(world().codeOf(first), 200);
     QCOMPARE(world().messageCount(), 3);
 }

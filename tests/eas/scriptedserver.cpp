@@ -21,18 +21,16 @@ ScriptedServer::ScriptedServer(const QSslCertificate &certificate, const QSslKey
     : m_certificate(certificate)
     , m_key(key)
 {
-    if (!listen(QHostAddress::LocalHost)) {
+    if (!listen(QHostAddress::LocalHost))
         qFatal("cannot listen on the loopback: %s", qUtf8Printable(errorString()));
-    }
 }
 
 QByteArray ScriptedServer::http(int status, const QByteArray &body, const QList<Header> &headers)
 {
     QByteArray bytes = "HTTP/1.1 " + QByteArray::number(status)
         + " Scripted\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n";
-    for (const Header &header : headers) {
+    for (const Header &header : headers)
         bytes += header.first + ": " + header.second + "\r\n";
-    }
     return bytes + "\r\n" + body;
 }
 
@@ -60,9 +58,8 @@ void ScriptedServer::sayToAll(const QByteArray &bytes)
 void ScriptedServer::hangUp()
 {
     const QList<QTcpSocket *> sockets = m_open.keys();
-    for (QTcpSocket *socket : sockets) {
+    for (QTcpSocket *socket : sockets)
         socket->abort();
-    }
 }
 
 void ScriptedServer::incomingConnection(qintptr descriptor)
@@ -89,9 +86,8 @@ void ScriptedServer::read(QTcpSocket *socket)
     m_bytesSeen += bytes.size();
     connection.buffer += bytes;
     const int end = connection.buffer.indexOf("\r\n\r\n");
-    if (end < 0) {
+    if (end < 0)
         return;
-    }
     SeenRequest request;
     QList<QByteArray> lines = connection.buffer.left(end).split('\n');
     const QList<QByteArray> words = lines.takeFirst().trimmed().split(' ');
@@ -103,9 +99,8 @@ void ScriptedServer::read(QTcpSocket *socket)
         request.headers.insert(line.left(colon).toLower(), line.mid(colon + 1).trimmed());
     }
     const int length = request.headers.value("content-length").toInt();
-    if (connection.buffer.size() - end - 4 < length) {
+    if (connection.buffer.size() - end - 4 < length)
         return;
-    }
     request.body = connection.buffer.mid(end + 4, length);
     connection.buffer.remove(0, end + 4 + length);
     m_requests.append(request);
@@ -118,7 +113,6 @@ void ScriptedServer::answer(QTcpSocket *socket, const SeenRequest &request)
         : m_answer                                     ? m_answer(request)
                                                        : ScriptedAnswer {};
     socket->write(answer.bytes);
-    if (answer.close) {
+    if (answer.close)
         socket->disconnectFromHost();
-    }
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/eas/sessionfixture.h"
 
+#include "eas/foldersynccommand.h"
+
 #include <QSignalSpy>
 #include <QTest>
 
@@ -30,11 +32,20 @@ bool SessionFixture::run(Command *command, int milliseconds)
         qWarning("a command ended within start()");
         return false;
     }
-    if (!QTest::qWaitFor([&finished] { return !finished.isEmpty(); }, milliseconds)) {
+    if (!QTest::qWaitFor([&finished] { return !finished.isEmpty(); }, milliseconds))
         return false;
-    }
     QCoreApplication::processEvents();
     return finished.size() == 1 && command->isFinished();
+}
+
+Eas::Result SessionFixture::syncFolders(const QList<QByteArray> &answers)
+{
+    for (const QByteArray &answer : answers)
+        server.enqueue(answer);
+    Eas::FolderSyncCommand command(session.get(), QStringLiteral("0"));
+    Eas::Result unended;
+    unended.code = -1;
+    return run(&command) ? command.result() : unended;
 }
 
 QByteArray SessionFixture::xml(int i) const
@@ -45,9 +56,8 @@ QByteArray SessionFixture::xml(int i) const
 QList<QByteArray> SessionFixture::commands() const
 {
     QList<QByteArray> names;
-    for (const SeenRequest &request : server.requests()) {
+    for (const SeenRequest &request : server.requests())
         names.append(request.method == "OPTIONS" ? request.method
                                                  : request.query("Cmd").toLatin1());
-    }
     return names;
 }

@@ -17,6 +17,11 @@ public:
 
     /** Starts a command and waits for its end; false when it does not end. */
     static bool run(Eas::Command *command, int milliseconds = 10000);
+    /**
+     * Asks for the folder tree, with these answers to come after those that are due; how that
+     * ended. Its code is -1 when it does not end.
+     */
+    Eas::Result syncFolders(const QList<QByteArray> &answers = {});
     /** The XML of request `i`, or of the last one. */
     QByteArray xml(int i = -1) const;
     /** The Cmd of each request, "OPTIONS" for that method. */

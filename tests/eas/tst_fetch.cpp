@@ -7,6 +7,7 @@
 #include "eas/wbxmlwriter.h"
 #include "tests/eas/sessionfixture.h"
 #include "tests/eas/wbxmlxml.h"
+#include "tests/support/folderliteral.h"
 
 #include <QBuffer>
 #include <QRandomGenerator>
@@ -17,7 +18,7 @@ using namespace Eas;
 
 namespace {
 
-const ItemLocator locator {QStringLiteral("box%2F1"), QStringLiteral("12"), {}};
+const ItemLocator Locator {"box%2F1"_folder, QStringLiteral("12"), {}};
 
 QByteArray fetched(const QByteArray &content, const QByteArray &status = "1")
 {
@@ -100,9 +101,8 @@ void TestFetch::base64InPiecesOfAnySize()
         for (int step : {1, 2, 3, 5, 64, 10000}) {
             Base64Decoder decoder;
             QByteArray decoded;
-            for (int i = 0; i < text.size(); i += step) {
+            for (int i = 0; i < text.size(); i += step)
                 decoded += decoder.decode(text.mid(i, step));
-            }
             QVERIFY(decoder.isComplete());
             QCOMPARE(decoded, bytes.left(3960 + length));
         }
@@ -136,9 +136,8 @@ void TestFetch::base64Oddities()
 void TestFetch::aWholeMessageComesByteForByte()
 {
     QByteArray mime = "From: a@there.example\r\nSubject: =?koi8-r?B?8g==?=\r\n\r\n";
-    for (int i = 0; i < 3000000; ++i) {
+    for (int i = 0; i < 3000000; ++i)
         mime.append(char(i * 7 % 255 + 1));
-    }
     SessionFixture fixture;
     const QByteArray frame =
         WbxmlXml::encode(fetched("<CollectionId xmlns=\"AirSync:\">box%2F1</CollectionId><ServerId "
@@ -148,11 +147,10 @@ void TestFetch::aWholeMessageComesByteForByte()
                                  "<Truncated>0</Truncated><Data>HERE</Data><EstimatedDataSize>9</"
                                  "EstimatedDataSize></Body></Properties>"));
     fixture.server.enqueue(ScriptedServer::http(200, QByteArray(frame).replace("HERE", mime)));
-    FetchMessageCommand command(fixture.session.get(), locator, &m_target);
+    FetchMessageCommand command(fixture.session.get(), Locator, &m_target);
     QVERIFY(fixture.run(&command));
     QVERIFY2(command.result().ok(), qPrintable(command.result().text));
     QVERIFY(m_target.data() == mime);
-    QCOMPARE(command.bytesWritten(), qint64(mime.size()));
     QCOMPARE(*command.item().subject, QStringLiteral("Hello"));
     QCOMPARE(command.item().serverId, QStringLiteral("12"));
     QVERIFY(command.item().body->type == Mime && !command.item().body->truncated
@@ -187,7 +185,7 @@ void TestFetch::anotherFormOfTheBody()
         ScriptedServer::document(fetched("<Properties><Body "
                                          "xmlns=\"AirSyncBase:\"><Type>1</Type><Truncated>1</"
                                          "Truncated><Data>text</Data></Body></Properties>")));
-    FetchMessageCommand command(fixture.session.get(), locator, &m_target);
+    FetchMessageCommand command(fixture.session.get(), Locator, &m_target);
     BodyPreference html;
     html.type = Html;
     html.truncation = 500;
@@ -209,7 +207,7 @@ void TestFetch::anEmptyMessage()
     SessionFixture fixture;
     fixture.server.enqueue(ScriptedServer::document(fetched(
         "<Properties><Body xmlns=\"AirSyncBase:\"><Type>4</Type><Data/></Body></Properties>")));
-    FetchMessageCommand command(fixture.session.get(), locator, &m_target);
+    FetchMessageCommand command(fixture.session.get(), Locator, &m_target);
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
     QVERIFY(m_target.data().isEmpty());
@@ -231,7 +229,7 @@ void TestFetch::aMessageThatIsGone()
     QFETCH(QByteArray, answer);
     SessionFixture fixture;
     fixture.server.enqueue(ScriptedServer::document(answer));
-    FetchMessageCommand command(fixture.session.get(), locator, &m_target);
+    FetchMessageCommand command(fixture.session.get(), Locator, &m_target);
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(NotFound));
     QVERIFY(m_target.data().isEmpty());
@@ -244,9 +242,8 @@ void TestFetch::messageStatuses_data()
     const QList<QPair<int, int>> rows = {{2, ServerFailed}, {3, ServerFailed},  {5, Forbidden},
                                          {11, NoRoom},      {14, ServerFailed}, {18, LoginRefused},
                                          {112, Forbidden},  {0, ServerFailed}};
-    for (const auto &row : rows) {
+    for (const auto &row : rows)
         QTest::newRow(QByteArray::number(row.first)) << row.first << row.second;
-    }
 }
 
 void TestFetch::messageStatuses()
@@ -255,10 +252,10 @@ void TestFetch::messageStatuses()
     QFETCH(int, code);
     SessionFixture fixture;
     fixture.server.enqueue(ScriptedServer::document(fetched({}, QByteArray::number(status))));
-    FetchMessageCommand command(fixture.session.get(), locator, &m_target);
+    FetchMessageCommand command(fixture.session.get(), Locator, &m_target);
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, code);
-    QCOMPARE(command.result().status, status);
+    QVERIFY(command.result().text.startsWith(QStringLiteral("status %1: ").arg(status)));
 }
 
 void TestFetch::aMessageThatCannotBeWritten()
@@ -268,7 +265,7 @@ void TestFetch::aMessageThatCannotBeWritten()
         fetched("<Properties><Body xmlns=\"AirSyncBase:\"><Type>4</Type><Data>"
                 + QByteArray(500, 'x') + "</Data></Body></Properties>")));
     FullDevice full;
-    FetchMessageCommand command(fixture.session.get(), locator, &full);
+    FetchMessageCommand command(fixture.session.get(), Locator, &full);
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(NoRoom));
     QVERIFY(command.result().text.contains(QLatin1String("full")));
@@ -288,8 +285,6 @@ void TestFetch::anAttachmentComesDecoded()
     QVERIFY(fixture.run(&command));
     QVERIFY2(command.result().ok(), qPrintable(command.result().text));
     QVERIFY(m_target.data() == content);
-    QCOMPARE(command.mimeType(), QStringLiteral("image/png"));
-    QCOMPARE(command.bytesWritten(), qint64(content.size()));
     QVERIFY(written.size() > 5);
     QCOMPARE(written.last().first().toLongLong(), qint64(content.size()));
     QVERIFY(progressed.first().at(1).toLongLong() > content.size());
@@ -317,7 +312,6 @@ void TestFetch::anEmptyAttachment()
     FetchAttachmentCommand command(fixture.session.get(), QStringLiteral("a"), &m_target);
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
-    QCOMPARE(command.bytesWritten(), qint64(0));
     QVERIFY(m_target.data().isEmpty());
 }
 

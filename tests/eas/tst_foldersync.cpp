@@ -4,6 +4,7 @@
 #include "eas/foldersynccommand.h"
 #include "eas/wbxmlwriter.h"
 #include "tests/eas/sessionfixture.h"
+#include "tests/support/folderliteral.h"
 
 #include <QtTest>
 
@@ -65,9 +66,9 @@ void TestFolderSync::theWholeTree()
     QCOMPARE(changes.syncKey, QStringLiteral("key-1"));
     QVERIFY(changes.complete);
     QCOMPARE(changes.added.size(), 3);
-    QCOMPARE(changes.added.at(0).serverId, QStringLiteral("box%2F1"));
+    QCOMPARE(changes.added.at(0).serverId, "box%2F1"_folder);
     QCOMPARE(changes.added.at(0).type, int(Inbox));
-    QCOMPARE(changes.added.at(1).parentId, QStringLiteral("box%2F1"));
+    QCOMPARE(changes.added.at(1).parentId, "box%2F1"_folder);
     QCOMPARE(changes.added.at(1).displayName, QStringLiteral("Grüße & mehr"));
     QVERIFY(changes.added.at(1).isMail());
     QVERIFY(!changes.added.at(2).isMail());
@@ -92,8 +93,8 @@ void TestFolderSync::whatHasChanged()
     QVERIFY(command.result().ok());
     QVERIFY(!command.changes().complete);
     QCOMPARE(command.changes().updated.first().displayName, QStringLiteral("New name"));
-    QCOMPARE(command.changes().removed, QStringList {QStringLiteral("b")});
-    QCOMPARE(command.changes().added.first().serverId, QStringLiteral("c"));
+    QCOMPARE(command.changes().removed, QList<FolderId> {"b"_folder});
+    QCOMPARE(command.changes().added.first().serverId, "c"_folder);
 }
 
 void TestFolderSync::nothingHasChanged()
@@ -127,7 +128,7 @@ void TestFolderSync::aFolderWithoutAnIdIsLeftOut()
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
     QCOMPARE(command.changes().added.size(), 1);
-    QCOMPARE(command.changes().added.first().serverId, QStringLiteral("a"));
+    QCOMPARE(command.changes().added.first().serverId, "a"_folder);
 }
 
 void TestFolderSync::tooManyFoldersAreRefused()
@@ -228,7 +229,7 @@ void TestFolderSync::statuses_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<int>("code");
-    QTest::addColumn<bool>("keyRefused");
+    QTest::addColumn<bool>("keyLost");
     QTest::newRow("server error") << 6 << int(ServerFailed) << false;
     QTest::newRow("key refused") << 9 << int(ServerFailed) << true;
     QTest::newRow("malformed") << 10 << int(ServerFailed) << false;
@@ -236,6 +237,8 @@ void TestFolderSync::statuses_data()
     QTest::newRow("access denied") << 112 << int(Forbidden) << false;
     QTest::newRow("quota") << 113 << int(NoRoom) << false;
     QTest::newRow("device blocked") << 129 << int(Forbidden) << false;
+    QTest::newRow("state lost") << 132 << int(ServerFailed) << true;
+    QTest::newRow("state damaged") << 134 << int(ServerFailed) << true;
     QTest::newRow("device not provisionable") << 141 << int(PolicyDemanded) << false;
     QTest::newRow("externally managed") << 145 << int(PolicyDemanded) << false;
     QTest::newRow("too many devices") << 177 << int(Forbidden) << false;
@@ -246,14 +249,14 @@ void TestFolderSync::statuses()
 {
     QFETCH(int, status);
     QFETCH(int, code);
-    QFETCH(bool, keyRefused);
+    QFETCH(bool, keyLost);
     SessionFixture fixture;
     fixture.server.enqueue(answerWithStatus(status));
     FolderSyncCommand command(fixture.session.get(), QStringLiteral("key"));
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, code);
-    QCOMPARE(command.result().status, status);
-    QCOMPARE(command.keyRefused(), keyRefused);
+    QVERIFY(command.result().text.startsWith(QStringLiteral("status %1: ").arg(status)));
+    QCOMPARE(command.result().outcome == Outcome::KeyLost, keyLost);
     QCOMPARE(fixture.server.requests().size(), 1);
 }
 

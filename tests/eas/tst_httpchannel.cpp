@@ -9,6 +9,7 @@
 
 #include <QBuffer>
 #include <QSignalSpy>
+#include <QSslConfiguration>
 #include <QSslSocket>
 #include <QtTest>
 
@@ -52,6 +53,18 @@ private:
     QPointer<HttpCall> m_call;
 };
 
+/** A channel on a machine that trusts this certificate. */
+std::unique_ptr<HttpChannel> channelThatTrusts(const QSslCertificate &certificate)
+{
+    const QSslConfiguration usual = QSslConfiguration::defaultConfiguration();
+    QSslConfiguration trusting = usual;
+    trusting.addCaCertificate(certificate);
+    QSslConfiguration::setDefaultConfiguration(trusting);
+    auto channel = std::make_unique<HttpChannel>();
+    QSslConfiguration::setDefaultConfiguration(usual);
+    return channel;
+}
+
 QByteArray gzip(const QByteArray &bytes)
 {
     z_stream stream {};
@@ -67,7 +80,7 @@ QByteArray gzip(const QByteArray &bytes)
     return packed;
 }
 
-const Credentials alice {QStringLiteral("alice"), QStringLiteral("secret"), {}};
+const Credentials Alice {QStringLiteral("alice"), QStringLiteral("secret"), {}};
 
 HttpRequest post(const QByteArray &body = "hello")
 {
@@ -128,6 +141,7 @@ private slots:
     void noAnswerInTime();
     void aTrickleIsNoTimeout();
     void anAnswerThatStopsTimesOut();
+    void aFailureWhoseContentStopsIsToldByItsHeader();
     void aRequestThatWaitsHasItsOwnTime();
     void aLongBodyIsStreamed();
     void aBodyThatEndsTooEarlyFails();
@@ -164,7 +178,7 @@ void TestHttpChannel::init()
     m_server = new ScriptedServer;
     m_channel = new HttpChannel;
     m_channel->setUrl(urlOf(*m_server));
-    m_channel->setCredentials(alice);
+    m_channel->setCredentials(Alice);
     HttpTimes times;
     times.idle = times.answer = times.waitingGrace = 20000;
     m_channel->setTimes(times);
@@ -218,7 +232,7 @@ void TestHttpChannel::cookiesGoBackToTheHostThatSetThem()
     m_server->setAnswer([](const SeenRequest &) {
         return ScriptedAnswer {ScriptedServer::http(200, "ok"), false};
     });
-    const auto ask = [this](HttpChannel *channel) {
+    const auto ask = [](HttpChannel *channel) {
         Heard heard(channel->send(post()));
         QVERIFY(heard.wait());
         QCOMPARE(heard.code(), int(Success));
@@ -276,9 +290,8 @@ void TestHttpChannel::everyStatusMeansSomething_data()
         {418, ServerFailed},  {429, ServerFailed},  {449, PolicyDemanded}, {451, NotActiveSync},
         {500, ServerFailed},  {501, ServerFailed},  {502, ServerFailed},   {503, ServerFailed},
         {504, Timeout},       {507, NoRoom}};
-    for (const auto &row : rows) {
+    for (const auto &row : rows)
         QTest::newRow(QByteArray::number(row.first)) << row.first << row.second;
-    }
 }
 
 void TestHttpChannel::everyStatusMeansSomething()
@@ -291,7 +304,7 @@ void TestHttpChannel::everyStatusMeansSomething()
     QVERIFY(heard.wait());
     QCOMPARE(heard.code(), code);
     QCOMPARE(heard.answer.status, status);
-    QCOMPARE(heard.answer.provisionDemanded, status == 449);
+    QCOMPARE(heard.answer.result.outcome == Outcome::ProvisionWanted, status == 449);
     QCOMPARE(heard.content.isEmpty(), status != 200);
     QVERIFY(status == 200 || !heard.answer.result.text.isEmpty());
     QTest::qWait(0);
@@ -316,9 +329,8 @@ void TestHttpChannel::aRefusedLoginIsOneRequest()
     QFETCH(QByteArray, challenge);
     m_server->setAnswer([challenge](const SeenRequest &) {
         QList<ScriptedServer::Header> headers;
-        if (!challenge.isEmpty()) {
+        if (!challenge.isEmpty())
             headers.append({"WWW-Authenticate", challenge});
-        }
         return ScriptedAnswer {ScriptedServer::http(401, "no", headers), false};
     });
     Heard heard(m_channel->send(post()));
@@ -382,9 +394,8 @@ void TestHttpChannel::contentComesInPiecesOfABoundedSize()
 void TestHttpChannel::packedContentIsUnpacked()
 {
     QByteArray content;
-    for (int i = 0; i < 200000; ++i) {
+    for (int i = 0; i < 200000; ++i)
         content += QByteArray::number(i * 7919LL);
-    }
     m_server->enqueue(ScriptedServer::http(200, gzip(content), {{"Content-Encoding", "gzip"}}));
     Heard heard(m_channel->send(post()));
     QVERIFY(heard.wait());
@@ -593,9 +604,8 @@ void TestHttpChannel::aTrickleIsNoTimeout()
     times.idle = 2000;
     m_channel->setTimes(times);
     QByteArray chunks = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 50; ++i)
         chunks += "1\r\nx\r\n";
-    }
     m_server->enqueue(chunks + "0\r\n\r\n");
     Heard heard(m_channel->send(post()));
     QVERIFY(heard.wait());
@@ -612,6 +622,18 @@ void TestHttpChannel::anAnswerThatStopsTimesOut()
     QVERIFY(heard.wait());
     QCOMPARE(heard.code(), int(Timeout));
     QCOMPARE(heard.content, QByteArray("hello"));
+}
+
+void TestHttpChannel::aFailureWhoseContentStopsIsToldByItsHeader()
+{
+    HttpTimes times;
+    times.idle = 50;
+    m_channel->setTimes(times);
+    m_server->enqueue("HTTP/1.1 449 Retry\r\nContent-Length: 10\r\n\r\nhello");
+    Heard heard(m_channel->send(post()));
+    QVERIFY(heard.wait());
+    QCOMPARE(heard.code(), int(PolicyDemanded));
+    QVERIFY(heard.answer.result.outcome == Outcome::ProvisionWanted);
 }
 
 void TestHttpChannel::aRequestThatWaitsHasItsOwnTime()
@@ -787,31 +809,27 @@ void TestHttpChannel::aRedirectToItselfEnds()
 void TestHttpChannel::tlsWithATrustedCertificate()
 {
     const TestCertificate certificate = TestCertificate::make("localhost", "DNS:localhost");
-    if (!certificate.isValid()) {
+    if (!certificate.isValid())
         QSKIP("openssl is not installed");
-    }
     ScriptedServer server(certificate.certificate, certificate.key);
     server.enqueue(ScriptedServer::http(200, "safe"));
-    m_channel->addTrustedCertificates({certificate.certificate});
-    m_channel->setUrl(urlOf(server, "https", "localhost"));
-    Heard heard(m_channel->send(post()));
+    const auto channel = channelThatTrusts(certificate.certificate);
+    channel->setUrl(urlOf(server, "https", "localhost"));
+    Heard heard(channel->send(post()));
     QVERIFY(heard.wait());
     QVERIFY2(heard.code() == Success, qPrintable(heard.answer.result.text));
     QCOMPARE(heard.content, QByteArray("safe"));
 }
 
-static void refuseCertificate(HttpChannel *channel, const char *name, int days, bool trusted,
-                              const char *said)
+static void refuseCertificate(const char *name, int days, bool trusted, const char *said)
 {
     const TestCertificate certificate =
         TestCertificate::make(name, QByteArray("DNS:") + name, days);
-    if (!certificate.isValid()) {
+    if (!certificate.isValid())
         QSKIP("openssl is not installed");
-    }
     ScriptedServer server(certificate.certificate, certificate.key);
-    if (trusted) {
-        channel->addTrustedCertificates({certificate.certificate});
-    }
+    const auto channel =
+        trusted ? channelThatTrusts(certificate.certificate) : std::make_unique<HttpChannel>();
     channel->setUrl(QUrl(QStringLiteral("https://localhost:%1/x").arg(server.serverPort())));
     Heard heard(channel->send(post()));
     QVERIFY(heard.wait());
@@ -824,17 +842,17 @@ static void refuseCertificate(HttpChannel *channel, const char *name, int days, 
 
 void TestHttpChannel::anUntrustedCertificateIsAConfigurationError()
 {
-    refuseCertificate(m_channel, "localhost", 2, false, "self-signed");
+    refuseCertificate("localhost", 2, false, "self-signed");
 }
 
 void TestHttpChannel::aCertificateForAnotherHostIsAConfigurationError()
 {
-    refuseCertificate(m_channel, "other.test", 2, true, "host name");
+    refuseCertificate("other.test", 2, true, "host name");
 }
 
 void TestHttpChannel::anExpiredCertificateIsAConfigurationError()
 {
-    refuseCertificate(m_channel, "localhost", -2, true, "expired");
+    refuseCertificate("localhost", -2, true, "expired");
 }
 
 void TestHttpChannel::aServerWithoutTlsIsAConfigurationError()
@@ -845,9 +863,8 @@ void TestHttpChannel::aServerWithoutTlsIsAConfigurationError()
     // It never sees the end of a header in what TLS begins with; a real one closes.
     QTimer timer;
     connect(&timer, &QTimer::timeout, this, [this] {
-        if (m_server->bytesSeen() > 0) {
+        if (m_server->bytesSeen() > 0)
             m_server->sayToAll("HTTP/1.1 400 Bad Request\r\n\r\n");
-        }
     });
     timer.start(5);
     Heard heard(m_channel->send(post()));

@@ -9,6 +9,7 @@
 #include "eas/synccommand.h"
 #include "eas/wbxmlreader.h"
 #include "tests/eas/sessionfixture.h"
+#include "tests/support/folderliteral.h"
 
 #include <QtTest>
 
@@ -16,7 +17,7 @@ using namespace Eas;
 
 namespace {
 
-/** A command whose bound can be looked at. */
+/** A command whose bound is public. */
 template <class Base>
 class Open : public Base
 {
@@ -77,7 +78,7 @@ Result windowOf(const QByteArray &commands, SyncWindow *window)
         "</CollectionId><Status>1</Status>"
         + element("Commands", commands) + "</Collection></Collections></Sync>"));
     SyncRequest request;
-    request.collectionId = QStringLiteral("a");
+    request.collectionId = "a"_folder;
     request.syncKey = QStringLiteral("k1");
     request.body.truncation = -1;
     SyncCommand command(fixture.session.get(), {request});

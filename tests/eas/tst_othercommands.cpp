@@ -8,6 +8,7 @@
 #include "eas/settingscommand.h"
 #include "eas/wipeacknowledgecommand.h"
 #include "tests/eas/sessionfixture.h"
+#include "tests/support/folderliteral.h"
 
 #include <QtTest>
 
@@ -59,9 +60,9 @@ void TestOtherCommands::movesAreMatchedWithTheirRequests()
         "<Response><SrcMsgId>2</SrcMsgId><DstMsgId>21</DstMsgId><Status>3</Status></Response>"
         "<Response><SrcMsgId>2</SrcMsgId><DstMsgId>22</DstMsgId><Status>3</Status></Response></"
         "MoveItems>"));
-    const QString a = QStringLiteral("a");
-    const QString b = QStringLiteral("b");
-    const QString trash = QStringLiteral("trash");
+    const FolderId a = "a"_folder;
+    const FolderId b = "b"_folder;
+    const FolderId trash = "trash"_folder;
     MoveItemsCommand command(fixture.session.get(),
                              {{QStringLiteral("2"), a, trash},
                               {QStringLiteral("2"), b, trash},
@@ -72,9 +73,9 @@ void TestOtherCommands::movesAreMatchedWithTheirRequests()
     QCOMPARE(command.outcomes().size(), 4);
     QCOMPARE(command.outcomes().at(0).newServerId, QStringLiteral("21"));
     QCOMPARE(command.outcomes().at(1).newServerId, QStringLiteral("22"));
-    QCOMPARE(command.outcomes().at(1).status, 3);
-    QCOMPARE(command.outcomes().at(2).status, 1);
-    QCOMPARE(command.outcomes().at(3).status, 0);
+    QCOMPARE(command.outcomes().at(1).kind, MoveOutcome::Moved);
+    QCOMPARE(command.outcomes().at(2).kind, MoveOutcome::SourceGone);
+    QCOMPARE(command.outcomes().at(3).kind, MoveOutcome::Refused);
     QVERIFY(fixture.xml().startsWith(
         "<MoveItems xmlns=\"Move:\"><Move><SrcMsgId>2</SrcMsgId><SrcFldId>a</SrcFldId>"
         "<DstFldId>trash</DstFldId></Move><Move>"));
@@ -83,20 +84,27 @@ void TestOtherCommands::movesAreMatchedWithTheirRequests()
 void TestOtherCommands::moveStatuses_data()
 {
     QTest::addColumn<int>("status");
-    QTest::addColumn<int>("code");
-    const QList<QPair<int, int>> rows = {{1, NotFound},     {2, NotFound},     {3, Success},
-                                         {4, Success},      {5, ServerFailed}, {7, ServerFailed},
-                                         {0, ServerFailed}, {112, Forbidden}};
-    for (const auto &row : rows) {
+    QTest::addColumn<int>("kind");
+    const QList<QPair<int, int>> rows = {
+        {1, MoveOutcome::SourceGone}, {2, MoveOutcome::DestinationGone}, {3, MoveOutcome::Moved},
+        {4, MoveOutcome::SameFolder}, {5, MoveOutcome::Refused},         {7, MoveOutcome::Locked},
+        {0, MoveOutcome::Refused},    {112, MoveOutcome::Refused}};
+    for (const auto &row : rows)
         QTest::newRow(QByteArray::number(row.first)) << row.first << row.second;
-    }
 }
 
 void TestOtherCommands::moveStatuses()
 {
     QFETCH(int, status);
-    QFETCH(int, code);
-    QCOMPARE(MoveItemsCommand::statusResult(status).code, code);
+    QFETCH(int, kind);
+    SessionFixture fixture;
+    fixture.server.enqueue(ScriptedServer::document(
+        "<MoveItems xmlns=\"Move:\"><Response><SrcMsgId>2</SrcMsgId><Status>"
+        + QByteArray::number(status) + "</Status></Response></MoveItems>"));
+    const FolderId folder = "a"_folder;
+    MoveItemsCommand command(fixture.session.get(), {{QStringLiteral("2"), folder, folder}});
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(int(command.outcomes().first().kind), kind);
 }
 
 void TestOtherCommands::aMoveIsNotRepeated()
@@ -106,14 +114,13 @@ void TestOtherCommands::aMoveIsNotRepeated()
         "<MoveItems xmlns=\"Move:\"><Response><SrcMsgId>1</SrcMsgId><Status>3</Status>"
         "</Response></MoveItems>"));
     fixture.server.enqueue({}, true);
-    const QList<MoveRequest> moves = {
-        {QStringLiteral("1"), QStringLiteral("a"), QStringLiteral("b")}};
+    const QList<MoveRequest> moves = {{QStringLiteral("1"), "a"_folder, "b"_folder}};
     MoveItemsCommand first(fixture.session.get(), moves);
     QVERIFY(fixture.run(&first));
     MoveItemsCommand second(fixture.session.get(), moves);
     QVERIFY(fixture.run(&second));
     QCOMPARE(second.result().code, int(NoConnection));
-    QVERIFY(second.mayHaveArrived());
+    QVERIFY(second.isAnswerLost());
     QCOMPARE(fixture.server.requests().size(), 2);
 }
 
@@ -123,7 +130,7 @@ void TestOtherCommands::aSearchAsksForAllThatIsWanted()
     fixture.server.enqueue(searched("<Status>1</Status>"));
     SearchRequest request;
     request.freeText = QStringLiteral("grüße & mehr");
-    request.collectionId = QStringLiteral("box%2F1");
+    request.collectionId = "box%2F1"_folder;
     request.receivedAfter = QDateTime(QDate(2026, 3, 4), QTime(5, 6, 7, 8), Qt::UTC);
     request.receivedBefore = QDateTime(QDate(2026, 3, 5), QTime(1, 0), Qt::OffsetFromUTC, 3600);
     request.first = 100;
@@ -239,10 +246,9 @@ void TestOtherCommands::aPingNamesItsFolders()
     SessionFixture fixture;
     fixture.server.enqueue(
         ScriptedServer::document("<Ping xmlns=\"Ping:\"><Status>1</Status></Ping>"));
-    PingCommand command(fixture.session.get(), 480, {QStringLiteral("a"), QStringLiteral("b")});
+    PingCommand command(fixture.session.get(), 480, {"a"_folder, "b"_folder});
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
-    QCOMPARE(command.result().status, 1);
     QVERIFY(command.changedFolders().isEmpty());
     QCOMPARE(fixture.xml(),
              QByteArray("<Ping xmlns=\"Ping:\"><HeartbeatInterval>480</HeartbeatInterval><Folders>"
@@ -256,10 +262,10 @@ void TestOtherCommands::aPingThatSeesAChange()
     fixture.server.enqueue(ScriptedServer::document(
         "<Ping xmlns=\"Ping:\"><Status>2</Status><Folders><Folder>b</Folder>"
         "<Folder>c</Folder></Folders></Ping>"));
-    PingCommand command(fixture.session.get(), 480, {QStringLiteral("b")});
+    PingCommand command(fixture.session.get(), 480, {"b"_folder});
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
-    QCOMPARE(command.changedFolders(), (QStringList {QStringLiteral("b"), QStringLiteral("c")}));
+    QCOMPARE(command.changedFolders(), (QList<FolderId> {"b"_folder, "c"_folder}));
 }
 
 void TestOtherCommands::pingStatuses_data()
@@ -287,7 +293,7 @@ void TestOtherCommands::pingStatuses()
     SessionFixture fixture;
     fixture.server.enqueue(
         ScriptedServer::document("<Ping xmlns=\"Ping:\">" + content + "</Ping>"));
-    PingCommand command(fixture.session.get(), 480, {QStringLiteral("b")});
+    PingCommand command(fixture.session.get(), 480, {"b"_folder});
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, code);
     QCOMPARE(command.heartbeat(), heartbeat);
@@ -303,7 +309,7 @@ void TestOtherCommands::aPingWaitsItsHeartbeat()
     fixture.session->channel()->setTimes(times);
     QElapsedTimer timer;
     timer.start();
-    PingCommand command(fixture.session.get(), 1, {QStringLiteral("b")});
+    PingCommand command(fixture.session.get(), 1, {"b"_folder});
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(Timeout));
     QVERIFY(timer.elapsed() >= 1000);

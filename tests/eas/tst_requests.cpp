@@ -16,6 +16,7 @@
 #include "eas/synccommand.h"
 #include "eas/wipeacknowledgecommand.h"
 #include "tests/eas/sessionfixture.h"
+#include "tests/support/folderliteral.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -30,9 +31,10 @@ using namespace Eas;
 
 namespace {
 
-const QString folder = QStringLiteral("mail%2Falice0001");
-const QString item = QStringLiteral("12");
-const QByteArray mail = "From: a@b.test\r\nTo: c@d.test\r\nSubject: x\r\n\r\ny\r\n";
+const FolderId Folder = "mail%2Falice0001"_folder;
+const FolderId Other = "mail%2Falice00012"_folder;
+const QString Item = QStringLiteral("12");
+const QByteArray Mail = "From: a@b.test\r\nTo: c@d.test\r\nSubject: x\r\n\r\ny\r\n";
 
 /** Bodies in every form, whole and cut, with and without a preview. */
 QList<BodyPreference> bodies()
@@ -104,7 +106,7 @@ void TestRequests::make(SessionFixture *fixture, const Arguments &...arguments)
 void TestRequests::syncs(SessionFixture *fixture)
 {
     SyncRequest first;
-    first.collectionId = folder;
+    first.collectionId = Folder;
     first.syncKey = QStringLiteral("0");
     make<SyncCommand>(fixture, QList<SyncRequest> {first});
     SyncRequest next = first;
@@ -112,7 +114,7 @@ void TestRequests::syncs(SessionFixture *fixture)
     QList<SyncRequest> all;
     for (const BodyPreference &body : bodies()) {
         next.body = body;
-        next.collectionId = folder + QString::number(all.size());
+        next.collectionId = FolderId(Folder.text() + QString::number(all.size()));
         next.getChanges = all.size() % 2;
         next.deletesAsMoves = all.size() % 3;
         next.windowSize = all.size() * 50;
@@ -120,9 +122,9 @@ void TestRequests::syncs(SessionFixture *fixture)
         all << next;
     }
     make<SyncCommand>(fixture, all);
-    next.changed << LocalChange {item, true, {}} << LocalChange {item, {}, FlagStatus::Active}
-                 << LocalChange {item, false, FlagStatus::Clear};
-    next.deleted << item;
+    next.changed << LocalChange {Item, true, {}} << LocalChange {Item, {}, FlagStatus::Active}
+                 << LocalChange {Item, false, FlagStatus::Clear};
+    next.deleted << Item;
     make<SyncCommand>(fixture, QList<SyncRequest> {next, first});
     next.changed.clear();
     make<SyncCommand>(fixture, QList<SyncRequest> {next});
@@ -133,7 +135,7 @@ void TestRequests::fetches(SessionFixture *fixture)
     QBuffer target;
     target.open(QIODevice::WriteOnly);
     for (const ItemLocator &locator :
-         {ItemLocator {folder, item, {}}, ItemLocator {{}, {}, QStringLiteral("long+1")}}) {
+         {ItemLocator {Folder, Item, {}}, ItemLocator {{}, {}, QStringLiteral("long+1")}}) {
         for (const BodyPreference &body : bodies()) {
             FetchMessageCommand command(fixture->session.get(), locator, &target);
             command.setBodyPreference(body);
@@ -153,7 +155,7 @@ void TestRequests::searches(SessionFixture *fixture)
     request.receivedAfter = QDateTime(QDate(2026, 3, 4), QTime(5, 6, 7, 8), Qt::UTC);
     make<SearchCommand>(fixture, request);
     request.receivedBefore = QDateTime(QDate(2026, 3, 5), QTime(1, 0), Qt::OffsetFromUTC, 3600);
-    request.collectionId = folder;
+    request.collectionId = Folder;
     request.first = 100;
     request.last = 199;
     for (const BodyPreference &body : bodies()) {
@@ -167,17 +169,17 @@ void TestRequests::searches(SessionFixture *fixture)
 void TestRequests::sendings(SessionFixture *fixture)
 {
     OutgoingMail outgoing;
-    outgoing.size = mail.size();
+    outgoing.size = Mail.size();
     outgoing.clientId = QString(40, QLatin1Char('c'));
     outgoing.open = [] {
         auto device = std::make_unique<QBuffer>();
-        device->setData(mail);
+        device->setData(Mail);
         device->open(QIODevice::ReadOnly);
         return device;
     };
     for (const auto kind : {OutgoingMail::Plain, OutgoingMail::Reply, OutgoingMail::Forward}) {
         for (const ItemLocator &original :
-             {ItemLocator {folder, item, {}}, ItemLocator {{}, {}, QStringLiteral("long+1")}}) {
+             {ItemLocator {Folder, Item, {}}, ItemLocator {{}, {}, QStringLiteral("long+1")}}) {
             for (const bool yes : {true, false}) {
                 outgoing.kind = kind;
                 outgoing.original = original;
@@ -194,9 +196,8 @@ void TestRequests::others(SessionFixture *fixture)
     make<FolderSyncCommand>(fixture, QStringLiteral("0"));
     make<FolderSyncCommand>(fixture, QStringLiteral("{1}2"));
     make<MoveItemsCommand>(fixture,
-                           QList<MoveRequest> {{item, folder, folder + QLatin1Char('2')},
-                                               {item, folder + QLatin1Char('2'), folder}});
-    make<PingCommand>(fixture, 480, QStringList {folder, folder + QLatin1Char('2')});
+                           QList<MoveRequest> {{Item, Folder, Other}, {Item, Other, Folder}});
+    make<PingCommand>(fixture, 480, QList<FolderId> {Folder, Other});
     make<SettingsCommand>(fixture);
     make<WipeAcknowledgeCommand>(fixture, true);
     make<WipeAcknowledgeCommand>(fixture, false);

@@ -3,6 +3,7 @@
 // Sending: what goes out in each version of the protocol, and that nothing goes out twice.
 #include "eas/sendmailcommand.h"
 #include "tests/eas/sessionfixture.h"
+#include "tests/support/folderliteral.h"
 
 #include <QBuffer>
 #include <QSignalSpy>
@@ -51,9 +52,8 @@ QList<int> noDelayOfConnectionsTo(quint16 port)
 QByteArray eightBit()
 {
     QByteArray content = "From: a@b\r\nBcc: c@d\r\n\r\n";
-    for (int i = 0; i < 512; ++i) {
+    for (int i = 0; i < 512; ++i)
         content.append(char(i));
-    }
     return content;
 }
 
@@ -83,7 +83,6 @@ private slots:
     void aCutOnAKeptConnectionSendsNothingTwice();
     void provisioningInBetweenSendsOnceMore();
     void aMessageThatCannotBeReadSendsNothing();
-    void whetherItMayHaveArrived();
 };
 
 void TestSendMail::aMessageInWbxmlIsByteForByteWhatWasGiven()
@@ -117,7 +116,7 @@ void TestSendMail::aMessageForAnOldServerGoesAsItIs()
     QCOMPARE(fixture.server.requests().first().query("SaveInSent"), QStringLiteral("T"));
     mail.saveInSentItems = false;
     mail.kind = OutgoingMail::Reply;
-    mail.original = {QStringLiteral("box%2F1"), QStringLiteral("3"), {}};
+    mail.original = {"box%2F1"_folder, QStringLiteral("3"), {}};
     SendMailCommand reply(fixture.session.get(), mail);
     QVERIFY(fixture.run(&reply));
     const SeenRequest &seen = fixture.server.requests().last();
@@ -164,7 +163,7 @@ void TestSendMail::repliesAndForwardsNameTheOriginal()
     fixture.server.enqueue(ScriptedServer::http(200));
     OutgoingMail mail = mailOf("text");
     mail.kind = OutgoingMail::Kind(kind);
-    mail.original = {QStringLiteral("box"), QStringLiteral("3"), longId};
+    mail.original = {"box"_folder, QStringLiteral("3"), longId};
     mail.replaceMime = replace;
     SendMailCommand command(fixture.session.get(), mail);
     QVERIFY(fixture.run(&command));
@@ -178,13 +177,9 @@ void TestSendMail::aLongMessageIsStreamed()
     SessionFixture fixture;
     fixture.server.enqueue(ScriptedServer::http(200));
     SendMailCommand command(fixture.session.get(), mailOf(content));
-    QSignalSpy uploaded(&command, &Command::uploaded);
     QVERIFY(fixture.run(&command, 30000));
     QVERIFY(command.result().ok());
     QVERIFY(fixture.server.requests().first().body.contains(content));
-    QVERIFY(!uploaded.isEmpty());
-    QCOMPARE(uploaded.last().at(0), uploaded.last().at(1));
-    QVERIFY(uploaded.last().at(0).toLongLong() > content.size());
 }
 
 void TestSendMail::theBodyDoesNotWaitForTheHeadersAcknowledgement()
@@ -205,9 +200,8 @@ void TestSendMail::statuses_data()
         {103, InvalidAnswer}, {110, ServerFailed}, {113, NoRoom},       {115, NoRoom},
         {116, NotFound},      {119, NotFound},     {120, ServerFailed}, {122, InvalidAnswer},
         {129, Forbidden},     {150, NotFound},     {166, Forbidden}};
-    for (const auto &row : rows) {
+    for (const auto &row : rows)
         QTest::newRow(QByteArray::number(row.first)) << row.first << row.second;
-    }
 }
 
 void TestSendMail::statuses()
@@ -221,7 +215,7 @@ void TestSendMail::statuses()
     SendMailCommand command(fixture.session.get(), mailOf("text"));
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, code);
-    QCOMPARE(command.result().status, status);
+    QVERIFY(command.result().text.startsWith(QStringLiteral("status %1: ").arg(status)));
 }
 
 void TestSendMail::aReplyRefusedInTheNameOfSendMailTellsWhy_data()
@@ -240,11 +234,11 @@ void TestSendMail::aReplyRefusedInTheNameOfSendMailTellsWhy()
         "<SendMail xmlns=\"ComposeMail:\"><Status>120</Status></SendMail>"));
     OutgoingMail mail = mailOf("text");
     mail.kind = OutgoingMail::Kind(kind);
-    mail.original = {QStringLiteral("5"), QStringLiteral("3"), QString()};
+    mail.original = {"5"_folder, QStringLiteral("3"), QString()};
     SendMailCommand command(fixture.session.get(), mail);
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(ServerFailed));
-    QCOMPARE(command.result().status, 120);
+    QCOMPARE(command.result().outcome, Outcome::NotSubmitted);
 }
 
 void TestSendMail::aDuplicateIsASuccessThatTells()
@@ -255,7 +249,7 @@ void TestSendMail::aDuplicateIsASuccessThatTells()
     SendMailCommand command(fixture.session.get(), mailOf("text"));
     QVERIFY(fixture.run(&command));
     QVERIFY(command.result().ok());
-    QCOMPARE(command.result().status, 118);
+    QVERIFY(command.result().text.startsWith(QLatin1String("status 118: ")));
 }
 
 void TestSendMail::httpFailuresOfAnOldServer()
@@ -319,7 +313,7 @@ void TestSendMail::aCutConnectionSendsNothingTwice()
     SendMailCommand command(fixture.session.get(), mailOf("text"));
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(NoConnection));
-    QVERIFY(command.mayHaveArrived());
+    QVERIFY(command.isAnswerLost());
     QTest::qWait(50);
     QCOMPARE(fixture.server.requests().size(), 1);
 }
@@ -362,20 +356,8 @@ void TestSendMail::aMessageThatCannotBeReadSendsNothing()
     SendMailCommand command(fixture.session.get(), mail);
     QVERIFY(fixture.run(&command));
     QCOMPARE(command.result().code, int(NotFound));
-    QVERIFY(!command.mayHaveArrived());
+    QVERIFY(!command.isAnswerLost());
     QCOMPARE(fixture.server.connections(), 0);
-}
-
-void TestSendMail::whetherItMayHaveArrived()
-{
-    SessionFixture fixture("");
-    SendMailCommand command(fixture.session.get(), mailOf("text"));
-    command.start();
-    QTRY_COMPARE(fixture.server.requests().size(), 1);
-    QVERIFY(!command.mayHaveArrived());
-    command.abort();
-    QTRY_VERIFY(command.isFinished());
-    QVERIFY(!command.mayHaveArrived());
 }
 
 QTEST_GUILESS_MAIN(TestSendMail)

@@ -7,6 +7,7 @@
 #include "eas/optionscommand.h"
 #include "eas/synccommand.h"
 #include "tests/eas/sessionfixture.h"
+#include "tests/support/folderliteral.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -70,8 +71,9 @@ private slots:
     void provisioningCanFail();
     void oddProvisioningAnswersAreTaken_data();
     void oddProvisioningAnswersAreTaken();
-    void aWipeIsToldToTheCaller();
-    void aWipeByStatusIsAskedForFirst();
+    void aWipeIsAskedForAndToldToTheCaller_data();
+    void aWipeIsAskedForAndToldToTheCaller();
+    void aFailedProvisioningSaysNothingOfTheCommand();
     void aWipeByStatusThatProvisioningDoesNotKnowOfIsNone();
     void theDeviceIsDescribedWhenTheServerAsks();
     void theStateIsKeptAndTakenUpAgain();
@@ -150,10 +152,7 @@ void TestSession::whatIsNoActiveSyncServer()
 {
     QFETCH(QByteArray, answer);
     SessionFixture fixture("");
-    fixture.server.enqueue(answer);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(NotActiveSync));
+    QCOMPARE(fixture.syncFolders({answer}).code, int(NotActiveSync));
     QCOMPARE(fixture.server.requests().size(), 1);
 }
 
@@ -172,9 +171,7 @@ void TestSession::aWrongPasswordIsOneRequest()
         return ScriptedAnswer {
             ScriptedServer::http(401, {}, {{"WWW-Authenticate", "Basic realm=\"x\""}}), false};
     });
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(LoginRefused));
+    QCOMPARE(fixture.syncFolders().code, int(LoginRefused));
     QTest::qWait(20);
     QCOMPARE(fixture.server.requests().size(), 1);
 }
@@ -207,9 +204,7 @@ void TestSession::everyRequestSaysWhoAsks()
     SessionState state = fixture.session->state();
     state.policyKey = QStringLiteral("4711");
     fixture.session->setState(state);
-    fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
+    QVERIFY(fixture.syncFolders({folders()}).ok());
     const SeenRequest &seen = fixture.server.requests().first();
     QCOMPARE(seen.method, QByteArray("POST"));
     QCOMPARE(seen.target,
@@ -276,12 +271,9 @@ void TestSession::theLastOneThatWaitsTakesTheStageAlong()
     QTRY_COMPARE(fixture.server.requests().size(), 1);
     one.abort();
     QTRY_VERIFY(one.isFinished());
-    // The next one begins anew.
-    fixture.server.enqueue(ScriptedServer::options());
-    fixture.server.enqueue(folders());
-    FolderSyncCommand two(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&two));
-    QVERIFY2(two.result().ok(), qPrintable(two.result().text));
+    // The next one asks for the version again.
+    const Result two = fixture.syncFolders({ScriptedServer::options(), folders()});
+    QVERIFY2(two.ok(), qPrintable(two.text));
 }
 
 void TestSession::provisioningIsDoneWhenDemanded_data()
@@ -303,9 +295,8 @@ void TestSession::provisioningIsDoneWhenDemanded()
     fixture.server.enqueue(policy(key("22")));
     fixture.server.enqueue(folders());
     QSignalSpy changed(fixture.session.get(), &Session::stateChanged);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY2(command.result().ok(), qPrintable(command.result().text));
+    const Result command = fixture.syncFolders();
+    QVERIFY2(command.ok(), qPrintable(command.text));
     QCOMPARE(fixture.commands(),
              (QList<QByteArray> {"FolderSync", "Provision", "Provision", "FolderSync"}));
     QCOMPARE(
@@ -335,13 +326,11 @@ void TestSession::provisioningIsDoneWhenDemanded()
 void TestSession::provisioningIsDoneOnceForOneCommand()
 {
     SessionFixture fixture("12.1");
-    fixture.server.enqueue(ScriptedServer::http(449));
-    fixture.server.enqueue(policy(key("11")));
-    fixture.server.enqueue(policy(key("22")));
-    fixture.server.enqueue(ScriptedServer::http(449));
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(PolicyDemanded));
+    QCOMPARE(fixture
+                 .syncFolders({ScriptedServer::http(449), policy(key("11")), policy(key("22")),
+                               ScriptedServer::http(449)})
+                 .code,
+             int(PolicyDemanded));
     QCOMPARE(fixture.commands(),
              (QList<QByteArray> {"FolderSync", "Provision", "Provision", "FolderSync"}));
     QVERIFY(!fixture.xml(1).contains("DeviceInformation"));
@@ -350,12 +339,7 @@ void TestSession::provisioningIsDoneOnceForOneCommand()
 void TestSession::aServerWithoutAPolicyIsTakenAtItsWord()
 {
     SessionFixture fixture;
-    fixture.server.enqueue(folders(142));
-    fixture.server.enqueue(policy({}, "2"));
-    fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY(command.result().ok());
+    QVERIFY(fixture.syncFolders({folders(142), policy({}, "2"), folders()}).ok());
     QCOMPARE(fixture.session->state().policyKey, QStringLiteral("0"));
 }
 
@@ -370,21 +354,18 @@ void TestSession::aPolicyThatIsNotMetIsNotAcknowledged()
     QTest::ignoreMessage(
         QtWarningMsg,
         QRegularExpression(QStringLiteral("DevicePasswordEnabled=1, RequireDeviceEncryption=1")));
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(PolicyDemanded));
-    QVERIFY2(command.result().text.contains(QLatin1String("DevicePasswordEnabled=1")),
-             qPrintable(command.result().text));
+    const Result command = fixture.syncFolders();
+    QCOMPARE(command.code, int(PolicyDemanded));
+    QVERIFY2(command.text.contains(QLatin1String("DevicePasswordEnabled=1")),
+             qPrintable(command.text));
     QCOMPARE(fixture.commands(), (QList<QByteArray> {"FolderSync", "Provision"}));
     QCOMPARE(fixture.session->state().policyKey, QStringLiteral("0"));
     // The policy may be another one by the next time.
-    fixture.server.enqueue(folders(142));
-    fixture.server.enqueue(policy(key("12") + document("<AllowCamera>1</AllowCamera>")));
-    fixture.server.enqueue(policy(key("22")));
-    fixture.server.enqueue(folders());
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QVERIFY(next.result().ok());
+    QVERIFY(fixture
+                .syncFolders({folders(142),
+                              policy(key("12") + document("<AllowCamera>1</AllowCamera>")),
+                              policy(key("22")), folders()})
+                .ok());
     QCOMPARE(fixture.session->state().policyKey, QStringLiteral("22"));
 }
 
@@ -405,9 +386,7 @@ void TestSession::settingsThatDemandNothing()
                    "<UnapprovedInROMApplicationList/><ApprovedApplicationList/>")));
     fixture.server.enqueue(policy(key("22")));
     fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY(command.result().ok());
+    QVERIFY(fixture.syncFolders().ok());
     QVERIFY(fixture.xml(2).contains("<Status>1</Status>"));
 }
 
@@ -439,17 +418,12 @@ void TestSession::provisioningCanFail()
     QFETCH(QByteArray, answer);
     QFETCH(int, code);
     SessionFixture fixture;
-    fixture.server.enqueue(folders(142));
-    fixture.server.enqueue(answer);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, code);
+    const Result command = fixture.syncFolders({folders(142), answer});
+    QCOMPARE(command.code, code);
     QCOMPARE(fixture.commands(), (QList<QByteArray> {"FolderSync", "Provision"}));
     // The next command tries again.
-    fixture.server.enqueue(folders());
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QVERIFY(next.result().ok());
+    const Result next = fixture.syncFolders({folders()});
+    QVERIFY(next.ok());
 }
 
 void TestSession::oddProvisioningAnswersAreTaken_data()
@@ -487,47 +461,52 @@ void TestSession::oddProvisioningAnswersAreTaken()
 {
     QFETCH(QByteArray, answered);
     SessionFixture fixture;
-    fixture.server.enqueue(folders(142));
-    fixture.server.enqueue(answered);
-    fixture.server.enqueue(
-        ScriptedServer::document("<Provision xmlns=\"Provision:\"><Policies><Policy>"
-                                 "<PolicyType>MS-EAS-Provisioning-WBXML</PolicyType>"
-                                 + key("22") + "</Policy></Policies></Provision>"));
-    fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY2(command.result().ok(), qPrintable(command.result().text));
+    const Result command = fixture.syncFolders(
+        {folders(142), answered,
+         ScriptedServer::document("<Provision xmlns=\"Provision:\"><Policies><Policy>"
+                                  "<PolicyType>MS-EAS-Provisioning-WBXML</PolicyType>"
+                                  + key("22") + "</Policy></Policies></Provision>"),
+         folders()});
+    QVERIFY2(command.ok(), qPrintable(command.text));
     QCOMPARE(fixture.session->state().policyKey, QStringLiteral("22"));
 }
 
-void TestSession::aWipeIsToldToTheCaller()
+void TestSession::aWipeIsAskedForAndToldToTheCaller_data()
 {
-    SessionFixture fixture;
-    fixture.server.enqueue(folders(142));
-    fixture.server.enqueue(ScriptedServer::document(
-        "<Provision xmlns=\"Provision:\"><Status>1</Status><RemoteWipe/></Provision>"));
-    QSignalSpy wipe(fixture.session.get(), &Session::wipeRequested);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(Forbidden));
-    QCOMPARE(command.result().status, 140);
-    QCOMPARE(wipe.size(), 1);
-    QCOMPARE(fixture.server.requests().size(), 2);
+    QTest::addColumn<int>("status");
+    QTest::newRow("a new policy") << 142;
+    QTest::newRow("a wipe") << 140;
 }
 
-void TestSession::aWipeByStatusIsAskedForFirst()
+void TestSession::aWipeIsAskedForAndToldToTheCaller()
 {
+    QFETCH(int, status);
     SessionFixture fixture;
-    fixture.server.enqueue(folders(140));
+    fixture.server.enqueue(folders(status));
     fixture.server.enqueue(ScriptedServer::document(
         "<Provision xmlns=\"Provision:\"><Status>1</Status><RemoteWipe/></Provision>"));
     QSignalSpy wipe(fixture.session.get(), &Session::wipeRequested);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(Forbidden));
-    QCOMPARE(command.result().status, 140);
+    const Result command = fixture.syncFolders();
+    QCOMPARE(command.code, int(Forbidden));
+    QCOMPARE(command.outcome, Outcome::WipeWanted);
     QCOMPARE(wipe.size(), 1);
     QCOMPARE(fixture.commands(), (QList<QByteArray> {"FolderSync", "Provision"}));
+}
+
+void TestSession::aFailedProvisioningSaysNothingOfTheCommand()
+{
+    SessionFixture fixture;
+    fixture.server.enqueue(
+        ScriptedServer::document("<Sync xmlns=\"AirSync:\"><Status>142</Status></Sync>"));
+    fixture.server.enqueue(
+        ScriptedServer::document("<Provision xmlns=\"Provision:\"><Status>3</Status></Provision>"));
+    SyncRequest request;
+    request.syncKey = QStringLiteral("1");
+    SyncCommand command(fixture.session.get(), {request});
+    QVERIFY(fixture.run(&command));
+    QCOMPARE(command.result().code, int(ServerFailed));
+    QCOMPARE(command.result().outcome, Outcome::Unspecified);
+    QCOMPARE(fixture.commands(), (QList<QByteArray> {"Sync", "Provision"}));
 }
 
 void TestSession::aWipeByStatusThatProvisioningDoesNotKnowOfIsNone()
@@ -538,30 +517,24 @@ void TestSession::aWipeByStatusThatProvisioningDoesNotKnowOfIsNone()
     fixture.server.enqueue(policy(key("22")));
     fixture.server.enqueue(folders(140));
     QSignalSpy wipe(fixture.session.get(), &Session::wipeRequested);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(Forbidden));
+    QCOMPARE(fixture.syncFolders().code, int(Forbidden));
     QCOMPARE(fixture.commands(),
              (QList<QByteArray> {"FolderSync", "Provision", "Provision", "FolderSync"}));
     // A server that cannot say it by Provision, because it fails, is not believed either.
-    fixture.server.enqueue(folders(140));
-    fixture.server.enqueue(ScriptedServer::http(500));
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QCOMPARE(next.result().code, int(ServerFailed));
+    QCOMPARE(fixture.syncFolders({folders(140), ScriptedServer::http(500)}).code,
+             int(ServerFailed));
     QCOMPARE(wipe.size(), 0);
 }
 
 void TestSession::theDeviceIsDescribedWhenTheServerAsks()
 {
     SessionFixture fixture;
-    fixture.server.enqueue(folders(165));
-    fixture.server.enqueue(
-        ScriptedServer::document("<Settings xmlns=\"Settings:\"><Status>1</Status></Settings>"));
-    fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY(command.result().ok());
+    QVERIFY(fixture
+                .syncFolders({folders(165),
+                              ScriptedServer::document(
+                                  "<Settings xmlns=\"Settings:\"><Status>1</Status></Settings>"),
+                              folders()})
+                .ok());
     QCOMPARE(fixture.commands(), (QList<QByteArray> {"FolderSync", "Settings", "FolderSync"}));
     QCOMPARE(fixture.xml(1),
              QByteArray("<Settings xmlns=\"Settings:\"><DeviceInformation><Set><Model>kind</Model>"
@@ -577,9 +550,7 @@ void TestSession::theStateIsKeptAndTakenUpAgain()
     fixture.session->setState(state);
     QVERIFY(fixture.session->state() == state);
     QCOMPARE(fixture.session->version(), 121);
-    fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
+    QVERIFY(fixture.syncFolders({folders()}).ok());
     QCOMPARE(fixture.commands(), QList<QByteArray> {"FolderSync"});
     QCOMPARE(fixture.server.requests().first().headers.value("x-ms-policykey"), QByteArray("5"));
 }
@@ -587,15 +558,8 @@ void TestSession::theStateIsKeptAndTakenUpAgain()
 void TestSession::theVersionIsAskedForAgainWhenTheServerHasChanged()
 {
     SessionFixture fixture;
-    fixture.server.enqueue(ScriptedServer::http(400));
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(NotActiveSync));
-    fixture.server.enqueue(ScriptedServer::options("12.1"));
-    fixture.server.enqueue(folders());
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QVERIFY(next.result().ok());
+    QCOMPARE(fixture.syncFolders({ScriptedServer::http(400)}).code, int(NotActiveSync));
+    QVERIFY(fixture.syncFolders({ScriptedServer::options("12.1"), folders()}).ok());
     QCOMPARE(fixture.session->version(), 121);
 }
 
@@ -606,10 +570,7 @@ void TestSession::aRedirectIsRemembered()
     other.enqueue(ScriptedServer::options());
     other.enqueue(folders());
     const QByteArray to = "http://127.0.0.1:" + QByteArray::number(other.serverPort()) + "/there";
-    fixture.server.enqueue(ScriptedServer::http(451, {}, {{"X-MS-Location", to}}));
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY(command.result().ok());
+    QVERIFY(fixture.syncFolders({ScriptedServer::http(451, {}, {{"X-MS-Location", to}})}).ok());
     QCOMPARE(fixture.server.requests().size(), 1);
     QCOMPARE(other.requests().size(), 2);
     QCOMPARE(fixture.session->state().url, QUrl(QString::fromLatin1(to)));
@@ -621,20 +582,13 @@ void TestSession::aRememberedRedirectThatLeadsNowhereIsLeft()
     SessionState state = fixture.session->state();
     state.url = QUrl(QStringLiteral("http://127.0.0.1:1/gone"));
     fixture.session->setState(state);
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(NoConnection));
+    QCOMPARE(fixture.syncFolders().code, int(NoConnection));
     QVERIFY(fixture.session->state().url.isEmpty());
-    fixture.server.enqueue(folders());
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QVERIFY(next.result().ok());
+    QVERIFY(fixture.syncFolders({folders()}).ok());
     // But one that led up to TLS is not left for a connection without.
     state.url = QUrl(QStringLiteral("https://127.0.0.1:1/gone"));
     fixture.session->setState(state);
-    FolderSyncCommand last(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&last));
-    QCOMPARE(last.result().code, int(NoConnection));
+    QCOMPARE(fixture.syncFolders().code, int(NoConnection));
     QCOMPARE(fixture.session->state().url, state.url);
 }
 
@@ -645,10 +599,8 @@ void TestSession::aRememberedUrlThatDoesNotFitTheSettingsIsDropped()
     state.url = QUrl(QStringLiteral("http://elsewhere.invalid/"));
     fixture.session->setState(state);
     QVERIFY(fixture.session->state().url.isEmpty());
-    fixture.server.enqueue(folders());
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QVERIFY(command.result().ok());
+    const Result command = fixture.syncFolders({folders()});
+    QVERIFY(command.ok());
 }
 
 void TestSession::abortingEndsACommandOnceAsCancelled()
@@ -662,10 +614,7 @@ void TestSession::abortingEndsACommandOnceAsCancelled()
     command.abort();
     QTRY_COMPARE(ended.size(), 1);
     QCOMPARE(command.result().code, int(Cancelled));
-    fixture.server.enqueue(folders());
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QVERIFY(next.result().ok());
+    QVERIFY(fixture.syncFolders({folders()}).ok());
     QCOMPARE(ended.size(), 1);
 }
 
@@ -716,11 +665,10 @@ void TestSession::aCommandWithoutASessionEnds()
 void TestSession::retryAfterReachesTheCaller()
 {
     SessionFixture fixture;
-    fixture.server.enqueue(ScriptedServer::http(503, {}, {{"Retry-After", "77"}}));
-    FolderSyncCommand command(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&command));
-    QCOMPARE(command.result().code, int(ServerFailed));
-    QCOMPARE(command.result().retryAfter, 77);
+    const Result command =
+        fixture.syncFolders({ScriptedServer::http(503, {}, {{"Retry-After", "77"}})});
+    QCOMPARE(command.code, int(ServerFailed));
+    QCOMPARE(command.retryAfter, 77);
     QCOMPARE(fixture.server.requests().size(), 1);
 }
 
@@ -729,43 +677,38 @@ void TestSession::retryAfterBindsTheWholeAccount()
     SessionFixture fixture;
     qint64 now = 1000;
     fixture.session->setClock([&now] { return now; });
-    fixture.server.enqueue(ScriptedServer::http(503, {}, {{"Retry-After", "77"}}));
-    FolderSyncCommand first(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&first));
+    QCOMPARE(fixture.syncFolders({ScriptedServer::http(503, {}, {{"Retry-After", "77"}})}).code,
+             int(ServerFailed));
     // Another command, of whoever, is not sent.
     now += 60 * 1000;
     SyncRequest request;
-    request.collectionId = QStringLiteral("5");
+    request.collectionId = "5"_folder;
     request.syncKey = QStringLiteral("0");
     SyncCommand other(fixture.session.get(), {request});
     QVERIFY(fixture.run(&other));
     QCOMPARE(other.result().code, int(ServerFailed));
     QCOMPARE(other.result().retryAfter, 17);
-    QVERIFY(!other.mayHaveArrived());
+    QVERIFY(!other.isAnswerLost());
     QCOMPARE(fixture.server.requests().size(), 1);
     now += 17 * 1000;
-    fixture.server.enqueue(folders());
-    FolderSyncCommand last(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&last));
-    QVERIFY2(last.result().ok(), qPrintable(last.result().text));
+    const Result last = fixture.syncFolders({folders()});
+    QVERIFY2(last.ok(), qPrintable(last.text));
     QCOMPARE(fixture.server.requests().size(), 2);
 }
 
 void TestSession::aShortRetryAfterIsWaitedFor()
 {
     SessionFixture fixture;
-    fixture.server.enqueue(ScriptedServer::http(503, {}, {{"Retry-After", "1"}}));
-    FolderSyncCommand first(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&first));
+    QCOMPARE(fixture.syncFolders({ScriptedServer::http(503, {}, {{"Retry-After", "1"}})}).code,
+             int(ServerFailed));
     fixture.server.enqueue(folders());
     QElapsedTimer timer;
     timer.start();
     FolderSyncCommand stopped(fixture.session.get(), QStringLiteral("0"));
     stopped.start();
     stopped.abort();
-    FolderSyncCommand next(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&next));
-    QVERIFY2(next.result().ok(), qPrintable(next.result().text));
+    const Result next = fixture.syncFolders();
+    QVERIFY2(next.ok(), qPrintable(next.text));
     QVERIFY2(timer.elapsed() >= 900, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(stopped.result().code, int(Cancelled));
     QCOMPARE(fixture.server.requests().size(), 2);
@@ -782,25 +725,15 @@ void TestSession::anAddressThatHasWorkedFailsInPassing()
 {
     QFETCH(QByteArray, answer);
     SessionFixture fixture;
-    fixture.server.enqueue(folders());
-    FolderSyncCommand good(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&good));
+    QVERIFY(fixture.syncFolders({folders()}).ok());
     QVERIFY(fixture.session->state().hasWorked);
-    fixture.server.enqueue(answer);
-    FolderSyncCommand bad(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&bad));
-    QCOMPARE(bad.result().code, int(ServerFailed));
+    QCOMPARE(fixture.syncFolders({answer}).code, int(ServerFailed));
     // Nor is a page in the place of the versions, which are asked for again.
-    fixture.server.enqueue(ScriptedServer::http(200, "<html>"));
-    FolderSyncCommand portal(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&portal));
+    const Result portal = fixture.syncFolders({ScriptedServer::http(200, "<html>")});
     QCOMPARE(fixture.commands().last(), QByteArray("OPTIONS"));
-    QCOMPARE(portal.result().code, int(ServerFailed));
-    fixture.server.enqueue(ScriptedServer::options());
-    fixture.server.enqueue(folders());
-    FolderSyncCommand again(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&again));
-    QVERIFY2(again.result().ok(), qPrintable(again.result().text));
+    QCOMPARE(portal.code, int(ServerFailed));
+    const Result again = fixture.syncFolders({ScriptedServer::options(), folders()});
+    QVERIFY2(again.ok(), qPrintable(again.text));
 }
 
 void TestSession::twoCommandsAtOnce()
@@ -809,10 +742,7 @@ void TestSession::twoCommandsAtOnce()
     FolderSyncCommand waits(fixture.session.get(), QStringLiteral("0"));
     waits.start();
     QTRY_COMPARE(fixture.server.requests().size(), 1);
-    fixture.server.enqueue(folders());
-    FolderSyncCommand passes(fixture.session.get(), QStringLiteral("0"));
-    QVERIFY(fixture.run(&passes));
-    QVERIFY(passes.result().ok());
+    QVERIFY(fixture.syncFolders({folders()}).ok());
     QVERIFY(!waits.isFinished());
     QCOMPARE(fixture.server.connections(), 2);
 }

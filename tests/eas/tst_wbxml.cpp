@@ -46,12 +46,10 @@ Reading read(const QByteArray &document, int step)
             given += step;
             continue;
         }
-        if (inText && event != WbxmlReader::Text) {
+        if (inText && event != WbxmlReader::Text)
             reading.events += ']';
-        }
-        if (!inText && event == WbxmlReader::Text) {
+        if (!inText && event == WbxmlReader::Text)
             reading.events += '[';
-        }
         inText = event == WbxmlReader::Text;
         switch (event) {
         case WbxmlReader::StartElement:
@@ -120,18 +118,16 @@ private:
             return;
         case 1: {
             QString letters;
-            for (int i = m_random.bounded(1, 200); i > 0; --i) {
+            for (int i = m_random.bounded(1, 200); i > 0; --i)
                 letters += QChar(ushort(m_random.bounded(1, 0xd800)));
-            }
             m_writer.text(letters);
             content = letters.toUtf8();
             break;
         }
         default:
             content.resize(m_random.bounded(1, 300));
-            for (char &byte : content) {
+            for (char &byte : content)
                 byte = char(m_random.bounded(256));
-            }
             m_writer.opaque(content);
             break;
         }
@@ -241,9 +237,8 @@ void TestWbxml::randomDocumentsReadTheSameInPiecesOfAnySize()
         for (int step : {1, 2, 7, 1000000}) {
             const Reading reading = read(document.bytes, step);
             QVERIFY2(reading.valid, qPrintable(reading.error));
-            if (QByteArray(reading.events).replace("][", "") != expected) {
+            if (QByteArray(reading.events).replace("][", "") != expected)
                 QFAIL(qPrintable(QStringLiteral("seed %1, pieces of %2").arg(first + i).arg(step)));
-            }
         }
     }
 }
@@ -251,9 +246,8 @@ void TestWbxml::randomDocumentsReadTheSameInPiecesOfAnySize()
 void TestWbxml::eightBitAndOpaqueContentComesBackByteForByte()
 {
     QByteArray all;
-    for (int i = 0; i < 1024; ++i) {
+    for (int i = 0; i < 1024; ++i)
         all.append(char(i));
-    }
     QByteArray opaque;
     WbxmlWriter writer(&opaque);
     writer.startDocument();
@@ -432,9 +426,8 @@ void TestWbxml::noiseEndsInAnAnswer()
     QRandomGenerator random(testSeed());
     for (int i = 0; i < 1000; ++i) {
         QByteArray noise = QByteArray::fromHex("03016a00");
-        for (int left = random.bounded(400); left > 0; --left) {
+        for (int left = random.bounded(400); left > 0; --left)
             noise.append(char(random.bounded(256)));
-        }
         const Reading reading = read(noise, random.bounded(1, 50));
         QCOMPARE(reading.valid, reading.error.isEmpty());
     }

@@ -21,9 +21,8 @@ namespace {
 QString foreignName(Tag tag)
 {
     const QString name = QLatin1String(findTag(tag)->name);
-    if (tag >= Tags::Email::Type && tag <= Tags::Email::MonthOfYear) {
+    if (tag >= Tags::Email::Type && tag <= Tags::Email::MonthOfYear)
         return QStringLiteral("Recurrence_") + name;
-    }
     switch (tag) {
     case Tags::Email::Status:
         return QStringLiteral("FlagStatus");
@@ -75,9 +74,8 @@ struct Node
 QString describe(const Node &node)
 {
     QString text = foreignSpace(node.tag) + foreignName(node.tag) + QLatin1Char('(') + node.text;
-    for (const Node &child : node.children) {
+    for (const Node &child : node.children)
         text += describe(child);
-    }
     return text + QLatin1Char(')');
 }
 
@@ -85,15 +83,13 @@ void write(WbxmlWriter *writer, const Node &node)
 {
     writer->startElement(node.tag);
     if (isForeignBinary(node.tag)) {
-        if (!node.text.isEmpty()) {
+        if (!node.text.isEmpty())
             writer->opaque(node.text.toUtf8());
-        }
     } else {
         writer->text(node.text);
     }
-    for (const Node &child : node.children) {
+    for (const Node &child : node.children)
         write(writer, child);
-    }
     writer->endElement();
 }
 
@@ -109,17 +105,14 @@ QByteArray toWbxml(const Node &node)
 void write(QXmlStreamWriter *writer, const Node &node, const QString &space)
 {
     writer->writeStartElement(foreignName(node.tag));
-    if (foreignSpace(node.tag) != space) {
+    if (foreignSpace(node.tag) != space)
         writer->writeDefaultNamespace(foreignSpace(node.tag));
-    }
-    if (!node.text.isEmpty()) {
+    if (!node.text.isEmpty())
         writer->writeCharacters(isForeignBinary(node.tag)
                                     ? QString::fromLatin1(node.text.toUtf8().toBase64())
                                     : node.text);
-    }
-    for (const Node &child : node.children) {
+    for (const Node &child : node.children)
         write(writer, child, foreignSpace(node.tag));
-    }
     writer->writeEndElement();
 }
 
@@ -192,9 +185,8 @@ Node randomNode(QRandomGenerator *random, int depth)
         // What it takes for binary depends on where it stands; the tables' test has each of them.
     } while (isForeign(node.tag) || isForeignBinary(node.tag));
     if (depth < 6 && random->bounded(3) > 0) {
-        for (int i = random->bounded(1, 5); i > 0; --i) {
+        for (int i = random->bounded(1, 5); i > 0; --i)
             node.children.append(randomNode(random, depth + 1));
-        }
     } else {
         for (int i = random->bounded(40); i > 0; --i) {
             // Letters of several scripts, and what XML escapes.
@@ -240,9 +232,8 @@ private:
 
 void TestWbxmlForeign::initTestCase()
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("wbxml2xml")).isEmpty()) {
+    if (QStandardPaths::findExecutable(QStringLiteral("wbxml2xml")).isEmpty())
         QSKIP("wbxml2xml (Debian: libwbxml2-utils) is not installed");
-    }
 }
 
 QByteArray TestWbxmlForeign::run(const char *program, const QStringList &arguments,
@@ -251,9 +242,8 @@ QByteArray TestWbxmlForeign::run(const char *program, const QStringList &argumen
     QFile in(m_directory.filePath(QStringLiteral("in")));
     QFile out(m_directory.filePath(QStringLiteral("out")));
     out.remove();
-    if (!in.open(QFile::WriteOnly) || in.write(input) != input.size()) {
+    if (!in.open(QFile::WriteOnly) || in.write(input) != input.size())
         return {};
-    }
     in.close();
     QProcess process;
     process.start(QLatin1String(program),
@@ -273,9 +263,8 @@ void TestWbxmlForeign::everyTagIsDecodedByTheOtherSide_data()
     const TagEntry *rows = allTags(&count);
     for (int first = 0; first < count;) {
         int last = first;
-        while (last + 1 < count && rows[last + 1].tag >> 8 == rows[first].tag >> 8) {
+        while (last + 1 < count && rows[last + 1].tag >> 8 == rows[first].tag >> 8)
             ++last;
-        }
         QTest::newRow(rows[first].space) << first << last;
         first = last + 1;
     }
@@ -288,9 +277,8 @@ static Node page(int first, int last)
     Node root;
     root.tag = Tags::AirSync::Sync;
     for (int i = first; i <= last; ++i) {
-        if (isForeign(rows[i].tag)) {
+        if (isForeign(rows[i].tag))
             continue;
-        }
         root.children.append({rows[i].tag, QStringLiteral("text"), {}});
         root.children.append({Tags::AirSync::Class, {}, {}});
     }
@@ -304,9 +292,8 @@ void TestWbxmlForeign::everyTagIsDecodedByTheOtherSide()
     Node root = page(first, last);
     const QByteArray xml = decode(toWbxml(root));
     for (Node &child : root.children) {
-        if (isForeignBinary(child.tag)) {
+        if (isForeignBinary(child.tag))
             child.text = QString::fromLatin1(child.text.toUtf8().toBase64());
-        }
     }
     QCOMPARE(describeXml(xml), describe(root));
 }

@@ -17,9 +17,8 @@ Tag tagOf(const QString &space, const QString &name)
     const TagEntry *rows = allTags(&count);
     for (int i = 0; i < count; ++i) {
         if (name == QLatin1String(rows[i].name)
-            && space == QLatin1String(rows[i].space) + QLatin1Char(':')) {
+            && space == QLatin1String(rows[i].space) + QLatin1Char(':'))
             return rows[i].tag;
-        }
     }
     qFatal("no such tag: %s%s", qUtf8Printable(space), qUtf8Printable(name));
     return NoTag;
@@ -51,19 +50,17 @@ QByteArray WbxmlXml::encode(const QByteArray &xml)
             writer.endElement();
             break;
         case QXmlStreamReader::Characters:
-            if (isOpaque(open.last())) {
+            if (isOpaque(open.last()))
                 writer.opaque(reader.text().toUtf8());
-            } else {
+            else
                 writer.text(reader.text().toString());
-            }
             break;
         default:
             break;
         }
     }
-    if (reader.hasError()) {
+    if (reader.hasError())
         qFatal("malformed XML in a test: %s", qUtf8Printable(reader.errorString()));
-    }
     return bytes;
 }
 
@@ -81,9 +78,8 @@ QByteArray WbxmlXml::decode(const QByteArray &wbxml)
         switch (event) {
         case WbxmlReader::StartElement:
             xml += (isEmpty ? ">" : "") + QByteArray("<") + entry->name;
-            if (spaces.isEmpty() || spaces.last() != entry->space) {
+            if (spaces.isEmpty() || spaces.last() != entry->space)
                 xml += QByteArray(" xmlns=\"") + entry->space + ":\"";
-            }
             spaces.append(entry->space);
             isEmpty = true;
             break;
@@ -112,13 +108,11 @@ QByteArray WbxmlXml::decode(const QByteArray &wbxml)
 QByteArray WbxmlXml::fromFile(const char *name)
 {
     QFile file(QStringLiteral(EAS_DATA_DIR "/") + QLatin1String(name));
-    if (!file.open(QFile::ReadOnly)) {
+    if (!file.open(QFile::ReadOnly))
         qFatal("no such file: %s", qUtf8Printable(file.fileName()));
-    }
     // One element a line, for people; the wire has nothing between elements.
     QByteArray xml;
-    for (const QByteArray &line : file.readAll().split('\n')) {
+    for (const QByteArray &line : file.readAll().split('\n'))
         xml += line.trimmed();
-    }
     return encode(xml);
 }

@@ -37,25 +37,25 @@ def arguments():
     parser.add_argument("--warm", action="store_true", help="prepare all messages before the start")
     parser.add_argument("--ignore-stdin", action="store_true",
                         help="go on when standard input closes")
-    wish = parser.parse_args()
-    if not ipaddress.ip_address(wish.host).is_loopback:
-        parser.error(f"{wish.host} is not a loopback address; this server is for tests alone")
-    if not wish.maildir.is_dir():
-        parser.error(f"{wish.maildir} is not a directory")
-    return wish
+    settings = parser.parse_args()
+    if not ipaddress.ip_address(settings.host).is_loopback:
+        parser.error(f"{settings.host} is not a loopback address; this server is for tests alone")
+    if not settings.maildir.is_dir():
+        parser.error(f"{settings.maildir} is not a directory")
+    return settings
 
 
-def options(wish):
+def options(settings):
     made = Options()
-    for name in wish.quirks:
+    for name in settings.quirks:
         if name == "lenient":
             made.be_lenient()
         else:
             setattr(made, name, True)
-    if wish.versions:
-        made.versions = wish.versions.split(",")
-    made.provision = wish.provision
-    made.gzip = made.gzip and not wish.no_gzip
+    if settings.versions:
+        made.versions = settings.versions.split(",")
+    made.provision = settings.provision
+    made.gzip = made.gzip and not settings.no_gzip
     return made
 
 
@@ -66,12 +66,12 @@ def stop_at_end_of_input(stop):
 
 
 def main():
-    wish = arguments()
-    store = Store(wish.maildir, dict(entry.split(":", 1) for entry in wish.users), wish.state,
-                  wish.durable)
-    server = Server((wish.host, wish.port), store, options(wish), wish.tls)
-    control = ControlServer((wish.host, wish.control_port), server)
-    if wish.warm:
+    settings = arguments()
+    store = Store(settings.maildir, dict(entry.split(":", 1) for entry in settings.users), settings.state,
+                  settings.durable)
+    server = Server((settings.host, settings.port), store, options(settings), settings.tls)
+    control = ControlServer((settings.host, settings.control_port), server)
+    if settings.warm:
         control.control.warm({})
     control.start()
 
@@ -80,7 +80,7 @@ def main():
         threading.Thread(target=server.stop).start()
     signal.signal(signal.SIGTERM, stop)
     signal.signal(signal.SIGINT, stop)
-    if not wish.ignore_stdin:
+    if not settings.ignore_stdin:
         threading.Thread(target=stop_at_end_of_input, args=(server.stop,), daemon=True).start()
     server.start()
     print(f"{server.url} {control.url}", flush=True)

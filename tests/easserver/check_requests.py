@@ -18,10 +18,10 @@ def query_of(target):
     return dict(urllib.parse.parse_qsl(urllib.parse.urlsplit(target).query, keep_blank_values=True))
 
 
-def headers_of(wish):
+def headers_of(fields):
     """By name, whatever its case."""
     headers = Message()
-    for name, value in wish.items():
+    for name, value in fields.items():
         headers[name] = value
     return headers
 

@@ -26,7 +26,7 @@ class Conduct:
         self._lock = threading.Lock()
         self._kept = []
 
-    def judge(self, call):
+    def check(self, call):
         """Looks at a request; the answer to one that is wrong, or None. Throws HttpAnswer."""
         length = len(call.body)
         found = requestcheck.check(requestcheck.Request(

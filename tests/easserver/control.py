@@ -25,80 +25,89 @@ class Control:
 
     # --- mail ------------------------------------------------------------------------
 
-    def deliver(self, wish):
+    def deliver(self, request):
         """A message into a folder: "user", "folder" (a path, default the inbox), and "message" (text),
         "base64" or "file"; "received" (seconds since 1970), "flags" (letters as in file names)."""
-        user = self.user(wish)
-        if "file" in wish:
-            with open(wish["file"], "rb") as file:
+        user = self.user(request)
+        if "file" in request:
+            with open(request["file"], "rb") as file:
                 content = file.read()
-        elif "base64" in wish:
-            content = base64.b64decode(wish["base64"])
+        elif "base64" in request:
+            content = base64.b64decode(request["base64"])
         else:
-            content = wish["message"].encode("utf-8", "surrogateescape")
-        folder = self.folder(user, wish.get("folder", "Inbox"))
-        item = self.store.deliver(user, folder, content, wish.get("received"), wish.get("flags", ""))
+            content = request["message"].encode("utf-8", "surrogateescape")
+        folder = self.folder(user, request.get("folder", "Inbox"))
+        item = self.store.deliver(user, folder, content, request.get("received"), request.get("flags", ""))
         return {"folder": folder.id, "id": str(item)}
 
-    def load(self, wish):
+    def load(self, request):
         """All files of "directory" (or those that match "pattern") into "folder" of "user". They arrived
         when their Date says, or at "received"."""
-        user = self.user(wish)
-        folder = self.folder(user, wish.get("folder", "Inbox"))
-        paths = sorted(Path(wish["directory"]).glob(wish.get("pattern", "[!.]*")))
-        found = {path.name: str(folder.add(Message(path, None, wish.get("received"))))
+        user = self.user(request)
+        folder = self.folder(user, request.get("folder", "Inbox"))
+        paths = sorted(Path(request["directory"]).glob(request.get("pattern", "[!.]*")))
+        found = {path.name: str(folder.add(Message(path, None, request.get("received"))))
                  for path in paths if path.is_file()}
         return {"folder": folder.id, "ids": found}
 
-    def flag(self, wish):
+    def flag(self, request):
         """"read" (true or false), "flag" (0, 1, 2), "verb" (0 to 3) of one message."""
-        _, folder, item = self.item(wish)
+        _, folder, item = self.item(request)
         message = folder.items[item]
-        message.read = wish.get("read", message.read)
-        message.flag = wish.get("flag", message.flag)
-        if "verb" in wish:
-            message.verb, message.verb_time = wish["verb"], message.received
+        message.read = request.get("read", message.read)
+        message.flag = request.get("flag", message.flag)
+        if "verb" in request:
+            message.verb, message.verb_time = request["verb"], message.received
         folder.change += 1
         return {}
 
-    def move(self, wish):
+    def move(self, request):
         """One message into the folder "target"."""
-        user, folder, item = self.item(wish)
-        target = self.folder(user, wish["target"])
+        user, folder, item = self.item(request)
+        target = self.folder(user, request["target"])
         return {"folder": target.id, "id": str(self.store.move(folder, item, target))}
 
-    def delete(self, wish):
+    def delete(self, request):
         """One message, for good, or with "trash": true into the trash."""
-        user, folder, item = self.item(wish)
-        self.store.delete(user, folder, item, wish.get("trash", False))
+        user, folder, item = self.item(request)
+        self.store.delete(user, folder, item, request.get("trash", False))
         return {}
 
-    def folder_create(self, wish):
+    def clear(self, request):
+        """All messages of "folder" from the number "from" on (default all), for good."""
+        user = self.user(request)
+        folder = self.folder(user, request["folder"])
+        gone = [item for item in folder.items if item >= int(request.get("from", 0))]
+        for item in gone:
+            folder.remove(item)
+        return {"messages": len(gone)}
+
+    def folder_create(self, request):
         """The folder "folder" (a path; its parents must be there)."""
-        user = self.user(wish)
-        above, _, name = wish["folder"].rpartition("/")
+        user = self.user(request)
+        above, _, name = request["folder"].rpartition("/")
         parent = self.folder(user, above).id if above else ROOT
         return {"id": user.new_folder(name, parent).id}
 
-    def folder_rename(self, wish):
+    def folder_rename(self, request):
         """The folder "folder" gets the path "target"."""
-        user = self.user(wish)
-        folder = self.folder(user, wish["folder"])
-        above, _, name = wish["target"].rpartition("/")
+        user = self.user(request)
+        folder = self.folder(user, request["folder"])
+        above, _, name = request["target"].rpartition("/")
         folder.parent = self.folder(user, above).id if above else ROOT
         folder.name = name
         return {"id": folder.id}
 
-    def folder_delete(self, wish):
+    def folder_delete(self, request):
         """The folder "folder" and all below it."""
-        user = self.user(wish)
-        for folder in user.below(self.folder(user, wish["folder"])):
+        user = self.user(request)
+        for folder in user.below(self.folder(user, request["folder"])):
             del user.folders[folder.id]
         return {}
 
-    def state(self, wish):
+    def state(self, request):
         """Every folder and message of "user"."""
-        user = self.user(wish)
+        user = self.user(request)
         return {"folders": [self._folder_state(user, f) for f in user.folders.values()]}
 
     def _folder_state(self, user, folder):
@@ -116,9 +125,9 @@ class Control:
 
     # --- the server ------------------------------------------------------------------
 
-    def fault(self, wish):
+    def fault(self, request):
         """See faults.py."""
-        self.server.faults.add(wish)
+        self.server.faults.add(request)
         return {}
 
     def fault_clear(self, _):
@@ -129,6 +138,12 @@ class Control:
         """The faults that are still due."""
         return {"faults": self.server.faults.left()}
 
+    def delay_end(self, _):
+        """Every delay that lasts is over."""
+        over, self.server.delays_over = self.server.delays_over, threading.Event()
+        over.set()
+        return {}
+
     def ping_end(self, _):
         """Every Ping that waits ends as if its interval were over."""
         for user in self.store.users.values():
@@ -136,52 +151,52 @@ class Control:
                 device.ping_number += 1
         return {}
 
-    def sent(self, wish):
+    def sent(self, request):
         """What clients sent, in the order of its arrival; with "mime" the messages, too (base64)."""
-        found = [dict(one, mime=base64.b64encode(one["mime"]).decode() if "mime" in wish else None)
+        found = [dict(one, mime=base64.b64encode(one["mime"]).decode() if "mime" in request else None)
                  for one in self.store.sent]
         return {"sent": found}
 
-    def message(self, wish):
+    def message(self, request):
         """The bytes of one message, in base64."""
-        _, folder, item = self.item(wish)
+        _, folder, item = self.item(request)
         return {"message": base64.b64encode(folder.items[item].bytes()).decode()}
 
-    def devices(self, wish):
+    def devices(self, request):
         """The devices of "user"; "pings" counts those that began to wait, and the ends of ping_end."""
         return {"devices": [{"id": d.id, "information": d.information, "policy_key": d.policy_key,
-                             "wiped": d.wiped, "pings": d.ping_number} for d in self.user(wish).devices.values()]}
+                             "wiped": d.wiped, "pings": d.ping_number} for d in self.user(request).devices.values()]}
 
-    def set_password(self, wish):
+    def set_password(self, request):
         """"password" for "user"."""
-        self.user(wish).password = wish["password"]
+        self.user(request).password = request["password"]
         return {}
 
-    def options(self, wish):
+    def options(self, request):
         """Changes the server's options by name."""
-        for name, value in wish.items():
+        for name, value in request.items():
             if not hasattr(self.server.options, name):
                 raise Refused(f"no such option: {name}")
             setattr(self.server.options, name, value)
         return {}
 
-    def forget(self, wish):
+    def forget(self, request):
         """All sync keys of all devices of "user", or only those of "folder"."""
-        user = self.user(wish)
+        user = self.user(request)
         for device in user.devices.values():
-            if "folder" in wish:
-                device.collections.pop(self.folder(user, wish["folder"]).id, None)
+            if "folder" in request:
+                device.collections.pop(self.folder(user, request["folder"]).id, None)
             else:
                 device.collections.clear()
                 device.hierarchy = None
         return {}
 
-    def renumber(self, wish):
+    def renumber(self, request):
         """The server lost all that it knew of "user" but the mail: each folder gets another id (unless "folders"
         is false), each message one that was another's, and no device has a key."""
-        user = self.user(wish)
+        user = self.user(request)
         folders = list(user.folders.values())
-        ids = {folder.id: user.new_id() if wish.get("folders", True) else folder.id for folder in folders}
+        ids = {folder.id: user.new_id() if request.get("folders", True) else folder.id for folder in folders}
         for folder in folders:
             folder.id, folder.parent = ids[folder.id], ids.get(folder.parent, folder.parent)
             folder.items = dict(zip(folder.items, reversed(folder.items.values())))
@@ -192,9 +207,9 @@ class Control:
             device.hierarchy = None
         return {}
 
-    def network(self, wish):
+    def network(self, request):
         """"up": false: nobody reaches the server any more, true: they do again."""
-        if wish["up"]:
+        if request["up"]:
             self.server.go_online()
         else:
             self.server.go_offline()
@@ -206,9 +221,9 @@ class Control:
                 for f in u.folders.values() for m in f.items.values()]
         return {"messages": len(made)}
 
-    def log(self, wish):
+    def log(self, request):
         """The requests after number "since" (default 0)."""
-        return {"log": self.server.log.since(int(wish.get("since", 0)))}
+        return {"log": self.server.log.since(int(request.get("since", 0)))}
 
     def violations(self, _):
         """What requests had that the table does not allow. Whoever takes it has asked for it: what nobody
@@ -221,8 +236,8 @@ class Control:
 
     # --- what requests name ------------------------------------------------------------
 
-    def user(self, wish):
-        name = wish.get("user") or next(iter(self.store.users))
+    def user(self, request):
+        name = request.get("user") or next(iter(self.store.users))
         if name not in self.store.users:
             raise Refused(f"no such user: {name}")
         return self.store.users[name]
@@ -233,15 +248,15 @@ class Control:
             raise Refused(f"no such folder: {path}")
         return folder
 
-    def item(self, wish):
+    def item(self, request):
         """The message with "id" or "message_id" in "folder" of "user"."""
-        user = self.user(wish)
-        folder = self.folder(user, wish.get("folder", "Inbox"))
-        if "message_id" in wish:
+        user = self.user(request)
+        folder = self.folder(user, request.get("folder", "Inbox"))
+        if "message_id" in request:
             found = [i for i, m in folder.items.items()
-                     if items.summary(m).message_id == wish["message_id"]]
+                     if items.summary(m).message_id == request["message_id"]]
         else:
-            found = [i for i in folder.items if i == int(wish["id"])]
+            found = [i for i in folder.items if i == int(request["id"])]
         if not found:
             raise Refused("no such message")
         return user, folder, found[0]
@@ -265,7 +280,7 @@ class ControlHandler(http.server.BaseHTTPRequestHandler):
         except ValueError as error:
             self.send(400, {"error": str(error)})
 
-    def serve(self, wish):
+    def serve(self, request):
         path = urllib.parse.urlsplit(self.path).path
         name = path.removeprefix("/control/").replace("-", "_")
         method = getattr(self.server.control, name, None)
@@ -275,7 +290,7 @@ class ControlHandler(http.server.BaseHTTPRequestHandler):
             return
         try:
             with self.server.control.store.lock:
-                answer = method(wish)
+                answer = method(request)
                 self.server.control.store.settle()
                 self.server.control.store.notify()
             self.send(200, answer)

@@ -13,7 +13,8 @@ A fault is a JSON object: "kind", and optionally "command" (only for that one), 
                      numbers), twice, no_id
   more               Sync says MoreAvailable with a new key and without items, or each time with the
                      deletion of "item"
-  delay              "seconds" before the request is carried out, or with "late" before the answer
+  delay              "seconds" before the request is carried out, or with "late" before the answer; the
+                     control "delay-end" ends those that last
   slow               the answer trickles at "rate" bytes a second
   cut                the connection ends after "bytes" bytes of the answer's body
   reset              the connection is reset: before the request is carried out, or with "late" after
@@ -35,16 +36,16 @@ KINDS = ("http", "status", "collection_status", "item_status", "odd_item", "more
 class Fault:
     """One fault and how often it is still due."""
 
-    def __init__(self, wish):
-        if wish.get("kind") not in KINDS:
-            raise ValueError(f"no such kind of fault: {wish.get('kind')}")
-        self.wish = wish
-        self.kind = wish["kind"]
-        self.count = wish.get("count", 1)
-        self.after = wish.get("after", 0)
+    def __init__(self, description):
+        if description.get("kind") not in KINDS:
+            raise ValueError(f"no such kind of fault: {description.get('kind')}")
+        self.description = description
+        self.kind = description["kind"]
+        self.count = description.get("count", 1)
+        self.after = description.get("after", 0)
 
     def matches(self, command, user):
-        if self.wish.get("command") not in (None, command) or self.wish.get("user") not in (None, user):
+        if self.description.get("command") not in (None, command) or self.description.get("user") not in (None, user):
             return False
         if self.after > 0:
             self.after -= 1
@@ -52,7 +53,7 @@ class Fault:
         return self.count != 0
 
     def get(self, name, default=None):
-        return self.wish.get(name, default)
+        return self.description.get(name, default)
 
 
 class Faults:
@@ -61,8 +62,8 @@ class Faults:
     def __init__(self):
         self._faults = []
 
-    def add(self, wish):
-        self._faults.append(Fault(wish))
+    def add(self, description):
+        self._faults.append(Fault(description))
 
     def clear(self):
         self._faults = []
@@ -78,7 +79,7 @@ class Faults:
         return taken
 
     def left(self):
-        return [dict(fault.wish, count=fault.count, after=fault.after) for fault in self._faults]
+        return [dict(fault.description, count=fault.count, after=fault.after) for fault in self._faults]
 
 
 def damage(data, how):

@@ -72,7 +72,7 @@ def _fetch(call, request, parts):
                         Node("ItemOperations:Properties"))
         return _failed(NO_ITEM, *identity)
     options = request.find("ItemOperations:Options")
-    nodes = items.properties(folder.items[item], folder, item, items.BodyWish(options, call.options), call.new)
+    nodes = items.properties(folder.items[item], folder, item, items.BodyPreferences(options, call.options), call.new)
     if parts is not None:
         _to_part(nodes, parts)
     return Node("ItemOperations:Fetch", Node("ItemOperations:Status", OK), *identity,
@@ -144,11 +144,11 @@ def _fetch_attachment(call, request, reference, parts):
     if found is None:
         return _failed(NO_ATTACHMENT, identity)
     first, length, ranged = 0, found.size, []
-    wish = re.fullmatch(r"(\d+)-(\d+)", request.value("ItemOperations:Options/ItemOperations:Range", ""))
-    if wish and call.options.no_ranges:
+    bounds = re.fullmatch(r"(\d+)-(\d+)", request.value("ItemOperations:Options/ItemOperations:Range", ""))
+    if bounds and call.options.no_ranges:
         ranged = [Node("ItemOperations:Range", f"0-{(length + 2) // 3 * 4 - 1}")]
-    elif wish:
-        first, last = int(wish.group(1)), min(int(wish.group(2)), found.size - 1)
+    elif bounds:
+        first, last = int(bounds.group(1)), min(int(bounds.group(2)), found.size - 1)
         if first > last:
             return _failed(BAD_RANGE, identity)
         length = last - first + 1

@@ -17,7 +17,7 @@ PLAIN, HTML, RTF, MIME = 1, 2, 3, 4
 EPOCH_1601 = 11644473600
 
 
-class BodyWish:
+class BodyPreferences:
     """What one request wants of bodies: BodyPreference by type as (bytes or None, all or none,
     preview length), MIMESupport, and MIMETruncation in bytes or None."""
 
@@ -35,15 +35,15 @@ class BodyWish:
             return
         self.mime_support = int(options.value("AirSync:MIMESupport", "0"))
         self.mime_truncation = self.MIME_TRUNCATION.get(options.value("AirSync:MIMETruncation", "8"))
-        for wish in options.nodes("AirSyncBase:BodyPreference"):
+        for preference in options.nodes("AirSyncBase:BodyPreference"):
             if self.no_truncation:
-                self.types[int(wish.value("AirSyncBase:Type", "1"))] = (self.mime_truncation, False, 0)
+                self.types[int(preference.value("AirSyncBase:Type", "1"))] = (self.mime_truncation, False, 0)
                 continue
-            size = wish.value("AirSyncBase:TruncationSize")
-            self.types[int(wish.value("AirSyncBase:Type", "1"))] = (
+            size = preference.value("AirSyncBase:TruncationSize")
+            self.types[int(preference.value("AirSyncBase:Type", "1"))] = (
                 None if size is None else int(size),
-                wish.value("AirSyncBase:AllOrNone") == "1",
-                int(wish.value("AirSyncBase:Preview", "0")))
+                preference.value("AirSyncBase:AllOrNone") == "1",
+                int(preference.value("AirSyncBase:Preview", "0")))
 
     def choose(self, summary):
         """The body type for a message, or None for no body."""
@@ -299,15 +299,15 @@ def _is_text(data):
     return True
 
 
-def body(message, wish, kind=None, new=True):
+def body(message, preferences, kind=None, new=True):
     """The Body element, or None where the request wants none."""
     made = summary(message)
-    kind = kind or wish.choose(made)
+    kind = kind or preferences.choose(made)
     if kind is None:
         return None
-    size, all_or_none, preview = wish.types.get(kind, (None, False, 0))
-    if wish.mime_truncation is not None and kind == MIME:
-        size = min(size, wish.mime_truncation) if size is not None else wish.mime_truncation
+    size, all_or_none, preview = preferences.types.get(kind, (None, False, 0))
+    if preferences.mime_truncation is not None and kind == MIME:
+        size = min(size, preferences.mime_truncation) if size is not None else preferences.mime_truncation
     data = None if kind == MIME else made.text(kind)
     total = message.length() if kind == MIME else len(data)
     truncated = size is not None and size < total
@@ -361,10 +361,10 @@ def attachments(message, folder, item):
     return node
 
 
-def properties(message, folder, item, wish, new):
+def properties(message, folder, item, preferences, new):
     """All elements of an item, for ApplicationData or Properties. new: 14.0 and later."""
     made = summary(message)
-    nodes = [made.fixed[new], *state_nodes(message, new), body(message, wish, new=new),
+    nodes = [made.fixed[new], *state_nodes(message, new), body(message, preferences, new=new),
              attachments(message, folder, item),
              Node("AirSyncBase:NativeBodyType", "2" if made.html is not None else "1")]
     return [node for node in nodes if node is not None]

@@ -5,7 +5,7 @@ import collections
 import threading
 import time
 
-LONGEST_ANSWER = 20000
+MAXIMUM_ANSWER = 20000
 
 
 class Log:
@@ -31,7 +31,7 @@ class Log:
         answer = entry.pop("answer", None)
         if answer is not None:
             entry["collections"] = _collections(answer)
-            if entry.get("bytes_out", 0) <= LONGEST_ANSWER:
+            if entry.get("bytes_out", 0) <= MAXIMUM_ANSWER:
                 entry["answer"] = answer
 
     def clear(self):

@@ -28,13 +28,24 @@ def text(noise):
     return "\r\n".join(lines) + "\r\n"
 
 
-def header(noise, number, sent, content_type):
+def ancestors(number, seed):
+    """The messages that a message answers, the first one first."""
+    line = []
+    while True:
+        noise = random.Random(f"{seed}/{number}/thread")
+        number -= noise.randint(1, 20)
+        if number <= 0 or noise.random() >= 0.4:
+            return line[::-1]
+        line.append(number)
+
+
+def header(noise, number, seed, sent, content_type):
     name = noise.choice(PEOPLE)
     subject = " ".join(noise.choices(WORDS[:20], k=noise.randint(2, 7)))
     address = name.split()[0].lower() + "@elsewhere.test"
     domain = "elsewhere.test"
-    parent = number - noise.randint(1, 20)
-    thread = f"References: <m{parent}@{domain}>\r\n" if parent > 0 and noise.random() < 0.4 else ""
+    references = "\r\n ".join(f"<m{ancestor}@{domain}>" for ancestor in ancestors(number, seed))
+    thread = f"References: {references}\r\n" if references else ""
     return (f"Received: from mx.{domain} by mail.example.test; {sent}\r\n"
             f"From: {email.utils.formataddr((name, address))}\r\nTo: Alice Example <alice@example.test>\r\n"
             f"Subject: {subject} {number}\r\nDate: {sent}\r\nMessage-ID: <m{number}@{domain}>\r\n{thread}"
@@ -54,10 +65,10 @@ def message(number, seed, sent, attachment_size=ATTACHMENT_SIZE):
     when = email.utils.format_datetime(sent)
     plain = "Content-Transfer-Encoding: 8bit\r\n\r\n" + text(noise)
     if number % ATTACHMENT_EVERY:
-        yield (header(noise, number, when, "text/plain; charset=utf-8") + plain).encode()
+        yield (header(noise, number, seed, when, "text/plain; charset=utf-8") + plain).encode()
         return
     boundary = f"part-{number}"
-    head = header(noise, number, when, f'multipart/mixed; boundary="{boundary}"')
+    head = header(noise, number, seed, when, f'multipart/mixed; boundary="{boundary}"')
     yield (f"{head}\r\n--{boundary}\r\nContent-Type: text/plain; charset=utf-8\r\n{plain}\r\n--{boundary}\r\n"
            f'Content-Type: application/octet-stream; name="data-{number}.bin"\r\n'
            f'Content-Disposition: attachment; filename="data-{number}.bin"\r\n'
@@ -88,9 +99,9 @@ def main():
     parser.add_argument("--until", type=lambda t: datetime.fromisoformat(t).replace(tzinfo=timezone.utc),
                         help="2026-11-20T12:00; the start of today by default")
     parser.add_argument("--attachment-size", type=int, default=ATTACHMENT_SIZE, metavar="BYTES")
-    wish = parser.parse_args()
-    write(wish.count, wish.directory / wish.user / wish.folder, wish.seed, wish.until, wish.days,
-          wish.attachment_size)
+    settings = parser.parse_args()
+    write(settings.count, settings.directory / settings.user / settings.folder, settings.seed, settings.until,
+          settings.days, settings.attachment_size)
 
 
 if __name__ == "__main__":

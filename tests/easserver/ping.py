@@ -10,10 +10,10 @@ EXPIRED, CHANGED, MISSING, HEARTBEAT, TOO_MANY, FOLDER_SYNC = "1", "2", "3", "5"
 
 
 def ping(call):
-    wish = _wish(call)
-    if wish is None:
+    request = _request(call)
+    if request is None:
         return _answer(MISSING)
-    seconds, ids = wish
+    seconds, ids = request
     lowest, highest = call.options.heartbeat
     if not lowest <= seconds <= highest:
         bound = highest if seconds > highest else lowest
@@ -23,7 +23,7 @@ def ping(call):
     unknown = any(i not in call.user.folders for i in ids) and not call.options.silent_unknown
     if call.device.hierarchy is None or unknown:
         return _answer(FOLDER_SYNC)
-    call.device.ping = wish
+    call.device.ping = request
     call.device.ping_number += 1
     return _watch(call, seconds, ids)
 
@@ -47,7 +47,7 @@ def _changed(call, folder_id):
     return collection is not None and sync.pending(folder, collection)
 
 
-def _wish(call):
+def _request(call):
     """Seconds and folder ids; what the request leaves out is as in the Ping before."""
     seconds, ids = call.device.ping or (None, None)
     if call.root is not None:

@@ -49,16 +49,16 @@ def _answer(*content):
     return Node("Provision:Provision", Node("Provision:Status", "1"), *content)
 
 
-def _policy(call, wish):
+def _policy(call, request):
     def answer(code, *more):
         return Node("Provision:Policy", Node("Provision:PolicyType", POLICY_TYPE),
                     Node("Provision:Status", code), *more)
     device, options = call.device, call.options
-    if wish.value("Provision:PolicyType") != POLICY_TYPE:
+    if request.value("Provision:PolicyType") != POLICY_TYPE:
         return answer("3")
     if not options.provision:
         return answer("2")
-    key, acknowledged = wish.value("Provision:PolicyKey"), wish.value("Provision:Status")
+    key, acknowledged = request.value("Provision:PolicyKey"), request.value("Provision:Status")
     if key is None:
         device.policy_pending = _new_key()
         document = Node("Provision:EASProvisionDoc",
@@ -80,8 +80,8 @@ def _new_key():
 
 
 def _keep_information(call, node):
-    wish = node.find("Settings:Set")
-    for field in wish.nodes() if wish else []:
+    given = node.find("Settings:Set")
+    for field in given.nodes() if given else []:
         call.device.information[field.tag.rpartition(":")[2]] = field.data().decode("utf-8", "replace")
 
 

@@ -77,12 +77,12 @@ def _mailbox(call, store, text):
     query.words = query.words or []
     folders = _folders(call.user, query.folders,
                        store.find("Search:Options/Search:DeepTraversal") is not None)
-    wish = items.BodyWish(store.find("Search:Options"), call.options)
+    preferences = items.BodyPreferences(store.find("Search:Options"), call.options)
     found = [(message.received, folder, item) for folder in folders
              for item, message in folder.items.items() if query.matches(message)]
     found.sort(key=lambda one: (-one[0], one[1].id, one[2]))
     bare = call.options.bare_search_ids and not query.folders
-    return [lambda folder=folder, item=item: _result(call, folder, item, wish, bare)
+    return [lambda folder=folder, item=item: _result(call, folder, item, preferences, bare)
             for _, folder, item in found]
 
 
@@ -104,15 +104,15 @@ def _folders(user, wanted, deep):
     return folders
 
 
-def _result(call, folder, item, wish, bare):
+def _result(call, folder, item, preferences, bare):
     folder_id = folder.id.replace("%2F", "/") if bare else folder.id
-    long_id = f"{folder_id}+{item}"
+    long_id = f"{folder_id}{':' if call.options.colon_long_ids else '+'}{item}"
     if call.options.opaque_long_ids:
         long_id = long_id.encode().hex()
     return Node("Search:Result", Node("AirSync:Class", "Email"),
                 Node("Search:LongId", long_id), Node("AirSync:CollectionId", folder_id),
                 Node("Search:Properties",
-                     *items.properties(folder.items[item], folder, item, wish, call.new)))
+                     *items.properties(folder.items[item], folder, item, preferences, call.new)))
 
 
 def _people(call, query):

@@ -62,6 +62,7 @@ LENIENT = (
 QUIRKS = LENIENT + (
     "ignores_search_range",  # every page of a search begins at its first result
     "opaque_long_ids",       # a search's ids tell nothing of folder and item
+    "colon_long_ids",        # a search's ids are folder and item with a colon in between
     "no_mime",               # a message has no form but its text
     "own_ids",               # a message with an original put in has a Message-ID of the server's
     "bare_read_unflags",     # a Change without Flag takes the flag away
@@ -215,7 +216,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def options(self):
         query = self.query()
         user = self.login()
-        faults = self.server.faults.take("OPTIONS", user.name)
+        faults = self.take_faults("OPTIONS", user.name)
         self.before(faults)
         self.send(200, [], "text/plain", self.version_headers())
 
@@ -308,13 +309,18 @@ class Handler(http.server.BaseHTTPRequestHandler):
             raise HttpAnswer(200, {}, body.encode())
 
     def pause(self, seconds):
-        """Waits, but not for the server's own end."""
-        self.server.stop_event.wait(seconds)
+        """Waits, at most until the delays are ended; the server's own end ends them, too."""
+        self.delays_over.wait(seconds)
+
+    def take_faults(self, command, user):
+        # First this: what is taken is a delay that can be ended.
+        self.delays_over = self.server.delays_over
+        return self.server.faults.take(command, user)
 
     def post(self):
         query = self.query()
         user = self.login()
-        faults = self.server.faults.take(query.get("Cmd", ""), user.name)
+        faults = self.take_faults(query.get("Cmd", ""), user.name)
         body = self.read_body(faults)
         self.before(faults)
         if not query.get("DeviceId"):
@@ -325,7 +331,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.entry["version"] = call.version
         if call.version not in self.server.options.versions:
             raise HttpAnswer(400)
-        refusal = self.decode(call) or self.server.conduct.judge(call)
+        refusal = self.decode(call) or self.server.conduct.check(call)
         with self.server.store.lock:
             answer = self.forced_answer(call) or refusal or commands.run(call)
             self.server.store.settle()
@@ -461,6 +467,7 @@ class Server(http.server.ThreadingHTTPServer):
         self.resets, self.connections = set(), set()
         self.thread = None
         self.stop_event = threading.Event()
+        self.delays_over = threading.Event()
         self.tls = None
         if certificate:
             self.tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -525,6 +532,7 @@ class Server(http.server.ThreadingHTTPServer):
 
     def stop(self):
         self.stop_event.set()
+        self.delays_over.set()
         self.store.notify()
 
 

@@ -128,8 +128,8 @@ class CollectionSync:
     def wants_changes(self):
         if self.commands and self.options.responses_alone:
             return False
-        wish = self.request.find("AirSync:GetChanges")
-        return wish is None or wish.data() != b"0"
+        element = self.request.find("AirSync:GetChanges")
+        return element is None or element.data() != b"0"
 
     def keep_options(self):
         """Options stay good until others come."""
@@ -138,11 +138,11 @@ class CollectionSync:
             self.state.options = options
             self.state.filter = int(options.value("AirSync:FilterType", "0"))
 
-    def wish(self):
-        wish = items.BodyWish(self.state.options, self.options)
-        if not wish.types:
-            wish.types = {items.PLAIN: (None, False, 0)}
-        return wish
+    def preferences(self):
+        preferences = items.BodyPreferences(self.state.options, self.options)
+        if not preferences.types:
+            preferences.types = {items.PLAIN: (None, False, 0)}
+        return preferences
 
     def changes(self, snapshot, room):
         """The Commands element for what the window holds, if any; the snapshot moves on."""
@@ -169,26 +169,26 @@ class CollectionSync:
             commands.append(Node("AirSync:SoftDelete", Node("AirSync:ServerId", str(item))))
         for item in todo.change[:size - len(commands)]:
             commands.append(self.tell_change(item, known))
-        wish = self.wish()
+        preferences = self.preferences()
         for item in todo.add[:size - len(commands)]:
             known[item] = self.folder.items[item].state()
-            commands.append(self.tell("Change" if item in self.lost else "Add", item, wish))
+            commands.append(self.tell("Change" if item in self.lost else "Add", item, preferences))
         return commands
 
     def tell_change(self, item, known):
         message = self.folder.items[item]
         known[item] = message.state()
         if self.options.whole_changes:
-            return self.tell("Change", item, self.wish())
+            return self.tell("Change", item, self.preferences())
         return Node("AirSync:Change", Node("AirSync:ServerId", str(item)),
                     Node("AirSync:ApplicationData", *items.state_nodes(message, self.call.new)))
 
-    def tell(self, kind, item, wish):
+    def tell(self, kind, item, preferences):
         """A whole item."""
         message = self.folder.items[item]
         return Node(f"AirSync:{kind}", Node("AirSync:ServerId", str(item)),
                     Node("AirSync:ApplicationData",
-                         *items.properties(message, self.folder, item, wish, self.call.new)))
+                         *items.properties(message, self.folder, item, preferences, self.call.new)))
 
     def run(self, command, snapshot):
         """One command of the client. Success needs no word but for Fetch and Add."""
@@ -210,7 +210,7 @@ class CollectionSync:
             snapshot.items.pop(item, None)
         elif kind == "Fetch":
             more = [Node("AirSync:ApplicationData", *items.properties(
-                self.folder.items[item], self.folder, item, self.wish(), self.call.new))]
+                self.folder.items[item], self.folder, item, self.preferences(), self.call.new))]
         if code != OK or kind in ("Fetch", "Add") or self.options.confirm_all:
             self.responses.append(Node(f"AirSync:{kind}", Node("AirSync:ServerId", text),
                                        Node("AirSync:Status", code), *more))
@@ -302,8 +302,8 @@ def get_item_estimate(call):
             code = "2" if folder is None else "3" if key == "0" or state is None else "4"
             answer.add(Node("GetItemEstimate:Response", Node("GetItemEstimate:Status", code)))
             continue
-        wish = request.find("AirSync:Options")
-        filter_type = int(wish.value("AirSync:FilterType", "0")) if wish else state.filter
+        options = request.find("AirSync:Options")
+        filter_type = int(options.value("AirSync:FilterType", "0")) if options else state.filter
         count = 0 if folder.kind in NOT_MAIL else Changes(folder, snapshot.items, filter_type).count()
         answer.add(Node("GetItemEstimate:Response", Node("GetItemEstimate:Status", OK),
                         Node("GetItemEstimate:Collection",

@@ -206,6 +206,18 @@ class Sync(ServerTest):
         self.assertEqual(text(attachment, "AirSyncBase:IsInline"), "1")
         self.assertEqual(len(base64.b64decode(text(data, "Email2:ConversationId"))), 16)
 
+    def testConversationsAreWhatAnswersTheSame(self):
+        for name, answered in (("a", ""), ("b", "References: <a@x.test>\r\n"),
+                               ("c", "References: <a@x.test> <b@x.test>\r\n"),
+                               ("d", "In-Reply-To: <a@x.test>\r\n"), ("e", "")):
+            self.server.control("deliver", message=f"Subject: {name}\r\nMessage-ID: <{name}@x.test>\r\n"
+                                                   f"{answered}\r\nText.\r\n")
+        folder = self.ready_folder()
+        ids = {text(item[2], "Email:Subject"): text(item[2], "Email2:ConversationId")
+               for item in self.client.sync_all(folder)}
+        self.assertEqual({ids[name] for name in "bcd"}, {ids["a"]})
+        self.assertNotEqual(ids["e"], ids["a"])
+
     def ready_folder(self):
         self.client.folder_sync()
         return self.server.folder_id("Inbox")
@@ -249,7 +261,7 @@ class Sync(ServerTest):
         self.client.sync_at(folder, key, window=2)
         self.assertEqual(self.client.body, first)
 
-    def testRepeatedKeyWithOtherWishesGetsAnEquivalentAnswer(self):
+    def testRepeatedKeyWithOtherOptionsGetsAnEquivalentAnswer(self):
         for number in range(3):
             self.deliver(f"m{number}")
         folder = self.ready_folder()
@@ -707,7 +719,7 @@ class Ping(ServerTest):
         older.join(20)
         self.assertEqual(answers, ["1"])
 
-    def testRefusedWishes(self):
+    def testRefusedPings(self):
         folder = self.ready()
         root = self.ping([folder], 99999)
         self.assertEqual((text(root, "Ping:Status"), text(root, "Ping:HeartbeatInterval")), ("5", "3540"))

@@ -19,8 +19,8 @@ FOLDER_SYNC = '<FolderSync xmlns="FolderHierarchy:"><SyncKey>0</SyncKey></Folder
 
 
 class Faults(ServerTest):
-    def fault(self, kind, **wish):
-        self.server.control("fault", kind=kind, **wish)
+    def fault(self, kind, **description):
+        self.server.control("fault", kind=kind, **description)
 
     def folder_sync(self):
         return self.client.post("FolderSync", testing.foreign_encode(FOLDER_SYNC))
@@ -125,6 +125,16 @@ class Faults(ServerTest):
             started = time.monotonic()
             self.folder_sync()
             self.assertGreaterEqual(time.monotonic() - started, 0.3)
+
+    def testADelayIsEnded(self):
+        for late in (False, True):
+            self.fault("delay", seconds=60, late=late)
+            timer = threading.Timer(0.3, self.server.control, ("delay-end",))
+            timer.start()
+            started = time.monotonic()
+            self.folder_sync()
+            timer.join()
+            self.assertTrue(0.3 <= time.monotonic() - started < 50)
 
     def testSlowAnswer(self):
         self.fault("slow", rate=1000)

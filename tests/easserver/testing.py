@@ -4,18 +4,20 @@ written and read by a codec that is not ours (libwbxml's xml2wbxml and wbxml2xml
 
 import base64
 import http.client
-import json
 import shutil
 import subprocess
 import sys
 import tempfile
-import traceback
 import unittest
 import urllib.parse
 import xml.etree.ElementTree
 from pathlib import Path
 
-HERE = Path(__file__).parent
+HERE = Path(__file__).resolve().parent
+sys.path.insert(1, str(HERE.parent / "stage"))
+import results  # noqa: E402
+from mailserver import MailServer  # noqa: E402
+
 SAMPLES = HERE.parent / "data" / "mail"
 DOCTYPE = ('<?xml version="1.0" encoding="utf-8"?>\n<!DOCTYPE ActiveSync PUBLIC '
            '"-//MICROSOFT//DTD ActiveSync//EN" "http://www.microsoft.com/">\n')
@@ -68,29 +70,12 @@ def text(element, path):
     return (found[0].text or "") if found else None
 
 
-class ServerProcess:
+class ServerProcess(MailServer):
     """The server on a folder of mail; a temporary one unless it is given."""
 
     def __init__(self, *arguments, maildir=None):
         self.place = tempfile.TemporaryDirectory()
-        self.process = subprocess.Popen(
-            [sys.executable, "-B", str(HERE), str(maildir or self.place.name), *arguments],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        line = self.process.stdout.readline().decode().split()
-        if len(line) != 2:
-            raise AssertionError("the server did not start")
-        self.url, self.control_url = line
-
-    def control(self, name, **wish):
-        url = urllib.parse.urlsplit(self.control_url)
-        connection = http.client.HTTPConnection(url.netloc, timeout=30)
-        connection.request("POST", f"{url.path}/{name}", json.dumps(wish))
-        answer = connection.getresponse()
-        body = json.loads(answer.read())
-        connection.close()
-        if answer.status != 200:
-            raise AssertionError(f"{name}: {body}")
-        return body
+        super().__init__(maildir or self.place.name, *arguments)
 
     def folder_id(self, path, user="alice"):
         return next(f["id"] for f in self.control("state", user=user)["folders"] if f["path"] == path)
@@ -155,28 +140,28 @@ class Client:
         return (f"<Collection><SyncKey>{key}</SyncKey><CollectionId>{folder}</CollectionId>"
                 f"{head}</Collection>")
 
-    def sync_at(self, folder, key, commands="", **wish):
+    def sync_at(self, folder, key, commands="", **settings):
         """One Sync of one folder with a given key; the Collection element, or None."""
-        xml_text = self.sync_xml(folder, key, **wish)
+        xml_text = self.sync_xml(folder, key, **settings)
         if commands:
             xml_text = xml_text.replace("</Collection>", f"<Commands>{commands}</Commands></Collection>")
         root = self.ask("Sync", f'<Sync xmlns="AirSync:"><Collections>{xml_text}</Collections></Sync>')
         return None if root is None else at(root, "AirSync:Collections/Collection")[0]
 
-    def sync(self, folder, commands="", **wish):
+    def sync(self, folder, commands="", **settings):
         """The same with the newest key, which is kept."""
         if folder not in self.keys:
             self.keys[folder] = text(self.sync_at(folder, "0"), "AirSync:SyncKey")
-        answer = self.sync_at(folder, self.keys[folder], commands, **wish)
+        answer = self.sync_at(folder, self.keys[folder], commands, **settings)
         if answer is not None and text(answer, "AirSync:Status") == "1":
             self.keys[folder] = text(answer, "AirSync:SyncKey")
         return answer
 
-    def sync_all(self, folder, **wish):
+    def sync_all(self, folder, **settings):
         """Windows until there is no more; the commands as (name, server id, ApplicationData)."""
         found = []
         while True:
-            answer = self.sync(folder, **wish)
+            answer = self.sync(folder, **settings)
             found += commands_of(answer)
             if answer is None or not at(answer, "AirSync:MoreAvailable"):
                 return found
@@ -207,16 +192,16 @@ class ServerTest(unittest.TestCase):
         self.addCleanup(self.server.stop)
         self.client = self.new_client()
 
-    def new_client(self, device="device1", **wish):
-        client = Client(self.server, device, **wish)
+    def new_client(self, device="device1", **settings):
+        client = Client(self.server, device, **settings)
         self.addCleanup(client.connection.close)
         return client
 
-    def deliver(self, subject="Hello", body="Text\r\n", folder="Inbox", user="alice", **wish):
+    def deliver(self, subject="Hello", body="Text\r\n", folder="Inbox", user="alice", **request):
         return self.server.control(
             "deliver", user=user, folder=folder, message=f"From: Carol <carol@elsewhere.test>\r\nTo: "
             f"{user}@example.test\r\nSubject: {subject}\r\nMessage-ID: <{subject}@elsewhere.test>\r\n"
-            f"Content-Type: text/plain; charset=utf-8\r\n\r\n{body}", **wish)["id"]
+            f"Content-Type: text/plain; charset=utf-8\r\n\r\n{body}", **request)["id"]
 
     def ready(self, path="Inbox"):
         """The id of a folder that the client has synchronised."""
@@ -226,40 +211,9 @@ class ServerTest(unittest.TestCase):
         return folder
 
 
-class _Result(unittest.TestResult):
-    """Prints like Qt Test, for the script that counts."""
-
-    def _print(self, word, test, more=""):
-        name = test.id().split(".")[-1].removeprefix("test")
-        print(f"{word}: easserver::{name[:1].lower()}{name[1:]}(){more}", flush=True)
-
-    def addSuccess(self, test):
-        self._print("PASS   ", test)
-
-    def addError(self, test, err):
-        super().addError(test, err)
-        self._print("FAIL!  ", test, "\n" + "".join(traceback.format_exception(*err)))
-
-    addFailure = addError
-
-    def addSubTest(self, test, subtest, err):
-        if err is not None:
-            super().addError(test, err)
-            print(f"FAIL!  : easserver::{subtest.id().split('.')[-1]}\n"
-                  + "".join(traceback.format_exception(*err)), flush=True)
-
-    def addSkip(self, test, reason):
-        super().addSkip(test, reason)
-        self._print("SKIP   ", test, f" {reason}")
-
-
 def main():
     """Runs the tests of the program that was started."""
     if not shutil.which("wbxml2xml"):
         print("SKIP   : easserver::all() wbxml2xml is not installed")
         return 0
-    suite = unittest.defaultTestLoader.loadTestsFromName("__main__")
-    result = _Result()
-    suite.run(result)
-    print(f"Totals: {result.testsRun} run, {len(result.errors)} failed, {len(result.skipped)} skipped")
-    return 1 if result.errors else 0
+    return results.run("easserver")

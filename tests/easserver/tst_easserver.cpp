@@ -27,7 +27,7 @@ private slots:
     void aBrokenRuleFailsItsTest();
 };
 
-/** A client that breaks a rule, in a program of its own; what breaksRules says to do it. */
+/** A client that breaks a rule, in a process of its own; BreaksRules is set for it. */
 class BreaksARule : public QObject
 {
     Q_OBJECT
@@ -39,7 +39,7 @@ private slots:
     void thenTakesIt();
 };
 
-const char breaksRules[] = "EASSERVER_TEST_BREAKS_A_RULE";
+const char BreaksRules[] = "EASSERVER_TEST_BREAKS_A_RULE";
 
 void TestEasServer::initTestCase()
 {
@@ -231,7 +231,7 @@ void TestEasServer::aBrokenRuleFailsItsTest()
     const QString function = QString::fromLatin1(QTest::currentDataTag());
     QProcess program;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QString::fromLatin1(breaksRules), QStringLiteral("1"));
+    environment.insert(QString::fromLatin1(BreaksRules), QStringLiteral("1"));
     program.setProcessEnvironment(environment);
     program.start(QCoreApplication::applicationFilePath(), {function});
     QVERIFY(program.waitForFinished());
@@ -244,7 +244,7 @@ void TestEasServer::aBrokenRuleFailsItsTest()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    if (qEnvironmentVariableIsSet(breaksRules)) {
+    if (qEnvironmentVariableIsSet(BreaksRules)) {
         BreaksARule test;
         return QTest::qExec(&test, argc, argv);
     }

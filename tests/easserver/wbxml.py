@@ -51,9 +51,9 @@ class Node:
     def __eq__(self, other):
         return isinstance(other, Node) and (self.tag, self.children) == (other.tag, other.children)
 
-    def xml(self, longest=200):
+    def xml(self, maximum=200):
         """For people: indented XML with long content cut."""
-        return "\n".join(_xml_lines(self, 0, longest))
+        return "\n".join(_xml_lines(self, 0, maximum))
 
 
 class Raw:
@@ -80,12 +80,12 @@ class Stream:
         return self.opener()
 
 
-def _xml_lines(node, depth, longest):
+def _xml_lines(node, depth, maximum):
     pad = " " * depth
     text = node.data()
     if text:
-        shown = text[:longest].decode("utf-8", "replace")
-        more = "..." if len(text) > longest else ""
+        shown = text[:maximum].decode("utf-8", "replace")
+        more = "..." if len(text) > maximum else ""
         yield f"{pad}<{node.tag}>{shown}{more}</{node.tag}>"
         return
     if not node.children:
@@ -93,7 +93,7 @@ def _xml_lines(node, depth, longest):
         return
     yield f"{pad}<{node.tag}>"
     for child in node.nodes():
-        yield from _xml_lines(child, depth + 1, longest)
+        yield from _xml_lines(child, depth + 1, maximum)
     yield f"{pad}</{node.tag}>"
 
 

@@ -16,7 +16,8 @@ import traceback
 
 from mailbox import Mailbox
 from proxy import KINDS
-from world import Failure, World, await_true
+from world import World
+from waiting import Failure, await_true
 
 # Seconds that something may take once nothing is wrong any more: the daemon waits two minutes for an
 # answer, which does not come where the length of a request was garbled.
@@ -37,8 +38,8 @@ class Round:
         self.over = threading.Event()
 
     def run(self):
-        state = self.world.user("state") or {"messages": []}
-        subjects = [m["subject"] for m in state["messages"] if m["folder"] != "Trash" and not m["outbox"]
+        here = (self.world.user("messages") or {}).get("messages", [])
+        subjects = [m["subject"] for m in here if m["folder"] != "Trash" and not m["outbox"]
                     and not m["sent"] and m["subject"].startswith("Mail")]
         sides = [threading.Thread(target=self.side, args=(deed, count), daemon=True) for deed, count in (
             (lambda: self.mailbox.user_deed(subjects), self.dice.randint(7, 13)),
@@ -52,7 +53,7 @@ class Round:
         trouble.join()
         self.world.mend()
         self.settle()
-        violations = self.world.violations()
+        violations = self.world.new_violations()
         # What comes to the server garbled is not what the daemon wrote.
         if violations and not self.garbled:
             raise Failure("requests that the protocol does not allow:\n" + "\n".join(violations))
@@ -92,7 +93,7 @@ class Round:
             self.failed = True
 
     def network(self, kind):
-        self.world.proxy.longest = self.dice.choice((0.5, 3.0, 6.0))
+        self.world.proxy.maximum_delay = self.dice.choice((0.5, 3.0, 6.0))
         self.world.proxy.share = self.dice.choice((0.3, 0.6, 0.95))
         self.world.proxy.kind = kind
         self.garbled = kind == "garble-request"
@@ -169,11 +170,11 @@ class Round:
             # What has arrived must leave the outbox without anybody's help.
             arrived = set(self.mailbox.arrived())
             for message in waiting:
-                if message["given up"] and message["subject"] not in arrived:
+                if message["givenUp"] and message["subject"] not in arrived:
                     self.note(f"quiet: {message['subject']} is wanted sent all the same")
-                    self.world.user("again", message["subject"])
+                    self.world.user("sendAgain", subject=message["subject"])
             if waiting:
-                self.act("act", "transmit")
+                self.act("transmit")
                 self.synchronise(1)
             store = self.look()
             server = self.world.far("state", user="alice")
@@ -195,37 +196,41 @@ class Round:
         for message in messages:
             self.left.append(f"{message['subject']} waited in vain: {message['reason']}")
             self.mailbox.sent.discard(message["subject"])
-            self.world.user("discard", message["subject"])
+            self.world.user("remove", subject=message["subject"], locally=True, unknown=True)
 
     def synchronise(self, attempt):
         """At first as a person does, who may have done it a moment ago; then past the message server."""
-        self.act(*(("act", "sync") if attempt == 0 else ("resync",)))
+        self.act("synchronize" if attempt == 0 else "daemonSync")
 
-    def act(self, *what):
+    def act(self, what):
         began = time.monotonic()
-        answer = self.world.user(*what, PATIENCE, patience=PATIENCE + 30)
-        self.note(f"quiet: {' '.join(what)} {answer} after {time.monotonic() - began:.1f} s")
-        if not answer or not answer["ended"]:
+        answer = self.world.user(what, seconds=PATIENCE, patience=PATIENCE + 30)
+        self.note(f"quiet: {what} {answer} after {time.monotonic() - began:.1f} s")
+        if not answer or not answer.get("ended"):
             raise Failure(f"{what} did not end within {PATIENCE} s: {answer}")
 
     def look(self):
-        store = self.world.user("state")
-        if not store or not store["ok"]:
+        store, folders = self.world.user("messages", content=True), self.world.user("folders")
+        if not store or not folders or not store.get("readable") or not folders["ok"]:
             raise Failure(f"the mail store cannot be read: {store}")
-        return store
+        return {**store, "folders": [folder["path"] for folder in folders["folders"]]}
 
     def require_rest(self):
-        for what in ("idle", "alive"):
-            answer = self.world.user(what, 60, patience=PATIENCE)
+        for what in ("awaitIdle", "awaitNoRequest"):
+            answer = self.world.user(what, seconds=60, patience=PATIENCE)
             if not answer or not answer["ok"]:
                 raise Failure(f"not at rest ({what}): {answer}")
 
 
+EVERY_KIND = [*KINDS, *(f"kill-{who}" for who in PROCESSES), *(f"stop-{who}" for who in PROCESSES),
+              "bus-restart", "store-locked", "clock", "several", "disk-full"]
+
+
 def all_kinds(world):
-    kinds = list(KINDS)
-    kinds += [f"kill-{who}" for who in PROCESSES] + [f"stop-{who}" for who in PROCESSES]
-    kinds += ["bus-restart", "store-locked", "clock", "several", "several"]
-    return kinds + (["disk-full"] if world.has_small_store else [])
+    """What one turn through all kinds has; what goes wrong together twice."""
+    kinds = [kind for kind in EVERY_KIND if kind != "disk-full" or world.has_small_store]
+    kinds.insert(kinds.index("several"), "several")
+    return kinds
 
 
 def add_process_faults():
@@ -241,15 +246,15 @@ def arguments():
     parser.add_argument("--rounds", type=int, default=10000, help="how many (default: as many as the time allows)")
     parser.add_argument("--seconds", type=int, default=0, help="no round begins after that many seconds")
     parser.add_argument("--seed", type=int, default=int(os.environ.get("ORVMAIL_TEST_SEED", 0)) or random.randrange(1 << 31))
-    parser.add_argument("--kind", help="only this one")
+    parser.add_argument("--kind", choices=EVERY_KIND, metavar="KIND", help="only this one: " + ", ".join(EVERY_KIND))
     parser.add_argument("--keep-going", action="store_true", help="go on after a finding, in a new world")
     return parser.parse_args()
 
 
-def new_world(wish, seed):
-    world = World(wish.build, seed)
+def new_world(settings, seed):
+    world = World(settings.build, seed)
     try:
-        world.add_account()
+        world.add_account("--push", "on", port=world.proxy.port)
         mailbox = Mailbox(world, random.Random(seed))
         for _ in range(20):
             mailbox.deliver()
@@ -262,21 +267,24 @@ def new_world(wish, seed):
 
 
 def main():
-    wish = arguments()
+    settings = arguments()
     add_process_faults()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
-    print(f"ORVMAIL_TEST_SEED={wish.seed}", flush=True)
-    plan, began, done, failed = random.Random(wish.seed), time.monotonic(), {}, 0
-    world, mailbox = new_world(wish, wish.seed)
+    print(f"ORVMAIL_TEST_SEED={settings.seed}", flush=True)
+    plan, began, done, failed = random.Random(settings.seed), time.monotonic(), {}, 0
+    world, mailbox = new_world(settings, settings.seed)
     if not world.has_small_store:
         print("SKIP   : faults::disk_full() no small file system can be mounted here")
+    if settings.kind == "disk-full" and not world.has_small_store:
+        world.close()
+        return 1
     try:
         kinds = []
-        for number in range(1, wish.rounds + 1):
-            if wish.seconds and time.monotonic() - began > wish.seconds:
+        for number in range(1, settings.rounds + 1):
+            if settings.seconds and time.monotonic() - began > settings.seconds:
                 break
             if not kinds:
-                kinds = [wish.kind] if wish.kind else plan.sample(all_kinds(world), len(all_kinds(world)))
+                kinds = [settings.kind] if settings.kind else plan.sample(all_kinds(world), len(all_kinds(world)))
             one = Round(world, mailbox, plan.randrange(1 << 31), kinds.pop())
             start = time.monotonic()
             try:
@@ -290,18 +298,18 @@ def main():
                     done[one.kind] = done.get(one.kind, 0) + 1
             except Failure as failure:
                 failed += 1
-                print(f"FAIL!  : faults::round_{number}({one.kind}) seed {wish.seed}\n{failure}\n" +
+                print(f"FAIL!  : faults::round_{number}({one.kind}) seed {settings.seed}\n{failure}\n" +
                       "\n".join(one.deeds) + f"\n{world.logs(20)}\nall logs: {world.keep_logs()}", flush=True)
-                if not wish.keep_going:
+                if not settings.keep_going:
                     break
                 world.close()
-                world, mailbox = new_world(wish, plan.randrange(1 << 31))
+                world, mailbox = new_world(settings, plan.randrange(1 << 31))
     finally:
         world.close()
     for kind, count in sorted(done.items()):
         name = f"faults::{kind.replace('-', '_')}()"
         print(f"PASS   : {name}\nRACE   : {name} {count} rounds")
-    print(f"{sum(done.values())} rounds passed, {failed} failed, seed {wish.seed}")
+    print(f"{sum(done.values())} rounds passed, {failed} failed, seed {settings.seed}")
     return 1 if failed or not done else 0
 
 

@@ -8,7 +8,8 @@ import hashlib
 
 FOLDERS = ("Inbox", "Work", "Archive/2026", "Junk")
 NOT_MAIL = ("Calendar", "Contacts")
-EFFECTS = {"read": ("read", True), "unread": ("read", False), "flag": ("flagged", True), "unflag": ("flagged", False)}
+# What a deed does to a message: the name of what it changes, and to what.
+EFFECTS = {"read": ("read", True), "unread": ("read", False), "flag": ("important", True), "unflag": ("important", False)}
 
 
 class Mailbox:
@@ -17,7 +18,7 @@ class Mailbox:
     def __init__(self, world, dice):
         self.world, self.dice = world, dice
         self.numbers = 0
-        # What was delivered: the digests of its text and of its attachment.
+        # What was delivered: its text without what line ends may do to it, and its attachment's digest.
         self.delivered = {}
         self.deleted, self.sent = set(), set()
         self.forget()
@@ -58,10 +59,10 @@ class Mailbox:
         text = "".join(self.dice.choices("abcdefgh \n", k=self.dice.choice((50, 3000, 30000))))
         head = (f"From: Bob <bob@example.test>\r\nTo: alice@example.test\r\nSubject: {subject}\r\n"
                 f"Message-ID: <{subject.replace(' ', '.')}@example.test>\r\nMIME-Version: 1.0\r\n")
-        digests = [hashlib.sha1("".join(text.split()).encode()).hexdigest(), None]
+        content = ["".join(text.split()), None]
         if self.dice.random() < 0.3:
             attachment = self.dice.randbytes(40000)
-            digests[1] = hashlib.sha1(attachment).hexdigest()
+            content[1] = hashlib.sha256(attachment).hexdigest()
             data = base64.encodebytes(attachment).decode()
             text = ("Content-Type: multipart/mixed; boundary=limit\r\n\r\n--limit\r\n\r\n" + text +
                     "\r\n--limit\r\nContent-Type: application/octet-stream; name=data.bin\r\n"
@@ -71,7 +72,7 @@ class Mailbox:
             text = "\r\n" + text
         folder = self.dice.choice(FOLDERS)
         if self.world.far("deliver", user="alice", folder=folder, message=head + text):
-            self.delivered[subject] = digests
+            self.delivered[subject] = content
         return f"far deliver {subject} to {folder}"
 
     def far_messages(self):
@@ -83,35 +84,42 @@ class Mailbox:
         deed = self.dice.choice((*EFFECTS, "move", "delete", "send", "send", "fetch", "fetch", "sync", "sync",
                                  "export"))
         if deed in ("sync", "export"):
-            self.world.user("act", deed, 5, patience=8)
+            self.world.user({"sync": "synchronize", "export": "exportUpdates"}[deed], seconds=5, patience=8)
             return f"user {deed}"
         if deed == "send" or not subjects:
             return self.send()
         subject = self.dice.choice(subjects)
         target = self.dice.choice(FOLDERS)
         if deed == "fetch":
-            self.world.user("fetch", subject, 5, patience=8)
+            self.world.user("fetch", subject=subject, seconds=5, patience=8)
             return f"user fetch {subject}"
         if deed == "delete":
             self.deleted.add(subject)
             self.contested.add(subject)
         if deed == "move":
             self.by_user.setdefault(subject, {})["folder"] = target
-        answer = self.world.user(deed, subject, target, patience=8)
+        name, value = EFFECTS.get(deed, ("folder", target))
+        if deed in EFFECTS:
+            answer = self.change("flag", subject, **{"set" if value else "clear": [name]})
+        else:
+            answer = self.change({"delete": "remove"}.get(deed, deed), subject, target=target)
         if not answer or not answer["ok"]:
             # The store may have taken a part of it, or all.
             self.contested.add(subject)
         else:
-            name, value = EFFECTS.get(deed, ("folder", target))
             self.by_user.setdefault(subject, {})[name] = value
         return f"user {deed} {subject} {target if deed == 'move' else ''}".rstrip()
 
+    def change(self, do, subject, **arguments):
+        return self.world.user(do, subject=subject, locally=True, patience=8, **arguments)
+
     def send(self):
         subject = self.new_subject("Sent")
-        answer = self.world.user("compose", subject, "bob@example.test", patience=8)
+        answer = self.world.user("compose", subject=subject, to=["bob@example.test"],
+                                 text="Written in troubled times.\n", patience=8)
         if answer and answer["ok"]:
             self.sent.add(subject)
-        self.world.user("act", "transmit", 5, patience=8)
+        self.world.user("transmit", seconds=5, patience=8)
         return f"user send {subject}"
 
     # --- what must be
@@ -125,7 +133,7 @@ class Mailbox:
     def disagreement(server, store):
         there = collections.Counter((f["path"], m["subject"], m["read"], m["flag"] == 2)
                                     for f in server["folders"] if f["path"] not in NOT_MAIL for m in f["messages"])
-        here = collections.Counter((m["folder"], m["subject"], m["read"], m["flagged"])
+        here = collections.Counter((m["folder"], m["subject"], m["read"], m["important"])
                                    for m in store["messages"] if not m["outbox"])
         folders = {f["path"] for f in server["folders"] if f["path"] not in NOT_MAIL} ^ set(store["folders"])
         return ([f"only at the server: {one}" for one in (there - here).elements()] +
@@ -144,18 +152,18 @@ class Mailbox:
         found = []
         for message in store["messages"]:
             text, attachment = self.delivered.get(message["subject"], (None, None))
-            if text and message["whole"] and message["text"] != text:
+            if text and message["complete"] and "".join(message["text"].split()) != text:
                 found.append(f"{message['subject']} has another text than was delivered")
-            if attachment and [d for d in message["attachments"] if d != attachment]:
+            if attachment and [part for part in message["attachments"] if part["here"] and part["sha256"] != attachment]:
                 found.append(f"{message['subject']} has another attachment than was delivered")
         return found
 
     def undone(self, server):
         """What the person did, and no other client touched, and is not so at the server."""
-        found = {m["subject"]: dict(m, folder=f["path"], flagged=m["flag"] == 2)
+        found = {m["subject"]: dict(m, folder=f["path"], important=m["flag"] == 2)
                  for f in server["folders"] for m in f["messages"]}
         return [f"{subject} should be {wanted}, is {found.get(subject, {}).get('folder')} "
-                f"read {found.get(subject, {}).get('read')} flagged {found.get(subject, {}).get('flagged')}"
+                f"read {found.get(subject, {}).get('read')} flagged {found.get(subject, {}).get('important')}"
                 for subject, wanted in self.by_user.items() if subject not in self.contested
                 and any(found.get(subject, {}).get(name) != value for name, value in wanted.items())]
 

@@ -20,7 +20,7 @@ class Gone(Exception):
 class Proxy(socketserver.ThreadingTCPServer):
     """Hands every request on to `target`, a port of this machine.
 
-    While `kind` names a fault, `share` of the requests meet it; longest is how many seconds a delay or a
+    While `kind` names a fault, `share` of the requests meet it; maximum_delay is how many seconds a delay or a
     silence lasts at most."""
 
     daemon_threads = True
@@ -32,7 +32,7 @@ class Proxy(socketserver.ThreadingTCPServer):
         super().__init__(("127.0.0.1", 0), Connection)
         self.target = target
         self.random = random.Random(seed)
-        self.kind, self.share, self.longest = None, 0.5, 3.0
+        self.kind, self.share, self.maximum_delay = None, 0.5, 3.0
         self.met = 0
         threading.Thread(target=self.serve_forever, daemon=True).start()
 
@@ -96,22 +96,22 @@ class Connection(socketserver.BaseRequestHandler):
     def serve(self, request, fault):
         dice, is_ping = self.server.random, b"Cmd=Ping" in request[:1024]
         if fault == "delay":
-            time.sleep(dice.uniform(0, self.server.longest))
+            time.sleep(dice.uniform(0, self.server.maximum_delay))
         elif fault == "drop-request":
-            time.sleep(dice.uniform(0, self.server.longest))
+            time.sleep(dice.uniform(0, self.server.maximum_delay))
             raise Gone
         elif fault == "cut-request":
             self.cut_request(request[:dice.randrange(len(request))])
             raise Gone
         elif fault == "garble-request":
-            # What the server reads as another wish than the user's would be no fault that anybody can find.
+            # What the server reads as another request than the user's would be no fault that anybody can find.
             head = request.find(b"\r\n\r\n")
             request = self.garbled(request[:head]) + request[head:head + 4] + dice.randbytes(len(request) - head - 4)
         elif fault == "repeat" and not is_ping:
             self.answer_to(request)
         answer = self.answer_to(request)
         if fault == "drop-answer":
-            time.sleep(dice.uniform(0, self.server.longest))
+            time.sleep(dice.uniform(0, self.server.maximum_delay))
             raise Gone
         if fault == "cut-answer":
             self.request.sendall(answer[:dice.randrange(len(answer))])
@@ -179,7 +179,7 @@ class Connection(socketserver.BaseRequestHandler):
         size = -(-len(answer) // pieces)
         for at in range(0, len(answer), size):
             self.request.sendall(answer[at:at + size])
-            time.sleep(self.server.longest / 30)
+            time.sleep(self.server.maximum_delay / 30)
 
     @staticmethod
     def hang_up(connection):

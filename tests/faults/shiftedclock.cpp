@@ -2,7 +2,9 @@
 //
 // A clock that is set forward and back: the wall clock of the program that this library is
 // preloaded into goes wrong by as many seconds as the file FAULTS_CLOCK says, at any moment. The
-// monotonic clock is left alone, as it is when somebody sets a real one.
+// monotonic clock is left alone, as it is when somebody sets a real one. With FAULTS_ASLEEP, so
+// many seconds have gone by while the machine slept: the clock that goes on meanwhile tells so,
+// too.
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
@@ -19,9 +21,8 @@ const volatile long *shiftInFile()
     static const long none = 0;
     const char *name = std::getenv("FAULTS_CLOCK");
     const int file = name ? ::open(name, O_RDONLY | O_CLOEXEC) : -1;
-    if (file < 0) {
+    if (file < 0)
         return &none;
-    }
     void *map = ::mmap(nullptr, sizeof(long), PROT_READ, MAP_SHARED, file, 0);
     ::close(file);
     return map == MAP_FAILED ? &none : static_cast<const volatile long *>(map);
@@ -33,9 +34,11 @@ long shift()
     return *seconds;
 }
 
-bool isWallClock(clockid_t id)
+bool isShifted(clockid_t id)
 {
-    return id == CLOCK_REALTIME || id == CLOCK_REALTIME_COARSE;
+    static const bool hasSlept = std::getenv("FAULTS_ASLEEP") != nullptr;
+    return id == CLOCK_REALTIME || id == CLOCK_REALTIME_COARSE
+        || (hasSlept && id == CLOCK_BOOTTIME);
 }
 
 } // namespace
@@ -47,9 +50,8 @@ __attribute__((visibility("default"))) int clock_gettime(clockid_t id, timespec 
     static const auto real =
         reinterpret_cast<int (*)(clockid_t, timespec *)>(dlsym(RTLD_NEXT, "clock_gettime"));
     const int result = real(id, time);
-    if (result == 0 && isWallClock(id)) {
+    if (result == 0 && isShifted(id))
         time->tv_sec += shift();
-    }
     return result;
 }
 
@@ -58,9 +60,8 @@ __attribute__((visibility("default"))) int gettimeofday(timeval *time, void *zon
     static const auto real =
         reinterpret_cast<int (*)(timeval *, void *)>(dlsym(RTLD_NEXT, "gettimeofday"));
     const int result = real(time, zone);
-    if (result == 0) {
+    if (result == 0)
         time->tv_sec += shift();
-    }
     return result;
 }
 
@@ -68,9 +69,8 @@ __attribute__((visibility("default"))) time_t time(time_t *result) noexcept
 {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    if (result) {
+    if (result)
         *result = now.tv_sec;
-    }
     return now.tv_sec;
 }
 }

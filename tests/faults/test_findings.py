@@ -2,15 +2,18 @@
 """What the rounds look for is found: each wrong state of the two sides by its own finding."""
 import base64
 import copy
+import os
 import random
+import subprocess
 import sys
 import unittest
 
+import results
 from mailbox import Mailbox
 
 MAIL = {"id": "1", "subject": "Mail 1", "read": False, "flag": 0}
-COPY = {"folder": "Inbox", "subject": "Mail 1", "read": False, "flagged": False, "outbox": False, "sent": False,
-        "whole": True, "text": "t", "attachments": ["a"], "reason": ""}
+COPY = {"folder": "Inbox", "subject": "Mail 1", "read": False, "important": False, "outbox": False, "sent": False,
+        "complete": True, "text": "t", "attachments": [{"here": True, "sha256": "a"}], "reason": ""}
 
 
 class Witness:
@@ -19,7 +22,7 @@ class Witness:
     def __init__(self):
         self.subjects = []
 
-    def far(self, _, **wish):
+    def far(self, _, **request):
         return {"sent": [{"mime": base64.b64encode(f"Subject: {s}\r\n\r\n".encode())} for s in self.subjects]}
 
 
@@ -65,8 +68,8 @@ class Findings(unittest.TestCase):
         self.store["messages"] *= 2
         self.assertIn("Mail 1 is at the server 2 times", self.found())
 
-    def test_wish_not_fulfilled(self):
-        self.mailbox.by_user["Mail 1"] = {"flagged": True}
+    def test_change_not_carried_out(self):
+        self.mailbox.by_user["Mail 1"] = {"important": True}
         self.assertIn("Mail 1 should be", self.found())
         self.mailbox.contested.add("Mail 1")
         self.assertEqual(self.found(), "")
@@ -74,7 +77,7 @@ class Findings(unittest.TestCase):
     def test_damaged_content(self):
         self.store["messages"][0]["text"] = "other"
         self.assertIn("another text", self.found())
-        self.store["messages"][0].update(text="t", attachments=["b"])
+        self.store["messages"][0].update(text="t", attachments=[{"here": True, "sha256": "b"}])
         self.assertIn("another attachment", self.found())
 
     def test_sending(self):
@@ -91,18 +94,14 @@ class Findings(unittest.TestCase):
         self.assertIn("arrived 2 times", self.found())
 
 
-class Result(unittest.TextTestResult):
-    """Prints as Qt Test does."""
-
-    def addSuccess(self, test):
-        super().addSuccess(test)
-        print(f"PASS   : faults::{test.id().rpartition('.')[2]}()", flush=True)
-
-    def addFailure(self, test, error):
-        super().addFailure(test, error)
-        print(f"FAIL!  : faults::{test.id().rpartition('.')[2]}()", flush=True)
+class Arguments(unittest.TestCase):
+    def test_a_kind_that_there_is_not(self):
+        program = [sys.executable, "-B", os.path.dirname(os.path.abspath(__file__)), "nowhere"]
+        run = subprocess.run([*program, "--kind", "kill-deamon"], capture_output=True, text=True)
+        self.assertEqual((run.returncode, run.stdout), (2, ""))
+        self.assertIn("--kind: invalid choice: 'kill-deamon'", run.stderr)
+        self.assertIn("kill-daemon", run.stderr)
 
 
 if __name__ == "__main__":
-    runner = unittest.TextTestRunner(resultclass=Result, verbosity=0)
-    sys.exit(not runner.run(unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__])).wasSuccessful())
+    sys.exit(results.run("faults"))

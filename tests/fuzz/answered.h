@@ -17,9 +17,8 @@ public:
     {
         const std::unique_ptr<Eas::AnswerParser> parser(this->newParser());
         for (int i = 0; i < bytes.size(); i += step) {
-            if (!parser->feed(bytes.mid(i, step))) {
+            if (!parser->feed(bytes.mid(i, step)))
                 break;
-            }
         }
         if (!parser->finish()) {
             REQUIRE(parser->isUntouched() || !parser->errorString().isEmpty());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Calls of the daemon's interface with any arguments, over a real bus to both halves of the daemon
+// Calls of the daemon's interface with any arguments, over a real bus to both threads of the daemon
 // as they are: each is answered, what it began is ended once, and the mail stays where it is.
 #include "asclient/asdbusinterface.h"
 #include "daemon/bus/front.h"
@@ -31,7 +31,7 @@ StoreFixture::Account accountAt(const ScriptedServer &server)
     return settings;
 }
 
-/** The daemon's halves in their threads, and an account whose server allows nothing. */
+/** The daemon in its two threads, and an account whose server allows nothing. */
 class World
 {
 public:
@@ -71,7 +71,7 @@ World::World()
 
 void World::addMail()
 {
-    Eas::SyncWindow window = Items::window(QStringLiteral("in"), QStringLiteral("2"));
+    Eas::SyncWindow window = Items::window(Items::InboxId, QStringLiteral("2"));
     Eas::MailItem item = Items::item(QStringLiteral("in:1"));
     item.attachments = {Items::attachment(QStringLiteral("plan.pdf"), QStringLiteral("reference"))};
     window.added = {item};
@@ -146,12 +146,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static auto *world = new World;
     world->deliver(QByteArray(reinterpret_cast<const char *>(data), int(size)));
-    return 0;
-}
-
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    qputenv("QT_LOGGING_RULES", "*=false");
-    new QCoreApplication(*argc, *argv);
     return 0;
 }

@@ -62,9 +62,8 @@ Outcome decode(const QByteArray &text, int step)
 {
     Base64Decoder decoder;
     Outcome outcome;
-    for (int i = 0; i < text.size(); i += step) {
+    for (int i = 0; i < text.size(); i += step)
         outcome.bytes += decoder.decode(text.mid(i, step));
-    }
     outcome.ok = decoder.isValid();
     outcome.complete = decoder.isComplete();
     return outcome;
@@ -76,9 +75,8 @@ void base64(const QByteArray &text, int step)
     const Outcome pieces = decode(text, step);
     REQUIRE(whole.ok == pieces.ok && whole.complete == pieces.complete);
     REQUIRE(whole.bytes == pieces.bytes);
-    if (whole.complete) {
+    if (whole.complete)
         REQUIRE(whole.bytes == QByteArray::fromBase64(text));
-    }
     const Outcome back = decode(text.toBase64(), step);
     REQUIRE(back.complete && back.bytes == text);
 }
@@ -87,9 +85,8 @@ void base64(const QByteArray &text, int step)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    if (size == 0) {
+    if (size == 0)
         return 0;
-    }
     const QByteArray bytes(reinterpret_cast<const char *>(data) + 1, int(size) - 1);
     (data[0] & 1 ? base64 : gzip)(bytes, 1 + (data[0] >> 1));
     return 0;

@@ -51,10 +51,3 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         checkAnswer(bytes);
     return 0;
 }
-
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    qputenv("QT_LOGGING_RULES", "*=false");
-    new QCoreApplication(*argc, *argv);
-    return 0;
-}

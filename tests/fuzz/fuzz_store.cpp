@@ -8,10 +8,7 @@
 #include "tests/fuzz/answered.h"
 #include "tests/store/items.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <qmailstore.h>
-#include <QTemporaryDir>
 
 using namespace Eas;
 
@@ -32,16 +29,16 @@ void removeMessages()
 void sync(const QByteArray &bytes)
 {
     SyncRequest request;
-    request.collectionId = QStringLiteral("mail%2Falice0001");
+    request.collectionId = "mail%2Falice0001"_folder;
     request.syncKey = QStringLiteral("1");
     request.body.truncation = -1;
     Answered<SyncCommand> command(nullptr, QList<SyncRequest> {request});
     if (!command.answer(bytes, qMax(1, bytes.size())).ok())
         return;
     for (SyncWindow window : command.windows()) {
-        if (window.status != 1)
+        if (!window.result.ok())
             continue;
-        window.collectionId = QStringLiteral("in");
+        window.collectionId = Items::InboxId;
         const int added = window.added.size() + window.changed.size();
         account().write(window);
         // The same once more, as after a lost key: nothing is there twice.
@@ -60,12 +57,12 @@ void folderSync(const QByteArray &bytes)
         return;
     FolderChanges changes = command.changes();
     Store::FolderWriter(account().db, account().id, changes).run();
-    const auto known = account().db.folders(account().id);
+    const auto known = account().folders.all();
     for (const Store::FolderState &state : known)
         REQUIRE(QMailFolder(state.folderId).parentAccountId() == account().id);
     // Everything goes, for the next input to begin as this one did.
     FolderChanges back = Items::usualFolders();
-    QSet<QString> usual;
+    QSet<FolderId> usual;
     for (const FolderRecord &folder : qAsConst(back.added))
         usual.insert(folder.serverId);
     FolderChanges removal;
@@ -89,14 +86,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         sync(bytes);
     else
         folderSync(bytes);
-    return 0;
-}
-
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    qputenv("QT_LOGGING_RULES", "*=false");
-    static const QTemporaryDir place;
-    qputenv("QMF_DATA", place.path().toLocal8Bit());
-    new QCoreApplication(*argc, *argv);
     return 0;
 }

@@ -33,14 +33,12 @@ public:
         lock.l_whence = SEEK_SET;
         REQUIRE(fcntl(m_file.descriptor(), F_OFD_SETLK, &lock) == 0);
         REQUIRE(ftruncate(m_file.descriptor(), 0) == 0);
-        if (options & Sized) {
+        if (options & Sized)
             REQUIRE(ftruncate(m_file.descriptor(), sizeof(SyncInfoTable)) == 0);
-        }
         quint32 header[4] = {SyncInfoTable::Magic, SyncInfoTable::Version, SyncInfoTable::Capacity};
         const bool headed = options & Headed;
-        if (headed) {
+        if (headed)
             put(header, sizeof header, 0);
-        }
         put(bytes.constData(), size_t(bytes.size()), headed ? sizeof header : 0);
     }
 
@@ -63,9 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static StateFile file;
     // It reads on from what it has mapped, as the plugin's does.
     static SyncInfoShmReader reader(file.path);
-    if (size == 0 || size > sizeof(SyncInfoTable) - 16) {
+    if (size == 0 || size > sizeof(SyncInfoTable) - 16)
         return 0;
-    }
     const int options = data[0] & Whole;
     const QByteArray bytes(reinterpret_cast<const char *>(data) + 1, int(size) - 1);
     file.write(bytes, options);

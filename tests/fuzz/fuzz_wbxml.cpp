@@ -38,9 +38,8 @@ Reading Recorder::read(const QByteArray &document, int step)
         if (event == WbxmlReader::NeedData) {
             m_reader.addData(document.mid(given, step));
             given += step;
-            if (given >= document.size()) {
+            if (given >= document.size())
                 m_reader.finish();
-            }
         } else if (!take(event)) {
             break;
         }
@@ -80,9 +79,8 @@ bool Recorder::take(WbxmlReader::Event event)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    if (size == 0) {
+    if (size == 0)
         return 0;
-    }
     const QByteArray document(reinterpret_cast<const char *>(data) + 1, int(size) - 1);
     const Reading whole = Recorder().read(document, document.size() + 1);
     const Reading pieces = Recorder().read(document, 1 + data[0] % 64);

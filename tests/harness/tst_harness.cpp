@@ -7,11 +7,10 @@
 #include <QDateTime>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QSignalSpy>
-#include <QTest>
-
 #include <qmailaccountconfiguration.h>
 #include <qmailstore.h>
+#include <QSignalSpy>
+#include <QTest>
 
 using namespace Activesync;
 using Answer = ScriptedDaemon::Answer;

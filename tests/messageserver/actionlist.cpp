@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/messageserver/actionlist.h"
 
-#include <QTest>
+#include "tests/support/patience.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ ActionList::ActionList()
 
 bool ActionList::waitUntilReady()
 {
-    return QTest::qWaitFor([this] { return m_ready; }, 5000);
+    return QTest::qWaitFor([this] { return m_ready; }, PatienceMs);
 }
 
 QList<ActionList::Entry> ActionList::markers() const

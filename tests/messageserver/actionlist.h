@@ -3,9 +3,8 @@
 #define TESTS_MESSAGESERVER_ACTIONLIST_H
 
 #include <QList>
-#include <QObject>
-
 #include <qmailserviceaction.h>
+#include <QObject>
 
 /**
  * What a client sees of all actions of the message server, its own and others': the list that a

@@ -8,7 +8,6 @@
 #include "tests/support/actionwatcher.h"
 
 #include <QCoreApplication>
-
 #include <qmailmessageserver.h>
 
 #include <stdio.h>

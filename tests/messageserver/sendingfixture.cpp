@@ -1,26 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/messageserver/sendingfixture.h"
 
-#include <QTest>
-
 #include <qmailmessageremovalrecord.h>
 #include <qmailstore.h>
+#include <QTest>
 
 namespace {
 
-/** Asked of the database: a client's copies of what the server changes can be older. */
-bool has(const QMailMessageId &id, quint64 flag)
-{
-    return QMailStore::instance()->countMessages(
-               QMailMessageKey::id(id)
-               & QMailMessageKey::status(flag, QMailDataComparator::Includes))
-        > 0;
-}
-
 QString stateOf(const QMailMessageId &id)
 {
-    const bool waiting = has(id, QMailMessage::Outbox);
-    const bool sent = has(id, QMailMessage::Sent);
+    const bool waiting = StoreFixture::hasStatus(id, QMailMessage::Outbox);
+    const bool sent = StoreFixture::hasStatus(id, QMailMessage::Sent);
     return waiting && sent ? QStringLiteral("contradictory")
         : waiting          ? QStringLiteral("waiting")
         : sent             ? QStringLiteral("sent")

@@ -3,15 +3,12 @@
 
 #include "tests/messageserver/actionlist.h"
 
-#include <QTest>
-
 #include <qmailstore.h>
+#include <QTest>
 
 void ServerFixture::initTestCase()
 {
-    if (!MessageServer::isInstalled())
-        QSKIP("messageserver5 is not installed");
-    QVERIFY(MessageServer::hasPlugin());
+    MessageServer::require();
 }
 
 void ServerFixture::init()
@@ -45,7 +42,9 @@ QMailAccountId ServerFixture::addSecondAccount() const
     const QMailAccountId id = StoreFixture::addAccount(settings);
     const QString line =
         QStringLiteral("Registering service: \"orvmail\" for account: %1\n").arg(id.toULongLong());
-    if (!QTest::qWaitFor([&] { return m_server->log().contains(line); }, 15000))
+    // The line comes before all of the service is there.
+    if (!QTest::qWaitFor([&] { return m_server->log().contains(line); }, PatienceMs)
+        || !m_server->settle())
         qWarning("the message server did not take the second account");
     return id;
 }
@@ -75,19 +74,37 @@ void ServerFixture::settle()
         qWarning("the message server tells no list of actions");
 }
 
-void ServerFixture::verifySucceeded(ActionWatcher &watcher, int timeoutMs)
+void ServerFixture::announceSync()
+{
+    m_daemon->syncStarted(m_account.toULongLong());
+    m_daemon->syncCompleted(m_account.toULongLong());
+}
+
+std::unique_ptr<SyncInfoShmWriter> ServerFixture::publishProgress(int permille) const
+{
+    auto state = std::make_unique<SyncInfoShmWriter>();
+    if (!state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, permille}))
+        qWarning("the daemon's state is not published");
+    return state;
+}
+
+void ServerFixture::verifyEnded(ActionWatcher &watcher, int timeoutMs)
 {
     QVERIFY(watcher.waitForEnd(timeoutMs));
-    QVERIFY2(watcher.succeeded(), qPrintable(QString::number(watcher.errorCode())));
     QCOMPARE(watcher.endCount(), 1);
+}
+
+void ServerFixture::verifySucceeded(ActionWatcher &watcher, int timeoutMs)
+{
+    verifyEnded(watcher, timeoutMs);
+    QVERIFY2(watcher.succeeded(), qPrintable(QString::number(watcher.errorCode())));
 }
 
 void ServerFixture::verifyFailed(ActionWatcher &watcher, int code, int timeoutMs)
 {
-    QVERIFY(watcher.waitForEnd(timeoutMs));
+    verifyEnded(watcher, timeoutMs);
     QVERIFY(!watcher.succeeded());
     QCOMPARE(watcher.errorCode(), code);
-    QCOMPARE(watcher.endCount(), 1);
 }
 
 void ServerFixture::verifyNextAction()
@@ -99,8 +116,7 @@ void ServerFixture::verifyNextAction()
     Retrieval next;
     const auto call = startFolders(next);
     QCOMPARE(call.accountId(), m_account.toULongLong());
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(next.watcher);
+    succeed(next, call);
     QVERIFY(m_server->isAlive());
     QVERIFY(!m_server->log().contains(QLatin1String("ERROR: AddressSanitizer")));
     QVERIFY(!m_server->log().contains(QLatin1String("runtime error:")));

@@ -2,14 +2,14 @@
 #ifndef TESTS_MESSAGESERVER_SERVERFIXTURE_H
 #define TESTS_MESSAGESERVER_SERVERFIXTURE_H
 
+#include "asclient/syncinfoshmwriter.h"
 #include "tests/support/actionwatcher.h"
 #include "tests/support/messageserver.h"
 #include "tests/support/scripteddaemon.h"
 #include "tests/support/storefixture.h"
 
-#include <QObject>
-
 #include <qmailserviceaction.h>
+#include <QObject>
 
 #include <memory>
 
@@ -25,14 +25,15 @@ using Retrieval = Watched<QMailRetrievalAction>;
 
 /**
  * The plugin in the real message server, between a real client and a scripted daemon: what the
- * tests of all topics begin and end with. Every test ends with a message server that is alive and
- * does the next action; see cleanup().
+ * tests of all topics begin and end with. They prove what a person sees; the tests of the plugin
+ * alone (tests/plugin) prove what no client can see or bring about. Every test ends with a message
+ * server that is alive and does the next action; see cleanup().
  */
 class ServerFixture : public QObject
 {
     Q_OBJECT
 
-private slots:
+protected slots:
     void initTestCase();
     void init();
     void cleanup();
@@ -57,10 +58,33 @@ protected:
      * and this process what the server told then: a test can assert that nothing happened.
      */
     void settle();
+    /** A whole synchronisation of the daemon's own, over at once. */
+    void announceSync();
+    /** The daemon's state while the result lives: that it synchronises the account, and how far. */
+    std::unique_ptr<SyncInfoShmWriter> publishProgress(int permille) const;
+    /** Makes the waiting action ask the daemon after its requests within two ticks of its timer. */
+    std::unique_ptr<SyncInfoShmWriter> pollSoon() const { return publishProgress(999); }
+
+    /** It ended, and once. */
+    void verifyEnded(ActionWatcher &watcher, int timeoutMs = PatienceMs);
     /** It ended once, and well. */
-    void verifySucceeded(ActionWatcher &watcher, int timeoutMs = 15000);
+    void verifySucceeded(ActionWatcher &watcher, int timeoutMs = PatienceMs);
     /** It ended once, with that code. */
-    void verifyFailed(ActionWatcher &watcher, int code, int timeoutMs = 15000);
+    void verifyFailed(ActionWatcher &watcher, int code, int timeoutMs = PatienceMs);
+    /** The daemon is done with the action's last request, and so the action ends well. */
+    template <typename Action>
+    void succeed(Action &it, const ScriptedDaemon::Call &call)
+    {
+        m_daemon->complete(call.requestId, 200);
+        verifySucceeded(it.watcher);
+    }
+    /** The daemon ends it with a failure, and the action ends with that code. */
+    template <typename Action>
+    void fail(Action &it, const ScriptedDaemon::Call &call, int daemonCode, int code)
+    {
+        m_daemon->complete(call.requestId, daemonCode);
+        verifyFailed(it.watcher, code);
+    }
     /** The server is alive, and an action goes to the daemon and ends once. */
     void verifyNextAction();
 

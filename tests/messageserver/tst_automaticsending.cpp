@@ -2,9 +2,8 @@
 #include "tests/messageserver/actionlist.h"
 #include "tests/messageserver/sendingfixture.h"
 
-#include <QTest>
-
 #include <qmailstore.h>
+#include <QTest>
 
 using Answer = ScriptedDaemon::Answer;
 
@@ -36,7 +35,6 @@ private slots:
 
 private:
     void startWithSentAsAFavourite();
-    void announce();
     int transmissions(const ActionList &list) const;
     void verifyNothingIsSent();
 };
@@ -51,13 +49,6 @@ void TestAutomaticSending::startWithSentAsAFavourite()
     QVERIFY(m_server->start());
 }
 
-/** A whole synchronisation of the daemon's own, over at once. */
-void TestAutomaticSending::announce()
-{
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
-}
-
 int TestAutomaticSending::transmissions(const ActionList &list) const
 {
     return int(std::count_if(
@@ -70,7 +61,7 @@ void TestAutomaticSending::verifyNothingIsSent()
 {
     ActionList list;
     QVERIFY(list.waitUntilReady());
-    announce();
+    announceSync();
     QTRY_COMPARE(logCount("Synchronize signal received for the account"), 1);
     QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 1);
     verifyNextAction();
@@ -83,7 +74,7 @@ void TestAutomaticSending::announcementSendsWhatWaits()
 {
     addOutgoing(3);
     m_daemon->answer(Answer::nextId().completing(200));
-    announce();
+    announceSync();
     QTRY_COMPARE(outbox(), QByteArray());
     QCOMPARE(m_daemon->callCount("sendMail"), 3);
     QCOMPARE(logCount("Sending  3  message(s)"), 1);
@@ -115,6 +106,9 @@ void TestAutomaticSending::messageThatMustNotBeSentIsNotSent_data()
     QTest::addRow("false") << QStringLiteral("false") << true;
     QTest::addRow("empty") << QStringLiteral("") << true;
     QTest::addRow("another text") << QStringLiteral("truly") << true;
+    QTest::addRow("1") << QStringLiteral("1") << true;
+    // The mail store compares texts without regard to case.
+    QTest::addRow("TRUE") << QStringLiteral("TRUE") << false;
 }
 
 void TestAutomaticSending::messageThatMustNotBeSentIsNotSent()
@@ -130,7 +124,7 @@ void TestAutomaticSending::messageThatMustNotBeSentIsNotSent()
         return;
     }
     m_daemon->answer(Answer::nextId().completing(200));
-    announce();
+    announceSync();
     QTRY_COMPARE(outbox(), QByteArray());
 }
 
@@ -141,8 +135,10 @@ void TestAutomaticSending::heldMessageBlocksNoOther()
     held.setCustomField(QStringLiteral("dontSend"), QStringLiteral("true"));
     QVERIFY(QMailStore::instance()->updateMessage(&held));
     m_daemon->answer(Answer::nextId().completing(200));
-    announce();
-    QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+    announceSync();
+    QTRY_VERIFY(!StoreFixture::exists(ids.at(1)));
+    settle();
+    QCOMPARE(outbox(), QByteArray("A waiting"));
     QCOMPARE(m_daemon->callCount("sendMail"), 1);
     QCOMPARE(m_daemon->calls("sendMail").at(0).arguments.at(1).toULongLong(),
              ids.at(1).toULongLong());
@@ -161,17 +157,21 @@ void TestAutomaticSending::messageInTheTrashIsNotSent()
 void TestAutomaticSending::failedMessageIsTriedAtTheNextAnnouncement()
 {
     addOutgoing();
+    int failures = 0;
     for (int code : {902, 500, 901}) {
         m_daemon->answerOnce("sendMail", Answer::nextId().completing(code));
-        announce();
+        announceSync();
         QVERIFY(m_daemon->waitForCall("sendMail").isValid());
-        QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+        // It waits before the daemon has accepted it as well.
+        ++failures;
+        QTRY_COMPARE(logCount("is NOT sent and Outbox flag is restored"), failures);
+        QCOMPARE(outbox(), QByteArray("A waiting"));
         // Until the server is done with it; an earlier announcement is passed over.
         verifyNextAction();
         settle();
     }
     m_daemon->answerOnce("sendMail", Answer::nextId().completing(200));
-    announce();
+    announceSync();
     QTRY_COMPARE(outbox(), QByteArray());
 }
 
@@ -180,14 +180,15 @@ void TestAutomaticSending::secondAnnouncementDuringATransmissionSendsNothingTwic
     ActionList list;
     QVERIFY(list.waitUntilReady());
     addOutgoing();
-    announce();
+    announceSync();
     const auto call = m_daemon->waitForCall("sendMail");
     addOutgoing(QStringLiteral("B"));
-    announce();
+    announceSync();
     QTRY_COMPARE(logCount("Transmit in progress, skipping"), 1);
     m_daemon->complete(call.requestId, 200);
     QTRY_COMPARE(outbox(), QByteArray("B waiting"));
     settle();
+    QCOMPARE(outbox(), QByteArray("B waiting"));
     QCOMPARE(m_daemon->callCount("sendMail"), 1);
     QCOMPARE(transmissions(list), 1);
 }
@@ -198,7 +199,7 @@ void TestAutomaticSending::announcementDuringAClientsTransmissionSendsNothingTwi
     Transmission transmission;
     transmission.action.transmitMessages(m_account);
     const auto calls = waitForSends(2);
-    announce();
+    announceSync();
     QVERIFY(m_daemon->waitForCall("isRequestAlive").isValid());
     m_daemon->complete(calls.at(0).requestId, 200);
     m_daemon->complete(calls.at(1).requestId, 200);
@@ -213,7 +214,7 @@ void TestAutomaticSending::burstOfAnnouncementsSendsOnce()
     addOutgoing(2);
     m_daemon->answer(Answer::nextId().completing(200));
     for (int times = 0; times < 20; ++times)
-        announce();
+        announceSync();
     QTRY_COMPARE(outbox(), QByteArray());
     QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 20);
     verifyNextAction();
@@ -229,7 +230,7 @@ void TestAutomaticSending::twoAccountsSendTheirOwn()
     const QMailMessageId mine = addOutgoing();
     const QMailMessageId theirs = StoreFixture::addOutgoing(other, QStringLiteral("B"));
     m_daemon->answer(Answer::nextId().completing(200));
-    announce();
+    announceSync();
     m_daemon->syncStarted(other.toULongLong());
     m_daemon->syncCompleted(other.toULongLong());
     QTRY_COMPARE(QMailStore::instance()->countMessages(
@@ -274,14 +275,13 @@ void TestAutomaticSending::sentFolderThatIsNoFavouriteIsLeftAlone()
 {
     addOutgoing();
     Transmission transmission;
-    m_daemon->complete(startSending(transmission).requestId, 200);
-    verifySucceeded(transmission.watcher);
+    succeed(transmission, startSending(transmission));
     QTRY_COMPARE(outbox(), QByteArray());
     QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
     // No announcement is expected: the next one sends.
     addOutgoing(QStringLiteral("B"));
     m_daemon->answer(Answer::nextId().completing(200));
-    announce();
+    announceSync();
     QTRY_COMPARE(outbox(), QByteArray());
     QCOMPARE(logCount("Skipping it because it is our own signal"), 0);
 }
@@ -296,13 +296,13 @@ void TestAutomaticSending::ownAnnouncementIsSkippedOnce()
     verifySucceeded(transmission.watcher);
     QTRY_COMPARE(outbox(), QByteArray());
     addOutgoing(QStringLiteral("B"));
-    announce();
+    announceSync();
     QTRY_COMPARE(logCount("Skipping it because it is our own signal"), 1);
     verifyNextAction();
     settle();
     QCOMPARE(outbox(), QByteArray("B waiting"));
     m_daemon->answer(Answer::nextId().completing(200));
-    announce();
+    announceSync();
     QTRY_COMPARE(outbox(), QByteArray());
 }
 

@@ -15,7 +15,7 @@
 
 namespace {
 
-const QString bob = QStringLiteral("bob");
+const QString Bob = QStringLiteral("bob");
 
 QString serviceFile()
 {
@@ -79,11 +79,8 @@ private:
 
 void TestDeaths::initTestCase()
 {
-    if (!MessageServer::isInstalled())
-        QSKIP("messageserver5 is not installed");
-    if (!EasServer::isAvailable())
-        QSKIP("there is no python3 for the test server");
-    QVERIFY(MessageServer::hasPlugin());
+    EasServer::require();
+    MessageServer::require();
 }
 
 void TestDeaths::writeService(const QByteArray &command)
@@ -216,11 +213,10 @@ void TestDeaths::aSendSurvivesTheDaemon()
     QVERIFY(transmission.watcher.waitForEnd(30000));
     qInfo("the action ended after %lld ms", timer.elapsed());
     QCOMPARE(transmission.watcher.endCount(), 1);
-    QTRY_COMPARE_WITH_TIMEOUT(world().copies(bob, QStringLiteral("Hello")), 1, 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0,
-                              30000);
+    QTRY_COMPARE_WITH_TIMEOUT(world().copies(Bob, QStringLiteral("Hello")), 1, 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(!StoreFixture::exists(id), 30000);
     verifyFree();
-    QCOMPARE(world().copies(bob, QStringLiteral("Hello")), 1);
+    QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
 }
 
 void TestDeaths::aRetrievalSurvivesTheDaemon_data()
@@ -285,15 +281,15 @@ void TestDeaths::sendsToAStoppedDaemonHoldTheServerOnce()
     QVERIFY(transmission.watcher.waitForEnd(20000));
     qInfo("the action ended %lld ms after the daemon had come round", timer.elapsed());
     QVERIFY(!transmission.transmitted.isEmpty());
-    // The one that it took is sent, and the others are offered again.
+    // The one that it accepted is sent, and the others are offered again.
     for (int i = 0; i < 6; ++i)
-        QTRY_COMPARE_WITH_TIMEOUT(world().copies(bob, QString(QLatin1Char(char('A' + i)))), 1,
+        QTRY_COMPARE_WITH_TIMEOUT(world().copies(Bob, QString(QLatin1Char(char('A' + i)))), 1,
                                   20000);
     QTRY_COMPARE_WITH_TIMEOUT(QMailStore::instance()->countMessages(
                                   QMailMessageKey::id(ids, QMailDataComparator::Includes)),
                               0, 20000);
     verifyFree();
-    QCOMPARE(world().server.messages(bob, QStringLiteral("Inbox")).size(), 6);
+    QCOMPARE(world().server.messages(Bob, QStringLiteral("Inbox")).size(), 6);
 }
 
 QTEST_GUILESS_MAIN(TestDeaths)

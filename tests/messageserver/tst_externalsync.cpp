@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/actionlist.h"
 #include "tests/messageserver/serverfixture.h"
 #include "tests/support/chance.h"
@@ -16,6 +15,8 @@ class TestExternalSync : public ServerFixture
     Q_OBJECT
 
 private slots:
+    void init();
+    void cleanup();
     void appearsAsARunningActionOfTheAccountWithProgress();
     void endsWhenTheDaemonSaysSo();
     void isShownOnceForTwoStarts();
@@ -23,7 +24,6 @@ private slots:
     void doesNotAppearWhenARequestExplainsIt_data();
     void doesNotAppearWhenARequestExplainsIt();
     void endOfWhatNeverBeganEndsNothing();
-    void endOfWhatARequestExplainsDoesNotEndTheRequest();
     void endsForTheNextActionThatWaitsForIt();
     void isThereAtOnceForAServiceThatIsCreatedWhileItRuns();
     void isNotThereForAServiceThatIsCreatedAfterADeadDaemon();
@@ -38,60 +38,78 @@ private slots:
 
 private:
     ScriptedDaemon::Call startAmongSyncs(Retrieval &retrieval, QRandomGenerator &dice);
-    ActionList::Entry showMarker(ActionList &list);
+    ActionList::Entry showMarker();
     void verifyFree();
+    void waitUntilNothingRuns();
+    /** Looks at the server's actions, from now on. */
+    void observe();
+
+    std::unique_ptr<ActionList> m_list;
 };
 
-/** Starts a synchronisation and waits until it runs for the client. */
-ActionList::Entry TestExternalSync::showMarker(ActionList &list)
+void TestExternalSync::init()
 {
-    const int before = list.markers().size();
+    ServerFixture::init();
+    observe();
+}
+
+void TestExternalSync::cleanup()
+{
+    m_list.reset();
+    ServerFixture::cleanup();
+}
+
+void TestExternalSync::observe()
+{
+    m_list = std::make_unique<ActionList>();
+    QVERIFY(m_list->waitUntilReady());
+}
+
+/** Starts a synchronisation and waits until it runs for the client. */
+ActionList::Entry TestExternalSync::showMarker()
+{
+    const int before = m_list->markers().size();
     m_daemon->syncStarted(m_account.toULongLong());
     const auto runs = [&] {
-        return list.markers().size() > before
-            && list.markers().constLast().info->activity() == QMailServiceAction::InProgress;
+        return m_list->markers().size() > before
+            && m_list->markers().constLast().info->activity() == QMailServiceAction::InProgress;
     };
     if (!QTest::qWaitFor(runs, 10000))
         qWarning("no marker runs");
-    return list.markers().value(before);
+    return m_list->markers().value(before);
 }
 
 void TestExternalSync::appearsAsARunningActionOfTheAccountWithProgress()
 {
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 400}));
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    QCOMPARE(list.running(), 0);
-    showMarker(list);
-    QCOMPARE(list.entries().size(), 1);
-    QCOMPARE(list.markers().size(), 1);
-    QTRY_VERIFY(list.markers().at(0).accounts.contains(m_account));
+    const auto state = publishProgress(400);
+    QCOMPARE(m_list->running(), 0);
+    showMarker();
+    QCOMPARE(m_list->entries().size(), 1);
+    QCOMPARE(m_list->markers().size(), 1);
+    QTRY_VERIFY(m_list->markers().at(0).accounts.contains(m_account));
     // 401 of 1000 at the first tick.
-    QTRY_VERIFY(list.markers().at(0).progress.contains({401, 1000}));
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 700}));
-    QTRY_VERIFY(list.markers().at(0).progress.contains({701, 1000}));
-    QCOMPARE(list.markers().at(0).endCount(), 0);
+    QTRY_VERIFY(m_list->markers().at(0).progress.contains({401, 1000}));
+    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 700}));
+    QTRY_VERIFY(m_list->markers().at(0).progress.contains({701, 1000}));
+    QCOMPARE(m_list->markers().at(0).endCount(), 0);
     m_daemon->syncCompleted(m_account.toULongLong());
-    QTRY_COMPARE(list.running(), 0);
-    QCOMPARE(list.entries().size(), 1);
+    QTRY_COMPARE(m_list->running(), 0);
+    QCOMPARE(m_list->entries().size(), 1);
     QVERIFY(m_daemon->calls().isEmpty());
 }
 
 void TestExternalSync::endsWhenTheDaemonSaysSo()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
     for (int round = 0; round < 5; ++round) {
-        showMarker(list);
-        QCOMPARE(list.markers().size(), round + 1);
+        showMarker();
+        QCOMPARE(m_list->markers().size(), round + 1);
         m_daemon->syncCompleted(m_account.toULongLong());
-        QTRY_COMPARE(list.running(), 0);
-        QCOMPARE(list.markers().at(round).activities.last(), QMailServiceAction::Successful);
-        QCOMPARE(list.markers().at(round).endCount(), 1);
+        QTRY_COMPARE(m_list->running(), 0);
+        QCOMPARE(m_list->markers().at(round).activities.last(), QMailServiceAction::Successful);
+        QCOMPARE(m_list->markers().at(round).endCount(), 1);
         verifyFree();
     }
-    QCOMPARE(list.markers().size(), 5);
+    QCOMPARE(m_list->markers().size(), 5);
 }
 
 /** The account takes the next action, which ends once. */
@@ -100,41 +118,46 @@ void TestExternalSync::verifyFree()
     Retrieval next;
     const auto call = startFolders(next);
     QVERIFY(call.isValid());
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(next.watcher);
+    succeed(next, call);
+}
+
+/** Everything announced so far has had its marker where it needs one, and no action is left. */
+void TestExternalSync::waitUntilNothingRuns()
+{
+    settle();
+    // A marker that is still on its way to the service is in no list.
+    QTRY_COMPARE(logCount("Protocol request received"), logCount("Creating FAKE action"));
+    settle();
+    QTRY_COMPARE(m_list->running(), 0);
 }
 
 void TestExternalSync::isShownOnceForTwoStarts()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    showMarker(list);
+    showMarker();
     m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
-    QTRY_COMPARE(list.running(), 0);
+    announceSync();
+    QTRY_COMPARE(m_list->running(), 0);
     verifyFree();
-    QCOMPARE(list.markers().size(), 1);
-    QCOMPARE(list.markers().at(0).endCount(), 1);
+    QCOMPARE(m_list->markers().size(), 1);
+    QCOMPARE(m_list->markers().at(0).endCount(), 1);
 }
 
 void TestExternalSync::doesNotAppearForAnotherAccount()
 {
     const QMailAccountId other = addSecondAccount();
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
     m_daemon->syncStarted(other.toULongLong() + 7);
     m_daemon->syncStarted(other.toULongLong());
-    QTRY_COMPARE(list.markers().size(), 1);
-    QTRY_VERIFY(list.markers().at(0).accounts.contains(other));
-    QVERIFY(!list.markers().at(0).accounts.contains(m_account));
+    QTRY_COMPARE(m_list->markers().size(), 1);
+    QTRY_VERIFY(m_list->markers().at(0).accounts.contains(other));
+    QVERIFY(!m_list->markers().at(0).accounts.contains(m_account));
     m_daemon->syncCompleted(m_account.toULongLong());
     // Only the other account is busy: this one's actions run, and do not end the other's.
     verifyFree();
-    QCOMPARE(list.running(), 1);
+    settle();
+    QCOMPARE(m_list->running(), 1);
     m_daemon->syncCompleted(other.toULongLong());
-    QTRY_COMPARE(list.running(), 0);
-    QCOMPARE(list.markers().size(), 1);
+    QTRY_COMPARE(m_list->running(), 0);
+    QCOMPARE(m_list->markers().size(), 1);
 }
 
 void TestExternalSync::doesNotAppearWhenARequestExplainsIt_data()
@@ -148,8 +171,6 @@ void TestExternalSync::doesNotAppearWhenARequestExplainsIt_data()
 void TestExternalSync::doesNotAppearWhenARequestExplainsIt()
 {
     QFETCH(QString, method);
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
     Retrieval retrieval;
     if (method == QLatin1String("sync"))
         retrieval.action.retrieveAll(m_account);
@@ -163,152 +184,122 @@ void TestExternalSync::doesNotAppearWhenARequestExplainsIt()
     m_daemon->complete(call.requestId, 200);
     m_daemon->syncCompleted(m_account.toULongLong());
     verifySucceeded(retrieval.watcher);
-    QTRY_COMPARE(list.running(), 0);
+    QTRY_COMPARE(m_list->running(), 0);
     settle();
-    QCOMPARE(list.markers().size(), 0);
+    QCOMPARE(m_list->markers().size(), 0);
     QCOMPARE(logCount("Creating FAKE action"), 0);
 }
 
 void TestExternalSync::endOfWhatNeverBeganEndsNothing()
 {
+    m_daemon->syncCompleted(m_account.toULongLong());
     Retrieval retrieval;
     const auto call = startFolders(retrieval);
     m_daemon->syncCompleted(m_account.toULongLong());
     m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
     verifyFailed(retrieval.watcher, 1029);
-}
-
-void TestExternalSync::endOfWhatARequestExplainsDoesNotEndTheRequest()
-{
-    // The daemon synchronised by itself when the request came: its end is not the request's.
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    Retrieval retrieval;
-    const auto call = startFolders(retrieval);
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
-    m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
-    verifyFailed(retrieval.watcher, 1029);
-    settle();
-    QCOMPARE(list.markers().size(), 0);
+    QCOMPARE(logCount("Would not determine"), 0);
 }
 
 void TestExternalSync::endsForTheNextActionThatWaitsForIt()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    showMarker(list);
+    showMarker();
     Retrieval waiting;
     retrieveFolders(waiting);
     settle();
     QCOMPARE(m_daemon->callCount("folderSync"), 0);
     m_daemon->syncCompleted(m_account.toULongLong());
     const auto call = m_daemon->waitForCall("folderSync");
-    m_daemon->complete(call.requestId, 401);
-    verifyFailed(waiting.watcher, 1029);
-    QCOMPARE(list.markers().at(0).endCount(), 1);
+    fail(waiting, call, 401, 1029);
+    QCOMPARE(m_list->markers().at(0).endCount(), 1);
 }
 
 void TestExternalSync::isThereAtOnceForAServiceThatIsCreatedWhileItRuns()
 {
+    m_list.reset();
     QVERIFY(m_server->terminate());
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 300}));
+    const auto state = publishProgress(300);
     QVERIFY(m_server->start());
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    QTRY_COMPARE(list.markers().size(), 1);
-    QTRY_VERIFY(list.markers().at(0).progress.contains({301, 1000}));
+    observe();
+    QTRY_COMPARE(m_list->markers().size(), 1);
+    QTRY_VERIFY(m_list->markers().at(0).progress.contains({301, 1000}));
     // The daemon says of the one that runs that it began, too.
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
-    QTRY_COMPARE(list.running(), 0);
+    announceSync();
+    QTRY_COMPARE(m_list->running(), 0);
     verifyFree();
-    QCOMPARE(list.markers().size(), 1);
-    QCOMPARE(list.markers().at(0).endCount(), 1);
+    QCOMPARE(m_list->markers().size(), 1);
+    QCOMPARE(m_list->markers().at(0).endCount(), 1);
 }
 
 void TestExternalSync::isNotThereForAServiceThatIsCreatedAfterADeadDaemon()
 {
+    m_list.reset();
     QVERIFY(m_server->terminate());
     // What the daemon published ends with it.
-    auto state = std::make_unique<SyncInfoShmWriter>();
-    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 300}));
-    state.reset();
+    publishProgress(300).reset();
     QVERIFY(m_server->start());
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
+    observe();
     verifyFree();
-    QCOMPARE(list.markers().size(), 0);
+    QCOMPARE(m_list->markers().size(), 0);
 }
 
 void TestExternalSync::survivesTheDaemonsDeath()
 {
-    auto state = std::make_unique<SyncInfoShmWriter>();
-    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    showMarker(list);
-    QTRY_VERIFY(list.markers().at(0).progress.contains({1000, 1000}));
+    auto state = publishProgress(999);
+    showMarker();
+    QTRY_VERIFY(m_list->markers().at(0).progress.contains({1000, 1000}));
     m_daemon->vanish();
     state.reset();
     // Beyond the poll at the full bar it goes on: only the daemon knows of its end.
-    QTRY_VERIFY(list.markers().at(0).progress.contains({1001, 1100}));
+    QTRY_VERIFY(m_list->markers().at(0).progress.contains({1001, 1100}));
     QVERIFY(m_server->isAlive());
-    QCOMPARE(list.markers().at(0).endCount(), 0);
+    QCOMPARE(m_list->markers().at(0).endCount(), 0);
     // The next daemon's first synchronisation is the same marker's.
     QVERIFY(m_daemon->appear());
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
-    QTRY_COMPARE(list.running(), 0);
-    QCOMPARE(list.markers().size(), 1);
-    QCOMPARE(list.markers().at(0).endCount(), 1);
+    announceSync();
+    QTRY_COMPARE(m_list->running(), 0);
+    QCOMPARE(m_list->markers().size(), 1);
+    QCOMPARE(m_list->markers().at(0).endCount(), 1);
 }
 
 void TestExternalSync::isCancelledByAClient()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    showMarker(list).info->cancelOperation();
+    showMarker().info->cancelOperation();
     const auto stop = m_daemon->waitForCall("stopSync");
     QCOMPARE(stop.arguments, QVariantList({m_account.toULongLong(), 1030}));
-    QTRY_COMPARE(list.running(), 0);
-    QCOMPARE(list.markers().at(0).activities.last(), QMailServiceAction::Failed);
-    QCOMPARE(list.markers().at(0).endCount(), 1);
+    QVERIFY(stop.wantsReply);
+    QTRY_COMPARE(m_list->running(), 0);
+    QCOMPARE(m_list->markers().at(0).activities.last(), QMailServiceAction::Failed);
+    QCOMPARE(m_list->markers().at(0).endCount(), 1);
     // What the daemon says of the one that it stopped.
     m_daemon->syncCompleted(m_account.toULongLong());
     verifyFree();
-    QCOMPARE(list.markers().size(), 1);
+    QCOMPARE(m_list->markers().size(), 1);
 }
 
 void TestExternalSync::twoAccountsSynchroniseOneAfterTheOtherInTheList()
 {
     // Both markers are actions of one client, the server itself, which has one running at a time.
     const QMailAccountId other = addSecondAccount();
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    showMarker(list);
+    showMarker();
     m_daemon->syncStarted(other.toULongLong());
     QTRY_COMPARE(logCount("Creating FAKE action"), 2);
     m_daemon->syncCompleted(m_account.toULongLong());
-    QTRY_COMPARE(list.markers().size(), 2);
-    QTRY_VERIFY(list.markers().at(1).accounts.contains(other));
-    QTRY_COMPARE(list.running(), 1);
+    QTRY_COMPARE(m_list->markers().size(), 2);
+    QTRY_VERIFY(m_list->markers().at(1).accounts.contains(other));
+    QTRY_COMPARE(m_list->running(), 1);
     m_daemon->syncCompleted(other.toULongLong());
-    QTRY_COMPARE(list.running(), 0);
-    for (const ActionList::Entry &marker : list.markers())
+    QTRY_COMPARE(m_list->running(), 0);
+    for (const ActionList::Entry &marker : m_list->markers())
         QCOMPARE(marker.endCount(), 1);
 }
 
 void TestExternalSync::burstLeavesTheAccountFree()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
     qint64 worst = 0;
     for (int round = 0; round < 50; ++round) {
         m_daemon->answer(ScriptedDaemon::Answer::nextId().completing(401));
-        m_daemon->syncStarted(m_account.toULongLong());
-        m_daemon->syncCompleted(m_account.toULongLong());
+        announceSync();
         // The action meets the marker on its way, or what it left.
         if (round % 2)
             settle();
@@ -321,44 +312,38 @@ void TestExternalSync::burstLeavesTheAccountFree()
         if (QTest::currentTestFailed())
             return;
         worst = qMax(worst, timer.elapsed());
-        QTRY_COMPARE(list.running(), 0);
+        waitUntilNothingRuns();
     }
     qInfo("free again after at most %lld ms", worst);
     QVERIFY(worst < 1000);
     QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 50);
-    for (const ActionList::Entry &marker : list.markers())
+    for (const ActionList::Entry &marker : m_list->markers())
         QCOMPARE(marker.endCount(), 1);
 }
 
 void TestExternalSync::burstWhileAnActionRunsEndsNothing()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
+    // The daemon synchronised by itself when the request came: its end is not the request's.
     Retrieval retrieval;
     const auto call = startFolders(retrieval);
-    for (int times = 0; times < 10; ++times) {
-        m_daemon->syncStarted(m_account.toULongLong());
-        m_daemon->syncCompleted(m_account.toULongLong());
-    }
+    for (int times = 0; times < 10; ++times)
+        announceSync();
     m_daemon->requestCompleted(401, m_account.toULongLong(), call.requestId);
     verifyFailed(retrieval.watcher, 1029);
     settle();
-    QCOMPARE(list.markers().size(), 0);
+    QCOMPARE(m_list->markers().size(), 0);
 }
 
 void TestExternalSync::burstAndABeginningThatStays()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
+    announceSync();
     m_daemon->syncStarted(m_account.toULongLong());
     // The second one has the first one's marker or, where that was ending already, one of its own;
     // it runs until its own end.
     const auto stays = [&] {
         settle();
-        return list.running() == 1 && list.markers().constLast().endCount() == 0
-            && list.markers().constLast().info->activity() == QMailServiceAction::InProgress;
+        return m_list->running() == 1 && m_list->markers().constLast().endCount() == 0
+            && m_list->markers().constLast().info->activity() == QMailServiceAction::InProgress;
     };
     QTRY_VERIFY(stays() && stays());
     Retrieval waiting;
@@ -367,16 +352,13 @@ void TestExternalSync::burstAndABeginningThatStays()
     QCOMPARE(m_daemon->callCount("folderSync"), 0);
     m_daemon->syncCompleted(m_account.toULongLong());
     const auto call = m_daemon->waitForCall("folderSync");
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(waiting.watcher);
-    QTRY_COMPARE(list.running(), 0);
+    succeed(waiting, call);
+    QTRY_COMPARE(m_list->running(), 0);
 }
 
 /** The broadcast is in the message server already when it asks whether the request lives. */
 void TestExternalSync::endThatCrossesAPollKeepsItsOutcome()
 {
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
     for (int round = 0; round < 50; ++round) {
         Retrieval retrieval;
         const auto call = startFolders(retrieval);
@@ -387,8 +369,7 @@ void TestExternalSync::endThatCrossesAPollKeepsItsOutcome()
         if (QTest::currentTestFailed())
             return;
     }
-    settle();
-    QTRY_COMPARE(list.running(), 0);
+    waitUntilNothingRuns();
     QCOMPARE(logCount("Would not determine"), 0);
 }
 
@@ -417,8 +398,6 @@ void TestExternalSync::anyOrderEndsEachActionOnce()
 {
     constexpr int Rounds = 80;
     QRandomGenerator dice(testSeed());
-    ActionList list;
-    QVERIFY(list.waitUntilReady());
     for (int round = 0; round < Rounds; ++round) {
         Retrieval retrieval;
         const auto call = startAmongSyncs(retrieval, dice);
@@ -429,9 +408,8 @@ void TestExternalSync::anyOrderEndsEachActionOnce()
         if (QTest::currentTestFailed())
             return;
     }
-    QTRY_COMPARE(list.running(), 0);
-    settle();
-    for (const ActionList::Entry &marker : list.markers())
+    waitUntilNothingRuns();
+    for (const ActionList::Entry &marker : m_list->markers())
         QCOMPARE(marker.endCount(), 1);
     QCOMPARE(logCount("Would not determine"), 0);
     // Nor does the service wait for anything: the next action opens its waiting itself.

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/messageserver/serverfixture.h"
 
-#include <QTest>
-
 #include <qmailmessageremovalrecord.h>
 #include <qmailstore.h>
+#include <QTest>
 
 using Answer = ScriptedDaemon::Answer;
 using Storage = Watched<QMailStorageAction>;
@@ -24,7 +23,6 @@ private slots:
     void readIsDoneWhileTheDaemonIsAbsent();
     void sentMessageIsRemovedWithoutARecord();
     void sentAndReadUnderPushRemovesNothing();
-    void sentAloneRemovesNothing();
     void pushThatIsSwitchedOnIsSeenByTheRunningServer();
     void refusesNoFlags();
     void refusesNoMessages();
@@ -115,13 +113,7 @@ void TestFlags::startWithPush(const QString &value)
 
 void TestFlags::setPush(const QString &value)
 {
-    QMailAccount account(m_account);
-    const QString field = QStringLiteral("pushEnabled");
-    if (value.isNull())
-        account.removeCustomField(field);
-    else
-        account.setCustomField(field, value);
-    QVERIFY(QMailStore::instance()->updateAccount(&account));
+    StoreFixture::setCustomField(m_account, QStringLiteral("pushEnabled"), value);
 }
 
 void TestFlags::flag(Storage &storage, const QMailMessageIdList &ids, quint64 set, quint64 unset)
@@ -150,9 +142,11 @@ void TestFlags::readIsCarriedToTheServerUnderPush_data()
 void TestFlags::readIsCarriedToTheServerUnderPush()
 {
     QFETCH(bool, read);
+    const quint64 mask = QMailMessage::Read;
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+        QMailMessageKey::parentAccountId(m_account), mask, !read));
     startWithPush(QStringLiteral("1"));
     Storage storage;
-    const quint64 mask = QMailMessage::Read;
     flag(storage, {m_two, m_one, m_three}, read ? mask : 0, read ? 0 : mask);
     const auto call = m_daemon->waitForCall("syncSpecificFolders");
     // Each folder once, and already done here before the daemon is asked.
@@ -163,8 +157,7 @@ void TestFlags::readIsCarriedToTheServerUnderPush()
     settle();
     QCOMPARE(storage.watcher.endCount(), 0);
     QCOMPARE(call.arguments.at(1).toStringList().size(), 2);
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(storage.watcher);
+    succeed(storage, call);
     QCOMPARE(store(), expected);
     QCOMPARE(m_daemon->calls().size(), 1);
     QCOMPARE(call.arguments.mid(2), QVariantList({0, 5}));
@@ -173,7 +166,7 @@ void TestFlags::readIsCarriedToTheServerUnderPush()
 void TestFlags::readStaysHereWithoutPush_data()
 {
     QTest::addColumn<QString>("push");
-    for (const char *push : {"0", "true", "", "11"})
+    for (const char *push : {"0", "true", "", "11", " 1", "01"})
         QTest::addRow("push \"%s\"", push) << QString::fromLatin1(push);
     QTest::addRow("no push") << QString();
 }
@@ -229,6 +222,7 @@ void TestFlags::sentMessageIsRemovedWithoutARecord()
     flag(storage, {m_one, m_two}, QMailMessage::Sent, QMailMessage::Outbox);
     verifySucceeded(storage.watcher);
     QTRY_COMPARE(store(), QByteArray("three in Inbox"));
+    QCOMPARE(logCount("Deleting send message"), 2);
     QCOMPARE(m_daemon->calls().size(), 0);
 }
 
@@ -243,15 +237,6 @@ void TestFlags::sentAndReadUnderPushRemovesNothing()
     QCOMPARE(m_daemon->calls().size(), 1);
 }
 
-void TestFlags::sentAloneRemovesNothing()
-{
-    Storage storage;
-    flag(storage, {m_one}, QMailMessage::Sent);
-    verifySucceeded(storage.watcher);
-    QTRY_COMPARE(QMailMessageMetaData(m_one).status() & QMailMessage::Sent, QMailMessage::Sent);
-    QCOMPARE(store(), QByteArray("one in Inbox sent, three in Inbox, two in Junk"));
-}
-
 void TestFlags::pushThatIsSwitchedOnIsSeenByTheRunningServer()
 {
     m_daemon->answer(Answer::nextId().completing(200));
@@ -262,7 +247,7 @@ void TestFlags::pushThatIsSwitchedOnIsSeenByTheRunningServer()
         verifySucceeded(storage.watcher);
         return m_daemon->callCount("syncSpecificFolders") > 0;
     };
-    QVERIFY(QTest::qWaitFor(carried, 5000));
+    QVERIFY(QTest::qWaitFor(carried, PatienceMs));
 }
 
 void TestFlags::refusesNoFlags()
@@ -279,8 +264,7 @@ void TestFlags::refusesNoMessages()
 {
     Storage storage;
     flag(storage, {}, QMailMessage::Read);
-    QVERIFY(storage.watcher.waitForEnd());
-    QCOMPARE(storage.watcher.endCount(), 1);
+    verifyEnded(storage.watcher);
     QCOMPARE(m_daemon->calls().size(), 0);
 }
 
@@ -292,8 +276,7 @@ void TestFlags::deletionIsCarriedToTheServerUnderPush()
     const auto call = m_daemon->waitForCall("syncSpecificFolders");
     QTRY_COMPARE(store(),
                  QByteArray("one removed from Inbox, three in Inbox, two removed from Junk"));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(storage.watcher);
+    succeed(storage, call);
     QCOMPARE(
         call.arguments,
         QVariantList({m_account.toULongLong(),
@@ -323,8 +306,7 @@ void TestFlags::deletionOfNothingEnds()
 {
     Storage storage;
     storage.action.onlineDeleteMessages({});
-    QVERIFY(storage.watcher.waitForEnd());
-    QCOMPARE(storage.watcher.endCount(), 1);
+    verifyEnded(storage.watcher);
     QCOMPARE(store(), QByteArray("one in Inbox, three in Inbox, two in Junk"));
 }
 

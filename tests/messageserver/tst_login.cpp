@@ -2,22 +2,22 @@
 #include "tests/daemon/daemonworld.h"
 #include "tests/support/messageserver.h"
 
-#include <memory>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QFile>
 #include <QJsonArray>
+#include <qmailaccount.h>
+#include <qmailstore.h>
 #include <QSignalSpy>
 #include <QTest>
 
 #include <csignal>
-#include <qmailaccount.h>
-#include <qmailstore.h>
+#include <memory>
 
 namespace {
 
-const QString alice = QStringLiteral("alice");
+const QString Alice = QStringLiteral("alice");
 
 /** The file by which the bus starts the daemon, as it is installed. */
 class ActivationFile
@@ -76,9 +76,6 @@ private slots:
 private:
     /** Lets an earlier session fetch what the server has. */
     void useAccount();
-    void switchPushOn();
-    /** How many requests wait at the server for news. */
-    int pings();
     void endDaemon();
 
     std::unique_ptr<DaemonWorld> m_world;
@@ -88,11 +85,8 @@ private:
 
 void TestLogin::initTestCase()
 {
-    if (!MessageServer::isInstalled())
-        QSKIP("messageserver5 is not installed");
-    if (!EasServer::isAvailable())
-        QSKIP("there is no python3 for the test server");
-    QVERIFY(MessageServer::hasPlugin());
+    EasServer::require();
+    MessageServer::require();
 }
 
 void TestLogin::init()
@@ -134,23 +128,6 @@ void TestLogin::useAccount()
     QCOMPARE(m_world->endDaemon(), 0);
 }
 
-void TestLogin::switchPushOn()
-{
-    QMailAccount account(m_world->account);
-    account.setCustomField(QStringLiteral("pushEnabled"), QStringLiteral("1"));
-    QVERIFY(QMailStore::instance()->updateAccount(&account));
-}
-
-int TestLogin::pings()
-{
-    const QJsonObject answer =
-        m_world->server.control("devices", {{QStringLiteral("user"), alice}});
-    int pings = 0;
-    for (const QJsonValue &device : answer[QStringLiteral("devices")].toArray())
-        pings += device.toObject()[QStringLiteral("pings")].toInt();
-    return pings;
-}
-
 void TestLogin::mailComesByItself_data()
 {
     QTest::addColumn<bool>("used");
@@ -163,16 +140,16 @@ void TestLogin::mailComesByItself()
     QFETCH(bool, used);
     if (used)
         useAccount();
-    switchPushOn();
+    m_world->setPush(true);
     QVERIFY(m_activation->write());
     QVERIFY(!DaemonProcess::isOnBus());
     QVERIFY(m_server->start());
-    QVERIFY(QTest::qWaitFor([this] { return pings() > 0; }, 60000));
+    QVERIFY(QTest::qWaitFor([this] { return m_world->pings() > 0; }, 60000));
     QTRY_COMPARE(m_world->subjects(), QStringList(QStringLiteral("Old 1")));
 
     // What a mail program hears that shows the inbox.
     QSignalSpy told(QMailStore::instance(), &QMailStore::messagesAdded);
-    m_world->server.deliverText(alice, QStringLiteral("News"));
+    m_world->server.deliverText(Alice, QStringLiteral("News"));
     QTRY_COMPARE_WITH_TIMEOUT(
         m_world->subjects(), QStringList({QStringLiteral("News"), QStringLiteral("Old 1")}), 20000);
     const auto wasTold = [&] {

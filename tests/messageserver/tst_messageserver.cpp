@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/messageserver/serverfixture.h"
 
-#include <QTest>
-
 #include <qmailstore.h>
+#include <QTest>
 
 using Answer = ScriptedDaemon::Answer;
 
@@ -48,11 +47,7 @@ void TestMessageServer::synchronises()
     const auto folders = m_daemon->waitForCall("folderSync");
     QCOMPARE(folders.arguments, QVariantList {m_account.toULongLong()});
     QCOMPARE(retrieval.watcher.endCount(), 0);
-    m_daemon->complete(folders.requestId, 200);
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.errorCode(), 0);
-    QCOMPARE(retrieval.watcher.endCount(), 1);
+    succeed(retrieval, folders);
     // The messages came with the first one, a moment ago.
     QCOMPARE(m_daemon->calls().size(), 2);
 }
@@ -62,9 +57,7 @@ void TestMessageServer::retrievesEverything()
     m_daemon->answer("sync", Answer::nextId().completing(200));
     Retrieval retrieval;
     retrieval.action.retrieveAll(m_account);
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.endCount(), 1);
+    verifySucceeded(retrieval.watcher);
     QCOMPARE(m_daemon->callCount("sync"), 1);
 }
 
@@ -74,8 +67,7 @@ void TestMessageServer::retrievesAMessageList()
     m_daemon->answer(Answer::nextId().completing(200));
     Retrieval retrieval;
     retrieval.action.retrieveNewMessages(m_account, {inbox});
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
+    verifySucceeded(retrieval.watcher);
     const auto call = m_daemon->waitForCall("syncSpecificFolders");
     QCOMPARE(call.arguments,
              QVariantList({m_account.toULongLong(),
@@ -87,8 +79,7 @@ void TestMessageServer::asksForTheNewsOfAFolderThatIsNotKnownYet()
     m_daemon->answer(Answer::nextId().completing(200));
     Retrieval retrieval;
     retrieval.action.retrieveNewMessages(m_account, {QMailFolderId()});
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
+    verifySucceeded(retrieval.watcher);
     // The daemon takes it for the inbox.
     QCOMPARE(m_daemon->waitForCall("syncSpecificFolders").arguments,
              QVariantList({m_account.toULongLong(), QStringList(QStringLiteral("0")), 30, 0}));
@@ -164,8 +155,7 @@ void TestMessageServer::findsALostBroadcastWhenAnotherSynchronisationStarts()
     Retrieval retrieval;
     QVERIFY(startFolders(retrieval).isValid());
     m_daemon->syncStarted(m_account.toULongLong());
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
+    verifySucceeded(retrieval.watcher);
     m_daemon->syncCompleted(m_account.toULongLong());
     QCOMPARE(retrieval.watcher.endCount(), 1);
 }
@@ -239,9 +229,7 @@ void TestMessageServer::repeatedBroadcastEndsNothingElse()
     const auto call = startFolders(retrieval);
     for (int times = 0; times < 3; ++times)
         m_daemon->requestCompleted(200, m_account.toULongLong(), call.requestId);
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QVERIFY(retrieval.watcher.succeeded());
-    QCOMPARE(retrieval.watcher.endCount(), 1);
+    verifySucceeded(retrieval.watcher);
 }
 
 void TestMessageServer::runsTwoAccountsAtOnce()
@@ -260,10 +248,7 @@ void TestMessageServer::runsTwoAccountsAtOnce()
     QVERIFY(QTest::qWaitFor([&] { return client.state() == QProcess::NotRunning; }, 15000));
     QCOMPARE(client.readAllStandardOutput(), QByteArray("sent\n1 1029\n"));
     QCOMPARE(mine.watcher.endCount(), 0);
-    m_daemon->complete(myCall.requestId, 200);
-    QVERIFY(mine.watcher.waitForEnd());
-    QVERIFY(mine.watcher.succeeded());
-    QCOMPARE(mine.watcher.endCount(), 1);
+    succeed(mine, myCall);
 }
 
 void TestMessageServer::keepsTheAccountsApart()
@@ -294,8 +279,7 @@ void TestMessageServer::asksAgainAfterAFailure()
     m_daemon->answer("sync", Answer::nextId().completing(200));
     Retrieval second;
     second.action.retrieveAll(m_account);
-    QVERIFY(second.watcher.waitForEnd());
-    QVERIFY(second.watcher.succeeded());
+    verifySucceeded(second.watcher);
     QCOMPARE(m_daemon->callCount("sync"), 2);
 }
 
@@ -306,8 +290,7 @@ void TestMessageServer::keepsTheServiceWhenTheAccountIsChanged()
     QMailAccount account(m_account);
     account.setName(QStringLiteral("Renamed"));
     QVERIFY(QMailStore::instance()->updateAccount(&account));
-    m_daemon->complete(call.requestId, 401);
-    verifyFailed(retrieval.watcher, 1029);
+    fail(retrieval, call, 401, 1029);
     QVERIFY(!m_server->log().contains(QLatin1String("OrvService::~OrvService")));
 }
 

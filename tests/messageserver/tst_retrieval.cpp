@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/attachmentnotifier.h"
-#include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/serverfixture.h"
 
 #include <QFile>
@@ -137,6 +136,7 @@ void TestRetrieval::asksForOneFoldersList()
     QCOMPARE(m_daemon->waitForCall("syncSpecificFolders").arguments,
              QVariantList({m_account.toULongLong(),
                            QStringList(QString::number(drafts.toULongLong())), 0, 0}));
+    QCOMPARE(logCount("retrieving messages list for folder "), 1);
 }
 
 void TestRetrieval::asksForEverythingWithoutAFolder()
@@ -165,6 +165,7 @@ void TestRetrieval::asksForSeveralFoldersInTheOrderOfTheClient()
     QCOMPARE(m_daemon->waitForCall("syncSpecificFolders").arguments,
              QVariantList(
                  {m_account.toULongLong(), QStringList({sentText, inboxText, sentText}), 30, 0}));
+    QCOMPARE(logCount("retrieving messages list for folders in account "), 1);
     QCOMPARE(m_daemon->calls().size(), 1);
 }
 
@@ -223,6 +224,7 @@ void TestRetrieval::retrievesEachMessageByARequest()
     m_daemon->complete(requests.at(0), 200);
     verifySucceeded(retrieval.watcher);
     QCOMPARE(m_daemon->callCount("downloadMessage"), 3);
+    QCOMPARE(logCount("Retrieving message "), 3);
 }
 
 void TestRetrieval::lastMessageDecidesTheOutcome()
@@ -246,8 +248,7 @@ void TestRetrieval::retrievesNoMessages()
     // The message server finds no account to ask.
     Retrieval retrieval;
     retrieval.action.retrieveMessages({}, QMailRetrievalAction::Content);
-    QVERIFY(retrieval.watcher.waitForEnd());
-    QCOMPARE(retrieval.watcher.endCount(), 1);
+    verifyEnded(retrieval.watcher);
     QCOMPARE(m_daemon->calls().size(), 0);
 }
 
@@ -305,8 +306,7 @@ void TestRetrieval::cancelsEveryMessage()
 
 void TestRetrieval::endsWhenOneBroadcastOfManyIsLost()
 {
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    const auto state = pollSoon();
     Retrieval retrieval;
     retrieval.action.retrieveMessages(addMessages(3), QMailRetrievalAction::Content);
     int lost = 0;
@@ -318,7 +318,7 @@ void TestRetrieval::endsWhenOneBroadcastOfManyIsLost()
             m_daemon->complete(call.requestId, 200);
     }
     m_daemon->answerAlive(0);
-    QCOMPARE(m_daemon->waitForCall("isRequestAlive", 10000).arguments, QVariantList {lost});
+    QCOMPARE(m_daemon->waitForCall("isRequestAlive").arguments, QVariantList {lost});
     verifySucceeded(retrieval.watcher);
 }
 
@@ -335,8 +335,7 @@ void TestRetrieval::showsAPartsProgress()
     }
     QCOMPARE(retrieval.watcher.endCount(), 0);
     socket->disconnectFromServer();
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
     QVERIFY(!QFile::exists(socketPath()));
 }
 
@@ -353,8 +352,7 @@ void TestRetrieval::showsOnlyTheLastOfABurst()
         many.append(61 + i / 200);
     report(*socket, many);
     QTRY_VERIFY(shows(retrieval.watcher, 85));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestRetrieval::showsRecordsThatArriveInPieces()
@@ -372,8 +370,7 @@ void TestRetrieval::showsRecordsThatArriveInPieces()
     socket->write(bytes.mid(2));
     socket->flush();
     QTRY_VERIFY(shows(retrieval.watcher, 80));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestRetrieval::negativeRecordsShowNothing()
@@ -385,10 +382,11 @@ void TestRetrieval::negativeRecordsShowNothing()
     report(*socket, {50, -7});
     report(*socket, {30});
     QTRY_VERIFY(shows(retrieval.watcher, 30));
+    // What arrives behind it hides a good one.
+    QVERIFY(!shows(retrieval.watcher, 50));
     QVERIFY(!shows(retrieval.watcher, uint(-1)));
     QVERIFY(!shows(retrieval.watcher, uint(-7)));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestRetrieval::showsMoreThanEverything()
@@ -400,8 +398,7 @@ void TestRetrieval::showsMoreThanEverything()
     QTRY_COMPARE(logCount(" progress changed to  250 of 100"), 1);
     // The client library stops at the full bar.
     QTRY_VERIFY(shows(retrieval.watcher, 100));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestRetrieval::closesTheSecondConnection()
@@ -420,8 +417,7 @@ void TestRetrieval::closesTheSecondConnection()
     QLocalSocket third;
     third.connectToServer(socketPath());
     QVERIFY(!third.waitForConnected(1000));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestRetrieval::goesOnWhenTheProgressBreaksOff_data()
@@ -445,8 +441,7 @@ void TestRetrieval::goesOnWhenTheProgressBreaksOff()
     QTRY_COMPARE(logCount("disconnected from path"), 1);
     settle();
     QCOMPARE(retrieval.watcher.endCount(), 0);
-    m_daemon->complete(call.requestId, 404);
-    verifyFailed(retrieval.watcher, 1038);
+    fail(retrieval, call, 404, 1038);
 }
 
 void TestRetrieval::endsAPartWithoutAnyProgress()
@@ -454,16 +449,14 @@ void TestRetrieval::endsAPartWithoutAnyProgress()
     Retrieval retrieval;
     const auto call = startPart(retrieval);
     QVERIFY(QFile::exists(socketPath()));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
     QTRY_VERIFY(!QFile::exists(socketPath()));
 }
 
 void TestRetrieval::endsAPartWhoseNameIsTaken()
 {
     Retrieval first;
-    m_daemon->complete(startPart(first).requestId, 200);
-    verifySucceeded(first.watcher);
+    succeed(first, startPart(first));
     QTRY_VERIFY(!QFile::exists(socketPath()));
     QLocalServer squatter;
     QVERIFY(squatter.listen(socketPath()));
@@ -473,8 +466,7 @@ void TestRetrieval::endsAPartWhoseNameIsTaken()
     QTRY_COMPARE(logCount("server is already listening path"), 1);
     // The bar of the timer instead.
     QTRY_VERIFY(retrieval.watcher.progress().contains({1, 1000}));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
     QVERIFY(!squatter.hasPendingConnections());
 }
 
@@ -488,8 +480,7 @@ void TestRetrieval::endsAPartWhoseSocketAKilledServerLeft()
     Retrieval retrieval;
     const auto call = startPart(retrieval);
     QVERIFY(call.isValid());
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestRetrieval::cancelledPartLeavesNoSocket()
@@ -510,8 +501,7 @@ void TestRetrieval::cancelledPartLeavesNoSocket()
     const auto fresh = connectProgress();
     report(*fresh, {30});
     QTRY_VERIFY(shows(again.watcher, 30));
-    m_daemon->complete(next.requestId, 200);
-    verifySucceeded(again.watcher);
+    succeed(again, next);
 }
 
 void TestRetrieval::failedPartLeavesNoSocket()
@@ -525,8 +515,7 @@ void TestRetrieval::failedPartLeavesNoSocket()
 
 void TestRetrieval::partOfADaemonThatDiedWithoutProgressEnds()
 {
-    auto state = std::make_unique<SyncInfoShmWriter>();
-    QVERIFY(state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    const auto state = pollSoon();
     Retrieval retrieval;
     QVERIFY(startPart(retrieval).isValid());
     m_daemon->vanish();
@@ -534,16 +523,14 @@ void TestRetrieval::partOfADaemonThatDiedWithoutProgressEnds()
     // Nobody ended its listener, which keeps the name from the next one and then goes.
     QVERIFY(m_daemon->appear());
     Retrieval second;
-    m_daemon->complete(startPart(second).requestId, 200);
-    verifySucceeded(second.watcher);
+    succeed(second, startPart(second));
     QTRY_VERIFY(!QFile::exists(socketPath()));
     Retrieval third;
     const auto call = startPart(third);
     const auto socket = connectProgress();
     report(*socket, {30});
     QTRY_VERIFY(shows(third.watcher, 30));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(third.watcher);
+    succeed(third, call);
 }
 
 void TestRetrieval::partOfADaemonThatDiedWithProgressEnds()

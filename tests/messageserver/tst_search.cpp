@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/searchmailboxoptions.h"
 #include "asclient/searchquery.h"
-#include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/serverfixture.h"
 
 #include <QTest>
@@ -52,9 +51,9 @@ private:
     QStringList folderNames(const QStringList &ids) const;
 
 public:
-    QMailFolderId m_inbox;
-    QMailFolderId m_work;
-    QMailFolderId m_deep;
+    QMailFolderId inbox;
+    QMailFolderId work;
+    QMailFolderId deep;
     using ServerFixture::folder;
     using ServerFixture::m_account;
 };
@@ -88,11 +87,11 @@ Key received(int hour, QMailDataComparator::RelationComparator comparator)
 
 void TestSearch::fillStore()
 {
-    m_inbox = folder(QMailFolder::InboxFolder);
-    m_work = StoreFixture::addFolder(m_account, QStringLiteral("Work"),
-                                     QMailFolder::StandardFolder(0), m_inbox);
-    m_deep = StoreFixture::addFolder(m_account, QStringLiteral("Deep"),
-                                     QMailFolder::StandardFolder(0), m_work);
+    inbox = folder(QMailFolder::InboxFolder);
+    work = StoreFixture::addFolder(m_account, QStringLiteral("Work"),
+                                   QMailFolder::StandardFolder(0), inbox);
+    deep = StoreFixture::addFolder(m_account, QStringLiteral("Deep"),
+                                   QMailFolder::StandardFolder(0), work);
 }
 
 void TestSearch::search(Search &search, const Key &key, const QString &body)
@@ -182,39 +181,37 @@ void TestSearch::passesOnTheClientsKey_data()
     times("not at", Key::receptionTimeStamp(at(9), NotEqual), open, open);
     times("time of sending", Key::timeStamp(at(9), QMailDataComparator::GreaterThan), open, open);
 
-    folders("a folder", [](Test t) { return subject() & Key::parentFolderId(t.m_inbox); }, "Inbox");
+    folders("a folder", [](Test t) { return subject() & Key::parentFolderId(t.inbox); }, "Inbox");
     folders(
         "the first of a list of folders",
         [](Test t) {
-            return subject()
-                & Key::parentFolderId(QMailFolderIdList {t.m_work, t.m_deep}, Includes);
+            return subject() & Key::parentFolderId(QMailFolderIdList {t.work, t.deep}, Includes);
         },
         "Work");
     folders(
         "either of two folders",
         [](Test t) {
-            return subject() & (Key::parentFolderId(t.m_inbox) | Key::parentFolderId(t.m_deep));
+            return subject() & (Key::parentFolderId(t.inbox) | Key::parentFolderId(t.deep));
         },
         "Deep Inbox");
     folders(
         "below a folder",
-        [](Test t) { return subject() & Key::ancestorFolderIds(t.m_inbox, Includes); },
-        "Deep Work");
+        [](Test t) { return subject() & Key::ancestorFolderIds(t.inbox, Includes); }, "Deep Work");
     folders(
         "a folder and all below",
         [](Test t) {
             return subject()
-                & (Key::parentFolderId(t.m_inbox) | Key::ancestorFolderIds(t.m_inbox, Includes));
+                & (Key::parentFolderId(t.inbox) | Key::ancestorFolderIds(t.inbox, Includes));
         },
         "Deep Inbox Work");
     folders(
         "below a folder that has none",
-        [](Test t) { return subject() & Key::ancestorFolderIds(t.m_deep, Includes); },
+        [](Test t) { return subject() & Key::ancestorFolderIds(t.deep, Includes); },
         qPrintable(all));
     row("the account", [](Test t) { return subject() & Key::parentAccountId(t.m_account); });
     // Conditions on one level add up, whatever combines them.
     row("the account and a folder of it", [](Test t) {
-        return subject() & Key::parentAccountId(t.m_account) & Key::parentFolderId(t.m_work);
+        return subject() & Key::parentAccountId(t.m_account) & Key::parentFolderId(t.work);
     });
 }
 
@@ -246,6 +243,7 @@ void TestSearch::sendsEveryOptionAsAgreed()
     const auto call = m_daemon->waitForCall("searchMailbox");
     QCOMPARE(call.accountId(), m_account.toULongLong());
     QCOMPARE(call.signature, QStringLiteral("t(siasxxs)(iissbbiiib)"));
+    QVERIFY(call.wantsReply);
     const auto options = call.arguments.value(2).value<Activesync::SearchMailboxOptions>();
     QCOMPARE(options.rangeStart, -1);
     QCOMPARE(options.rangeEnd, -1);
@@ -277,8 +275,7 @@ void TestSearch::asksNothingWithoutAText_data()
     using Test = const TestSearch &;
     QTest::newRow("times alone") << MakeKey(
         [](Test) { return received(9, QMailDataComparator::GreaterThan); });
-    QTest::newRow("folders alone")
-        << MakeKey([](Test t) { return Key::parentFolderId(t.m_inbox); });
+    QTest::newRow("folders alone") << MakeKey([](Test t) { return Key::parentFolderId(t.inbox); });
     QTest::newRow("another comparison")
         << MakeKey([](Test) { return Key::subject(Alpha, QMailDataComparator::Equal); });
     QTest::newRow("what the server cannot search")
@@ -304,14 +301,14 @@ void TestSearch::asksNothingOfAnAccountWithoutTheFolder()
     m_daemon->answer(Answer::nextId().completing(200));
     // The key names no account: both are asked, and only the other one has the folder.
     Search it;
-    search(it, subject() & (Key::parentFolderId(theirs) | Key::parentFolderId(m_inbox)));
+    search(it, subject() & (Key::parentFolderId(theirs) | Key::parentFolderId(inbox)));
     verifySucceeded(it.watcher);
     QHash<qulonglong, QStringList> asked;
     for (const auto &call : m_daemon->calls("searchMailbox"))
         asked[call.accountId()] = call.arguments.at(1).value<Activesync::SearchQuery>().folders;
     QCOMPARE(asked.value(other.toULongLong()), QStringList(QString::number(theirs.toULongLong())));
     QCOMPARE(asked.value(m_account.toULongLong()),
-             QStringList(QString::number(m_inbox.toULongLong())));
+             QStringList(QString::number(inbox.toULongLong())));
     m_daemon->forgetCalls();
 
     Search theirsAlone;
@@ -326,9 +323,8 @@ void TestSearch::asksNothingOfAnAccountOfWhichAFolderIsExcluded()
 {
     // The message server's own choice; it never gets as far as the plugin.
     Search it;
-    search(it, subject() & Key::parentFolderId(m_inbox, QMailDataComparator::NotEqual));
-    QVERIFY(it.watcher.waitForEnd());
-    QCOMPARE(it.watcher.endCount(), 1);
+    search(it, subject() & Key::parentFolderId(inbox, QMailDataComparator::NotEqual));
+    verifyEnded(it.watcher);
     QCOMPARE(m_daemon->calls().size(), 0);
     QCOMPARE(logCount("server-side search for messages"), 0);
 }
@@ -344,8 +340,7 @@ void TestSearch::asksEveryAccountThatTheKeyAllows()
     QVERIFY(first.accountId() != second.accountId());
     // For the client the action ends with the first account that is done.
     m_daemon->complete(first.requestId, 200);
-    m_daemon->complete(second.requestId, 200);
-    verifySucceeded(it.watcher);
+    succeed(it, second);
     settle();
     QCOMPARE(it.watcher.endCount(), 1);
     m_daemon->forgetCalls();
@@ -360,7 +355,7 @@ void TestSearch::asksEveryAccountThatTheKeyAllows()
 
 void TestSearch::searchesHereWhenAskedTo()
 {
-    StoreFixture::addMessage(m_account, m_inbox, Alpha);
+    StoreFixture::addMessage(m_account, inbox, Alpha);
     Search it;
     it.action.searchMessages(subject(), QString(), QMailSearchAction::Local, QMailMessageSortKey());
     verifySucceeded(it.watcher);
@@ -371,12 +366,11 @@ void TestSearch::searchesHereWhenAskedTo()
 void TestSearch::searchesHereUnderALimit()
 {
     // The plugin has no search with a limit; the message server then searches the store.
-    StoreFixture::addMessage(m_account, m_inbox, Alpha);
+    StoreFixture::addMessage(m_account, inbox, Alpha);
     Search it;
     it.action.searchMessages(subject(), QString(), QMailSearchAction::Remote, quint64(10),
                              QMailMessageSortKey());
-    QVERIFY(it.watcher.waitForEnd());
-    QCOMPARE(it.watcher.endCount(), 1);
+    verifyEnded(it.watcher);
     QCOMPARE(m_daemon->calls().size(), 0);
 }
 
@@ -415,8 +409,7 @@ void TestSearch::endsWhenTheRequestEndsNotWhenTheResultComes()
     m_daemon->searchMailboxCompleted(200, m_account.toULongLong(), {3, {1, 2, 3}}, call.requestId);
     settle();
     QCOMPARE(it.watcher.endCount(), 0);
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(it.watcher);
+    succeed(it, call);
 }
 
 void TestSearch::foundMessagesAreInTheStoreForTheClient()
@@ -425,11 +418,10 @@ void TestSearch::foundMessagesAreInTheStoreForTheClient()
     search(it, subject());
     const auto call = m_daemon->waitForCall("searchMailbox");
     // What the daemon finds it puts into the store, while the search runs.
-    const QMailMessageId found = StoreFixture::addMessage(m_account, m_inbox, Alpha);
+    const QMailMessageId found = StoreFixture::addMessage(m_account, inbox, Alpha);
     m_daemon->searchMailboxCompleted(200, m_account.toULongLong(), {1, {found.toULongLong()}},
                                      call.requestId);
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(it.watcher);
+    succeed(it, call);
     Search here;
     here.action.searchMessages(subject(), QString(), QMailSearchAction::Local,
                                QMailMessageSortKey());
@@ -461,10 +453,8 @@ void TestSearch::cancelsBeforeTheDaemonWasAsked()
     it.action.cancelOperation();
     settle();
     QCOMPARE(m_daemon->callCount("abortRequest"), 0);
-    m_daemon->complete(call.requestId, 401);
-    verifyFailed(running.watcher, 1029);
-    QVERIFY(it.watcher.waitForEnd());
-    QCOMPARE(it.watcher.endCount(), 1);
+    fail(running, call, 401, 1029);
+    verifyEnded(it.watcher);
 }
 
 void TestSearch::lateEndOfACancelledSearchEndsNothingElse()
@@ -492,8 +482,7 @@ void TestSearch::cancelsOnlyTheLatestOfTwoSearches()
     Search first;
     search(first, subject());
     const auto one = m_daemon->waitForCall("searchMailbox");
-    m_daemon->complete(one.requestId, 200);
-    verifySucceeded(first.watcher);
+    succeed(first, one);
     m_daemon->searchMailboxCompleted(200, m_account.toULongLong(), {}, one.requestId);
     Search second;
     search(second, subject(Beta));
@@ -508,14 +497,12 @@ void TestSearch::cancelsOnlyTheLatestOfTwoSearches()
 
 void TestSearch::findsALostBroadcastByThePoll()
 {
-    SyncInfoShmWriter state;
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999}));
+    const auto state = pollSoon();
     m_daemon->answerAlive(0);
     Search it;
     search(it, subject());
     const auto call = m_daemon->waitForCall("searchMailbox");
-    QCOMPARE(m_daemon->waitForCall("isRequestAlive", 10000).arguments,
-             QVariantList {call.requestId});
+    QCOMPARE(m_daemon->waitForCall("isRequestAlive").arguments, QVariantList {call.requestId});
     verifySucceeded(it.watcher);
 }
 

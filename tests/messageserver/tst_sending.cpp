@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/sendingfixture.h"
 
-#include <QTest>
-
 #include <qmailstore.h>
+#include <QTest>
 
 using Answer = ScriptedDaemon::Answer;
 
@@ -48,23 +46,25 @@ private slots:
 
 private:
     void verifyGone(const QMailMessageIdList &ids);
-    std::unique_ptr<SyncInfoShmWriter> pollSoon();
+    ScriptedDaemon::Call startAndCancel(Transmission &transmission);
 };
 
 /** Sent, known as sent to the server, and out of the store without a removal record. */
 void TestSending::verifyGone(const QMailMessageIdList &ids)
 {
     for (const QMailMessageId &id : ids)
-        QTRY_COMPARE(QMailStore::instance()->countMessages(QMailMessageKey::id(id)), 0);
+        QTRY_VERIFY(!StoreFixture::exists(id));
     QCOMPARE(QMailStore::instance()->messageRemovalRecords(m_account).size(), 0);
 }
 
-/** Makes the waiting action ask the daemon after its requests within two ticks of its timer. */
-std::unique_ptr<SyncInfoShmWriter> TestSending::pollSoon()
+/** Has the client transmit a message and cancel that when the daemon has it; the daemon's call. */
+ScriptedDaemon::Call TestSending::startAndCancel(Transmission &transmission)
 {
-    auto state = std::make_unique<SyncInfoShmWriter>();
-    state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999});
-    return state;
+    const auto call = startSending(transmission);
+    transmission.watcher.waitForStart();
+    transmission.action.cancelOperation();
+    verifyFailed(transmission.watcher, 1030);
+    return call;
 }
 
 void TestSending::sendsOneMessage()
@@ -77,12 +77,12 @@ void TestSending::sendsOneMessage()
     QTRY_COMPARE(outbox(), QByteArray("A accepted"));
     settle();
     QCOMPARE(transmission.watcher.endCount(), 0);
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(transmission.watcher);
+    succeed(transmission, call);
     QCOMPARE(transmission.transmitted, QMailMessageIdList {id});
     QVERIFY(transmission.failed.isEmpty());
     verifyGone({id});
     QTRY_COMPARE(logCount("Deleting send message"), 1);
+    QCOMPARE(logCount("is sent and Outbox flag is cleared"), 1);
     QCOMPARE(m_daemon->calls().size(), 1);
 }
 
@@ -130,8 +130,7 @@ void TestSending::sendsNothingTwice()
     Transmission second;
     second.action.transmitMessages(m_account);
     settle();
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(first.watcher);
+    succeed(first, call);
     verifySucceeded(second.watcher);
     QVERIFY(second.transmitted.isEmpty());
     verifyGone({id});
@@ -146,8 +145,7 @@ void TestSending::sendsForItsOwnAccountOnly()
     const QMailMessageId theirs = StoreFixture::addOutgoing(other, QStringLiteral("B"));
     Transmission transmission;
     const auto call = startSending(transmission);
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(transmission.watcher);
+    succeed(transmission, call);
     verifyGone({mine});
     QCOMPARE(m_daemon->calls().size(), 1);
     QCOMPARE(QMailStore::instance()->countMessages(
@@ -167,6 +165,7 @@ void TestSending::failedMessageWaitsAgain_data()
     QTest::addRow("server failed") << 500 << 1027;
     QTest::addRow("no connection") << 902 << 1034;
     QTest::addRow("aborted") << 1030 << 1030;
+    QTest::addRow("zero") << 0 << 1030;
 }
 
 void TestSending::failedMessageWaitsAgain()
@@ -179,11 +178,12 @@ void TestSending::failedMessageWaitsAgain()
     verifyFailed(transmission.watcher, errorCode);
     QCOMPARE(transmission.failed, QMailMessageIdList {id});
     QVERIFY(transmission.transmitted.isEmpty());
-    QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+    QCOMPARE(outbox(), QByteArray("A waiting"));
+    QCOMPARE(logCount("Message is not transmitted, error"), 1);
+    QCOMPARE(logCount("is NOT sent and Outbox flag is restored"), 1);
 
     Transmission again;
-    m_daemon->complete(startSending(again).requestId, 200);
-    verifySucceeded(again.watcher);
+    succeed(again, startSending(again));
     verifyGone({id});
 }
 
@@ -193,6 +193,7 @@ void TestSending::oneFailureBlocksNoOther()
     Transmission transmission;
     transmission.action.transmitMessages(m_account);
     QMailMessageId failed;
+    QMailMessageIdList sent = ids;
     const auto calls = waitForSends(3);
     for (int i = 0; i < 3; ++i) {
         if (i == 1)
@@ -200,13 +201,15 @@ void TestSending::oneFailureBlocksNoOther()
         m_daemon->complete(calls.at(i).requestId, i == 1 ? 507 : 200);
     }
     verifyFailed(transmission.watcher, 1031);
+    QCOMPARE(transmission.failed, QMailMessageIdList {failed});
     const QByteArray name = QMailMessageMetaData(failed).subject().toLatin1();
-    QTRY_COMPARE(outbox(), name + " waiting");
+    sent.removeOne(failed);
+    verifyGone(sent);
+    QCOMPARE(outbox(), name + " waiting");
     Transmission again;
     const auto call = startSending(again);
     QCOMPARE(call.arguments.at(1).toULongLong(), failed.toULongLong());
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(again.watcher);
+    succeed(again, call);
     verifyGone(ids);
 }
 
@@ -217,20 +220,21 @@ void TestSending::refusedMessageWaits()
     m_daemon->answerOnce("sendMail", Answer::id(-1));
     Transmission transmission;
     QVERIFY(startSending(transmission).isValid());
+    // The poll asks for what has no id yet.
+    QCOMPARE(m_daemon->waitForCall("isRequestAlive").arguments, QVariantList {-2});
     // Required: a refusal is silent, and the poll ends the action as if all were well.
     verifySucceeded(transmission.watcher);
     QVERIFY(transmission.transmitted.isEmpty());
     QCOMPARE(outbox(), QByteArray("A waiting"));
     // The next synchronisation tries it again.
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
+    announceSync();
     m_daemon->complete(m_daemon->waitForCall("sendMail").requestId, 200);
     verifyGone({id});
 }
 
 void TestSending::refusedMessageBlocksNoOther()
 {
-    const QMailMessageIdList ids = addOutgoing(3);
+    QMailMessageIdList ids = addOutgoing(3);
     const auto state = pollSoon();
     m_daemon->answerOnce("sendMail", Answer::nextId().completing(200));
     m_daemon->answerOnce("sendMail", Answer::id(-1));
@@ -241,7 +245,9 @@ void TestSending::refusedMessageBlocksNoOther()
     const QMailMessageId refused(calls.at(1).arguments.at(1).toULongLong());
     verifySucceeded(transmission.watcher);
     QCOMPARE(transmission.transmitted.size(), 2);
-    QTRY_COMPARE(outbox(), QMailMessageMetaData(refused).subject().toLatin1() + " waiting");
+    ids.removeOne(refused);
+    verifyGone(ids);
+    QCOMPARE(outbox(), QMailMessageMetaData(refused).subject().toLatin1() + " waiting");
 }
 
 void TestSending::refusedMessageIsFoundWhenASynchronisationStarts()
@@ -271,8 +277,7 @@ void TestSending::messageWaitsWhileTheDaemonIsAbsent()
     QVERIFY(logCount("Request has returned an error") > 0);
     QVERIFY(m_daemon->appear());
     Transmission again;
-    m_daemon->complete(startSending(again).requestId, 200);
-    verifySucceeded(again.watcher);
+    succeed(again, startSending(again));
     verifyGone({id});
 }
 
@@ -304,8 +309,7 @@ void TestSending::acceptedMessageIsTheDaemonsWhenItDies()
     QCOMPARE(outbox(), QByteArray("A accepted"));
     QVERIFY(m_daemon->appear());
     m_daemon->forgetCalls();
-    m_daemon->syncStarted(m_account.toULongLong());
-    m_daemon->syncCompleted(m_account.toULongLong());
+    announceSync();
     settle();
     QCOMPARE(m_daemon->callCount("sendMail"), 0);
 }
@@ -317,8 +321,7 @@ void TestSending::endsWhenTheBroadcastIsLost()
     m_daemon->answerAlive(0);
     Transmission transmission;
     const auto call = startSending(transmission);
-    QCOMPARE(m_daemon->waitForCall("isRequestAlive", 10000).arguments,
-             QVariantList {call.requestId});
+    QCOMPARE(m_daemon->waitForCall("isRequestAlive").arguments, QVariantList {call.requestId});
     verifySucceeded(transmission.watcher);
     QVERIFY(transmission.transmitted.isEmpty());
     QCOMPARE(outbox(), QByteArray("A accepted"));
@@ -344,7 +347,6 @@ void TestSending::lateBroadcastAfterThePoll()
     verifySucceeded(transmission.watcher);
     m_daemon->answerAliveTruly();
     m_daemon->complete(call.requestId, code);
-    QTRY_COMPARE(outbox(), state);
     settle();
     QCOMPARE(outbox(), state);
     QCOMPARE(transmission.watcher.endCount(), 1);
@@ -393,7 +395,7 @@ void TestSending::cancelledInTheCallOfTheDaemon()
     verifyFailed(transmission.watcher, 1030);
     QTRY_COMPARE(outbox(), QByteArray("A accepted"));
     m_daemon->complete(call.requestId, code);
-    QTRY_COMPARE(outbox(), state);
+    QTRY_COMPARE(logCount("Request has been canceled, return"), 1);
     settle();
     QCOMPARE(outbox(), state);
     QCOMPARE(m_daemon->callCount("abortRequest"), 0);
@@ -411,10 +413,7 @@ void TestSending::cancelledAfterTheDaemonAccepted()
     QFETCH(QByteArray, state);
     addOutgoing();
     Transmission transmission;
-    const auto call = startSending(transmission);
-    QVERIFY(transmission.watcher.waitForStart());
-    transmission.action.cancelOperation();
-    verifyFailed(transmission.watcher, 1030);
+    const auto call = startAndCancel(transmission);
     QCOMPARE(outbox(), QByteArray("A accepted"));
     m_daemon->complete(call.requestId, code);
     QTRY_COMPARE(logCount("Request has been canceled, return"), 1);
@@ -464,10 +463,7 @@ void TestSending::nextActionAroundTheEndOfACancelledSend()
     QFETCH(QString, when);
     addOutgoing();
     Transmission transmission;
-    const auto send = startSending(transmission);
-    QVERIFY(transmission.watcher.waitForStart());
-    transmission.action.cancelOperation();
-    verifyFailed(transmission.watcher, 1030);
+    const auto send = startAndCancel(transmission);
 
     if (when == QLatin1String("after"))
         m_daemon->complete(send.requestId, code);
@@ -504,27 +500,25 @@ void TestSending::cancelledTwice()
     // The send heard of both.
     QCOMPARE(logCount("Operation SEND request to cancel is received"), 2);
     m_daemon->complete(call.requestId, 500);
-    QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+    QTRY_COMPARE(logCount("Request has been canceled, return"), 1);
+    QCOMPARE(outbox(), QByteArray("A waiting"));
 }
 
 void TestSending::cancelledThenTransmittedAgain()
 {
     const QMailMessageId id = addOutgoing();
     Transmission first;
-    const auto call = startSending(first);
-    QVERIFY(first.watcher.waitForStart());
-    first.action.cancelOperation();
-    verifyFailed(first.watcher, 1030);
+    const auto call = startAndCancel(first);
     // As long as the daemon has it, it does not go a second time.
     Transmission second;
     second.action.transmitMessages(m_account);
     verifySucceeded(second.watcher);
     QCOMPARE(m_daemon->callCount("sendMail"), 1);
     m_daemon->complete(call.requestId, 902);
-    QTRY_COMPARE(outbox(), QByteArray("A waiting"));
+    QTRY_COMPARE(logCount("Request has been canceled, return"), 1);
+    QCOMPARE(outbox(), QByteArray("A waiting"));
     Transmission third;
-    m_daemon->complete(startSending(third).requestId, 200);
-    verifySucceeded(third.watcher);
+    succeed(third, startSending(third));
     verifyGone({id});
     QCOMPARE(m_daemon->callCount("sendMail"), 2);
 }
@@ -533,10 +527,7 @@ void TestSending::accountRemovedWhileACancelledSendIsOut()
 {
     addOutgoing();
     Transmission transmission;
-    const auto call = startSending(transmission);
-    QVERIFY(transmission.watcher.waitForStart());
-    transmission.action.cancelOperation();
-    verifyFailed(transmission.watcher, 1030);
+    const auto call = startAndCancel(transmission);
     QVERIFY(QMailStore::instance()->removeAccount(m_account));
     QTRY_COMPARE(logCount(" OrvService::~OrvService"), 1);
     m_daemon->complete(call.requestId, 500);

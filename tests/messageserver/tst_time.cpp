@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "asclient/asdbusinterface.h"
-#include "asclient/syncinfoshmwriter.h"
 #include "tests/messageserver/serverclock.h"
 #include "tests/messageserver/serverfixture.h"
 
@@ -46,7 +45,6 @@ private:
     ScriptedDaemon::Call startAndFill(Retrieval &retrieval);
 
     ServerClock m_clock;
-    std::unique_ptr<SyncInfoShmWriter> m_state;
 };
 
 void TestTime::pass(int msecs)
@@ -58,13 +56,12 @@ void TestTime::pass(int msecs)
 
 ScriptedDaemon::Call TestTime::startAndFill(Retrieval &retrieval)
 {
-    m_state = std::make_unique<SyncInfoShmWriter>();
-    m_state->publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 999});
+    auto state = pollSoon();
     const auto call = startFolders(retrieval);
     tick();
     if (!QTest::qWaitFor([&] { return retrieval.watcher.progress().contains({1000, 1000}); }))
         qWarning("the progress has not reached its maximum");
-    m_state.reset();
+    state.reset();
     return call;
 }
 
@@ -107,21 +104,18 @@ void TestTime::theTimerMovesTheProgress()
         tick();
         QTRY_VERIFY(retrieval.watcher.progress().contains({steps, 1000}));
     }
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
     QCOMPARE(m_daemon->callCount("isRequestAlive"), 0);
 }
 
 void TestTime::theDaemonsFigureMovesTheProgress()
 {
-    SyncInfoShmWriter state;
     Retrieval retrieval;
     const auto call = startFolders(retrieval);
-    QVERIFY(state.publish({m_account.toULongLong(), SyncInfoNode::SyncRunning, 400}));
+    const auto state = publishProgress(400);
     tick();
     QTRY_VERIFY(retrieval.watcher.progress().contains({401, 1000}));
-    m_daemon->complete(call.requestId, 200);
-    verifySucceeded(retrieval.watcher);
+    succeed(retrieval, call);
 }
 
 void TestTime::endsWhenTheDaemonDiesBehindTheCall()
@@ -171,8 +165,7 @@ void TestTime::pollLeavesALivingRequestAlone()
     QVERIFY(m_daemon->waitForCall("isRequestAlive").isValid());
     QTRY_VERIFY(retrieval.watcher.progress().contains({1001, 1100}));
     QCOMPARE(retrieval.watcher.endCount(), 0);
-    m_daemon->complete(call.requestId, 401);
-    verifyFailed(retrieval.watcher, 1029);
+    fail(retrieval, call, 401, 1029);
 }
 
 void TestTime::aSilentDaemonIsLeftAfterTenSeconds()

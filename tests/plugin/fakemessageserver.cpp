@@ -4,9 +4,8 @@
 #include "tests/support/busbarrier.h"
 
 #include <QDBusMessage>
-#include <QTest>
-
 #include <qmailmessageserver.h>
+#include <QTest>
 
 namespace {
 

@@ -4,7 +4,6 @@
 
 #include <QDBusConnection>
 #include <QDBusVirtualObject>
-
 #include <qmailserviceaction.h>
 
 /**

@@ -2,10 +2,9 @@
 #ifndef TESTS_PLUGIN_KEYTREE_H
 #define TESTS_PLUGIN_KEYTREE_H
 
+#include <qmailmessagekey.h>
 #include <QRandomGenerator>
 #include <QVariant>
-
-#include <qmailmessagekey.h>
 
 /**
  * A message key as plain data, so that a test can make any that can arrive, also those that QMF's

@@ -18,8 +18,10 @@
 
 #include <memory>
 
-/** A service with its parts linked into the test: the daemon's double on one side, a spy on the
- * other. */
+/**
+ * A service with its parts linked into the test: the daemon's double on one side, a spy on the
+ * other. What a client of the message server can see is proved in tests/messageserver.
+ */
 class ServiceFixture
 {
 public:
@@ -70,14 +72,5 @@ public:
     std::unique_ptr<OrvService> service;
     ServiceSpy spy;
 };
-
-/** Texts for comparisons, from literals. */
-inline QStringList texts(std::initializer_list<const char *> literals)
-{
-    QStringList list;
-    for (const char *literal : literals)
-        list += QString::fromUtf8(literal);
-    return list;
-}
 
 #endif

@@ -2,10 +2,9 @@
 #ifndef TESTS_PLUGIN_SERVICESPY_H
 #define TESTS_PLUGIN_SERVICESPY_H
 
+#include <qmailmessageservice.h>
 #include <QObject>
 #include <QStringList>
-
-#include <qmailmessageservice.h>
 
 /**
  * What a message service tells the message server, one line an event, in order:
@@ -41,5 +40,14 @@ private:
     QStringList m_events;
     QMailServiceAction::Status m_status;
 };
+
+/** Texts for comparisons, from literals. */
+inline QStringList texts(std::initializer_list<const char *> literals)
+{
+    QStringList list;
+    for (const char *literal : literals)
+        list += QString::fromUtf8(literal);
+    return list;
+}
 
 #endif

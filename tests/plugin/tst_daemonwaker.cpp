@@ -7,14 +7,13 @@
 #include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QFile>
+#include <qmailmessageservice.h>
 #include <QTest>
 #include <QTimer>
 
-#include <qmailmessageservice.h>
-
 using Answer = ScriptedDaemon::Answer;
 
-/** Having the bus start the daemon, which here notes that it was started, and dies. */
+/** Has the bus start the daemon, which here notes its start and dies. */
 class TestDaemonWaker : public QObject
 {
     Q_OBJECT
@@ -179,8 +178,7 @@ void TestDaemonWaker::aDaemonThatDiesWhileNobodyWaitsIsLeft()
 {
     ServiceFixture f;
     f.source().synchronize(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.completions(), 1);
     f.daemon.vanish();
     // The bus tells of it before it answers this.

@@ -4,7 +4,11 @@
 
 #include <QTest>
 
-/** Synchronisations that the daemon starts by itself, and the marker that shows them. */
+/**
+ * Synchronisations that the daemon starts by itself, and the marker that shows them: what the
+ * service tells at each step, and orders of events that a real message server leaves to chance.
+ * What a client sees of them is proved in tests/messageserver.
+ */
 class TestExternalSync : public QObject
 {
     Q_OBJECT
@@ -12,22 +16,14 @@ class TestExternalSync : public QObject
 private slots:
     void aSyncOfTheDaemonsOwnStartsAMarkerAndEndsIt();
     void theMarkerCarriesAnEmptyNameAndATypedEmptyText();
-    void aSyncOfAnotherAccountChangesNothing();
-    void aSyncThatARequestOfOursExplainsCreatesNoMarker();
     void aRequestThatThePollFindsDeadExplainsNothing();
     void aServiceOfNoAccountCreatesNoMarker();
     void twoStartsInARowCreateOneMarker();
-    void twoStartsWhileTheMarkerRunsCreateOneMarker();
-    void anEndWithoutAMarkerCompletesNothing();
     void aBurstLeavesTheServiceFreeAndTheMarkerCompletesAtOnce();
     void twoBurstsBeforeTheMarkerArrivesLeaveTheServiceFree();
     void aSecondSyncBeforeTheMarkerArrivesIsFollowedByIt();
     void anEndBetweenDeliveryAndInProgressEndsTheMarker();
     void anEndDoesNotStopTheWaitingForARequestOfOurs();
-    void cancellingTheMarkerStopsTheSyncAtTheDaemon();
-    void anEndAfterACancellationCompletesNothing();
-    void theMarkerOutlivesTheDaemonAndEndsWithTheNextSync();
-    void theProgressGoesOnWhileTheMarkerRuns();
     void anEndThatIsTakenForTheMarkersLeavesNoActionBehind();
     void anEndThatIsTakenForTheMarkersBeforeItsDelivery();
     void aBeginningWhileTheMarkerEndsGetsAMarkerAfterwards();
@@ -126,33 +122,6 @@ void TestExternalSync::theMarkerCarriesAnEmptyNameAndATypedEmptyText()
     QCOMPARE(data.toString(), QString());
 }
 
-void TestExternalSync::aSyncOfAnotherAccountChangesNothing()
-{
-    ExternalSyncFixture x;
-    LogRecorder log;
-    x.f.daemon.syncStarted(x.id() + 1);
-    x.f.daemon.syncCompleted(x.id() + 1);
-    x.f.daemon.settle();
-    QVERIFY(!x.f.service->isWaiting());
-    QCOMPARE(log.takeLines(), QStringList());
-    QCOMPARE(x.f.spy.take(), QStringList());
-    QCOMPARE(x.server.requests("protocolRequest").count(), 0);
-}
-
-void TestExternalSync::aSyncThatARequestOfOursExplainsCreatesNoMarker()
-{
-    ExternalSyncFixture x;
-    x.f.source().synchronize(x.f.account);
-    x.f.spy.take();
-    x.start();
-    QCOMPARE(x.f.daemon.callCount("isRequestAlive"), 1);
-    x.f.daemon.complete(1, 200);
-    x.end();
-    QCOMPARE(x.f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
-    x.f.daemon.settle();
-    QCOMPARE(x.server.requests("protocolRequest").count(), 0);
-}
-
 void TestExternalSync::aRequestThatThePollFindsDeadExplainsNothing()
 {
     ExternalSyncFixture x;
@@ -193,37 +162,6 @@ void TestExternalSync::twoStartsInARowCreateOneMarker()
     x.end();
     QCOMPARE(x.f.spy.take(), QStringList());
     QCOMPARE(x.server.requests("protocolRequest").count(), 1);
-}
-
-void TestExternalSync::twoStartsWhileTheMarkerRunsCreateOneMarker()
-{
-    ExternalSyncFixture x;
-    const qulonglong marker = x.startAndTakeUp();
-    x.start();
-    x.f.spy.take();
-    x.end();
-    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
-    x.server.setActivity(marker, QMailServiceAction::Successful);
-    x.end();
-    QCOMPARE(x.f.spy.take(), QStringList());
-    QCOMPARE(x.server.requests("protocolRequest").count(), 1);
-}
-
-void TestExternalSync::anEndWithoutAMarkerCompletesNothing()
-{
-    ExternalSyncFixture x;
-    LogRecorder log;
-    x.end();
-    QCOMPARE(x.f.spy.take(), QStringList());
-    QCOMPARE(log.takeLines(),
-             QStringList(QStringLiteral("Synchronize COMPLETED signal received for the account  %1")
-                             .arg(x.id())));
-    // Nor does it end the waiting for something else.
-    x.f.service->startWaiting();
-    x.f.spy.take();
-    x.end();
-    QVERIFY(x.f.service->isWaiting());
-    QCOMPARE(x.f.spy.take(), QStringList());
 }
 
 void TestExternalSync::aBurstLeavesTheServiceFreeAndTheMarkerCompletesAtOnce()
@@ -297,60 +235,10 @@ void TestExternalSync::anEndDoesNotStopTheWaitingForARequestOfOurs()
     x.end();
     QVERIFY(x.f.service->isWaiting());
     QCOMPARE(x.f.spy.take(), QStringList());
-    x.f.daemon.complete(1, 200);
-    x.f.daemon.settle();
+    x.f.daemon.end(1, 200);
     QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
     x.deliver();
     QTRY_COMPARE(x.f.spy.completions(), 1);
-}
-
-void TestExternalSync::cancellingTheMarkerStopsTheSyncAtTheDaemon()
-{
-    ExternalSyncFixture x;
-    x.startAndTakeUp();
-    x.f.spy.take();
-    x.f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
-    QCOMPARE(x.f.spy.take(), texts({"error 1030", "available true"}));
-    const auto stop = x.f.daemon.calls("stopSync").value(0);
-    QCOMPARE(stop.arguments, QVariantList({x.id(), 1030}));
-    QVERIFY(stop.wantsReply);
-}
-
-void TestExternalSync::anEndAfterACancellationCompletesNothing()
-{
-    ExternalSyncFixture x;
-    const qulonglong marker = x.startAndTakeUp();
-    x.f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
-    x.server.setActivity(marker, QMailServiceAction::Failed);
-    x.f.spy.take();
-    x.end();
-    QCOMPARE(x.f.spy.take(), QStringList());
-}
-
-void TestExternalSync::theMarkerOutlivesTheDaemonAndEndsWithTheNextSync()
-{
-    ExternalSyncFixture x;
-    x.startAndTakeUp();
-    x.f.daemon.vanish();
-    x.f.tick(1003);
-    QVERIFY(x.f.source().isExternalSyncWorking());
-    QVERIFY(x.f.service->isWaiting());
-    QCOMPARE(x.f.spy.completions(), 0);
-    QVERIFY(x.f.daemon.appear());
-    x.start();
-    x.f.spy.take();
-    x.end();
-    QCOMPARE(x.f.spy.take(), texts({"activity 2", "completed true"}));
-}
-
-void TestExternalSync::theProgressGoesOnWhileTheMarkerRuns()
-{
-    ExternalSyncFixture x;
-    x.startAndTakeUp();
-    x.f.tick(1000);
-    x.f.spy.take();
-    x.f.tick();
-    QCOMPARE(x.f.spy.take(), texts({"status Progressing...", "progress 1001/1100"}));
 }
 
 /** The message server counts its own actions in the same process and from the same number on. */
@@ -477,9 +365,8 @@ void TestExternalSync::aStrayEndOfARequestDoesNotEndTheMarker()
     x.f.daemon.answerAlive(0);
     x.startAndTakeUp();
     x.f.spy.take();
-    // The poll took it for dead; its own action has long had its end.
-    x.f.daemon.complete(1, 401);
-    x.f.daemon.settle();
+    // The poll found it dead; its own action has long had its end.
+    x.f.daemon.end(1, 401);
     QCOMPARE(x.f.spy.takeOutcome(), QStringList());
     QVERIFY(x.f.service->isWaiting());
     x.end();

@@ -5,9 +5,8 @@
 #include "tests/support/chance.h"
 #include "tests/support/storefixture.h"
 
-#include <QTest>
-
 #include <qmailstore.h>
+#include <QTest>
 
 #include <algorithm>
 #include <map>
@@ -429,11 +428,10 @@ void TestFolderScope::randomTreesAgreeWithTheRules()
         const KeyTree tree = KeyTree::random(generator, 4, makeArgument);
         const Scope expected = rules(tree);
         const Scope actual = scopeOf(tree.toKey());
-        if (!(actual == expected)) {
+        if (!(actual == expected))
             QFAIL(qPrintable(QStringLiteral("tree %1 %2: %3, not %4")
                                  .arg(i)
                                  .arg(text(tree), text(actual), text(expected))));
-        }
         restricted += !expected.include.empty() || !expected.exclude.empty();
     }
     // The trees do not agree by being empty.

@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "tests/support/scripteddaemon.h"
-#include "tests/support/storefixture.h"
+#include "tests/plugin/loadedplugin.h"
 
 #include <QMetaMethod>
 #include <QTest>
-
-#include <qmailmessageservice.h>
-
-#include <memory>
 
 namespace {
 
@@ -38,13 +33,11 @@ QObject *childOfClass(const QObject &parent, const char *className)
 } // namespace
 
 /** The meta-objects of the loaded plugin's objects: order, signatures, results, argument names. */
-class TestMetaObjects : public QObject
+class TestMetaObjects : public LoadedPlugin
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
     void ofTheService();
     void ofTheSource();
     void ofTheSink();
@@ -56,26 +49,7 @@ private slots:
 
 private:
     QObject *request();
-    std::unique_ptr<ScriptedDaemon> m_daemon;
-    QMailAccountId m_account;
-    std::unique_ptr<QMailMessageService> m_service;
 };
-
-void TestMetaObjects::init()
-{
-    m_daemon = std::make_unique<ScriptedDaemon>();
-    m_account = StoreFixture::addAccount();
-    m_service.reset(
-        QMailMessageServiceFactory::createService(QStringLiteral("orvmail"), m_account));
-    QVERIFY(m_service);
-}
-
-void TestMetaObjects::cleanup()
-{
-    m_service.reset();
-    m_daemon.reset();
-    StoreFixture::clear();
-}
 
 /** A running operation request. */
 QObject *TestMetaObjects::request()

@@ -21,16 +21,13 @@ private slots:
     void stoppingWithAnyOtherCodeReportsItsTranslation();
     void stoppingWhileNotWaitingOnlyStopsARunningTimer();
     void theTimerRunsWhileWaitingAlone();
-    void anyTimerEventIsOneStep();
     void aTickWhileNotWaitingEndsTheTimer();
     void aTickMovesTheBarByOne();
-    void aTickJumpsPastWhatTheDaemonPublishes();
-    void aTickMovesByOneWhenTheDaemonPublishesTheMaximum();
-    void aTickMovesByOneWhenTheDaemonIsBehind();
+    void aTickGoesPastWhatTheDaemonPublishes_data();
+    void aTickGoesPastWhatTheDaemonPublishes();
     void aPublishedFigureAboveTheMaximumIsTakenAndPolled();
     void atTheMaximumALiveRequestExtendsTheMaximum();
     void atTheMaximumWithNothingAliveTheFiguresStay();
-    void atTheMaximumALostBroadcastEndsTheAction();
     void progressSetFromOutsideIsReportedWhileWaiting();
     void progressSetFromOutsideIsSilentWhileIdle();
     void aTickRepeatsTheFiguresFedFromOutside();
@@ -151,16 +148,6 @@ void TestProgress::theTimerRunsWhileWaitingAlone()
     QVERIFY(timers().isEmpty());
 }
 
-void TestProgress::anyTimerEventIsOneStep()
-{
-    ServiceFixture f;
-    f.service->startWaiting();
-    f.spy.take();
-    QTimerEvent event(987654);
-    QCoreApplication::sendEvent(f.service.get(), &event);
-    QCOMPARE(f.spy.take(), texts({"status Progressing...", "progress 1/1000"}));
-}
-
 void TestProgress::aTickWhileNotWaitingEndsTheTimer()
 {
     ServiceFixture f;
@@ -180,43 +167,34 @@ void TestProgress::aTickMovesTheBarByOne()
     QCOMPARE(log.takeLines(), texts({" progress changed to  1 of 1000"}));
 }
 
-void TestProgress::aTickJumpsPastWhatTheDaemonPublishes()
+void TestProgress::aTickGoesPastWhatTheDaemonPublishes_data()
 {
+    QTest::addColumn<int>("before");
+    QTest::addColumn<int>("published");
+    QTest::addColumn<int>("next");
+    QTest::newRow("far ahead") << 10 << 400 << 401;
+    QTest::newRow("the maximum") << 0 << 1000 << 1;
+    QTest::newRow("behind") << 6 << 5 << 7;
+}
+
+void TestProgress::aTickGoesPastWhatTheDaemonPublishes()
+{
+    QFETCH(int, before);
+    QFETCH(int, published);
+    QFETCH(int, next);
     SyncInfoShmWriter writer;
     QVERIFY2(writer.isOpen(), qPrintable(writer.errorString()));
     ServiceFixture f;
     f.service->startWaiting();
-    f.tick(10);
-    f.spy.take();
-    QVERIFY(writer.publish({f.account.toULongLong(), SyncInfoNode::SyncRunning, 400}));
-    f.tick();
-    QCOMPARE(f.spy.take(), texts({"status Progressing...", "progress 401/1000"}));
-    f.tick();
-    QCOMPARE(f.spy.take(), texts({"status Progressing...", "progress 402/1000"}));
-}
-
-void TestProgress::aTickMovesByOneWhenTheDaemonPublishesTheMaximum()
-{
-    SyncInfoShmWriter writer;
-    ServiceFixture f;
-    QVERIFY(writer.publish({f.account.toULongLong(), SyncInfoNode::SyncRunning, 1000}));
-    f.service->startWaiting();
-    f.tick(2);
-    QCOMPARE(f.spy.take(),
-             texts({"progress 0/1000", "status Progressing...", "progress 1/1000",
-                    "status Progressing...", "progress 2/1000"}));
-}
-
-void TestProgress::aTickMovesByOneWhenTheDaemonIsBehind()
-{
-    SyncInfoShmWriter writer;
-    ServiceFixture f;
-    QVERIFY(writer.publish({f.account.toULongLong(), SyncInfoNode::SyncRunning, 5}));
-    f.service->startWaiting();
-    f.tick();
-    f.spy.take();
-    f.tick();
-    QCOMPARE(f.spy.take(), texts({"status Progressing...", "progress 7/1000"}));
+    f.tick(before);
+    QVERIFY(writer.publish({f.account.toULongLong(), SyncInfoNode::SyncRunning, published}));
+    for (int value : {next, next + 1}) {
+        f.spy.take();
+        f.tick();
+        QCOMPARE(f.spy.take(),
+                 QStringList({QStringLiteral("status Progressing..."),
+                              QStringLiteral("progress %1/1000").arg(value)}));
+    }
 }
 
 void TestProgress::aPublishedFigureAboveTheMaximumIsTakenAndPolled()
@@ -273,18 +251,6 @@ void TestProgress::atTheMaximumWithNothingAliveTheFiguresStay()
     QCOMPARE(f.daemon.callCount("isRequestAlive"), 0);
 }
 
-void TestProgress::atTheMaximumALostBroadcastEndsTheAction()
-{
-    ServiceFixture f;
-    f.source().retrieveFolderList(f.account, QMailFolderId(), true);
-    f.tick(1000);
-    f.spy.take();
-    f.daemon.answerAlive(0);
-    f.tick();
-    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
-    QVERIFY(!f.service->isWaiting());
-}
-
 void TestProgress::progressSetFromOutsideIsReportedWhileWaiting()
 {
     ServiceFixture f;
@@ -336,8 +302,7 @@ void TestProgress::theLargestFiguresStayWhereTheyAre()
     f.tick(3);
     QCOMPARE(f.daemon.callCount("isRequestAlive"), 3);
     QCOMPARE(f.spy.take(), QStringList());
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
 }
 

@@ -45,7 +45,8 @@ public:
         return listener;
     }
 
-    /** Connects the daemon's end. */
+    /** Connects the daemon's end, or another one. */
+    bool connectDaemon() { return connectDaemon(daemon); }
     bool connectDaemon(QLocalSocket &socket)
     {
         socket.connectToServer(path);
@@ -62,34 +63,30 @@ public:
 
     ServiceFixture f;
     const QString path;
+    QLocalSocket daemon;
     QPointer<OrvProgressListener> listener;
     std::unique_ptr<QSignalSpy> finished;
 };
 
 } // namespace
 
+/**
+ * The socket on which a download tells its progress, byte by byte, and its end. The progress that a
+ * client sees is proved in tests/messageserver.
+ */
 class TestProgressListener : public QObject
 {
     Q_OBJECT
 
 private slots:
     void listensFromItsConstruction();
-    void eightBytesThatArriveTogetherReportTheLastRecord();
-    void sixBytesReportTheFirstAndKeepTheRest();
     void aRecordThatArrivesByteByByteIsReportedOnce();
     void bytesOfChanceInPiecesOfChanceReportRecordsAlone();
-    void aNegativeRecordReportsNothingAndEndsNothing();
-    void aNegativeRecordBehindAGoodOneHidesIt();
-    void valuesAboveAHundredArePassedOn();
     void whatWasWrittenBeforeTheConnectionWasWiredIsRead();
-    void aBurstOfThousandsOfRecordsReportsItsLast();
     void theServicesOwnCountingStops();
-    void aSecondClientIsClosedAtOnceAndTheFirstGoesOn();
     void aSecondConnectionThatIsPendingIsClosed();
     void aTakenNameLeavesTheListenerIdleUntilTheDownloadEnds();
     void aStaleSocketFileIsLeftAndTheListenerIsIdle();
-    void aClientThatDiesEndsTheListener();
-    void aClientThatDiesInTheMiddleOfARecordEndsTheListener();
     void aShortReadEndsTheListener();
     void theDownloadsEndEndsAConnectedListener();
     void aNameWithoutAPendingConnectionIsWarnedOf();
@@ -101,8 +98,7 @@ void TestProgressListener::listensFromItsConstruction()
     ListenerFixture x;
     LogRecorder log;
     x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
+    QVERIFY(x.connectDaemon());
     QTRY_VERIFY(!QFile::exists(x.path));
     const QString quoted = QStringLiteral("\"%1\"").arg(x.path);
     QCOMPARE(log.takeLines(),
@@ -110,7 +106,7 @@ void TestProgressListener::listensFromItsConstruction()
                           QStringLiteral("0 bytes available to read from path ") + quoted,
                           QStringLiteral("progress -1 on path ") + quoted}));
     QCOMPARE(x.f.spy.take(), QStringList());
-    daemon.write(records({40}));
+    x.daemon.write(records({40}));
     QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
     QCOMPARE(log.takeLines(),
              QStringList({QStringLiteral("4 bytes available to read from path ") + quoted,
@@ -119,43 +115,16 @@ void TestProgressListener::listensFromItsConstruction()
     QCOMPARE(log.takeWarnings(), QStringList());
 }
 
-void TestProgressListener::eightBytesThatArriveTogetherReportTheLastRecord()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    daemon.write(records({40, 60}));
-    daemon.waitForBytesWritten();
-    QCOMPARE(x.takeProgress(1), texts({"progress 60/100"}));
-    QCOMPARE(x.finished->count(), 0);
-}
-
-void TestProgressListener::sixBytesReportTheFirstAndKeepTheRest()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    const QByteArray bytes = records({70, 80});
-    daemon.write(bytes.left(6));
-    daemon.waitForBytesWritten();
-    QCOMPARE(x.takeProgress(1), texts({"progress 70/100"}));
-    daemon.write(bytes.mid(6));
-    QCOMPARE(x.takeProgress(1), texts({"progress 80/100"}));
-}
-
 void TestProgressListener::aRecordThatArrivesByteByByteIsReportedOnce()
 {
     ListenerFixture x;
     x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
+    QVERIFY(x.connectDaemon());
     LogRecorder log;
     const QByteArray bytes = records({55});
     for (int i = 0; i < bytes.size(); ++i) {
-        daemon.write(bytes.mid(i, 1));
-        daemon.waitForBytesWritten();
+        x.daemon.write(bytes.mid(i, 1));
+        x.daemon.waitForBytesWritten();
         QTRY_VERIFY(log.hasLine(
             QStringLiteral("%1 bytes available to read from path \"%2\"").arg(i + 1).arg(x.path)));
     }
@@ -168,8 +137,7 @@ void TestProgressListener::bytesOfChanceInPiecesOfChanceReportRecordsAlone()
     for (int round = 0; round < 30; ++round) {
         ListenerFixture x;
         x.listen();
-        QLocalSocket daemon;
-        QVERIFY(x.connectDaemon(daemon));
+        QVERIFY(x.connectDaemon());
         QByteArray bytes(int(random.bounded(200)), '\0');
         for (char &byte : bytes)
             byte = char(random.bounded(256));
@@ -182,12 +150,12 @@ void TestProgressListener::bytesOfChanceInPiecesOfChanceReportRecordsAlone()
         QStringList events;
         for (int at = 0, piece = 0; at < bytes.size(); at += piece) {
             piece = int(1 + random.bounded(13));
-            daemon.write(bytes.mid(at, piece));
-            daemon.flush();
+            x.daemon.write(bytes.mid(at, piece));
+            x.daemon.flush();
             QCoreApplication::processEvents();
             events += x.f.spy.take();
         }
-        daemon.disconnectFromServer();
+        x.daemon.disconnectFromServer();
         QTRY_VERIFY(x.finished->count() >= 1);
         events += x.f.spy.take();
         for (const QString &event : qAsConst(events))
@@ -196,102 +164,30 @@ void TestProgressListener::bytesOfChanceInPiecesOfChanceReportRecordsAlone()
     }
 }
 
-void TestProgressListener::aNegativeRecordReportsNothingAndEndsNothing()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    LogRecorder log;
-    daemon.write(records({-1}));
-    QTRY_VERIFY(log.hasLine(QStringLiteral("progress -1 on path \"%1\"").arg(x.path)));
-    daemon.write(records({-2147483647}));
-    daemon.waitForBytesWritten();
-    daemon.write(records({10}));
-    QCOMPARE(x.takeProgress(1), texts({"progress 10/100"}));
-    QCOMPARE(x.finished->count(), 0);
-}
-
-void TestProgressListener::aNegativeRecordBehindAGoodOneHidesIt()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    LogRecorder log;
-    daemon.write(records({50, -1}));
-    QTRY_VERIFY(log.hasLine(QStringLiteral("progress -1 on path \"%1\"").arg(x.path)));
-    QCOMPARE(x.f.spy.take(), QStringList());
-}
-
-void TestProgressListener::valuesAboveAHundredArePassedOn()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    daemon.write(records({250}));
-    QCOMPARE(x.takeProgress(1), texts({"progress 250/100"}));
-}
-
 void TestProgressListener::whatWasWrittenBeforeTheConnectionWasWiredIsRead()
 {
     ListenerFixture x;
     x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    daemon.write(records({33}));
-    QVERIFY(daemon.waitForBytesWritten());
-    daemon.disconnectFromServer();
+    QVERIFY(x.connectDaemon());
+    x.daemon.write(records({33}));
+    QVERIFY(x.daemon.waitForBytesWritten());
+    x.daemon.disconnectFromServer();
     // The event loop turns for the first time only now.
     QCOMPARE(x.takeProgress(1), texts({"progress 33/100"}));
     QTRY_VERIFY(x.finished->count() >= 1);
-}
-
-void TestProgressListener::aBurstOfThousandsOfRecordsReportsItsLast()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    QByteArray bytes;
-    for (qint32 value = 1; value <= 10000; ++value)
-        bytes += records({value % 100});
-    bytes += records({100});
-    daemon.write(bytes);
-    QString last;
-    QTRY_COMPARE((last = x.f.spy.take().value(0, last)), QStringLiteral("progress 100/100"));
 }
 
 void TestProgressListener::theServicesOwnCountingStops()
 {
     ListenerFixture x;
     x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    daemon.write(records({40}));
+    QVERIFY(x.connectDaemon());
+    x.daemon.write(records({40}));
     QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
     x.f.tick(2);
     QCOMPARE(x.f.spy.take(),
              texts({"status Progressing...", "progress 40/100", "status Progressing...",
                     "progress 40/100"}));
-}
-
-void TestProgressListener::aSecondClientIsClosedAtOnceAndTheFirstGoesOn()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket first;
-    QLocalSocket second;
-    QVERIFY(x.connectDaemon(first));
-    QVERIFY(x.connectDaemon(second));
-    QTRY_COMPARE(second.state(), QLocalSocket::UnconnectedState);
-    first.write(records({40}));
-    QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
-    QLocalSocket third;
-    third.connectToServer(x.path);
-    QVERIFY(!third.waitForConnected(100));
-    QCOMPARE(x.finished->count(), 0);
 }
 
 void TestProgressListener::aSecondConnectionThatIsPendingIsClosed()
@@ -362,67 +258,34 @@ void TestProgressListener::aStaleSocketFileIsLeftAndTheListenerIsIdle()
     QFile::remove(x.path);
 }
 
-void TestProgressListener::aClientThatDiesEndsTheListener()
-{
-    ListenerFixture x;
-    x.listen();
-    LogRecorder log;
-    {
-        QLocalSocket daemon;
-        QVERIFY(x.connectDaemon(daemon));
-        daemon.write(records({40}));
-        QCOMPARE(x.takeProgress(1), texts({"progress 40/100"}));
-        daemon.abort();
-    }
-    QTRY_VERIFY(x.finished->count() >= 1);
-    QVERIFY(log.takeLines().contains(QStringLiteral("disconnected from path \"%1\"").arg(x.path)));
-    QCOMPARE(x.finished->first().first().toString(), x.path);
-    QCOMPARE(x.f.spy.take(), QStringList());
-}
-
-void TestProgressListener::aClientThatDiesInTheMiddleOfARecordEndsTheListener()
-{
-    ListenerFixture x;
-    x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
-    daemon.write(records({40}).left(2));
-    daemon.waitForBytesWritten();
-    daemon.disconnectFromServer();
-    QTRY_VERIFY(x.finished->count() >= 1);
-    QCOMPARE(x.f.spy.take(), QStringList());
-}
-
 void TestProgressListener::aShortReadEndsTheListener()
 {
     ListenerFixture x;
     OrvProgressListener *listener = x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
+    QVERIFY(x.connectDaemon());
     QTRY_VERIFY(!QFile::exists(x.path));
     auto *socket = listener->findChild<QLocalSocket *>();
     QVERIFY(socket);
     // In text mode a carriage return is swallowed: less is read than was there.
     socket->setTextModeEnabled(true);
     LogRecorder log;
-    daemon.write(records({'\r'}));
+    x.daemon.write(records({'\r'}));
     QTRY_VERIFY(x.finished->count() >= 1);
     QCOMPARE(log.takeWarnings(),
              QStringList(QStringLiteral("error reading 4 bytes from \"%1\"").arg(x.path)));
     QCOMPARE(x.f.spy.take(), QStringList());
-    QTRY_COMPARE(daemon.state(), QLocalSocket::UnconnectedState);
+    QTRY_COMPARE(x.daemon.state(), QLocalSocket::UnconnectedState);
 }
 
 void TestProgressListener::theDownloadsEndEndsAConnectedListener()
 {
     ListenerFixture x;
     OrvProgressListener *listener = x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
+    QVERIFY(x.connectDaemon());
     QTRY_VERIFY(!QFile::exists(x.path));
     listener->onDisconnected();
     QVERIFY(x.finished->count() >= 1);
-    QTRY_COMPARE(daemon.state(), QLocalSocket::UnconnectedState);
+    QTRY_COMPARE(x.daemon.state(), QLocalSocket::UnconnectedState);
 }
 
 void TestProgressListener::aNameWithoutAPendingConnectionIsWarnedOf()
@@ -442,8 +305,7 @@ void TestProgressListener::aListenerThatIsDestroyedFreesItsName()
     delete x.listen();
     QVERIFY(!QFile::exists(x.path));
     x.listen();
-    QLocalSocket daemon;
-    QVERIFY(x.connectDaemon(daemon));
+    QVERIFY(x.connectDaemon());
 }
 
 QTEST_GUILESS_MAIN(TestProgressListener)

@@ -41,7 +41,6 @@ private slots:
     void aDBusErrorIsLoggedAndEndsItWithMinusOne();
     void aRefusalEndsItWithMinusOneAndNoLine();
     void aFailingExecuteDeletesItLaterAfterTheSchedulerRemovedIt();
-    void aBroadcastForAnotherIdLeavesItUntouched();
     void aBroadcastForAnotherAccountCompletesIt();
     void aBroadcastBeforeItRanMatchesOnlyMinusTwo();
     void aSecondBroadcastBeforeTheDeletionIsReportedAgain();
@@ -120,21 +119,6 @@ void TestRequests::aFailingExecuteDeletesItLaterAfterTheSchedulerRemovedIt()
     QVERIFY(!request);
 }
 
-void TestRequests::aBroadcastForAnotherIdLeavesItUntouched()
-{
-    ServiceFixture f;
-    const QPointer<AsDaemonRequest> request = f.newRequest();
-    EndSpy end(request);
-    QCOMPARE(request->execute(), 1);
-    LogRecorder log;
-    f.daemon.requestCompleted(200, f.account.toULongLong(), 2);
-    f.daemon.requestCompleted(200, f.account.toULongLong(), -1);
-    f.daemon.settle();
-    QCOMPARE(end.ends, QStringList());
-    QCOMPARE(log.takeLines(), QStringList());
-    QVERIFY(request);
-}
-
 void TestRequests::aBroadcastForAnotherAccountCompletesIt()
 {
     ServiceFixture f;
@@ -190,8 +174,7 @@ void TestRequests::aRequestThatWasNeverAddedIsTiedToTheScheduler()
 {
     ServiceFixture f;
     f.newRequest()->execute();
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), texts({"completed true"}));
 }
 
@@ -263,8 +246,7 @@ void TestRequests::leavesNothingBehindWhenItsParentGoes()
     f.scheduler().addRequest(request);
     f.service.reset();
     QVERIFY(!request);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
 }
 
 QTEST_GUILESS_MAIN(TestRequests)

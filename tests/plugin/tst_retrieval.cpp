@@ -6,39 +6,30 @@
 
 #include <QFileInfo>
 #include <QLocalSocket>
+#include <qmailmessagesortkey.h>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <qmailmessagesortkey.h>
-
 #include <unistd.h>
 
-/** Message lists, whole messages and message parts. */
+/**
+ * Message lists, whole messages and message parts: arguments that the message server never makes,
+ * and the life of the listeners. What a client asks for and sees is proved in tests/messageserver.
+ */
 class TestRetrieval : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void aMessageListIsOneFolderSyncOfContentTypeZero();
-    void messageListsAreOneFolderSyncOfContentType30();
-    void theSameFolderGoesWithTheSameTextAndAnotherContentType();
     void anInvalidFolderGivesASyncOfTheWholeAccount();
-    void anInvalidFolderSoonAfterASyncGivesNoRequest();
     void anEmptyListOfFoldersIsSentAllTheSame();
-    void duplicatesAndInvalidIdsArePassedOn();
     void minimumAndSortNeverReachTheDaemon();
     void theAccountOfTheArgumentIsAskedFor();
-    void newMessagesAreRetrievedAsMessageLists();
     void noMessagesReturnsTrueAndNothingHappens();
-    void threeMessagesAreThreeDownloadsInOrderWhateverTheSpecification_data();
-    void threeMessagesAreThreeDownloadsInOrderWhateverTheSpecification();
     void aPartIsOneDownloadWithAListener();
     void twoRetrievalsOfOnePartLeaveTheSecondListener();
-    void theListenerGoesWithItsDownload();
     void theListenerGoesWithAFailedDownload();
-    void aDaemonThatDiesInMidDownloadDoesNotKeepTheActionForEver();
-    void aRefusedDownloadLeavesNoListener();
     void aListenerThatFinishedTwiceIsForgottenOnce();
     void aNullListenerIsIgnored();
     void theListenerGoesWithADownloadThatThePollEnds();
@@ -61,55 +52,6 @@ QMailMessagePart::Location location(quint64 message, const char *part)
 
 } // namespace
 
-void TestRetrieval::aMessageListIsOneFolderSyncOfContentTypeZero()
-{
-    ServiceFixture f;
-    LogRecorder log;
-    QVERIFY(
-        f.source().retrieveMessageList(f.account, QMailFolderId(12), 20, QMailMessageSortKey()));
-    QCOMPARE(f.spy.take(), texts({"status retrieving messages list", "progress 0/1000"}));
-    const QStringList lines = log.takeLines();
-    QCOMPARE(lines.first(), QStringLiteral("retrieving messages list for folder 12"));
-    QCOMPARE(lines.last(),
-             QStringLiteral("result =  1 for AccountId= %1").arg(f.account.toULongLong()));
-    const auto calls = f.daemon.calls();
-    QCOMPARE(calls.count(), 1);
-    QCOMPARE(calls.first().method, QStringLiteral("syncSpecificFolders"));
-    QCOMPARE(calls.first().arguments,
-             QVariantList({f.account.toULongLong(), QStringList(QStringLiteral("12")), 0, 0}));
-}
-
-void TestRetrieval::messageListsAreOneFolderSyncOfContentType30()
-{
-    ServiceFixture f;
-    LogRecorder log;
-    QVERIFY(f.source().retrieveMessageLists(
-        f.account, {QMailFolderId(14), QMailFolderId(12), QMailFolderId(13)}, 20,
-        QMailMessageSortKey()));
-    QCOMPARE(f.spy.take(), texts({"progress 0/1000"}));
-    QCOMPARE(log.takeLines().first(),
-             QStringLiteral("retrieving messages list for folders in account %1")
-                 .arg(f.account.toULongLong()));
-    const auto calls = f.daemon.calls();
-    QCOMPARE(calls.count(), 1);
-    QCOMPARE(calls.first().arguments,
-             QVariantList({f.account.toULongLong(), texts({"14", "12", "13"}), 30, 0}));
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
-}
-
-void TestRetrieval::theSameFolderGoesWithTheSameTextAndAnotherContentType()
-{
-    ServiceFixture f;
-    f.source().retrieveMessageList(f.account, QMailFolderId(12), 0, QMailMessageSortKey());
-    f.source().retrieveMessageLists(f.account, {QMailFolderId(12)}, 0, QMailMessageSortKey());
-    const auto calls = f.daemon.calls("syncSpecificFolders");
-    QCOMPARE(calls.at(0).arguments.at(1), calls.at(1).arguments.at(1));
-    QCOMPARE(calls.at(0).arguments.at(2).toInt(), 0);
-    QCOMPARE(calls.at(1).arguments.at(2).toInt(), 30);
-}
-
 void TestRetrieval::anInvalidFolderGivesASyncOfTheWholeAccount()
 {
     ServiceFixture f;
@@ -122,36 +64,12 @@ void TestRetrieval::anInvalidFolderGivesASyncOfTheWholeAccount()
     QCOMPARE(f.spy.take(), texts({"status retrieving messages list", "progress 0/1000"}));
 }
 
-void TestRetrieval::anInvalidFolderSoonAfterASyncGivesNoRequest()
-{
-    Clock::setSource([]() -> qint64 { return 1700000000000; });
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    f.spy.take();
-    f.daemon.forgetCalls();
-    QVERIFY(f.source().retrieveMessageList(f.account, QMailFolderId(), 20, QMailMessageSortKey()));
-    QTRY_COMPARE(f.spy.completions(), 1);
-    QCOMPARE(f.daemon.calls().count(), 0);
-    Clock::setSource(nullptr);
-}
-
 void TestRetrieval::anEmptyListOfFoldersIsSentAllTheSame()
 {
     ServiceFixture f;
     QVERIFY(f.source().retrieveMessageLists(f.account, {}, 20, QMailMessageSortKey()));
     QCOMPARE(f.daemon.calls().value(0).arguments,
              QVariantList({f.account.toULongLong(), QStringList(), 30, 0}));
-}
-
-void TestRetrieval::duplicatesAndInvalidIdsArePassedOn()
-{
-    ServiceFixture f;
-    f.source().retrieveMessageLists(f.account,
-                                    {QMailFolderId(12), QMailFolderId(), QMailFolderId(12)}, 20,
-                                    QMailMessageSortKey());
-    QCOMPARE(f.daemon.calls().value(0).arguments.value(1).toStringList(), texts({"12", "0", "12"}));
 }
 
 void TestRetrieval::minimumAndSortNeverReachTheDaemon()
@@ -181,15 +99,6 @@ void TestRetrieval::theAccountOfTheArgumentIsAskedFor()
     QCOMPARE(calls.value(1).accountId(), 78ull);
 }
 
-void TestRetrieval::newMessagesAreRetrievedAsMessageLists()
-{
-    ServiceFixture f;
-    QMailMessageSource &base = f.service->source();
-    QVERIFY(base.retrieveNewMessages(f.account, {QMailFolderId(12)}));
-    QCOMPARE(f.daemon.calls("syncSpecificFolders").value(0).arguments,
-             QVariantList({f.account.toULongLong(), QStringList(QStringLiteral("12")), 30, 0}));
-}
-
 void TestRetrieval::noMessagesReturnsTrueAndNothingHappens()
 {
     ServiceFixture f;
@@ -199,42 +108,6 @@ void TestRetrieval::noMessagesReturnsTrueAndNothingHappens()
     QCOMPARE(f.spy.take(), QStringList());
     QCOMPARE(log.takeLines(), QStringList());
     QCOMPARE(f.daemon.calls().count(), 0);
-}
-
-void TestRetrieval::threeMessagesAreThreeDownloadsInOrderWhateverTheSpecification_data()
-{
-    QTest::addColumn<int>("wanted");
-    QTest::newRow("flags") << int(QMailRetrievalAction::Flags);
-    QTest::newRow("meta data") << int(QMailRetrievalAction::MetaData);
-    QTest::newRow("content") << int(QMailRetrievalAction::Content);
-    QTest::newRow("auto") << int(QMailRetrievalAction::Auto);
-}
-
-void TestRetrieval::threeMessagesAreThreeDownloadsInOrderWhateverTheSpecification()
-{
-    QFETCH(int, wanted);
-    ServiceFixture f;
-    LogRecorder log;
-    const QList<quint64> ids {32, 30, 31};
-    QVERIFY(
-        f.source().retrieveMessages({QMailMessageId(32), QMailMessageId(30), QMailMessageId(31)},
-                                    QMailRetrievalAction::RetrievalSpecification(wanted)));
-    const auto calls = f.daemon.calls();
-    QCOMPARE(calls.count(), 3);
-    for (int i = 0; i < 3; ++i) {
-        QCOMPARE(calls.at(i).method, QStringLiteral("downloadMessage"));
-        QCOMPARE(calls.at(i).arguments, QVariantList({f.account.toULongLong(), ids.at(i)}));
-    }
-    const QStringList lines = log.takeLines();
-    QCOMPARE(lines.filter(QStringLiteral("Retrieving message ")),
-             texts({"Retrieving message 32", "Retrieving message 30", "Retrieving message 31"}));
-    QVERIFY(lines.contains(QStringLiteral("result =  3")));
-    for (int id = 3; id >= 1; --id) {
-        QCOMPARE(f.spy.completions(), 0);
-        f.daemon.complete(id, 200);
-        f.daemon.settle();
-    }
-    QCOMPARE(f.spy.completions(), 1);
 }
 
 void TestRetrieval::aPartIsOneDownloadWithAListener()
@@ -276,26 +149,9 @@ void TestRetrieval::twoRetrievalsOfOnePartLeaveTheSecondListener()
     // The name was still taken when the second one was made.
     QCOMPARE(log.takeWarnings().count(), 1);
     f.daemon.complete(1, 200);
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
+    f.daemon.end(2, 200);
     QCOMPARE(f.spy.completions(), 1);
     QTRY_VERIFY(listeners(f).isEmpty());
-}
-
-void TestRetrieval::theListenerGoesWithItsDownload()
-{
-    ServiceFixture f;
-    f.source().retrieveMessagePart(location(33, "2"));
-    const QString path = listeners(f).first()->path();
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    QTRY_VERIFY(listeners(f).isEmpty());
-    QVERIFY(!QFileInfo::exists(path));
-    // The map is empty as well: the next retrieval replaces nothing and listens.
-    LogRecorder log;
-    f.source().retrieveMessagePart(location(33, "2"));
-    QCOMPARE(log.takeWarnings(), QStringList());
-    QVERIFY(QFileInfo::exists(path));
 }
 
 void TestRetrieval::theListenerGoesWithAFailedDownload()
@@ -304,39 +160,9 @@ void TestRetrieval::theListenerGoesWithAFailedDownload()
     f.source().retrieveMessagePart(location(33, "2"));
     f.source().retrieveMessagePart(location(33, "3"));
     QCOMPARE(listeners(f).count(), 2);
-    f.daemon.complete(1, 404);
-    f.daemon.settle();
+    f.daemon.end(1, 404);
     QTRY_COMPARE(listeners(f).count(), 1);
     f.service->cancelOperation(QMailServiceAction::Status::ErrCancel, QString());
-    QTRY_VERIFY(listeners(f).isEmpty());
-}
-
-void TestRetrieval::aDaemonThatDiesInMidDownloadDoesNotKeepTheActionForEver()
-{
-    ServiceFixture f;
-    QSignalSpy progress(f.service.get(), SIGNAL(progressChanged(uint, uint)));
-    f.source().retrieveMessagePart(location(33, "2"));
-    QLocalSocket daemon;
-    daemon.connectToServer(listeners(f).first()->path());
-    const qint32 percent = 97;
-    daemon.write(reinterpret_cast<const char *>(&percent), sizeof percent);
-    daemon.flush();
-    QTRY_COMPARE(progress.last().first().toInt(), 97);
-    daemon.abort();
-    f.daemon.vanish();
-    QTRY_VERIFY(listeners(f).isEmpty());
-    f.tick(3);
-    QCOMPARE(f.spy.completions(), 0);
-    f.tick();
-    QCOMPARE(f.spy.completions(), 1);
-}
-
-void TestRetrieval::aRefusedDownloadLeavesNoListener()
-{
-    ServiceFixture f;
-    f.daemon.answer(ScriptedDaemon::Answer::id(-1));
-    QVERIFY(f.source().retrieveMessagePart(location(33, "2")));
-    QCOMPARE(f.spy.takeOutcome(), texts({"error 1037", "completed false"}));
     QTRY_VERIFY(listeners(f).isEmpty());
 }
 
@@ -350,8 +176,7 @@ void TestRetrieval::aListenerThatFinishedTwiceIsForgottenOnce()
     QVERIFY(listener);
     f.deleteDeferred();
     QVERIFY(!listener);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.completions(), 1);
 }
 

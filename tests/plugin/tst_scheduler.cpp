@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/requests/asdaemonsendrequest.h"
-#include "plugin/source/syncmarker.h"
 #include "tests/plugin/servicefixture.h"
 
 #include <QElapsedTimer>
@@ -22,8 +21,7 @@ AsDaemonRequest *runTheSecondQueue(ServiceFixture &f)
     f.scheduler().addRequest(f.newRequest());
     AsDaemonRequest *running = f.newRequest();
     f.scheduler().addSecondQueueRequest(running);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     // Which of them the queue has first is chance; hardly ever the one that runs.
     for (int i = 0; i < Waiting; ++i)
         f.scheduler().addSecondQueueRequest(f.newRequest());
@@ -69,9 +67,8 @@ private slots:
     void whoHearsOfTheEndMayDestroyTheRequest();
     void anEndThatHasArrivedGoesBeforeTheWordDead();
     void anEndThatArrivesWhileAnotherRequestIsAskedForIsNotAskedAgain();
-    void aSyncThatARequestExplainedWhenItBeganCreatesNoMarker();
     void aSilentDaemonIsAskedOnceARound();
-    void whatTheDaemonNeverTookIsAskedForFirst();
+    void whatTheDaemonNeverAcceptedIsAskedForFirst();
     void theDeadAreFewAndHearOfNoCancellation();
     void aBatchEndsItsActionOnce_data();
     void aBatchEndsItsActionOnce();
@@ -93,8 +90,7 @@ void TestScheduler::oneRequestRunsAndEndsTheActionOnce()
                               + QStringLiteral(" has been added into requests queue")}));
     QVERIFY(f.service->isWaiting());
     QVERIFY(!f.scheduler().isIdle());
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), texts({"progress 0/1000", "activity 2", "completed true"}));
     QCOMPARE(log.takeLines().mid(1),
              texts({"OrvService::stopWaiting( 200 )", "Action Completed signal is emited"}));
@@ -108,11 +104,9 @@ void TestScheduler::twoRequestsOfTheFirstQueueEndOneActionWithTheLastCode()
     f.scheduler().addRequest(f.newRequest());
     QCOMPARE(f.daemon.callCount("sync"), 2);
     f.spy.take();
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), QStringList());
-    f.daemon.complete(2, 401);
-    f.daemon.settle();
+    f.daemon.end(2, 401);
     QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
 }
 
@@ -123,8 +117,7 @@ void TestScheduler::aFailureBeforeTheLastRequestDoesNotCount()
     f.scheduler().addRequest(f.newRequest());
     f.spy.take();
     f.daemon.complete(2, 401);
-    f.daemon.complete(1, 4001);
-    f.daemon.settle();
+    f.daemon.end(1, 4001);
     QCOMPARE(f.spy.take(), texts({"status ", "completed true"}));
 }
 
@@ -141,15 +134,13 @@ void TestScheduler::secondQueueRequestsRunOneAfterAnotherBehindTheFirstQueue()
     for (int running = 1; running <= 2; ++running) {
         QCOMPARE(f.daemon.callCount("sync"), running);
         f.spy.take();
-        f.daemon.complete(running, 200);
-        f.daemon.settle();
+        f.daemon.end(running, 200);
         QCOMPARE(f.spy.take(), QStringList());
         QCOMPARE(log.takeLines().filter(QStringLiteral("start request in second queue")).count(),
                  1);
     }
     QCOMPARE(f.daemon.callCount("sync"), 3);
-    f.daemon.complete(3, 200);
-    f.daemon.settle();
+    f.daemon.end(3, 200);
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
 }
 
@@ -172,14 +163,12 @@ void TestScheduler::aFailedSecondQueueRequestIsLoggedAndTheNextOneStarts()
     f.daemon.answerOnce("sync", Answer::id(-1));
     f.spy.take();
     LogRecorder log;
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.daemon.callCount("sync"), 3);
     QCOMPARE(log.takeLines().mid(1),
              texts({"start request in second queue", "start request in second queue",
                     "Second Queue Request execute returned -1"}));
-    f.daemon.complete(f.daemon.calls("sync").last().requestId, 200);
-    f.daemon.settle();
+    f.daemon.end(f.daemon.calls("sync").last().requestId, 200);
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
 }
 
@@ -219,8 +208,7 @@ void TestScheduler::aFailingRequestBesideARunningOneDoesNotEndTheAction()
     f.daemon.answerOnce("sync", Answer::error());
     QCOMPARE(f.scheduler().addRequest(f.newRequest()), -1);
     QCOMPARE(f.spy.take(), QStringList());
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
 }
 
@@ -241,19 +229,15 @@ void TestScheduler::aRunningSecondQueueRequestIsStartedAgainAfterAFirstQueueOne(
     f.scheduler().addRequest(f.newRequest());
     AsDaemonRequest *second = f.newRequest();
     f.scheduler().addSecondQueueRequest(second);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(second->requestId(), 2);
     f.scheduler().addRequest(f.newRequest());
-    f.daemon.complete(3, 200);
-    f.daemon.settle();
+    f.daemon.end(3, 200);
     QCOMPARE(second->requestId(), 4);
     f.spy.take();
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
+    f.daemon.end(2, 200);
     QCOMPARE(f.spy.take(), QStringList());
-    f.daemon.complete(4, 200);
-    f.daemon.settle();
+    f.daemon.end(4, 200);
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
 }
 
@@ -286,8 +270,7 @@ void TestScheduler::aBroadcastAfterACancellationEndsAnAction()
     // The next action is not held up by either.
     f.deleteDeferred();
     QCOMPARE(f.scheduler().addRequest(f.newRequest()), 2);
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
+    f.daemon.end(2, 200);
     QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
 }
 
@@ -377,17 +360,14 @@ void TestScheduler::aLateEndDoesNotSendWhatIsBeingSentAgain()
         message, &f.sink());
     const QSignalSpy transmitted(send, &AsDaemonSendRequest::messagesTransmitted);
     f.scheduler().addSecondQueueRequest(send);
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
+    f.daemon.end(2, 200);
     QCOMPARE(f.daemon.callCount("sendMail"), 1);
     f.spy.take();
     // The end of the one that was given up, at last.
-    f.daemon.complete(1, 401);
-    f.daemon.settle();
+    f.daemon.end(1, 401);
     QCOMPARE(f.daemon.callCount("sendMail"), 1);
     QCOMPARE(f.spy.take(), QStringList());
-    f.daemon.complete(3, 200);
-    f.daemon.settle();
+    f.daemon.end(3, 200);
     QCOMPARE(transmitted.count(), 1);
     QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
     QVERIFY(f.scheduler().isIdle());
@@ -403,8 +383,7 @@ void TestScheduler::aLateEndStartsNoOtherBesideTheRunningOne()
     QCOMPARE(f.spy.completions(), 0);
     for (int id = 2; id <= 2 + Waiting; ++id) {
         QCOMPARE(f.daemon.callCount("sync"), id);
-        f.daemon.complete(id, 200);
-        f.daemon.settle();
+        f.daemon.end(id, 200);
     }
     QCOMPARE(f.daemon.callCount("sync"), 2 + Waiting);
     QCOMPARE(f.spy.completions(), 1);
@@ -434,8 +413,7 @@ void TestScheduler::aFirstQueueRequestStartsNoOtherBesideTheRunningOne()
     ServiceFixture f;
     const AsDaemonRequest *running = runTheSecondQueue(f);
     f.scheduler().addRequest(f.newRequest());
-    f.daemon.complete(3, 200);
-    f.daemon.settle();
+    f.daemon.end(3, 200);
     // Deliberate: the running one is started again.
     QCOMPARE(f.daemon.callCount("sync"), 4);
     QCOMPARE(running->requestId(), 4);
@@ -451,8 +429,7 @@ void TestScheduler::aDeadRequestIsNotDeletedAndStillHears()
     f.deleteDeferred();
     QVERIFY(request);
     f.spy.take();
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), texts({"completed true"}));
     QTRY_VERIFY(!request);
 }
@@ -491,8 +468,7 @@ void TestScheduler::aSecondQueueRequestThatEndsBehindTheFirstQueueIsInNoQueue()
     f.scheduler().addRequest(f.newRequest());
     const QPointer<AsDaemonRequest> second = f.newRequest();
     f.scheduler().addSecondQueueRequest(second);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     AsDaemonRequest *late = f.newRequest();
     f.scheduler().addRequest(late);
     f.spy.take();
@@ -598,19 +574,6 @@ void TestScheduler::anEndThatArrivesWhileAnotherRequestIsAskedForIsNotAskedAgain
     QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
 }
 
-void TestScheduler::aSyncThatARequestExplainedWhenItBeganCreatesNoMarker()
-{
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.spy.take();
-    f.daemon.syncStarted(f.account.toULongLong());
-    f.daemon.complete(1, 401);
-    f.daemon.syncCompleted(f.account.toULongLong());
-    f.daemon.settle();
-    QCOMPARE(f.spy.take(), texts({"error 1029", "completed false"}));
-    QCOMPARE(f.source().marker().state(), SyncMarker::None);
-}
-
 void TestScheduler::aSilentDaemonIsAskedOnceARound()
 {
     ServiceFixture f;
@@ -631,7 +594,7 @@ void TestScheduler::aSilentDaemonIsAskedOnceARound()
     QVERIFY(f.scheduler().isIdle());
 }
 
-void TestScheduler::whatTheDaemonNeverTookIsAskedForFirst()
+void TestScheduler::whatTheDaemonNeverAcceptedIsAskedForFirst()
 {
     for (int round = 0; round < 10; ++round) {
         ServiceFixture f;
@@ -644,8 +607,7 @@ void TestScheduler::whatTheDaemonNeverTookIsAskedForFirst()
         QCOMPARE(polls.count(), 2);
         QCOMPARE(polls.first().arguments, QVariantList {-2});
         for (const auto &call : f.daemon.calls("sync"))
-            f.daemon.complete(call.requestId, 200);
-        f.daemon.settle();
+            f.daemon.end(call.requestId, 200);
         // So the action does not wait for the send alone until the next poll.
         QVERIFY(f.scheduler().isIdle());
     }
@@ -664,8 +626,7 @@ void TestScheduler::theDeadAreFewAndHearOfNoCancellation()
     f.service->cancelOperation(Cancel, QString());
     QCOMPARE(f.daemon.callCount("abortRequest"), 0);
     // The last of them still hears of its end.
-    f.daemon.complete(50, 401);
-    f.daemon.settle();
+    f.daemon.end(50, 401);
     f.deleteDeferred();
     QCOMPARE(f.source().findChildren<AsDaemonRequest *>().count(),
              RequestScheduler::MaximumDead - 1);
@@ -714,8 +675,7 @@ void TestScheduler::aBatchStartsTheSecondQueueWhenAllIsIn()
         QCOMPARE(f.spy.completions(), 0);
     }
     QCOMPARE(f.daemon.callCount("sync"), 2);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
 }
 

@@ -3,11 +3,10 @@
 #include "tests/plugin/servicefixture.h"
 
 #include <QElapsedTimer>
+#include <qmailstore.h>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
-
-#include <qmailstore.h>
 
 using Answer = ScriptedDaemon::Answer;
 
@@ -34,18 +33,7 @@ public:
 
     bool isInOutbox() const
     {
-        // The database knows; the store's cache may be a notification behind.
-        return QMailStore::instance()->countMessages(
-                   QMailMessageKey::id(message)
-                   & QMailMessageKey::status(QMailMessageMetaData::Outbox,
-                                             QMailDataComparator::Includes))
-            == 1;
-    }
-
-    void broadcast(int code)
-    {
-        daemon.complete(1, code);
-        daemon.settle();
+        return StoreFixture::hasStatus(message, QMailMessageMetaData::Outbox);
     }
 
     const QMailMessageId message;
@@ -57,30 +45,23 @@ public:
 
 } // namespace
 
+/**
+ * The request that sends a message: its signals, its end and its deletion, and who may destroy it.
+ * What becomes of the message and of the client's action is proved in tests/messageserver.
+ */
 class TestSendRequest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void anAcceptedSendLeavesTheOutbox();
     void aSuccessfulSendIsReportedOnce();
-    void aFailedSendIsBackInTheOutbox_data();
-    void aFailedSendIsBackInTheOutbox();
     void aSuccessCodeOtherThan200IsAFailure();
-    void aRefusedSendStaysInTheOutboxAndSaysNothing();
-    void aSendWithoutADaemonStaysInTheOutboxAndIsLogged();
-    void aSilentFailureEndsByThePoll();
     void throwsBadFunctionCallWithoutACall();
     void aBroadcastForAnotherIdChangesAndLogsNothing();
     void aBroadcastForAnotherAccountIsHandled();
-    void cancellingOnlyNotesIt();
-    void aCancelledSendThatSucceedsReportsNothing();
     void aCancelledSendThatFailsIsBackInTheOutboxAndReportsNothing();
     void cancellingTwiceIsHarmless();
     void cancellingASendAloneEmptiesTheQueues();
-    void theNextActionEndsNormallyBeforeTheCancelledSendsBroadcast();
-    void theNextActionEndsNormallyAcrossTheCancelledSendsBroadcast();
-    void theNextActionEndsNormallyAfterTheCancelledSendsBroadcast();
     void theNextSendEndsNormallyWhileTheCancelledOneIsOut();
     void thePollIgnoresACancelledSend();
     void theServiceGoesWhileACancelledSendIsOut();
@@ -93,28 +74,13 @@ private slots:
     void whoHearsOfTheOutcomeMayDestroyTheRequest();
 };
 
-void TestSendRequest::anAcceptedSendLeavesTheOutbox()
-{
-    SendFixture f;
-    QVERIFY(f.isInOutbox());
-    LogRecorder log;
-    QCOMPARE(f.request->execute(), 1);
-    QVERIFY(!f.isInOutbox());
-    QCOMPARE(log.takeLines(),
-             QStringList(QStringLiteral("Message %1  is sent and Outbox flag is cleared")
-                             .arg(f.message.toULongLong())));
-    QCOMPARE(f.daemon.calls("sendMail").value(0).arguments,
-             QVariantList({f.account.toULongLong(), f.message.toULongLong()}));
-    QCOMPARE(f.transmitted.count() + f.failed.count() + f.completed.count(), 0);
-}
-
 void TestSendRequest::aSuccessfulSendIsReportedOnce()
 {
     SendFixture f;
     f.scheduler().addRequest(f.request);
     f.spy.take();
     LogRecorder log;
-    f.broadcast(200);
+    f.daemon.end(1, 200);
     QCOMPARE(f.transmitted.count(), 1);
     QCOMPARE(f.transmitted.first().first().value<QMailMessageIdList>(),
              QMailMessageIdList {f.message});
@@ -136,97 +102,15 @@ void TestSendRequest::aSuccessfulSendIsReportedOnce()
     QTRY_VERIFY(!f.request);
 }
 
-void TestSendRequest::aFailedSendIsBackInTheOutbox_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<int>("error");
-    QTest::newRow("no connection") << 902 << 1034;
-    QTest::newRow("cancelled at the daemon") << 1030 << 1030;
-    QTest::newRow("zero") << 0 << 1030;
-    QTest::newRow("refused") << 403 << 1026;
-}
-
-void TestSendRequest::aFailedSendIsBackInTheOutbox()
-{
-    QFETCH(int, code);
-    QFETCH(int, error);
-    SendFixture f;
-    f.scheduler().addRequest(f.request);
-    QVERIFY(!f.isInOutbox());
-    f.spy.take();
-    LogRecorder log;
-    f.broadcast(code);
-    QVERIFY(f.isInOutbox());
-    QCOMPARE(f.transmitted.count(), 0);
-    QCOMPARE(f.failed.count(), 1);
-    QCOMPARE(f.failed.first().at(0).value<QMailMessageIdList>(), QMailMessageIdList {f.message});
-    QCOMPARE(f.failed.first().at(1).value<QMailServiceAction::Status::ErrorCode>(),
-             QMailServiceAction::Status::ErrorCode(error));
-    QCOMPARE(f.completed.count(), 1);
-    const QString status = QStringLiteral("error %1").arg(error);
-    QCOMPARE(f.spy.take(), QStringList({status, status, QStringLiteral("completed false")}));
-    const QStringList lines = log.takeLines();
-    QCOMPARE(lines.at(1), QStringLiteral("Message is not transmitted, error  %1").arg(code));
-    QCOMPARE(lines.at(2),
-             QStringLiteral("Message %1  is NOT sent and Outbox flag is restored")
-                 .arg(f.message.toULongLong()));
-    QVERIFY(lines.contains(QStringLiteral(" Update status:  %1").arg(error)));
-}
-
 void TestSendRequest::aSuccessCodeOtherThan200IsAFailure()
 {
     SendFixture f;
     f.scheduler().addRequest(f.request);
-    f.broadcast(4001);
+    f.daemon.end(1, 4001);
     QVERIFY(f.isInOutbox());
     QCOMPARE(f.failed.count(), 1);
     QCOMPARE(f.failed.first().at(1).value<QMailServiceAction::Status::ErrorCode>(),
              QMailServiceAction::Status::ErrNoError);
-}
-
-void TestSendRequest::aRefusedSendStaysInTheOutboxAndSaysNothing()
-{
-    SendFixture f;
-    const quint64 status = QMailMessageMetaData(f.message).status();
-    f.daemon.answer(Answer::id(-1));
-    LogRecorder log;
-    QCOMPARE(f.request->execute(), -1);
-    QCOMPARE(QMailMessageMetaData(f.message).status(), status);
-    QCOMPARE(log.takeLines(), QStringList());
-    QCOMPARE(f.completed.count(), 0);
-    f.deleteDeferred();
-    QVERIFY(f.request);
-}
-
-void TestSendRequest::aSendWithoutADaemonStaysInTheOutboxAndIsLogged()
-{
-    SendFixture f;
-    f.daemon.vanish();
-    LogRecorder log;
-    QCOMPARE(f.request->execute(), -1);
-    QVERIFY(f.isInOutbox());
-    QCOMPARE(log.takeLines(),
-             texts({"Request has returned an error "
-                    "\"org.freedesktop.DBus.Error.ServiceUnknown\""}));
-    QCOMPARE(f.completed.count(), 0);
-    f.deleteDeferred();
-    QVERIFY(f.request);
-}
-
-void TestSendRequest::aSilentFailureEndsByThePoll()
-{
-    SendFixture f;
-    f.daemon.answerOnce("sendMail", Answer::id(-1));
-    QCOMPARE(f.scheduler().addRequest(f.request), -1);
-    QVERIFY(!f.scheduler().isIdle());
-    QVERIFY(f.service->isWaiting());
-    f.tick(1000);
-    f.spy.take();
-    f.tick();
-    QCOMPARE(f.daemon.calls("isRequestAlive").value(0).arguments, QVariantList {-2});
-    QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
-    QVERIFY(f.isInOutbox());
-    QVERIFY(f.request);
 }
 
 void TestSendRequest::throwsBadFunctionCallWithoutACall()
@@ -260,48 +144,13 @@ void TestSendRequest::aBroadcastForAnotherAccountIsHandled()
     QCOMPARE(f.spy.status().accountId, f.account);
 }
 
-void TestSendRequest::cancellingOnlyNotesIt()
-{
-    SendFixture f;
-    f.scheduler().addRequest(f.request);
-    f.spy.take();
-    LogRecorder log;
-    f.service->cancelOperation(Cancel, QString());
-    QVERIFY(log.takeLines().contains(
-        QStringLiteral("Operation SEND request to cancel is received with code 1030")));
-    QCOMPARE(f.spy.take(), texts({"error 1030", "available true"}));
-    QCOMPARE(f.completed.count(), 0);
-    QCOMPARE(f.daemon.callCount("abortRequest"), 0);
-    QVERIFY(!f.isInOutbox());
-    f.deleteDeferred();
-    QVERIFY(f.request);
-}
-
-void TestSendRequest::aCancelledSendThatSucceedsReportsNothing()
-{
-    SendFixture f;
-    f.scheduler().addRequest(f.request);
-    f.service->cancelOperation(Cancel, QString());
-    f.spy.take();
-    LogRecorder log;
-    f.broadcast(200);
-    QCOMPARE(f.transmitted.count() + f.failed.count() + f.completed.count(), 0);
-    QCOMPARE(f.spy.take(), QStringList());
-    QVERIFY(!f.isInOutbox());
-    QCOMPARE(log.takeLines().mid(1),
-             QStringList({QStringLiteral("Emitting 'messagesTransmitted' signal for id  %1")
-                              .arg(f.message.toULongLong()),
-                          QStringLiteral("Request has been canceled, return")}));
-    QTRY_VERIFY(!f.request);
-}
-
 void TestSendRequest::aCancelledSendThatFailsIsBackInTheOutboxAndReportsNothing()
 {
     SendFixture f;
     f.scheduler().addRequest(f.request);
     f.service->cancelOperation(Cancel, QString());
     f.spy.take();
-    f.broadcast(902);
+    f.daemon.end(1, 902);
     QCOMPARE(f.transmitted.count() + f.failed.count() + f.completed.count(), 0);
     QCOMPARE(f.spy.take(), QStringList());
     QVERIFY(f.isInOutbox());
@@ -316,7 +165,7 @@ void TestSendRequest::cancellingTwiceIsHarmless()
     f.service->cancelOperation(Cancel, QString());
     QCOMPARE(f.daemon.callCount("abortRequest"), 0);
     f.spy.take();
-    f.broadcast(200);
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), QStringList());
     QVERIFY(!f.isInOutbox());
     QTRY_VERIFY(!f.request);
@@ -332,50 +181,6 @@ void TestSendRequest::cancellingASendAloneEmptiesTheQueues()
     QVERIFY(!f.service->isWaiting());
 }
 
-void TestSendRequest::theNextActionEndsNormallyBeforeTheCancelledSendsBroadcast()
-{
-    SendFixture f;
-    f.scheduler().addRequest(f.request);
-    f.service->cancelOperation(Cancel, QString());
-    f.spy.take();
-    f.source().retrieveFolderList(f.account, QMailFolderId(), true);
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
-    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
-    f.broadcast(200);
-    QCOMPARE(f.spy.take(), QStringList());
-    QTRY_VERIFY(!f.request);
-}
-
-void TestSendRequest::theNextActionEndsNormallyAcrossTheCancelledSendsBroadcast()
-{
-    SendFixture f;
-    f.scheduler().addRequest(f.request);
-    f.service->cancelOperation(Cancel, QString());
-    f.source().retrieveFolderList(f.account, QMailFolderId(), true);
-    f.spy.take();
-    f.broadcast(902);
-    QCOMPARE(f.spy.take(), QStringList());
-    QVERIFY(f.service->isWaiting());
-    QVERIFY(f.isInOutbox());
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
-    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
-}
-
-void TestSendRequest::theNextActionEndsNormallyAfterTheCancelledSendsBroadcast()
-{
-    SendFixture f;
-    f.scheduler().addRequest(f.request);
-    f.service->cancelOperation(Cancel, QString());
-    f.broadcast(200);
-    f.spy.take();
-    f.source().retrieveFolderList(f.account, QMailFolderId(), true);
-    f.daemon.complete(2, 401);
-    f.daemon.settle();
-    QCOMPARE(f.spy.takeOutcome(), texts({"error 1029", "completed false"}));
-}
-
 void TestSendRequest::theNextSendEndsNormallyWhileTheCancelledOneIsOut()
 {
     SendFixture f;
@@ -386,12 +191,11 @@ void TestSendRequest::theNextSendEndsNormallyWhileTheCancelledOneIsOut()
     QSignalSpy sent(&f.sink(),
                     qOverload<const QMailMessageIdList &>(&QMailMessageSink::messagesTransmitted));
     f.sink().transmitMessages({next});
-    f.daemon.complete(2, 200);
-    f.daemon.settle();
+    f.daemon.end(2, 200);
     QCOMPARE(sent.count(), 1);
     QCOMPARE(sent.first().first().value<QMailMessageIdList>(), QMailMessageIdList {next});
     QCOMPARE(f.spy.completions(), 1);
-    f.broadcast(200);
+    f.daemon.end(1, 200);
     QCOMPARE(sent.count(), 1);
     QCOMPARE(f.spy.completions(), 1);
 }
@@ -413,7 +217,7 @@ void TestSendRequest::theServiceGoesWhileACancelledSendIsOut()
     f.service->cancelOperation(Cancel, QString());
     f.service.reset();
     QVERIFY(!f.request);
-    f.broadcast(902);
+    f.daemon.end(1, 902);
     QVERIFY(!f.isInOutbox());
 }
 
@@ -425,7 +229,7 @@ void TestSendRequest::theServiceGoesWhileASendIsOut()
     f.service.reset();
     QVERIFY(!f.request);
     QCOMPARE(f.spy.takeOutcome(), texts({"error 1030"}));
-    f.broadcast(200);
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), QStringList());
 }
 
@@ -446,7 +250,7 @@ void TestSendRequest::aSendThatIsAnsweredLateIsFollowedToItsEnd()
     f.spy.take();
     // The daemon was held up, and did all of it since.
     f.daemon.releaseAnswers();
-    f.broadcast(code);
+    f.daemon.end(1, code);
     QTRY_VERIFY(!f.request);
     QCOMPARE(f.transmitted.count(), code == 200 ? 1 : 0);
     QCOMPARE(f.failed.count(), code == 200 ? 0 : 1);
@@ -513,7 +317,7 @@ void TestSendRequest::whoHearsOfTheOutcomeMayDestroyTheRequest()
         connect(f.request, &AsDaemonSendRequest::messagesTransmitted, this, destroy);
         connect(f.request, &AsDaemonSendRequest::messagesFailedTransmission, this, destroy);
     }
-    f.broadcast(code);
+    f.daemon.end(1, code);
     QVERIFY(!f.request);
     QVERIFY(f.scheduler().isIdle());
 }

@@ -226,8 +226,7 @@ void TestService::aCompletionThatIsPutOffGoesWithItsAction()
     QTimer::singleShot(0, this, [&later] { later = true; });
     QTRY_VERIFY(later);
     QCOMPARE(f.spy.takeOutcome(), QStringList());
-    f.daemon.complete(1, 401);
-    f.daemon.settle();
+    f.daemon.end(1, 401);
     QCOMPARE(f.spy.takeOutcome(), texts({"error 1029", "completed false"}));
 }
 

@@ -2,10 +2,9 @@
 #include "tests/support/scripteddaemon.h"
 #include "tests/support/storefixture.h"
 
+#include <qmailmessageservice.h>
 #include <QPluginLoader>
 #include <QTest>
-
-#include <qmailmessageservice.h>
 
 #include <memory>
 

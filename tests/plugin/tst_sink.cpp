@@ -1,21 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/plugin/fakemessageserver.h"
+#include "tests/plugin/loadedplugin.h"
 #include "tests/plugin/logrecorder.h"
-#include "tests/plugin/servicespy.h"
-#include "tests/support/scripteddaemon.h"
-#include "tests/support/storefixture.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <qmailstore.h>
 #include <QSignalSpy>
 #include <QTest>
-
-#include <qmailmessageservice.h>
-#include <qmailstore.h>
-
-#include <memory>
-
-using Answer = ScriptedDaemon::Answer;
 
 namespace {
 
@@ -23,8 +15,11 @@ const QString Stranger = QStringLiteral("stranger");
 
 } // namespace
 
-/** The sink of the loaded plugin, between the daemon's double and the message server's. */
-class TestSink : public QObject
+/**
+ * The sink of the loaded plugin, between the daemon's double and the message server's: what it
+ * counts, hears and logs. What it sends, and when, is proved in tests/messageserver.
+ */
+class TestSink : public LoadedPlugin
 {
     Q_OBJECT
 
@@ -33,71 +28,42 @@ private slots:
     void cleanup();
     void nothingToTransmitCompletesAtOnceAndSyncsNothing();
     void threeMessagesAreSentInOrder();
-    void oneSentFolderSyncFollowsTheSends();
-    void noSentFolderSyncWhenTheFolderIsNoFavourite();
     void noSentFolderSyncWithoutASentFolder();
-    void theOutcomesOfTheSendsAreRelayed();
-    void aRefusedSendLeavesTheActionToThePoll();
     void completeActionReportsItsResult();
-    void anAnnouncementTransmitsWhatWaits();
-    void anAnnouncementWithNothingWaitingDoesNothing();
     void anAnnouncementForAnotherAccountChangesNothing();
     void anotherObjectsAnnouncementIsNotHeard_data();
     void anotherObjectsAnnouncementIsNotHeard();
     void anAnnouncementIsHeardFromAnySender();
-    void theAnnouncementOfTheSinksOwnSyncIsSkipped();
     void twoOwnSyncsSkipTheNextTwoAnnouncementsWhateverTheirCause();
-    void whileATransmissionRunsAnnouncementsAreIgnored();
     void whileATransmissionIsPendingAnnouncementsAreIgnored();
-    void messagesInTheTrashOrMarkedDontSendDoNotTransmit_data();
-    void messagesInTheTrashOrMarkedDontSendDoNotTransmit();
-    void aFailedSendIsTransmittedAtTheNextAnnouncement();
     void aCancelledActionSyncsNoSentFolder();
 
 private:
-    quint64 id() const { return m_account.toULongLong(); }
-    QMailFolderId sentFolder() const
-    {
-        return QMailAccount(m_account).standardFolder(QMailFolder::SentFolder);
-    }
     void makeSentFolderFavourite();
     void announce();
     /** The announcement as somebody sends it who has no name on the bus. */
     bool announceAs(const QString &path, const QString &interface);
-    bool isInOutbox(const QMailMessageId &message) const;
 
     std::unique_ptr<FakeMessageServer> m_server;
-    std::unique_ptr<ScriptedDaemon> m_daemon;
-    QMailAccountId m_account;
-    std::unique_ptr<QMailMessageService> m_service;
-    std::unique_ptr<ServiceSpy> m_spy;
 };
 
 void TestSink::init()
 {
     m_server = std::make_unique<FakeMessageServer>();
-    m_daemon = std::make_unique<ScriptedDaemon>();
-    m_account = StoreFixture::addAccount();
-    StoreFixture::addStandardFolders(m_account);
-    m_service.reset(
-        QMailMessageServiceFactory::createService(QStringLiteral("orvmail"), m_account));
-    QVERIFY(m_service);
-    m_spy = std::make_unique<ServiceSpy>(m_service.get());
+    LoadedPlugin::init();
 }
 
 void TestSink::cleanup()
 {
-    m_service.reset();
-    m_daemon.reset();
+    LoadedPlugin::cleanup();
     m_server.reset();
-    StoreFixture::clear();
 }
 
 void TestSink::makeSentFolderFavourite()
 {
-    QMailFolder folder(sentFolder());
-    folder.setStatus(QMailFolder::Favourite, true);
-    QVERIFY(QMailStore::instance()->updateFolder(&folder));
+    QMailFolder sent(folder(QMailFolder::SentFolder));
+    sent.setStatus(QMailFolder::Favourite, true);
+    QVERIFY(QMailStore::instance()->updateFolder(&sent));
 }
 
 void TestSink::announce()
@@ -119,16 +85,6 @@ bool TestSink::announceAs(const QString &path, const QString &interface)
     QDBusConnection::disconnectFromBus(Stranger);
     m_daemon->settle();
     return sent;
-}
-
-bool TestSink::isInOutbox(const QMailMessageId &message) const
-{
-    // The database knows; the store's cache may be a notification behind.
-    return QMailStore::instance()->countMessages(
-               QMailMessageKey::id(message)
-               & QMailMessageKey::status(QMailMessageMetaData::Outbox,
-                                         QMailDataComparator::Includes))
-        == 1;
 }
 
 void TestSink::nothingToTransmitCompletesAtOnceAndSyncsNothing()
@@ -169,39 +125,6 @@ void TestSink::threeMessagesAreSentInOrder()
     QVERIFY(lines.contains(QStringLiteral("Sending message  %1").arg(ids.at(2).toULongLong())));
 }
 
-void TestSink::oneSentFolderSyncFollowsTheSends()
-{
-    makeSentFolderFavourite();
-    m_service->sink().transmitMessages(
-        {StoreFixture::addOutgoing(m_account), StoreFixture::addOutgoing(m_account)});
-    m_daemon->complete(1, 200);
-    m_daemon->settle();
-    QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
-    m_daemon->complete(2, 200);
-    const auto call = m_daemon->waitForCall("syncSpecificFolders");
-    QCOMPARE(call.arguments,
-             QVariantList({id(), QStringList(QString::number(sentFolder().toULongLong())), 0, 0}));
-    QCOMPARE(m_spy->completions(), 0);
-    m_daemon->complete(call.requestId, 200);
-    m_daemon->settle();
-    QCOMPARE(m_spy->completions(), 1);
-    QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 1);
-}
-
-void TestSink::noSentFolderSyncWhenTheFolderIsNoFavourite()
-{
-    const QMailMessageId message = StoreFixture::addOutgoing(m_account);
-    m_service->sink().transmitMessages({message});
-    m_daemon->complete(1, 200);
-    m_daemon->settle();
-    QCOMPARE(m_spy->completions(), 1);
-    QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
-    // The next announcement is nobody's own.
-    StoreFixture::addOutgoing(m_account);
-    announce();
-    QTRY_COMPARE(m_server->requests("transmitMessages").count(), 1);
-}
-
 void TestSink::noSentFolderSyncWithoutASentFolder()
 {
     QMailAccount account(m_account);
@@ -209,47 +132,9 @@ void TestSink::noSentFolderSyncWithoutASentFolder()
     QVERIFY(QMailStore::instance()->updateAccount(
         &account, static_cast<QMailAccountConfiguration *>(nullptr)));
     m_service->sink().transmitMessages({StoreFixture::addOutgoing(m_account)});
-    m_daemon->complete(1, 200);
-    m_daemon->settle();
+    m_daemon->end(1, 200);
     QCOMPARE(m_spy->completions(), 1);
     QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
-}
-
-void TestSink::theOutcomesOfTheSendsAreRelayed()
-{
-    QSignalSpy transmitted(&m_service->sink(), SIGNAL(messagesTransmitted(QMailMessageIdList)));
-    QSignalSpy failed(&m_service->sink(),
-                      SIGNAL(messagesFailedTransmission(QMailMessageIdList,
-                                                        QMailServiceAction::Status::ErrorCode)));
-    const QMailMessageId good = StoreFixture::addOutgoing(m_account);
-    const QMailMessageId bad = StoreFixture::addOutgoing(m_account);
-    m_service->sink().transmitMessages({good, bad});
-    m_daemon->complete(2, 902);
-    m_daemon->complete(1, 200);
-    m_daemon->settle();
-    QCOMPARE(transmitted.count(), 1);
-    QCOMPARE(transmitted.first().first().value<QMailMessageIdList>(), QMailMessageIdList {good});
-    QCOMPARE(failed.count(), 1);
-    QCOMPARE(failed.first().first().value<QMailMessageIdList>(), QMailMessageIdList {bad});
-    QVERIFY(!isInOutbox(good));
-    QVERIFY(isInOutbox(bad));
-    QCOMPARE(m_spy->takeOutcome(),
-             QStringList({QStringLiteral("error 1034"), QStringLiteral("activity 2"),
-                          QStringLiteral("completed true")}));
-}
-
-void TestSink::aRefusedSendLeavesTheActionToThePoll()
-{
-    m_daemon->answer("sendMail", Answer::id(-1));
-    const QMailMessageId message = StoreFixture::addOutgoing(m_account);
-    QVERIFY(m_service->sink().transmitMessages({message}));
-    m_daemon->settle();
-    QCOMPARE(m_spy->completions(), 0);
-    QVERIFY(isInOutbox(message));
-    for (int i = 0; i <= 1000; ++i)
-        QVERIFY(QMetaObject::invokeMethod(m_service.get(), "countProgress"));
-    QCOMPARE(m_spy->completions(), 1);
-    QVERIFY(isInOutbox(message));
 }
 
 void TestSink::completeActionReportsItsResult()
@@ -263,28 +148,6 @@ void TestSink::completeActionReportsItsResult()
     QCOMPARE(log.takeLines(),
              QStringList({QStringLiteral("OrvSink::Action completed:  true"),
                           QStringLiteral("OrvSink::Action completed:  false")}));
-}
-
-void TestSink::anAnnouncementTransmitsWhatWaits()
-{
-    StoreFixture::addOutgoing(m_account);
-    StoreFixture::addOutgoing(m_account);
-    LogRecorder log;
-    announce();
-    const QStringList lines = log.takeLines();
-    QVERIFY(lines.contains(
-        QStringLiteral("Synchronize signal received for the account  %1").arg(id())));
-    QVERIFY(lines.contains(QStringLiteral("Sending  2  message(s)")));
-    const auto request = m_server->waitForRequest("transmitMessages");
-    QVERIFY(request.action != 0);
-    QCOMPARE(qdbus_cast<QMailAccountId>(request.arguments.value(0)), m_account);
-}
-
-void TestSink::anAnnouncementWithNothingWaitingDoesNothing()
-{
-    announce();
-    m_daemon->settle();
-    QCOMPARE(m_server->requests("transmitMessages").count(), 0);
 }
 
 void TestSink::anAnnouncementForAnotherAccountChangesNothing()
@@ -334,21 +197,6 @@ void TestSink::anAnnouncementIsHeardFromAnySender()
     QVERIFY(m_server->waitForRequest("transmitMessages").action != 0);
 }
 
-void TestSink::theAnnouncementOfTheSinksOwnSyncIsSkipped()
-{
-    makeSentFolderFavourite();
-    m_service->sink().transmitMessages({StoreFixture::addOutgoing(m_account)});
-    m_daemon->complete(1, 200);
-    const auto call = m_daemon->waitForCall("syncSpecificFolders");
-    StoreFixture::addOutgoing(m_account);
-    announce();
-    m_daemon->complete(call.requestId, 200);
-    m_daemon->settle();
-    QCOMPARE(m_server->requests("transmitMessages").count(), 0);
-    announce();
-    QTRY_COMPARE(m_server->requests("transmitMessages").count(), 1);
-}
-
 void TestSink::twoOwnSyncsSkipTheNextTwoAnnouncementsWhateverTheirCause()
 {
     makeSentFolderFavourite();
@@ -366,21 +214,6 @@ void TestSink::twoOwnSyncsSkipTheNextTwoAnnouncementsWhateverTheirCause()
     QTRY_COMPARE(m_server->requests("transmitMessages").count(), 1);
 }
 
-void TestSink::whileATransmissionRunsAnnouncementsAreIgnored()
-{
-    StoreFixture::addOutgoing(m_account);
-    announce();
-    const auto request = m_server->waitForRequest("transmitMessages");
-    m_server->setActivity(request.action, QMailServiceAction::InProgress);
-    LogRecorder log;
-    announce();
-    QVERIFY(log.takeLines().contains(QStringLiteral("Transmit in progress, skipping")));
-    QCOMPARE(m_server->requests("transmitMessages").count(), 1);
-    m_server->setActivity(request.action, QMailServiceAction::Successful);
-    announce();
-    QTRY_COMPARE(m_server->requests("transmitMessages").count(), 2);
-}
-
 void TestSink::whileATransmissionIsPendingAnnouncementsAreIgnored()
 {
     StoreFixture::addOutgoing(m_account);
@@ -394,56 +227,13 @@ void TestSink::whileATransmissionIsPendingAnnouncementsAreIgnored()
     QCOMPARE(log.takeLines().filter(QStringLiteral("Transmit in progress, skipping")).count(), 2);
 }
 
-void TestSink::messagesInTheTrashOrMarkedDontSendDoNotTransmit_data()
-{
-    QTest::addColumn<quint64>("status");
-    QTest::addColumn<QString>("dontSend");
-    QTest::addColumn<bool>("transmits");
-    const quint64 trash = QMailMessageMetaData::Trash;
-    QTest::newRow("in the trash") << trash << QString() << false;
-    QTest::newRow("dontSend true") << quint64(0) << QStringLiteral("true") << false;
-    QTest::newRow("dontSend false") << quint64(0) << QStringLiteral("false") << true;
-    QTest::newRow("dontSend 1") << quint64(0) << QStringLiteral("1") << true;
-    // The mail store compares texts without regard to case.
-    QTest::newRow("dontSend TRUE") << quint64(0) << QStringLiteral("TRUE") << false;
-    QTest::newRow("no dontSend") << quint64(0) << QString() << true;
-}
-
-void TestSink::messagesInTheTrashOrMarkedDontSendDoNotTransmit()
-{
-    QFETCH(quint64, status);
-    QFETCH(QString, dontSend);
-    QFETCH(bool, transmits);
-    QMailMessageMetaData message(StoreFixture::addOutgoing(m_account));
-    message.setStatus(status, true);
-    if (!dontSend.isNull())
-        message.setCustomField(QStringLiteral("dontSend"), dontSend);
-    QVERIFY(QMailStore::instance()->updateMessage(&message));
-    LogRecorder log;
-    announce();
-    QCOMPARE(log.takeLines().contains(QStringLiteral("Sending  1  message(s)")), transmits);
-}
-
-void TestSink::aFailedSendIsTransmittedAtTheNextAnnouncement()
-{
-    m_service->sink().transmitMessages({StoreFixture::addOutgoing(m_account)});
-    announce();
-    m_daemon->settle();
-    QCOMPARE(m_server->requests("transmitMessages").count(), 0);
-    m_daemon->complete(1, 902);
-    m_daemon->settle();
-    announce();
-    QTRY_COMPARE(m_server->requests("transmitMessages").count(), 1);
-}
-
 void TestSink::aCancelledActionSyncsNoSentFolder()
 {
     makeSentFolderFavourite();
     m_service->sink().transmitMessages({StoreFixture::addOutgoing(m_account)});
     m_service->cancelOperation();
     m_spy->take();
-    m_daemon->complete(1, 200);
-    m_daemon->settle();
+    m_daemon->end(1, 200);
     QCOMPARE(m_daemon->callCount("syncSpecificFolders"), 0);
     QCOMPARE(m_spy->take(), QStringList());
 }

@@ -13,7 +13,7 @@ namespace {
 
 qint64 testTime = 0;
 
-/** The clock stands, where the test puts it. */
+/** A clock that stands at the time that the test sets. */
 class TestClock
 {
 public:
@@ -40,20 +40,11 @@ private slots:
     void synchronizeRunsOneSyncToItsCompletion();
     void exportUpdatesStartsAFullSync();
     void retrieveAllSaysNothingAndSyncs();
-    void everyFailingCodeEndsTheActionWithItsError_data();
-    void everyFailingCodeEndsTheActionWithItsError();
-    void anAbsentDaemonFailsTheActionAtOnce();
-    void aRefusingDaemonFailsTheActionAtOnce();
-    void aDaemonThatDiesLeavesTheActionToThePoll();
     void theFirstRetrieveAllAlwaysReachesTheDaemon();
     void aRepetitionWithin4999MsIsADoublet();
-    void aRepetitionAt5000MsIsANewSync();
-    void aClockThatHasGoneBackIsNoDoublet();
-    void aRepetitionInTheSameMillisecondIsADoublet();
     void exportUpdatesAndSynchronizeShareTheDoublets();
     void aDoubletCompletesThroughTheServiceAfter100Ms();
     void aSyncThatEndsWithAnyCodeOfSuccessMakesDoublets();
-    void aFailedSyncMakesNoDoublet();
     void aCancelledSyncMakesNoDoublet();
     void aPollThatEndsTheSyncMakesNoDoublet();
     void theOperationsReturnTrueWhateverTheDaemonAnswers();
@@ -65,7 +56,6 @@ private slots:
     void prepareMessagesCompletesWithoutTheDaemon();
     void completeActionReportsSuccess();
     void cancelExternalSyncDoesNothing();
-    void aServiceMadeWhileTheDaemonSyncsFollowsThatSync();
     void aServiceMadeWhileAnotherAccountSyncsFollowsNothing();
 };
 
@@ -88,8 +78,7 @@ void TestSource::synchronizeRunsOneSyncToItsCompletion()
     QCOMPARE(calls.first().method, QStringLiteral("sync"));
     QCOMPARE(calls.first().arguments, QVariantList {f.account.toULongLong()});
     QVERIFY(calls.first().wantsReply);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
     QVERIFY(log.takeLines().contains(QStringLiteral("Sync completed at %1").arg(Noon)));
 }
@@ -113,71 +102,6 @@ void TestSource::retrieveAllSaysNothingAndSyncs()
     QCOMPARE(f.daemon.callCount("sync"), 1);
 }
 
-void TestSource::everyFailingCodeEndsTheActionWithItsError_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<int>("error");
-    QTest::newRow("address") << 400 << 1038;
-    QTest::newRow("password") << 401 << 1029;
-    QTest::newRow("forbidden") << 403 << 1026;
-    QTest::newRow("server failed") << 500 << 1027;
-    QTest::newRow("rubbish") << 501 << 1039;
-    QTest::newRow("no room") << 507 << 1031;
-    QTest::newRow("timeout") << 901 << 1040;
-    QTest::newRow("no connection") << 902 << 1034;
-    QTest::newRow("cancelled") << 1030 << 1030;
-    QTest::newRow("settings") << 60006 << 1037;
-    QTest::newRow("policy") << 60007 << 1036;
-}
-
-void TestSource::everyFailingCodeEndsTheActionWithItsError()
-{
-    QFETCH(int, code);
-    QFETCH(int, error);
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.spy.take();
-    f.daemon.complete(1, code);
-    f.daemon.settle();
-    QCOMPARE(
-        f.spy.take(),
-        QStringList({QStringLiteral("error %1").arg(error), QStringLiteral("completed false")}));
-}
-
-void TestSource::anAbsentDaemonFailsTheActionAtOnce()
-{
-    ServiceFixture f;
-    f.daemon.vanish();
-    QVERIFY(f.source().synchronize(f.account));
-    QCOMPARE(f.spy.takeOutcome(), texts({"error 1037", "completed false"}));
-    // It is back for the next one.
-    QVERIFY(f.daemon.appear());
-    QVERIFY(f.source().synchronize(f.account));
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
-}
-
-void TestSource::aRefusingDaemonFailsTheActionAtOnce()
-{
-    ServiceFixture f;
-    f.daemon.answer(Answer::id(-1));
-    QVERIFY(f.source().synchronize(f.account));
-    QCOMPARE(f.spy.takeOutcome(), texts({"error 1037", "completed false"}));
-    QVERIFY(!f.service->isWaiting());
-}
-
-void TestSource::aDaemonThatDiesLeavesTheActionToThePoll()
-{
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.daemon.vanish();
-    f.tick(1000);
-    QCOMPARE(f.spy.completions(), 0);
-    f.tick();
-    QCOMPARE(f.spy.takeOutcome(), texts({"activity 2", "completed true"}));
-}
-
 void TestSource::theFirstRetrieveAllAlwaysReachesTheDaemon()
 {
     // Even with a clock that has just begun.
@@ -195,8 +119,7 @@ void TestSource::aRepetitionWithin4999MsIsADoublet()
     ServiceFixture f;
     f.source().synchronize(f.account);
     clock.advance(60000);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     f.spy.take();
     clock.advance(4999);
     LogRecorder log;
@@ -208,48 +131,12 @@ void TestSource::aRepetitionWithin4999MsIsADoublet()
     QCOMPARE(f.spy.take(), texts({"activity 2", "completed true"}));
 }
 
-void TestSource::aRepetitionAt5000MsIsANewSync()
-{
-    TestClock clock(Noon);
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    clock.advance(5000);
-    QVERIFY(f.source().synchronize(f.account));
-    QCOMPARE(f.daemon.callCount("sync"), 2);
-}
-
-void TestSource::aClockThatHasGoneBackIsNoDoublet()
-{
-    TestClock clock(Noon);
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    clock.advance(-1);
-    QVERIFY(f.source().synchronize(f.account));
-    QCOMPARE(f.daemon.callCount("sync"), 2);
-}
-
-void TestSource::aRepetitionInTheSameMillisecondIsADoublet()
-{
-    TestClock clock(Noon);
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
-    QVERIFY(f.source().synchronize(f.account));
-    QCOMPARE(f.daemon.callCount("sync"), 1);
-}
-
 void TestSource::exportUpdatesAndSynchronizeShareTheDoublets()
 {
     TestClock clock(Noon);
     ServiceFixture f;
     f.source().exportUpdates(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     f.source().retrieveAll(f.account);
     f.source().synchronize(f.account);
     f.source().exportUpdates(f.account);
@@ -261,8 +148,7 @@ void TestSource::aDoubletCompletesThroughTheServiceAfter100Ms()
     TestClock clock(Noon);
     ServiceFixture f;
     f.source().synchronize(f.account);
-    f.daemon.complete(1, 200);
-    f.daemon.settle();
+    f.daemon.end(1, 200);
     f.spy.take();
     LogRecorder log;
     QElapsedTimer elapsed;
@@ -280,21 +166,9 @@ void TestSource::aSyncThatEndsWithAnyCodeOfSuccessMakesDoublets()
     TestClock clock(Noon);
     ServiceFixture f;
     f.source().synchronize(f.account);
-    f.daemon.complete(1, 4001);
-    f.daemon.settle();
+    f.daemon.end(1, 4001);
     QVERIFY(f.source().synchronize(f.account));
     QCOMPARE(f.daemon.callCount("sync"), 1);
-}
-
-void TestSource::aFailedSyncMakesNoDoublet()
-{
-    TestClock clock(Noon);
-    ServiceFixture f;
-    f.source().synchronize(f.account);
-    f.daemon.complete(1, 902);
-    f.daemon.settle();
-    QVERIFY(f.source().synchronize(f.account));
-    QCOMPARE(f.daemon.callCount("sync"), 2);
 }
 
 void TestSource::aCancelledSyncMakesNoDoublet()
@@ -418,22 +292,6 @@ void TestSource::cancelExternalSyncDoesNothing()
     QVERIFY(!f.source().cancelExternalSync());
     QCOMPARE(f.spy.take(), QStringList());
     QCOMPARE(f.daemon.calls().count(), 0);
-}
-
-void TestSource::aServiceMadeWhileTheDaemonSyncsFollowsThatSync()
-{
-    FakeMessageServer server;
-    SyncInfoShmWriter writer;
-    ScriptedDaemon daemon;
-    const QMailAccountId account = StoreFixture::addAccount();
-    QVERIFY(writer.publish({account.toULongLong(), SyncInfoNode::SyncRunning, 10}));
-    OrvService service(account);
-    QVERIFY(!service.isWaiting());
-    const auto marker = server.waitForRequest("protocolRequest");
-    QVERIFY(marker.action != 0);
-    QVERIFY(service.isWaiting());
-    QCOMPARE(qdbus_cast<QMailAccountId>(marker.arguments.value(0)), account);
-    StoreFixture::clear();
 }
 
 void TestSource::aServiceMadeWhileAnotherAccountSyncsFollowsNothing()

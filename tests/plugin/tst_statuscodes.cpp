@@ -38,37 +38,10 @@ class TestStatusCodes : public QObject
     Q_OBJECT
 
 private slots:
-    void translatesEveryListedCodeAndItsNeighbours();
-    void translatesWhatTheTableCallsOutAs1037();
     void agreesWithTheTableFromMinus70000To70000();
     void translatesTheEndsOfTheNumberRange();
-    void writesNoLineForSuccess_data();
-    void writesNoLineForSuccess();
-    void code4007IsNoSuccessAnd4008Is();
-    void aFailedCallBecomesAConfigurationError();
-    void aCancellationsOwnCode1029IsNotInTheTable();
     void writesOneLineForEveryError();
 };
-
-void TestStatusCodes::translatesEveryListedCodeAndItsNeighbours()
-{
-    int listed = 0;
-    for (auto entry = Table.cbegin(); entry != Table.cend(); ++entry) {
-        for (const int code : entry.value()) {
-            ++listed;
-            QCOMPARE(int(statusErrorCode(code)), entry.key());
-            QCOMPARE(int(statusErrorCode(code - 1)), expected(code - 1));
-            QCOMPARE(int(statusErrorCode(code + 1)), expected(code + 1));
-        }
-    }
-    QCOMPARE(listed, 53);
-}
-
-void TestStatusCodes::translatesWhatTheTableCallsOutAs1037()
-{
-    for (const int code : {-1, -1000, 2, 4, 4007, 4013, 4014, 60000, 60006, 60100, -200, -401})
-        QCOMPARE(int(statusErrorCode(code)), 1037);
-}
 
 void TestStatusCodes::agreesWithTheTableFromMinus70000To70000()
 {
@@ -84,37 +57,6 @@ void TestStatusCodes::translatesTheEndsOfTheNumberRange()
 {
     QCOMPARE(int(statusErrorCode(std::numeric_limits<int>::min())), 1037);
     QCOMPARE(int(statusErrorCode(std::numeric_limits<int>::max())), 1037);
-}
-
-void TestStatusCodes::writesNoLineForSuccess_data()
-{
-    QTest::addColumn<int>("code");
-    for (const int code : Table.value(0))
-        QTest::newRow(qPrintable(QString::number(code))) << code;
-}
-
-void TestStatusCodes::writesNoLineForSuccess()
-{
-    QFETCH(int, code);
-    LogRecorder log;
-    QCOMPARE(int(statusErrorCode(code)), 0);
-    QCOMPARE(log.takeLines(), QStringList());
-}
-
-void TestStatusCodes::code4007IsNoSuccessAnd4008Is()
-{
-    QCOMPARE(int(statusErrorCode(4007)), 1037);
-    QCOMPARE(int(statusErrorCode(4008)), 0);
-}
-
-void TestStatusCodes::aFailedCallBecomesAConfigurationError()
-{
-    QCOMPARE(statusErrorCode(-1), QMailServiceAction::Status::ErrConfiguration);
-}
-
-void TestStatusCodes::aCancellationsOwnCode1029IsNotInTheTable()
-{
-    QCOMPARE(int(statusErrorCode(1029)), 1037);
 }
 
 void TestStatusCodes::writesOneLineForEveryError()

@@ -54,12 +54,11 @@ def run_case(title, function, shared):
 
 
 def tell(chain):
-    for name in ("asdaemon", "messageserver", "robot"):
-        print(f"--- {name}\n{chain.log(name)[-6000:]}")
+    print(chain.logs(80))
     print(chain.server.logs())
     keep = os.environ.get("ORVMAIL_KEEP_LOGS")
     if keep:
-        shutil.copytree(chain.logs, keep, dirs_exist_ok=True)
+        shutil.copytree(chain.dir / "log", keep, dirs_exist_ok=True)
         shutil.copytree(chain.server.data / "log", keep, dirs_exist_ok=True)
 
 

@@ -54,8 +54,8 @@ class RealServer:
                    "--setenv", "ORVMAIL_TEST_PLACE", os.environ.get("ORVMAIL_TEST_PLACE", ""),
                    "--ro-bind", self.root, "/", "--ro-bind", "/proc", "/proc", "--dev", "/dev",
                    "--tmpfs", "/tmp", "--tmpfs", "/run", "--bind", str(self.data), "/srv",
-                   "--chdir", "/srv", *self._mounts(), "--ro-bind", str(self._script), "/run/sendmail",
-                   "/bin/bash", "/run/sendmail"]
+                   "--chdir", "/srv", *self._mounts(), "--ro-bind", str(self._script), "/run/server",
+                   "--ro-bind", str(HERE / "sendmail"), "/run/sendmail", "/bin/bash", "/run/server"]
         log = open(self.data / "out", "ab")
         self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                                         start_new_session=True)
@@ -93,9 +93,9 @@ class RealServer:
         except (urllib.error.URLError, OSError):
             return False
 
-    def logs(self, most=1500):
+    def logs(self, maximum=1500):
         paths = [self.data / "out", *sorted((self.data / "log").glob("*"))]
-        return "\n".join(f"--- {path.name}\n{path.read_text(errors='replace')[-most:]}"
+        return "\n".join(f"--- {path.name}\n{path.read_text(errors='replace')[-maximum:]}"
                          for path in paths if path.is_file())
 
     # --- what it saw

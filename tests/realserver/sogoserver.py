@@ -94,7 +94,7 @@ service imap {
   executable = imap track
 }
 service track {
-  executable = script-login /run/sendmail --track
+  executable = script-login /run/server --track
   user = sogo
   unix_listener track {
   }

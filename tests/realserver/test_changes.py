@@ -5,8 +5,7 @@ import sys
 
 import cases
 from cases import equal
-from chain import await_true
-from mails import plain, with_files
+from mails import plain
 
 SUBJECTS = ["Read here", "Read there", "Flagged here", "Flagged there", "Unread here", "Unread there",
             "Moved here", "Moved there", "Deleted here", "Deleted there", "Gone here",
@@ -42,7 +41,7 @@ class World:
         self.robot.tell("flag", ids=self.ids(subject), set=list(flags))
 
     def move(self, subject, folder):
-        self.robot.tell("move", ids=self.ids(subject), folder=folder)
+        self.robot.tell("move", ids=self.ids(subject), target=folder)
 
     def sync(self):
         self.robot.refresh()

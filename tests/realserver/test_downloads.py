@@ -119,7 +119,7 @@ def test_aLongTextComesWhole(world):
 
 
 def test_anAttachmentOfAMovedMessageIsFound(world):
-    world.robot.tell("move", ids=[world.message("Moves")["id"]], folder="Elsewhere")
+    world.robot.tell("move", ids=[world.message("Moves")["id"]], target="Elsewhere")
     world.robot.refresh()
     equal(world.download("Moves"), expected(FILES[:1]))
 

@@ -5,8 +5,8 @@ import sys
 
 import cases
 from cases import equal
-from chain import await_true
 from mails import plain
+from waiting import await_true
 
 TEXT = "The only copy.\n"
 TO_BOB = ["bob@example.test"]
@@ -38,21 +38,21 @@ class World:
 
 def test_aMessageIsSentOnce(world):
     world.tap.lose_answer("SendMail")
-    world.robot.ask("send", subject="Lost: a message", text=TEXT, to=TO_BOB)
+    world.robot.send(subject="Lost: a message", text=TEXT, to=TO_BOB)
     world.check_sent_once("Lost: a message")
 
 
 def test_aReplyIsSentOnce(world):
     world.tap.lose_answer("SmartReply")
-    world.robot.ask("send", subject="Re: To be replied to", text=TEXT, to=TO_BOB,
-                    original=world.id_of("To be replied to"), response="reply")
+    world.robot.send(subject="Re: To be replied to", text=TEXT, to=TO_BOB,
+                     original=world.id_of("To be replied to"), response="reply")
     world.check_sent_once("Re: To be replied to")
 
 
 def test_aForwardIsSentOnce(world):
     world.tap.lose_answer("SmartForward")
-    world.robot.ask("send", subject="Fwd: To be forwarded", text=TEXT, to=TO_BOB,
-                    original=world.id_of("To be forwarded"), response="forward")
+    world.robot.send(subject="Fwd: To be forwarded", text=TEXT, to=TO_BOB,
+                     original=world.id_of("To be forwarded"), response="forward")
     world.check_sent_once("Fwd: To be forwarded")
 
 
@@ -76,7 +76,7 @@ def test_aFlagIsSetOnce(world):
 
 
 def test_aMessageIsMovedOnce(world):
-    world.robot.tell("move", ids=[world.id_of("To be moved")], folder="Archive")
+    world.robot.tell("move", ids=[world.id_of("To be moved")], target="Archive")
     world.tap.lose_answer("MoveItems")
     world.robot.ask("refresh")
     await_true("loss of an answer", world.tap.lost)

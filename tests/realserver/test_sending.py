@@ -9,8 +9,9 @@ import sys
 
 import cases
 from cases import equal
-from chain import PLACE, await_true
+from chain import PLACE
 from mails import plain, with_files
+from waiting import await_true
 
 BYTES = random.Random(3).randbytes(150000)
 FILES = [("report.bin", "application/octet-stream", BYTES),
@@ -31,7 +32,7 @@ class World:
         self.robot = chain.synchronised()
 
     def send(self, subject, **more):
-        return self.robot.ask("send", subject=subject, text=TEXT, to=["bob@example.test"], **more)
+        return self.robot.send(subject=subject, text=TEXT, to=["bob@example.test"], **more)
 
     def received(self, subject, user="bob", folder="INBOX"):
         return await_true(f"{subject} for {user}",
@@ -86,8 +87,8 @@ def test_theSenderHasItAmongTheSentOnes(world):
 
 
 def test_blindCopiesStayBlind(world):
-    answer = world.robot.ask("send", subject="Blind", text=TEXT, to=["alice@example.test"],
-                             bcc=["bob@example.test"])
+    answer = world.robot.send(subject="Blind", text=TEXT, to=["alice@example.test"],
+                              bcc=["bob@example.test"])
     assert answer["ok"], answer
     for user in ("alice", "bob"):
         assert b"bob@" not in world.received("Blind", user).raw.lower(), user
@@ -161,13 +162,13 @@ def test_anEmbeddedOriginalHasItsAttachments(world):
 
 
 def test_whatCannotBeDeliveredStaysInTheOutbox(world):
-    answer = world.robot.ask("send", subject="To nobody", text=TEXT, to=["nobody@example.test"])
+    answer = world.robot.send(subject="To nobody", text=TEXT, to=["nobody@example.test"])
     assert not answer["ok"], answer
     left = [m for m in world.robot.messages() if m["subject"] == "To nobody"]
     equal([m["outbox"] for m in left], [True])
     assert world.witness.message("To nobody", user="bob") is None
     # It holds up nothing else.
-    world.robot.ask("send", subject="To somebody", text=TEXT, to=["bob@example.test"])
+    world.robot.send(subject="To somebody", text=TEXT, to=["bob@example.test"])
     world.received("To somebody")
     world.robot.tell("remove", ids=[m["id"] for m in left], forGood=True)
 
@@ -181,7 +182,7 @@ def test_aReplyThatCannotBeDeliveredIsRefusedAsAnythingElse(world):
 
 def refused(world, subject, **more):
     """The end of a sending to nobody, which stays in the outbox, and is then taken out of it."""
-    answer = world.robot.ask("send", subject=subject, text=TEXT, to=["nobody@example.test"], **more)
+    answer = world.robot.send(subject=subject, text=TEXT, to=["nobody@example.test"], **more)
     assert not answer["ok"], answer
     left = [m for m in world.robot.messages() if m["outbox"]]
     equal([m["subject"] for m in left], [subject])

@@ -1,16 +1,14 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""What both sides know of each other gets lost: mail is compared anew, and nothing doubles or goes."""
+"""What both sides know of each other gets lost: folders are reconciled, and nothing doubles or goes."""
 
-import os
-import signal
 import sqlite3
 import sys
 from pathlib import Path
 
 import cases
 from cases import equal
-from chain import BUS_NAME, await_true, bus_pid
 from mails import plain
+from stage import DAEMON
 
 COUNT = 40
 
@@ -30,12 +28,10 @@ class World:
 
     def end_daemon(self):
         """The bus starts it again when it is wanted."""
-        pid = bus_pid(BUS_NAME)
-        os.kill(pid, signal.SIGTERM)
-        await_true("end of the daemon", lambda: not Path(f"/proc/{pid}").exists(), 20)
+        self.chain.end(DAEMON)
 
     def damage_keys(self, key):
-        with sqlite3.connect(Path(os.environ["QMF_DATA"], "asdaemon.db")) as db:
+        with sqlite3.connect(Path(self.chain.env["QMF_DATA"], "asdaemon.db")) as db:
             return db.execute("UPDATE folder SET sync_key = ?", (key,)).rowcount
 
     def check_same(self, *more):

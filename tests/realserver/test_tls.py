@@ -2,17 +2,14 @@
 """An account is found by its address alone and served over TLS, if an authority is trusted, and not if
 none is."""
 
-import os
-import signal
 import sys
 from base64 import b64encode
-from pathlib import Path
 
 import cases
 import names
 from cases import equal
-from chain import BUS_NAME, await_true, bus_pid
 from mails import plain
+from stage import DAEMON
 
 WRONG_SETTINGS = 1037  # QMF's code, as mail programs see it
 
@@ -40,9 +37,7 @@ class World:
     def trust(self):
         """Authorities are read when a program starts; the daemon is ended, and started when needed."""
         names.trust()
-        daemon = bus_pid(BUS_NAME)
-        os.kill(daemon, signal.SIGTERM)
-        await_true("end of the daemon", lambda: not Path(f"/proc/{daemon}").exists(), 20)
+        self.chain.end(DAEMON)
 
     def is_known(self, name):
         return name in self.chain.account_program("list").stdout

@@ -2,11 +2,10 @@
 #include "plugin/settings/accountsettings.h"
 #include "plugin/settings/orvconfigurationeditor.h"
 
-#include <QTest>
-
 #include <qmailaccount.h>
 #include <qmailmessage.h>
 #include <qmailstore.h>
+#include <QTest>
 
 namespace {
 

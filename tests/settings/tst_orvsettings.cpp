@@ -4,11 +4,10 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QTest>
-#include <QTranslator>
-
 #include <qmailaccount.h>
 #include <qmailaccountconfiguration.h>
+#include <QTest>
+#include <QTranslator>
 
 #include <algorithm>
 

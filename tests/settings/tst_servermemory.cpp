@@ -26,6 +26,7 @@ void TestServerMemory::messageServerLoadsNoWidgetLibraries()
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     };
     QTRY_VERIFY(maps().contains("liborvmail.so"));
+    QVERIFY(server.settle());
     QVERIFY(!maps().contains("liborvmail-settings.so"));
     QVERIFY(!maps().contains("libQt5Gui"));
     QVERIFY(!maps().contains("libQt5Widgets"));

@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // An account-settings program as somebody else would write it: it knows the headers of QMF and of
 // Qt and finds the form's inputs by their names. Nothing of this project is linked.
+#include <QApplication>
+#include <QComboBox>
+#include <QFileInfo>
+#include <QLineEdit>
 #include <qmailaccount.h>
 #include <qmailaccountconfiguration.h>
 #include <qmailmessage.h>
 #include <qmailmessageservice.h>
 #include <qmailstore.h>
-
-#include <QApplication>
-#include <QComboBox>
-#include <QFileInfo>
-#include <QLineEdit>
 #include <QTest>
 
 #include <dlfcn.h>
-
 #include <memory>
 
 namespace {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include <qmailmessageservice.h>
-
 #include <QFile>
+#include <qmailmessageservice.h>
 #include <QTest>
 
 #include <memory>

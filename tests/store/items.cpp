@@ -2,8 +2,8 @@
 #include "tests/store/items.h"
 
 #include "daemon/store/folderwriter.h"
+#include "daemon/store/incoming/windowwriter.h"
 #include "daemon/store/serveruid.h"
-#include "daemon/store/windowwriter.h"
 
 #include <QFile>
 #include <qmailstore.h>
@@ -37,12 +37,36 @@ Eas::Attachment attachment(const QString &name, const QString &reference, qint64
     return attachment;
 }
 
-Eas::SyncWindow window(const QString &collection, const QString &key)
+Eas::SyncWindow window(const Eas::FolderId &collection, const QString &key)
 {
     Eas::SyncWindow window;
     window.collectionId = collection;
     window.syncKey = key;
     return window;
+}
+
+Eas::SyncWindow adding(const QString &key, const QList<Eas::MailItem> &items,
+                       const Eas::FolderId &collection)
+{
+    Eas::SyncWindow adding = window(collection, key);
+    adding.added = items;
+    return adding;
+}
+
+Eas::SyncWindow changing(const QString &key, const QList<Eas::MailItem> &items,
+                         const Eas::FolderId &collection)
+{
+    Eas::SyncWindow changing = window(collection, key);
+    changing.changed = items;
+    return changing;
+}
+
+Eas::SyncWindow removing(const QString &key, const QStringList &ids,
+                         const Eas::FolderId &collection)
+{
+    Eas::SyncWindow removing = window(collection, key);
+    removing.removed = ids;
+    return removing;
 }
 
 Eas::MailItem readChange(const QString &serverId, bool read)
@@ -61,8 +85,8 @@ Eas::MailItem flagChange(const QString &serverId, bool flagged)
     return item;
 }
 
-Eas::FolderRecord folder(const QString &serverId, const QString &name, int type,
-                         const QString &parent)
+Eas::FolderRecord folder(const Eas::FolderId &serverId, const QString &name, int type,
+                         const Eas::FolderId &parent)
 {
     Eas::FolderRecord record;
     record.serverId = serverId;
@@ -77,10 +101,10 @@ Eas::FolderChanges usualFolders(const QString &key)
     Eas::FolderChanges changes;
     changes.syncKey = key;
     changes.complete = true;
-    changes.added = {folder(QStringLiteral("in"), QStringLiteral("Inbox"), Eas::Inbox),
-                     folder(QStringLiteral("dr"), QStringLiteral("Drafts"), Eas::Drafts),
-                     folder(QStringLiteral("se"), QStringLiteral("Sent"), Eas::SentItems),
-                     folder(QStringLiteral("tr"), QStringLiteral("Trash"), Eas::DeletedItems)};
+    changes.added = {folder("in"_folder, QStringLiteral("Inbox"), Eas::Inbox),
+                     folder("dr"_folder, QStringLiteral("Drafts"), Eas::Drafts),
+                     folder("se"_folder, QStringLiteral("Sent"), Eas::SentItems),
+                     folder("tr"_folder, QStringLiteral("Trash"), Eas::DeletedItems)};
     return changes;
 }
 
@@ -89,10 +113,10 @@ Eas::FolderChanges usualFolders(const QString &key)
 SyncedAccount::SyncedAccount(const StoreFixture::Account &settings)
     : id(StoreFixture::addAccount(settings))
 {
-    const bool opened = db.open().ok() && db.openAccount(Store::AccountRecord::read(id)).ok();
+    const bool opened = db.open().ok() && keys.open(Store::AccountRecord::read(id)).ok();
     if (!opened || !Store::FolderWriter(db, id, Items::usualFolders()).run().ok())
         qFatal("cannot set up a synchronised account");
-    for (const Store::FolderState &state : db.folders(id)) {
+    for (const Store::FolderState &state : folders.all()) {
         if (write(Items::window(state.serverId, QStringLiteral("1"))) != Eas::Success)
             qFatal("cannot prepare a folder");
     }
@@ -100,7 +124,7 @@ SyncedAccount::SyncedAccount(const StoreFixture::Account &settings)
 
 SyncedAccount::~SyncedAccount()
 {
-    db.removeAccount(id);
+    keys.remove();
     StoreFixture::clear();
 }
 
@@ -109,32 +133,33 @@ int SyncedAccount::write(const Eas::SyncWindow &window)
     return Store::WindowWriter(db, id, window).run().code;
 }
 
-Store::FolderState SyncedAccount::state(const QString &collection)
+Store::FolderState SyncedAccount::state(const Eas::FolderId &collection)
 {
-    return db.folder(id, collection).value_or(Store::FolderState());
+    return folders.find(collection).value_or(Store::FolderState());
 }
 
-QMailFolderId SyncedAccount::folderId(const QString &collection)
+QMailFolderId SyncedAccount::folderId(const Eas::FolderId &collection)
 {
     return state(collection).folderId;
 }
 
-QMailMessageIdList SyncedAccount::messages(const QString &collection)
+QMailMessageIdList SyncedAccount::messages(const Eas::FolderId &collection)
 {
     return QMailStore::instance()->queryMessages(
         QMailMessageKey::parentFolderId(folderId(collection)));
 }
 
-QMailMessage SyncedAccount::message(const QString &serverId, const QString &collection)
+QMailMessage SyncedAccount::message(const QString &serverId, const Eas::FolderId &collection)
 {
     const QMailMessageIdList ids = QMailStore::instance()->queryMessages(
-        QMailMessageKey::serverUid(Store::ServerUid::join(collection, serverId)));
+        Store::ServerUid::key(id, {Store::ServerUid::item(collection, serverId)}));
     return ids.size() == 1 ? QMailMessage(ids.first()) : QMailMessage();
 }
 
-QMailMessageMetaData SyncedAccount::metaData(const QString &serverId, const QString &collection)
+QMailMessageMetaData SyncedAccount::metaData(const QString &serverId,
+                                             const Eas::FolderId &collection)
 {
     const QMailMessageIdList ids = QMailStore::instance()->queryMessages(
-        QMailMessageKey::serverUid(Store::ServerUid::join(collection, serverId)));
+        Store::ServerUid::key(id, {Store::ServerUid::item(collection, serverId)}));
     return ids.size() == 1 ? QMailMessageMetaData(ids.first()) : QMailMessageMetaData();
 }

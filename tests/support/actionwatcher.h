@@ -2,11 +2,12 @@
 #ifndef TESTS_SUPPORT_ACTIONWATCHER_H
 #define TESTS_SUPPORT_ACTIONWATCHER_H
 
+#include "tests/support/patience.h"
+
 #include <QList>
+#include <qmailserviceaction.h>
 #include <QObject>
 #include <QString>
-
-#include <qmailserviceaction.h>
 
 /** What a client of the message server sees of one of its actions. Made before the action starts.
  */
@@ -19,9 +20,9 @@ public:
     explicit ActionWatcher(QMailServiceAction *action);
 
     /** Runs the event loop until the action ended; false when it did not within `timeoutMs`. */
-    bool waitForEnd(int timeoutMs = 15000);
+    bool waitForEnd(int timeoutMs = PatienceMs);
     /** The same for the message server having taken the action up. */
-    bool waitForStart(int timeoutMs = 15000);
+    bool waitForStart(int timeoutMs = PatienceMs);
 
     /** How often it became Successful or Failed. */
     int endCount() const { return m_ends; }

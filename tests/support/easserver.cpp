@@ -11,7 +11,7 @@
 
 namespace {
 
-const int controlTimeoutMs = 60000;
+const int ControlTimeoutMs = 60000;
 
 /** Reads until the other side closes or the body is complete. Returns the body. */
 QByteArray readAnswer(QTcpSocket *socket, int *status)
@@ -20,10 +20,10 @@ QByteArray readAnswer(QTcpSocket *socket, int *status)
     QElapsedTimer clock;
     clock.start();
     while (socket->state() == QAbstractSocket::ConnectedState || socket->bytesAvailable() > 0) {
-        if (socket->bytesAvailable() == 0 && !socket->waitForReadyRead(controlTimeoutMs))
+        if (socket->bytesAvailable() == 0 && !socket->waitForReadyRead(ControlTimeoutMs))
             break;
         answer += socket->readAll();
-        if (clock.elapsed() > controlTimeoutMs)
+        if (clock.elapsed() > ControlTimeoutMs)
             break;
     }
     *status = answer.mid(9, 3).toInt();
@@ -53,6 +53,21 @@ EasServer::~EasServer()
 bool EasServer::isAvailable()
 {
     return !QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty();
+}
+
+void EasServer::require()
+{
+    if (!isAvailable())
+        QSKIP("the test server needs Python 3.11");
+}
+
+QJsonObject EasServer::faultOf(const char *kind, const char *command, Details details)
+{
+    QJsonObject fault {{QStringLiteral("kind"), QLatin1String(kind)},
+                       {QStringLiteral("command"), QLatin1String(command)}};
+    for (const auto &[name, value] : details)
+        fault.insert(QLatin1String(name), value);
+    return fault;
 }
 
 bool EasServer::start(int timeoutMs)
@@ -101,7 +116,7 @@ void EasServer::kill()
     failUponViolations();
 }
 
-/** Outside a test function nothing can fail: then the file stays for tests/support/isolated. */
+/** Outside a test function nothing can fail: then the file stays for tests/stage/isolated. */
 void EasServer::failUponViolations()
 {
     QFile file(m_violations);
@@ -112,13 +127,13 @@ void EasServer::failUponViolations()
     file.remove();
 }
 
-QJsonObject EasServer::control(const char *name, const QJsonObject &wish)
+QJsonObject EasServer::control(const char *name, const QJsonObject &request)
 {
     QTcpSocket socket;
     socket.connectToHost(m_controlUrl.host(), quint16(m_controlUrl.port()));
-    if (!socket.waitForConnected(controlTimeoutMs))
+    if (!socket.waitForConnected(ControlTimeoutMs))
         qFatal("easserver: no connection for %s", name);
-    const QByteArray body = QJsonDocument(wish).toJson(QJsonDocument::Compact);
+    const QByteArray body = QJsonDocument(request).toJson(QJsonDocument::Compact);
     socket.write("POST " + m_controlUrl.path().toLatin1() + '/' + name
                  + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nContent-Length: "
                  + QByteArray::number(body.size()) + "\r\n\r\n" + body);
@@ -132,11 +147,11 @@ QJsonObject EasServer::control(const char *name, const QJsonObject &wish)
 QString EasServer::deliver(const QString &user, const QString &folder, const QByteArray &message,
                            const QJsonObject &more)
 {
-    QJsonObject wish = more;
-    wish[QStringLiteral("user")] = user;
-    wish[QStringLiteral("folder")] = folder;
-    wish[QStringLiteral("base64")] = QString::fromLatin1(message.toBase64());
-    return control("deliver", wish)[QStringLiteral("id")].toString();
+    QJsonObject request = more;
+    request[QStringLiteral("user")] = user;
+    request[QStringLiteral("folder")] = folder;
+    request[QStringLiteral("base64")] = QString::fromLatin1(message.toBase64());
+    return control("deliver", request)[QStringLiteral("id")].toString();
 }
 
 QString EasServer::deliverText(const QString &user, const QString &subject, const QString &folder)
@@ -243,13 +258,13 @@ QHash<QString, QString> EasServer::load(const QString &user, const QString &fold
                                         const QString &directory, const QString &pattern,
                                         qint64 received)
 {
-    QJsonObject wish {{QStringLiteral("user"), user},
-                      {QStringLiteral("folder"), folder},
-                      {QStringLiteral("directory"), directory},
-                      {QStringLiteral("pattern"), pattern}};
+    QJsonObject request {{QStringLiteral("user"), user},
+                         {QStringLiteral("folder"), folder},
+                         {QStringLiteral("directory"), directory},
+                         {QStringLiteral("pattern"), pattern}};
     if (received)
-        wish[QStringLiteral("received")] = received;
-    const QJsonObject ids = control("load", wish)[QStringLiteral("ids")].toObject();
+        request[QStringLiteral("received")] = received;
+    const QJsonObject ids = control("load", request)[QStringLiteral("ids")].toObject();
     QHash<QString, QString> found;
     for (auto one = ids.begin(); one != ids.end(); ++one)
         found[one.key()] = one.value().toString();

@@ -2,6 +2,8 @@
 #ifndef TESTS_SUPPORT_EASSERVER_H
 #define TESTS_SUPPORT_EASSERVER_H
 
+#include "tests/support/patience.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QJsonArray>
@@ -32,6 +34,8 @@ public:
 
     /** Whether this machine has what it needs (Python 3.11 or newer). */
     static bool isAvailable();
+    /** Skips the whole test program where it has not; for initTestCase(). */
+    static void require();
 
     /** More arguments for its command line; before start(). */
     void addArguments(const QStringList &arguments) { m_arguments += arguments; }
@@ -49,7 +53,7 @@ public:
     qint64 processId() const { return m_process.processId(); }
 
     /** Any request of the control endpoint, by the name of its function. */
-    QJsonObject control(const char *name, const QJsonObject &wish = QJsonObject());
+    QJsonObject control(const char *name, const QJsonObject &request = QJsonObject());
 
     /** Puts a message into a folder ("Inbox", "Work/Old"); returns its id there. `more`:
      * "received", "flags". */
@@ -65,8 +69,17 @@ public:
                                  const QString &pattern = QStringLiteral("[!.]*"),
                                  qint64 received = 0);
     /** Asks for a fault: "kind", "command", "count" and more. */
-    void fault(const QJsonObject &wish) { control("fault", wish); }
+    void fault(const QJsonObject &description) { control("fault", description); }
+    /** One of that kind for that command, with what else describes it. */
+    using Details = std::initializer_list<std::pair<const char *, QJsonValue>>;
+    void fault(const char *kind, const char *command, Details details = {})
+    {
+        fault(faultOf(kind, command, details));
+    }
+    static QJsonObject faultOf(const char *kind, const char *command, Details details = {});
     void clearFaults() { control("fault-clear"); }
+    /** Ends the delays that last just now. */
+    void endDelays() { control("delay-end"); }
 
     /** The requests since the start, or since clearLog(), as objects: "command", "status",
      * "request" (XML), "collections", and more. */

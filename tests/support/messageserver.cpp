@@ -6,11 +6,10 @@
 #include <QDBusMessage>
 #include <QDir>
 #include <QFile>
+#include <qmailmessageserver.h>
 #include <QStandardPaths>
 #include <QTest>
 #include <QUuid>
-
-#include <qmailmessageserver.h>
 
 namespace {
 
@@ -48,7 +47,7 @@ MessageServer::MessageServer()
     const QString runtime = qEnvironmentVariable("ORVMAIL_SANITIZER_RUNTIME");
     if (!runtime.isEmpty()) {
         preload(runtime);
-        // The leaks of the whole platform at the server's end are not ours to judge.
+        // The leaks of the whole platform at the server's end are not looked for.
         setEnvironment(QStringLiteral("ASAN_OPTIONS"),
                        qEnvironmentVariable("ASAN_OPTIONS") + QStringLiteral(":detect_leaks=0"));
     }
@@ -70,6 +69,13 @@ bool MessageServer::hasPlugin()
 {
     const QDir folder(qEnvironmentVariable("QT_PLUGIN_PATH") + QStringLiteral("/messageservices"));
     return folder.exists(QStringLiteral("liborvmail.so"));
+}
+
+void MessageServer::require()
+{
+    if (!isInstalled())
+        QSKIP("messageserver5 is not installed");
+    QVERIFY(hasPlugin());
 }
 
 void MessageServer::setEnvironment(const QString &name, const QString &value)
@@ -114,6 +120,17 @@ void MessageServer::kill()
         return;
     m_process.kill();
     m_process.waitForFinished();
+    // Or its name would pass for that of the next one.
+    [[maybe_unused]] const bool gone = QTest::qWaitFor([] { return !isOnBus(); }, PatienceMs);
+}
+
+bool MessageServer::settle()
+{
+    // Its own object answers in the thread in which all else is done.
+    const QDBusMessage question = QDBusMessage::createMethodCall(
+        ServerName, QStringLiteral("/messageserver"), ServerName, QStringLiteral("listActions"));
+    return QDBusConnection::sessionBus().call(question, QDBus::BlockWithGui, PatienceMs).type()
+        == QDBusMessage::ReplyMessage;
 }
 
 bool MessageServer::isAlive() const

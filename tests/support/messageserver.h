@@ -2,6 +2,8 @@
 #ifndef TESTS_SUPPORT_MESSAGESERVER_H
 #define TESTS_SUPPORT_MESSAGESERVER_H
 
+#include "tests/support/patience.h"
+
 #include <QProcess>
 #include <QString>
 
@@ -24,18 +26,26 @@ public:
     /** True when our plugin lies where the message server will look. */
     static bool hasPlugin();
 
+    /** Skips the whole test program where it is not installed, and fails it without our plugin; for
+     * initTestCase(). */
+    static void require();
+
     /** Sets a variable of the server's environment; before start(). */
     void setEnvironment(const QString &name, const QString &value);
     /** Loads a library before the server's own; before start(). */
     void preload(const QString &library);
     /** Starts it and waits until it takes requests; registers the types of the client library. */
-    bool start(int timeoutMs = 30000);
+    bool start(int timeoutMs = PatienceMs);
     /** Ends it as a system does, with SIGTERM; false when it did not end in time. */
     bool terminate(int timeoutMs = 10000);
     /** SIGTERM without waiting. */
     void requestTermination();
     /** Ends it with SIGKILL. */
     void kill();
+
+    /** Returns when it has handled all that came to it over the bus before; false if it does not.
+     */
+    bool settle();
 
     /** Its process runs and answers on the bus. */
     bool isAlive() const;

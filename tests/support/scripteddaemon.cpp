@@ -122,6 +122,14 @@ public:
     void complete(int requestId, int code);
     void releaseAnswers();
 
+private:
+    friend class ScriptedDaemon;
+
+    Answer takeAnswer(const QString &method);
+    void answerWork(Call &call, const QDBusMessage &message);
+    void answerRest(const Call &call, const QDBusMessage &message);
+    void reply(const QDBusMessage &message, const QVariantList &values);
+
     mutable QMutex m_mutex {QMutex::Recursive};
     std::optional<QDBusConnection> m_connection;
     QList<Call> m_calls;
@@ -133,13 +141,6 @@ public:
     bool m_ignoreAlive = false;
     bool m_completeAborted = false;
     int m_nextId = 1;
-
-private:
-    Answer takeAnswer(const QString &method);
-    void answerWork(Call &call, const QDBusMessage &message);
-    void answerRest(const Call &call, const QDBusMessage &message);
-    void reply(const QDBusMessage &message, const QVariantList &values);
-
     const QHash<QString, QString> m_signatures = methodSignatures();
     QString m_connectionName;
     QHash<int, qulonglong> m_running;
@@ -391,6 +392,12 @@ void ScriptedDaemon::setNextId(int id)
 void ScriptedDaemon::complete(int requestId, int code)
 {
     m_service->complete(requestId, code);
+}
+
+void ScriptedDaemon::end(int requestId, int code)
+{
+    complete(requestId, code);
+    settle();
 }
 
 void ScriptedDaemon::requestCompleted(int code, qulonglong accountId, int requestId)

@@ -3,6 +3,7 @@
 #define TESTS_SUPPORT_SCRIPTEDDAEMON_H
 
 #include "asclient/searchmailboxresult.h"
+#include "tests/support/patience.h"
 
 #include <QList>
 #include <QString>
@@ -110,6 +111,8 @@ public:
 
     /** Ends a request: broadcasts requestCompleted with the account of its call. */
     void complete(int requestId, int code);
+    /** The same, and returns when what followed from it has been handled; see settle(). */
+    void end(int requestId, int code);
     /** Broadcasts anything, whether true or not. */
     void requestCompleted(int code, qulonglong accountId, int requestId);
     void searchMailboxCompleted(int status, qulonglong accountId,
@@ -121,7 +124,7 @@ public:
      * The next call of `method` that no waitForCall() gave yet, once it is there; an invalid one
      * after `timeoutMs`. Runs the event loop of the calling thread.
      */
-    Call waitForCall(const char *method, int timeoutMs = 5000);
+    Call waitForCall(const char *method, int timeoutMs = PatienceMs);
     /** All calls, in the order of their arrival. */
     QList<Call> calls() const;
     /** Those of one method. */

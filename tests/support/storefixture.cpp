@@ -11,7 +11,7 @@ namespace {
 
 const QString Service = QStringLiteral("orvmail");
 
-/** Opens the encoding of passwords. */
+/** Makes the encoding of passwords public. */
 class Encoder : public QMailServiceConfiguration
 {
 public:
@@ -155,6 +155,28 @@ QMailMessageId addOutgoing(const QMailAccountId &account, const QString &subject
                       true);
     need(QMailStore::instance()->addMessage(&message), "add an outgoing message");
     return message.id();
+}
+
+bool exists(const QMailMessageId &id)
+{
+    return QMailStore::instance()->countMessages(QMailMessageKey::id(id)) == 1;
+}
+
+bool hasStatus(const QMailMessageId &id, quint64 flag)
+{
+    const auto key =
+        QMailMessageKey::id(id) & QMailMessageKey::status(flag, QMailDataComparator::Includes);
+    return QMailStore::instance()->countMessages(key) == 1;
+}
+
+void setCustomField(const QMailAccountId &id, const QString &name, const QString &value)
+{
+    QMailAccount account(id);
+    if (value.isNull())
+        account.removeCustomField(name);
+    else
+        account.setCustomField(name, value);
+    need(QMailStore::instance()->updateAccount(&account), "change an account");
 }
 
 void clear()

@@ -43,6 +43,15 @@ QMailMessageId addMessage(const QMailAccountId &account, const QMailFolderId &fo
 QMailMessageId addOutgoing(const QMailAccountId &account,
                            const QString &subject = QStringLiteral("Hello"));
 
+/** Whether the store has the message; asked of the database, as this process's copy may be older.
+ */
+bool exists(const QMailMessageId &id);
+/** The same for one of its flags. */
+bool hasStatus(const QMailMessageId &id, quint64 flag);
+
+/** Writes a field of the account as another program does; a null text removes it. */
+void setCustomField(const QMailAccountId &id, const QString &name, const QString &value);
+
 /** Removes every account, with all that hangs on it. */
 void clear();
 

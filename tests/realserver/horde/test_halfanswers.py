@@ -8,8 +8,8 @@ import sys
 
 import cases
 from cases import equal
-from chain import await_true
 from mails import plain, with_files
+from waiting import await_true
 
 BYTES = random.Random(11).randbytes(20000)
 
@@ -70,7 +70,7 @@ def test_anAttachmentOfAMovedMessageIsFound(world):
     """It is called by the folder in which it was, and asked for that, the server breaks off."""
     message = world.robot.message("Moves")
     [attachment] = world.robot.messages(ids=[message["id"]], content=True)[0]["attachments"]
-    world.robot.tell("move", ids=[message["id"]], folder="Elsewhere")
+    world.robot.tell("move", ids=[message["id"]], target="Elsewhere")
     world.robot.ask("exportUpdates")
     assert world.witness.message("Moves", "Elsewhere"), "it was not moved"
     answer = world.robot.ask("part", location=attachment["location"])

@@ -5,8 +5,8 @@ import sys
 
 import cases
 from cases import equal
-from chain import await_true
 from mails import plain
+from waiting import await_true
 
 NOT_READY, SYSTEM_ERROR = 1036, 1026  # QMF's codes, as mail programs see them
 

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "accounts/setup/autodiscover.h"
+
+#include "eas/httpstatus.h"
+#include "translations/text.h"
+
+#include <QAuthenticator>
+#include <QDnsLookup>
+#include <QEventLoop>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+namespace Accounts {
+
+namespace {
+
+/** Redirects in all, by URL or by address. */
+constexpr int MaximumHops = 10;
+/** Bytes; an answer has a few hundred. */
+constexpr qint64 AnswerSize = 1024 * 1024;
+
+QString domainOf(const QString &email)
+{
+    return email.section(QLatin1Char('@'), -1);
+}
+
+QUrl serviceAt(const QString &host, int port = -1)
+{
+    QUrl url;
+    url.setScheme(QStringLiteral("https"));
+    url.setHost(host);
+    url.setPort(port == 443 ? -1 : port);
+    url.setPath(QStringLiteral("/autodiscover/autodiscover.xml"));
+    return url;
+}
+
+/** What HTTP has said; a success where nothing has come. */
+Eas::Result answerOf(const QNetworkReply &reply)
+{
+    const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    return status.isValid() ? Eas::httpStatusResult(status.toInt()) : Eas::Result {};
+}
+
+/** Why a service has told nothing, in words. */
+QString reasonOf(const QNetworkReply &reply)
+{
+    const Eas::Result answer = answerOf(reply);
+    if (answer.code == Eas::LoginRefused)
+        return Text::tr("user name or password refused");
+    if (!answer.ok())
+        return Text::tr("no such service (%1)").arg(answer.http);
+    switch (reply.error()) {
+    case QNetworkReply::HostNotFoundError:
+        return Text::tr("there is no host of this name");
+    case QNetworkReply::SslHandshakeFailedError:
+        return Text::tr("its certificate is not trusted");
+    case QNetworkReply::OperationCanceledError:
+        return Text::tr("no answer in time");
+    default:
+        return reply.errorString();
+    }
+}
+
+} // namespace
+
+Autodiscover::Autodiscover(const QString &email, const QString &user, const QString &password,
+                           const Confirm &confirm, QObject *parent)
+    : QObject(parent)
+    , m_email(email)
+    , m_user(user)
+    , m_password(password)
+    , m_confirm(confirm)
+    , m_candidates(candidatesFor(email))
+{
+    m_limit.setSingleShot(true);
+    connect(&m_limit, &QTimer::timeout, this, &Autodiscover::timedOut);
+    m_hostLimit.setSingleShot(true);
+    // The reply then ends as cancelled, and the next host is asked.
+    connect(&m_hostLimit, &QTimer::timeout, this, [this] { m_reply->abort(); });
+    connect(&m_network, &QNetworkAccessManager::authenticationRequired, this,
+            [this](QNetworkReply *, QAuthenticator *authenticator) {
+                // Asked a second time, the login was refused; left empty, the request ends.
+                if (m_loginSent)
+                    return;
+                m_loginSent = true;
+                authenticator->setUser(m_user);
+                authenticator->setPassword(m_password);
+            });
+}
+
+Autodiscover::~Autodiscover()
+{
+    drop();
+}
+
+QList<QUrl> Autodiscover::candidatesFor(const QString &email)
+{
+    const QString domain = domainOf(email);
+    return {serviceAt(domain), serviceAt(QLatin1String("autodiscover.") + domain)};
+}
+
+Eas::Result Autodiscover::run()
+{
+    QEventLoop loop;
+    connect(this, &Autodiscover::finished, &loop, &QEventLoop::quit);
+    QMetaObject::invokeMethod(this, &Autodiscover::start, Qt::QueuedConnection);
+    loop.exec();
+    return m_result;
+}
+
+void Autodiscover::start()
+{
+    m_limit.start(m_timeLimit);
+    tryNext();
+}
+
+void Autodiscover::cancel()
+{
+    drop();
+    end({Eas::Cancelled, {}});
+}
+
+void Autodiscover::drop()
+{
+    m_hostLimit.stop();
+    if (m_lookup)
+        m_lookup->disconnect(this);
+    if (!m_reply)
+        return;
+    m_reply->disconnect(this);
+    m_reply->abort();
+}
+
+void Autodiscover::timedOut()
+{
+    missed(Text::tr("no answer in time"));
+    drop();
+    end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound, m_misses.join(QLatin1String("; "))});
+}
+
+/** The host that was asked leads nowhere. */
+void Autodiscover::missed(const QString &reason)
+{
+    m_misses.append(m_host + QLatin1String(": ") + reason);
+}
+
+void Autodiscover::tryNext()
+{
+    if (!m_candidates.isEmpty())
+        post(m_candidates.takeFirst());
+    else if (!m_lookedUp)
+        lookUp();
+    else
+        end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound,
+             m_misses.join(QLatin1String("; "))});
+}
+
+void Autodiscover::lookUp()
+{
+    m_lookedUp = true;
+    m_host = Text::tr("service record of %1").arg(domainOf(m_email));
+    m_lookup = new QDnsLookup(QDnsLookup::SRV,
+                              QLatin1String("_autodiscover._tcp.") + domainOf(m_email), this);
+    connect(m_lookup, &QDnsLookup::finished, this, &Autodiscover::lookedUp);
+    m_lookup->lookup();
+}
+
+/** Anybody may have answered: a host that comes from here is confirmed like any redirect. */
+void Autodiscover::lookedUp()
+{
+    const QList<QDnsServiceRecord> records = m_lookup->serviceRecords();
+    const QString target = records.isEmpty() ? QString() : records.first().target();
+    // The root as a target says that there is no such service, RFC 2782.
+    const bool isThere = !target.isEmpty() && target != QLatin1String(".");
+    if (!isThere)
+        missed(Text::tr("there is none"));
+    if (isThere && isTrusted(target))
+        m_candidates.append(serviceAt(target, records.first().port()));
+    if (!m_over)
+        tryNext();
+}
+
+void Autodiscover::post(const QUrl &url)
+{
+    QNetworkRequest request(url);
+    request.setSslConfiguration(m_tls);
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("text/xml"));
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
+    m_host = url.host();
+    m_loginSent = false;
+    m_reply = m_network.post(request, autodiscoverRequest(m_email));
+    connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received) {
+        if (received > AnswerSize)
+            m_reply->abort();
+    });
+    connect(m_reply, &QNetworkReply::finished, this, &Autodiscover::replied);
+    // A host that nobody reaches must leave time for the others; one that speaks may take its time.
+    m_hostLimit.start(m_timeLimit * 3 / 10);
+    connect(m_reply, &QNetworkReply::encrypted, &m_hostLimit, &QTimer::stop);
+}
+
+void Autodiscover::replied()
+{
+    QNetworkReply *reply = m_reply;
+    m_hostLimit.stop();
+    reply->deleteLater();
+    const Eas::Result answer = answerOf(*reply);
+    const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    if (target.isValid()) {
+        followTo(reply->url().resolved(target));
+        return;
+    }
+    if (answer.ok() && reply->error() == QNetworkReply::NoError) {
+        evaluate(reply->readAll());
+        return;
+    }
+    m_loginRefused = m_loginRefused || answer.code == Eas::LoginRefused;
+    missed(reasonOf(*reply));
+    tryNext();
+}
+
+void Autodiscover::followTo(const QUrl &url)
+{
+    if (url.scheme() != QLatin1String("https") || ++m_hops > MaximumHops) {
+        missed(Text::tr("it redirects in a circle, or to where there is no TLS"));
+        tryNext();
+        return;
+    }
+    if (isTrusted(url.host()))
+        post(url);
+}
+
+void Autodiscover::evaluate(const QByteArray &document)
+{
+    const AutodiscoverAnswer answer = AutodiscoverAnswer::parse(document);
+    if (answer.kind == AutodiscoverAnswer::Found) {
+        found(answer.server);
+    } else if (answer.kind == AutodiscoverAnswer::OtherAddress) {
+        askFor(answer.email);
+    } else {
+        missed(answer.kind == AutodiscoverAnswer::Failed && !answer.reason.isEmpty()
+                   ? answer.reason
+                   : Text::tr("it names no ActiveSync server"));
+        tryNext();
+    }
+}
+
+void Autodiscover::found(const QUrl &server)
+{
+    if (server.scheme() != QLatin1String("https")) {
+        missed(Text::tr("its server %1 is not reached by TLS").arg(server.host()));
+        tryNext();
+        return;
+    }
+    if (!isTrusted(server.host()))
+        return;
+    m_server = server;
+    end({});
+}
+
+void Autodiscover::askFor(const QString &email)
+{
+    if (++m_hops > MaximumHops || !email.contains(QLatin1Char('@'))) {
+        missed(Text::tr("it leads to no other address"));
+        tryNext();
+        return;
+    }
+    if (!isTrusted(domainOf(email)))
+        return;
+    m_email = email;
+    m_lookedUp = false;
+    m_candidates = candidatesFor(email);
+    tryNext();
+}
+
+/** Whether the host belongs to the address, or is confirmed; otherwise everything ends. */
+bool Autodiscover::isTrusted(const QString &host)
+{
+    const QString domain = domainOf(m_email).toLower();
+    const QString name = host.toLower();
+    if (name == domain || name.endsWith(QLatin1Char('.') + domain) || isConfirmed(host))
+        return true;
+    end({Eas::Cancelled, Text::tr("%1 was not confirmed").arg(host)});
+    return false;
+}
+
+bool Autodiscover::isConfirmed(const QString &host)
+{
+    const int left = m_limit.remainingTime();
+    m_limit.stop();
+    const bool confirmed = m_confirm(host);
+    m_limit.start(qMax(0, left));
+    return confirmed;
+}
+
+void Autodiscover::end(const Eas::Result &result)
+{
+    if (m_over)
+        return;
+    m_over = true;
+    m_limit.stop();
+    m_result = result;
+    emit finished();
+}
+
+} // namespace Accounts

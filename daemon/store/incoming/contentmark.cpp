@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/incoming/contentmark.h"
+
+#include <QCryptographicHash>
+#include <QStringList>
+
+namespace Store {
+
+namespace {
+
+const QString Field = QStringLiteral("orvmail-content");
+
+/** A short digest of texts; collisions on purpose are no threat here. */
+class Digest
+{
+public:
+    Digest &operator<<(const QByteArray &bytes)
+    {
+        const quint32 size = quint32(bytes.size());
+        m_hash.addData(reinterpret_cast<const char *>(&size), sizeof size);
+        m_hash.addData(bytes);
+        return *this;
+    }
+    Digest &operator<<(const std::optional<QString> &text)
+    {
+        return *this << text.value_or(QString()).toUtf8();
+    }
+    QByteArray result() const { return m_hash.result().left(9).toBase64(); }
+
+private:
+    QCryptographicHash m_hash {QCryptographicHash::Sha1};
+};
+
+} // namespace
+
+ContentMark ContentMark::of(const Eas::MailItem &item)
+{
+    ContentMark mark;
+    Digest envelope;
+    envelope << item.from << item.to << item.cc << item.bcc << item.subject;
+    envelope << (item.dateReceived ? QByteArray::number(item.dateReceived->toSecsSinceEpoch())
+                                   : QByteArray());
+    envelope << QByteArray::number(item.importance.value_or(1));
+    for (const Eas::Attachment &attachment : item.attachments.value_or(QList<Eas::Attachment>())) {
+        // Not the file reference: servers change it when a folder is renamed.
+        envelope << attachment.displayName << attachment.contentId
+                 << QByteArray::number(attachment.estimatedSize);
+    }
+    mark.envelope = envelope.result();
+    if (item.body) {
+        mark.body = (Digest() << item.body->data << QByteArray::number(item.body->type)).result();
+        mark.truncated = item.body->truncated;
+    }
+    return mark;
+}
+
+ContentMark ContentMark::read(const QMailMessageMetaData &message)
+{
+    ContentMark mark;
+    const QStringList parts = message.customField(Field).split(QLatin1Char(' '));
+    if (parts.size() == 3) {
+        mark.envelope = parts.at(0).toLatin1();
+        mark.body = parts.at(1).toLatin1();
+        mark.truncated = parts.at(2).contains(QLatin1Char('t'));
+        mark.downloaded = parts.at(2).contains(QLatin1Char('d'));
+    }
+    return mark;
+}
+
+void ContentMark::store(QMailMessageMetaData *message) const
+{
+    const QByteArray flags = QByteArray(truncated ? "t" : "") + (downloaded ? "d" : "");
+    message->setCustomField(Field, QString::fromLatin1(envelope + ' ' + body + ' ' + flags));
+}
+
+bool ContentMark::isOutdatedBy(const ContentMark &item) const
+{
+    if (envelope != item.envelope)
+        return true;
+    if (downloaded || item.body.isEmpty() || body == item.body)
+        return false;
+    // An item that brings more of the body replaces it, one that brings less does not.
+    return truncated || body.isEmpty() || !item.truncated;
+}
+
+} // namespace Store

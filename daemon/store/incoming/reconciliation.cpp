@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/incoming/reconciliation.h"
+
+#include "daemon/store/fingerprint.h"
+#include "daemon/store/mark.h"
+#include "daemon/store/narrowing.h"
+#include "daemon/store/serveruid.h"
+
+#include <qmailstore.h>
+
+namespace Store {
+
+namespace {
+
+constexpr int NoteBatch = 500; ///< messages whose fingerprint is taken in one step
+
+} // namespace
+
+Reconciliation::Reconciliation(SyncStateDb &db, const QMailAccountId &account)
+    : m_unconfirmed(db, account)
+{
+}
+
+bool Reconciliation::begin(const FolderState &folder)
+{
+    m_folder = folder;
+    m_isFirst = folder.syncKey == Eas::FirstKey;
+    if (m_isFirst) {
+        // What a search brought may lie outside of what the server will show now.
+        const QMailMessageKey here = folder.messages();
+        m_toNote = QMailStore::instance()->queryMessages(
+            folder.isWhole() ? here : here & ~FoundMark.key());
+        return true;
+    }
+    expect(m_unconfirmed.of(folder.serverId));
+    m_hasUnconfirmed = !m_expected.isEmpty();
+    expectFound();
+    return false;
+}
+
+void Reconciliation::expect(const QList<Unconfirmed> &messages)
+{
+    for (const Unconfirmed &message : messages)
+        m_expected.insert(message.fingerprint, message.messageId);
+}
+
+/** What a search brought is recognised when the server shows it under another id. */
+void Reconciliation::expectFound()
+{
+    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        Narrowing::found(QMailMessageKey::parentFolderId(m_folder.folderId) & FoundMark.key()),
+        FingerprintProperties | QMailMessageKey::ServerUid);
+    for (const QMailMessageMetaData &message : found) {
+        const ServerUid known(message);
+        const bool mayBeRenamed = m_isFirst || m_folder.reconciling;
+        if (known.isIn(m_folder.serverId) && (mayBeRenamed || !known.isItem()))
+            m_expected.insert(fingerprint(message), message.id());
+    }
+}
+
+/** Notes what the folder has from the server, and not what the user moved there. */
+bool Reconciliation::note()
+{
+    const QMailMessageIdList ids = m_toNote.mid(0, NoteBatch);
+    m_toNote = m_toNote.mid(NoteBatch);
+    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::id(ids), FingerprintProperties | QMailMessageKey::ServerUid);
+    for (const QMailMessageMetaData &message : found) {
+        if (ServerUid(message).isIn(m_folder.serverId))
+            m_noted.append({message.id(), fingerprint(message)});
+    }
+    if (!m_toNote.isEmpty())
+        return true;
+    expect(m_noted);
+    expectFound();
+    return false;
+}
+
+QMailMessageId Reconciliation::take(const QByteArray &fingerprint, const QMailMessageId &named)
+{
+    const bool isSame = named.isValid() && m_expected.contains(fingerprint, named);
+    const QMailMessageId match = isSame ? named : m_expected.value(fingerprint);
+    m_expected.remove(fingerprint, match);
+    return isSame || !m_confirmed.contains(match) ? match : QMailMessageId();
+}
+
+Eas::Result Reconciliation::save(FolderState *folder)
+{
+    Eas::Result result;
+    if (m_isFirst) {
+        folder->reconciling = !m_noted.isEmpty();
+        result = m_unconfirmed.replace(*folder, m_noted);
+    }
+    return result.ok() ? m_unconfirmed.confirm(*folder, m_confirmed) : result;
+}
+
+bool Reconciliation::isToBeSwept(const FolderState &folder) const
+{
+    return !m_isFirst && (folder.reconciling || m_hasUnconfirmed);
+}
+
+QMailMessageIdList Reconciliation::unconfirmed() const
+{
+    QMailMessageIdList messages;
+    for (const Unconfirmed &message : m_unconfirmed.of(m_folder.serverId))
+        messages.append(message.messageId);
+    return messages;
+}
+
+Eas::Result Reconciliation::forget(const FolderState &folder, const QMailMessageIdList &messages)
+{
+    return m_unconfirmed.confirm(folder, messages);
+}
+
+Eas::Result startReconciling(SyncStateDb &db, const QMailAccountId &account,
+                             const Eas::FolderId &serverId)
+{
+    std::optional<FolderState> folder = FolderKeys(db, account).find(serverId);
+    if (!folder)
+        return {Eas::NotFound,
+                QStringLiteral("no folder here for ") + Eas::loggedId(serverId.text())};
+    folder->syncKey = Eas::FirstKey;
+    folder->reconciling = false;
+    return UnconfirmedMessages(db, account).replace(*folder, {});
+}
+
+} // namespace Store

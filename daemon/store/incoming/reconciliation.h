@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_STORE_INCOMING_RECONCILIATION_H
+#define DAEMON_STORE_INCOMING_RECONCILIATION_H
+
+#include "daemon/store/state/unconfirmedmessages.h"
+
+#include <QHash>
+#include <qmailmessage.h>
+
+namespace Store {
+
+/**
+ * Keeps the messages of a folder that the server still has when it is synchronised from key "0".
+ *
+ * With the answer to key "0" the folder's messages are noted as unconfirmed, the windows that
+ * follow confirm those that the server still has, and what is unconfirmed after the last of them is
+ * removed. All of it outlives a restart. A message that may have been moved here by a request whose
+ * answer was lost is treated in the same way.
+ */
+class Reconciliation
+{
+public:
+    /** The database must outlive it. */
+    Reconciliation(SyncStateDb &db, const QMailAccountId &account);
+
+    /** Begins with a window for the folder; whether its messages are to be noted. */
+    bool begin(const FolderState &folder);
+    /** Notes some of the folder's messages; whether more are to be noted. */
+    bool note();
+
+    /** Whether an item may be one of the messages under another id. */
+    bool isRenamingPossible() const { return !m_expected.isEmpty(); }
+    /** An expected message with that fingerprint: `named` if it is one, else one that is not
+     * confirmed yet; invalid where there is none. */
+    QMailMessageId take(const QByteArray &fingerprint, const QMailMessageId &named);
+    /** The server has the message. */
+    void confirm(const QMailMessageId &message) { m_confirmed.append(message); }
+
+    /** Saves what was noted and confirmed, and the folder's state with it. */
+    Eas::Result save(FolderState *folder);
+    /** Whether unconfirmed messages may be left after the last window, to be removed. */
+    bool isToBeSwept(const FolderState &folder) const;
+    /** Those that no window has confirmed. */
+    QMailMessageIdList unconfirmed() const;
+    /** They were removed. */
+    Eas::Result forget(const FolderState &folder, const QMailMessageIdList &messages);
+
+private:
+    void expect(const QList<Unconfirmed> &messages);
+    void expectFound();
+
+    UnconfirmedMessages m_unconfirmed;
+    FolderState m_folder;          ///< as it was before the window
+    bool m_isFirst = false;        ///< the window answers key "0"
+    bool m_hasUnconfirmed = false; ///< of earlier windows, or of moves whose answer was lost
+    QMailMessageIdList m_toNote;
+    QList<Unconfirmed> m_noted;
+    QMultiHash<QByteArray, QMailMessageId> m_expected; ///< by fingerprint
+    QMailMessageIdList m_confirmed;
+};
+
+/** Has the folder reconciled by its next windows. */
+Eas::Result startReconciling(SyncStateDb &db, const QMailAccountId &account,
+                             const Eas::FolderId &serverId);
+
+} // namespace Store
+
+#endif

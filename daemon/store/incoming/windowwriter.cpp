@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/incoming/windowwriter.h"
+
+#include "daemon/pacing/sizes.h"
+#include "daemon/store/accountguard.h"
+#include "daemon/store/currentmessages.h"
+#include "daemon/store/fingerprint.h"
+#include "daemon/store/incoming/messagebuilder.h"
+#include "daemon/store/mark.h"
+#include "daemon/store/removalrecords.h"
+#include "daemon/store/storefailure.h"
+#include "eas/folderchanges.h"
+
+#include <qmailstore.h>
+
+#include <ctime>
+
+namespace Store {
+
+namespace {
+
+constexpr int RemovalBatch = 100; ///< messages that are removed in one step
+
+/** Of this thread, in milliseconds. */
+qint64 cpuTime()
+{
+    struct timespec time = {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+}
+
+/** How many messages a step writes; shared, as all folders lie in the same store. */
+Daemon::AdaptiveSize &batchSize()
+{
+    static Daemon::AdaptiveSize size(Daemon::Sizes::Writing);
+    return size;
+}
+
+} // namespace
+
+WindowWriter::WindowWriter(SyncStateDb &db, const QMailAccountId &account,
+                           const Eas::SyncWindow &window, Answers answers)
+    : m_account(account)
+    , m_folders(db, account)
+    , m_reconciliation(db, account)
+    , m_writer(db, account)
+    , m_window(window)
+    , m_answers(answers)
+    , m_gone(window.removed + window.outOfRange)
+{
+    for (const Eas::MailItem &item : window.added)
+        m_items.append({item, true});
+    for (const Eas::MailItem &item : window.changed)
+        m_items.append({item, false});
+    m_total = qMax(1, m_items.size() + m_gone.size());
+}
+
+int WindowWriter::progress() const
+{
+    return 1000 - 1000 * (m_items.size() + m_gone.size()) / m_total;
+}
+
+bool WindowWriter::step()
+{
+    m_result = AccountGuard::check(m_account);
+    if (m_result.ok())
+        m_result = perform();
+    return m_result.ok() && m_phase != Phase::End;
+}
+
+/** Does a share of the current phase, and goes to the next one when it is done. */
+Eas::Result WindowWriter::perform()
+{
+    switch (m_phase) {
+    case Phase::Start:
+        return start();
+    case Phase::Note:
+        return note();
+    case Phase::Items:
+        return writeItems();
+    case Phase::Removals:
+        return removeItems();
+    case Phase::Key:
+        return saveKey();
+    case Phase::Sweep:
+        return sweep();
+    case Phase::End:
+        break;
+    }
+    return {};
+}
+
+Eas::Result WindowWriter::start()
+{
+    QMailStore *store = QMailStore::instance();
+    const std::optional<FolderState> folder = m_folders.find(m_window.collectionId);
+    if (!folder || store->countFolders(QMailFolderKey::id(folder->folderId)) == 0)
+        return {Eas::NotFound,
+                QStringLiteral("no folder here for ")
+                    + Eas::loggedId(m_window.collectionId.text())};
+    if (!m_window.result.ok())
+        return {Eas::InvalidAnswer, QStringLiteral("a refused window has no content")};
+    m_folder = *folder;
+    findPresent();
+    for (const ServerUid &deleted : RemovalRecords(m_account).in(m_window.collectionId))
+        m_deleted.insert(deleted);
+    m_phase = m_reconciliation.begin(m_folder) ? Phase::Note : Phase::Items;
+    return {};
+}
+
+Eas::Result WindowWriter::note()
+{
+    if (!m_reconciliation.note())
+        m_phase = Phase::Items;
+    return {};
+}
+
+Eas::Result WindowWriter::writeItems()
+{
+    if (m_items.isEmpty()) {
+        m_phase = Phase::Removals;
+        return {};
+    }
+    // CPU time: on a busy machine, smaller batches would only make more work.
+    const qint64 before = cpuTime();
+    const QList<Item> batch = nextBatch();
+    const Eas::Result result = writeBatch(batch);
+    batchSize().adapt(batch.size(), cpuTime() - before);
+    return result;
+}
+
+/** The next items, no id twice: a change of one that was just added must find it. */
+QList<WindowWriter::Item> WindowWriter::nextBatch()
+{
+    QList<Item> batch;
+    QSet<QString> ids;
+    while (!m_items.isEmpty() && batch.size() < batchSize().value()) {
+        const QString id = m_items.first().data.serverId;
+        if (ids.contains(id))
+            break;
+        ids.insert(id);
+        batch.append(m_items.takeFirst());
+    }
+    return batch;
+}
+
+Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
+{
+    QList<Item> items;
+    Messages present;
+    for (const Item &item : batch) {
+        if (!item.data.serverId.isEmpty() && !wasDeleted(uid(item.data.serverId), &present))
+            items.append(item);
+    }
+    if (m_reconciliation.isRenamingPossible()) {
+        const Eas::Result result = rematch(items, &present);
+        if (!result.ok())
+            return result;
+    }
+    QList<Eas::MailItem> missing;
+    MessageWriter::Updates known;
+    for (const Item &item : qAsConst(items)) {
+        const auto found = present.constFind(uid(item.data.serverId));
+        if (found != present.constEnd())
+            known.append({item.data, *found});
+        else if (item.isNew || MessageBuilder::isComplete(item.data))
+            missing.append(item.data);
+    }
+    const Eas::Result result = add(missing);
+    if (!result.ok())
+        return result;
+    for (const auto &[item, message] : qAsConst(known))
+        m_reconciliation.confirm(message.id());
+    return m_writer.update(known);
+}
+
+Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
+{
+    const Eas::Result result = m_writer.add(m_folder, items);
+    const QMailMessageIdList added = m_writer.added();
+    for (int i = 0; result.ok() && i < items.size(); ++i)
+        m_present.insert(uid(items.at(i).serverId), added.at(added.size() - items.size() + i));
+    return result;
+}
+
+/** Looks the window's messages up, all at once: without its index, each look goes through the whole
+ * account. */
+void WindowWriter::findPresent()
+{
+    QList<ServerUid> uids;
+    for (const Item &item : qAsConst(m_items))
+        uids.append(uid(item.data.serverId));
+    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+        ServerUid::key(m_account, uids), QMailMessageKey::Id | QMailMessageKey::ServerUid);
+    for (const QMailMessageMetaData &message : found)
+        m_present.insert(ServerUid(message), message.id());
+}
+
+/** Whether the user deleted the message here; if it is here, adds it to `present`. */
+bool WindowWriter::wasDeleted(const ServerUid &uid, Messages *present) const
+{
+    const QMailMessageId id = m_present.value(uid);
+    if (!id.isValid())
+        return m_deleted.contains(uid);
+    const QMailMessageMetaData message = currentMessage(id);
+    if (!message.id().isValid())
+        return true; // since this window began
+    present->insert(uid, message);
+    return false;
+}
+
+/**
+ * Finds the messages that the server calls by other ids than before, and lets them keep their place
+ * in the store under the new ids.
+ */
+Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
+{
+    QList<QMailMessageMetaData> renamed;
+    for (const Item &item : items) {
+        if (!MessageBuilder::isComplete(item.data))
+            continue;
+        const ServerUid wanted = uid(item.data.serverId);
+        const QByteArray mark = fingerprint(MessageBuilder::build(item.data));
+        const QMailMessageId named = present->value(wanted).id();
+        const QMailMessageId match = m_reconciliation.take(mark, named);
+        if (!match.isValid() || match == named)
+            continue;
+        QMailMessageMetaData message = currentMessage(match);
+        for (const QMailMessageMetaData &other : qAsConst(renamed)) {
+            if (other.id() == match)
+                message = other;
+        }
+        if (!ServerUid(message).isIn(m_window.collectionId))
+            continue; // deleted here since it was noted, or moved out
+        if (named.isValid()) {
+            // Another message has the id here: without it, it may yet be found under its own new
+            // one.
+            QMailMessageMetaData displaced = present->take(wanted);
+            ServerUid::unnamed(m_window.collectionId, named).assignTo(&displaced);
+            renamed.append(displaced);
+        }
+        const ServerUid before(message);
+        present->remove(before);
+        if (m_present.value(before) == match)
+            m_present.remove(before);
+        m_present.insert(wanted, match);
+        // A search result had its LongId alone: this is its first item id.
+        const bool isFirstName = before.kind() == ServerUid::Kind::SearchResult;
+        if (message.status() & QMailMessageMetaData::HasAttachments && !isFirstName)
+            RenamedMark.set(&message);
+        wanted.assignTo(&message);
+        renamed.append(message);
+        present->insert(wanted, message);
+    }
+    return m_writer.replace(renamed);
+}
+
+Eas::Result WindowWriter::removeItems()
+{
+    if (m_gone.isEmpty()) {
+        m_phase = Phase::Key;
+        return {};
+    }
+    QList<ServerUid> uids;
+    QList<ServerUid> deleted;
+    for (const QString &id : m_gone.mid(0, RemovalBatch)) {
+        uids.append(uid(id));
+        if (m_deleted.contains(uid(id)))
+            deleted.append(uid(id));
+    }
+    m_gone = m_gone.mid(RemovalBatch);
+    const Eas::Result result = m_writer.remove(ServerUid::key(m_account, uids));
+    // The server has deleted them as well: nothing is left to tell it.
+    return result.ok() ? RemovalRecords(m_account).forget(deleted) : result;
+}
+
+Eas::Result WindowWriter::saveKey()
+{
+    if (hasChangedFolder() && !QMailStore::instance()->ensureDurability())
+        return storeFailure(QStringLiteral("cannot make messages durable"));
+    if (!m_window.unchanged)
+        m_folder.syncKey = m_window.syncKey;
+    m_writer.saveConversations();
+    const bool isLast = !m_window.moreAvailable && m_answers == Answers::Download;
+    const Eas::Result result = m_reconciliation.save(&m_folder);
+    m_phase = isLast && m_reconciliation.isToBeSwept(m_folder) ? Phase::Sweep : Phase::End;
+    return result;
+}
+
+/** Removes what the synchronisation had to bring and did not. */
+Eas::Result WindowWriter::sweep()
+{
+    const QMailMessageIdList left = m_reconciliation.unconfirmed().mid(0, RemovalBatch);
+    if (left.isEmpty()) {
+        m_folder.reconciling = false;
+        m_phase = Phase::End;
+        return m_folders.save(m_folder);
+    }
+    const auto found = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::id(left), QMailMessageKey::Id | QMailMessageKey::ServerUid);
+    if (QMailStore::instance()->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot look at the messages of a folder"));
+    QMailMessageIdList gone;
+    for (const QMailMessageMetaData &message : found) {
+        // What was moved out since it was noted is another folder's to remove.
+        if (ServerUid(message).isIn(m_folder.serverId))
+            gone.append(message.id());
+    }
+    const Eas::Result result =
+        gone.isEmpty() ? Eas::Result() : m_writer.remove(QMailMessageKey::id(gone));
+    return result.ok() ? m_reconciliation.forget(m_folder, left) : result;
+}
+
+ServerUid WindowWriter::uid(const QString &itemId) const
+{
+    return ServerUid::item(m_window.collectionId, itemId);
+}
+
+} // namespace Store

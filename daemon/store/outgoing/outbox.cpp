@@ -1,0 +1,443 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/outgoing/outbox.h"
+
+#include "daemon/store/currentmessages.h"
+#include "daemon/store/incoming/contentcheck.h"
+#include "daemon/store/narrowing.h"
+#include "daemon/store/outgoing/outgoingprint.h"
+#include "daemon/store/storefailure.h"
+#include "translations/text.h"
+
+#include <QDateTime>
+#include <qmailfolder.h>
+#include <qmailmessage.h>
+#include <qmailstore.h>
+#include <QUrl>
+#include <QUuid>
+
+#include <algorithm>
+
+namespace Store {
+
+namespace {
+
+using Message = QMailMessageMetaData;
+
+const QString ClientIdField = QStringLiteral("orvmail-client-id");
+const QString ReasonField = QStringLiteral("orvmail-send-failure");
+/** The message server's own: how often it has tried, "true" once that is enough. */
+const QString GivenUpField = QStringLiteral("dontSend");
+const QString GivenUpMark = QStringLiteral("true");
+
+/** 32 letters and digits. */
+QString newClientId()
+{
+    return QString::fromLatin1(QUuid::createUuid().toRfc4122().toHex());
+}
+
+Eas::Result setField(const QMailMessageId &id, const QString &name, const QString &value)
+{
+    Message message = currentMessage(id);
+    if (message.customField(name) == value)
+        return {};
+    if (value.isEmpty())
+        message.removeCustomField(name);
+    else
+        message.setCustomField(name, value);
+    // The custom fields alone: others change the message's status at the same time.
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                        QMailMessageKey::Custom, message))
+        return storeFailure(FailureText::english("cannot mark a message that is to be sent"));
+    return {};
+}
+
+Eas::Result setStatus(const QMailMessageId &id, quint64 mask, bool value)
+{
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), mask, value))
+        return storeFailure(FailureText::english("cannot mark a message of the outbox"));
+    return {};
+}
+
+/** Why its sending has not ended: the reason that is noted already, or an interruption. */
+QString interrupted(const QMailMessageId &id)
+{
+    const QString known = currentMessage(id).customField(ReasonField);
+    return known.isEmpty() ? FailureText::english("the sending was interrupted") : known;
+}
+
+/** Messages of the outbox that the message server has given up. */
+QMailMessageKey givenUpKey(const QMailAccountId &account)
+{
+    return QMailMessageKey::parentAccountId(account)
+        & QMailMessageKey::status(Message::Outbox, QMailDataComparator::Includes)
+        & QMailMessageKey::customField(GivenUpField, GivenUpMark);
+}
+
+/** Messages that wait, whoever is to send them. */
+QMailMessageKey outboxKey(const QMailAccountId &account)
+{
+    return QMailMessageKey::parentAccountId(account)
+        & QMailMessageKey::status(Message::Outbox, QMailDataComparator::Includes)
+        & ~QMailMessageKey::status(Message::Trash, QMailDataComparator::Includes);
+}
+
+/** The reason as it was written down: a result code, and words. */
+void readReason(const QString &field, Activesync::WaitingMail *mail)
+{
+    bool isNumber = false;
+    const int code = field.section(QLatin1Char(' '), 0, 0).toInt(&isNumber);
+    mail->code = isNumber ? code : 0;
+    mail->reason = isNumber ? field.section(QLatin1Char(' '), 1) : field;
+}
+
+/** With one of these, a message is not on its way out. */
+quint64 settled()
+{
+    return Message::Outbox | Message::Draft | Message::Trash | Message::Junk | Message::Removed
+        | Message::Temporary;
+}
+
+} // namespace
+
+Outbox::Outbox(SyncStateDb &db, const AccountRecord &account)
+    : m_account(account)
+    , m_outgoing(db, account.id)
+{
+}
+
+Outgoing Outbox::newOutgoing(const QMailMessageId &id, const QString &clientId) const
+{
+    Outgoing outgoing;
+    outgoing.clientId = clientId;
+    outgoing.messageId = id;
+    const QString domain = m_account.email.section(QLatin1Char('@'), -1).trimmed();
+    const QByteArray host = domain.isEmpty() ? QByteArrayLiteral("localhost") : QUrl::toAce(domain);
+    outgoing.rfcId = '<' + clientId.toLatin1() + '@' + host + '>';
+    outgoing.created = QDateTime::currentSecsSinceEpoch();
+    return outgoing;
+}
+
+/** Messages from here that are neither in the outbox nor known at the server: they are being sent,
+ * or their sending was interrupted. */
+QMailMessageMetaDataList Outbox::stranded() const
+{
+    const QMailMessageKey key = QMailMessageKey::parentAccountId(m_account.id)
+        & QMailMessageKey::status(Message::Outgoing, QMailDataComparator::Includes)
+        & ~QMailMessageKey::status(settled(), QMailDataComparator::Includes);
+    QMailMessageMetaDataList found =
+        Narrowing::unsettled(m_account.id, key,
+                             QMailMessageKey::Id | QMailMessageKey::ServerUid
+                                 | QMailMessageKey::Status | QMailMessageKey::ParentFolderId);
+    const auto isOther = [this](const Message &one) {
+        return !one.serverUid().isEmpty() || isPutAway(one);
+    };
+    found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
+    return found;
+}
+
+/**
+ * Whether a message lies where its author has put it, and not on its way out.
+ *
+ * A move to the inbox takes from a draft, or from a copy of a sent message, the marks that tell it
+ * from mail on its way out. So nothing goes out from there, and from another folder of the server's
+ * only what somebody has asked to be sent.
+ */
+bool Outbox::isPutAway(const Message &message) const
+{
+    // As the mail store knows the folder: the daemon's own memory may be lost.
+    const quint64 place = QMailFolder(message.parentFolderId()).status();
+    const bool isOnItsWay = !(place & QMailFolder::Synchronized)
+        || place & (QMailFolder::Drafts | QMailFolder::Outgoing);
+    if (isOnItsWay)
+        return false;
+    return place & QMailFolder::Incoming
+        || !(m_outgoing.find(message.id())
+             || !currentMessage(message.id()).customField(ClientIdField).isEmpty());
+}
+
+Eas::Result Outbox::open(const QMailMessageId &id, Outgoing *outgoing)
+{
+    if (!isHere(id))
+        return {Eas::NotFound, FailureText::english("the message has been removed")};
+    if (const auto remembered = m_outgoing.find(id)) {
+        *outgoing = *remembered;
+        return isEdited(*outgoing) ? renew(outgoing) : Eas::Result {};
+    }
+    const QString known = currentMessage(id).customField(ClientIdField);
+    // An id that is known is that of another message, of which this is a copy.
+    const bool isForgotten = !known.isEmpty() && !m_outgoing.find(known);
+    *outgoing = newOutgoing(id, isForgotten ? known : newClientId());
+    outgoing->state = isForgotten ? Outgoing::Uncertain : Outgoing::Ready;
+    const Eas::Result saved = m_outgoing.save(*outgoing);
+    return saved.ok() ? setField(id, ClientIdField, outgoing->clientId) : saved;
+}
+
+bool Outbox::isEdited(const Outgoing &outgoing) const
+{
+    if (outgoing.state == Outgoing::Ready || outgoing.print.isEmpty()
+        || !isHere(outgoing.messageId))
+        return false;
+    const QMailMessage message(outgoing.messageId);
+    return !isContentDamaged(message, 1) && !OutgoingPrint::isSame(outgoing.print, message);
+}
+
+/** Makes an edited message another one, with new ids, whatever became of the earlier version. */
+Eas::Result Outbox::renew(Outgoing *outgoing)
+{
+    const Outgoing earlier = *outgoing;
+    *outgoing = newOutgoing(earlier.messageId, newClientId());
+    outgoing->earlierIds = earlier.earlierIds + QList<QByteArray> {earlier.rfcId};
+    // The database last: as long as it knows the earlier one, this is done again.
+    Eas::Result result = setField(earlier.messageId, ClientIdField, outgoing->clientId);
+    if (result.ok())
+        result = setField(earlier.messageId, GivenUpField, QString());
+    return result.ok() ? m_outgoing.replace(earlier.clientId, *outgoing) : result;
+}
+
+Eas::Result Outbox::save(const Outgoing &outgoing, Outgoing::State state)
+{
+    Outgoing changed = outgoing;
+    changed.state = state;
+    return m_outgoing.save(changed);
+}
+
+Eas::Result Outbox::putBack(const QMailMessageId &id, const QString &reason)
+{
+    noteReason(id, reason);
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), Message::Outbox,
+                                                        true))
+        return storeFailure(FailureText::english("cannot put a message back into the outbox"));
+    return {};
+}
+
+void Outbox::noteReason(const QMailMessageId &id, const QString &reason)
+{
+    if (isHere(id))
+        setField(id, ReasonField, reason);
+}
+
+Eas::Result Outbox::hold(const Outgoing &outgoing, const QString &reason)
+{
+    // The message first: one that is doubtful and not held counts as released by a person.
+    noteReason(outgoing.messageId, reason);
+    const Eas::Result held = setField(outgoing.messageId, GivenUpField, GivenUpMark);
+    return held.ok() ? save(outgoing, Outgoing::Doubtful) : held;
+}
+
+/**
+ * Whether the message server has replaced the hold by its count of failures, which it writes to a
+ * copy that may be older. A person's program keeps the mark or removes it, and writes no number.
+ */
+bool Outbox::isHeld(const Outgoing &outgoing) const
+{
+    bool isCount = false;
+    currentMessage(outgoing.messageId).customField(GivenUpField).toUInt(&isCount);
+    return outgoing.state == Outgoing::Doubtful && isCount;
+}
+
+bool Outbox::isBackUnwanted(const QMailMessageId &id)
+{
+    const quint64 status = currentMessage(id).status();
+    return status & Message::Outbox && status & (Message::Draft | Message::Trash);
+}
+
+bool Outbox::isTakenBack(const QMailMessageId &id)
+{
+    return currentMessage(id).status() & (Message::Draft | Message::Trash);
+}
+
+Eas::Result Outbox::takeBack(const QMailMessageId &id)
+{
+    // Why it did not go is not for when its author sends it.
+    const Eas::Result cleared = setField(id, ReasonField, QString());
+    return cleared.ok() ? setStatus(id, Message::Outbox, false) : cleared;
+}
+
+Eas::Result Outbox::takeOut(const QMailMessageId &id)
+{
+    if (isHere(id) && !QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord))
+        return storeFailure(FailureText::english("cannot take a sent message out of the outbox"));
+    return {};
+}
+
+QList<Activesync::WaitingMail> Outbox::waiting(const QSet<QMailMessageId> &except) const
+{
+    QMailMessageIdList ids = QMailStore::instance()->queryMessages(
+        Narrowing::unsettled(m_account.id, outboxKey(m_account.id)));
+    for (const Message &message : stranded()) {
+        // What is marked as sent is the message server's: it knows of the end.
+        if (!(message.status() & Message::Sent))
+            ids.append(message.id());
+    }
+    QList<Activesync::WaitingMail> mails;
+    for (const QMailMessageId &id : qAsConst(ids)) {
+        if (except.contains(id))
+            continue;
+        const Message message = currentMessage(id);
+        const auto mail = message.id().isValid() ? waitingMail(message) : std::nullopt;
+        if (mail)
+            mails.append(*mail);
+    }
+    return mails;
+}
+
+std::optional<Activesync::WaitingMail> Outbox::waiting(const QMailMessageId &id) const
+{
+    const Message message = currentMessage(id);
+    const quint64 status = message.status();
+    const bool isInOutbox = status & Message::Outbox && !(status & Message::Trash);
+    const bool isStranded = status & Message::Outgoing && !(status & (settled() | Message::Sent))
+        && message.serverUid().isEmpty() && !isPutAway(message);
+    return isInOutbox || isStranded ? waitingMail(message) : std::nullopt;
+}
+
+std::optional<Activesync::WaitingMail> Outbox::waitingMail(const Message &message) const
+{
+    using Activesync::WaitingMail;
+    const QMailMessageId id = message.id();
+    const QString clientId = message.customField(ClientIdField);
+    const std::optional<Outgoing> known = m_outgoing.find(id);
+    const bool isSent = known && known->state == Outgoing::Sent;
+    // The message server has not marked it yet; whether it was edited is a look at all of it.
+    if (isSent && !(message.status() & Message::Outbox))
+        return std::nullopt;
+    const bool hasLeft = known && known->state != Outgoing::Ready && !isEdited(*known);
+    if (hasLeft && isSent)
+        return std::nullopt;
+    const bool isForgotten = !known && !clientId.isEmpty() && !m_outgoing.find(clientId);
+    WaitingMail mail;
+    mail.message = id.toULongLong();
+    readReason(message.customField(ReasonField), &mail);
+    if (hasLeft && known->state == Outgoing::Doubtful)
+        mail.state = WaitingMail::Doubtful;
+    else if (hasLeft || isForgotten)
+        mail.state = WaitingMail::Uncertain;
+    else if (message.customField(GivenUpField).compare(GivenUpMark, Qt::CaseInsensitive) == 0)
+        mail.state = WaitingMail::GivenUp;
+    else if (!message.customField(ReasonField).isEmpty())
+        mail.state = WaitingMail::Failed;
+    return mail;
+}
+
+Eas::Result Outbox::release(const Activesync::WaitingMail &mail)
+{
+    const QMailMessageId id(mail.message);
+    const quint64 status = currentMessage(id).status();
+    const bool isTakenBack =
+        status & Message::Trash || (status & Message::Draft && !(status & Message::Outbox));
+    const auto now = waitingMail(currentMessage(id));
+    if (!isHere(id) || isTakenBack || !now || now->state != mail.state)
+        return {Eas::NotFound,
+                FailureText::english(
+                    "what became of the mail has changed meanwhile; nothing was done")};
+    // A doubtful one that is not held is held again, when the message server asks for it.
+    const bool isDoubtful = mail.state == Activesync::WaitingMail::Doubtful;
+    Eas::Result result = setField(id, GivenUpField, isDoubtful ? GivenUpMark : QString());
+    // Why it did not go is of the last attempt, not of the one that begins.
+    if (result.ok() && !isDoubtful)
+        result = setField(id, ReasonField, QString());
+    return result.ok() ? setStatus(id, Message::Outbox, true) : result;
+}
+
+Eas::Result Outbox::makeDraft(const QMailMessageId &id)
+{
+    // In this order: neither draft nor in the outbox is what an interrupted sending leaves.
+    const Eas::Result marked = setStatus(id, Message::Draft, true);
+    return marked.ok() ? setStatus(id, Message::Outbox, false) : marked;
+}
+
+Eas::Result Outbox::settleDraft(const QMailMessageId &id)
+{
+    const Eas::Result marked = setField(id, GivenUpField, QString());
+    const QMailFolderId drafts =
+        QMailAccount(m_account.id).standardFolder(QMailFolder::DraftsFolder);
+    if (!marked.ok())
+        return marked;
+    Message moved;
+    moved.setParentFolderId(drafts);
+    if (drafts.isValid()
+        && !QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                           QMailMessageKey::ParentFolderId, moved))
+        return storeFailure(FailureText::english("cannot move a message to the drafts"));
+    // A sending that ended meanwhile without success has put it into the outbox again.
+    return setStatus(id, Message::Outbox, false);
+}
+
+Eas::Result Outbox::undoDraft(const QMailMessageId &id)
+{
+    const Eas::Result marked = setStatus(id, Message::Outbox, true);
+    return marked.ok() ? setStatus(id, Message::Draft, false) : marked;
+}
+
+QList<Outgoing> Outbox::givenUp() const
+{
+    // Nearly always there is none: the mail store, which would look through all messages, is not
+    // asked then.
+    QList<Outgoing> found = m_outgoing.all();
+    const auto leave = [&found](auto isOther) {
+        found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
+    };
+    leave([](const Outgoing &one) { return one.state == Outgoing::Ready; });
+    if (found.isEmpty())
+        return found;
+    const QMailMessageIdList ids = QMailStore::instance()->queryMessages(
+        Narrowing::unsettled(m_account.id, givenUpKey(m_account.id)));
+    leave([&ids](const Outgoing &one) { return !ids.contains(one.messageId); });
+    return found;
+}
+
+Eas::Result Outbox::settleGivenUp(const Outgoing &outgoing)
+{
+    // The message first: once it is known as sent, nobody looks for it again.
+    const QMailMessageKey key = givenUpKey(m_account.id) & QMailMessageKey::id(outgoing.messageId);
+    if (QMailStore::instance()->countMessages(key) > 0) {
+        const Eas::Result taken = takeOut(outgoing.messageId);
+        if (!taken.ok())
+            return taken;
+    }
+    return save(outgoing, Outgoing::Sent);
+}
+
+void Outbox::recover(const QSet<QMailMessageId> &busy)
+{
+    forgetRemoved();
+    renewHolds();
+    const QMailMessageMetaDataList messages = stranded();
+    for (const Message &message : messages) {
+        const QMailMessageId id = message.id();
+        if (busy.contains(id))
+            continue;
+        const auto known = m_outgoing.find(id);
+        if (known && known->state == Outgoing::Sent && !isEdited(*known))
+            takeOut(id);
+        else if (!(message.status() & Message::Sent))
+            putBack(id, interrupted(id));
+    }
+}
+
+void Outbox::renewHolds()
+{
+    for (const Outgoing &outgoing : m_outgoing.all()) {
+        if (!isHeld(outgoing) || isEdited(outgoing))
+            continue;
+        const QString known = currentMessage(outgoing.messageId).customField(ReasonField);
+        hold(outgoing, known.isEmpty() ? doubt() : known);
+    }
+}
+
+QString Outbox::doubt()
+{
+    return FailureText::english(
+        "it is not known whether the server has sent the message; look among the "
+        "sent messages, and send it again only if it is not there");
+}
+
+void Outbox::forgetRemoved()
+{
+    for (const Outgoing &outgoing : m_outgoing.all()) {
+        if (!isHere(outgoing.messageId))
+            m_outgoing.remove(outgoing.clientId);
+    }
+}
+
+} // namespace Store

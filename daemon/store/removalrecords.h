@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef DAEMON_STORE_REMOVALRECORDS_H
+#define DAEMON_STORE_REMOVALRECORDS_H
+
+#include "daemon/store/serveruid.h"
+#include "eas/result.h"
+
+namespace Store {
+
+/** What the user deleted of an account and the server does not know of yet, as the mail store
+ * remembers it. */
+class RemovalRecords
+{
+public:
+    explicit RemovalRecords(const QMailAccountId &account);
+
+    QList<ServerUid> all() const;
+    QList<ServerUid> in(const Eas::FolderId &collectionId) const;
+    Eas::Result forget(const QList<ServerUid> &uids);
+    Eas::Result forgetAll();
+
+private:
+    const QMailAccountId m_account;
+};
+
+} // namespace Store
+
+#endif

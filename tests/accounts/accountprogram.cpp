@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tests/accounts/accountprogram.h"
+
+#include <QTest>
+
+#include <csignal>
+
+namespace AccountProgram {
+
+QByteArray everythingPrinted;
+
+Background::Background(const QStringList &arguments, const QByteArray &input, const QString &store)
+{
+    if (!store.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QMF_DATA"), store);
+        m_process.setProcessEnvironment(environment);
+    }
+    m_process.start(Program, arguments);
+    m_process.write(input);
+    m_process.closeWriteChannel();
+}
+
+void Background::interrupt()
+{
+    ::kill(pid_t(m_process.processId()), SIGINT);
+}
+
+Run Background::result()
+{
+    Run run;
+    if (!QTest::qWaitFor([this] { return isOver(); }, 90000))
+        return run;
+    run.exit = m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    run.out = m_process.readAllStandardOutput();
+    run.err = m_process.readAllStandardError();
+    everythingPrinted += run.out + run.err;
+    return run;
+}
+
+QStringList words(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+void verifyRefused(const Run &run, const char *text)
+{
+    QCOMPARE(run.exit, 1);
+    QVERIFY2(run.errorLines() == 1 && run.err.contains(text), run.err.constData());
+}
+
+} // namespace AccountProgram

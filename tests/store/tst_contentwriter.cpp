@@ -1,0 +1,325 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/incoming/contentwriter.h"
+#include "tests/store/items.h"
+#include "tests/support/storefixture.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <qmailstore.h>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Items;
+namespace ContentWriter = Store::ContentWriter;
+
+namespace {
+
+using Message = QMailMessageMetaData;
+
+QByteArray digest(QByteArray content, bool isText)
+{
+    if (isText) {
+        content.replace("\r\n", "\n");
+        while (content.endsWith('\n'))
+            content.chop(1);
+    }
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha1).toHex();
+}
+
+void appendDigests(const QMailMessagePartContainer &container, QList<QByteArray> *digests)
+{
+    if (container.multipartType() != QMailMessagePartContainer::MultipartNone) {
+        for (uint i = 0; i < container.partCount(); ++i)
+            appendDigests(container.partAt(i), digests);
+        return;
+    }
+    const QByteArray type = container.contentType().type().toLower();
+    if (type == "message")
+        digests->append("message");
+    else
+        digests->append(digest(container.body().data(QMailMessageBody::Decoded),
+                               container.transferEncoding() != QMailMessageBody::Base64));
+}
+
+/** The highest memory that this process had so far, in KiB. */
+long peakMemory()
+{
+    QFile status(text("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).simplified().split(' ').first().toLong();
+    }
+    return 0;
+}
+
+} // namespace
+
+/** Downloaded content in messages that are in the mail store already. */
+class TestContentWriter : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void wholeMessageKeepsIdAndFlags();
+    void wholeMessageSurvivesTheNextChangeOfFlags();
+    void sampleMessagesKeepTheirParts_data();
+    void sampleMessagesKeepTheirParts();
+    void emptyMessageGetsALineBreak();
+    void uselessFileLeavesTheMessageAsItWas();
+    void partIsDescribed();
+    void partBecomesReadable();
+    void lastPartMakesTheMessageWhole();
+    void emptyPartDoesNoHarm();
+    void otherPartsStayAsTheyAre();
+    void messageThatIsGoneIsNotFound();
+    void largePartTakesLittleMemory();
+
+private:
+    QString file(const QByteArray &content);
+    QMailMessage message() { return m_account->message(text("1")); }
+
+    std::unique_ptr<SyncedAccount> m_account;
+    std::unique_ptr<QTemporaryDir> m_directory;
+    QMailMessageId m_id;
+};
+
+void TestContentWriter::init()
+{
+    m_account = std::make_unique<SyncedAccount>();
+    m_directory =
+        std::make_unique<QTemporaryDir>(ContentWriter::downloadFolder() + text("/XXXXXX"));
+    Eas::SyncWindow window = adding(text("2"), {item(text("1"), text("With parts"))});
+    window.added.first().body->truncated = false;
+    window.added.first().attachments =
+        QList<Eas::Attachment> {attachment(text("a.bin"), text("ref/1"), 3),
+                                attachment(text("Prüfung.pdf"), text("ref/2"), 5000)};
+    QCOMPARE(m_account->write(window), 200);
+    m_id = message().id();
+    QVERIFY(m_id.isValid());
+}
+
+void TestContentWriter::cleanup()
+{
+    m_directory.reset();
+    m_account.reset();
+}
+
+QString TestContentWriter::file(const QByteArray &content)
+{
+    static int count = 0;
+    QFile file(m_directory->filePath(QString::number(++count)));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write a file for the test");
+    return file.fileName();
+}
+
+void TestContentWriter::wholeMessageKeepsIdAndFlags()
+{
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+        QMailMessageKey::id(m_id), Message::Read | Message::Important, true));
+    const QString uid = message().serverUid();
+    const QString path =
+        file("Received: from x by y\r\nFrom: Carol <c@d.test>\r\n"
+             "Subject: =?utf-8?q?Gr=C3=BC=C3=9Fe?=\r\nX-Own: 1\r\n\r\nThe text\r\n");
+    QVERIFY(ContentWriter::replaceMessage(m_id, path).ok());
+    QFile::remove(path);
+    const QMailMessage after = message();
+    QCOMPARE(after.id(), m_id);
+    QCOMPARE(after.serverUid(), uid);
+    QCOMPARE(after.parentFolderId(), m_account->folderId());
+    QCOMPARE(after.subject(), text("Grüße"));
+    QCOMPARE(after.headerFieldText(text("X-Own")), text("1"));
+    QCOMPARE(after.partCount(), 0u);
+    QCOMPARE(after.body().data(), text("The text\n"));
+    QVERIFY(after.status() & Message::ContentAvailable);
+    QVERIFY(!(after.status() & Message::HasAttachments));
+    QVERIFY(after.status() & Message::Read);
+    QVERIFY(!(after.status() & Message::ReadElsewhere));
+    QVERIFY(after.status() & Message::Important);
+    QVERIFY(after.status() & Message::Incoming);
+    QCOMPARE(after.receivedDate().toUTC(), *item(text("1")).dateReceived);
+}
+
+void TestContentWriter::wholeMessageSurvivesTheNextChangeOfFlags()
+{
+    QVERIFY(ContentWriter::replaceMessage(m_id, file("Subject: With parts\r\n\r\nWhole\r\n")).ok());
+    Eas::SyncWindow window = changing(text("3"), {item(text("1"), text("With parts"))});
+    window.changed.first().attachments =
+        QList<Eas::Attachment> {attachment(text("a.bin"), text("ref/1"), 3),
+                                attachment(text("Prüfung.pdf"), text("ref/2"), 5000)};
+    window.changed.first().read = true;
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(message().body().data(), text("Whole\n"));
+    QVERIFY(message().status() & Message::Read);
+    // And a reconciliation.
+    window.syncKey = text("4");
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(message().body().data(), text("Whole\n"));
+}
+
+void TestContentWriter::sampleMessagesKeepTheirParts_data()
+{
+    QTest::addColumn<QString>("path");
+    const QDir samples(qEnvironmentVariable("ORVMAIL_SOURCE_DIR") + text("/tests/data/mail"));
+    // Readers differ on these.
+    const QStringList damaged {text("attachment-uuencode"),
+                               text("body-damaged-qp"),
+                               text("body-empty-multipart"),
+                               text("body-no-boundary"),
+                               text("body-no-last-boundary"),
+                               text("headers-missing"),
+                               text("nothing")};
+    for (const QFileInfo &info : samples.entryInfoList({text("*.eml")}, QDir::Files)) {
+        if (!damaged.contains(info.baseName()))
+            QTest::newRow(qPrintable(info.fileName())) << info.filePath();
+    }
+    QVERIFY(samples.exists());
+}
+
+void TestContentWriter::sampleMessagesKeepTheirParts()
+{
+    QFETCH(QString, path);
+    QProcess python;
+    python.start(
+        text("python3"),
+        {qEnvironmentVariable("ORVMAIL_SOURCE_DIR") + text("/tests/store/mimedigests.py"), path});
+    QVERIFY(python.waitForFinished());
+    QCOMPARE(python.exitCode(), 0);
+    const QList<QByteArray> expected = python.readAllStandardOutput().trimmed().split('\n');
+    QVERIFY(ContentWriter::replaceMessage(m_id, path).ok());
+    QList<QByteArray> found;
+    appendDigests(message(), &found);
+    QCOMPARE(found, expected);
+}
+
+void TestContentWriter::emptyMessageGetsALineBreak()
+{
+    QVERIFY(ContentWriter::replaceMessage(m_id, file("Subject: Nothing\r\n\r\n")).ok());
+    QVERIFY(message().body().length() > 0);
+    QVERIFY(ContentWriter::replaceMessage(m_id, file("Subject: Nothing\r\n")).ok());
+    QVERIFY(message().body().length() > 0);
+}
+
+void TestContentWriter::uselessFileLeavesTheMessageAsItWas()
+{
+    QByteArray absurd = "MIME-Version: 1.0\r\n";
+    for (int i = 0; i < 3000; ++i) {
+        const QByteArray mark = "b" + QByteArray::number(i);
+        absurd += "Content-Type: multipart/mixed; boundary=" + mark + "\r\n\r\n--" + mark + "\r\n";
+    }
+    QCOMPARE(ContentWriter::replaceMessage(m_id, file("")).code, 501);
+    QCOMPARE(ContentWriter::replaceMessage(m_id, text("/does/not/exist")).code, 501);
+    QCOMPARE(ContentWriter::replaceMessage(m_id, file(absurd)).code, 501);
+    QCOMPARE(message().partCount(), 3u);
+    QCOMPARE(message().subject(), text("With parts"));
+}
+
+void TestContentWriter::partIsDescribed()
+{
+    Store::PartSource source;
+    const QString location = message().partAt(2u).location().toString(true);
+    for (const QString &place : {text("3"), location}) {
+        QVERIFY(ContentWriter::partSource(m_id, place, &source).ok());
+        QCOMPARE(source.fileReference, text("ref/2"));
+        QCOMPARE(source.estimatedSize, qint64(5000));
+        QVERIFY(!source.available);
+    }
+    QVERIFY(ContentWriter::partSource(m_id, text("1"), &source).ok());
+    QVERIFY(source.available);
+    QVERIFY(source.fileReference.isEmpty());
+    for (const char *place : {"4", "0", "1.1", "", "x", "999999-3", "-1"})
+        QCOMPARE(ContentWriter::partSource(m_id, text(place), &source).code, 404);
+}
+
+void TestContentWriter::partBecomesReadable()
+{
+    const QByteArray content("\x00\x01\xff\r\n\n.\r\n", 10);
+    const QString path = file(content);
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), path).ok());
+    QFile::remove(path);
+    {
+        const QMailMessagePart part = message().partAt(1u);
+        QVERIFY(part.contentAvailable());
+        QCOMPARE(part.body().data(QMailMessageBody::Decoded), content);
+        QCOMPARE(part.displayName(), text("a.bin"));
+        QFile copy(part.writeBodyTo(m_directory->path()));
+        QVERIFY(copy.open(QIODevice::ReadOnly));
+        QCOMPARE(copy.readAll(), content);
+    }
+    Store::PartSource source;
+    QVERIFY(ContentWriter::partSource(m_id, text("2"), &source).ok());
+    QVERIFY(source.available);
+    QVERIFY(!(message().status() & Message::ContentAvailable));
+    // Again, with other content.
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), file("other")).ok());
+    QCOMPARE(message().partAt(1u).body().data(QMailMessageBody::Decoded), QByteArray("other"));
+}
+
+void TestContentWriter::lastPartMakesTheMessageWhole()
+{
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), file("one")).ok());
+    QVERIFY(!(message().status() & Message::ContentAvailable));
+    QVERIFY(ContentWriter::writePart(m_id, text("3"), file("two")).ok());
+    QVERIFY(message().status() & Message::ContentAvailable);
+    QCOMPARE(message().id(), m_id);
+    QCOMPARE(message().partAt(1u).body().data(QMailMessageBody::Decoded), QByteArray("one"));
+    QCOMPARE(message().partAt(2u).body().data(QMailMessageBody::Decoded), QByteArray("two"));
+    QCOMPARE(message().partAt(2u).displayName(), text("Prüfung.pdf"));
+}
+
+void TestContentWriter::emptyPartDoesNoHarm()
+{
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), file("")).ok());
+    QCOMPARE(message().partAt(1u).body().data(QMailMessageBody::Decoded), QByteArray());
+    QCOMPARE(message().partCount(), 3u);
+}
+
+void TestContentWriter::otherPartsStayAsTheyAre()
+{
+    QVERIFY(ContentWriter::writePart(m_id, text("3"), file("two")).ok());
+    QCOMPARE(message().partAt(0u).body().data(), text("How are you?\n"));
+    QVERIFY(!message().partAt(1u).contentAvailable());
+    Store::PartSource source;
+    QVERIFY(ContentWriter::partSource(m_id, text("2"), &source).ok());
+    QCOMPARE(source.fileReference, text("ref/1"));
+}
+
+void TestContentWriter::messageThatIsGoneIsNotFound()
+{
+    const QString path = file("Subject: x\r\n\r\nText\r\n");
+    QVERIFY(QMailStore::instance()->removeMessage(m_id));
+    Store::PartSource source;
+    QCOMPARE(ContentWriter::replaceMessage(m_id, path).code, 404);
+    QCOMPARE(ContentWriter::writePart(m_id, text("2"), path).code, 404);
+    QCOMPARE(ContentWriter::partSource(m_id, text("2"), &source).code, 404);
+    QCOMPARE(ContentWriter::writePart(QMailMessageId(), text("2"), path).code, 404);
+}
+
+void TestContentWriter::largePartTakesLittleMemory()
+{
+#ifdef __SANITIZE_ADDRESS__
+    QSKIP("the sanitizer takes memory of its own");
+#endif
+    const QByteArray block(1 << 20, 'x');
+    QFile large(m_directory->filePath(text("large")));
+    QVERIFY(large.open(QIODevice::WriteOnly));
+    for (int i = 0; i < 100; ++i)
+        QCOMPARE(large.write(block), qint64(block.size()));
+    large.close();
+    const long before = peakMemory();
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), large.fileName()).ok());
+    const long more = peakMemory() - before;
+    qInfo("100 MiB: %ld MiB more memory, %lld ms", more / 1024, (long long)timer.elapsed());
+    QVERIFY2(more < 50 * 1024, qPrintable(QString::number(more)));
+}
+
+QTEST_GUILESS_MAIN(TestContentWriter)
+#include "tst_contentwriter.moc"
