@@ -56,18 +56,12 @@ Eas::Credentials credentialsOf(const Store::AccountRecord &record)
     return credentials;
 }
 
-/** The mail that the job was to send, where its author has taken it back; else an invalid id. */
-QMailMessageId takenBackMail(const Job *job)
-{
-    const auto *sending = qobject_cast<const MailSending *>(job);
-    return sending && sending->isTakenBack() ? sending->messageId() : QMailMessageId();
-}
-
 } // namespace
 
 AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStateDb &db,
                              WorkReport &report, QObject *parent)
     : QObject(parent)
+    , m_takenBack(db, record.id)
 {
     m_context.record = record;
     m_context.db = &db;
@@ -78,6 +72,7 @@ AccountWorker::AccountWorker(const Store::AccountRecord &record, Store::SyncStat
     connectServer();
     connectStatus();
     connectPush();
+    m_takenBack.recall();
     recoverOutbox();
 }
 
@@ -263,7 +258,6 @@ void AccountWorker::accept(const Request &request)
         recoverOutbox();
     if (request.kind == RequestKind::SendMail
         && m_takenBack.isSentAgain(QMailMessageId(request.messageId))) {
-        m_takenBack.add(QMailMessageId(request.messageId));
         m_context.report->endRequest(request.id, Eas::NotFound);
         return;
     }
@@ -302,7 +296,9 @@ Job *AccountWorker::jobFor(const Request &request)
     case RequestKind::SendMail:
         break;
     }
-    return new MailSending(m_context, message, this);
+    auto *sending = new MailSending(m_context, message, this);
+    m_takenBack.noteAsked({message, sending->statusAsked()});
+    return sending;
 }
 
 QSet<QMailMessageId> AccountWorker::messagesToSend() const
@@ -390,7 +386,7 @@ void AccountWorker::run(Job *job)
     if (isSync)
         m_context.report->noteSync(m_context, settings);
     job->answerAll(settings);
-    noteTakenBack(job);
+    noteSendingEnd(job);
     m_current = nullptr;
     if (m_push && isSync)
         m_push->postpone(settings);
@@ -420,6 +416,7 @@ void AccountWorker::onFinished(const Eas::Result &result)
 {
     Job *ended = m_current;
     m_current = nullptr;
+    noteSendingEnd(ended, result.ok());
     retire(ended);
     m_status->setSending(messagesToSend());
     if (result.code == Eas::LoginRefused) {
@@ -437,8 +434,6 @@ void AccountWorker::onFinished(const Eas::Result &result)
     }
     if (result.ok() && qobject_cast<MailSending *>(ended))
         m_sentAwhileAgo.start();
-    else if (!result.ok())
-        noteTakenBack(ended);
     next();
 }
 
@@ -483,7 +478,8 @@ void AccountWorker::update(const Store::AccountRecord &record)
     QList<Request> requests;
     const QList<Job *> all = jobs();
     for (Job *job : all) {
-        if (takenBackMail(job).isValid())
+        const auto *sending = qobject_cast<MailSending *>(job);
+        if (sending && sending->isTakenBack())
             job->answerAll(MailSending::takenBack());
         requests += job->requests();
         stop(job);
@@ -518,11 +514,15 @@ void AccountWorker::cancelAll(int code)
     }
 }
 
-void AccountWorker::noteTakenBack(const Job *job)
+void AccountWorker::noteSendingEnd(const Job *job, bool isSent)
 {
-    const QMailMessageId mail = takenBackMail(job);
-    if (mail.isValid())
-        m_takenBack.add(mail);
+    const auto *sending = qobject_cast<const MailSending *>(job);
+    if (!sending)
+        return;
+    if (!isSent && sending->isTakenBack())
+        m_takenBack.add({sending->messageId(), sending->statusAsked()});
+    else
+        m_takenBack.noteEnd(sending->messageId());
 }
 
 QList<Job *> AccountWorker::jobs() const
@@ -539,7 +539,7 @@ void AccountWorker::stop(Job *job)
     if (m_current == job)
         m_current = nullptr;
     job->disconnect(this);
-    noteTakenBack(job);
+    noteSendingEnd(job);
     delete job;
     m_status->setSending(messagesToSend());
 }

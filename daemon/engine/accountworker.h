@@ -88,8 +88,8 @@ private:
     QList<Job *> jobs() const;
     /** Stops a job where it is. */
     void stop(Job *job);
-    /** A job ends without having done its work: the message server puts its mail back. */
-    void noteTakenBack(const Job *job);
+    /** A job ends: where its mail was taken back and not sent, the message server puts it back. */
+    void noteSendingEnd(const Job *job, bool isSent = false);
     void stopIf(const std::function<bool(Job *)> &isMeant);
     /** Lets go of a job that has ended and may still be on the stack. */
     void retire(Job *job);

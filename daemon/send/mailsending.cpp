@@ -57,13 +57,6 @@ bool isRefusal(const Eas::Result &result)
     }
 }
 
-/** Its author has removed it, or has made it a draft again. */
-bool hasTakenBack(const QMailMessageMetaData &message, quint64 statusBefore)
-{
-    const quint64 notToGo = QMailMessage::Trash | QMailMessage::Draft | QMailMessage::Removed;
-    return !message.id().isValid() || (message.status() & notToGo & ~statusBefore) != 0;
-}
-
 bool isEdited(const QMailMessageMetaData &message, const QMailMessageMetaData &before)
 {
     // Whatever is written into the store has a new identifier there.
@@ -91,7 +84,7 @@ MailSending::~MailSending()
 
 bool MailSending::isTakenBack() const
 {
-    return m_takenBack || hasTakenBack(Store::currentMessage(m_id), m_statusAsked);
+    return m_takenBack || Store::Outbox::isTakenBack(Store::currentMessage(m_id), m_statusAsked);
 }
 
 Eas::Result MailSending::takenBack()
@@ -142,7 +135,7 @@ void MailSending::send()
 
 bool MailSending::endIfTakenBack(const QMailMessage &message)
 {
-    m_takenBack = hasTakenBack(message, m_statusAsked);
+    m_takenBack = Store::Outbox::isTakenBack(message, m_statusAsked);
     if (m_takenBack)
         finish(takenBack());
     return m_takenBack;
@@ -233,7 +226,7 @@ bool MailSending::canFallBack(const Eas::Result &failure) const
 bool MailSending::noteLeaving()
 {
     const QMailMessageMetaData message = Store::currentMessage(m_id);
-    m_isStale = hasTakenBack(message, m_statusAsked) || isEdited(message, m_composed);
+    m_isStale = Store::Outbox::isTakenBack(message, m_statusAsked) || isEdited(message, m_composed);
     if (m_isStale)
         return false;
     m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();

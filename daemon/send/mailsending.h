@@ -39,6 +39,8 @@ public:
     ~MailSending() override;
 
     QMailMessageId messageId() const { return m_id; }
+    /** The message's status when somebody asked for its sending. */
+    quint64 statusAsked() const { return m_statusAsked; }
     /** Whether its author has taken it back since it was to be sent. */
     bool isTakenBack() const;
     /** How it ends then. */
@@ -74,7 +76,7 @@ private:
 
     const QMailMessageId m_id;
     Store::Outbox m_outbox;
-    const quint64 m_statusAsked; ///< the message's status when somebody asked for it
+    const quint64 m_statusAsked;
     Store::Outgoing m_outgoing;
     QMailMessageMetaData m_composed; ///< the message of which the file was made
     bool m_isStale = false;          ///< it was changed or taken back before it left

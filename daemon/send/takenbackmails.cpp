@@ -4,18 +4,40 @@
 #include "daemon/log/logging.h"
 #include "daemon/pacing/alarm.h"
 #include "daemon/pacing/pauses.h"
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/outgoing/outbox.h"
 
 namespace Daemon {
 
-TakenBackMails::TakenBackMails()
+TakenBackMails::TakenBackMails(Store::SyncStateDb &db, const QMailAccountId &account)
+    : m_asked(db, account)
 {
     QObject::connect(&m_nextLook, &Alarm::rang, [this] { keepOut(); });
 }
 
-void TakenBackMails::add(const QMailMessageId &id)
+void TakenBackMails::recall()
 {
-    m_mails.insert(id, {Alarm::now(), false});
+    const QList<Store::AskedSending> known = m_asked.all();
+    for (const Store::AskedSending &sending : known)
+        add(sending);
+}
+
+void TakenBackMails::noteAsked(const Store::AskedSending &sending)
+{
+    m_mails.remove(sending.messageId);
+    const Eas::Result saved = m_asked.save(sending);
+    if (!saved.ok())
+        qCWarning(lcDaemon) << "message" << sending.messageId.toULongLong() << saved.text;
+}
+
+void TakenBackMails::noteEnd(const QMailMessageId &id)
+{
+    forget(id);
+}
+
+void TakenBackMails::add(const Store::AskedSending &sending)
+{
+    m_mails.insert(sending.messageId, {sending.status, Alarm::now(), false});
     // The mail store's notice may come a second later, or behind the next synchronisation.
     if (!m_nextLook.isActive())
         m_nextLook.start(Pauses::BeforeLook);
@@ -27,13 +49,13 @@ void TakenBackMails::keepOut()
     for (const QMailMessageId &id : ids) {
         Mail &mail = m_mails[id];
         const bool wasBack = mail.isBack;
-        mail.isBack = Store::Outbox::isBackUnwanted(id);
+        mail.isBack = Store::Outbox::isBackUnwanted(Store::currentMessage(id), mail.statusAsked);
         // Not at the first look: who has just put it back may be about to ask for its sending.
         if (!mail.isBack || !wasBack)
             continue;
         const Eas::Result done = Store::Outbox::takeBack(id);
         if (done.ok())
-            m_mails.remove(id);
+            forget(id);
         else
             qCWarning(lcDaemon) << "message" << id.toULongLong() << done.text;
     }
@@ -46,7 +68,12 @@ bool TakenBackMails::isSentAgain(const QMailMessageId &id)
 {
     forgetOld();
     // In the outbox or not: the message server takes it out again as soon as it has asked.
-    return m_mails.contains(id) && Store::Outbox::isTakenBack(id);
+    const auto mail = m_mails.constFind(id);
+    if (mail == m_mails.cend()
+        || !Store::Outbox::isTakenBack(Store::currentMessage(id), mail->statusAsked))
+        return false;
+    add({id, mail->statusAsked});
+    return true;
 }
 
 void TakenBackMails::forgetOld()
@@ -57,8 +84,16 @@ void TakenBackMails::forgetOld()
         // What has come back late is looked at once more.
         const int longest = mail.isBack ? 2 * Pauses::PuttingBack : Pauses::PuttingBack;
         if (Alarm::now() - mail.since > longest)
-            m_mails.remove(id);
+            forget(id);
     }
+}
+
+void TakenBackMails::forget(const QMailMessageId &id)
+{
+    m_mails.remove(id);
+    const Eas::Result forgotten = m_asked.remove(id);
+    if (!forgotten.ok())
+        qCWarning(lcDaemon) << "message" << id.toULongLong() << forgotten.text;
 }
 
 } // namespace Daemon

@@ -3,9 +3,9 @@
 #define DAEMON_SEND_TAKENBACKMAILS_H
 
 #include "daemon/pacing/alarm.h"
+#include "daemon/store/state/askedsendings.h"
 
 #include <QHash>
-#include <qmailid.h>
 
 namespace Daemon {
 
@@ -16,28 +16,43 @@ namespace Daemon {
  * The message server puts a mail back into the outbox when its sending has failed, these among
  * them, from where they would go at the next synchronisation. So they are taken out again, once
  * and for a moment only: later it is the author who has put it there.
+ *
+ * Until then it is durable what each was when its sending was asked for. So a daemon that dies over
+ * it leaves to the next one to see what its author has done since.
  */
 class TakenBackMails
 {
 public:
-    TakenBackMails();
+    /** The database must outlive it. */
+    TakenBackMails(Store::SyncStateDb &db, const QMailAccountId &account);
 
+    /** Adds those whose sending ended with an earlier daemon, be they taken back by then or not. */
+    void recall();
+
+    /** The sending of this mail begins, as its author wants it now. */
+    void noteAsked(const Store::AskedSending &sending);
+    /** The sending of this mail has ended, and it was not taken back. */
+    void noteEnd(const QMailMessageId &id);
     /** The sending of this mail has ended, as it was taken back. */
-    void add(const QMailMessageId &id);
+    void add(const Store::AskedSending &sending);
 
-    /** Whether the message server sends one of them before it was taken out. */
+    /** Whether the message server sends one of them before it was taken out. That request is to be
+     * refused, and the message server puts the mail back once more. */
     bool isSentAgain(const QMailMessageId &id);
 
 private:
     struct Mail
     {
-        qint64 since; ///< by Alarm::now()
-        bool isBack;  ///< in the outbox, when it was looked for last
+        quint64 statusAsked; ///< what it was when its sending was asked for
+        qint64 since;        ///< by Alarm::now()
+        bool isBack;         ///< in the outbox, when it was looked for last
     };
 
     void keepOut();
     void forgetOld();
+    void forget(const QMailMessageId &id);
 
+    Store::AskedSendings m_asked;
     QHash<QMailMessageId, Mail> m_mails;
     Alarm m_nextLook; ///< rings as long as there is one
 };

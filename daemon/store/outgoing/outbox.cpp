@@ -235,15 +235,15 @@ bool Outbox::isHeld(const Outgoing &outgoing) const
     return outgoing.state == Outgoing::Doubtful && isCount;
 }
 
-bool Outbox::isBackUnwanted(const QMailMessageId &id)
+bool Outbox::isTakenBack(const Message &message, quint64 statusAsked)
 {
-    const quint64 status = currentMessage(id).status();
-    return status & Message::Outbox && status & (Message::Draft | Message::Trash);
+    const quint64 notToGo = Message::Trash | Message::Draft | Message::Removed;
+    return !message.id().isValid() || (message.status() & notToGo & ~statusAsked) != 0;
 }
 
-bool Outbox::isTakenBack(const QMailMessageId &id)
+bool Outbox::isBackUnwanted(const Message &message, quint64 statusAsked)
 {
-    return currentMessage(id).status() & (Message::Draft | Message::Trash);
+    return message.status() & Message::Outbox && isTakenBack(message, statusAsked);
 }
 
 Eas::Result Outbox::takeBack(const QMailMessageId &id)

@@ -51,10 +51,13 @@ public:
     /** Whether it was held and the message server has lost that: it is not to be sent by itself. */
     bool isHeld(const Outgoing &outgoing) const;
 
-    /** Whether it is in the outbox, and is a draft or in the trash all the same. */
-    static bool isBackUnwanted(const QMailMessageId &id);
-    /** Whether it is a draft or in the trash, in the outbox or not. */
-    static bool isTakenBack(const QMailMessageId &id);
+    /**
+     * Whether its author has removed it, put it into the trash or made it a draft since its sending
+     * was asked for, when its status was this one.
+     */
+    static bool isTakenBack(const QMailMessageMetaData &message, quint64 statusAsked);
+    /** Whether it is so, and in the outbox all the same. */
+    static bool isBackUnwanted(const QMailMessageMetaData &message, quint64 statusAsked);
     /** Takes it out of the outbox; it stays what else it is. */
     static Eas::Result takeBack(const QMailMessageId &id);
 

@@ -52,6 +52,9 @@ const char *const Tables[] = {
     " ON DELETE CASCADE, client_id TEXT NOT NULL, message INTEGER NOT NULL, rfc_id BLOB NOT NULL,"
     " created INTEGER NOT NULL, state INTEGER NOT NULL, left_at INTEGER NOT NULL,"
     " PRIMARY KEY (account, client_id))",
+    "CREATE TABLE IF NOT EXISTS asked_sending (account INTEGER NOT NULL REFERENCES account(id)"
+    " ON DELETE CASCADE, message INTEGER NOT NULL, status INTEGER NOT NULL,"
+    " PRIMARY KEY (account, message)) WITHOUT ROWID",
     "CREATE TABLE IF NOT EXISTS work_record (account INTEGER PRIMARY KEY REFERENCES account(id)"
     " ON DELETE CASCADE, synced_at INTEGER NOT NULL, sync_code INTEGER NOT NULL,"
     " sync_text TEXT NOT NULL, succeeded_at INTEGER NOT NULL, error_code INTEGER NOT NULL,"

@@ -97,6 +97,9 @@ private slots:
     void takenBackBeforeTheSettingsChangeItDoesNotGo();
     void takenBackItDoesNotGoWhenItIsAskedForAtOnce_data();
     void takenBackItDoesNotGoWhenItIsAskedForAtOnce();
+    void takenBackItDoesNotGoWithTheNextDaemon_data();
+    void takenBackItDoesNotGoWithTheNextDaemon();
+    void whatWasADraftWhenItWasAskedForGoesWithTheNextDaemon();
     void editedWhileItLeavesItIsAnotherMessage();
     void editedWhileItLeavesAndAwaitedBothGo_data();
     void editedWhileItLeavesAndAwaitedBothGo();
@@ -429,6 +432,52 @@ void TestEditedSending::takenBackItDoesNotGoWhenItIsAskedForAtOnce()
     QVERIFY(world().sent().isEmpty());
     // Now it is its author who has put it there.
     world().setOutbox(id, true);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().sent().size(), 1);
+}
+
+void TestEditedSending::takenBackItDoesNotGoWithTheNextDaemon_data()
+{
+    QTest::addColumn<bool>("trash");
+    QTest::addColumn<bool>("kill");
+    QTest::newRow("made a draft, the daemon is killed") << false << true;
+    QTest::newRow("made a draft, the daemon ends") << false << false;
+    QTest::newRow("put into the trash, the daemon is killed") << true << true;
+}
+
+/** The message server learns that its request is gone, puts the mail back and asks anew. */
+void TestEditedSending::takenBackItDoesNotGoWithTheNextDaemon()
+{
+    QFETCH(bool, trash);
+    QFETCH(bool, kill);
+    startAndHoldOptions();
+    const QMailMessageId id = world().add(world().draft());
+    QVERIFY(world().send(id) > 0);
+    QVERIFY(world().faultsAreTaken());
+    takeBack(id, trash);
+    if (!kill)
+        QCOMPARE(world().endDaemon(), 0);
+    killAndStart([&] { world().setOutbox(id, true); });
+    QCOMPARE(world().sendAndWait(id), 404);
+    world().setOutbox(id, true);
+    QTRY_VERIFY(!world().isInOutbox(id));
+    QVERIFY(world().sent().isEmpty());
+    // Now it is its author who has put it there.
+    world().setOutbox(id, true);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().sent().size(), 1);
+}
+
+/** Some mail programs send a draft, and take the mark away when it has left. */
+void TestEditedSending::whatWasADraftWhenItWasAskedForGoesWithTheNextDaemon()
+{
+    startAndHoldOptions();
+    QMailMessage draft = world().draft();
+    draft.setStatus(QMailMessage::Draft, true);
+    const QMailMessageId id = world().add(draft);
+    QVERIFY(world().send(id) > 0);
+    QVERIFY(world().faultsAreTaken());
+    killAndStart([&] { world().setOutbox(id, true); });
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().sent().size(), 1);
 }
