@@ -5,6 +5,7 @@
 #include "asclient/resultcode.h"
 #include "asclient/syncinfoshmreader.h"
 #include "plugin/requests/requestscheduler.h"
+#include "plugin/service/matchrule.h"
 #include "plugin/service/servicekey.h"
 #include "plugin/service/statuscode.h"
 #include "plugin/sink/orvsink.h"
@@ -41,9 +42,14 @@ OrvService::OrvService(const QMailAccountId &accountId)
             &OrvService::forgetCompletions);
     connect(this, &OrvService::operationCanceled, this, &OrvService::forgetCompletions);
     m_daemon = new Activesync::AsDBusInterface(QDBusConnection::sessionBus(), this);
-    // Sink and source must not use the scheduler in their constructors: there is none yet.
-    m_sink = new OrvSink(this);
-    m_source = new OrvSource(this);
+    {
+        // A daemon that starts now may begin a synchronisation and end it at once: who hears of its
+        // beginning has to hear of its end.
+        const MatchRule ends(QStringLiteral("syncCompleted"));
+        // Sink and source must not use the scheduler in their constructors: there is none yet.
+        m_sink = new OrvSink(this);
+        m_source = new OrvSource(this);
+    }
     connect(m_source, SIGNAL(updateStatus(QString)), this, SLOT(updateStatus(QString)));
     connect(m_source, SIGNAL(actionCompleted(bool)), this, SIGNAL(actionCompleted(bool)));
     connect(m_sink, SIGNAL(actionCompleted(bool)), this, SIGNAL(actionCompleted(bool)));

@@ -2,7 +2,6 @@
 #include "plugin/source/orvsource.h"
 
 #include "asclient/asdbusinterface.h"
-#include "asclient/syncinfoshmreader.h"
 #include "plugin/requests/asdaemonoperationrequest.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/clock.h"
@@ -10,7 +9,6 @@
 #include "plugin/source/syncmarker.h"
 
 #include <qmaillog.h>
-#include <QTimer>
 
 using Activesync::AsDBusInterface;
 
@@ -27,18 +25,15 @@ OrvSource::OrvSource(OrvService *service)
     , m_service(service)
     , m_marker(new SyncMarker(service, this))
 {
-    SyncInfoNode node;
-    SyncInfoShmReader::instance().fill(node, service->accountId().toULongLong());
-    if (node.syncState == SyncInfoNode::SyncRunning)
-        QTimer::singleShot(0, this, SLOT(onSyncStarted()));
-
     QDBusConnection bus = QDBusConnection::sessionBus();
     const QString path = QLatin1String(Activesync::ObjectPath);
     const QString interface = QLatin1String(Activesync::InterfaceName);
-    bus.connect(QString(), path, interface, QStringLiteral("syncStarted"), this,
-                SLOT(onSyncStarted(qulonglong)));
     bus.connect(QString(), path, interface, QStringLiteral("syncCompleted"), this,
                 SLOT(onSyncCompleted(qulonglong)));
+    bus.connect(QString(), path, interface, QStringLiteral("syncStarted"), this,
+                SLOT(onSyncStarted(qulonglong)));
+    if (isSyncRunning())
+        followRunningSync();
     connect(service->daemon(),
             SIGNAL(searchMailboxCompleted(int, qulonglong, Activesync::SearchMailboxResult, int)),
             this,

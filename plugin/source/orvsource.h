@@ -107,6 +107,8 @@ private:
     void syncFolders(const QMailAccountId &accountId, const QStringList &folders, int contentType);
     void syncChangedFolders(const QStringList &folders);
     bool isPushEnabled() const;
+    bool isSyncRunning() const;
+    void followRunningSync();
     QStringList parentFolders(const QMailMessageIdList &ids) const;
     QSet<QMailFolderId> searchScope(const QMailMessageKey &filter) const;
 

@@ -2,6 +2,7 @@
 // Follows the synchronisations that the daemon starts by itself: each is shown to the message
 // server's clients as a running action of the account, the marker.
 #include "asclient/resultcode.h"
+#include "asclient/syncinfoshmreader.h"
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/clock.h"
 #include "plugin/service/orvservice.h"
@@ -9,6 +10,10 @@
 #include "plugin/source/orvsource.h"
 #include "plugin/source/syncmarker.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
 #include <qmaillog.h>
 
 bool OrvSource::isExternalSyncWorking()
@@ -19,6 +24,30 @@ bool OrvSource::isExternalSyncWorking()
 bool OrvSource::cancelExternalSync()
 {
     return false;
+}
+
+bool OrvSource::isSyncRunning() const
+{
+    SyncInfoNode node;
+    SyncInfoShmReader::instance().fill(node, m_service->accountId().toULongLong());
+    return node.syncState == SyncInfoNode::SyncRunning;
+}
+
+/**
+ * Follows a synchronisation that began before its beginning could be heard, unless it ends before
+ * its end can be: the bus answers a call when it has taken the subscriptions that were sent before.
+ */
+void OrvSource::followRunningSync()
+{
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    const QDBusMessage call = QDBusMessage::createMethodCall(
+        bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("GetId"));
+    auto *answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        answer->deleteLater();
+        if (isSyncRunning())
+            onSyncStarted();
+    });
 }
 
 void OrvSource::handleSyncRequestCompleted(int code, AsDaemonRequest *, bool cancelled)

@@ -4,6 +4,7 @@
 #include "tests/plugin/fakemessageserver.h"
 #include "tests/plugin/servicefixture.h"
 
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -57,6 +58,8 @@ private slots:
     void completeActionReportsSuccess();
     void cancelExternalSyncDoesNothing();
     void aServiceMadeWhileAnotherAccountSyncsFollowsNothing();
+    void aSyncThatEndsBeforeItsEndCanBeHeardIsNotFollowed();
+    void theEndOfASyncIsSubscribedToBeforeAnyBeginning();
 };
 
 void TestSource::synchronizeRunsOneSyncToItsCompletion()
@@ -306,6 +309,44 @@ void TestSource::aServiceMadeWhileAnotherAccountSyncsFollowsNothing()
     daemon.settle();
     QVERIFY(!service.isWaiting());
     QCOMPARE(server.requests("protocolRequest").count(), 0);
+    StoreFixture::clear();
+}
+
+void TestSource::aSyncThatEndsBeforeItsEndCanBeHeardIsNotFollowed()
+{
+    FakeMessageServer server;
+    SyncInfoShmWriter writer;
+    ScriptedDaemon daemon;
+    const QMailAccountId account = StoreFixture::addAccount();
+    QVERIFY(writer.publish({account.toULongLong(), SyncInfoNode::SyncRunning, 10}));
+    OrvService service(account);
+    QVERIFY(writer.publish({account.toULongLong(), 1, 10}));
+    daemon.settle();
+    QVERIFY(!service.isWaiting());
+    QCOMPARE(server.requests("protocolRequest").count(), 0);
+    StoreFixture::clear();
+}
+
+void TestSource::theEndOfASyncIsSubscribedToBeforeAnyBeginning()
+{
+    ScriptedDaemon daemon;
+    const QMailAccountId account = StoreFixture::addAccount();
+    QProcess monitor;
+    monitor.start(QStringLiteral("dbus-monitor"),
+                  {QStringLiteral("--session"), QStringLiteral("member='AddMatch'")});
+    QByteArray seen;
+    connect(&monitor, &QProcess::readyReadStandardOutput, this,
+            [&] { seen += monitor.readAllStandardOutput(); });
+    // A monitor has become one when it loses its name.
+    QTRY_VERIFY(seen.contains("NameLost"));
+    const int before = seen.size();
+    OrvService service(account);
+    QTRY_VERIFY(seen.lastIndexOf("member='syncStarted'") > before);
+    monitor.kill();
+    QVERIFY(monitor.waitForFinished());
+    const int end = seen.indexOf("member='syncCompleted'", before);
+    QVERIFY2(end > 0 && end < seen.indexOf("member='syncStarted'", before),
+             seen.mid(before).constData());
     StoreFixture::clear();
 }
 
