@@ -419,8 +419,8 @@
         <translation>die heruntergeladene Nachricht lässt sich nicht lesen</translation>
     </message>
     <message>
-        <source>the message has an absurd number of parts</source>
-        <translation>die Nachricht hat eine unsinnige Zahl von Teilen</translation>
+        <source>the message is built in a way that mail programs do not get over</source>
+        <translation>die Nachricht ist so gebaut, dass Mailprogramme nicht mit ihr zurechtkämen</translation>
     </message>
     <message>
         <source>cannot write downloaded content</source>

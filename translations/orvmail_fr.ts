@@ -419,8 +419,8 @@
         <translation>le message téléchargé ne peut pas être lu</translation>
     </message>
     <message>
-        <source>the message has an absurd number of parts</source>
-        <translation>le message a un nombre de parties absurde</translation>
+        <source>the message is built in a way that mail programs do not get over</source>
+        <translation>la structure du message bloquerait les logiciels de messagerie</translation>
     </message>
     <message>
         <source>cannot write downloaded content</source>

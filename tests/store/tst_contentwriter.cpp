@@ -72,6 +72,8 @@ private slots:
     void sampleMessagesKeepTheirParts();
     void emptyMessageGetsALineBreak();
     void uselessFileLeavesTheMessageAsItWas();
+    void messageWithAParameterOfALongNameIsNotParsed_data();
+    void messageWithAParameterOfALongNameIsNotParsed();
     void partIsDescribed();
     void partBecomesReadable();
     void lastPartMakesTheMessageWhole();
@@ -218,6 +220,41 @@ void TestContentWriter::uselessFileLeavesTheMessageAsItWas()
     QCOMPARE(ContentWriter::replaceMessage(m_id, file(absurd)).code, 501);
     QCOMPARE(message().partCount(), 3u);
     QCOMPARE(message().subject(), text("With parts"));
+}
+
+void TestContentWriter::messageWithAParameterOfALongNameIsNotParsed_data()
+{
+    const QByteArray name(70, 'a');
+    const QByteArray value(70, 'v');
+    const QByteArray mixed = "Content-Type: multipart/mixed";
+    const QByteArray end = "\r\n\r\n--b\r\n\r\nHello\r\n--b--\r\n";
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("code");
+    QTest::newRow("without a boundary") << mixed + "; " + name + "=v" + end << 501;
+    QTest::newRow("in other letters")
+        << "CONTENT-type : Multipart/mixed; c=d; " + name + "=v" + end << 501;
+    QTest::newRow("folded") << mixed + ";\r\n " + name + "\r\n =v" + end << 501;
+    QTest::newRow("with a semicolon")
+        << mixed + "; \"" + name.left(35) + ";" + name.left(35) + "\"=v" + end << 501;
+    QTest::newRow("of a part") << mixed + "; boundary=b\r\n\r\n--b\r\n" + mixed + "; " + name + "=v"
+            + end << 501;
+    QTest::newRow("with lines that end otherwise")
+        << QByteArray(mixed + ";\n " + name + "=v" + end).replace("\r\n", "\n") << 501;
+    QTest::newRow("usual names") << mixed + ";\r\n boundary=\"b\";\r\n other=\"" + value
+            + "\"; third=d" + end << 200;
+    QTest::newRow("not of parts") << "Content-Type: text/plain; " + name + "=v\r\n\r\nHello" << 200;
+    QTest::newRow("in the text") << "Subject: How\r\n\r\nContent-Type: multipart/mixed\r\n; " + name
+            + "=v\r\n" << 200;
+}
+
+/** The mail store would not come to an end with it, and take all memory. */
+void TestContentWriter::messageWithAParameterOfALongNameIsNotParsed()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, code);
+    QCOMPARE(ContentWriter::replaceMessage(m_id, file(content)).code, code);
+    const bool isParsed = message().subject() != text("With parts");
+    QCOMPARE(isParsed, code == 200);
 }
 
 void TestContentWriter::partIsDescribed()

@@ -42,7 +42,8 @@ Eas::Result checkFile(const QString &path)
     const auto *text = reinterpret_cast<const char *>(bytes);
     if (!MimeGuard::isHarmless(QByteArray::fromRawData(text, int(file.size()))))
         return {Eas::InvalidAnswer,
-                FailureText::english("the message has an absurd number of parts")};
+                FailureText::english(
+                    "the message is built in a way that mail programs do not get over")};
     return {};
 }
 

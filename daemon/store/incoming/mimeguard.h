@@ -10,10 +10,12 @@ namespace Store {
 namespace MimeGuard {
 
 /**
- * Whether the message has a sensible number of parts.
+ * Whether the message has a sensible number of parts, and no multipart has a parameter of a long
+ * name.
  *
  * The parser recurses into nested parts until the stack ends, and its time grows with the square of
- * their number: in the daemon, the message server and each mail program that opens the message.
+ * their number: in the daemon, the message server and each mail program that opens the message. A
+ * parameter with a name of more than 68 characters it writes into lines for ever, into memory.
  */
 bool isHarmless(const QByteArray &message);
 
