@@ -102,6 +102,7 @@ quint64 settled()
 Outbox::Outbox(SyncStateDb &db, const AccountRecord &account)
     : m_account(account)
     , m_outgoing(db, account.id)
+    , m_asked(db, account.id)
 {
 }
 
@@ -128,31 +129,60 @@ QMailMessageMetaDataList Outbox::stranded() const
         Narrowing::unsettled(m_account.id, key,
                              QMailMessageKey::Id | QMailMessageKey::ServerUid
                                  | QMailMessageKey::Status | QMailMessageKey::ParentFolderId);
-    const auto isOther = [this](const Message &one) {
-        return !one.serverUid().isEmpty() || isPutAway(one);
-    };
+    const auto isOther = [this](const Message &one) { return !isStranded(one); };
     found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
     return found;
+}
+
+bool Outbox::isStranded(const Message &message) const
+{
+    const quint64 status = message.status();
+    return status & Message::Outgoing && !(status & settled()) && message.serverUid().isEmpty()
+        && !isPutAway(message);
+}
+
+/** One of those of which the message server may not know that it was interrupted. What is marked as
+ * sent is the message server's: it knows of the end. */
+bool Outbox::isInterrupted(const Message &message) const
+{
+    return isStranded(message) && !(message.status() & Message::Sent);
 }
 
 /**
  * Whether a message lies where its author has put it, and not on its way out.
  *
  * A move to the inbox takes from a draft, or from a copy of a sent message, the marks that tell it
- * from mail on its way out. So nothing goes out from there, and from another folder of the server's
- * only what somebody has asked to be sent.
+ * from mail on its way out, and a move from there to another folder does not give them back. So
+ * nothing goes out from the inbox, and from a folder where no mail waits to be sent only what
+ * somebody has asked to be sent.
  */
 bool Outbox::isPutAway(const Message &message) const
 {
     // As the mail store knows the folder: the daemon's own memory may be lost.
-    const quint64 place = QMailFolder(message.parentFolderId()).status();
-    const bool isOnItsWay = !(place & QMailFolder::Synchronized)
-        || place & (QMailFolder::Drafts | QMailFolder::Outgoing);
-    if (isOnItsWay)
+    const QMailFolder place(message.parentFolderId());
+    if (isWhereMailWaits(place))
         return false;
-    return place & QMailFolder::Incoming
-        || !(m_outgoing.find(message.id())
-             || !currentMessage(message.id()).customField(ClientIdField).isEmpty());
+    return place.status() & QMailFolder::Incoming || !wasAskedFor(message);
+}
+
+/** Mail programs keep it in the mail store's own folder, or in one that has this purpose. */
+bool Outbox::isWhereMailWaits(const QMailFolder &place) const
+{
+    const QMailFolderId id = place.id();
+    if (id == QMailFolderId(QMailFolder::LocalStorageFolderId)
+        || place.status() & (QMailFolder::Drafts | QMailFolder::Outgoing))
+        return true;
+    const QMailAccount account(m_account.id);
+    return id.isValid()
+        && (id == account.standardFolder(QMailFolder::OutboxFolder)
+            || id == account.standardFolder(QMailFolder::DraftsFolder)
+            || id == account.standardFolder(QMailFolder::SentFolder));
+}
+
+bool Outbox::wasAskedFor(const Message &message) const
+{
+    return m_outgoing.find(message.id()) || m_asked.contains(message.id())
+        || !currentMessage(message.id()).customField(ClientIdField).isEmpty();
 }
 
 Eas::Result Outbox::open(const QMailMessageId &id, Outgoing *outgoing)
@@ -265,8 +295,7 @@ QList<Activesync::WaitingMail> Outbox::waiting(const QSet<QMailMessageId> &excep
     QMailMessageIdList ids = QMailStore::instance()->queryMessages(
         Narrowing::unsettled(m_account.id, outboxKey(m_account.id)));
     for (const Message &message : stranded()) {
-        // What is marked as sent is the message server's: it knows of the end.
-        if (!(message.status() & Message::Sent))
+        if (isInterrupted(message))
             ids.append(message.id());
     }
     QList<Activesync::WaitingMail> mails;
@@ -286,9 +315,7 @@ std::optional<Activesync::WaitingMail> Outbox::waiting(const QMailMessageId &id)
     const Message message = currentMessage(id);
     const quint64 status = message.status();
     const bool isInOutbox = status & Message::Outbox && !(status & Message::Trash);
-    const bool isStranded = status & Message::Outgoing && !(status & (settled() | Message::Sent))
-        && message.serverUid().isEmpty() && !isPutAway(message);
-    return isInOutbox || isStranded ? waitingMail(message) : std::nullopt;
+    return isInOutbox || isInterrupted(message) ? waitingMail(message) : std::nullopt;
 }
 
 std::optional<Activesync::WaitingMail> Outbox::waitingMail(const Message &message) const

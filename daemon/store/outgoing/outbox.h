@@ -4,8 +4,10 @@
 
 #include "asclient/accountstatus.h"
 #include "daemon/store/accountrecord.h"
+#include "daemon/store/state/askedsendings.h"
 #include "daemon/store/state/outgoingtable.h"
 
+#include <qmailfolder.h>
 #include <qmailid.h>
 #include <qmailmessage.h>
 #include <QSet>
@@ -103,7 +105,11 @@ public:
 
 private:
     QMailMessageMetaDataList stranded() const;
+    bool isStranded(const QMailMessageMetaData &message) const;
+    bool isInterrupted(const QMailMessageMetaData &message) const;
     bool isPutAway(const QMailMessageMetaData &message) const;
+    bool isWhereMailWaits(const QMailFolder &place) const;
+    bool wasAskedFor(const QMailMessageMetaData &message) const;
     std::optional<Activesync::WaitingMail> waitingMail(const QMailMessageMetaData &message) const;
     void forgetRemoved();
     void renewHolds();
@@ -112,6 +118,7 @@ private:
 
     const AccountRecord m_account;
     OutgoingTable m_outgoing;
+    AskedSendings m_asked;
 };
 
 } // namespace Store

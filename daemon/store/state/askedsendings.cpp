@@ -20,6 +20,13 @@ QList<AskedSending> AskedSendings::all() const
                 {accountNumber()}, sendingOf);
 }
 
+bool AskedSendings::contains(const QMailMessageId &messageId) const
+{
+    return select(QStringLiteral("SELECT 1 FROM asked_sending WHERE account = ? AND message = ?"),
+                  {accountNumber(), qint64(messageId.toULongLong())})
+        ->next();
+}
+
 Eas::Result AskedSendings::save(const AskedSending &sending)
 {
     return StateTable::save(

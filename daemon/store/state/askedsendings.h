@@ -20,6 +20,7 @@ public:
     using StateTable::StateTable;
 
     QList<AskedSending> all() const;
+    bool contains(const QMailMessageId &messageId) const;
     /** Takes the place of an earlier one of the same message. */
     Eas::Result save(const AskedSending &sending);
     Eas::Result remove(const QMailMessageId &messageId);

@@ -83,9 +83,13 @@ private slots:
     void theReasonGoesWhenItIsSent();
     void whatNobodySentIsLeftAlone();
     void whatItsAuthorHasPutAwayIsNotSent();
+    void whatLiesInAFolderMadeHereIsSentWhereItIsAskedFor();
+    void whatLiesInAnOutboxMadeHereIsSent();
     void aCopyOfASentMessageIsSent();
 
 private:
+    /** A folder of the account that the server does not know. */
+    QMailFolderId addLocalFolder(const QString &name);
     QMailMessageId sendOldToNowhere(int keepDays);
     bool begin() override
     {
@@ -976,6 +980,61 @@ void TestAsDaemonSending::whatItsAuthorHasPutAwayIsNotSent()
     QTRY_VERIFY(world().isInOutbox(waiting));
     for (const QMailMessageId &id : qAsConst(ids))
         QVERIFY(!world().isInOutbox(id));
+}
+
+QMailFolderId TestAsDaemonSending::addLocalFolder(const QString &name)
+{
+    QMailFolder folder(name, QMailFolderId(), world().account);
+    folder.setStatus(QMailFolder::MessagesPermitted, true);
+    if (!QMailStore::instance()->addFolder(&folder))
+        qFatal("cannot add a folder");
+    return folder.id();
+}
+
+void TestAsDaemonSending::whatLiesInAFolderMadeHereIsSentWhereItIsAskedFor()
+{
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailFolderId own = addLocalFolder(QStringLiteral("Own"));
+    const QMailMessageId putAway = world().add(world().draft());
+    for (const QMailFolderId &folder :
+         {world().folder(QStringLiteral("Drafts")), world().folder(QStringLiteral("Inbox")), own})
+        QMailDisconnected::moveToFolder({putAway}, folder);
+    QVERIFY(!StoreFixture::hasStatus(putAway, QMailMessage::Draft));
+    QMailMessage message = world().draft();
+    message.setParentFolderId(own);
+    world().server.fault(SendingWorld::sendFault("status", {{QStringLiteral("status"), 115}}));
+    const QMailMessageId failed = world().add(message);
+    QCOMPARE(world().sendAndWait(failed), 507);
+    // One leaves, and another waits behind it, when the daemon dies.
+    world().server.fault(SendingWorld::sendFault("delay", {{QStringLiteral("seconds"), 30}}));
+    QVERIFY(world().send(world().add(world().draft())) > 0);
+    QVERIFY(world().faultsAreTaken());
+    const QMailMessageId behind = world().add(message);
+    QVERIFY(world().send(behind) > 0);
+    // The daemon answers this when it has taken the one before.
+    QVERIFY(world().send(world().add(world().draft())) > 0);
+    world().daemon.kill();
+    world().server.endDelays();
+    QVERIFY(world().daemon.start());
+    QTRY_VERIFY(world().isInOutbox(failed));
+    QTRY_VERIFY(world().isInOutbox(behind));
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(!world().isInOutbox(putAway));
+}
+
+void TestAsDaemonSending::whatLiesInAnOutboxMadeHereIsSent()
+{
+    const QMailFolderId outbox = addLocalFolder(QStringLiteral("To be sent"));
+    QMailAccount account(world().account);
+    account.setStandardFolder(QMailFolder::OutboxFolder, outbox);
+    QVERIFY(QMailStore::instance()->updateAccount(&account));
+    QMailMessage message = world().draft();
+    message.setParentFolderId(outbox);
+    const QMailMessageId id = world().add(message);
+    world().setOutbox(id, false);
+    world().daemon.kill();
+    QVERIFY(world().daemon.start());
+    QTRY_VERIFY(world().isInOutbox(id));
 }
 
 void TestAsDaemonSending::aCopyOfASentMessageIsSent()
