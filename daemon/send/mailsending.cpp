@@ -97,12 +97,12 @@ bool MailSending::mayJoin(const Request &request) const
     if (request.kind != RequestKind::SendMail || request.messageId != m_id.toULongLong())
         return false;
     // What was edited since it left is another message.
-    return !m_file || !m_file->hasBegun() || !m_outbox.isEdited(m_outgoing);
+    return !m_isOut || !m_outbox.isEdited(m_outgoing);
 }
 
 bool MailSending::drop(int requestId)
 {
-    return Job::drop(requestId) && !(m_file && m_file->hasBegun());
+    return Job::drop(requestId) && !m_isOut;
 }
 
 void MailSending::perform()
@@ -122,6 +122,7 @@ void MailSending::perform()
 
 void MailSending::send()
 {
+    m_isOut = false;
     m_outbox.noteReason(m_id, QString()); // clears that of the last attempt
     const QMailMessage message(m_id);
     if (endIfTakenBack(message))
@@ -234,7 +235,8 @@ bool MailSending::noteLeaving()
     const Eas::Result noted = m_outbox.save(m_outgoing, m_outgoing.state);
     if (!noted.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << noted.text;
-    return noted.ok();
+    m_isOut = noted.ok();
+    return m_isOut;
 }
 
 void MailSending::onSent(const Eas::Result &answer)
@@ -245,6 +247,7 @@ void MailSending::onSent(const Eas::Result &answer)
     } else if (hasLeft && !isRefusal(answer)) {
         onFailed(answer);
     } else {
+        m_isOut = false;
         m_outgoing.state = Store::Outgoing::Ready;
         m_outbox.save(m_outgoing, m_outgoing.state);
         if (m_isStale)

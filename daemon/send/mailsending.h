@@ -79,6 +79,7 @@ private:
     const quint64 m_statusAsked;
     Store::Outgoing m_outgoing;
     QMailMessageMetaData m_composed; ///< the message of which the file was made
+    bool m_isOut = false;            ///< it began to leave, and the server has not refused it
     bool m_isStale = false;          ///< it was changed or taken back before it left
     Store::ResponsePlan m_plan;
     bool m_takenBack = false; ///< by its author, before it left

@@ -107,6 +107,7 @@ private slots:
     void whatIsTakenBackMeanwhileIsNotSent_data();
     void whatIsTakenBackMeanwhileIsNotSent();
     void whatIsEditedMeanwhileGoesAsItIsNow();
+    void cancelledWhileItsEditIsPreparedThatDoesNotGo();
     void whatIsFetchedMeanwhileIsNoEdit_data() { whatWasNeverFetchedIsFetched_data(); }
     void whatIsFetchedMeanwhileIsNoEdit();
 
@@ -677,6 +678,41 @@ void TestResponses::whatIsEditedMeanwhileGoesAsItIsNow()
     QCOMPARE(commands(), QStringList {QStringLiteral("SendMail")});
     QVERIFY(arrived().contains("Do not look."));
     QCOMPARE(arrived().count(attachedContent()), 1);
+}
+
+/** The first version has arrived, and the edited one passes on what has to be fetched first. */
+void TestResponses::cancelledWhileItsEditIsPreparedThatDoesNotGo()
+{
+    allowSmartReplies(false);
+    const auto delay = [](const char *command, bool late) {
+        return SendingWorld::sendFault("delay",
+                                       {{QStringLiteral("command"), QLatin1String(command)},
+                                        {QStringLiteral("late"), late},
+                                        {QStringLiteral("seconds"), 20}});
+    };
+    world().server.fault(delay("SendMail", true));
+    world().server.fault(delay("ItemOperations", false));
+    const QMailMessageId id = world().add(world().draft(QStringLiteral("First")));
+    const int request = world().send(id);
+    QTRY_COMPARE_WITH_TIMEOUT(world().copies(Bob, QStringLiteral("First")), 1, 20000);
+    const QMailMessage forward = passingOn(QStringLiteral("copied attachment"));
+    QMailMessage edited(id);
+    edited.setSubject(forward.subject());
+    edited.setInResponseTo(forward.inResponseTo());
+    edited.setResponseType(forward.responseType());
+    edited.setMultipartType(QMailMessage::MultipartMixed);
+    for (uint i = 0; i < forward.partCount(); ++i)
+        edited.appendPart(forward.partAt(i));
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
+    world().server.endDelays();
+    QVERIFY(world().faultsAreTaken());
+    world().proxy.abortRequest(request, 1030, QDBus::Block);
+    // The daemon answers this when it has dropped the other one.
+    const int another = world().send(world().add(world().draft()));
+    world().server.endDelays();
+    QCOMPARE(world().codeOf(another), 200);
+    QCOMPARE(world().sent().size(), 2);
+    QCOMPARE(world().copies(Bob, forward.subject()), 0);
 }
 
 /** It is not known whether it was sent, and it is sent again. */
