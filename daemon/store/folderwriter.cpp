@@ -343,52 +343,65 @@ Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
     if (store->lastError() != QMailStore::NoError)
         return storeFailure(QStringLiteral("cannot read a folder that goes"));
     QMailMessageIdList fetched;
-    const QMailMessageMetaDataList found =
-        store->messagesMetaData(QMailMessageKey::id(some),
-                                QMailMessageKey::Id | QMailMessageKey::ServerUid
-                                    | QMailMessageKey::Status | QMailMessageKey::ParentFolderId);
+    QMailMessageIdList own;
+    const QMailMessageMetaDataList found = store->messagesMetaData(
+        QMailMessageKey::id(some), QMailMessageKey::Id | QMailMessageKey::ServerUid);
     if (store->lastError() != QMailStore::NoError)
         return storeFailure(QStringLiteral("cannot read the messages of a folder that goes"));
     for (const QMailMessageMetaData &message : found) {
-        if (ServerUid(message).kind() != ServerUid::Kind::None) {
-            fetched.append(message.id());
-            continue;
-        }
-        const Eas::Result kept = keep(message, state);
-        if (!kept.ok())
-            return kept;
+        const bool isOwn = ServerUid(message).kind() == ServerUid::Kind::None;
+        (isOwn ? own : fetched).append(message.id());
     }
+    const Eas::Result kept = own.isEmpty() ? Eas::Result() : keep(own, state);
+    if (!kept.ok())
+        return kept;
     *emptied = some.isEmpty();
     if (!fetched.isEmpty() && !store->removeMessages(QMailMessageKey::id(fetched)))
         return storeFailure(QStringLiteral("cannot remove the messages of a folder"));
     return {};
 }
 
-/** Takes a message that no server has, and that nobody could bring back, out of the folder. */
-Eas::Result FolderWriter::keep(const QMailMessageMetaData &message, const FolderState &state)
+/**
+ * Takes messages that no server has, and that nobody could bring back, out of the folder.
+ *
+ * Each write looks and writes in one step: the user may be doing more with them right now.
+ */
+Eas::Result FolderWriter::keep(const QMailMessageIdList &messages, const FolderState &state)
 {
     using Message = QMailMessageMetaData;
-    const QMailMessageKey key = QMailMessageKey::id(message.id());
-    QMailStore *store = QMailStore::instance();
-    QMailFolderId place = message.parentFolderId();
-    if (place == state.folderId) {
-        const bool isReceived = message.status() & Message::Incoming;
-        const QMailFolderId successor = remaining(state.type);
-        place = successor.isValid() ? successor : remaining(isReceived ? Eas::Inbox : Eas::Drafts);
-        // Without a mark, what is moved to where mail waits would pass for mail on its way out.
-        const quint64 marks = Message::Draft | Message::Outbox | Message::Sent | Message::Incoming;
-        const bool isToBeMarked =
-            !successor.isValid() && state.type != Eas::Drafts && !(message.status() & marks);
-        if (isToBeMarked && !store->updateMessagesMetaData(key, Message::Draft, true))
-            return storeFailure(QStringLiteral("cannot mark a draft"));
-    }
-    Message data;
-    data.setParentFolderId(place.isValid() ? place
-                                           : QMailFolderId(QMailFolder::LocalStorageFolderId));
-    if (!store->updateMessagesMetaData(
-            key, QMailMessageKey::ParentFolderId | QMailMessageKey::PreviousParentFolderId, data))
-        return storeFailure(QStringLiteral("cannot keep a message of a folder"));
-    return {};
+    const QMailMessageKey any = QMailMessageKey::id(messages);
+    const QMailMessageKey here = any & QMailMessageKey::parentFolderId(state.folderId);
+    const auto received = QMailMessageKey::status(Message::Incoming, QMailDataComparator::Includes);
+    const QMailFolderId successor = remaining(state.type);
+    // Without a mark, what is moved to where mail waits would pass for mail on its way out.
+    const quint64 marks = Message::Draft | Message::Outbox | Message::Sent | Message::Incoming;
+    const auto unmarked = ~QMailMessageKey::status(marks, QMailDataComparator::Includes);
+    const bool isToBeMarked = !successor.isValid() && state.type != Eas::Drafts;
+    if (isToBeMarked
+        && !QMailStore::instance()->updateMessagesMetaData(here & unmarked, Message::Draft, true))
+        return storeFailure(QStringLiteral("cannot mark drafts"));
+    bool isKept = place(here & received, successor.isValid() ? successor : remaining(Eas::Inbox));
+    isKept =
+        isKept && place(here & ~received, successor.isValid() ? successor : remaining(Eas::Drafts));
+    // The user has moved some out, which is not to be undone any more.
+    const auto movedOut = any
+        & QMailMessageKey::parentFolderId(state.folderId, QMailDataComparator::NotEqual)
+        & QMailMessageKey::previousParentFolderId(state.folderId);
+    isKept = isKept
+        && QMailStore::instance()->updateMessagesMetaData(
+            movedOut, QMailMessageKey::PreviousParentFolderId, Message());
+    return isKept ? Eas::Result()
+                  : storeFailure(QStringLiteral("cannot keep the messages of a folder"));
+}
+
+/** Puts messages into the folder, or where there is none, into the mail store's own. */
+bool FolderWriter::place(const QMailMessageKey &messages, const QMailFolderId &folder)
+{
+    QMailMessageMetaData data;
+    data.setParentFolderId(folder.isValid() ? folder
+                                            : QMailFolderId(QMailFolder::LocalStorageFolderId));
+    return QMailStore::instance()->updateMessagesMetaData(
+        messages, QMailMessageKey::ParentFolderId | QMailMessageKey::PreviousParentFolderId, data);
 }
 
 /** A folder of that kind, of which there is one for each account, that does not go. */

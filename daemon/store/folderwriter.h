@@ -49,7 +49,8 @@ private:
     bool describe(QMailFolder *folder, const Eas::FolderRecord &record) const;
     Eas::Result empty(const FolderState &state, bool *emptied);
     Eas::Result restoreVisitors(const FolderState &state);
-    Eas::Result keep(const QMailMessageMetaData &message, const FolderState &state);
+    Eas::Result keep(const QMailMessageIdList &messages, const FolderState &state);
+    static bool place(const QMailMessageKey &messages, const QMailFolderId &folder);
     QMailFolderId remaining(int type) const;
     Eas::Result keepSubfolders(const FolderState &state);
     Eas::Result remove(const FolderState &state);

@@ -39,6 +39,7 @@ private slots:
     void whatNoServerHasStaysWhenItsFolderGoes();
     void whatIsKeptOfAFolderIsNotSent_data();
     void whatIsKeptOfAFolderIsNotSent();
+    void whatTheUserDoesWithItMeanwhileStays();
     void folderOfTheUserBelowARemovedOneStays();
     void removedParentTakesItsChildrenWithIt();
     void parentRemovedBeforeItsChildTakesNothingElseWithIt_data();
@@ -353,6 +354,36 @@ void TestFolderWriter::whatIsKeptOfAFolderIsNotSent()
     QCOMPARE(QMailMessageMetaData(copied).parentFolderId(),
              inbox.isValid() ? inbox : QMailFolderId(QMailFolder::LocalStorageFolderId));
     QVERIFY(!StoreFixture::hasStatus(copied, QMailMessage::Draft));
+}
+
+/** Three drafts that bear no mark any more are to be kept. */
+void TestFolderWriter::whatTheUserDoesWithItMeanwhileStays()
+{
+    QCOMPARE(write(tree("")), 200);
+    QMailMessageIdList own;
+    for (int i = 0; i < 3; ++i)
+        own.append(StoreFixture::addMessage(m_account, state("a").folderId, text("Own"),
+                                            QMailMessage::Outgoing));
+    QMailStore *store = QMailStore::instance();
+    bool isDone = false;
+    connect(store, &QMailStore::messagesUpdated, this, [&] {
+        if (std::exchange(isDone, true))
+            return;
+        QMailDisconnected::moveToFolder({own.at(1)}, state("in").folderId);
+        QVERIFY(store->updateMessagesMetaData(QMailMessageKey::id(own.at(2)), QMailMessage::Outbox,
+                                              true));
+    });
+    Eas::FolderChanges update = changes(text("f2"));
+    update.removed = {"a"_folder};
+    const int result = write(update);
+    store->disconnect(this);
+    QCOMPARE(result, 200);
+    QVERIFY(isDone);
+    QCOMPARE(QMailMessageMetaData(own.at(0)).parentFolderId(), state("dr").folderId);
+    QCOMPARE(QMailMessageMetaData(own.at(1)).parentFolderId(), state("in").folderId);
+    QVERIFY(!QMailMessageMetaData(own.at(1)).previousParentFolderId().isValid());
+    QCOMPARE(QMailMessageMetaData(own.at(2)).parentFolderId(), state("dr").folderId);
+    QVERIFY(StoreFixture::hasStatus(own.at(2), QMailMessage::Outbox));
 }
 
 void TestFolderWriter::folderOfTheUserBelowARemovedOneStays()
