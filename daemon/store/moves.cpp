@@ -116,14 +116,17 @@ Eas::Result Moves::rename(const Move &move, const ServerUid &uid)
     if (!destination) {
         isWritten = store->updateMessagesMetaData(here, properties, data);
     } else {
-        // Each looks and writes in one step, as the user may move it on between two.
+        // Each looks and writes in one step, as the user may move it on between two, or back.
         const QMailFolderId folder = destination->folderId;
+        const QMailMessageKey arrived = here & QMailMessageKey::parentFolderId(folder);
         const QMailMessageKey movedOn =
             here & QMailMessageKey::parentFolderId(folder, QMailDataComparator::NotEqual);
-        isWritten = store->updateMessagesMetaData(here & QMailMessageKey::parentFolderId(folder),
-                                                  properties, data);
-        data.setPreviousParentFolderId(folder);
-        isWritten = isWritten && store->updateMessagesMetaData(movedOn, properties, data);
+        Message further = data;
+        further.setPreviousParentFolderId(folder);
+        isWritten = store->updateMessagesMetaData(arrived, properties, data)
+            && store->updateMessagesMetaData(movedOn, properties, further)
+            && store->updateMessagesMetaData(arrived & ~ServerUid::key(m_account, {uid}),
+                                             properties, data);
     }
     if (!isWritten)
         return storeFailure(QStringLiteral("cannot mark a message as moved"));
