@@ -4,6 +4,7 @@
 #include <qmailstore.h>
 #include <QSet>
 #include <QStringList>
+#include <QtMath>
 
 namespace Store {
 
@@ -33,11 +34,15 @@ ConversationRecord recordOf(const QSqlQuery &row)
 
 QList<ConversationRecord> ConversationTable::find(const QList<QByteArray> &digests) const
 {
+    if (digests.isEmpty())
+        return {};
     QStringList marks;
     QVariantList values {accountNumber()};
-    for (const QByteArray &digest : digests) {
+    // Each length is a statement of its own, which is kept: padded, there are few.
+    const int length = int(qNextPowerOfTwo(uint(digests.size() - 1)));
+    for (int i = 0; i < length; ++i) {
         marks.append(QStringLiteral("?"));
-        values.append(digest);
+        values.append(digests.value(i, digests.last()));
     }
     return rows(QStringLiteral("SELECT digest, thread, first, last, messages FROM conversation"
                                " WHERE account = ? AND digest IN (%1)")
