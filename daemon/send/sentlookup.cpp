@@ -45,26 +45,6 @@ int settlingTime()
     return Eas::HttpTimes::usual().answer / 8;
 }
 
-/** For how many days a server shows messages at least; 0: for ever. */
-int daysOf(Eas::FilterType filter)
-{
-    switch (filter) {
-    case Eas::FilterType::Everything:
-        break;
-    case Eas::FilterType::OneDay:
-        return 1;
-    case Eas::FilterType::ThreeDays:
-        return 3;
-    case Eas::FilterType::OneWeek:
-        return 7;
-    case Eas::FilterType::TwoWeeks:
-        return 14;
-    case Eas::FilterType::OneMonth:
-        return 28; // a February's
-    }
-    return 0;
-}
-
 void collectAddresses(const QMailAddress &address, QSet<QString> *places)
 {
     const QList<QMailAddress> members =
@@ -203,7 +183,7 @@ void SentLookup::conclude(Answer answer)
 /** Whether the copy may be too old for what is asked for, by its arrival or by its head's time. */
 bool SentLookup::isOutOfRange() const
 {
-    const int days = daysOf(FolderSync::filterOf(m_context.record));
+    const int days = FolderSync::daysShown(m_context.record);
     const qint64 begin = QDateTime::currentSecsSinceEpoch() - qint64(days) * 24 * 60 * 60;
     return days > 0 && m_mark.written < begin + EarliestArrival;
 }

@@ -22,6 +22,25 @@ Eas::FilterType filterOf(const Store::AccountRecord &record)
     return days <= 14 ? Eas::FilterType::TwoWeeks : Eas::FilterType::OneMonth;
 }
 
+int daysShown(const Store::AccountRecord &record)
+{
+    switch (filterOf(record)) {
+    case Eas::FilterType::Everything:
+        break;
+    case Eas::FilterType::OneDay:
+        return 1;
+    case Eas::FilterType::ThreeDays:
+        return 3;
+    case Eas::FilterType::OneWeek:
+        return 7;
+    case Eas::FilterType::TwoWeeks:
+        return 14;
+    case Eas::FilterType::OneMonth:
+        return 28; // a February's
+    }
+    return 0;
+}
+
 Eas::Result nextWindow(const AccountContext &context, const Eas::FolderId &collectionId,
                        int windowSize, qint64 textBound, Eas::SyncRequest *request)
 {

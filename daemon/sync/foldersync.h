@@ -17,6 +17,8 @@ constexpr qint64 PreviewBound = 4 * 1024;
 
 /** How far back the account's messages are wanted. */
 Eas::FilterType filterOf(const Store::AccountRecord &record);
+/** For how many days a server shows messages at least; 0: for ever. */
+int daysShown(const Store::AccountRecord &record);
 
 /**
  * Asks for the folder's next window, with so many bytes of each text; remembers the filter.
