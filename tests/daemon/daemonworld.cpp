@@ -86,6 +86,15 @@ void DaemonWorld::setEnabled(const QMailAccountId &id, bool enabled)
     QVERIFY(QMailStore::instance()->updateAccount(&stored));
 }
 
+void DaemonWorld::keepDays(int days)
+{
+    QMailAccount stored(account);
+    QMailAccountConfiguration configuration(account);
+    configuration.serviceConfiguration(QStringLiteral("orvmail"))
+        .setValue(QStringLiteral("keepDays"), QString::number(days));
+    QVERIFY(QMailStore::instance()->updateAccount(&stored, &configuration));
+}
+
 void DaemonWorld::setPush(bool on)
 {
     StoreFixture::setCustomField(account, QStringLiteral("pushEnabled"),

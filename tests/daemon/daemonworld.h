@@ -31,6 +31,8 @@ public:
     void changeSettings(const QMailAccountId &id, const StoreFixture::Account &settings);
     /** Enables or disables an account, as another program does. */
     void setEnabled(const QMailAccountId &id, bool enabled);
+    /** How many days of mail the account keeps here; 0: all. */
+    void keepDays(int days);
     /** Switches the account's push, as another program does. */
     void setPush(bool on);
     /** How many waits of alice's devices for news began at the server, or were ended by the test.

@@ -63,7 +63,6 @@ private:
     }
     /** A message that came so many days ago. */
     void deliver(const QString &subject, int daysAgo, const QString &folder = Inbox);
-    void keepDays(int days);
     int search(const SearchQuery &query, const SearchMailboxOptions &options = {});
     /** Searches all folders, or these, and waits; the code. */
     int find(const QString &text, const QStringList &folders = {});
@@ -86,15 +85,6 @@ void TestMailboxSearch::deliver(const QString &subject, int daysAgo, const QStri
     const qint64 received = QDateTime::currentSecsSinceEpoch() - qint64(daysAgo) * 86400 - 600;
     world().server.deliver(QStringLiteral("alice"), folder, message,
                            {{QStringLiteral("received"), received}});
-}
-
-void TestMailboxSearch::keepDays(int days)
-{
-    QMailAccount account(world().account);
-    QMailAccountConfiguration configuration(world().account);
-    configuration.serviceConfiguration(QStringLiteral("orvmail"))
-        .setValue(QStringLiteral("keepDays"), QString::number(days));
-    QVERIFY(QMailStore::instance()->updateAccount(&account, &configuration));
 }
 
 void TestMailboxSearch::findWhatIsHere(const char *quirk)
@@ -401,7 +391,7 @@ void TestMailboxSearch::aSynchronisationThatShowsAnAddedMessageTakesItOver()
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(find(QStringLiteral("needle")), 200);
     const QMailMessageId id(m_found.messageIds.value(0));
-    keepDays(0);
+    world().keepDays(0);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().messageCount(), 1);
     QCOMPARE(world().find(QStringLiteral("needle")), id);
@@ -418,7 +408,7 @@ void TestMailboxSearch::whatHasGoneVanishesWithAFullSynchronisation()
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(find(QStringLiteral("needle")), 200);
     world().changeAtServer("delete", QStringLiteral("needle"));
-    keepDays(0);
+    world().keepDays(0);
     world().server.control("forget", {{QStringLiteral("user"), QStringLiteral("alice")}});
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().subjects(), QStringList({QStringLiteral("other")}));
@@ -490,7 +480,7 @@ void TestMailboxSearch::aMessageWithAnOpaqueIdIsReadAndLaterRecognised()
     QVERIFY(QMailStore::instance()->updateMessage(&message));
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().messageCount(), 1);
-    keepDays(0);
+    world().keepDays(0);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(world().messageCount(), 1);
     QCOMPARE(world().find(QStringLiteral("needle")), id);

@@ -53,7 +53,6 @@ private:
                                    + "\r\n\r\n" + text);
     }
     void deliverOld(const QString &subject, int daysAgo);
-    void keepDays(int days);
     int listOf(const QString &folder, int contentType, int value = 0)
     {
         return world().codeOf(world().syncFolders({number(folder)}, contentType, value));
@@ -73,16 +72,6 @@ void TestMessageLists::deliverOld(const QString &subject, int daysAgo)
                            "From: carol@example.com\r\nSubject: " + subject.toUtf8()
                                + "\r\n\r\nText.\r\n",
                            {{QStringLiteral("received"), received}});
-}
-
-/** As a settings program changes it. */
-void TestMessageLists::keepDays(int days)
-{
-    QMailAccount account(world().account);
-    QMailAccountConfiguration configuration(world().account);
-    configuration.serviceConfiguration(QStringLiteral("orvmail"))
-        .setValue(QStringLiteral("keepDays"), QString::number(days));
-    QVERIFY(QMailStore::instance()->updateAccount(&account, &configuration));
 }
 
 QMap<QString, QMailMessageId> TestMessageLists::idsOfInbox()
@@ -232,17 +221,17 @@ void TestMessageLists::aFirstListWithoutATreeFails()
 
 void TestMessageLists::aLongerTimeBringsOlderMessagesAndKeepsTheOthers()
 {
-    keepDays(7);
+    world().keepDays(7);
     for (int days : {1, 5, 12, 40})
         deliverOld(QStringLiteral("%1 days").arg(days), days);
     QCOMPARE(world().syncAndWait(), 200);
     const QMap<QString, QMailMessageId> week = idsOfInbox();
     QCOMPARE(week.keys(), (QStringList {QStringLiteral("1 days"), QStringLiteral("5 days")}));
-    keepDays(14);
+    world().keepDays(14);
     QCOMPARE(world().syncAndWait(), 200);
     QMap<QString, QMailMessageId> more = idsOfInbox();
     QCOMPARE(more.size(), 3);
-    keepDays(0);
+    world().keepDays(0);
     QCOMPARE(world().syncAndWait(), 200);
     more = idsOfInbox();
     QCOMPARE(more.size(), 4);
@@ -260,7 +249,7 @@ void TestMessageLists::aShorterTimeRemovesHereAlone()
     // What the user did to one that leaves still travels.
     QMailStore::instance()->updateMessagesMetaData(
         QMailMessageKey::id(month.value(QStringLiteral("12 days"))), Message::Important, true);
-    keepDays(3);
+    world().keepDays(3);
     QCOMPARE(world().syncAndWait(), 200);
     const QMap<QString, QMailMessageId> left = idsOfInbox();
     QCOMPARE(left.keys(), QStringList {QStringLiteral("1 days")});
@@ -283,7 +272,7 @@ void TestMessageLists::theTimeCanChangeWhileTheKeyIsLost()
         "forget",
         {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folder"), Inbox}});
     deliverOld(QStringLiteral("40 days"), 40);
-    keepDays(0);
+    world().keepDays(0);
     QCOMPARE(world().syncAndWait(), 200);
     const QMap<QString, QMailMessageId> all = idsOfInbox();
     QCOMPARE(all.size(), 3);
