@@ -47,6 +47,9 @@ Eas::Result FolderRenaming::list()
     if (m_folder.isLimited() && store->countMessages(found) > 0 && !store->removeMessages(found))
         return storeFailure(QStringLiteral("cannot remove what was found in a folder"));
     m_messages = store->queryMessages(here);
+    // What cannot be read is not empty: its messages would keep names that are other ones' now.
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read a folder under another name"));
     m_isListed = true;
     return {};
 }
@@ -70,11 +73,13 @@ Eas::Result FolderRenaming::forgetNames(const FolderKeys &folders)
 {
     QMailStore *store = QMailStore::instance();
     const QMailMessageIdList ids = m_messages.mid(0, Batch);
-    m_messages = m_messages.mid(Batch);
     const QMailMessageMetaDataList found = store->messagesMetaData(
         QMailMessageKey::id(ids),
         QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::ParentFolderId
             | QMailMessageKey::PreviousParentFolderId);
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the messages of a renamed folder"));
+    m_messages = m_messages.mid(Batch);
     for (const QMailMessageMetaData &message : found) {
         if (!isOurs(folders, message))
             continue; // the user put it there

@@ -6,9 +6,12 @@
 #include "daemon/store/mailtext.h"
 #include "daemon/store/removalrecords.h"
 #include "daemon/store/storefailure.h"
+#include "translations/text.h"
 
 #include <QElapsedTimer>
 #include <qmailstore.h>
+
+#include <optional>
 
 namespace Store {
 
@@ -65,15 +68,19 @@ quint64 roleOf(int type, const QString &name, bool atTop)
 
 /** The account's status in the database: this process's copy may be older, and an update writes
  * all of it. */
-quint64 currentStatus(const QMailAccountId &account)
+std::optional<quint64> currentStatus(const QMailAccountId &account)
 {
     quint64 status = 0;
+    QMailStore *store = QMailStore::instance();
     for (int bit = 0; bit < 63; ++bit) {
         const quint64 flag = Q_UINT64_C(1) << bit;
         const auto key = QMailAccountKey::id(account)
             & QMailAccountKey::status(flag, QMailDataComparator::Includes);
-        if (QMailStore::instance()->countAccounts(key) > 0)
+        if (store->countAccounts(key) > 0)
             status |= flag;
+        // What cannot be read would disable the account.
+        if (store->lastError() != QMailStore::NoError)
+            return std::nullopt;
     }
     return status;
 }
@@ -145,7 +152,11 @@ Eas::Result FolderWriter::adopt()
 {
     QMailStore *store = QMailStore::instance();
     QHash<QMailFolderId, Eas::FolderId> present;
-    for (const QMailFolderId &id : store->queryFolders(QMailFolderKey::parentAccountId(m_account)))
+    const auto here = store->queryFolders(QMailFolderKey::parentAccountId(m_account));
+    // Folders that cannot be read are not gone: they would be made once more.
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the account's folders"));
+    for (const QMailFolderId &id : here)
         present.insert(id, Eas::FolderId(store->folder(id).customField(ServerIdField)));
     QSet<QMailFolderId> remembered;
     for (const FolderState &state : m_folders.all()) {
@@ -499,7 +510,10 @@ Eas::Result FolderWriter::setStandardFolders()
     }
     if (!changed)
         return {};
-    account.setStatus(currentStatus(m_account));
+    const std::optional<quint64> status = currentStatus(m_account);
+    if (!status)
+        return storeFailure(FailureText::english("cannot read the accounts"));
+    account.setStatus(*status);
     if (!QMailStore::instance()->updateAccount(&account))
         return storeFailure(QStringLiteral("cannot name the account's standard folders"));
     return {};

@@ -3,6 +3,7 @@
 #include "daemon/store/accountguard.h"
 #include "daemon/store/state/accountkeys.h"
 #include "daemon/store/state/syncstatedb.h"
+#include "tests/store/hiddentable.h"
 #include "tests/store/items.h"
 #include "tests/support/storefixture.h"
 
@@ -12,8 +13,6 @@
 #include <qmailstore.h>
 #include <QProcess>
 #include <QSignalSpy>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTest>
 
 using Items::text;
@@ -52,38 +51,6 @@ QMailAccountId addForeignAccount()
     return QMailStore::instance()->addAccount(&account, &configuration) ? account.id()
                                                                         : QMailAccountId();
 }
-
-/** A table of the mail store that cannot be read, as from a damaged disk. */
-class HiddenTable
-{
-public:
-    explicit HiddenTable(const QString &table)
-        : m_table(table)
-    {
-        auto base = QSqlDatabase::addDatabase(text("QSQLITE"), connection());
-        base.setDatabaseName(qEnvironmentVariable("QMF_DATA") + text("/database/qmailstore.db"));
-        m_isHidden = base.open() && rename(m_table, m_table + text("_hidden"));
-    }
-    ~HiddenTable()
-    {
-        rename(m_table + text("_hidden"), m_table);
-        QSqlDatabase::removeDatabase(connection());
-    }
-    bool isHidden() const { return m_isHidden; }
-
-private:
-    static QString connection() { return text("hiding"); }
-    static bool rename(const QString &from, const QString &to)
-    {
-        QSqlQuery query(QSqlDatabase::database(connection()));
-        // References of other tables stay as they are.
-        return query.exec(text("PRAGMA legacy_alter_table = ON"))
-            && query.exec(text("ALTER TABLE %1 RENAME TO %2").arg(from, to));
-    }
-
-    const QString m_table;
-    bool m_isHidden = false;
-};
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "daemon/store/incoming/windowwriter.h"
 #include "daemon/store/moves.h"
 #include "daemon/store/serveruid.h"
+#include "tests/store/hiddentable.h"
 #include "tests/store/items.h"
 #include "tests/support/chance.h"
 #include "tests/support/storefixture.h"
@@ -84,6 +85,8 @@ private slots:
     void reconciliationSparesWhatWasMovedOutMeanwhile_data();
     void reconciliationSparesWhatWasMovedOutMeanwhile();
     void reconciliationSparesWhatOlderDaemonsNoted();
+    void whatCannotBeReadIsNotEmpty_data();
+    void whatCannotBeReadIsNotEmpty();
     void whatWasMovedOutAndBackIsAskedFor();
     void aTextOfManyShortLinesIsWholeInTheStore();
     void stepsAreShort();
@@ -562,6 +565,43 @@ void TestWindowWriter::reconciliationSparesWhatTheUserPutThere()
     QCOMPARE(m_account->messages(trash).size(), 2);
     QVERIFY(m_account->messages(trash).contains(moved));
     QVERIFY(m_account->messages(trash).contains(draft));
+}
+
+void TestWindowWriter::whatCannotBeReadIsNotEmpty_data()
+{
+    QTest::addColumn<bool>("isFirst");
+    QTest::addColumn<bool>("hasItems");
+    QTest::addColumn<int>("steps"); ///< that are done before the messages cannot be read
+    QTest::newRow("when it is listed") << true << false << 0;
+    QTest::newRow("when it is noted") << true << false << 1;
+    QTest::newRow("when what was found there is looked for") << false << false << 0;
+    QTest::newRow("when its messages are looked up") << false << true << 0;
+    QTest::newRow("when they are written") << false << true << 1;
+}
+
+/** The window is asked for again then. */
+void TestWindowWriter::whatCannotBeReadIsNotEmpty()
+{
+    QFETCH(bool, isFirst);
+    QFETCH(bool, hasItems);
+    QFETCH(int, steps);
+    QCOMPARE(m_account->write(added(QStringLiteral("2"), 1, 3)), 200);
+    if (isFirst)
+        QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    const QString key = m_account->state().syncKey;
+    const Eas::SyncWindow window =
+        hasItems ? added(QStringLiteral("9"), 1, 3) : Items::window(InboxId, QStringLiteral("9"));
+    Store::WindowWriter writer(m_account->db, m_account->id, window);
+    for (int i = 0; i < steps; ++i)
+        QVERIFY(writer.step());
+    {
+        const HiddenTable messages(QStringLiteral("mailmessages"));
+        QVERIFY(messages.isHidden());
+        QVERIFY(!writer.step());
+    }
+    QCOMPARE(writer.result().code, int(Eas::ServerFailed));
+    QCOMPARE(m_account->state().syncKey, key);
+    QCOMPARE(m_account->messages().size(), 3);
 }
 
 void TestWindowWriter::beginReconciling()

@@ -5,6 +5,7 @@
 #include "daemon/store/mark.h"
 #include "daemon/store/narrowing.h"
 #include "daemon/store/serveruid.h"
+#include "daemon/store/storefailure.h"
 
 #include <qmailstore.h>
 
@@ -14,6 +15,11 @@ namespace {
 
 constexpr int NoteBatch = 500; ///< messages whose fingerprint is taken in one step
 
+Eas::Result unreadable()
+{
+    return storeFailure(QStringLiteral("cannot read the messages of a folder"));
+}
+
 } // namespace
 
 Reconciliation::Reconciliation(SyncStateDb &db, const QMailAccountId &account)
@@ -21,21 +27,22 @@ Reconciliation::Reconciliation(SyncStateDb &db, const QMailAccountId &account)
 {
 }
 
-bool Reconciliation::begin(const FolderState &folder)
+Eas::Result Reconciliation::begin(const FolderState &folder)
 {
     m_folder = folder;
     m_isFirst = folder.syncKey == Eas::FirstKey;
-    if (m_isFirst) {
-        // What a search brought may lie outside of what the server will show now.
-        const QMailMessageKey here = folder.messages();
-        m_toNote = QMailStore::instance()->queryMessages(
-            folder.isWhole() ? here : here & ~FoundMark.key());
-        return true;
+    m_isToNote = m_isFirst;
+    if (!m_isFirst) {
+        expect(m_unconfirmed.of(folder.serverId));
+        m_hasUnconfirmed = !m_expected.isEmpty();
+        return expectFound();
     }
-    expect(m_unconfirmed.of(folder.serverId));
-    m_hasUnconfirmed = !m_expected.isEmpty();
-    expectFound();
-    return false;
+    // What a search brought may lie outside of what the server will show now.
+    const QMailMessageKey here = folder.messages();
+    QMailStore *store = QMailStore::instance();
+    m_toNote = store->queryMessages(folder.isWhole() ? here : here & ~FoundMark.key());
+    // What cannot be read is not empty, here and below: its messages would be left, or doubled.
+    return store->lastError() == QMailStore::NoError ? Eas::Result() : unreadable();
 }
 
 void Reconciliation::expect(const QList<Unconfirmed> &messages)
@@ -45,35 +52,42 @@ void Reconciliation::expect(const QList<Unconfirmed> &messages)
 }
 
 /** What a search brought is recognised when the server shows it under another id. */
-void Reconciliation::expectFound()
+Eas::Result Reconciliation::expectFound()
 {
-    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageMetaDataList found = store->messagesMetaData(
         Narrowing::found(QMailMessageKey::parentFolderId(m_folder.folderId) & FoundMark.key()),
         FingerprintProperties | QMailMessageKey::ServerUid);
+    if (store->lastError() != QMailStore::NoError)
+        return unreadable();
     for (const QMailMessageMetaData &message : found) {
         const ServerUid known(message);
         const bool mayBeRenamed = m_isFirst || m_folder.reconciling;
         if (known.isIn(m_folder.serverId) && (mayBeRenamed || !known.isItem()))
             m_expected.insert(fingerprint(message), message.id());
     }
+    return {};
 }
 
 /** Notes what the folder has from the server, and not what the user moved there. */
-bool Reconciliation::note()
+Eas::Result Reconciliation::note()
 {
     const QMailMessageIdList ids = m_toNote.mid(0, NoteBatch);
     m_toNote = m_toNote.mid(NoteBatch);
-    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+    m_isToNote = !m_toNote.isEmpty();
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageMetaDataList found = store->messagesMetaData(
         QMailMessageKey::id(ids), FingerprintProperties | QMailMessageKey::ServerUid);
+    if (store->lastError() != QMailStore::NoError)
+        return unreadable();
     for (const QMailMessageMetaData &message : found) {
         if (ServerUid(message).isIn(m_folder.serverId))
             m_noted.append({message.id(), fingerprint(message)});
     }
-    if (!m_toNote.isEmpty())
-        return true;
+    if (m_isToNote)
+        return {};
     expect(m_noted);
-    expectFound();
-    return false;
+    return expectFound();
 }
 
 QMailMessageId Reconciliation::take(const QByteArray &fingerprint, const QMailMessageId &named)

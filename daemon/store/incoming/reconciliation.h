@@ -23,10 +23,12 @@ public:
     /** The database must outlive it. */
     Reconciliation(SyncStateDb &db, const QMailAccountId &account);
 
-    /** Begins with a window for the folder; whether its messages are to be noted. */
-    bool begin(const FolderState &folder);
-    /** Notes some of the folder's messages; whether more are to be noted. */
-    bool note();
+    /** Begins with a window for the folder. */
+    Eas::Result begin(const FolderState &folder);
+    /** Whether messages of the folder are to be noted. */
+    bool isToNote() const { return m_isToNote; }
+    /** Notes some of them. */
+    Eas::Result note();
 
     /** Whether an item may be one of the messages under another id. */
     bool isRenamingPossible() const { return !m_expected.isEmpty(); }
@@ -47,12 +49,13 @@ public:
 
 private:
     void expect(const QList<Unconfirmed> &messages);
-    void expectFound();
+    Eas::Result expectFound();
 
     UnconfirmedMessages m_unconfirmed;
     FolderState m_folder;          ///< as it was before the window
     bool m_isFirst = false;        ///< the window answers key "0"
     bool m_hasUnconfirmed = false; ///< of earlier windows, or of moves whose answer was lost
+    bool m_isToNote = false;
     QMailMessageIdList m_toNote;
     QList<Unconfirmed> m_noted;
     QMultiHash<QByteArray, QMailMessageId> m_expected; ///< by fingerprint

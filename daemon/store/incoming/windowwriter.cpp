@@ -101,18 +101,21 @@ Eas::Result WindowWriter::start()
     if (!m_window.result.ok())
         return {Eas::InvalidAnswer, QStringLiteral("a refused window has no content")};
     m_folder = *folder;
-    findPresent();
     for (const ServerUid &deleted : RemovalRecords(m_account).in(m_window.collectionId))
         m_deleted.insert(deleted);
-    m_phase = m_reconciliation.begin(m_folder) ? Phase::Note : Phase::Items;
-    return {};
+    Eas::Result result = findPresent();
+    if (result.ok())
+        result = m_reconciliation.begin(m_folder);
+    m_phase = m_reconciliation.isToNote() ? Phase::Note : Phase::Items;
+    return result;
 }
 
 Eas::Result WindowWriter::note()
 {
-    if (!m_reconciliation.note())
+    const Eas::Result result = m_reconciliation.note();
+    if (!m_reconciliation.isToNote())
         m_phase = Phase::Items;
-    return {};
+    return result;
 }
 
 Eas::Result WindowWriter::writeItems()
@@ -149,7 +152,12 @@ Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
     QList<Item> items;
     Messages present;
     for (const Item &item : batch) {
-        if (!item.data.serverId.isEmpty() && !wasDeleted(uid(item.data.serverId), &present))
+        bool isDeleted = item.data.serverId.isEmpty();
+        const Eas::Result looked =
+            isDeleted ? Eas::Result() : look(uid(item.data.serverId), &present, &isDeleted);
+        if (!looked.ok())
+            return looked;
+        if (!isDeleted)
             items.append(item);
     }
     if (m_reconciliation.isRenamingPossible()) {
@@ -185,28 +193,35 @@ Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
 
 /** Looks the window's messages up, all at once: without its index, each look goes through the whole
  * account. */
-void WindowWriter::findPresent()
+Eas::Result WindowWriter::findPresent()
 {
+    QMailStore *store = QMailStore::instance();
     QList<ServerUid> uids;
     for (const Item &item : qAsConst(m_items))
         uids.append(uid(item.data.serverId));
-    const QMailMessageMetaDataList found = QMailStore::instance()->messagesMetaData(
+    const QMailMessageMetaDataList found = store->messagesMetaData(
         ServerUid::key(m_account, uids), QMailMessageKey::Id | QMailMessageKey::ServerUid);
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot look the messages of a window up"));
     for (const QMailMessageMetaData &message : found)
         m_present.insert(ServerUid(message), message.id());
+    return {};
 }
 
 /** Whether the user deleted the message here; if it is here, adds it to `present`. */
-bool WindowWriter::wasDeleted(const ServerUid &uid, Messages *present) const
+Eas::Result WindowWriter::look(const ServerUid &uid, Messages *present, bool *isDeleted) const
 {
     const QMailMessageId id = m_present.value(uid);
+    *isDeleted = m_deleted.contains(uid);
     if (!id.isValid())
-        return m_deleted.contains(uid);
+        return {};
     const QMailMessageMetaData message = currentMessage(id);
-    if (!message.id().isValid())
-        return true; // since this window began
-    present->insert(uid, message);
-    return false;
+    if (QMailStore::instance()->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read a message"));
+    *isDeleted = !message.id().isValid(); // since this window began
+    if (!*isDeleted)
+        present->insert(uid, message);
+    return {};
 }
 
 /**

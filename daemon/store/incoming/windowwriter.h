@@ -70,8 +70,8 @@ private:
     Eas::Result sweep();
 
     QList<Item> nextBatch();
-    void findPresent();
-    bool wasDeleted(const ServerUid &uid, Messages *present) const;
+    Eas::Result findPresent();
+    Eas::Result look(const ServerUid &uid, Messages *present, bool *isDeleted) const;
     ServerUid uid(const QString &itemId) const;
 
     const QMailAccountId m_account;
