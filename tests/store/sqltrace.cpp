@@ -8,6 +8,7 @@
 #include <QVariant>
 
 #include <dlfcn.h>
+#include <utility>
 
 namespace {
 
@@ -39,7 +40,8 @@ void trace(unsigned types, Hearing hearing, void *context)
 
 } // namespace
 
-SqlTrace::SqlTrace()
+SqlTrace::SqlTrace(std::function<void(const QString &)> heard)
+    : m_heard(std::move(heard))
 {
     trace(StatementBegins, hear, this);
 }
@@ -52,8 +54,12 @@ SqlTrace::~SqlTrace()
 int SqlTrace::hear(unsigned, void *self, void *statement, void *)
 {
     char *text = sqlite<char *(*)(void *)>("sqlite3_expanded_sql")(statement);
-    static_cast<SqlTrace *>(self)->m_statements.insert(QString::fromUtf8(text));
+    const QString heard = QString::fromUtf8(text);
     sqlite<void (*)(void *)>("sqlite3_free")(text);
+    auto *trace = static_cast<SqlTrace *>(self);
+    trace->m_statements.insert(heard);
+    if (trace->m_heard)
+        trace->m_heard(heard);
     return 0;
 }
 

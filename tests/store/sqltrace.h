@@ -5,11 +5,14 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
+
 /** Listens to what the mail store asks its database in this process, by SQLite's own trace. */
 class SqlTrace
 {
 public:
-    SqlTrace();
+    /** Calls `heard` when a statement begins, before it does anything. */
+    explicit SqlTrace(std::function<void(const QString &)> heard = nullptr);
     ~SqlTrace();
     SqlTrace(const SqlTrace &) = delete;
     SqlTrace &operator=(const SqlTrace &) = delete;
@@ -22,6 +25,7 @@ public:
 private:
     static int hear(unsigned type, void *self, void *statement, void *text);
 
+    const std::function<void(const QString &)> m_heard;
     QSet<QString> m_statements;
 };
 

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/currentmessages.h"
 #include "daemon/store/incoming/windowwriter.h"
 #include "daemon/store/localchanges.h"
 #include "daemon/store/serveruid.h"
 #include "daemon/store/storeindexes.h"
 #include "tests/store/items.h"
+#include "tests/store/sqltrace.h"
 #include "tests/support/storefixture.h"
 
 #include <qmaildisconnected.h>
 #include <qmailstore.h>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QTest>
 
 using namespace Items;
@@ -20,6 +25,37 @@ namespace {
 using Message = QMailMessageMetaData;
 
 const Eas::FolderId TrashId = "tr"_folder;
+
+/** Writes to the mail store while this process does, as another one may. */
+class OtherConnection
+{
+public:
+    OtherConnection()
+    {
+        auto base = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
+        base.setDatabaseName(qEnvironmentVariable("QMF_DATA")
+                             + QStringLiteral("/database/qmailstore.db"));
+        if (!base.open())
+            qFatal("cannot open the mail store's database");
+    }
+    ~OtherConnection() { QSqlDatabase::removeDatabase(m_name); }
+    OtherConnection(const OtherConnection &) = delete;
+    OtherConnection &operator=(const OtherConnection &) = delete;
+
+    void moveTo(const QMailMessageId &id, const QMailFolderId &folder) const
+    {
+        QSqlQuery query(QSqlDatabase::database(m_name));
+        const QString sql =
+            QStringLiteral("UPDATE mailmessages SET parentfolderid = %1 WHERE id = %2")
+                .arg(folder.toULongLong())
+                .arg(id.toULongLong());
+        if (!query.exec(sql) || query.numRowsAffected() != 1)
+            qFatal("cannot move a message: %s", qPrintable(query.lastError().text()));
+    }
+
+private:
+    const QString m_name = QStringLiteral("other");
+};
 
 } // namespace
 
@@ -46,6 +82,7 @@ private slots:
     void acknowledgedMoveIsRememberedUntilItsFolderShowsIt();
     void moveThatWasBroughtByASynchronisationIsOneMessage();
     void movedOnDuringTheUploadIsAnotherMove();
+    void movedOnAndBackDuringTheUploadItHasItsNewId();
     void movedBackIsNoMove();
     void deletedDuringItsMoveIsDeletedWhereItLies();
     void refusedMoveGoesBack();
@@ -308,6 +345,30 @@ void TestLocalChanges::movedOnDuringTheUploadIsAnotherMove()
     QCOMPARE(changes.first().collectionId, TrashId);
     QVERIFY(changes.first().moves.first().from == ServerUid::item(TrashId, text("77")));
     QCOMPARE(changes.first().moves.first().destination, "dr"_folder);
+}
+
+/** Another process moves it back between the two writes by which it is looked for in both places.
+ */
+void TestLocalChanges::movedOnAndBackDuringTheUploadItHasItsNewId()
+{
+    const QMailMessageId id = message(1).id();
+    moveToTrash(1);
+    const Store::Move move = collect().first().moves.first();
+    QMailDisconnected::moveToFolder({id}, m_account->folderId("dr"_folder));
+    const OtherConnection other;
+    int writes = 0;
+    {
+        const SqlTrace trace([&](const QString &statement) {
+            if (statement.startsWith(text("BEGIN")) && ++writes == 2)
+                other.moveTo(id, m_account->folderId(TrashId));
+        });
+        QVERIFY(m_moves->acknowledge(move, text("77")).ok());
+    }
+    QVERIFY(writes >= 2);
+    const Message after = Store::currentMessage(id);
+    QCOMPARE(after.parentFolderId(), m_account->folderId(TrashId));
+    QVERIFY(ServerUid(after) == ServerUid::item(TrashId, text("77")));
+    QVERIFY(!after.previousParentFolderId().isValid());
 }
 
 void TestLocalChanges::movedBackIsNoMove()
