@@ -1046,6 +1046,10 @@
         <source>the server did not take the acknowledgement</source>
         <translation>der Server nahm die Bestätigung nicht an</translation>
     </message>
+    <message>
+        <source>an attachment was changed or removed while the message was leaving</source>
+        <translation>ein Anhang wurde geändert oder entfernt, während die Nachricht gesendet wurde</translation>
+    </message>
 </context>
 <context>
     <name>OrvSettings</name>

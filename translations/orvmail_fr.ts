@@ -1046,6 +1046,10 @@
         <source>the server did not take the acknowledgement</source>
         <translation>le serveur n’a pas accepté la confirmation</translation>
     </message>
+    <message>
+        <source>an attachment was changed or removed while the message was leaving</source>
+        <translation>une pièce jointe a été modifiée ou supprimée pendant l’envoi du message</translation>
+    </message>
 </context>
 <context>
     <name>OrvSettings</name>

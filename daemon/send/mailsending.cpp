@@ -10,6 +10,7 @@
 #include "daemon/store/outgoing/outgoingmail.h"
 #include "daemon/store/outgoing/outgoingprint.h"
 #include "daemon/store/outgoing/replyheaders.h"
+#include "daemon/store/outgoing/storedparts.h"
 #include "eas/sendmailcommand.h"
 #include "translations/text.h"
 
@@ -174,7 +175,10 @@ void MailSending::onPrepared(const QMailMessage &prepared, const SendingPreparat
 Eas::Result MailSending::compose(QMailMessage *message, const QMailMessage &original)
 {
     m_composed = *message;
-    m_outgoing.print = Store::OutgoingPrint::of(*message);
+    const QMailMessage asStored = *message;
+    // Held from before the print is made: what leaves is what it was made of.
+    const Store::StoredParts stored(message);
+    m_outgoing.print = Store::OutgoingPrint::of(asStored);
     m_outgoing.rfcId = Store::OutgoingMail::rfcId(*message, m_outgoing);
     const Eas::Result completed = Store::OutgoingMail::completeParts(message, m_plan);
     if (!completed.ok())
@@ -182,10 +186,12 @@ Eas::Result MailSending::compose(QMailMessage *message, const QMailMessage &orig
     Store::ReplyHeaders::complete(message, original);
     m_file = std::make_unique<OutgoingFile>();
     m_file->mayLeave = [this] { return noteLeaving(); };
-    const Eas::Result written = Store::OutgoingMail::write(*message, m_outgoing, m_file->device());
+    QList<Store::Insertion> insertions;
+    const Eas::Result written =
+        Store::OutgoingMail::write(*message, m_outgoing, stored, m_file->device(), &insertions);
     if (!written.ok())
         return written;
-    if (!m_file->close())
+    if (!m_file->close(insertions))
         return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
                             FailureText::english("the message cannot be prepared: disk full"));
     return {};
@@ -223,11 +229,17 @@ bool MailSending::canFallBack(const Eas::Result &failure) const
     return isAboutResponse(failure.outcome);
 }
 
+/** Whether it is not what was composed any more, or is not to go. */
+bool MailSending::isOutdated() const
+{
+    const QMailMessageMetaData message = Store::currentMessage(m_id);
+    return Store::Outbox::isTakenBack(message, m_statusAsked) || isEdited(message, m_composed);
+}
+
 /** Looks at the message once more: to reach the server can have taken long, too. */
 bool MailSending::noteLeaving()
 {
-    const QMailMessageMetaData message = Store::currentMessage(m_id);
-    m_isStale = Store::Outbox::isTakenBack(message, m_statusAsked) || isEdited(message, m_composed);
+    m_isStale = isOutdated();
     if (m_isStale)
         return false;
     m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();
@@ -252,11 +264,29 @@ void MailSending::onSent(const Eas::Result &answer)
         m_outbox.save(m_outgoing, m_outgoing.state);
         if (m_isStale)
             perform();
+        else if (m_file->hasChanged())
+            onAttachmentChanged();
         else if (canFallBack(answer))
             sendPlain();
         else
             onFailed(answer);
     }
+}
+
+/** Not all of it has left, so that the server has no message. Who edits or removes it here changes
+ * its files first. */
+void MailSending::onAttachmentChanged()
+{
+    qCInfo(lcDaemon) << "account" << m_context.id() << "an attachment of message"
+                     << m_id.toULongLong() << "has changed while it was leaving";
+    Alarm::once(Pauses::BeforeLook, this, [this] {
+        if (isOutdated())
+            perform();
+        else
+            finish({Eas::NotFound,
+                    FailureText::english(
+                        "an attachment was changed or removed while the message was leaving")});
+    });
 }
 
 /**

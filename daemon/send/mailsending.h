@@ -61,9 +61,11 @@ private:
     Eas::OutgoingMail mail();
     /** Whether it can be sent as a plain message instead. */
     bool canFallBack(const Eas::Result &failure) const;
+    bool isOutdated() const;
     bool noteLeaving();
     void sendPlain();
     void onSent(const Eas::Result &answer);
+    void onAttachmentChanged();
     void onAccepted(const Eas::Result &answer);
     bool isEditedSinceItLeft() const;
     void onFailed(const Eas::Result &failure);

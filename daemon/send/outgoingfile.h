@@ -2,6 +2,8 @@
 #ifndef DAEMON_SEND_OUTGOINGFILE_H
 #define DAEMON_SEND_OUTGOINGFILE_H
 
+#include "daemon/store/outgoing/messageskeleton.h"
+
 #include <QIODevice>
 #include <QTemporaryFile>
 
@@ -10,27 +12,35 @@
 
 namespace Daemon {
 
-/** A message that is ready to go, in a file that has no name and so ends with the process. */
+/**
+ * A message that is ready to go, in a file that has no name and so ends with the process.
+ *
+ * Attachments that the mail store has in files are not in it: they are put in, in base64, while it
+ * is read. A reader fails before the last byte where one of them is not what it was.
+ */
 class OutgoingFile
 {
 public:
     OutgoingFile();
+    /** Its readers give no more bytes. */
+    ~OutgoingFile();
 
     /** Open for writing. */
     QIODevice *device() { return &m_file; }
     /** Ends the writing; false where not all of it could be written. */
-    bool close();
-    qint64 size() const { return m_size; }
+    bool close(const QList<Store::Insertion> &insertions);
+    /** Bytes of the whole message. */
+    qint64 size() const;
 
     /** Called by each reader before its first byte is read; false keeps all of them here. */
     std::function<bool()> mayLeave;
-    /** Whether a byte was ever read from here. */
-    bool hasBegun() const { return m_begun; }
     /** Whether the last byte was read by the last reader. */
-    bool hasEnded() const { return m_ended; }
+    bool hasEnded() const;
+    /** Whether a reader has failed over an attachment that is not what it was. */
+    bool hasChanged() const;
 
     /**
-     * What the file holds, from its first byte; the file must outlive the device.
+     * The message, from its first byte.
      *
      * A second one is for a server that has refused what the first had read.
      */
@@ -38,11 +48,10 @@ public:
 
 private:
     class Reader;
+    struct State;
 
     QTemporaryFile m_file;
-    qint64 m_size = 0;
-    bool m_begun = false;
-    bool m_ended = false;
+    const std::shared_ptr<State> m_state; ///< readers can live longer than this object
 };
 
 } // namespace Daemon

@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/outgoing/base64sink.h"
 
+#include "daemon/store/outgoing/base64lines.h"
+
 namespace Store {
 
-namespace {
-
-/** Bytes that make up a line of 76 characters, */
-constexpr int LineBytes = 57;
-/** ... and so many of them are encoded at a time. */
-constexpr int PieceBytes = LineBytes * 512;
-
-} // namespace
+using Base64Lines::LineBytes;
 
 Base64Sink::Base64Sink(QIODevice *target)
     : m_target(target)
@@ -30,7 +25,8 @@ qint64 Base64Sink::writeData(const char *data, qint64 size)
         m_rest.clear();
     }
     while (size - at >= LineBytes) {
-        const int piece = int(qMin<qint64>((size - at) / LineBytes * LineBytes, PieceBytes));
+        const int piece =
+            int(qMin<qint64>((size - at) / LineBytes * LineBytes, Base64Lines::PieceBytes));
         writeLines(data + at, piece);
         at += piece;
     }
@@ -40,13 +36,9 @@ qint64 Base64Sink::writeData(const char *data, qint64 size)
 
 void Base64Sink::writeLines(const char *data, int size)
 {
-    const QByteArray encoded = QByteArray::fromRawData(data, size).toBase64();
-    QByteArray lines;
-    constexpr int Length = LineBytes / 3 * 4;
-    lines.reserve(encoded.size() + 2 * (encoded.size() / Length + 1));
-    for (int at = 0; at < encoded.size(); at += Length)
-        lines.append(encoded.constData() + at, qMin(Length, encoded.size() - at)).append("\r\n", 2);
-    m_failed = m_target->write(lines) != lines.size() || m_failed;
+    m_lines.resize(int(Base64Lines::encodedSize(size)));
+    Base64Lines::encode(data, size, m_lines.data());
+    m_failed = m_target->write(m_lines) != m_lines.size() || m_failed;
 }
 
 bool Base64Sink::finish()

@@ -28,7 +28,8 @@ private:
     void writeLines(const char *data, int size);
 
     QIODevice *const m_target;
-    QByteArray m_rest; ///< less than a line
+    QByteArray m_rest;  ///< less than a line
+    QByteArray m_lines; ///< that were written last
     bool m_failed = false;
 };
 

@@ -3,7 +3,6 @@
 
 #include "daemon/store/outgoing/base64sink.h"
 
-#include <QBuffer>
 #include <QDataStream>
 #include <QUuid>
 
@@ -21,8 +20,9 @@ bool writeBody(const QMailMessageBody &body, QIODevice *target)
 
 } // namespace
 
-MessageSkeleton::MessageSkeleton(const QMailMessage &message)
+MessageSkeleton::MessageSkeleton(const QMailMessage &message, const StoredParts &stored)
     : m_message(message)
+    , m_stored(stored)
     , m_token(QUuid::createUuid().toRfc4122().toHex())
 {
     takeOut(&m_message);
@@ -53,7 +53,17 @@ void MessageSkeleton::takeOutBody(QMailMessagePart *part)
     m_bodies.append(body);
 }
 
-bool MessageSkeleton::write(QIODevice *target) const
+bool MessageSkeleton::putBack(const QMailMessageBody &body, QIODevice *target,
+                              QList<Insertion> *insertions) const
+{
+    const auto file = m_stored.fileOf(body);
+    if (!file)
+        return writeBody(body, target);
+    insertions->append({target->pos(), file});
+    return true;
+}
+
+bool MessageSkeleton::write(QIODevice *target, QList<Insertion> *insertions) const
 {
     QByteArray frame;
     QDataStream stream(&frame, QIODevice::WriteOnly);
@@ -62,7 +72,7 @@ bool MessageSkeleton::write(QIODevice *target) const
     for (const QMailMessageBody &body : m_bodies) {
         const int next = frame.indexOf(m_token, at);
         if (next < 0 || target->write(frame.constData() + at, next - at) != next - at
-            || !writeBody(body, target))
+            || !putBack(body, target, insertions))
             return false;
         at = next + m_token.size();
     }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/outgoing/outgoingmail.h"
 
-#include "daemon/store/outgoing/messageskeleton.h"
 #include "daemon/store/outgoing/references.h"
 #include "daemon/store/outgoing/transferencoding.h"
 #include "translations/text.h"
@@ -93,7 +92,9 @@ Eas::Result OutgoingMail::completeParts(QMailMessage *message, const ResponsePla
     return References::resolve(message);
 }
 
-Eas::Result OutgoingMail::write(QMailMessage message, const Outgoing &outgoing, QIODevice *target)
+Eas::Result OutgoingMail::write(QMailMessage message, const Outgoing &outgoing,
+                                const StoredParts &stored, QIODevice *target,
+                                QList<Insertion> *insertions)
 {
     message.setHeaderField(QStringLiteral("Message-ID"),
                            QString::fromUtf8(rfcId(message, outgoing)));
@@ -105,7 +106,7 @@ Eas::Result OutgoingMail::write(QMailMessage message, const Outgoing &outgoing, 
     if (!safe.ok())
         return safe;
     target->write(bccField(message));
-    if (!MessageSkeleton(message).write(target))
+    if (!MessageSkeleton(message, stored).write(target, insertions))
         return Eas::failure(Eas::NoRoom, Eas::Cause::Here,
                             FailureText::english("the message cannot be prepared: disk full"));
     return {};

@@ -2,7 +2,9 @@
 #ifndef DAEMON_STORE_OUTGOING_OUTGOINGMAIL_H
 #define DAEMON_STORE_OUTGOING_OUTGOINGMAIL_H
 
+#include "daemon/store/outgoing/messageskeleton.h"
 #include "daemon/store/outgoing/responseplan.h"
+#include "daemon/store/outgoing/storedparts.h"
 #include "daemon/store/state/outgoingtable.h"
 
 #include <qmailmessage.h>
@@ -31,8 +33,11 @@ Eas::Result completeParts(QMailMessage *message, const ResponsePlan &plan);
 /**
  * The message, with the Message-ID and Date of `outgoing` where it has none of its own, or only the
  * Message-ID of an earlier version.
+ *
+ * The parts that were taken out of it are not written: `insertions` tells where each belongs.
  */
-Eas::Result write(QMailMessage message, const Outgoing &outgoing, QIODevice *target);
+Eas::Result write(QMailMessage message, const Outgoing &outgoing, const StoredParts &stored,
+                  QIODevice *target, QList<Insertion> *insertions);
 
 /** The Message-ID that write() gives it, with the brackets. */
 QByteArray rfcId(const QMailMessage &message, const Outgoing &outgoing);

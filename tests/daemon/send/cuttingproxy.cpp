@@ -11,6 +11,12 @@ CuttingProxy::CuttingProxy(quint16 target)
 
 void CuttingProxy::cutAfter(qint64 bytes, const std::function<void()> &then)
 {
+    callAfter(bytes, then);
+    m_cuts = true;
+}
+
+void CuttingProxy::callAfter(qint64 bytes, const std::function<void()> &then)
+{
     heal();
     m_left = bytes;
     m_then = then;
@@ -18,6 +24,7 @@ void CuttingProxy::cutAfter(qint64 bytes, const std::function<void()> &then)
 
 void CuttingProxy::heal()
 {
+    m_cuts = false;
     m_left = -1;
     m_passed = 0;
     m_cut = false;
@@ -43,7 +50,7 @@ void CuttingProxy::onConnection()
 void CuttingProxy::pass(QTcpSocket *from, QTcpSocket *to)
 {
     QByteArray bytes = from->readAll();
-    if (m_left >= 0 && bytes.size() >= m_left)
+    if (m_cuts && m_left >= 0 && bytes.size() >= m_left)
         bytes.truncate(int(m_left));
     to->write(bytes);
     m_passed += bytes.size();
@@ -52,8 +59,13 @@ void CuttingProxy::pass(QTcpSocket *from, QTcpSocket *to)
     m_left -= bytes.size();
     if (m_left > 0)
         return;
-    to->flush();
-    cut();
+    m_left = -1;
+    if (m_cuts) {
+        to->flush();
+        cut();
+    } else if (m_then) {
+        m_then();
+    }
 }
 
 void CuttingProxy::cut()

@@ -19,6 +19,8 @@ public:
     /** After so many bytes more, of both directions, `then` is called and the connections are cut.
      */
     void cutAfter(qint64 bytes, const std::function<void()> &then = nullptr);
+    /** After so many bytes `then` is called, and everything goes on. */
+    void callAfter(qint64 bytes, const std::function<void()> &then);
     /** Everything passes again. */
     void heal();
     bool hasCut() const { return m_cut; }
@@ -36,6 +38,7 @@ private:
     std::function<void()> m_then;
     qint64 m_left = -1;
     qint64 m_passed = 0;
+    bool m_cuts = false; ///< after what is left
     bool m_cut = false;
 };
 

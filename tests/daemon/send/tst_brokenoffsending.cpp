@@ -4,6 +4,8 @@
 #include "tests/daemon/sendingworld.h"
 #include "tests/support/chance.h"
 
+#include <QFile>
+#include <QJsonArray>
 #include <qmailmessage.h>
 #include <qmailstore.h>
 #include <QRandomGenerator>
@@ -32,6 +34,49 @@ int pointCount()
 /** So many other messages stay in the folder of sent ones: each costs time at each point. */
 constexpr int Others = 3;
 
+/** More than there is room for between the daemon and the server. */
+constexpr int Large = 16 << 20;
+
+QMailMessage withAttachment(QMailMessage message, const QByteArray &content)
+{
+    QMailMessageContentDisposition disposition(QMailMessageContentDisposition::Attachment);
+    disposition.setFilename("plan.bin");
+    QMailMessagePart text;
+    text.setBody(SendingWorld::plainText(QStringLiteral("Hello.\n")));
+    message.setMultipartType(QMailMessage::MultipartMixed);
+    message.appendPart(text);
+    message.appendPart(QMailMessagePart::fromData(
+        content, disposition, QMailMessageContentType("application/octet-stream"),
+        QMailMessageBody::Base64, QMailMessageBody::RequiresEncoding));
+    return message;
+}
+
+/** What is done to a message with an attachment while it leaves. */
+void change(const QMailMessageId &id, const QString &what)
+{
+    QMailMessage message(id);
+    QFile file(message.contentIdentifier() + QStringLiteral("-parts/2"));
+    bool isDone = file.size() == Large;
+    if (what == QLatin1String("file changed")) {
+        isDone = isDone && file.open(QIODevice::ReadWrite) && file.write("X") == 1;
+    } else if (what == QLatin1String("file shortened")) {
+        isDone = isDone && file.resize(Large - 1);
+    } else if (what == QLatin1String("file removed")) {
+        isDone = isDone && file.remove();
+    } else if (what == QLatin1String("message removed")) {
+        isDone = isDone && QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord);
+    } else if (what == QLatin1String("attachment edited")) {
+        const QMailMessage edited = withAttachment(QMailMessage(), "plan B");
+        message.partAt(1).setBody(edited.partAt(1).body());
+        isDone = isDone && QMailStore::instance()->updateMessage(&message);
+    } else if (what == QLatin1String("subject edited")) {
+        message.setSubject(QStringLiteral("Edited"));
+        isDone = isDone && QMailStore::instance()->updateMessage(&message);
+    }
+    if (!isDone)
+        qFatal("cannot do this to the message");
+}
+
 } // namespace
 
 /** Sending a message, broken off at points that lie over the whole exchange with the server. */
@@ -42,6 +87,10 @@ class TestBrokenOffSending : public DaemonFixture<SendingWorld>
 private slots:
     void brokenOffAnywhereItIsSentOnce_data();
     void brokenOffAnywhereItIsSentOnce();
+    void whatIsChangedWhileItLeavesDoesNotGo_data();
+    void whatIsChangedWhileItLeavesDoesNotGo();
+    void editedWhileItLeavesItGoesAsItIsNow_data();
+    void editedWhileItLeavesItGoesAsItIsNow();
 
 private:
     bool begin() override
@@ -50,19 +99,43 @@ private:
         world().daemon.setPatience(4); // the test server is never at a message for half a second
         return world().begin();
     }
+    QMailMessageId addOne(const QString &subject = QStringLiteral("Hello")) const;
+    /** All that the daemon asks of the server goes through there. */
+    void lead(const CuttingProxy &proxy);
     qint64 bytesOfOneSending(CuttingProxy *proxy);
     void sendAndBreakOff(CuttingProxy *proxy, bool kill, qint64 point, const QString &subject);
+    /** Sends a large message to which this is done in the middle of its upload; its request. */
+    int sendAndChange(CuttingProxy *proxy, const QMailMessageId &id, const QString &what);
     void removeOldest();
+
+    int m_attached = 0; ///< bytes of each message's attachment, of which there is none for 0
 };
 
 void TestBrokenOffSending::brokenOffAnywhereItIsSentOnce_data()
 {
     QTest::addColumn<bool>("memory");
     QTest::addColumn<bool>("kill");
-    QTest::newRow("connection cut, server remembers") << true << false;
-    QTest::newRow("connection cut, server forgets") << false << false;
-    QTest::newRow("daemon killed, server remembers") << true << true;
-    QTest::newRow("daemon killed, server forgets") << false << true;
+    QTest::addColumn<int>("attached");
+    QTest::newRow("connection cut, server remembers") << true << false << 0;
+    QTest::newRow("connection cut, server forgets") << false << false << 0;
+    QTest::newRow("connection cut, attachment") << false << false << 200000;
+    QTest::newRow("daemon killed, server remembers") << true << true << 0;
+    QTest::newRow("daemon killed, server forgets") << false << true << 0;
+    QTest::newRow("daemon killed, attachment") << false << true << 200000;
+}
+
+QMailMessageId TestBrokenOffSending::addOne(const QString &subject) const
+{
+    const QMailMessage message = world().draft(subject);
+    return world().add(m_attached > 0 ? withAttachment(message, QByteArray(m_attached, 'x'))
+                                      : message);
+}
+
+void TestBrokenOffSending::lead(const CuttingProxy &proxy)
+{
+    StoreFixture::Account settings = world().settings();
+    settings.port = proxy.port();
+    world().changeSettings(world().account, settings);
 }
 
 /** How many bytes pass when one message is sent, by a daemon that knows the protocol's version. */
@@ -70,7 +143,7 @@ qint64 TestBrokenOffSending::bytesOfOneSending(CuttingProxy *proxy)
 {
     for (int i = 0; i < 2; ++i) {
         proxy->heal();
-        if (world().sendAndWait(world().add(world().draft())) != 200)
+        if (world().sendAndWait(addOne()) != 200)
             return 0;
     }
     return proxy->passed();
@@ -80,11 +153,11 @@ void TestBrokenOffSending::brokenOffAnywhereItIsSentOnce()
 {
     QFETCH(bool, memory);
     QFETCH(bool, kill);
+    QFETCH(int, attached);
+    m_attached = attached;
     world().setOption("client_id_memory", memory);
     CuttingProxy proxy(world().server.port());
-    StoreFixture::Account settings = world().settings();
-    settings.port = proxy.port();
-    world().changeSettings(world().account, settings);
+    lead(proxy);
     const qint64 total = bytesOfOneSending(&proxy);
     QVERIFY(total > 0);
     QRandomGenerator random(testSeed());
@@ -117,7 +190,7 @@ void TestBrokenOffSending::removeOldest()
 void TestBrokenOffSending::sendAndBreakOff(CuttingProxy *proxy, bool kill, qint64 point,
                                            const QString &subject)
 {
-    const QMailMessageId id = world().add(world().draft(subject));
+    const QMailMessageId id = addOne(subject);
     const auto messageKey = QMailMessageKey::id(id);
     bool isKilled = false;
     proxy->cutAfter(point, [&] {
@@ -147,6 +220,69 @@ void TestBrokenOffSending::sendAndBreakOff(CuttingProxy *proxy, bool kill, qint6
         QCOMPARE(world().sendAndWait(id), 200);
     }
     QCOMPARE(world().copies(Bob, subject), 1);
+}
+
+int TestBrokenOffSending::sendAndChange(CuttingProxy *proxy, const QMailMessageId &id,
+                                        const QString &what)
+{
+    proxy->callAfter(Large / 16, [id, what] { change(id, what); });
+    return world().send(id);
+}
+
+void TestBrokenOffSending::whatIsChangedWhileItLeavesDoesNotGo_data()
+{
+    QTest::addColumn<QString>("what");
+    for (const char *what : {"file changed", "file shortened", "file removed", "message removed"})
+        QTest::newRow(what) << QString::fromLatin1(what);
+}
+
+void TestBrokenOffSending::whatIsChangedWhileItLeavesDoesNotGo()
+{
+    QFETCH(QString, what);
+    m_attached = Large;
+    const QMailMessageId id = addOne();
+    CuttingProxy proxy(world().server.port());
+    lead(proxy);
+    QCOMPARE(world().codeOf(sendAndChange(&proxy, id, what), 60000), 404);
+    QVERIFY(world().sent().isEmpty());
+    QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 0);
+    if (what == QLatin1String("message removed"))
+        return;
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("an attachment was changed")));
+    // There is no doubt whether the server has it.
+    QMailMessage message(id);
+    message.partAt(1).setBody(withAttachment(QMailMessage(), "plan B").partAt(1).body());
+    QVERIFY(QMailStore::instance()->updateMessage(&message));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().sent().size(), 1);
+    QCOMPARE(world().sentMessage().partAt(1).body().data(QMailMessageBody::Decoded), "plan B");
+}
+
+void TestBrokenOffSending::editedWhileItLeavesItGoesAsItIsNow_data()
+{
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QString>("subject");
+    QTest::addColumn<int>("size");
+    QTest::newRow("attachment") << QStringLiteral("attachment edited") << QStringLiteral("Hello")
+                                << 6;
+    QTest::newRow("subject") << QStringLiteral("subject edited") << QStringLiteral("Edited")
+                             << Large;
+}
+
+/** The mail store has removed the earlier version's files before all of it has left. */
+void TestBrokenOffSending::editedWhileItLeavesItGoesAsItIsNow()
+{
+    QFETCH(QString, what);
+    QFETCH(QString, subject);
+    QFETCH(int, size);
+    m_attached = Large;
+    const QMailMessageId id = addOne();
+    CuttingProxy proxy(world().server.port());
+    lead(proxy);
+    QCOMPARE(world().codeOf(sendAndChange(&proxy, id, what), 60000), 200);
+    QCOMPARE(world().sent().size(), 1);
+    QCOMPARE(world().sentMessage().subject(), subject);
+    QCOMPARE(world().sentMessage().partAt(1).body().data(QMailMessageBody::Decoded).size(), size);
 }
 
 QTEST_GUILESS_MAIN(TestBrokenOffSending)

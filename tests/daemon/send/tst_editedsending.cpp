@@ -567,16 +567,21 @@ void TestEditedSending::beforeASecondUploadItIsLookedAtAgain_data()
     QTest::addColumn<QString>("subject");
     QTest::addColumn<bool>("trash");
     QTest::addColumn<int>("code");
-    for (const bool isRedirected : {false, true}) {
-        const QByteArray why = isRedirected ? "redirected" : "refused for a new policy";
-        const auto row = [&](const char *what, const char *subject, bool trash, int code) {
-            QTest::newRow((why + ", " + what).constData())
-                << isRedirected << QString::fromLatin1(subject) << trash << code;
-        };
-        row("it stays as it is", "Hello", false, 200);
-        row("it is edited", "Edited", false, 200);
-        row("it is made a draft", "Hello", false, 404);
-        row("it is put into the trash", "Edited", true, 404);
+    QTest::addColumn<int>("attached");
+    for (const int attached : {0, 300000}) {
+        for (const bool isRedirected : {false, true}) {
+            const QByteArray why =
+                (isRedirected ? QByteArray("redirected") : QByteArray("refused for a new policy"))
+                + (attached > 0 ? ", with an attachment" : "");
+            const auto row = [&](const char *what, const char *subject, bool trash, int code) {
+                QTest::newRow((why + ", " + what).constData())
+                    << isRedirected << QString::fromLatin1(subject) << trash << code << attached;
+            };
+            row("it stays as it is", "Hello", false, 200);
+            row("it is edited", "Edited", false, 200);
+            row("it is made a draft", "Hello", false, 404);
+            row("it is put into the trash", "Edited", true, 404);
+        }
     }
 }
 
@@ -586,6 +591,7 @@ void TestEditedSending::beforeASecondUploadItIsLookedAtAgain()
     QFETCH(QString, subject);
     QFETCH(bool, trash);
     QFETCH(int, code);
+    QFETCH(int, attached);
     startPatient();
     if (isRedirected) {
         world().server.fault("delay", "SendMail", {{"seconds", 20}});
@@ -598,7 +604,11 @@ void TestEditedSending::beforeASecondUploadItIsLookedAtAgain()
     } else {
         renewPolicy();
     }
-    const QMailMessageId id = world().add(world().draft());
+    const QByteArray content(attached, 'x');
+    QMailMessage message = world().draft();
+    if (attached > 0)
+        message = withAttachment(message, attachment("plan.bin", content));
+    const QMailMessageId id = world().add(message);
     const int request = world().send(id);
     QVERIFY(world().faultsAreTaken());
     if (subject != QLatin1String("Hello"))
@@ -609,6 +619,8 @@ void TestEditedSending::beforeASecondUploadItIsLookedAtAgain()
     QCOMPARE(world().codeOf(request), code);
     QCOMPARE(subjectsOfSent(), code == 200 ? QStringList {subject} : QStringList());
     QCOMPARE(QMailMessage(id).subject(), subject);
+    if (code == 200 && attached > 0)
+        QCOMPARE(world().sentMessage().partAt(1).body().data(QMailMessageBody::Decoded), content);
 }
 
 /** It does not leave at all: the server has refused one of that size before. */
