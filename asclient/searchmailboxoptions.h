@@ -12,7 +12,8 @@ namespace Activesync {
 /**
  * How to search and what to bring of the hits. On the bus: (iissbbiiib), members in this order.
  *
- * Their defaults leave the choice to the daemon.
+ * Their defaults leave the choice to the daemon; the plugin searches with them. Our daemon reads
+ * the range, `bodyType` and `truncationSize`; it passes over the rest.
  */
 struct SearchMailboxOptions
 {

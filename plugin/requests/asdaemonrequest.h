@@ -46,6 +46,7 @@ signals:
     /** The request's end: the daemon's code, -1 for a failed call, or the code of a cancellation.
      */
     void requestCompleted(int code, AsDaemonRequest *request, bool cancelled);
+    /** Deliberately part of the meta-object, by which others know this class; never emitted. */
     void requestSet(AsDaemonRequest *daemonRequest);
 
 public slots:

@@ -26,20 +26,6 @@ Activesync::SearchQuery queryFor(const SearchCriteria &criteria, const QStringLi
     return query;
 }
 
-Activesync::SearchMailboxOptions searchOptions()
-{
-    Activesync::SearchMailboxOptions options;
-    options.rangeStart = -1;
-    options.rangeEnd = -1;
-    options.rebuildResults = false;
-    options.deepTraversal = true;
-    options.mimeSupport = 0;
-    options.bodyType = 2;
-    options.truncationSize = -1;
-    options.allOrNone = false;
-    return options;
-}
-
 /** "and received ... TIME" for the log; empty for an open bound. */
 QString boundText(const char *format, const QDateTime &bound)
 {
@@ -83,10 +69,11 @@ bool OrvSource::searchMessages(const QMailMessageKey &filter, const QString &bod
         if (id.isValid())
             folders.append(QString::number(id.toULongLong()));
     }
-    m_searchRequestId = m_service->scheduler()->addRequest(createRequest(
-        account,
-        std::tr1::bind(&AsDBusInterface::searchMailbox, m_service->daemon(), account.toULongLong(),
-                       queryFor(criteria, folders), searchOptions(), QDBus::Block)));
+    m_searchRequestId = m_service->scheduler()->addRequest(
+        createRequest(account,
+                      std::tr1::bind(&AsDBusInterface::searchMailbox, m_service->daemon(),
+                                     account.toULongLong(), queryFor(criteria, folders),
+                                     Activesync::SearchMailboxOptions(), QDBus::Block)));
     qMailLog(Messaging) << "result = " << m_searchRequestId << "for AccountId=" << account;
     return true;
 }

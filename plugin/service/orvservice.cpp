@@ -55,7 +55,6 @@ OrvService::OrvService(const QMailAccountId &accountId)
     connect(m_sink, SIGNAL(actionCompleted(bool)), this, SIGNAL(actionCompleted(bool)));
     m_scheduler = new RequestScheduler(*this, this);
     connect(m_scheduler, SIGNAL(actionCompleted(bool)), this, SIGNAL(actionCompleted(bool)));
-    m_timerId = 0;
 }
 
 OrvService::~OrvService()

@@ -92,6 +92,8 @@ private:
     Activesync::AsDBusInterface *m_daemon = nullptr;
     RequestScheduler *m_scheduler = nullptr;
     bool m_waiting = false;
+    /** Deliberate, though nothing here raises it: where it is set, stopWaiting() hands over to a
+     * slower timer instead of ending it. */
     bool m_restartTimer = false;
     bool m_progressCounterAllowed = true;
     int m_progress = 0;

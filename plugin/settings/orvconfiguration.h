@@ -25,7 +25,12 @@ public:
     int mailPort() const;
     /** 0: none, 1: TLS. */
     int mailEncryption() const;
-    /** True for any non-zero number; the word "true" reads as false. */
+    /**
+     * True for any non-zero number; the word "true" reads as false.
+     *
+     * Deliberate, though the service itself goes by the account's custom field of this name: the
+     * view shows all that a program may have stored.
+     */
     bool pushEnabled() const;
 
 protected:

@@ -11,7 +11,7 @@ using Activesync::AsDBusInterface;
 
 namespace {
 
-/** Tells the daemon that the local changes of the folders matter most. */
+/** The hint that local changes matter most; our daemon carries them first anyway. */
 constexpr int LocalChangesFirst = 5;
 
 } // namespace
