@@ -42,12 +42,12 @@ int AsDBusAdaptor::folderSync(qulonglong accountId, const QDBusMessage &call)
 }
 
 int AsDBusAdaptor::syncSpecificFolders(qulonglong accountId, const QStringList &folders,
-                                       int contentType, int value, const QDBusMessage &call)
+                                       int contentType, int, const QDBusMessage &call)
 {
+    // The hint `value` is passed over: local changes go first anyway.
     Request request = requestOf(RequestKind::SyncFolders, accountId);
     request.folders = folders;
     request.contentType = contentType;
-    request.value = value;
     m_front->accept(request, call);
     return 0;
 }

@@ -23,9 +23,6 @@ enum class RequestKind {
     Search
 };
 
-/** The content type of a request for message lists that a person looks at; others bring texts. */
-constexpr int HeadersAndPreview = 30;
-
 /** Whether stopping an account's synchronisation ends a request of this kind. */
 inline bool isSynchronisation(RequestKind kind)
 {
@@ -40,8 +37,7 @@ struct Request
     RequestKind kind = RequestKind::Sync;
     quint64 accountId = 0;
     QStringList folders; ///< decimal QMailFolderIds, unchecked
-    int contentType = 0;
-    int value = 0;
+    int contentType = 0; ///< a hint; MessageLists brings headers and a preview, others texts
     quint64 messageId = 0;
     QString location; ///< of a message's part
     Activesync::SearchQuery query;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/sync/syncrun.h"
 
+#include "asclient/asdbusinterface.h"
 #include "daemon/log/logging.h"
 #include "daemon/pacing/sizes.h"
 #include "daemon/store/state/accountkeys.h"
@@ -195,7 +196,8 @@ void SyncRun::startFolder(const SyncStep &step)
 qint64 SyncRun::textBound(const SyncStep &folder) const
 {
     const auto wantsText = [&folder](const Waiter &waiter) {
-        return waiter.steps.contains(folder) && waiter.request.contentType != HeadersAndPreview;
+        return waiter.steps.contains(folder)
+            && waiter.request.contentType != Activesync::AsDBusInterface::MessageLists;
     };
     const bool isWanted = m_awaitedByUpload.contains(folder)
         || std::any_of(m_waiters.cbegin(), m_waiters.cend(), wantsText);

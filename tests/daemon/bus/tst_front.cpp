@@ -364,7 +364,6 @@ void TestFront::requestsOfAnAccountThatIsServedGetIds()
     QCOMPARE(folders.kind, Daemon::RequestKind::SyncFolders);
     QCOMPARE(folders.folders, QStringList({QStringLiteral("3"), QStringLiteral("x")}));
     QCOMPARE(folders.contentType, 30);
-    QCOMPARE(folders.value, 5);
     QCOMPARE(m_engine->accepted.at(4).location, QStringLiteral("1.2"));
     QCOMPARE(m_engine->accepted.at(4).messageId, quint64(5));
     QVERIFY(m_listener->broadcasts().isEmpty());
