@@ -5,6 +5,9 @@
 
 #include <qmaillog.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 using Status = QMailServiceAction::Status;
@@ -17,79 +20,83 @@ static_assert(Status::ErrNoError == 0 && Status::ErrSystemError == 1026
               && Status::ErrConfiguration == 1037 && Status::ErrInvalidAddress == 1038
               && Status::ErrInvalidData == 1039 && Status::ErrTimeout == 1040);
 
-// Numbers without a name belong to the interface, but our daemon sends none of them. The
-// irregularities are deliberate: 4007 is no success, 0 is a cancellation.
+/** What a code of the daemon becomes. */
+struct Translation
+{
+    int daemonCode;
+    Status::ErrorCode error;
+};
+
+/**
+ * Ordered by the daemon's code; all others are ErrConfiguration.
+ *
+ * Numbers without a name belong to the interface, but our daemon sends none of them. The
+ * irregularities are deliberate: 4007 is no success, 0 is a cancellation.
+ */
+constexpr Translation Translations[] = {
+    {Activesync::ServiceGone, Status::ErrCancel},
+    {1, Status::ErrFileSystemFull},
+    {3, Status::ErrNoConnection},
+    {5, Status::ErrSystemError},
+    {Activesync::Success, Status::ErrNoError},
+    {Activesync::NotActiveSync, Status::ErrInvalidAddress},
+    {Activesync::LoginRefused, Status::ErrLoginFailed},
+    {Activesync::Forbidden, Status::ErrSystemError},
+    {Activesync::NotFound, Status::ErrInvalidAddress},
+    {Activesync::ServerFailed, Status::ErrInternalServer},
+    {Activesync::InvalidAnswer, Status::ErrInvalidData},
+    {Activesync::NoRoom, Status::ErrFileSystemFull},
+    {Activesync::Timeout, Status::ErrTimeout},
+    {Activesync::NoConnection, Status::ErrNoConnection},
+    {999, Status::ErrInternalServer},
+    {1001, Status::ErrNoError},
+    {1006, Status::ErrInvalidData},
+    {1007, Status::ErrInvalidData},
+    {1015, Status::ErrInvalidData},
+    {Activesync::Cancelled, Status::ErrCancel},
+    {4001, Status::ErrNoError},
+    {4002, Status::ErrNoError},
+    {4003, Status::ErrNoError},
+    {4004, Status::ErrNoError},
+    {4005, Status::ErrNoError},
+    {4006, Status::ErrNoError},
+    {4008, Status::ErrNoError},
+    {4009, Status::ErrNoError},
+    {4010, Status::ErrNoError},
+    {4011, Status::ErrNoError},
+    {4012, Status::ErrNoError},
+    {4015, Status::ErrNoError},
+    {6008, Status::ErrTimeout},
+    {60001, Status::ErrNoConnection},
+    {60002, Status::ErrNoConnection},
+    {60003, Status::ErrNoConnection},
+    {60004, Status::ErrTimeout},
+    {60005, Status::ErrTimeout},
+    {Activesync::PolicyDemanded, Status::ErrConnectionNotReady},
+    {60099, Status::ErrSystemError},
+    {60101, Status::ErrSystemError},
+    {60102, Status::ErrSystemError},
+    {60103, Status::ErrNoConnection},
+    {60104, Status::ErrTimeout},
+    {60199, Status::ErrSystemError},
+    {60201, Status::ErrLoginFailed},
+    {60203, Status::ErrNoConnection},
+    {60204, Status::ErrLoginFailed},
+    {60205, Status::ErrSystemError},
+    {60299, Status::ErrSystemError},
+    {60301, Status::ErrSystemError},
+    {60302, Status::ErrSystemError},
+    {60399, Status::ErrSystemError},
+};
+
 Status::ErrorCode translate(int daemonCode)
 {
-    switch (daemonCode) {
-    case Activesync::Success:
-    case 1001:
-    case 4001:
-    case 4002:
-    case 4003:
-    case 4004:
-    case 4005:
-    case 4006:
-    case 4008:
-    case 4009:
-    case 4010:
-    case 4011:
-    case 4012:
-    case 4015:
-        return Status::ErrNoError;
-    case 5:
-    case Activesync::Forbidden:
-    case 60099:
-    case 60101:
-    case 60102:
-    case 60199:
-    case 60205:
-    case 60299:
-    case 60301:
-    case 60302:
-    case 60399:
-        return Status::ErrSystemError;
-    case Activesync::ServerFailed:
-    case 999:
-        return Status::ErrInternalServer;
-    case Activesync::LoginRefused:
-    case 60201:
-    case 60204:
-        return Status::ErrLoginFailed;
-    case Activesync::ServiceGone:
-    case Activesync::Cancelled:
-        return Status::ErrCancel;
-    case 1:
-    case Activesync::NoRoom:
-        return Status::ErrFileSystemFull;
-    case 3:
-    case Activesync::NoConnection:
-    case 60001:
-    case 60002:
-    case 60003:
-    case 60103:
-    case 60203:
-        return Status::ErrNoConnection;
-    case Activesync::PolicyDemanded:
-        return Status::ErrConnectionNotReady;
-    case Activesync::NotActiveSync:
-    case Activesync::NotFound:
-        return Status::ErrInvalidAddress;
-    case Activesync::InvalidAnswer:
-    case 1006:
-    case 1007:
-    case 1015:
-        return Status::ErrInvalidData;
-    case Activesync::Timeout:
-    case 6008:
-    case 60004:
-    case 60005:
-    case 60104:
-        return Status::ErrTimeout;
-    case Activesync::BadConfiguration:
-    default:
-        return Status::ErrConfiguration;
-    }
+    const auto *found =
+        std::lower_bound(std::begin(Translations), std::end(Translations), daemonCode,
+                         [](const Translation &one, int code) { return one.daemonCode < code; });
+    return found != std::end(Translations) && found->daemonCode == daemonCode
+        ? found->error
+        : Status::ErrConfiguration;
 }
 
 } // namespace
