@@ -3,6 +3,7 @@
 
 #include "accounts/storefiles.h"
 #include "accounts/syncmemory.h"
+#include "asclient/servicekey.h"
 #include "translations/text.h"
 
 #include <QDBusConnection>
@@ -16,7 +17,8 @@ namespace Accounts {
 
 namespace {
 
-const QString Service = QStringLiteral("orvmail");
+using Activesync::mailServiceKey;
+
 const QString PushField = QStringLiteral("pushEnabled");
 const QString KeepDaysKey = QStringLiteral("keepDays");
 const QString NotificationsKey = QStringLiteral("notifications");
@@ -44,13 +46,14 @@ void writeRest(const AccountDetails &details, QMailAccount *account,
         account->setCustomField(PushField, QStringLiteral("1"));
     else
         account->removeCustomField(PushField);
-    config->serviceConfiguration(Service).setValue(KeepDaysKey, QString::number(details.keepDays));
+    config->serviceConfiguration(mailServiceKey())
+        .setValue(KeepDaysKey, QString::number(details.keepDays));
     if (details.notifications)
-        config->serviceConfiguration(Service).removeValue(NotificationsKey);
+        config->serviceConfiguration(mailServiceKey()).removeValue(NotificationsKey);
     else
-        config->serviceConfiguration(Service).setValue(NotificationsKey, Off);
+        config->serviceConfiguration(mailServiceKey()).setValue(NotificationsKey, Off);
     if (!details.settings.password.isEmpty())
-        config->serviceConfiguration(Service).removeValue(WipedKey);
+        config->serviceConfiguration(mailServiceKey()).removeValue(WipedKey);
 }
 
 } // namespace
@@ -126,11 +129,12 @@ AccountDetails AccountBook::details(const QMailAccountId &id)
     details.settings = readSettings(config);
     details.enabled = account.status() & QMailAccount::Enabled;
     details.push = account.customField(PushField) == QLatin1String("1");
-    const QString keep = config.serviceConfiguration(Service).value(KeepDaysKey);
-    details.wiped = !config.serviceConfiguration(Service).value(WipedKey).isEmpty();
+    const QString keep = config.serviceConfiguration(mailServiceKey()).value(KeepDaysKey);
+    details.wiped = !config.serviceConfiguration(mailServiceKey()).value(WipedKey).isEmpty();
     if (!keep.isEmpty())
         details.keepDays = qMax(0, keep.toInt());
-    details.notifications = config.serviceConfiguration(Service).value(NotificationsKey) != Off;
+    details.notifications =
+        config.serviceConfiguration(mailServiceKey()).value(NotificationsKey) != Off;
     return details;
 }
 

@@ -2,6 +2,7 @@
 #include "accounts/window/accountform.h"
 
 #include "accounts/window/problemlabel.h"
+#include "asclient/servicekey.h"
 
 #include <QComboBox>
 #include <QGridLayout>
@@ -37,7 +38,7 @@ const QList<QPair<QString, QString>> Inputs {
 QMailMessageServiceEditor *newEditor()
 {
     const std::unique_ptr<QMailMessageServiceConfigurator> configurator(
-        QMailMessageServiceFactory::createServiceConfigurator(QStringLiteral("orvmail")));
+        QMailMessageServiceFactory::createServiceConfigurator(Activesync::mailServiceKey()));
     return configurator ? configurator->createEditor(QMailMessageServiceFactory::Source) : nullptr;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/accountrecord.h"
 
+#include "asclient/servicekey.h"
+
 #include <qmailserviceconfiguration.h>
 #include <qmailstore.h>
 
@@ -10,14 +12,12 @@ namespace Store {
 
 namespace {
 
-const QString ServiceKey = QStringLiteral("orvmail");
-
 /** Reads the values, and decodes as the settings program encoded. */
 class Configuration : public QMailServiceConfiguration
 {
 public:
     explicit Configuration(const QMailAccountConfiguration &configuration)
-        : QMailServiceConfiguration(configuration, ServiceKey)
+        : QMailServiceConfiguration(configuration, Activesync::mailServiceKey())
     {
     }
 
@@ -63,7 +63,7 @@ std::optional<AccountRecord> AccountRecord::tryRead(const QMailAccountId &id)
     const QMailAccountConfiguration stored = store->accountConfiguration(id);
     if (store->lastError() != QMailStore::NoError)
         return std::nullopt;
-    if (!stored.services().contains(ServiceKey))
+    if (!stored.services().contains(Activesync::mailServiceKey()))
         return record;
     const Configuration configuration(stored);
     record.id = id;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/accountwipe.h"
 
+#include "asclient/servicekey.h"
 #include "daemon/store/storefailure.h"
 
 #include <qmailaccount.h>
@@ -56,7 +57,7 @@ Eas::Result AccountWipe::forget(const QMailAccountId &id)
     QMailAccount account(id);
     QMailAccountConfiguration configuration(id);
     account.setStatus(QMailAccount::Enabled, false);
-    auto &values = configuration.serviceConfiguration(QStringLiteral("orvmail"));
+    auto &values = configuration.serviceConfiguration(Activesync::mailServiceKey());
     values.setValue(QStringLiteral("password"), QStringLiteral("")); // a null one is refused
     // For whoever wonders later why the account has neither mail nor password.
     values.setValue(QStringLiteral("wiped"), QStringLiteral("1"));

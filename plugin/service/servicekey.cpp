@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/service/servicekey.h"
 
-const QString OrvServiceKey = QStringLiteral("orvmail");
+#include "asclient/servicekey.h"
+
+const QString OrvServiceKey = Activesync::mailServiceKey();

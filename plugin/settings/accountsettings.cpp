@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/settings/accountsettings.h"
 
+#include "asclient/servicekey.h"
 #include "plugin/settings/orvconfigurationeditor.h"
 
 #include <qmailaccount.h>
@@ -10,11 +11,6 @@
 #include <tuple>
 
 namespace {
-
-QString serviceName()
-{
-    return QStringLiteral("orvmail");
-}
 
 /**
  * Replaces the account's whole status word.
@@ -47,7 +43,7 @@ bool AccountSettings::operator==(const AccountSettings &other) const
 
 bool isOrvAccount(const QMailAccountConfiguration &config)
 {
-    return config.services().contains(serviceName());
+    return config.services().contains(Activesync::mailServiceKey());
 }
 
 AccountSettings readSettings(const QMailAccountConfiguration &config)
@@ -69,7 +65,7 @@ AccountSettings readSettings(const QMailAccountConfiguration &config)
 bool canKeepPassword(const QString &password)
 {
     QMailAccountConfiguration config;
-    config.addServiceConfiguration(serviceName());
+    config.addServiceConfiguration(Activesync::mailServiceKey());
     OrvConfigurationEditor editor(&config);
     editor.setMailPassword(password);
     return editor.mailPassword() == password;
@@ -79,7 +75,7 @@ void writeSettings(const AccountSettings &settings, QMailAccount *account,
                    QMailAccountConfiguration *config)
 {
     if (!isOrvAccount(*config))
-        config->addServiceConfiguration(serviceName());
+        config->addServiceConfiguration(Activesync::mailServiceKey());
     OrvConfigurationEditor editor(config);
     editor.setVersion(100);
     editor.setType(QMailServiceConfiguration::SourceAndSink);
@@ -93,6 +89,6 @@ void writeSettings(const AccountSettings &settings, QMailAccount *account,
 
     account->setCustomField(QStringLiteral("HostName"), editor.mailServer());
     account->setCustomField(QStringLiteral("UserName"), editor.mailUserName());
-    account->setCustomField(QStringLiteral("service"), serviceName());
+    account->setCustomField(QStringLiteral("service"), Activesync::mailServiceKey());
     markAccount(account);
 }

@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "plugin/settings/orvconfiguration.h"
 
-namespace {
-
-QString serviceName()
-{
-    return QStringLiteral("orvmail");
-}
-
-} // namespace
+#include "asclient/servicekey.h"
 
 OrvConfiguration::OrvConfiguration(const QMailAccountConfiguration &config)
-    : QMailServiceConfiguration(config, serviceName())
+    : QMailServiceConfiguration(config, Activesync::mailServiceKey())
 {
 }
 
@@ -21,7 +14,7 @@ OrvConfiguration::OrvConfiguration(const QMailAccountConfiguration::ServiceConfi
 }
 
 OrvConfiguration::OrvConfiguration(QMailAccountConfiguration *config)
-    : QMailServiceConfiguration(config, serviceName())
+    : QMailServiceConfiguration(config, Activesync::mailServiceKey())
 {
 }
 
