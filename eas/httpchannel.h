@@ -43,6 +43,7 @@ public:
     void setCredentials(const Credentials &credentials);
     /** Domains whose hosts may get the login by a redirect; the host that is asked always may. */
     void setLoginDomains(const QStringList &domains) { m_loginDomains = domains; }
+    /** For tests: other times than the usual ones. */
     void setTimes(const HttpTimes &times) { m_times = times; }
     const HttpTimes &times() const { return m_times; }
 

@@ -110,8 +110,7 @@ std::unique_ptr<QIODevice> SendMailCommand::streamedBody()
         }
         writer.endElement();
     }
-    if (m_mail.saveInSentItems)
-        writer.emptyElement(C::SaveInSentItems);
+    writer.emptyElement(C::SaveInSentItems);
     if (m_mail.replaceMime && kind() != OutgoingMail::Plain)
         writer.emptyElement(C::ReplaceMime);
     writer.startElement(C::MIME);
@@ -142,8 +141,7 @@ QList<QPair<QString, QString>> SendMailCommand::query() const
             items.append({QStringLiteral("LongId"), m_mail.original.longId});
         }
     }
-    if (m_mail.saveInSentItems)
-        items.append({QStringLiteral("SaveInSent"), QStringLiteral("T")});
+    items.append({QStringLiteral("SaveInSent"), QStringLiteral("T")});
     return items;
 }
 

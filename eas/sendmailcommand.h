@@ -21,7 +21,6 @@ struct OutgoingMail
     std::function<std::unique_ptr<QIODevice>()> open;
     /** Bytes of the message. */
     qint64 size = 0;
-    bool saveInSentItems = true;
     Kind kind = Plain;
     /** Of a reply or forward: the message it is about, which the server adds to it ... */
     ItemLocator original;

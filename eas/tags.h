@@ -32,7 +32,7 @@ struct TagEntry
 
 /** The row of `tag`, or null where it is not known. */
 const TagEntry *findTag(Tag tag);
-/** The whole table, ordered by tag, and the number of its rows. */
+/** For tests: the whole table, ordered by tag, and the number of its rows. */
 const TagEntry *allTags(int *count);
 
 } // namespace Eas

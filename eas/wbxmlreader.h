@@ -59,7 +59,6 @@ private:
     Step step();
     Step readHeader();
     Step readContent();
-    Step readTag(quint8 token);
     Step readLiteral(quint8 token);
     Step readOpaqueLength();
     Step readEntity();

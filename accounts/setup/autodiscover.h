@@ -38,9 +38,9 @@ public:
                  const Confirm &confirm, QObject *parent = nullptr);
     ~Autodiscover() override;
 
-    /** Asks these instead of what the address leads to. */
+    /** For tests: asks these instead of what the address leads to. */
     void setCandidates(const QList<QUrl> &candidates) { m_candidates = candidates; }
-    /** For servers with a certificate of their own. */
+    /** For tests: servers have a certificate of their own there. */
     void setTlsConfiguration(const QSslConfiguration &configuration) { m_tls = configuration; }
 
     /** Milliseconds after which it gives up; what a person is asked meanwhile does not count. */

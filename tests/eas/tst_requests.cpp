@@ -183,7 +183,7 @@ void TestRequests::sendings(SessionFixture *fixture)
             for (const bool yes : {true, false}) {
                 outgoing.kind = kind;
                 outgoing.original = original;
-                outgoing.saveInSentItems = outgoing.replaceMime = yes;
+                outgoing.replaceMime = yes;
                 make<SendMailCommand>(fixture, outgoing);
             }
         }
