@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "accounts/accountview.h"
+#include "accounts/accountoutput.h"
 
 #include "accounts/console.h"
 #include "accounts/setup/accountbook.h"

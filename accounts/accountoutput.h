@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#ifndef ACCOUNTS_ACCOUNTVIEW_H
-#define ACCOUNTS_ACCOUNTVIEW_H
+#ifndef ACCOUNTS_ACCOUNTOUTPUT_H
+#define ACCOUNTS_ACCOUNTOUTPUT_H
 
 #include "accounts/folderview.h"
 #include "accounts/mailsnapshot.h"

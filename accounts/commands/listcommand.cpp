@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/listcommand.h"
 
-#include "accounts/accountview.h"
+#include "accounts/accountoutput.h"
 #include "accounts/console.h"
 #include "accounts/setup/accountbook.h"
 #include "translations/text.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/removecommand.h"
 
-#include "accounts/accountview.h"
+#include "accounts/accountoutput.h"
 #include "accounts/console.h"
 #include "accounts/losses.h"
 #include "accounts/setup/accountbook.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/setcommand.h"
 
-#include "accounts/accountview.h"
+#include "accounts/accountoutput.h"
 #include "accounts/commands/arguments.h"
 #include "accounts/console.h"
 #include "accounts/setup/accountbook.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/commands/troublereport.h"
 
-#include "accounts/accountview.h"
+#include "accounts/accountoutput.h"
 #include "accounts/daemonlog.h"
 #include "accounts/folderview.h"
 #include "accounts/setup/accountbook.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/window/mailfetch.h"
 
-#include "accounts/accountview.h"
+#include "accounts/accountoutput.h"
 #include "accounts/actions/synchronisation.h"
 #include "accounts/setup/accountbook.h"
 #include "accounts/window/taskrun.h"
