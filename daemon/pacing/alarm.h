@@ -12,8 +12,11 @@ namespace Daemon {
 /**
  * A pause of the daemon: rings once when it is over.
  *
- * The one timer for such pauses, so that a test of days of a server's bad behaviour takes seconds:
- * once time is driven, it stands still until ringNext() takes it to the end of the next pause.
+ * The timer for pauses that may last, so that a test of days of a server's bad behaviour takes
+ * seconds: once time is driven, it stands still until ringNext() takes it to the end of the next
+ * pause. What settles within some seconds has a QTimer, which no test drives: the bursts of
+ * LocalChangeWatch and NetworkMonitor, the copy that AccountWorker fetches after a sending, and the
+ * server that MailSending gives time for its folder of sent messages.
  */
 class Alarm : public QObject
 {

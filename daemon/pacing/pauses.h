@@ -32,8 +32,11 @@
  *     a part that is being started, by the same          accounts/status/partstarter.cpp
  *     a mail that becomes a draft again, by the same     accounts/actions/draftreturn.cpp
  *     a mail store that is locked, by the same           accounts/commands/storecommand.cpp
+ *     the end of its deleted rows, by the same           accounts/storefiles.cpp
+ *     a burst of news, by who tells how all fares        accounts/status/statuswatch.cpp
  *     a program that tells its version, by the same      accounts/programoutput.cpp
  *     the next step of an action's progress              plugin/service/orvservice.cpp
+ *     the end of a synchronisation that is left out      plugin/source/orvsource.cpp
  */
 namespace Daemon::Pauses {
 
