@@ -66,7 +66,8 @@ int LocalChanges::count() const
 {
     int count = 0;
     for (const FolderLocalChanges &folder : collect())
-        count += folder.flags.size() + folder.moves.size() + folder.deletions.size();
+        count += folder.flags.size() + folder.moves.size() + folder.deletions.size()
+            + folder.erasures.size();
     return count;
 }
 
@@ -98,9 +99,25 @@ void LocalChanges::collectMoves(Changes *changes) const
 
 void LocalChanges::collectDeletions(Changes *changes) const
 {
-    for (const ServerUid &uid : RemovalRecords(m_account).all()) {
-        if (changes->contains(uid.collectionId()) && uid.isItem())
-            (*changes)[uid.collectionId()].deletions.append(uid);
+    const RemovalRecords records(m_account);
+    const QList<ServerUid> uids = records.all();
+    if (uids.isEmpty())
+        return;
+    QSet<ServerUid> fromTrash;
+    for (const FolderState &state : m_folders.all()) {
+        if (state.type != Eas::DeletedItems)
+            continue;
+        for (const ServerUid &uid : records.from(state.folderId)) {
+            // What the server has there as well is a deletion like any other.
+            if (!uid.isIn(state.serverId))
+                fromTrash.insert(uid);
+        }
+    }
+    for (const ServerUid &uid : uids) {
+        if (!changes->contains(uid.collectionId()) || !uid.isItem())
+            continue;
+        FolderLocalChanges &folder = (*changes)[uid.collectionId()];
+        (fromTrash.contains(uid) ? folder.erasures : folder.deletions).append(uid);
     }
 }
 

@@ -29,8 +29,13 @@ struct FolderLocalChanges
     QList<FlagChange> flags;
     QList<Move> moves;
     QList<ServerUid> deletions;
+    /** Deleted from the trash here, though the server has not heard yet that they went there. */
+    QList<ServerUid> erasures;
 
-    bool isEmpty() const { return flags.isEmpty() && moves.isEmpty() && deletions.isEmpty(); }
+    bool isEmpty() const
+    {
+        return flags.isEmpty() && moves.isEmpty() && deletions.isEmpty() && erasures.isEmpty();
+    }
 };
 
 /**

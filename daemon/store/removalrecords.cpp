@@ -24,10 +24,7 @@ RemovalRecords::RemovalRecords(const QMailAccountId &account)
 
 QList<ServerUid> RemovalRecords::all() const
 {
-    QList<ServerUid> uids;
-    for (const auto &record : QMailStore::instance()->messageRemovalRecords(m_account))
-        uids.append(ServerUid(record.serverUid()));
-    return uids;
+    return listed(QMailFolderId());
 }
 
 QList<ServerUid> RemovalRecords::in(const Eas::FolderId &collectionId) const
@@ -37,6 +34,20 @@ QList<ServerUid> RemovalRecords::in(const Eas::FolderId &collectionId) const
         if (uid.isIn(collectionId))
             uids.append(uid);
     }
+    return uids;
+}
+
+QList<ServerUid> RemovalRecords::from(const QMailFolderId &folder) const
+{
+    return folder.isValid() ? listed(folder) : QList<ServerUid>();
+}
+
+/** Without a folder, the mail store tells all of them. */
+QList<ServerUid> RemovalRecords::listed(const QMailFolderId &folder) const
+{
+    QList<ServerUid> uids;
+    for (const auto &record : QMailStore::instance()->messageRemovalRecords(m_account, folder))
+        uids.append(ServerUid(record.serverUid()));
     return uids;
 }
 

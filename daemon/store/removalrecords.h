@@ -16,10 +16,14 @@ public:
 
     QList<ServerUid> all() const;
     QList<ServerUid> in(const Eas::FolderId &collectionId) const;
+    /** What lay in this folder of the mail store, wherever the server has it. */
+    QList<ServerUid> from(const QMailFolderId &folder) const;
     Eas::Result forget(const QList<ServerUid> &uids);
     Eas::Result forgetAll();
 
 private:
+    QList<ServerUid> listed(const QMailFolderId &folder) const;
+
     const QMailAccountId m_account;
 };
 

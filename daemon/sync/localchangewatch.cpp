@@ -107,7 +107,7 @@ QSet<QString> LocalChangeWatch::changes() const
             found.insert(QStringLiteral("move %1 %2")
                              .arg(move.id.toULongLong())
                              .arg(move.destination.text()));
-        for (const Store::ServerUid &uid : folder.deletions)
+        for (const Store::ServerUid &uid : folder.deletions + folder.erasures)
             found.insert(
                 QStringLiteral("deletion %1 %2").arg(folder.collectionId.text(), uid.itemId()));
     }

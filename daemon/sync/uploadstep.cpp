@@ -24,12 +24,19 @@ QList<Store::FolderLocalChanges> portions(const Store::FolderLocalChanges &all)
 {
     QList<Store::FolderLocalChanges> portions;
     const int most = Sizes::UploadChanges;
+    Store::FolderLocalChanges portion;
+    portion.collectionId = all.collectionId;
+    portion.moves = all.moves;
     for (int at = 0; at < qMax(all.flags.size(), all.deletions.size()); at += most) {
-        Store::FolderLocalChanges portion;
-        portion.collectionId = all.collectionId;
         portion.flags = all.flags.mid(at, most);
         portion.deletions = all.deletions.mid(at, most);
-        portion.moves = all.moves;
+        portions.append(portion);
+    }
+    portion.flags.clear();
+    portion.deletions.clear();
+    // A request says for all that it deletes whether it goes to the trash.
+    for (int at = 0; at < all.erasures.size(); at += most) {
+        portion.erasures = all.erasures.mid(at, most);
         portions.append(portion);
     }
     return portions;
@@ -200,8 +207,8 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
         return;
     }
     request.getChanges = false;
-    request.deletesAsMoves = state->type != Eas::DeletedItems;
-    for (const Store::ServerUid &uid : changes.deletions)
+    request.deletesAsMoves = changes.erasures.isEmpty() && state->type != Eas::DeletedItems;
+    for (const Store::ServerUid &uid : changes.deletions + changes.erasures)
         request.deleted.append(uid.itemId());
     for (const Store::FlagChange &flags : changes.flags)
         request.changed.append(toLocalChange(flags));
@@ -251,7 +258,7 @@ void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLoc
             result = m_changes.dropMessage(flags.id);
     }
     QList<Store::ServerUid> deleted;
-    for (const Store::ServerUid &uid : changes.deletions) {
+    for (const Store::ServerUid &uid : changes.deletions + changes.erasures) {
         if (window.refused.value(uid.itemId(), Eas::ItemAnswer::Taken) != Eas::ItemAnswer::Refused)
             deleted.append(uid);
     }

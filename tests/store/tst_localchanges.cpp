@@ -88,6 +88,7 @@ private slots:
     void refusedMoveGoesBack();
     void flagsOfAMovedMessageGoToItsFolderAtTheServer();
     void deletionsAreNamedByFolder();
+    void whatIsDeletedFromTheTrashIsErasedWhereTheServerHasIt();
     void acknowledgedDeletionIsForgotten();
     void removalRecordWithoutIdIsIgnored();
     void messageOfTheUserAloneIsNoBusinessOfTheServer();
@@ -430,6 +431,26 @@ void TestLocalChanges::deletionsAreNamedByFolder()
     QVERIFY(deleted.contains(ServerUid::item(InboxId, text("2"))));
     QCOMPARE(changes.last().collectionId, TrashId);
     QVERIFY(changes.last().deletions == QList<ServerUid> {ServerUid::item(TrashId, text("1"))});
+}
+
+void TestLocalChanges::whatIsDeletedFromTheTrashIsErasedWhereTheServerHasIt()
+{
+    moveToTrash(1);
+    moveToTrash(2);
+    QMailDisconnected::moveToFolder({message(2).id()}, m_account->folderId());
+    for (const int id : {1, 2, 3})
+        remove(id);
+    const QList<FolderLocalChanges> changes = collect();
+    QCOMPARE(changes.size(), 1);
+    QCOMPARE(changes.first().collectionId, InboxId);
+    QVERIFY(changes.first().erasures == QList<ServerUid> {ServerUid::item(InboxId, text("1"))});
+    QVERIFY((changes.first().deletions
+             == QList<ServerUid> {ServerUid::item(InboxId, text("2")),
+                                  ServerUid::item(InboxId, text("3"))}));
+    QCOMPARE(m_changes->count(), 3);
+    QVERIFY(m_changes->acknowledgeDeletions(changes.first().erasures).ok());
+    QCOMPARE(m_changes->count(), 2);
+    QVERIFY(collect().first().erasures.isEmpty());
 }
 
 void TestLocalChanges::acknowledgedDeletionIsForgotten()

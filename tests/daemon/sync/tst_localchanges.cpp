@@ -36,6 +36,8 @@ private slots:
     void aFlaggedMessageThatIsReadStaysFlagged();
     void aDeletionGoesToTheServersTrash();
     void aDeletionFromTheTrashIsForGood();
+    void whatIsDeletedBeforeItsMoveToTheTrashIsToldIsGoneForGood_data();
+    void whatIsDeletedBeforeItsMoveToTheTrashIsToldIsGoneForGood();
     void whatIsDeletedWhileMailComesIsDeleted();
     void deletionsOfWhatTheServerNeverHadAreForgotten();
     void aMoveTravelsAndTheMessageKeepsItsId();
@@ -202,6 +204,36 @@ void TestLocalChanges::aDeletionFromTheTrashIsForGood()
     QVERIFY(world().atServer(Mail1, Trash).isEmpty());
     QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
     QVERIFY(world().subjects(Trash).isEmpty());
+}
+
+void TestLocalChanges::whatIsDeletedBeforeItsMoveToTheTrashIsToldIsGoneForGood_data()
+{
+    QTest::addColumn<int>("lost");
+    QTest::newRow("all answers come") << 0;
+    QTest::newRow("the first answer is lost") << 1;
+    QTest::newRow("the second answer is lost") << 2;
+}
+
+void TestLocalChanges::whatIsDeletedBeforeItsMoveToTheTrashIsToldIsGoneForGood()
+{
+    QFETCH(int, lost);
+    move(world().find(Mail1), Inbox, Trash);
+    for (const QString &subject : {Mail1, Mail2})
+        QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(world().find(subject)),
+                                                       QMailStore::CreateRemovalRecord));
+    if (lost > 0)
+        world().server.fault("cut", "Sync", {{"bytes", 5}, {"after", lost - 1}});
+    QCOMPARE(world().syncAndWait() == 200, lost == 0);
+    QVERIFY(world().faultsAreTaken());
+    for (int i = 0; i < 2; ++i)
+        QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+    QVERIFY(world().atServer(Mail1, Trash).isEmpty());
+    QVERIFY(!world().atServer(Mail2, Trash).isEmpty());
+    QCOMPARE(world().server.messages(QStringLiteral("alice"), Trash).size(), 1);
+    QCOMPARE(world().server.messages(QStringLiteral("alice"), Inbox).size(), 1);
+    QCOMPARE(world().subjects(Trash), QStringList {Mail2});
+    QCOMPARE(world().subjects(), QStringList {Mail3});
 }
 
 void TestLocalChanges::whatIsDeletedWhileMailComesIsDeleted()
