@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/send/headfetch.h"
 
+#include "daemon/store/incoming/mimeguard.h"
 #include "eas/fetchmessagecommand.h"
 
 namespace Daemon {
@@ -10,6 +11,12 @@ HeadFetch::HeadFetch(const AccountContext &context, const Eas::ItemLocator &loca
     : Task(context, parent)
     , m_locator(locator)
 {
+}
+
+QMailMessage HeadFetch::message() const
+{
+    return Store::MimeGuard::isHarmless(m_bytes) ? QMailMessage::fromRfc2822(m_bytes)
+                                                 : QMailMessage();
 }
 
 void HeadFetch::perform()

@@ -18,8 +18,11 @@ class HeadFetch : public Task
 public:
     HeadFetch(const AccountContext &context, const Eas::ItemLocator &locator, QObject *parent);
 
-    /** Valid after it has finished with Success; without headers where the server tells none. */
-    QMailMessage message() const { return QMailMessage::fromRfc2822(m_bytes); }
+    /**
+     * Valid after it has finished with Success; without headers where the server tells none, or
+     * such as QMF does not get over.
+     */
+    QMailMessage message() const;
 
 private:
     void perform() override;

@@ -72,6 +72,9 @@ private slots:
     void sampleMessagesKeepTheirParts();
     void emptyMessageGetsALineBreak();
     void uselessFileLeavesTheMessageAsItWas();
+    void messageThatLostItsContentGetsItAgain();
+    void messageThatQmfDoesNotGetOverIsNotParsed_data();
+    void messageThatQmfDoesNotGetOverIsNotParsed();
     void messageWithAParameterOfALongNameIsNotParsed_data();
     void messageWithAParameterOfALongNameIsNotParsed();
     void partIsDescribed();
@@ -220,6 +223,66 @@ void TestContentWriter::uselessFileLeavesTheMessageAsItWas()
     QCOMPARE(ContentWriter::replaceMessage(m_id, file(absurd)).code, 501);
     QCOMPARE(message().partCount(), 3u);
     QCOMPARE(message().subject(), text("With parts"));
+}
+
+void TestContentWriter::messageThatLostItsContentGetsItAgain()
+{
+    QVERIFY(QFile::remove(message().contentIdentifier()));
+    QVERIFY(ContentWriter::replaceMessage(m_id, file("Subject: Back\r\n\r\nThe text\r\n")).ok());
+    QCOMPARE(message().id(), m_id);
+    QCOMPARE(message().body().data(), text("The text\n"));
+}
+
+void TestContentWriter::messageThatQmfDoesNotGetOverIsNotParsed_data()
+{
+    const auto nested = [](const QByteArray &begin) {
+        return "MIME-Version: 1.0\r\n" + begin + QByteArray(begin).repeated(200);
+    };
+    const QByteArray type = "Content-Type: text/plain";
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("code");
+    QTest::newRow("nested, a boundary in pieces")
+        << nested("Content-Type: multipart/mixed; boundary*0=x\r\n\r\n--x\r\n") << 501;
+    QTest::newRow("nested, an encoded boundary")
+        << nested("Content-Type: multipart/mixed; boundary*=us-ascii''x\r\n\r\n--x\r\n") << 501;
+    QTest::newRow("nested, a folded boundary")
+        << nested("Content-Type: multipart/mixed; boundary\r\n =x\r\n\r\n--x\r\n") << 501;
+    QTest::newRow("nested, no boundary") << nested("x--\nContent-Type: multipart/mixed\n\n") << 501;
+    QTest::newRow("nested, a folded name")
+        << nested("Content-Type\r\n : multipart/mixed\r\n\r\n--x\r\n") << 501;
+    QTest::newRow("many parts, no boundary")
+        << "Content-Type: multipart/mixed\r\n\r\n" + QByteArray("a\r\n--\r\n").repeated(2000)
+        << 501;
+    QTest::newRow("a charset that ends in %")
+        << type + "; charset*=us-ascii''%\r\n\r\nHello" << 501;
+    QTest::newRow("a folded one") << type + ";\r\n charset*\r\n =us-ascii''%4\r\n\r\nHello" << 501;
+    QTest::newRow("a boundary") << QByteArray(
+        "Content-Type: multipart/mixed; boundary*=''%\r\n\r\n--b\r\n\r\nHello")
+                                << 501;
+    QTest::newRow("a name in pieces")
+        << type + "; name*0*=us-ascii''a; name*1=\"b%\"; x=y\r\n\r\nHello" << 501;
+    QTest::newRow("a whole name") << type + "; name*=utf-8''100%25; charset=utf-8\r\n\r\nHello"
+                                  << 200;
+    QTest::newRow("not encoded") << type + "; name=\"100%\"\r\n\r\nHello" << 200;
+    QTest::newRow("in the text") << QByteArray("Subject: a\r\n\r\nx*=5%; name *= 5%20") << 200;
+    QTest::newRow("many lists of addresses")
+        << QByteArray("To: a@b.test\r\n").repeated(21) + "\r\nHello" << 501;
+    QTest::newRow("a long head") << "X-A: " + QByteArray(300000, 'a') + "\r\n\r\nHello" << 501;
+    QTest::newRow("a long subject")
+        << "Subject: " + QByteArray("[]").repeated(10000) + "\r\n\r\nHello" << 501;
+    QTest::newRow("many recipients") << "To: " + QByteArray("aaaaaaaaa@b.test,\r\n ").repeated(2000)
+            + "c@d.test\r\n\r\nHello" << 200;
+    QTest::newRow("a long text") << "Subject: a\r\n\r\n" + QByteArray("To: a\r\n").repeated(50000)
+                                 << 200;
+}
+
+/** The daemon, and each program that shows the message, would crash or stand still. */
+void TestContentWriter::messageThatQmfDoesNotGetOverIsNotParsed()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, code);
+    QCOMPARE(ContentWriter::replaceMessage(m_id, file(content)).code, code);
+    QCOMPARE(message().subject() == text("With parts"), code != 200);
 }
 
 void TestContentWriter::messageWithAParameterOfALongNameIsNotParsed_data()

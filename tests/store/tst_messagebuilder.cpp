@@ -4,7 +4,9 @@
 #include "tests/store/items.h"
 
 #include <qmailstore.h>
+#include <QTemporaryFile>
 #include <QTest>
+#include <QUrl>
 
 using namespace Items;
 
@@ -67,6 +69,8 @@ private slots:
     void conversationIsKept();
     void wholeMimeMessageIsParsed();
     void mimeWithAbsurdStructureDoesNoHarm();
+    void contentIsNotTakenFromAFileOfThisMachine();
+    void internalHeadersOfOthersAreNotBelieved();
     void linesEndAlike_data();
     void linesEndAlike();
     void datesOutOfRange_data();
@@ -418,6 +422,56 @@ void TestMessageBuilder::mimeWithAbsurdStructureDoesNoHarm()
     sent.body->data = nested(20);
     sent.serverId = text("2");
     QCOMPARE(through(sent).partCount(), 1u);
+}
+
+/** A forward would send the file. */
+void TestMessageBuilder::contentIsNotTakenFromAFileOfThisMachine()
+{
+    QTemporaryFile secret;
+    QVERIFY(secret.open() && secret.write("secret") == 6 && secret.flush());
+    const QString url = QUrl::fromLocalFile(secret.fileName()).toString();
+    const QString encoded =
+        QStringLiteral("=?utf-8?B?%1?=").arg(QString::fromLatin1(url.toUtf8().toBase64()));
+    int number = 0;
+    for (const QString &location : {url, url.toUpper().left(5) + url.mid(5), encoded}) {
+        Eas::MailItem sent = item(QString::number(++number));
+        sent.attachments = QList<Eas::Attachment> {attachment(text("a.bin"), text("ref/1"))};
+        sent.attachments->first().contentLocation = location;
+        const QMailMessage built = through(sent);
+        QCOMPARE(built.partCount(), 2u);
+        QVERIFY(!built.partAt(1u).hasBody());
+
+        sent = item(QString::number(++number));
+        sent.body->type = Eas::Mime;
+        sent.body->data = "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
+                          "Content-Type: application/octet-stream\r\nContent-Location: "
+            + location.toUtf8() + "\r\n\r\nreal\r\n--b--\r\n";
+        const QMailMessage parsed = through(sent);
+        QCOMPARE(parsed.partCount(), 1u);
+        QCOMPARE(parsed.partAt(0u).body().data(QMailMessageBody::Decoded), QByteArray("real"));
+    }
+    Eas::MailItem relative = item(text("r"));
+    relative.attachments = QList<Eas::Attachment> {attachment(text("a.png"), text("ref/1"))};
+    relative.attachments->first().contentLocation = text("image001.png");
+    QCOMPARE(through(relative).partAt(1u).contentLocation(), text("image001.png"));
+}
+
+/** By them we fetch an attachment, and send it with a forward. */
+void TestMessageBuilder::internalHeadersOfOthersAreNotBelieved()
+{
+    Eas::MailItem sent = item(text("1"));
+    sent.body->type = Eas::Mime;
+    sent.body->data =
+        "X-QMF-internal-own: 1\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
+        "Content-Type: application/octet-stream\r\n"
+        "x-qmf-internal-file-reference: other\r\n"
+        "X-qmf-internal-partial-content: 1\r\n\r\nreal\r\n--b--\r\n";
+    const QMailMessage message = through(sent);
+    QCOMPARE(message.partCount(), 1u);
+    QVERIFY(message.headerField(text("X-qmf-internal-own")).isNull());
+    QCOMPARE(Store::MessageBuilder::fileReference(message.partAt(0u)), QString());
+    QVERIFY(message.partAt(0u).headerField(text("X-qmf-internal-partial-content")).isNull());
+    QVERIFY(message.partAt(0u).contentAvailable());
 }
 
 void TestMessageBuilder::linesEndAlike_data()

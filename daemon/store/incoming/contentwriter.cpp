@@ -153,12 +153,14 @@ Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QStrin
     if (!isHere(id))
         return gone();
     QMailMessage message = QMailMessage::fromRfc2822File(path);
+    MimeGuard::disarm(&message);
     message.setMessageType(Message::Email);
     message.setContentScheme(QStringLiteral("qmfstoragemanager"));
     fillEmptyText(&message);
     message.setStatus(Message::ContentAvailable | Message::PartialContentAvailable, true);
     message.setStatus(Message::HasAttachments, message.hasAttachments());
-    const QMailMessage before(id);
+    // Not what a loaded message tells: it tells nothing where the content is lost.
+    const Message before = currentMessage(id);
     MessageBuilder::keepIdentity(&message, before);
     const quint64 priority = Message::HighPriority | Message::LowPriority;
     message.setStatus((message.status() & ~priority) | (before.status() & priority));

@@ -86,6 +86,7 @@ QMailMessagePart attachmentPart(const Eas::Attachment &attachment)
         part.setContentID(id(attachment.contentId));
     if (!attachment.contentLocation.isEmpty())
         part.setContentLocation(id(attachment.contentLocation));
+    MimeGuard::disarm(&part);
     part.setHeaderField(FileReferenceHeader,
                         QString::fromLatin1(attachment.fileReference.toUtf8().toPercentEncoding()));
     return part;
@@ -270,6 +271,7 @@ QMailMessage MessageBuilder::build(const Eas::MailItem &item)
     const bool mime =
         item.body && item.body->type == Eas::Mime && MimeGuard::isHarmless(item.body->data);
     QMailMessage message = mime ? QMailMessage::fromRfc2822(item.body->data) : QMailMessage();
+    MimeGuard::disarm(&message);
     message.setMessageType(Message::Email);
     message.setContentScheme(QStringLiteral("qmfstoragemanager"));
     message.setReceivedDate(QMailTimeStamp(QDateTime::currentDateTimeUtc()));

@@ -4,20 +4,33 @@
 
 #include <QByteArray>
 
+class QMailMessage;
+class QMailMessagePart;
+
 namespace Store {
 
-/** Keeps messages from QMF's parser that would crash it or take it very long. */
+/** Keeps from QMF what in a message would crash its parser, take it very long, or deceive it. */
 namespace MimeGuard {
 
 /**
- * Whether the message has a sensible number of parts, and no multipart has a parameter of a long
- * name.
+ * Whether QMF gets over the message, in the daemon, the message server and each mail program that
+ * opens it. It must have a sensible number of parts and a head of sensible length:
  *
- * The parser recurses into nested parts until the stack ends, and its time grows with the square of
- * their number: in the daemon, the message server and each mail program that opens the message. A
- * parameter with a name of more than 68 characters it writes into lines for ever, into memory.
+ * - The parser recurses into nested parts until the stack ends, and its time grows with the square
+ *   of their number, and with that of the addresses times the number of their lists.
+ * - A multipart's parameter with a name of more than 68 characters is broken into lines for ever.
+ * - Where a parameter's value (RFC 2231) ends behind "%", it is read beyond its end.
  */
 bool isHarmless(const QByteArray &message);
+
+/**
+ * Takes out what only this machine's own programs may say in a message: headers that QMF keeps for
+ * itself, and files of this machine as the place of a content, which QMF would show, and send when
+ * the message is forwarded.
+ */
+void disarm(QMailMessage *message);
+/** The same for one part that has none in it. */
+void disarm(QMailMessagePart *part);
 
 } // namespace MimeGuard
 

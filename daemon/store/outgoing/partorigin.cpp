@@ -4,6 +4,7 @@
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/incoming/contentmark.h"
 #include "daemon/store/incoming/messagebuilder.h"
+#include "daemon/store/incoming/mimeguard.h"
 #include "daemon/store/outgoing/responseplan.h"
 
 #include <QDataStream>
@@ -149,7 +150,11 @@ std::optional<ContentOrigin> PartOrigin::ofEmbedded(const QMailMessagePart &part
         return std::nullopt;
     QDataStream stream(&file);
     part.body().toStream(stream, QMailMessageBody::Decoded);
-    file.close();
+    const auto *bytes =
+        file.flush() ? reinterpret_cast<const char *>(file.map(0, file.size())) : nullptr;
+    // What cannot be looked into goes as it is.
+    if (!bytes || !MimeGuard::isHarmless(QByteArray::fromRawData(bytes, int(file.size()))))
+        return std::nullopt;
     const QMailMessage copy = QMailMessage::fromRfc2822File(file.fileName());
     const QMailMessageId id = embedded(copy);
     const bool isWhole = !hasHollow(copy) && !(id.isValid() && isCutAs(copy, QMailMessage(id)));

@@ -99,6 +99,7 @@ private slots:
     void whatAReplyNamesItselfStays();
     void aReplyGoesWithoutANameThatTheServerDoesNotTell();
 
+    void anEmbeddedMessageThatQmfDoesNotGetOverGoesAsItIs();
     void whatWasNeverFetchedIsFetched_data();
     void whatWasNeverFetchedIsFetched();
     void whatCannotBeFetchedIsNotSent_data() { whatWasNeverFetchedIsFetched_data(); }
@@ -587,6 +588,19 @@ QMailMessage TestResponses::passingOn(const QString &way) const
     else if (way == QLatin1String("copied attachment"))
         part = original.partAt(1);
     return withPart(response(QMailMessage::Forward, QStringLiteral("Look.\n")), part);
+}
+
+void TestResponses::anEmbeddedMessageThatQmfDoesNotGetOverGoesAsItIs()
+{
+    const QByteArray nested =
+        QByteArray("x--\r\nContent-Type: multipart/mixed\r\n\r\n").repeated(20000);
+    const QMailMessagePart part = QMailMessagePart::fromData(
+        nested, QMailMessageContentDisposition(QMailMessageContentDisposition::Attachment),
+        QMailMessageContentType("message/rfc822"), QMailMessageBody::EightBit);
+    const QMailMessage message =
+        withPart(response(QMailMessage::Forward, QStringLiteral("Look.\n")), part);
+    QCOMPARE(world().sendAndWait(world().add(message)), 200);
+    QCOMPARE(world().received().count("x--"), 20000);
 }
 
 void TestResponses::whatWasNeverFetchedIsFetched_data()
