@@ -4,13 +4,19 @@
 #include "daemon/store/incoming/contentwriter.h"
 #include "daemon/store/localchanges.h"
 #include "tests/store/items.h"
+#include "tests/store/sqltrace.h"
 
+#include <QDeadlineTimer>
+#include <QFile>
 #include <qmaildisconnected.h>
 #include <qmailstore.h>
 #include <QProcess>
 #include <QTest>
 
+#include <cstdio>
 #include <memory>
+#include <sys/sem.h>
+#include <unistd.h>
 
 using namespace Items;
 
@@ -41,6 +47,39 @@ int change(const QMailMessageId &id)
     return store->updateMessagesMetaData(QMailMessageKey::id(id), Message::Important, true) ? 0 : 1;
 }
 
+/** Whether another process waits for a lock that this one holds: the mail store's are semaphores of
+ * System V. */
+bool isAwaited()
+{
+    struct seminfo info = {};
+    struct semid_ds state = {};
+    const int last = ::semctl(0, 0, SEM_INFO, &info);
+    for (int i = 0; i <= last; ++i) {
+        const int id = ::semctl(i, 0, SEM_STAT, &state);
+        if (id >= 0 && ::semctl(id, 0, GETPID) == ::getpid() && ::semctl(id, 0, GETNCNT) > 0)
+            return true;
+    }
+    return false;
+}
+
+/** Marks the message as important, and does not end before another process waits for that. */
+int changeAwaited(const QMailMessageId &id)
+{
+    bool isAwaitedOnce = false;
+    const SqlTrace trace([&](const QString &statement) {
+        if (isAwaitedOnce || !statement.startsWith(QLatin1String("UPDATE mailmessages")))
+            return;
+        std::puts("writing");
+        std::fflush(stdout);
+        const QDeadlineTimer deadline(10000);
+        while (!isAwaitedOnce && !deadline.hasExpired())
+            isAwaitedOnce = isAwaited();
+    });
+    const bool isDone = QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                                       Message::Important, true);
+    return isDone && isAwaitedOnce ? 0 : 1;
+}
+
 } // namespace
 
 /** What the user does in the mail program meanwhile is not undone. */
@@ -57,11 +96,17 @@ private slots:
     void refusedMoveGoesBackAndKeepsItsFlags();
     void changeOfAFlagTouchesNothingElse();
     void changeOfTheContentTouchesNothingElse();
+    void aContentThatIsWrittenMeanwhileTouchesNothingElse_data();
+    void aContentThatIsWrittenMeanwhileTouchesNothingElse();
+    void aContentWaitsForWhatIsBeingWritten();
+    void aPartThatIsWrittenMeanwhileTouchesNothingElse();
     void reconciliationTouchesNothingElse();
 
 private:
     /** The message is still where the other process put it, with the flag that it set. */
     void compareKept();
+    /** A message that is not changed elsewhere yet, with an attachment that is not here. */
+    void addWithAttachment();
 
     std::unique_ptr<SyncedAccount> m_account;
     QMailMessageId m_id;
@@ -153,6 +198,102 @@ void TestOtherProcess::changeOfTheContentTouchesNothingElse()
     QCOMPARE(Store::currentMessage(m_id).subject(), QStringLiteral("Another subject"));
 }
 
+void TestOtherProcess::addWithAttachment()
+{
+    Eas::SyncWindow window = Items::window(InboxId, QStringLiteral("3"));
+    window.added.append(item(QStringLiteral("2")));
+    window.added.first().attachments =
+        QList<Eas::Attachment> {attachment(QStringLiteral("a.bin"), QStringLiteral("ref/1"), 3)};
+    QCOMPARE(m_account->write(window), 200);
+    m_id = m_account->metaData(QStringLiteral("2")).id();
+    QVERIFY(m_id.isValid());
+}
+
+void TestOtherProcess::aContentThatIsWrittenMeanwhileTouchesNothingElse_data()
+{
+    QTest::addColumn<bool>("isWhole");
+    QTest::newRow("the server tells all of the message") << true;
+    QTest::newRow("the server tells its new subject") << false;
+}
+
+void TestOtherProcess::aContentThatIsWrittenMeanwhileTouchesNothingElse()
+{
+    QFETCH(bool, isWhole);
+    addWithAttachment();
+    const QString subject = QStringLiteral("Another subject");
+    Eas::SyncWindow window = Items::window(InboxId, QStringLiteral("4"));
+    for (int i = 0; i < 3; ++i)
+        window.added.append(item(QStringLiteral("New %1").arg(i)));
+    window.changed.append(item(QStringLiteral("2"), subject));
+    window.changed.first().read = true;
+    if (!isWhole) {
+        window.changed.first() = Eas::MailItem();
+        window.changed.first().serverId = QStringLiteral("2");
+        window.changed.first().subject = subject;
+    }
+    int changes = 0;
+    connect(QMailStore::instance(), &QMailStore::messagesAdded, this,
+            [&] { changes += changeElsewhere(m_id) ? 1 : 0; });
+    QCOMPARE(m_account->write(window), 200);
+    QMailStore::instance()->disconnect(this);
+    QCOMPARE(changes, 1);
+    compareKept();
+    const Message now = Store::currentMessage(m_id);
+    QCOMPARE(now.previousParentFolderId(), m_account->folderId());
+    QVERIFY(now.status() & Message::Trash);
+    QCOMPARE(bool(now.status() & Message::Read), isWhole);
+    QCOMPARE(now.subject(), subject);
+}
+
+void TestOtherProcess::aContentWaitsForWhatIsBeingWritten()
+{
+    addWithAttachment();
+    Eas::SyncWindow window = Items::window(InboxId, QStringLiteral("4"));
+    window.added.append(item(QStringLiteral("New")));
+    window.changed.append(item(QStringLiteral("2"), QStringLiteral("Another subject")));
+    QProcess other;
+    bool isWriting = false;
+    connect(QMailStore::instance(), &QMailStore::messagesAdded, this, [&] {
+        other.start(QCoreApplication::applicationFilePath(),
+                    {QStringLiteral("--change-awaited"), QString::number(m_id.toULongLong())});
+        while (!isWriting && other.waitForReadyRead())
+            isWriting = other.readAllStandardOutput().contains("writing");
+    });
+    QCOMPARE(m_account->write(window), 200);
+    QMailStore::instance()->disconnect(this);
+    QVERIFY(isWriting);
+    QVERIFY(other.waitForFinished());
+    QCOMPARE(other.exitCode(), 0);
+    const Message now = Store::currentMessage(m_id);
+    QVERIFY(now.status() & Message::Important);
+    QCOMPARE(now.subject(), QStringLiteral("Another subject"));
+}
+
+void TestOtherProcess::aPartThatIsWrittenMeanwhileTouchesNothingElse()
+{
+    addWithAttachment();
+    const QString path = Store::ContentWriter::downloadFolder() + QStringLiteral("/part");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("abc") == 3);
+    file.close();
+    int looks = 0;
+    int changes = 0;
+    {
+        // At the last moment at which another process can write.
+        SqlTrace trace([&](const QString &statement) {
+            const bool isLook = statement.startsWith(QLatin1String("SELECT * FROM mailmessages"));
+            if (isLook && ++looks == 2)
+                changes += changeElsewhere(m_id) ? 1 : 0;
+        });
+        QVERIFY(Store::ContentWriter::writePart(m_id, QStringLiteral("2"), path).ok());
+    }
+    QCOMPARE(changes, 1);
+    compareKept();
+    QVERIFY(Store::currentMessage(m_id).status() & Message::ContentAvailable);
+    QCOMPARE(QMailMessage(m_id).partAt(1).body().data(QMailMessageBody::Decoded),
+             QByteArray("abc"));
+}
+
 void TestOtherProcess::reconciliationTouchesNothingElse()
 {
     Store::FolderState state = m_account->state();
@@ -172,6 +313,8 @@ int main(int argc, char **argv)
     const QStringList arguments = application.arguments();
     if (arguments.value(1) == QLatin1String("--change"))
         return change(QMailMessageId(arguments.value(2).toULongLong()));
+    if (arguments.value(1) == QLatin1String("--change-awaited"))
+        return changeAwaited(QMailMessageId(arguments.value(2).toULongLong()));
     TestOtherProcess test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -105,6 +105,18 @@ Eas::Result save(Update update, const QMailMessageId &id)
                       : gone();
 }
 
+/** Writes these flags alone: the user may be doing more with the message right now. */
+Eas::Result saveContentState(const QMailMessageId &id, quint64 state)
+{
+    const auto write = [&id](quint64 flags, bool value) {
+        return flags == 0
+            || QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), flags,
+                                                              value);
+    };
+    return save(
+        [&] { return write(state, true) && write(ContentMask & ~state, false) && isHere(id); }, id);
+}
+
 /** Where the store has the content of a part, decoded, if it is here. */
 QString partFile(const QMailMessage &message, const QMailMessagePart &part)
 {
@@ -241,17 +253,16 @@ Eas::Result ContentWriter::writePart(const QMailMessageId &id, const QString &lo
     QMailMessagePart *part = find(message, location);
     if (!part)
         return gone();
-    Message data = currentMessage(id);
-    if (placeFile(message, *part, path)) {
-        message = QMailMessage(id);
-        data.setStatus(contentState(message) | (data.status() & ~ContentMask));
-        return save([&data] { return QMailStore::instance()->updateMessage(&data); }, id);
-    }
-    // The body refers to the file; the store copies from there, as it is.
+    if (placeFile(message, *part, path))
+        return saveContentState(id, contentState(QMailMessage(id)));
+    // The body refers to the file; the store copies from there, as it is. Of a message whose other
+    // properties are as they were read, it writes the content alone.
     part->setBody(QMailMessageBody::fromFile(path, part->contentType(), QMailMessageBody::Base64,
                                              QMailMessageBody::RequiresEncoding));
-    message.setStatus(contentState(message) | (message.status() & ~ContentMask));
-    return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+    const quint64 state = contentState(message);
+    const Eas::Result saved =
+        save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+    return saved.ok() ? saveContentState(id, state) : saved;
 }
 
 } // namespace Store

@@ -13,8 +13,6 @@
 
 #include <qmailstore.h>
 
-#include <vector>
-
 namespace Store {
 
 namespace {
@@ -45,6 +43,21 @@ bool isDamaged(const QMailMessageMetaData &message, const Eas::MailItem &item)
 {
     // What was downloaded as a whole is not of the item's size.
     return isContentDamaged(message, ContentMark::read(message).downloaded ? 0 : textSize({item}));
+}
+
+/** Takes over what was done with the message since it had this status: another process may have
+ * moved or flagged it, and its own thread grows when messages are added. */
+void follow(QMailMessage *message, quint64 statusBefore, const QMailMessageMetaData &now)
+{
+    const quint64 changed = statusBefore ^ now.status();
+    message->setStatus((message->status() & ~changed) | (now.status() & changed));
+    message->setParentFolderId(now.parentFolderId());
+    message->setPreviousParentFolderId(now.previousParentFolderId());
+    message->setRestoreFolderId(now.restoreFolderId());
+    message->setServerUid(now.serverUid());
+    message->setParentThreadId(now.parentThreadId());
+    message->setInResponseTo(now.inResponseTo());
+    message->setResponseType(now.responseType());
 }
 
 /** Pointers to the messages, as the store's calls want them. */
@@ -146,18 +159,49 @@ Eas::Result MessageWriter::update(const Updates &items)
     const Eas::Result room = contents.empty() ? Eas::Result() : checkRoom(textSize(changed));
     if (!room.ok())
         return room;
-    for (QMailMessage &message : contents) {
-        FoundMark.clear(&message);
-        m_updated.append(message.id());
-    }
-    if (!contents.empty() && !QMailStore::instance()->updateMessages(pointers(contents)))
-        return storeFailure(QStringLiteral("cannot update messages"));
-    Eas::Result result = storeFlags(flags);
+    Eas::Result result = storeContents(contents, items);
+    if (result.ok())
+        result = storeFlags(flags);
     if (result.ok())
         result = storeMarks(marked);
     if (result.ok())
         followConversations(items);
     return result;
+}
+
+/**
+ * With a content, the store writes all of a message. So each is looked at once more directly
+ * before: what the user did since the items were looked up would be undone.
+ */
+Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, const Updates &items)
+{
+    if (contents.empty())
+        return {};
+    QMap<QMailMessageId, quint64> statusBefore;
+    for (const auto &[item, before] : items)
+        statusBefore.insert(before.id(), before.status());
+    QMap<QMailMessageId, QMailMessage *> left;
+    for (QMailMessage &message : contents)
+        left.insert(message.id(), &message);
+    QMailStore *store = QMailStore::instance();
+    // Another process that is writing is waited for, as nobody sees what it does until it has done.
+    // One that begins right now is still not seen: the store cannot look and write in one.
+    store->lock();
+    store->unlock();
+    const QMailMessageMetaDataList found = currentMessages(QMailMessageKey::id(left.keys()));
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot look at messages once more"));
+    QList<QMailMessage *> written;
+    for (const QMailMessageMetaData &now : found) {
+        QMailMessage *message = left.value(now.id());
+        follow(message, statusBefore.value(now.id()), now);
+        FoundMark.clear(message);
+        written.append(message);
+        m_updated.append(now.id());
+    }
+    if (!written.isEmpty() && !store->updateMessages(written))
+        return storeFailure(QStringLiteral("cannot update messages"));
+    return {};
 }
 
 /** After the messages were written. */

@@ -12,6 +12,8 @@
 #include <QMap>
 #include <QPair>
 
+#include <vector>
+
 namespace Store {
 
 /** Writes items of a server into the mail store as an account's messages, and counts what changed.
@@ -40,6 +42,7 @@ public:
     int removed() const { return m_removed; }
 
 private:
+    Eas::Result storeContents(std::vector<QMailMessage> &contents, const Updates &items);
     Eas::Result storeFlags(const QMap<QPair<quint64, bool>, QMailMessageIdList> &flags);
     Eas::Result storeMarks(const QList<QMailMessageMetaData> &marked);
     void followConversations(const Updates &items);
