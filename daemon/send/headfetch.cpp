@@ -15,8 +15,12 @@ HeadFetch::HeadFetch(const AccountContext &context, const Eas::ItemLocator &loca
 
 QMailMessage HeadFetch::message() const
 {
-    return Store::MimeGuard::isHarmless(m_bytes) ? QMailMessage::fromRfc2822(m_bytes)
-                                                 : QMailMessage();
+    const int end = qMax(m_bytes.indexOf("\n\n"), m_bytes.indexOf("\n\r\n"));
+    for (const QByteArray &bytes : {m_bytes, m_bytes.left(end + 1)}) {
+        if (Store::MimeGuard::isHarmless(bytes))
+            return QMailMessage::fromRfc2822(bytes);
+    }
+    return {};
 }
 
 void HeadFetch::perform()

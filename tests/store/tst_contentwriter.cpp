@@ -261,6 +261,24 @@ void TestContentWriter::messageThatQmfDoesNotGetOverIsNotParsed_data()
                                 << 501;
     QTest::newRow("a name in pieces")
         << type + "; name*0*=us-ascii''a; name*1=\"b%\"; x=y\r\n\r\nHello" << 501;
+    QTest::newRow("behind a semicolon") << type + "; name*=\"us-ascii''%41;%\"\r\n\r\nHello" << 501;
+    QTest::newRow("beside a plain one")
+        << type + "; name*=us-ascii''a; name=\"b%\"\r\n\r\nHello" << 501;
+    QTest::newRow("of the place") << QByteArray(
+        "Content-Disposition: attachment; filename*=''a%4\r\n\r\nHello")
+                                  << 501;
+    QTest::newRow("folded in the value") << type + "; name*=us-ascii''a%\r\n b\r\n\r\nHello" << 501;
+    QTest::newRow("plain pieces") << type + "; name*0=\"20% \"; name*1=\"100%\"\r\n\r\nHello"
+                                  << 200;
+    QTest::newRow("a piece cut in a byte")
+        << type + "; name*0*=utf-8''a%4; name*1*=1.txt\r\n\r\nHello" << 200;
+    QTest::newRow("not cut at the end") << type + "; name*=utf-8''100%.pdf\r\n\r\nHello" << 200;
+    QTest::newRow("style in the text") << type + "\r\n\r\na[name*=\"x\"]{width:100%}\r\n" << 200;
+    QTest::newRow("multiparts in the text") << type + "\r\n\r\nRe: multipart; "
+            + QByteArray(70, 'a') + "=b\r\n" + QByteArray("a: multipart\r\n").repeated(100)
+                                            << 200;
+    QTest::newRow("many types in one")
+        << type + QByteArray("\r\n content-type:").repeated(5000) + "\r\n\r\nHello" << 501;
     QTest::newRow("a whole name") << type + "; name*=utf-8''100%25; charset=utf-8\r\n\r\nHello"
                                   << 200;
     QTest::newRow("not encoded") << type + "; name=\"100%\"\r\n\r\nHello" << 200;

@@ -19,6 +19,8 @@ constexpr int MaximumMultiparts = 64;
 constexpr int MaximumParts = 1000;
 constexpr int MaximumBoundary = 70; ///< RFC 2046, section 5.1.1
 constexpr int MaximumParameterName = 60;
+constexpr int MaximumContentHeaders = 4 * MaximumParts;
+constexpr int MaximumContentHeader = 64 * 1024;
 constexpr int MaximumHead = 256 * 1024;
 constexpr int MaximumSubject = 16 * 1024;
 constexpr int MaximumAddressLists = 20;
@@ -29,7 +31,7 @@ const QString ContentLocation = QStringLiteral("Content-Location");
 
 bool isBlank(char c)
 {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
 int skipBlanks(const QByteArray &text, int at)
@@ -97,42 +99,91 @@ QByteArray boundaryOf(const QByteArray &field)
     return isPlain ? value : QByteArray();
 }
 
-/** Takes the field apart as QMF does. */
-bool hasLongParameterName(const QByteArray &field)
+struct Parameter
 {
+    QByteArray name;
+    QByteArray value;
+};
+
+/** Takes the field apart as QMF does; what is before the parameters counts as one. */
+QList<Parameter> parametersOf(const QByteArray &field)
+{
+    QList<Parameter> parameters;
     int token = 0;
+    int sign = -1;
     bool isQuoted = false;
-    bool isName = true;
-    for (int at = 0; at < field.size(); ++at) {
-        const char c = field.at(at);
+    for (int at = 0; at <= field.size(); ++at) {
+        const char c = at < field.size() ? field.at(at) : ';';
         if (c == '"') {
             isQuoted = !isQuoted;
-        } else if (c == ';' && !isQuoted) {
+        } else if (c == '=' && !isQuoted && sign < 0) {
+            sign = at;
+        } else if (at == field.size() || (c == ';' && !isQuoted)) {
+            if (sign >= 0)
+                parameters.append(
+                    {field.mid(token, sign - token), field.mid(sign + 1, at - sign - 1)});
             token = at + 1;
-            isName = true;
-        } else if (c == '=' && !isQuoted && isName) {
-            isName = false;
-            if (at - token > MaximumParameterName)
-                return true;
+            sign = -1;
         }
     }
-    return false;
+    return parameters;
 }
 
-/** Finds what the parts of all multiparts are divided by; false where QMF would not get over them.
- */
-bool findBoundaries(const QByteArray &message, QList<QByteArray> *boundaries)
+bool hasLongName(const QList<Parameter> &parameters)
 {
-    for (int at = message.indexOf(':'); at >= 0; at = message.indexOf(':', at + 1)) {
-        const int start = skipBlanks(message, at + 1);
-        if (!isAt(message, start, "multipart"))
+    return std::any_of(parameters.begin(), parameters.end(), [](const Parameter &parameter) {
+        return parameter.name.size() > MaximumParameterName;
+    });
+}
+
+/** Whether QMF decodes the parameter (RFC 2231) and finds an encoded byte cut at its end. */
+bool isCut(const QList<Parameter> &parameters, const QByteArray &name)
+{
+    bool isEncoded = false;
+    QByteArray joined;
+    for (const Parameter &parameter : parameters) {
+        const QByteArray own = parameter.name.trimmed().toLower();
+        if (own.split('*').first().trimmed() != name)
             continue;
-        if (boundaries->size() == MaximumMultiparts)
+        isEncoded = isEncoded || own.endsWith('*');
+        joined += parameter.value;
+    }
+    // Quotes and blanks may go, or not: without them, no cut is missed.
+    for (const char c : {'"', ' ', '\t', '\r', '\n', '\v', '\f'})
+        joined.replace(c, "");
+    return isEncoded && joined.lastIndexOf('%') >= qMax(0, joined.size() - 2);
+}
+
+bool hasCutParameter(const QList<Parameter> &parameters)
+{
+    static const QList<QByteArray> decoded {"name", "filename", "charset", "boundary"};
+    return std::any_of(decoded.begin(), decoded.end(),
+                       [&](const QByteArray &name) { return isCut(parameters, name); });
+}
+
+/**
+ * Whether QMF gets over what the headers tell of the contents; finds what the parts of all
+ * multiparts are divided by.
+ */
+bool checkContentHeaders(const QByteArray &message, QList<QByteArray> *boundaries)
+{
+    int fields = 0;
+    for (int at = message.indexOf(':'); at >= 0; at = message.indexOf(':', at + 1)) {
+        const bool isType = isBefore(message, at, "content-type");
+        if (!isType && !isBefore(message, at, "content-disposition"))
+            continue;
+        const QByteArray field = fieldAt(message, at + 1);
+        // Each is looked through to its end.
+        if (++fields > MaximumContentHeaders || field.size() > MaximumContentHeader)
             return false;
-        const QByteArray field = fieldAt(message, start);
-        if (hasLongParameterName(field))
+        const QList<Parameter> parameters = parametersOf(field);
+        if (hasCutParameter(parameters))
             return false;
+        if (!isType || !isAt(field, skipBlanks(field, 0), "multipart"))
+            continue;
         boundaries->append(boundaryOf(field));
+        if (boundaries->size() > MaximumMultiparts || hasLongName(parameters))
+            return false;
     }
     return true;
 }
@@ -143,46 +194,16 @@ int countParts(const QByteArray &message, const QList<QByteArray> &boundaries)
     const QByteArrayMatcher lineStart("\n--");
     for (int at = lineStart.indexIn(message); at >= 0 && count <= MaximumParts;
          at = lineStart.indexIn(message, at + 1)) {
+        const char *const begin = message.constData() + at + 3;
+        const int left = message.size() - at - 3;
         const bool isEnd =
             std::any_of(boundaries.begin(), boundaries.end(), [&](const QByteArray &boundary) {
-                return std::strncmp(message.constData() + at + 3, boundary.constData(),
-                                    size_t(boundary.size()))
-                    == 0;
+                return left >= boundary.size()
+                    && std::equal(boundary.begin(), boundary.end(), begin);
             });
         count += isEnd ? 1 : 0;
     }
     return count;
-}
-
-/** Behind the "*" of an encoded parameter's name: the value, up to the next parameter. */
-QByteArray encodedValueAt(const QByteArray &message, int at)
-{
-    while (at < message.size() && (std::isdigit(uchar(message.at(at))) || message.at(at) == '*'))
-        ++at;
-    at = skipBlanks(message, at);
-    if (at >= message.size() || message.at(at) != '=')
-        return {};
-    const QByteArray field = fieldAt(message, at);
-    const int end = field.indexOf(';');
-    return field.left(end < 0 ? field.size() : end);
-}
-
-/** Whether a parameter's value (RFC 2231) ends in the middle of an encoded byte. */
-bool hasCutParameter(const QByteArray &message)
-{
-    static const QList<QByteArray> names {"name", "charset", "boundary"}; // and "filename"
-    for (int at = message.indexOf('*'); at >= 0; at = message.indexOf('*', at + 1)) {
-        const bool isDecoded = std::any_of(names.begin(), names.end(), [&](const QByteArray &name) {
-            return isBefore(message, at, name);
-        });
-        const QByteArray value = isDecoded ? encodedValueAt(message, at + 1) : QByteArray();
-        const int last = value.lastIndexOf('%');
-        const bool isWhole = last + 2 < value.size() && std::isxdigit(uchar(value.at(last + 1)))
-            && std::isxdigit(uchar(value.at(last + 2)));
-        if (last >= 0 && !isWhole)
-            return true;
-    }
-    return false;
 }
 
 /** Whether the headers are few and short enough for QMF to read them in good time. */
@@ -203,6 +224,7 @@ bool isHeadModest(const QByteArray &message)
     return true;
 }
 
+/** Wherever it stands in it: QMF may lose what stands before, when it writes the header anew. */
 bool isFileHere(const QString &location)
 {
     return location.contains(QLatin1String("file:"), Qt::CaseInsensitive)
@@ -227,8 +249,8 @@ void disarmHeaders(Container *container)
 bool MimeGuard::isHarmless(const QByteArray &message)
 {
     QList<QByteArray> boundaries;
-    return isHeadModest(message) && findBoundaries(message, &boundaries)
-        && countParts(message, boundaries) <= MaximumParts && !hasCutParameter(message);
+    return isHeadModest(message) && checkContentHeaders(message, &boundaries)
+        && countParts(message, boundaries) <= MaximumParts;
 }
 
 void MimeGuard::disarm(QMailMessage *message)
