@@ -77,6 +77,10 @@ Eas::Result Moves::acknowledge(const Move &move, const QString &newItemId)
  * has, so this one is added for a moment. */
 Eas::Result Moves::deleteWhereItLies(const Move &move, const ServerUid &uid)
 {
+    RemovalRecords records(m_account);
+    // What nobody has deleted has only left the range that is kept here, and stays at the server.
+    if (!records.in(move.from.collectionId()).contains(move.from))
+        return {};
     QMailStore *store = QMailStore::instance();
     const QMailMessageKey key = ServerUid::key(m_account, {uid});
     const std::optional<FolderState> folder = m_folders.find(move.destination);
@@ -92,7 +96,7 @@ Eas::Result Moves::deleteWhereItLies(const Move &move, const ServerUid &uid)
     }
     if (folder && !store->removeMessages(key, QMailStore::CreateRemovalRecord))
         return storeFailure(QStringLiteral("cannot note a deletion"));
-    return RemovalRecords(m_account).forget({move.from});
+    return records.forget({move.from});
 }
 
 /** The folder that it came from does not wait any more for the server to show it there. */

@@ -145,10 +145,13 @@ void UploadStep::onLooked(const Eas::SyncCommand &command)
         next();
         return;
     }
-    // What has left the folder may have been moved by us; the move itself finds out.
+    // What has left the folder may have been moved by us; the move itself finds out. What has only
+    // left the range is moved all the same.
     for (const Store::Move &move : qAsConst(m_moves)) {
-        if (move.from.isIn(window.collectionId))
-            window.removed.removeAll(move.from.itemId());
+        if (!move.from.isIn(window.collectionId))
+            continue;
+        window.removed.removeAll(move.from.itemId());
+        window.outOfRange.removeAll(move.from.itemId());
     }
     FolderSync::logWindow(m_context, window);
     write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),

@@ -51,11 +51,12 @@ class Control:
         return {"folder": folder.id, "ids": found}
 
     def flag(self, request):
-        """"read" (true or false), "flag" (0, 1, 2), "verb" (0 to 3) of one message."""
+        """"read" (true or false), "flag" (0, 1, 2), "verb" (0 to 3) of one message, and when it was "received"."""
         _, folder, item = self.item(request)
         message = folder.items[item]
         message.read = request.get("read", message.read)
         message.flag = request.get("flag", message.flag)
+        message.received = request.get("received", message.received)
         if "verb" in request:
             message.verb, message.verb_time = request["verb"], message.received
         folder.change += 1

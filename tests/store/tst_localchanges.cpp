@@ -85,6 +85,7 @@ private slots:
     void movedOnAndBackDuringTheUploadItHasItsNewId();
     void movedBackIsNoMove();
     void deletedDuringItsMoveIsDeletedWhereItLies();
+    void outOfRangeDuringItsMoveIsNotDeleted();
     void refusedMoveGoesBack();
     void flagsOfAMovedMessageGoToItsFolderAtTheServer();
     void deletionsAreNamedByFolder();
@@ -390,6 +391,19 @@ void TestLocalChanges::deletedDuringItsMoveIsDeletedWhereItLies()
     QCOMPARE(changes.size(), 1);
     QCOMPARE(changes.first().collectionId, TrashId);
     QVERIFY(changes.first().deletions == QList<ServerUid> {ServerUid::item(TrashId, text("77"))});
+    QCOMPARE(QMailStore::instance()->countMessages(), 4);
+}
+
+void TestLocalChanges::outOfRangeDuringItsMoveIsNotDeleted()
+{
+    moveToTrash(1);
+    const Store::Move move = collect().first().moves.first();
+    Eas::SyncWindow window = Items::window(InboxId, text("3"));
+    window.outOfRange = QStringList {text("1")};
+    QCOMPARE(m_account->write(window), 200);
+    QVERIFY(m_moves->acknowledge(move, text("77")).ok());
+    QVERIFY(collect().isEmpty());
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(m_account->id).isEmpty());
     QCOMPARE(QMailStore::instance()->countMessages(), 4);
 }
 

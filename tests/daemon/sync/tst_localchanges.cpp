@@ -59,6 +59,7 @@ private slots:
     void aMovedMessageThatIsTakenAwayAtOnceGoesHereToo();
     void aMovedMessageThatTheServerDoesNotShowStays();
     void aMovedMessageStaysUntilTheServerSaysThatItIsGone();
+    void whatLeavesTheRangeWhileItIsMovedStaysAtTheServer();
     void onlySoManyMovedMessagesAreAskedForAtOnce();
     void aKilledDaemonLosesAndDoublesNothing();
     void whatIsDeletedOfAHalfWrittenWindowIsDeleted();
@@ -568,6 +569,23 @@ void TestLocalChanges::aMovedMessageStaysUntilTheServerSaysThatItIsGone()
     QCOMPARE(world().syncAndWait(), 200);
     QVERIFY(world().subjects(Drafts).isEmpty());
     QCOMPARE(world().messageCount(), 2);
+}
+
+void TestLocalChanges::whatLeavesTheRangeWhileItIsMovedStaysAtTheServer()
+{
+    world().keepDays(3);
+    QCOMPARE(world().syncAndWait(), 200);
+    set({world().find(Mail2)}, Message::Read, true);
+    move(world().find(Mail2), Inbox, Trash);
+    const double longAgo = QDateTime::currentSecsSinceEpoch() - 10 * 86400;
+    world().changeAtServer("flag", Mail2, {{"received", longAgo}});
+    // With the news that is asked for before the flag goes up, the server says that it is too old.
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(world().atServer(Mail2).isEmpty());
+    QVERIFY(!world().atServer(Mail2, Trash).isEmpty());
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+    QCOMPARE(world().subjects(), (QStringList {Mail1, Mail3}));
 }
 
 void TestLocalChanges::onlySoManyMovedMessagesAreAskedForAtOnce()
