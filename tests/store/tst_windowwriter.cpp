@@ -67,6 +67,7 @@ private slots:
     void messageDeletedHereDoesNotComeBack();
     void messageDeletedHereMeanwhileDoesNotComeBack();
     void deletionAtBothEndsIsSettled();
+    void deletionOfWhatIsOutOfRangeIsStillToBeTold();
     void messageMovedHereStaysWhereTheUserPutIt();
     void fullerTextReplacesACutOneButNotTheOtherWayRound();
     void contentThatWasLostComesBack_data();
@@ -338,6 +339,20 @@ void TestWindowWriter::deletionAtBothEndsIsSettled()
                                                   QMailStore::CreateRemovalRecord));
     QCOMPARE(m_account->write(removing(QStringLiteral("3"), {number(1)})), 200);
     QVERIFY(QMailStore::instance()->messageRemovalRecords(m_account->id).isEmpty());
+}
+
+void TestWindowWriter::deletionOfWhatIsOutOfRangeIsStillToBeTold()
+{
+    m_account->write(added(QStringLiteral("2"), 1, 2));
+    QVERIFY(QMailStore::instance()->removeMessage(m_account->metaData(number(1)).id(),
+                                                  QMailStore::CreateRemovalRecord));
+    Eas::SyncWindow window = Items::window(InboxId, QStringLiteral("3"));
+    window.outOfRange = QStringList {number(1), number(2)};
+    QCOMPARE(m_account->write(window), 200);
+    QVERIFY(m_account->messages().isEmpty());
+    const auto records = QMailStore::instance()->messageRemovalRecords(m_account->id);
+    QCOMPARE(records.size(), 1);
+    QCOMPARE(records.first().serverUid(), QStringLiteral("in\x1f") + number(1));
 }
 
 void TestWindowWriter::messageMovedHereStaysWhereTheUserPutIt()

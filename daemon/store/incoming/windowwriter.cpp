@@ -280,7 +280,8 @@ Eas::Result WindowWriter::removeItems()
     QList<ServerUid> deleted;
     for (const QString &id : m_gone.mid(0, RemovalBatch)) {
         uids.append(uid(id));
-        if (m_deleted.contains(uid(id)))
+        // What is only out of range, the server still has.
+        if (m_deleted.contains(uid(id)) && m_window.removed.contains(id))
             deleted.append(uid(id));
     }
     m_gone = m_gone.mid(RemovalBatch);
