@@ -80,6 +80,7 @@ private slots:
     void reconciliationKeepsWhatIsStillThere();
     void reconciliationOutlivesARestart();
     void reconciliationFindsRenumberedMessages();
+    void reconciliationKeepsTwinsApart();
     void reconciliationOfAnEmptiedFolderEmptiesIt();
     void reconciliationIsNotEndedByAnUpload();
     void reconciliationSparesWhatTheUserPutThere();
@@ -535,6 +536,29 @@ void TestWindowWriter::reconciliationFindsRenumberedMessages()
         QCOMPARE(message.subject(), QStringLiteral("Message %1").arg(i + 5));
         QCOMPARE(message.id(), before.value(message.subject()));
     }
+}
+
+/** Two messages that look the same; the first one is shown, and changed before the second one is.
+ */
+void TestWindowWriter::reconciliationKeepsTwinsApart()
+{
+    const Eas::MailItem first = item(number(1), QStringLiteral("Twin"));
+    const Eas::MailItem second = item(number(2), QStringLiteral("Twin"));
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), {first, second})), 200);
+    const QMailMessageId firstId = m_account->metaData(number(1)).id();
+    const QMailMessageId secondId = m_account->metaData(number(2)).id();
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    Eas::SyncWindow window = adding(QStringLiteral("10"), {first});
+    window.moreAvailable = true;
+    QCOMPARE(m_account->write(window), 200);
+    window = changing(QStringLiteral("11"), {first});
+    window.moreAvailable = true;
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(m_account->write(adding(QStringLiteral("12"), {second})), 200);
+    QCOMPARE(m_account->messages().size(), 2);
+    QCOMPARE(m_account->metaData(number(1)).id(), firstId);
+    QCOMPARE(m_account->metaData(number(2)).id(), secondId);
 }
 
 void TestWindowWriter::reconciliationOfAnEmptiedFolderEmptiesIt()

@@ -90,11 +90,13 @@ Eas::Result Reconciliation::note()
     return expectFound();
 }
 
-QMailMessageId Reconciliation::take(const QByteArray &fingerprint, const QMailMessageId &named)
+QMailMessageId Reconciliation::take(const QByteArray &mark, const QMailMessageMetaData &named)
 {
-    const bool isSame = named.isValid() && m_expected.contains(fingerprint, named);
-    const QMailMessageId match = isSame ? named : m_expected.value(fingerprint);
-    m_expected.remove(fingerprint, match);
+    // One that was confirmed is not expected any more, and may have a twin that is.
+    const bool isSame = named.id().isValid()
+        && (m_expected.contains(mark, named.id()) || fingerprint(named) == mark);
+    const QMailMessageId match = isSame ? named.id() : m_expected.value(mark);
+    m_expected.remove(mark, match);
     return isSame || !m_confirmed.contains(match) ? match : QMailMessageId();
 }
 

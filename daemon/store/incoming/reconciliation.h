@@ -32,9 +32,10 @@ public:
 
     /** Whether an item may be one of the messages under another id. */
     bool isRenamingPossible() const { return !m_expected.isEmpty(); }
-    /** An expected message with that fingerprint: `named` if it is one, else one that is not
-     * confirmed yet; invalid where there is none. */
-    QMailMessageId take(const QByteArray &fingerprint, const QMailMessageId &named);
+    /** The message that an item with that fingerprint is: `named`, which has the item's id here, if
+     * it looks so itself, else an expected one that is not confirmed yet; invalid where there is
+     * none. */
+    QMailMessageId take(const QByteArray &mark, const QMailMessageMetaData &named);
     /** The server has the message. */
     void confirm(const QMailMessageId &message) { m_confirmed.append(message); }
 

@@ -237,7 +237,7 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         const ServerUid wanted = uid(item.data.serverId);
         const QByteArray mark = fingerprint(MessageBuilder::build(item.data));
         const QMailMessageId named = present->value(wanted).id();
-        const QMailMessageId match = m_reconciliation.take(mark, named);
+        const QMailMessageId match = m_reconciliation.take(mark, present->value(wanted));
         if (!match.isValid() || match == named)
             continue;
         QMailMessageMetaData message = currentMessage(match);
