@@ -1,0 +1,110 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""What ./dev does on a machine that is not this one: its system is told by a file, and the programs that would change
+it only note how they are called."""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+import results
+from stage import TOP
+
+#: A machine may lack them; a test brings those that are there.
+NOT_EVERYWHERE = ("apt-get", "bwrap", "gpg", "mmdebstrap", "sudo")
+SANDBOX = ["bwrap", "--dev-bind", "/", "/", "--unshare-user", "--die-with-parent"]
+ROOT, PERSON = "0", "1000"
+UBUNTU = 'ID=ubuntu\nID_LIKE=debian\nVERSION_ID="24.04"\n'
+# As apt-get filters its sources, which are lines of an origin and an address.
+INDEX_TARGETS = """
+[ "$1" = indextargets ] || exit 0
+origin='.*'
+for word; do case $word in 'Origin: '*) origin=${word#Origin: } ;; esac; done
+sed -n "s,^$origin ,,p" "$PLACE/sources"
+"""
+# The last two arguments are the folder and the mirror.
+MAKE_FOLDER = 'while [ $# -gt 2 ]; do shift; done; mkdir "$1"'
+
+
+def can_play():
+    return subprocess.run([*SANDBOX, "--uid", ROOT, "--gid", ROOT, "true"], capture_output=True,
+                          check=False).returncode == 0
+
+
+@unittest.skipUnless(can_play(), "no namespaces of its own here")
+class Machine(unittest.TestCase):
+    """One on which the project has just been fetched, with all in a folder of its own."""
+
+    def setUp(self):
+        self.place = Path(tempfile.mkdtemp(prefix="dev."))
+        self.addCleanup(shutil.rmtree, self.place)
+        self.tree, self.cache, self.programs = (self.place / name for name in ("tree", "cache", "bin"))
+        (self.tree / "packaging").mkdir(parents=True)
+        for name in ("dev", "packaging/build-packages"):
+            shutil.copy2(TOP / name, self.tree / name)
+        self.programs.mkdir()
+        for program in Path("/usr/bin").iterdir():
+            if program.name not in NOT_EVERYWHERE:
+                (self.programs / program.name).symlink_to(program)
+
+    def bring(self, name, does=""):
+        program = self.programs / name
+        program.write_text(f'#!/bin/sh\nprintf "%s\\n" "{name} $*" >>"$PLACE/calls"\n{does}\n')
+        program.chmod(0o755)
+
+    def calls(self, name):
+        """The arguments of each call."""
+        try:
+            lines = (self.place / "calls").read_text().splitlines()
+        except FileNotFoundError:
+            return []
+        return [line.split()[1:] for line in lines if line.split()[0] == name]
+
+    def dev(self, *arguments, user, system=UBUNTU):
+        (self.place / "os-release").write_text(system)
+        environment = {"PATH": str(self.programs), "PLACE": str(self.place), "HOME": str(self.place),
+                       "TMPDIR": str(self.place), "XDG_CACHE_HOME": str(self.cache), "LC_ALL": "C.UTF-8"}
+        # Nobody's keys are trusted.
+        return subprocess.run(
+            [shutil.which("bwrap"), *SANDBOX[1:], "--uid", user, "--gid", user,
+             "--ro-bind", self.place / "os-release", "/usr/lib/os-release", "--tmpfs", "/usr/share/keyrings",
+             self.tree / "dev", *arguments], env=environment, capture_output=True, text=True, check=False)
+
+
+class DebianRoot(Machine):
+    """That in which all is built where this is not Debian 13."""
+
+    def build(self, *sources):
+        """The mirror from which a root is made."""
+        shutil.rmtree(self.cache, ignore_errors=True)
+        (self.place / "sources").write_text("".join(f"{line}\n" for line in sources))
+        self.bring("apt-get", INDEX_TARGETS)
+        self.bring("mmdebstrap", MAKE_FOLDER)
+        self.bring("bwrap")
+        done = self.dev("build", user=ROOT)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(self.calls("bwrap")[-1][-2:], [str(self.tree / "dev"), "build"])
+        return self.calls("mmdebstrap")[-1][-1]
+
+    def test_is_made_from_the_mirror_that_this_machine_uses(self):
+        self.assertEqual(self.build("Debian http://mirror.example/debian/"), "http://mirror.example/debian/")
+
+    def test_is_made_from_debians_own_where_apt_names_none(self):
+        ubuntu, another = "Ubuntu http://archive.example/ubuntu/", "Another http://download.example/another/debian/"
+        for name, sources in (("its own", [ubuntu]), ("another's first", [another, ubuntu]), ("none", [])):
+            with self.subTest(name):
+                self.assertEqual(self.build(*sources), "http://deb.debian.org/debian")
+
+    def test_brings_the_keys_by_which_it_is_trusted(self):
+        self.build("Ubuntu http://archive.example/ubuntu/")
+        [installed] = [call for call in self.calls("apt-get") if "install" in call]
+        self.assertIn("debian-archive-keyring", installed)
+        # Without it mmdebstrap does not take the keys of another system than this one.
+        self.assertIn("gpg", installed)
+
+
+if __name__ == "__main__":
+    sys.exit(results.run("dev"))
