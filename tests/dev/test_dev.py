@@ -106,5 +106,66 @@ class DebianRoot(Machine):
         self.assertIn("gpg", installed)
 
 
+class Clean(Machine):
+    """What is removed, and who is needed for it."""
+
+    def setUp(self):
+        super().setUp()
+        self.built = self.tree / "build/release/program"
+        self.cached = self.cache / "orvmail/ccache/object"
+        for file in (self.built, self.cached):
+            file.parent.mkdir(parents=True)
+            file.touch()
+
+    def keep_as_roots(self):
+        """A folder in which this user can remove nothing."""
+        roots = self.cache / "orvmail/debian13/etc"
+        roots.mkdir(parents=True)
+        (roots / "passwd").touch()
+        roots.chmod(0o555)
+        self.addCleanup(roots.chmod, 0o755)
+        return roots
+
+    def test_leaves_the_cache_alone(self):
+        done = self.dev("clean", user=PERSON)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertFalse((self.tree / "build").exists())
+        self.assertTrue(self.cached.exists())
+
+    def test_all_needs_nobody_else_for_what_is_ones_own(self):
+        done = self.dev("clean", "--all", user=PERSON)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertFalse((self.tree / "build").exists())
+        self.assertFalse((self.cache / "orvmail").exists())
+
+    def test_all_is_content_without_a_cache(self):
+        shutil.rmtree(self.cache)
+        done = self.dev("clean", "--all", user=PERSON)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertFalse((self.tree / "build").exists())
+
+    def test_all_asks_for_root_where_a_root_is_left(self):
+        roots = self.keep_as_roots()
+        self.bring("sudo")
+        self.assertEqual(self.dev("clean", "--all", user=PERSON).returncode, 0)
+        self.assertEqual(self.calls("sudo"), [["rm", "-rf", str(self.cache / "orvmail")]])
+        self.assertFalse(self.cached.exists())
+        self.assertTrue(roots.exists())
+
+    def test_all_tells_what_it_cannot_remove(self):
+        self.keep_as_roots()
+        done = self.dev("clean", "--all", user=PERSON)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(f"removing {self.cache}/orvmail needs root or sudo", done.stderr)
+
+    def test_takes_no_other_word(self):
+        for words in (["--al"], ["all"], ["--all", "release"]):
+            done = self.dev("clean", *words, user=PERSON)
+            self.assertEqual(done.returncode, 1, words)
+            self.assertIn(" ".join(words), done.stderr)
+            self.assertTrue(self.built.exists(), words)
+            self.assertTrue(self.cached.exists(), words)
+
+
 if __name__ == "__main__":
     sys.exit(results.run("dev"))
