@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/program.h"
+#include "accounts/sessionbus.h"
 #include "translations/translation.h"
 
 #include <QCoreApplication>
@@ -26,6 +27,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext &, const QString &te
 int main(int argc, char **argv)
 {
     umask(077);
+    Accounts::findSessionBus();
     qInstallMessageHandler(handleMessage);
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments();

@@ -36,8 +36,8 @@ Manual::Program programManual()
           {"orvmail-account set Work --password-command 'pass show mail/work'",
            Text::tr("take a new password from a password manager")},
           {"*/15 * * * * orvmail-account sync --quiet",
-           Text::tr("in a crontab: fetch the mail of all accounts; cron sends a mail about what "
-                    "fails")}}},
+           Text::tr("in a crontab: fetch the mail of all accounts while you are logged in (always, "
+                    "after \"loginctl enable-linger\"); cron sends a mail about what fails")}}},
     };
     manual.seeAlso = {QStringLiteral("orvmail-account-window(1)"), QStringLiteral("asdaemon(8)")};
     return manual;

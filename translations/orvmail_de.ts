@@ -1952,8 +1952,8 @@
         <translation>ein neues Passwort aus einem Passwortverwalter nehmen</translation>
     </message>
     <message>
-        <source>in a crontab: fetch the mail of all accounts; cron sends a mail about what fails</source>
-        <translation>in einer Crontab: die Mails aller Konten holen; cron sendet eine Mail darüber, was scheitert</translation>
+        <source>in a crontab: fetch the mail of all accounts while you are logged in (always, after &quot;loginctl enable-linger&quot;); cron sends a mail about what fails</source>
+        <translation>in einer Crontab: die Mails aller Konten holen, solange Sie angemeldet sind (nach „loginctl enable-linger“ immer); cron sendet eine Mail darüber, was scheitert</translation>
     </message>
     <message>
         <source>Files</source>

@@ -1952,8 +1952,8 @@
         <translation>prendre un nouveau mot de passe dans un gestionnaire de mots de passe</translation>
     </message>
     <message>
-        <source>in a crontab: fetch the mail of all accounts; cron sends a mail about what fails</source>
-        <translation>dans une crontab&#xa0;: récupérer le courrier de tous les comptes&#xa0;; cron envoie un message sur ce qui échoue</translation>
+        <source>in a crontab: fetch the mail of all accounts while you are logged in (always, after &quot;loginctl enable-linger&quot;); cron sends a mail about what fails</source>
+        <translation>dans une crontab&#xa0;: récupérer le courrier de tous les comptes tant que votre session est ouverte (toujours, après «&#xa0;loginctl enable-linger&#xa0;»)&#xa0;; cron envoie un message sur ce qui échoue</translation>
     </message>
     <message>
         <source>Files</source>

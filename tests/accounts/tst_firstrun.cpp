@@ -19,8 +19,11 @@
 #include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonObject>
 #include <qmailstore.h>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -28,6 +31,7 @@
 
 #include <csignal>
 #include <memory>
+#include <unistd.h>
 
 using AccountProgram::Program;
 using AccountProgram::Run;
@@ -53,6 +57,36 @@ public:
             qFatal("cannot listen");
     }
 };
+
+/** A place like that in which cron runs its lines: `runtime` is the user's runtime folder. */
+QStringList cronsPlace(const QString &runtime)
+{
+    return words("--dev-bind / / --tmpfs /run --die-with-parent --bind")
+        + QStringList {runtime, QStringLiteral("/run/user/%1").arg(getuid())};
+}
+
+/** A line of a crontab, run there with as little of an environment as cron gives. */
+Run runByCron(const QString &line, const QString &runtime)
+{
+    QProcessEnvironment environment;
+    for (const char *name :
+         {"HOME", "QMF_DATA", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+        if (qEnvironmentVariableIsSet(name))
+            environment.insert(QLatin1String(name), qEnvironmentVariable(name));
+    }
+    environment.insert(QStringLiteral("PATH"),
+                       QFileInfo(Program).path() + QStringLiteral(":/usr/bin:/bin"));
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral("bwrap"),
+                  cronsPlace(runtime) + words("/bin/sh -c") + QStringList(line));
+    Run run;
+    if (QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 90000))
+        run.exit = process.exitCode();
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
 
 quint16 portOfNobody()
 {
@@ -100,6 +134,7 @@ private slots:
     void missingPartIsNamed();
     void daemonThatDoesNotStartIsNamed();
     void addWithoutCheckStartsWhatIsNeededAndAsksNoServer();
+    void lineForACrontabFetchesTheMail();
 
     void syncTellsTheDaemonsReason();
     void addTellsTheDaemonsReason();
@@ -291,6 +326,24 @@ void TestFirstRun::addWithoutCheckStartsWhatIsNeededAndAsksNoServer()
     QCOMPARE(added.exit, 0);
     QVERIFY(messageServer.isRunning());
     QCOMPARE(m_server->log().size(), 0);
+}
+
+void TestFirstRun::lineForACrontabFetchesTheMail()
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (QProcess::execute(QStringLiteral("bwrap"), cronsPlace(runtime) + words("true")) != 0)
+        QSKIP("no namespaces of its own here");
+    const QRegularExpressionMatch line =
+        QRegularExpression(QStringLiteral(R"(\*/15( \*){4} (orvmail-account(?: \S+)*))"))
+            .match(QString::fromUtf8(run(words("--help")).out));
+    QVERIFY(line.hasMatch());
+    addAccount(m_server->port());
+    const BusService daemon = BusService::daemon();
+    const BusService messageServer = BusService::messageServer();
+    const Run ran = runByCron(line.captured(2), runtime);
+    QVERIFY2(ran.exit == 0, ran.err.constData());
+    QCOMPARE(ran.out + ran.err, QByteArray());
+    QTRY_COMPARE(messages(account()), 3);
 }
 
 void TestFirstRun::syncTellsTheDaemonsReason()
