@@ -2384,6 +2384,10 @@
         <translation>läuft nicht; der Sitzungsbus startet ihn, wenn er gebraucht wird</translation>
     </message>
     <message>
+        <source>not known: there is no session bus here; log in to a session that has one</source>
+        <translation>nicht bekannt: hier gibt es keinen Sitzungsbus; melden Sie sich an einer Sitzung an, die einen hat</translation>
+    </message>
+    <message>
         <source>absent: not running, and the session bus does not know it; %1</source>
         <translation>fehlt: läuft nicht, und der Sitzungsbus kennt ihn nicht; %1</translation>
     </message>

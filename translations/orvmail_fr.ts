@@ -2384,6 +2384,10 @@
         <translation>à l’arrêt&#xa0;; le bus de session le démarre au besoin</translation>
     </message>
     <message>
+        <source>not known: there is no session bus here; log in to a session that has one</source>
+        <translation>inconnu&#xa0;: il n’y a pas ici de bus de session&#xa0;; ouvrez une session qui en a un</translation>
+    </message>
+    <message>
         <source>absent: not running, and the session bus does not know it; %1</source>
         <translation>absent&#xa0;: à l’arrêt, et le bus de session ne le connaît pas&#xa0;; %1</translation>
     </message>

@@ -48,7 +48,7 @@ PartState partState(const QString &busName)
 {
     const QDBusConnection connection = QDBusConnection::sessionBus();
     if (!connection.isConnected())
-        return PartState::Absent;
+        return PartState::NoBus;
     QDBusConnectionInterface *bus = connection.interface();
     if (bus->isServiceRegistered(busName))
         return PartState::Running;

@@ -10,7 +10,8 @@ namespace Accounts {
 enum class PartState {
     Running,
     Activatable, ///< the bus starts it when somebody needs it
-    Absent
+    Absent,
+    NoBus ///< there is no session bus to ask
 };
 
 /** The plugin, as far as the message server that runs shows it. */
@@ -33,7 +34,7 @@ QString pluginVersion(const QString &file);
 /** The process that serves the name; 0 where none does. */
 uint processOf(const QString &busName);
 
-/** "running", "activatable", "absent" */
+/** "running", "activatable", "absent" (without a bus, too) */
 QString wordFor(PartState state);
 /** "loaded", "not-loaded", "not-installed", "unknown" */
 QString wordFor(PluginState state);

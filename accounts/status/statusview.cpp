@@ -47,6 +47,9 @@ QString textOf(PartState state, const QString &startedBy)
         return Text::tr("running");
     case PartState::Activatable:
         return Text::tr("not running; the session bus starts it when it is needed");
+    case PartState::NoBus:
+        return Text::tr(
+            "not known: there is no session bus here; log in to a session that has one");
     default:
         return Text::tr("absent: not running, and the session bus does not know it; %1")
             .arg(startedBy);

@@ -36,6 +36,7 @@ private slots:
     void unknownAccountIsRefused();
     void withoutADaemonWhatIsKnownIsTold();
     void withoutAMessageServerThatIsTold();
+    void withoutASessionBusNothingIsSaidToBeMissing();
     void whatTheBusCanStartIsTold();
     void nothingIsStarted();
     void failedSynchronisationIsToldInWords();
@@ -250,6 +251,22 @@ void TestAccountStatusCommands::withoutAMessageServerThatIsTold()
     QCOMPARE(told.exit, 4);
     QVERIFY2(told.out.contains("message server  absent"), told.out.constData());
     QVERIFY2(told.out.contains("daemon          running"), told.out.constData());
+}
+
+void TestAccountStatusCommands::withoutASessionBusNothingIsSaidToBeMissing()
+{
+    const QByteArray bus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/none");
+    const Run told = run(words("status"));
+    const Run object = run(words("status --json"));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", bus);
+    QCOMPARE(told.exit, 4);
+    for (const char *part : {"message server  ", "daemon          "})
+        QVERIFY2(told.out.contains(part + QByteArray("not known: there is no session bus here; ")),
+                 told.out.constData());
+    QVERIFY2(!told.out.contains("install"), told.out.constData());
+    QCOMPARE(object.json().object()[QStringLiteral("messageServer")].toString(),
+             QStringLiteral("absent"));
 }
 
 void TestAccountStatusCommands::whatTheBusCanStartIsTold()
