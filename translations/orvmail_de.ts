@@ -1752,8 +1752,8 @@
         <translation>ein Konto braucht Sie</translation>
     </message>
     <message>
-        <source>the message server or the daemon does not run</source>
-        <translation>Nachrichtenserver oder Daemon läuft nicht</translation>
+        <source>the message server or the daemon does not run, or the message server has not loaded the plugin</source>
+        <translation>Nachrichtenserver oder Daemon läuft nicht, oder der Nachrichtenserver hat das Plugin nicht geladen</translation>
     </message>
     <message>
         <source>synchronise an account, or all</source>

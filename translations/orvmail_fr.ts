@@ -1752,8 +1752,8 @@
         <translation>un compte a besoin de vous</translation>
     </message>
     <message>
-        <source>the message server or the daemon does not run</source>
-        <translation>le serveur de messages ou le démon ne tourne pas</translation>
+        <source>the message server or the daemon does not run, or the message server has not loaded the plugin</source>
+        <translation>le serveur de messages ou le démon ne tourne pas, ou le serveur de messages n’a pas chargé le greffon</translation>
     </message>
     <message>
         <source>synchronise an account, or all</source>

@@ -84,7 +84,9 @@ Manual::Command StatusCommand::manual() const
     manual.sections = {{Text::tr("Exit status"),
                         {{"0", Text::tr("all is well")},
                          {"3", Text::tr("an account needs you")},
-                         {"4", Text::tr("the message server or the daemon does not run")}}}};
+                         {"4",
+                          Text::tr("the message server or the daemon does not run, or the "
+                                   "message server has not loaded the plugin")}}}};
     return manual;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What "status" and "outbox" tell a person, with the real message server, daemon and a mail server.
+#include "daemon/store/accountwipe.h"
 #include "daemon/store/state/syncstatedb.h"
 #include "tests/accounts/accountprogram.h"
 #include "tests/accounts/busservice.h"
@@ -37,6 +38,8 @@ private slots:
     void withoutADaemonWhatIsKnownIsTold();
     void withoutAMessageServerThatIsTold();
     void withoutASessionBusNothingIsSaidToBeMissing();
+    void pluginThatIsNotLoadedIsTold();
+    void wipedAccountIsTold();
     void whatTheBusCanStartIsTold();
     void nothingIsStarted();
     void failedSynchronisationIsToldInWords();
@@ -86,6 +89,8 @@ private:
         return words("outbox")
             + QStringList {QLatin1String(command), QString::number(id.toULongLong())};
     }
+    /** What docs/status.md says of an exit code. */
+    static QByteArray pageOn(int exit);
     static QJsonObject accountOf(const Run &run)
     {
         return run.json().object()[QStringLiteral("accounts")].toArray().first().toObject();
@@ -117,6 +122,19 @@ void TestAccountStatusCommands::cleanup()
     const int code = m_world ? m_world->endDaemon() : 0;
     m_world.reset();
     QCOMPARE(code, 0);
+}
+
+QByteArray TestAccountStatusCommands::pageOn(int exit)
+{
+    QFile page(qEnvironmentVariable("ORVMAIL_SOURCE_DIR") + QStringLiteral("/docs/status.md"));
+    const QByteArray row = "| " + QByteArray::number(exit) + " | ";
+    QByteArray line;
+    if (page.open(QIODevice::ReadOnly)) {
+        do
+            line = page.readLine();
+        while (!line.isEmpty() && !line.startsWith(row));
+    }
+    return line;
 }
 
 void TestAccountStatusCommands::setPassword(const QString &password)
@@ -267,6 +285,34 @@ void TestAccountStatusCommands::withoutASessionBusNothingIsSaidToBeMissing()
     QVERIFY2(!told.out.contains("install"), told.out.constData());
     QCOMPARE(object.json().object()[QStringLiteral("messageServer")].toString(),
              QStringLiteral("absent"));
+}
+
+void TestAccountStatusCommands::pluginThatIsNotLoadedIsTold()
+{
+    m_messageServer = std::make_unique<MessageServer>();
+    m_messageServer->setEnvironment(QStringLiteral("QT_PLUGIN_PATH"),
+                                    QStringLiteral("/nonexistent"));
+    QVERIFY(m_messageServer->start());
+    const Run told = run(words("status"));
+    QVERIFY2(told.out.contains("plugin          not loaded by the message server"),
+             told.out.constData());
+    QCOMPARE(told.exit, 4);
+    const QByteArray help = run(words("help status")).out.simplified();
+    for (const QByteArray &page : {pageOn(4), help})
+        QVERIFY2(page.contains("the message server has not loaded the plugin"), page.constData());
+}
+
+/** It is not enabled any more, and is told of all the same. */
+void TestAccountStatusCommands::wipedAccountIsTold()
+{
+    QVERIFY(Store::AccountWipe::forget(world().account).ok());
+    const Run told = run(words("status"));
+    QVERIFY2(told.out.contains("(not enabled)") && told.out.contains(" was wiped"),
+             told.out.constData());
+    QCOMPARE(told.exit, 3);
+    const QByteArray row = pageOn(3);
+    QVERIFY2(row.contains("wiped") && !row.contains("an enabled account needs you"),
+             row.constData());
 }
 
 void TestAccountStatusCommands::whatTheBusCanStartIsTold()
