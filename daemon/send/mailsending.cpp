@@ -186,6 +186,7 @@ Eas::Result MailSending::compose(QMailMessage *message, const QMailMessage &orig
     Store::ReplyHeaders::complete(message, original);
     m_file = std::make_unique<OutgoingFile>();
     m_file->mayLeave = [this] { return noteLeaving(); };
+    m_file->mayEnd = [this] { return noteTime(); };
     QList<Store::Insertion> insertions;
     const Eas::Result written =
         Store::OutgoingMail::write(*message, m_outgoing, stored, m_file->device(), &insertions);
@@ -242,13 +243,19 @@ bool MailSending::noteLeaving()
     m_isStale = isOutdated();
     if (m_isStale)
         return false;
-    m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();
     m_outgoing.state = Store::Outgoing::Uncertain;
+    m_isOut = noteTime();
+    return m_isOut;
+}
+
+/** The server can have it in its folder only some time after the last byte has come there. */
+bool MailSending::noteTime()
+{
+    m_outgoing.leftAt = QDateTime::currentMSecsSinceEpoch();
     const Eas::Result noted = m_outbox.save(m_outgoing, m_outgoing.state);
     if (!noted.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << noted.text;
-    m_isOut = noted.ok();
-    return m_isOut;
+    return noted.ok();
 }
 
 void MailSending::onSent(const Eas::Result &answer)
@@ -257,6 +264,7 @@ void MailSending::onSent(const Eas::Result &answer)
     if (answer.ok()) {
         onAccepted(answer);
     } else if (hasLeft && !isRefusal(answer)) {
+        noteTime(); // what was read may have been on its way until now
         onFailed(answer);
     } else {
         m_isOut = false;
@@ -335,6 +343,7 @@ void MailSending::onFailed(const Eas::Result &failure)
 void MailSending::lookUp()
 {
     m_byHand = m_outgoing.state == Store::Outgoing::Doubtful;
+    m_outbox.keepUpWithClock(&m_outgoing);
     auto *lookup = new SentLookup(m_context, SentMark::of(m_outgoing), this);
     run(lookup, [this, lookup](const Eas::Result &result) { onLooked(*lookup, result); });
 }

@@ -63,6 +63,7 @@ private:
     bool canFallBack(const Eas::Result &failure) const;
     bool isOutdated() const;
     bool noteLeaving();
+    bool noteTime();
     void sendPlain();
     void onSent(const Eas::Result &answer);
     void onAttachmentChanged();

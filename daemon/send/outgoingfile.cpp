@@ -47,13 +47,11 @@ protected:
         const qint64 count = size > 0 ? readNext(data, size) : 0;
         m_read += qMax<qint64>(0, count);
         const bool isLast = m_read >= m_state->size;
-        if (count < 0 || (isLast && !m_state->isUnchanged())) {
-            m_state->changed = true;
-            m_broken = true;
-            return -1;
-        }
-        m_state->ended = m_state->ended || isLast;
-        return count;
+        const bool hasChanged = count < 0 || (isLast && !m_state->isUnchanged());
+        m_state->changed = m_state->changed || hasChanged;
+        m_broken = hasChanged || (isLast && !mayEnd());
+        m_state->ended = m_state->ended || (isLast && !m_broken);
+        return m_broken ? -1 : count;
     }
     qint64 writeData(const char *, qint64) override { return -1; }
 
@@ -65,6 +63,13 @@ private:
         const std::function<bool()> &ask = m_state->owner->mayLeave;
         m_mayLeave = m_mayLeave || !ask || ask();
         return m_mayLeave && m_state->owner;
+    }
+
+    bool mayEnd()
+    {
+        const std::function<bool()> &ask = m_state->owner->mayEnd;
+        m_mayEnd = m_mayEnd || !ask || ask();
+        return m_mayEnd;
     }
 
     /** Of the file, up to the next insertion, or of that. */
@@ -99,6 +104,7 @@ private:
     std::unique_ptr<Store::Base64Reader> m_inserted;
     qint64 m_left = 0; ///< of it
     bool m_mayLeave = false;
+    bool m_mayEnd = false;
     bool m_broken = false;
     qint64 m_read = 0;
 };

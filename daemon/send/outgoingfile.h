@@ -34,6 +34,8 @@ public:
 
     /** Called by each reader before its first byte is read; false keeps all of them here. */
     std::function<bool()> mayLeave;
+    /** The same before its last byte, which false keeps here. */
+    std::function<bool()> mayEnd;
     /** Whether the last byte was read by the last reader. */
     bool hasEnded() const;
     /** Whether a reader has failed over an attachment that is not what it was. */

@@ -135,8 +135,7 @@ SentLookup::SentLookup(const AccountContext &context, const SentMark &mark, QObj
 int SentLookup::timeToSettle(const Store::Outgoing &outgoing)
 {
     const qint64 passed = QDateTime::currentMSecsSinceEpoch() - outgoing.leftAt;
-    // The clock may have been set back.
-    return passed < 0 ? 0 : int(qMax<qint64>(0, settlingTime() - passed));
+    return int(settlingTime() - qBound<qint64>(0, passed, settlingTime()));
 }
 
 void SentLookup::syncFolder()

@@ -2,7 +2,10 @@
 #include "tests/daemon/sendingworld.h"
 
 #include <QJsonArray>
+#include <qmailnamespace.h>
 #include <qmailstore.h>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 SendingWorld::SendingWorld()
 {
@@ -107,6 +110,12 @@ QByteArray SendingWorld::received()
         server.control("message", request).value(QStringLiteral("message")).toString().toLatin1());
 }
 
+bool SendingWorld::hasDone(const char *command)
+{
+    const QList<QJsonObject> requests = server.requests(command);
+    return !requests.isEmpty() && requests.last().value(QStringLiteral("done")).toBool();
+}
+
 QJsonObject SendingWorld::sendFault(const char *kind, QJsonObject more)
 {
     more.insert(QStringLiteral("kind"), QLatin1String(kind));
@@ -141,4 +150,19 @@ void SendingWorld::setField(const QMailMessageId &id, const char *name, const QS
         message.setCustomField(QLatin1String(name), value);
     QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id), QMailMessageKey::Custom,
                                                    message);
+}
+
+void SendingWorld::setLeftAt(qint64 time)
+{
+    const QString connection = QStringLiteral("left at");
+    {
+        auto base = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        base.setDatabaseName(QMail::dataPath() + QStringLiteral("asdaemon.db"));
+        QSqlQuery query(base.open() ? base : QSqlDatabase());
+        query.prepare(QStringLiteral("UPDATE outgoing SET left_at = ? WHERE state <> 0"));
+        query.addBindValue(time);
+        if (!query.exec() || query.numRowsAffected() != 1)
+            qFatal("cannot change when a message left");
+    }
+    QSqlDatabase::removeDatabase(connection);
 }

@@ -33,6 +33,9 @@ public:
     QByteArray received();
     /** How the server behaves; see Options in tests/easserver/server.py. */
     void setOption(const char *name, const QJsonValue &value);
+    /** Whether the server has done what it was last asked for by this command; since
+     * EasServer::clearLog(). */
+    bool hasDone(const char *command);
     /** A fault that meets the next SendMail, or "command". */
     static QJsonObject sendFault(const char *kind, QJsonObject more = QJsonObject());
 
@@ -44,6 +47,9 @@ public:
     static QString fieldOf(const QMailMessageId &id, const char *name);
     /** Changes it as another process does; an empty text takes it away. */
     static void setField(const QMailMessageId &id, const char *name, const QString &value);
+    /** What the daemon has noted: all that is on its way began to leave then; UTC milliseconds
+     * since 1970. */
+    static void setLeftAt(qint64 time);
 };
 
 #endif

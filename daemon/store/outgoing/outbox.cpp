@@ -231,6 +231,15 @@ Eas::Result Outbox::save(const Outgoing &outgoing, Outgoing::State state)
     return m_outgoing.save(changed);
 }
 
+void Outbox::keepUpWithClock(Outgoing *outgoing)
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (outgoing->leftAt <= now)
+        return;
+    outgoing->leftAt = now;
+    m_outgoing.save(*outgoing);
+}
+
 Eas::Result Outbox::putBack(const QMailMessageId &id, const QString &reason)
 {
     noteReason(id, reason);
@@ -396,7 +405,7 @@ Eas::Result Outbox::undoDraft(const QMailMessageId &id)
     return marked.ok() ? setStatus(id, Message::Draft, false) : marked;
 }
 
-QList<Outgoing> Outbox::givenUp() const
+QList<Outgoing> Outbox::givenUp()
 {
     // Nearly always there is none: the mail store, which would look through all messages, is not
     // asked then.
@@ -410,6 +419,8 @@ QList<Outgoing> Outbox::givenUp() const
     const QMailMessageIdList ids = QMailStore::instance()->queryMessages(
         Narrowing::unsettled(m_account.id, givenUpKey(m_account.id)));
     leave([&ids](const Outgoing &one) { return !ids.contains(one.messageId); });
+    for (Outgoing &one : found)
+        keepUpWithClock(&one);
     return found;
 }
 

@@ -35,6 +35,9 @@ public:
     Eas::Result open(const QMailMessageId &id, Outgoing *outgoing);
     /** Durable when it returns. */
     Eas::Result save(const Outgoing &outgoing, Outgoing::State state);
+    /** Where it left in what is the future now, as the clock was set back: it counts as just left,
+     * now and later. */
+    void keepUpWithClock(Outgoing *outgoing);
 
     /** Whether the server has, or may have, a version that its author has edited since. */
     bool isEdited(const Outgoing &outgoing) const;
@@ -92,7 +95,7 @@ public:
      * Messages that were sent or may have been, and that the message server, which does not know of
      * it, does not try to send any more.
      */
-    QList<Outgoing> givenUp() const;
+    QList<Outgoing> givenUp();
     /** One of those was sent, and is done with, even if it is to be sent again right now. */
     Eas::Result settleGivenUp(const Outgoing &outgoing);
 

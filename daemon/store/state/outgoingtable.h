@@ -23,8 +23,9 @@ struct Outgoing
     QMailMessageId messageId;
     QByteArray rfcId;   ///< its Message-ID, with the brackets
     qint64 created = 0; ///< UTC seconds since 1970; the message's Date if it has none of its own
-    qint64 leftAt = 0;  ///< UTC milliseconds since 1970, when it last began to leave
-    QByteArray print;   ///< OutgoingPrint of what left last; empty: not known
+    /** UTC milliseconds since 1970, when it last began to leave, or the last of it left. */
+    qint64 leftAt = 0;
+    QByteArray print;             ///< OutgoingPrint of what left last; empty: not known
     QList<QByteArray> earlierIds; ///< Message-IDs with which its earlier versions may have gone
     State state = Ready;
 };

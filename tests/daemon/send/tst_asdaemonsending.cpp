@@ -52,6 +52,8 @@ private slots:
     void aCutBeforeTheServerHasItIsNoDoubt();
     void aTimeoutIsNoReasonToSendItTwice_data();
     void aTimeoutIsNoReasonToSendItTwice();
+    void aClockThatIsSetBackTakesNoTimeFromTheServer_data();
+    void aClockThatIsSetBackTakesNoTimeFromTheServer();
     void whatCannotBeLookedForIsNotSentAgain_data();
     void whatCannotBeLookedForIsNotSentAgain();
     void whatIsTooOldToBeShownIsNotSentAgain();
@@ -78,6 +80,7 @@ private slots:
     void aGivenUpMessageThatWasSentLeavesTheOutbox_data();
     void aGivenUpMessageThatWasSentLeavesTheOutbox();
     void aGivenUpMessageThatWasNotSentStays();
+    void aGivenUpMessageIsLookedForAgainWhereTheClockWasSetBack();
     void aMessageThatIsTriedAgainIsNotLookedFor();
     void whatWasRefusedButNotToldReturnsWithItsReason();
     void theReasonGoesWhenItIsSent();
@@ -91,6 +94,10 @@ private:
     /** A folder of the account that the server does not know. */
     QMailFolderId addLocalFolder(const QString &name);
     QMailMessageId sendOldToNowhere(int keepDays);
+    /** One with the Message-ID <own@example.test>, which left tomorrow as the clock has it now. */
+    QMailMessageId sendTomorrowToNowhere();
+    /** The server puts it into its folder of sent ones. */
+    void fileOwn();
     bool begin() override
     {
         world().daemon.hurry();
@@ -428,6 +435,54 @@ void TestAsDaemonSending::aTimeoutIsNoReasonToSendItTwice()
     QTRY_COMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
+}
+
+QMailMessageId TestAsDaemonSending::sendTomorrowToNowhere()
+{
+    QMailMessage message = world().draft();
+    message.setHeaderField(QStringLiteral("Message-ID"), QStringLiteral("<own@example.test>"));
+    world().server.fault(SendingWorld::sendFault("reset"));
+    const QMailMessageId id = world().add(message);
+    const int code = world().sendAndWait(id);
+    if (code != 902)
+        qFatal("the sending ended with %d", code);
+    SendingWorld::setLeftAt(QDateTime::currentDateTimeUtc().addDays(1).toMSecsSinceEpoch());
+    return id;
+}
+
+void TestAsDaemonSending::fileOwn()
+{
+    world().server.deliver(Alice, QStringLiteral("Sent"),
+                           "From: alice@example.test\r\nTo: bob@example.test\r\nSubject: Hello\r\n"
+                           "Message-ID: <own@example.test>\r\n\r\nHello.\r\n");
+}
+
+void TestAsDaemonSending::aClockThatIsSetBackTakesNoTimeFromTheServer_data()
+{
+    QTest::addColumn<bool>("arrives");
+    QTest::newRow("the server has it a moment later") << true;
+    QTest::newRow("the server does not have it") << false;
+}
+
+void TestAsDaemonSending::aClockThatIsSetBackTakesNoTimeFromTheServer()
+{
+    QFETCH(bool, arrives);
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(4); // for a server that may still be at it
+    QVERIFY(world().daemon.start());
+    world().setOption("client_id_memory", false);
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageId id = sendTomorrowToNowhere();
+    world().server.clearLog();
+    world().server.fault("delay", "Sync", {{"late", true}, {"seconds", 20}});
+    const int request = world().send(id);
+    QTRY_VERIFY(world().hasDone("Sync"));
+    if (arrives)
+        fileOwn();
+    world().server.endDelays();
+    QCOMPARE(world().codeOf(request), 200);
+    QCOMPARE(world().server.requestCount("SendMail"), arrives ? 0 : 1);
+    QCOMPARE(world().copies(Alice, QStringLiteral("Hello"), QStringLiteral("Sent")), 1);
 }
 
 /** Written two days ago, and cut off now, where mail is kept for so many days. */
@@ -863,6 +918,21 @@ void TestAsDaemonSending::aGivenUpMessageThatWasNotSentStays()
     QCOMPARE(QMailMessage(id).customField(QStringLiteral("dontSend")), QStringLiteral("true"));
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
+}
+
+void TestAsDaemonSending::aGivenUpMessageIsLookedForAgainWhereTheClockWasSetBack()
+{
+    world().deliver(1, QStringLiteral("Other"), QStringLiteral("Sent"));
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageId id = sendTomorrowToNowhere();
+    giveUp(id);
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(world().server.requestCount("ItemOperations"), 1);
+    fileOwn();
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_VERIFY(!StoreFixture::exists(id));
+    QCOMPARE(world().server.requestCount("SendMail"), 0);
 }
 
 /** Its own next attempt will. */

@@ -91,6 +91,8 @@ private slots:
     void whatIsChangedWhileItLeavesDoesNotGo();
     void editedWhileItLeavesItGoesAsItIsNow_data();
     void editedWhileItLeavesItGoesAsItIsNow();
+    void theServersTimeBeginsWithTheLastByte_data();
+    void theServersTimeBeginsWithTheLastByte();
 
 private:
     bool begin() override
@@ -100,6 +102,8 @@ private:
         return world().begin();
     }
     QMailMessageId addOne(const QString &subject = QStringLiteral("Hello")) const;
+    /** A large one with the Message-ID <own@example.test>. */
+    QMailMessageId addLargeWithId() const;
     /** All that the daemon asks of the server goes through there. */
     void lead(const CuttingProxy &proxy);
     qint64 bytesOfOneSending(CuttingProxy *proxy);
@@ -129,6 +133,13 @@ QMailMessageId TestBrokenOffSending::addOne(const QString &subject) const
     const QMailMessage message = world().draft(subject);
     return world().add(m_attached > 0 ? withAttachment(message, QByteArray(m_attached, 'x'))
                                       : message);
+}
+
+QMailMessageId TestBrokenOffSending::addLargeWithId() const
+{
+    QMailMessage message = withAttachment(world().draft(), QByteArray(Large, 'x'));
+    message.setHeaderField(QStringLiteral("Message-ID"), QStringLiteral("<own@example.test>"));
+    return world().add(message);
 }
 
 void TestBrokenOffSending::lead(const CuttingProxy &proxy)
@@ -283,6 +294,51 @@ void TestBrokenOffSending::editedWhileItLeavesItGoesAsItIsNow()
     QCOMPARE(world().sent().size(), 1);
     QCOMPARE(world().sentMessage().subject(), subject);
     QCOMPARE(world().sentMessage().partAt(1).body().data(QMailMessageBody::Decoded).size(), size);
+}
+
+void TestBrokenOffSending::theServersTimeBeginsWithTheLastByte_data()
+{
+    QTest::addColumn<bool>("kill");
+    QTest::newRow("connection cut") << false;
+    QTest::newRow("daemon killed") << true;
+}
+
+/** The upload has taken long, and the server has it in its folder a moment after it was cut off. */
+void TestBrokenOffSending::theServersTimeBeginsWithTheLastByte()
+{
+    QFETCH(bool, kill);
+    QCOMPARE(world().endDaemon(), 0);
+    world().daemon.setPatience(24); // all this is over before the server's time is
+    QVERIFY(world().daemon.start());
+    QCOMPARE(world().syncAndWait(), 200);
+    CuttingProxy proxy(world().server.port());
+    lead(proxy);
+    world().server.fault("delay", "SendMail", {{"seconds", 20}});
+    world().server.fault("reset", "SendMail");
+    proxy.callAfter(Large / 2, [] { SendingWorld::setLeftAt(1); });
+    const QMailMessageId id = addLargeWithId();
+    const int first = world().send(id);
+    QTRY_VERIFY(world().server.requests("SendMail").value(0)[QStringLiteral("bytes_in")].toInt()
+                > Large);
+    if (kill) {
+        world().daemon.kill();
+        QVERIFY(world().daemon.start());
+        QTRY_VERIFY(world().isInOutbox(id));
+    }
+    world().server.endDelays();
+    if (!kill)
+        QCOMPARE(world().codeOf(first), 902);
+    world().server.clearLog();
+    world().server.fault("delay", "Sync", {{"late", true}, {"seconds", 20}});
+    world().listener.clear(); // a new daemon counts its requests anew
+    const int second = world().send(id);
+    QTRY_VERIFY(world().hasDone("Sync"));
+    world().server.deliver(Alice, QStringLiteral("Sent"),
+                           "From: alice@example.test\r\nTo: bob@example.test\r\nSubject: Hello\r\n"
+                           "Message-ID: <own@example.test>\r\n\r\nHello.\r\n");
+    world().server.endDelays();
+    QCOMPARE(world().codeOf(second), 200);
+    QCOMPARE(world().server.requestCount("SendMail"), 0);
 }
 
 QTEST_GUILESS_MAIN(TestBrokenOffSending)

@@ -127,6 +127,7 @@ private slots:
     void aSecondReaderReadsAll();
     void aReaderThatLivesLongerReadsNothing();
     void nothingIsReadThatMayNotLeave();
+    void theLastByteIsNotReadThatMayNotEnd();
 
 private:
     QMailMessageId add(QMailMessage message) const;
@@ -320,6 +321,23 @@ void TestOutgoingFile::nothingIsReadThatMayNotLeave()
     QVERIFY(!file->hasChanged());
     QCOMPARE(qint64(readFrom(file->reader().get(), 16384).size()), file->size());
     QCOMPARE(asked, 2);
+}
+
+void TestOutgoingFile::theLastByteIsNotReadThatMayNotEnd()
+{
+    const File file = compose(addLarge(), false);
+    int asked = 0;
+    file->mayEnd = [&] { return ++asked > 1; };
+    QVERIFY(readFrom(file->reader().get(), 16384).size() < file->size());
+    QCOMPARE(asked, 1);
+    QVERIFY(!file->hasEnded());
+    QVERIFY(!file->hasChanged());
+    const auto reader = file->reader();
+    QCOMPARE(qint64(readFrom(reader.get(), 16384, file->size() - 1).size()), file->size() - 1);
+    QCOMPARE(asked, 1);
+    QCOMPARE(readFrom(reader.get(), 16384).size(), 1);
+    QCOMPARE(asked, 2);
+    QVERIFY(file->hasEnded());
 }
 
 QTEST_GUILESS_MAIN(TestOutgoingFile)
