@@ -252,7 +252,9 @@ void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
             conclude(NotThere); // all others have another subject as well
         return;
     }
-    const Answer answer = result.ok() ? compare(candidate, head) : NotThere;
+    const Answer answer = result.ok() ? compare(candidate, head)
+        : candidate.isAlike           ? Unclear // listed, and not to be had
+                                      : NotThere;
     if (answer == There) {
         conclude(There);
         return;

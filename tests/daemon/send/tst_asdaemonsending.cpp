@@ -511,6 +511,8 @@ void TestAsDaemonSending::whatCannotBeLookedForIsNotSentAgain_data()
     const QString fetch = QStringLiteral("ItemOperations");
     QTest::newRow("the request is refused")
         << always("status", fetch, {{QStringLiteral("status"), 2}}) << false;
+    QTest::newRow("the item is gone")
+        << always("status", fetch, {{QStringLiteral("status"), 6}}) << false;
     QTest::newRow("half an answer")
         << always("damage", fetch, {{QStringLiteral("how"), QStringLiteral("truncated")}}) << false;
     QTest::newRow("a page in HTML") << always("rubbish", fetch, {}) << false;
