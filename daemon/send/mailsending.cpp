@@ -126,7 +126,7 @@ void MailSending::send()
     m_isOut = false;
     m_outbox.noteReason(m_id, QString()); // clears that of the last attempt
     const QMailMessage message(m_id);
-    if (endIfTakenBack(message))
+    if (endIfNotToGo(message))
         return;
     const Eas::Result known = Store::OutgoingMail::checkRecipients(message);
     if (known.ok())
@@ -135,12 +135,17 @@ void MailSending::send()
         finish(known);
 }
 
-bool MailSending::endIfTakenBack(const QMailMessage &message)
+/** What it is now goes only where it is not taken back, and somebody waits for it. */
+bool MailSending::endIfNotToGo(const QMailMessage &message)
 {
     m_takenBack = Store::Outbox::isTakenBack(message, m_statusAsked);
+    const bool hasBeenComposed = m_composed.id().isValid();
+    const bool isUnwanted = hasBeenComposed && m_waiters.isEmpty() && isEdited(message, m_composed);
     if (m_takenBack)
         finish(takenBack());
-    return m_takenBack;
+    else if (isUnwanted)
+        endEdited();
+    return m_takenBack || isUnwanted;
 }
 
 void MailSending::prepare(const QMailMessage &message)
@@ -159,7 +164,7 @@ void MailSending::onPrepared(const QMailMessage &prepared, const SendingPreparat
                              const Eas::Result &result)
 {
     QMailMessage message(m_id);
-    if (endIfTakenBack(message))
+    if (endIfNotToGo(message))
         return;
     if (isEdited(message, prepared)) {
         perform();
@@ -375,9 +380,15 @@ void MailSending::sendEdited()
 {
     m_failure = {};
     if (m_waiters.isEmpty())
-        finish({Eas::Cancelled, FailureText::english("the message has been edited")});
+        endEdited();
     else
         perform();
+}
+
+/** Its author has not asked for what it is now. */
+void MailSending::endEdited()
+{
+    finish({Eas::Cancelled, FailureText::english("the message has been edited")});
 }
 
 /** Ends as doubtful: it may have been sent, and only a person has it sent again. */

@@ -52,7 +52,7 @@ private:
     void perform() override;
     bool mayJoin(const Request &request) const override;
     void send();
-    bool endIfTakenBack(const QMailMessage &message);
+    bool endIfNotToGo(const QMailMessage &message);
     void prepare(const QMailMessage &message);
     void onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                     const Eas::Result &result);
@@ -73,6 +73,7 @@ private:
     void lookUp();
     void onLooked(const SentLookup &lookup, const Eas::Result &result);
     void sendEdited();
+    void endEdited();
     void endInDoubt();
     void finish(const Eas::Result &result);
     void settle(const Eas::Result &result);

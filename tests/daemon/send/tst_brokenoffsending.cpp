@@ -91,6 +91,11 @@ private slots:
     void whatIsChangedWhileItLeavesDoesNotGo();
     void editedWhileItLeavesItGoesAsItIsNow_data();
     void editedWhileItLeavesItGoesAsItIsNow();
+    void editedWhileItLeavesAndNobodyWaitsItStays_data()
+    {
+        editedWhileItLeavesItGoesAsItIsNow_data();
+    }
+    void editedWhileItLeavesAndNobodyWaitsItStays();
     void theServersTimeBeginsWithTheLastByte_data();
     void theServersTimeBeginsWithTheLastByte();
 
@@ -294,6 +299,31 @@ void TestBrokenOffSending::editedWhileItLeavesItGoesAsItIsNow()
     QCOMPARE(world().sent().size(), 1);
     QCOMPARE(world().sentMessage().subject(), subject);
     QCOMPARE(world().sentMessage().partAt(1).body().data(QMailMessageBody::Decoded).size(), size);
+}
+
+/** Its author has not asked for what it is now, which may be half of it. */
+void TestBrokenOffSending::editedWhileItLeavesAndNobodyWaitsItStays()
+{
+    QFETCH(QString, what);
+    QFETCH(QString, subject);
+    m_attached = Large;
+    const QMailMessageId id = addOne();
+    CuttingProxy proxy(world().server.port());
+    lead(proxy);
+    int request = 0;
+    proxy.callAfter(Large / 16, [&] {
+        world().proxy.abortRequest(request, 1030, QDBus::Block);
+        change(id, what);
+    });
+    request = world().send(id);
+    QCOMPARE(world().codeOf(request, 60000), 1030);
+    QTRY_VERIFY(world().isInOutbox(id));
+    QVERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("has been edited")));
+    QVERIFY(world().sent().isEmpty());
+    QCOMPARE(QMailMessage(id).subject(), subject);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().sent().size(), 1);
+    QCOMPARE(world().sentMessage().subject(), subject);
 }
 
 void TestBrokenOffSending::theServersTimeBeginsWithTheLastByte_data()

@@ -107,6 +107,8 @@ private slots:
     void editedWhileItLeavesItStaysWhereItIsNotToGo();
     void beforeASecondUploadItIsLookedAtAgain_data();
     void beforeASecondUploadItIsLookedAtAgain();
+    void beforeASecondUploadThatNobodyAwaitsItStays_data();
+    void beforeASecondUploadThatNobodyAwaitsItStays();
     void editedToBeTooLargeItsSendingEnds();
     void editedWhileItIsLookedForItGoesAsItIsNow_data();
     void editedWhileItIsLookedForItGoesAsItIsNow();
@@ -139,6 +141,9 @@ private:
     /** Sends a message whose arrival the server keeps to itself until EasServer::endDelays(), as
      * that of those after it; its request. */
     int sendUnanswered(const QMailMessageId &id, int messages = 1);
+    /** The server sends the client elsewhere with what is sent next, for which it waits until
+     * EasServer::endDelays(). */
+    void redirect();
     /** The server refuses what is sent next until it has told its new policy, for which it waits
      * until EasServer::endDelays(). */
     void renewPolicy();
@@ -228,6 +233,17 @@ int TestEditedSending::sendUnanswered(const QMailMessageId &id, int messages)
                          20000))
         qFatal("the message has not arrived");
     return request;
+}
+
+void TestEditedSending::redirect()
+{
+    world().server.fault("delay", "SendMail", {{"seconds", 20}});
+    // The slash makes it another URL.
+    world().server.fault(
+        "http", "SendMail",
+        {{"status", 451},
+         {"location",
+          world().server.url().toString() + QStringLiteral("/Microsoft-Server-ActiveSync/")}});
 }
 
 void TestEditedSending::renewPolicy()
@@ -593,17 +609,10 @@ void TestEditedSending::beforeASecondUploadItIsLookedAtAgain()
     QFETCH(int, code);
     QFETCH(int, attached);
     startPatient();
-    if (isRedirected) {
-        world().server.fault("delay", "SendMail", {{"seconds", 20}});
-        // The slash makes it another URL.
-        world().server.fault(
-            "http", "SendMail",
-            {{"status", 451},
-             {"location",
-              world().server.url().toString() + QStringLiteral("/Microsoft-Server-ActiveSync/")}});
-    } else {
+    if (isRedirected)
+        redirect();
+    else
         renewPolicy();
-    }
     const QByteArray content(attached, 'x');
     QMailMessage message = world().draft();
     if (attached > 0)
@@ -621,6 +630,50 @@ void TestEditedSending::beforeASecondUploadItIsLookedAtAgain()
     QCOMPARE(QMailMessage(id).subject(), subject);
     if (code == 200 && attached > 0)
         QCOMPARE(world().sentMessage().partAt(1).body().data(QMailMessageBody::Decoded), content);
+}
+
+void TestEditedSending::beforeASecondUploadThatNobodyAwaitsItStays_data()
+{
+    QTest::addColumn<QString>("why");
+    QTest::addColumn<bool>("draft");
+    for (const char *why : {"redirected", "refused for a new policy", "the server is busy"}) {
+        QTest::newRow((QByteArray(why) + ", it is edited").constData())
+            << QString::fromLatin1(why) << false;
+        QTest::newRow((QByteArray(why) + ", the edit is a draft").constData())
+            << QString::fromLatin1(why) << true;
+    }
+}
+
+/** What its author writes now may be half of it. */
+void TestEditedSending::beforeASecondUploadThatNobodyAwaitsItStays()
+{
+    QFETCH(QString, why);
+    QFETCH(bool, draft);
+    startPatient();
+    if (why == QLatin1String("redirected")) {
+        redirect();
+    } else if (why == QLatin1String("the server is busy")) {
+        world().server.fault("delay", "SendMail", {{"seconds", 20}});
+        world().server.fault("http", "SendMail", {{"status", 503}, {"retry_after", 1}});
+    } else {
+        renewPolicy();
+    }
+    const QMailMessageId id = world().add(world().draft());
+    const int request = world().send(id);
+    QVERIFY(world().faultsAreTaken());
+    world().proxy.abortRequest(request, 1030, QDBus::Block);
+    editSubject(id);
+    if (draft)
+        takeBack(id, false);
+    world().server.endDelays();
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(draft ? QLatin1String("taken back")
+                                                          : QLatin1String("has been edited")));
+    QCOMPARE(world().codeOf(request), 1030);
+    if (!draft)
+        QTRY_VERIFY(world().isInOutbox(id));
+    QVERIFY(world().sent().isEmpty());
+    QCOMPARE(world().isInOutbox(id), !draft);
+    QCOMPARE(QMailMessage(id).subject(), QStringLiteral("Edited"));
 }
 
 /** It does not leave at all: the server has refused one of that size before. */

@@ -86,6 +86,7 @@ private slots:
     void whereTheOriginalIsGoneItGoesPlain();
     void whereTheServerForbidsItGoesPlain_data();
     void whereTheServerForbidsItGoesPlain();
+    void editedAndNotAwaitedItDoesNotGoPlain();
     void whereTheServerDoesNotTakeANamedOriginalItGoesWhole_data() { addVersions(); }
     void whereTheServerDoesNotTakeANamedOriginalItGoesWhole();
     void whereTheOriginalIsNotHereAnyMoreItGoesPlain();
@@ -473,6 +474,24 @@ void TestResponses::whereTheServerForbidsItGoesPlain()
              (QStringList {QStringLiteral("SmartForward"), QStringLiteral("SendMail")}));
     QCOMPARE(world().copies(Bob, QStringLiteral("Fwd: Original")), 1);
     QCOMPARE(arrived(), QByteArray("Look.\n"));
+}
+
+void TestResponses::editedAndNotAwaitedItDoesNotGoPlain()
+{
+    world().server.fault("delay", "SmartForward", {{"seconds", 20}});
+    world().server.fault("status", "SmartForward", {{"status", 121}});
+    const QMailMessageId id =
+        world().add(response(QMailMessage::Forward, QStringLiteral("Look.\n")));
+    const int request = world().send(id);
+    QVERIFY(world().faultsAreTaken());
+    world().proxy.abortRequest(request, 1030, QDBus::Block);
+    QMailMessage edited(id);
+    edited.setBody(SendingWorld::plainText(QStringLiteral("Look at\n")));
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
+    world().server.endDelays();
+    QTRY_VERIFY(world().isInOutbox(id));
+    QVERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("has been edited")));
+    QVERIFY(world().sent().isEmpty());
 }
 
 void TestResponses::whereTheServerDoesNotTakeANamedOriginalItGoesWhole()
