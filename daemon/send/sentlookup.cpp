@@ -267,8 +267,10 @@ void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
 SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMessage &head) const
 {
     const QByteArray id = head.headerFieldText(QStringLiteral("Message-ID")).trimmed().toUtf8();
+    // A message that was in the mail store before this one leaves a doubt at most.
+    const bool isLater = candidate.id.toULongLong() > m_mark.id.toULongLong();
     if (id == m_mark.rfcId)
-        return There;
+        return isLater ? There : Unclear;
     if (!candidate.isAlike || isOwnId(id, m_mark.rfcId) || m_mark.earlierIds.contains(id))
         return NotThere;
     if (id.isEmpty())
@@ -276,9 +278,7 @@ SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMe
     const QSet<QString> recipients = visibleRecipients(head);
     if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
         return NotThere;
-    // A message that was in the mail store before this one leaves a doubt at most.
-    const bool isSame = m_mark.earlierIds.isEmpty()
-        && candidate.id.toULongLong() > m_mark.id.toULongLong() && recipients == m_mark.recipients
+    const bool isSame = m_mark.earlierIds.isEmpty() && isLater && recipients == m_mark.recipients
         && dateOf(head) == m_mark.date && candidate.received >= m_mark.written - EarliestArrival
         && candidate.received < m_mark.left + LatestArrival
         && Store::TextTraces::contains(head, m_mark.text)

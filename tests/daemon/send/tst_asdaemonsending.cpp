@@ -63,6 +63,7 @@ private slots:
     void anEarlierMessageLikeItIsADoubt_data();
     void anEarlierMessageLikeItIsADoubt();
     void whatWasHereBeforeItIsNotTheMessage();
+    void anEarlierMessageOfTheSameIdIsNotTheMessage();
     void whatWasSentJustBeforeIsNotTheCorrectedMessage_data();
     void whatWasSentJustBeforeIsNotTheCorrectedMessage();
     void aDoubtIsOverOnceTheServerShowsTheMessage();
@@ -637,6 +638,26 @@ void TestAsDaemonSending::whatWasHereBeforeItIsNotTheMessage()
     QCOMPARE(world().sendAndWait(id), 902);
     QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
     QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+}
+
+/** The message was made of one that was sent, and has kept its Message-ID. */
+void TestAsDaemonSending::anEarlierMessageOfTheSameIdIsNotTheMessage()
+{
+    fileOwn();
+    QCOMPARE(world().syncAndWait(), 200);
+    QMailMessage message = world().draft(QStringLiteral("Hello again"));
+    message.setHeaderField(QStringLiteral("Message-ID"), QStringLiteral("<own@example.test>"));
+    message.setBody(SendingWorld::plainText(QStringLiteral("Something else.\n")));
+    const QMailMessageId id = world().add(message);
+    world().server.fault(SendingWorld::sendFault("reset"));
+    QCOMPARE(world().sendAndWait(id), 902);
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
+    QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
+    QCOMPARE(world().server.requestCount("SendMail"), 1);
+    // A person decides.
+    world().setOutbox(id, true);
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(Bob, QStringLiteral("Hello again")), 1);
 }
 
 void TestAsDaemonSending::whatWasSentJustBeforeIsNotTheCorrectedMessage_data()
