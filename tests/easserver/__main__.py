@@ -11,11 +11,13 @@ from pathlib import Path
 
 from control import ControlServer
 from mailstore import Store
+from nursery import Nursery
 from server import QUIRKS, Options, Server
 
 
-def arguments():
-    parser = argparse.ArgumentParser(prog="easserver", description=__doc__)
+def settings_of(arguments):
+    parser = argparse.ArgumentParser(prog="easserver", description=__doc__,
+                                     epilog="With --nursery SOCKET alone it starts servers; see nursery.py.")
     parser.add_argument("maildir", type=Path,
                         help="MAILDIR/USER/FOLDER/[FOLDER/...]FILE, each file one message")
     parser.add_argument("--host", default="127.0.0.1", help="a loopback address (%(default)s)")
@@ -37,7 +39,7 @@ def arguments():
     parser.add_argument("--warm", action="store_true", help="prepare all messages before the start")
     parser.add_argument("--ignore-stdin", action="store_true",
                         help="go on when standard input closes")
-    settings = parser.parse_args()
+    settings = parser.parse_args(arguments)
     if not ipaddress.ip_address(settings.host).is_loopback:
         parser.error(f"{settings.host} is not a loopback address; this server is for tests alone")
     if not settings.maildir.is_dir():
@@ -65,8 +67,8 @@ def stop_at_end_of_input(stop):
     stop()
 
 
-def main():
-    settings = arguments()
+def serve(arguments):
+    settings = settings_of(arguments)
     store = Store(settings.maildir, dict(entry.split(":", 1) for entry in settings.users), settings.state,
                   settings.durable)
     server = Server((settings.host, settings.port), store, options(settings), settings.tls)
@@ -88,6 +90,12 @@ def main():
     server.go_offline()
     store.save()
     return server.conduct.exit_status()
+
+
+def main():
+    if sys.argv[1:2] == ["--nursery"]:
+        return Nursery(sys.argv[2], serve).run()
+    return serve(sys.argv[1:])
 
 
 if __name__ == "__main__":

@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/support/easserver.h"
 
+#include "tests/support/servernursery.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QJsonDocument>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <csignal>
+#include <sys/socket.h>
 
 namespace {
 
@@ -42,7 +48,6 @@ EasServer::EasServer(const QString &mailDirectory)
         directory.setAutoRemove(false);
         m_mailDirectory = directory.path();
     }
-    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
 }
 
 EasServer::~EasServer()
@@ -72,36 +77,42 @@ QJsonObject EasServer::faultOf(const char *kind, const char *command, Details de
 
 bool EasServer::start(int timeoutMs)
 {
-    const QString program = QStringLiteral(EASSERVER_DIRECTORY);
-    QStringList arguments {QStringLiteral("-B"), program, m_mailDirectory};
+    QStringList arguments {m_mailDirectory};
     if (m_url.isValid())
         arguments << QStringLiteral("--port") << QString::number(m_url.port());
-    const QString violations = qEnvironmentVariable("EASSERVER_VIOLATIONS", QDir::tempPath());
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("EASSERVER_VIOLATIONS"), violations);
-    m_process.setProcessEnvironment(environment);
-    m_process.start(QStringLiteral("python3"), arguments + m_arguments);
-    m_violations = QStringLiteral("%1/%2").arg(violations).arg(m_process.processId());
+    QByteArray process;
+    QByteArray urls;
+    if (!ServerNursery::connect(&m_connection, arguments + m_arguments)
+        || !waitForLine(&process, timeoutMs))
+        return false;
+    m_process = process.toLongLong();
+    m_violations = QStringLiteral("%1/%2").arg(ServerNursery::violations()).arg(m_process);
+    if (!waitForLine(&urls, timeoutMs))
+        return false;
+    m_url = QUrl(QString::fromUtf8(urls.split(' ').value(0)));
+    m_controlUrl = QUrl(QString::fromUtf8(urls.split(' ').value(1)));
+    return m_controlUrl.isValid();
+}
+
+bool EasServer::waitForLine(QByteArray *line, int timeoutMs)
+{
     QElapsedTimer clock;
     clock.start();
-    while (!m_process.canReadLine()) {
-        if (m_process.state() == QProcess::NotRunning || clock.elapsed() > timeoutMs)
+    while (!m_connection.canReadLine()) {
+        if (m_connection.state() != QLocalSocket::ConnectedState || clock.elapsed() > timeoutMs)
             return false;
-        m_process.waitForReadyRead(100);
+        m_connection.waitForReadyRead(100);
     }
-    const QStringList urls =
-        QString::fromUtf8(m_process.readLine()).trimmed().split(QLatin1Char(' '));
-    m_url = QUrl(urls.value(0));
-    m_controlUrl = QUrl(urls.value(1));
-    return m_controlUrl.isValid();
+    *line = m_connection.readLine().trimmed();
+    return true;
 }
 
 bool EasServer::stop(int timeoutMs)
 {
-    if (m_process.state() == QProcess::NotRunning)
+    if (m_connection.state() == QLocalSocket::UnconnectedState)
         return true;
-    m_process.closeWriteChannel();
-    if (!m_process.waitForFinished(timeoutMs)) {
+    ::shutdown(int(m_connection.socketDescriptor()), SHUT_WR);
+    if (!m_connection.waitForDisconnected(timeoutMs)) {
         kill();
         return false;
     }
@@ -111,8 +122,10 @@ bool EasServer::stop(int timeoutMs)
 
 void EasServer::kill()
 {
-    m_process.kill();
-    m_process.waitForFinished();
+    if (m_connection.state() == QLocalSocket::UnconnectedState)
+        return;
+    ::kill(pid_t(m_process), SIGKILL);
+    m_connection.waitForDisconnected(-1);
     failUponViolations();
 }
 

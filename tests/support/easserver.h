@@ -8,7 +8,7 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QProcess>
+#include <QLocalSocket>
 #include <QStringList>
 #include <QUrl>
 
@@ -50,7 +50,6 @@ public:
     /** Scheme, address and port, without a path. */
     QUrl url() const { return m_url; }
     quint16 port() const { return quint16(m_url.port()); }
-    qint64 processId() const { return m_process.processId(); }
 
     /** Any request of the control endpoint, by the name of its function. */
     QJsonObject control(const char *name, const QJsonObject &request = QJsonObject());
@@ -117,6 +116,7 @@ public:
                     int days = 2);
 
 private:
+    bool waitForLine(QByteArray *line, int timeoutMs);
     void failUponViolations();
     static bool runScript(const char *name, const QStringList &arguments);
 
@@ -124,7 +124,8 @@ private:
     /** What clients did wrong and nobody has taken is in this file, also after a kill. */
     QString m_violations;
     QStringList m_arguments;
-    QProcess m_process;
+    QLocalSocket m_connection; ///< its standard input and output; closes when it has ended
+    qint64 m_process = 0;
     QUrl m_url;
     QUrl m_controlUrl;
 };
