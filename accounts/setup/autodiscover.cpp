@@ -34,6 +34,11 @@ QUrl serviceAt(const QString &host, int port = -1)
     return url;
 }
 
+QString notConfirmedText(const QString &host)
+{
+    return Text::tr("%1 was not confirmed").arg(host);
+}
+
 /** What HTTP has said; a success where nothing has come. */
 Eas::Result answerOf(const QNetworkReply &reply)
 {
@@ -135,7 +140,20 @@ void Autodiscover::timedOut()
 {
     missed(Text::tr("no answer in time"));
     drop();
-    end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound, m_misses.join(QLatin1String("; "))});
+    giveUp();
+}
+
+void Autodiscover::giveUp()
+{
+    QStringList unconfirmed;
+    for (const QString &host : qAsConst(m_unconfirmed))
+        unconfirmed.append(notConfirmedText(host));
+    // With one of them trusted, the search may well succeed.
+    if (!unconfirmed.isEmpty())
+        end({Eas::Cancelled, unconfirmed.join(QLatin1String("; "))});
+    else
+        end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound,
+             m_misses.join(QLatin1String("; "))});
 }
 
 /** The host that was asked leads nowhere. */
@@ -151,8 +169,7 @@ void Autodiscover::tryNext()
     else if (!m_lookedUp)
         lookUp();
     else
-        end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound,
-             m_misses.join(QLatin1String("; "))});
+        giveUp();
 }
 
 void Autodiscover::lookUp()
@@ -176,8 +193,7 @@ void Autodiscover::lookedUp()
         missed(Text::tr("there is none"));
     if (isThere && isTrusted(target))
         m_candidates.append(serviceAt(target, records.first().port()));
-    if (!m_over)
-        tryNext();
+    tryNext();
 }
 
 void Autodiscover::post(const QUrl &url)
@@ -229,6 +245,8 @@ void Autodiscover::followTo(const QUrl &url)
     }
     if (isTrusted(url.host()))
         post(url);
+    else
+        tryNext();
 }
 
 void Autodiscover::evaluate(const QByteArray &document)
@@ -253,8 +271,10 @@ void Autodiscover::found(const QUrl &server)
         tryNext();
         return;
     }
-    if (!isTrusted(server.host()))
+    if (!isTrusted(server.host())) {
+        tryNext();
         return;
+    }
     m_server = server;
     end({});
 }
@@ -266,22 +286,28 @@ void Autodiscover::askFor(const QString &email)
         tryNext();
         return;
     }
-    if (!isTrusted(domainOf(email)))
-        return;
-    m_email = email;
-    m_lookedUp = false;
-    m_candidates = candidatesFor(email);
+    if (isTrusted(domainOf(email))) {
+        m_email = email;
+        m_lookedUp = false;
+        m_candidates = candidatesFor(email);
+    }
     tryNext();
 }
 
-/** Whether the host belongs to the address, or is confirmed; otherwise everything ends. */
+/** Whether the host belongs to the address, or is confirmed, which is asked once; otherwise the
+ * host that has named it leads nowhere. */
 bool Autodiscover::isTrusted(const QString &host)
 {
     const QString domain = domainOf(m_email).toLower();
     const QString name = host.toLower();
-    if (name == domain || name.endsWith(QLatin1Char('.') + domain) || isConfirmed(host))
+    if (name == domain || name.endsWith(QLatin1Char('.') + domain))
         return true;
-    end({Eas::Cancelled, Text::tr("%1 was not confirmed").arg(host)});
+    if (!m_unconfirmed.contains(name)) {
+        if (isConfirmed(host))
+            return true;
+        m_unconfirmed.append(name);
+    }
+    missed(notConfirmedText(name));
     return false;
 }
 

@@ -24,7 +24,8 @@ namespace Accounts {
  *
  * Asks the address's domain, its host "autodiscover", and what the domain's SRV record names, in
  * this order, over TLS with a trusted certificate alone. The password goes only to a server that
- * asks for it. What leads to a host that the address itself does not name is confirmed first.
+ * asks for it. What leads to a host that the address itself does not name is confirmed first; where
+ * it is not, the search goes on with the next one.
  */
 class Autodiscover : public QObject
 {
@@ -52,8 +53,9 @@ public:
     /** Runs it to its end, in an event loop of its own. */
     Eas::Result run();
 
-    /** Success, LoginRefused, Cancelled where a redirect was not confirmed, else NotFound; the text
-     * names each host that was tried and why it led nowhere. */
+    /** Success, Cancelled where nothing was found and the text names hosts that were not confirmed,
+     * else LoginRefused or NotFound; their text names each host that was tried and why it led
+     * nowhere. */
     const Eas::Result &result() const { return m_result; }
     /** The server's URL; after success. */
     QUrl server() const { return m_server; }
@@ -66,6 +68,7 @@ signals:
 
 private:
     void tryNext();
+    void giveUp();
     void lookUp();
     void lookedUp();
     void post(const QUrl &url);
@@ -99,6 +102,8 @@ private:
     QString m_host;
     /** Each host that was tried and why it led nowhere. */
     QStringList m_misses;
+    /** Hosts that were not confirmed. */
+    QStringList m_unconfirmed;
     bool m_loginRefused = false;
     bool m_over = false;
     Eas::Result m_result;

@@ -55,6 +55,7 @@ private slots:
     void serverElsewhereIsConfirmed();
     void serverElsewhereIsLeftWhenNotConfirmed();
     void redirectElsewhereIsConfirmed();
+    void hostThatWasNotConfirmedIsNotAskedForAgain();
     void redirectWithoutTlsIsNotFollowed();
     void redirectInACircleEnds();
     void otherAddressIsConfirmed();
@@ -67,7 +68,9 @@ private slots:
 
 private:
     Eas::Result run(bool trusted = true);
-    void prepare(const QList<QUrl> &candidates);
+    void prepare(
+        const QList<QUrl> &candidates,
+        const Autodiscover::Confirm &confirm = [](const QString &) { return false; });
     QUrl urlOf(const ScriptedServer &server, const char *host = "localhost") const;
 
     TestCertificate m_certificate;
@@ -258,6 +261,24 @@ void TestAutodiscover::redirectElsewhereIsConfirmed()
     QCOMPARE(m_server->requests().size(), before + 1);
 }
 
+void TestAutodiscover::hostThatWasNotConfirmedIsNotAskedForAgain()
+{
+    ScriptedServer second(m_certificate.certificate, m_certificate.key);
+    m_server->enqueue(
+        ScriptedServer::http(302, QByteArray(), {{"Location", "https://hosting.example/"}}));
+    second.enqueue(xmlAnswer(foundAnswer("https://Hosting.example/x")));
+    QStringList asked;
+    prepare({urlOf(*m_server), urlOf(second)}, [&asked](const QString &host) {
+        asked.append(host);
+        return false;
+    });
+    const Eas::Result result = m_search->run();
+    QCOMPARE(result.code, int(Eas::Cancelled));
+    QCOMPARE(result.text, QStringLiteral("hosting.example was not confirmed"));
+    QCOMPARE(second.requests().size(), 1);
+    QCOMPARE(asked, QStringList(QStringLiteral("hosting.example")));
+}
+
 void TestAutodiscover::redirectWithoutTlsIsNotFollowed()
 {
     m_server->enqueue(
@@ -314,10 +335,9 @@ void TestAutodiscover::hugeAnswerIsCut()
 }
 
 /** Nobody is told of by name, so that no name server is asked. */
-void TestAutodiscover::prepare(const QList<QUrl> &candidates)
+void TestAutodiscover::prepare(const QList<QUrl> &candidates, const Autodiscover::Confirm &confirm)
 {
-    m_search = std::make_unique<Autodiscover>(Email, QStringLiteral("alice"), Password,
-                                              [](const QString &) { return false; });
+    m_search = std::make_unique<Autodiscover>(Email, QStringLiteral("alice"), Password, confirm);
     m_search->setCandidates(candidates);
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
     tls.setCaCertificates({m_certificate.certificate});

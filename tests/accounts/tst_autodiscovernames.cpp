@@ -45,6 +45,7 @@ private slots:
     void everyHostIsToldWithItsReason();
     void refusedLoginAsksForThePasswordAloneAgain();
     void hostElsewhereIsLeftWhereNobodyCanConfirm();
+    void searchGoesOnBehindAHostThatNobodyConfirms();
     void acceptRedirectsTrustsHostsElsewhere();
     void personConfirmsEachHostElsewhere();
     void personWhoDoesNotConfirmGetsNoAccount();
@@ -69,10 +70,10 @@ void TestAutodiscoverNames::initTestCase()
     QVERIFY(Accounts::AccountBook::open().ok());
     m_names = std::make_unique<NameServer>();
     QVERIFY(m_names->start());
-    for (const char *host :
-         {"example.test", "mail.example.test", "discover.service.test", "mail.service.test",
-          "first.several.test", "second.several.test", "mail.several.test", "discover.hosting.test",
-          "mail.hosting.test", "other.test"})
+    for (const char *host : {"example.test", "mail.example.test", "discover.service.test",
+                             "mail.service.test", "first.several.test", "second.several.test",
+                             "mail.several.test", "discover.hosting.test", "mail.hosting.test",
+                             "other.test", "both.test", "autodiscover.both.test", "mail.both.test"})
         m_names->addHost(host);
     m_names->addService("_autodiscover._tcp.service.test", 0, OtherPort, "discover.service.test");
     m_names->addService("_autodiscover._tcp.several.test", 20, 443, "second.several.test");
@@ -221,6 +222,21 @@ void TestAutodiscoverNames::hostElsewhereIsLeftWhereNobodyCanConfirm()
     QVERIFY(m_error.contains("--accept-redirects"));
     QCOMPARE(m_other->connections(), before);
     QVERIFY(Accounts::AccountBook::accounts().isEmpty());
+}
+
+void TestAutodiscoverNames::searchGoesOnBehindAHostThatNobodyConfirms()
+{
+    const QByteArray elsewhere =
+        QStringLiteral("https://discover.hosting.test:%1/").arg(OtherPort).toUtf8();
+    m_usual->enqueue(ScriptedServer::http(302, QByteArray(), {{"Location", elsewhere}}));
+    m_usual->tell(serverAt("mail.both.test"));
+    const int before = m_other->connections();
+    const int exit = add(arguments("alice@both.test"));
+    QVERIFY2(exit == 0, m_error.constData());
+    QCOMPARE(saved().server, QStringLiteral("mail.both.test"));
+    QCOMPARE(m_usual->requests().last().headers.value("host"),
+             QByteArray("autodiscover.both.test"));
+    QCOMPARE(m_other->connections(), before);
 }
 
 void TestAutodiscoverNames::acceptRedirectsTrustsHostsElsewhere()
