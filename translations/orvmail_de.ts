@@ -1324,6 +1324,10 @@
         <translation>es gibt keinen</translation>
     </message>
     <message>
+        <source>it takes no login by HTTP Basic</source>
+        <translation>er nimmt keine Anmeldung mit HTTP Basic an</translation>
+    </message>
+    <message>
         <source>it redirects in a circle, or to where there is no TLS</source>
         <translation>er leitet im Kreis weiter oder dorthin, wo es kein TLS gibt</translation>
     </message>

@@ -1324,6 +1324,10 @@
         <translation>il n’y en a pas</translation>
     </message>
     <message>
+        <source>it takes no login by HTTP Basic</source>
+        <translation>il n’accepte pas de connexion par HTTP Basic</translation>
+    </message>
+    <message>
         <source>it redirects in a circle, or to where there is no TLS</source>
         <translation>il redirige en rond, ou vers un endroit sans TLS</translation>
     </message>

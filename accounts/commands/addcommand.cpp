@@ -119,9 +119,11 @@ Outcome AddCommand::findServer(const QCommandLineParser &parser, Console &consol
 {
     AccountSettings &settings = m_details.settings;
     int time = 0;
-    const Outcome read = readTimeOption(parser, &time);
-    if (!read.ok())
-        return read;
+    Outcome outcome = readTimeOption(parser, &time);
+    if (outcome.ok())
+        outcome = checkSearchDetails(m_details);
+    if (!outcome.ok())
+        return outcome;
     const bool accept = parser.isSet(AcceptOption);
     Autodiscover search(
         settings.email,

@@ -61,4 +61,11 @@ Outcome checkDetails(const AccountDetails &details)
     return {};
 }
 
+Outcome checkSearchDetails(AccountDetails details)
+{
+    // Some name, as it is not known yet.
+    details.settings.server = QStringLiteral("localhost");
+    return checkDetails(details);
+}
+
 } // namespace Accounts

@@ -31,6 +31,8 @@ Outcome wipedOutcome(const AccountDetails &details);
 
 /** Done, or what is wrong with the settings as such; asks neither the server nor the store. */
 Outcome checkDetails(const AccountDetails &details);
+/** The same before the server is searched, which gets the login. */
+Outcome checkSearchDetails(AccountDetails details);
 
 } // namespace Accounts
 

@@ -2,13 +2,14 @@
 #include "accounts/setup/autodiscover.h"
 
 #include "eas/httpstatus.h"
+#include "eas/serveraddress.h"
 #include "translations/text.h"
 
-#include <QAuthenticator>
 #include <QDnsLookup>
 #include <QEventLoop>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QRegularExpression>
 
 namespace Accounts {
 
@@ -44,6 +45,14 @@ Eas::Result answerOf(const QNetworkReply &reply)
 {
     const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
     return status.isValid() ? Eas::httpStatusResult(status.toInt()) : Eas::Result {};
+}
+
+/** Whether Basic is among the logins that a service would take. */
+bool offersBasic(const QNetworkReply &reply)
+{
+    static const QRegularExpression scheme(QStringLiteral("(^|,)\\s*Basic(\\s|,|$)"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    return scheme.match(QString::fromLatin1(reply.rawHeader("WWW-Authenticate"))).hasMatch();
 }
 
 /** Why a service has told nothing, in words. */
@@ -82,15 +91,6 @@ Autodiscover::Autodiscover(const QString &email, const QString &user, const QStr
     m_hostLimit.setSingleShot(true);
     // The reply then ends as cancelled, and the next host is asked.
     connect(&m_hostLimit, &QTimer::timeout, this, [this] { m_reply->abort(); });
-    connect(&m_network, &QNetworkAccessManager::authenticationRequired, this,
-            [this](QNetworkReply *, QAuthenticator *authenticator) {
-                // Asked a second time, the login was refused; left empty, the request ends.
-                if (m_loginSent)
-                    return;
-                m_loginSent = true;
-                authenticator->setUser(m_user);
-                authenticator->setPassword(m_password);
-            });
 }
 
 Autodiscover::~Autodiscover()
@@ -198,22 +198,38 @@ void Autodiscover::lookedUp()
 
 void Autodiscover::post(const QUrl &url)
 {
+    m_host = url.host();
+    m_loginSent = false;
+    send(QNetworkRequest(url));
+    // A host that nobody reaches must leave time for the others; one that speaks may take its time.
+    m_hostLimit.start(m_timeLimit * 3 / 10);
+    connect(m_reply, &QNetworkReply::encrypted, &m_hostLimit, &QTimer::stop);
+}
+
+/** The same once more, with the login as the account's server will get it. */
+void Autodiscover::postLogin(const QUrl &url)
+{
+    m_loginSent = true;
     QNetworkRequest request(url);
+    request.setRawHeader("Authorization",
+                         Eas::Credentials {m_user, m_password, QString()}.authorization());
+    send(request);
+}
+
+void Autodiscover::send(QNetworkRequest request)
+{
     request.setSslConfiguration(m_tls);
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("text/xml"));
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::ManualRedirectPolicy);
-    m_host = url.host();
-    m_loginSent = false;
+    // Qt's own login has Latin-1 alone.
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     m_reply = m_network.post(request, autodiscoverRequest(m_email));
     connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received) {
         if (received > AnswerSize)
             m_reply->abort();
     });
     connect(m_reply, &QNetworkReply::finished, this, &Autodiscover::replied);
-    // A host that nobody reaches must leave time for the others; one that speaks may take its time.
-    m_hostLimit.start(m_timeLimit * 3 / 10);
-    connect(m_reply, &QNetworkReply::encrypted, &m_hostLimit, &QTimer::stop);
 }
 
 void Autodiscover::replied()
@@ -231,8 +247,23 @@ void Autodiscover::replied()
         evaluate(reply->readAll());
         return;
     }
+    if (answer.code == Eas::LoginRefused && !m_loginSent) {
+        login(*reply);
+        return;
+    }
     m_loginRefused = m_loginRefused || answer.code == Eas::LoginRefused;
     missed(reasonOf(*reply));
+    tryNext();
+}
+
+/** The service wants to know who asks. */
+void Autodiscover::login(const QNetworkReply &refusal)
+{
+    if (offersBasic(refusal)) {
+        postLogin(refusal.url());
+        return;
+    }
+    missed(Text::tr("it takes no login by HTTP Basic"));
     tryNext();
 }
 

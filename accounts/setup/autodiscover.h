@@ -24,8 +24,8 @@ namespace Accounts {
  *
  * Asks the address's domain, its host "autodiscover", and what the domain's SRV record names, in
  * this order, over TLS with a trusted certificate alone. The password goes only to a server that
- * asks for it. What leads to a host that the address itself does not name is confirmed first; where
- * it is not, the search goes on with the next one.
+ * asks for it, by HTTP Basic as to the account's server. What leads to a host that the address
+ * itself does not name is confirmed first; where it is not, the search goes on with the next one.
  */
 class Autodiscover : public QObject
 {
@@ -35,6 +35,7 @@ public:
     /** Asked before another host is trusted with the login; false: leave it. */
     using Confirm = std::function<bool(const QString &host)>;
 
+    /** `user`: as it stands in the login, behind the domain where there is one. */
     Autodiscover(const QString &email, const QString &user, const QString &password,
                  const Confirm &confirm, QObject *parent = nullptr);
     ~Autodiscover() override;
@@ -72,7 +73,10 @@ private:
     void lookUp();
     void lookedUp();
     void post(const QUrl &url);
+    void postLogin(const QUrl &url);
+    void send(QNetworkRequest request);
     void replied();
+    void login(const QNetworkReply &refusal);
     void followTo(const QUrl &url);
     void evaluate(const QByteArray &document);
     void found(const QUrl &server);

@@ -122,9 +122,7 @@ Outcome FirstPage::check(const AccountSettings &settings) const
     AccountDetails details;
     details.name = settings.email;
     details.settings = settings;
-    // Some name, as it is not known yet.
-    details.settings.server = QStringLiteral("localhost");
-    return checkDetails(details);
+    return checkSearchDetails(details);
 }
 
 void FirstPage::search()

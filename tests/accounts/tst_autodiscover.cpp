@@ -16,7 +16,8 @@ using Accounts::AutodiscoverAnswer;
 namespace {
 
 const QString Email = QStringLiteral("alice@localhost");
-const QString Password = QStringLiteral("autodiscover-Passw0rd");
+/** With letters that Latin-1 has, and that it has not. */
+const QString Password = QString::fromUtf8("autodiscover-Passw0rd-\xc3\xa4\xce\xa9");
 
 QByteArray foundAnswer(const QByteArray &url, const QByteArray &type = "MobileSync")
 {
@@ -49,6 +50,8 @@ private slots:
 
     void serverIsFoundAtTheAddressesDomain();
     void passwordGoesOnlyToWhoAsksForIt();
+    void basicIsTakenAmongOtherLogins();
+    void loginOfAnotherKindIsToldAndNothingSent();
     void refusedLoginIsSentOnce();
     void untrustedCertificateGetsNothing();
     void serverWithoutTlsIsNotTaken();
@@ -200,6 +203,34 @@ void TestAutodiscover::passwordGoesOnlyToWhoAsksForIt()
     QVERIFY(!m_server->requests().at(0).headers.contains("authorization"));
     QCOMPARE(m_server->requests().at(1).headers.value("authorization"),
              "Basic " + ("alice:" + Password.toUtf8()).toBase64());
+}
+
+void TestAutodiscover::basicIsTakenAmongOtherLogins()
+{
+    m_server->enqueue(ScriptedServer::http(401, QByteArray(),
+                                           {{"WWW-Authenticate", "Negotiate"},
+                                            {"WWW-Authenticate", "NTLM"},
+                                            {"WWW-Authenticate", "basic realm=\"x\""}}));
+    m_server->enqueue(xmlAnswer(foundAnswer("https://mail.localhost/x")));
+    const Eas::Result result = run();
+    QVERIFY2(result.ok(), qPrintable(result.text));
+    QCOMPARE(m_server->requests().size(), 2);
+    QCOMPARE(m_server->requests().last().headers.value("authorization"),
+             "Basic " + ("alice:" + Password.toUtf8()).toBase64());
+}
+
+void TestAutodiscover::loginOfAnotherKindIsToldAndNothingSent()
+{
+    m_server->setAnswer([](const SeenRequest &) {
+        return ScriptedAnswer {
+            ScriptedServer::http(401, QByteArray(), {{"WWW-Authenticate", "NTLM"}})};
+    });
+    const Eas::Result result = run();
+    QCOMPARE(result.code, int(Eas::NotFound));
+    QVERIFY2(result.text.contains(QLatin1String("no login by HTTP Basic")),
+             qPrintable(result.text));
+    QCOMPARE(m_server->requests().size(), 1);
+    QVERIFY(!m_server->requests().first().headers.contains("authorization"));
 }
 
 void TestAutodiscover::refusedLoginIsSentOnce()

@@ -39,6 +39,8 @@ private slots:
 
     void serverIsFoundFromTheAddressAlone();
     void loginHasTheDomainInFront();
+    void loginHasItsUmlauts();
+    void passwordThatCannotBeKeptIsSentNowhere();
     void serviceRecordIsAskedForAfterTheHosts();
     void serviceRecordOfTheLowestPriorityIsTaken();
     void domainWithoutTheServiceLeadsNowhere();
@@ -52,7 +54,7 @@ private slots:
 
 private:
     QStringList arguments(const char *email, const char *more = "") const;
-    int add(const QStringList &arguments);
+    int add(const QStringList &arguments, const QByteArray &password = Password);
     QString serverAt(const char *host) const;
     AccountSettings saved() const;
 
@@ -106,10 +108,10 @@ QStringList TestAutodiscoverNames::arguments(const char *email, const char *more
 }
 
 /** Runs the program while this one plays the world; returns its exit code. */
-int TestAutodiscoverNames::add(const QStringList &arguments)
+int TestAutodiscoverNames::add(const QStringList &arguments, const QByteArray &password)
 {
     const AccountProgram::Run run =
-        AccountProgram::run(arguments + QStringList(QStringLiteral("--password-stdin")), Password);
+        AccountProgram::run(arguments + QStringList(QStringLiteral("--password-stdin")), password);
     m_error = run.err;
     m_output = run.out;
     return run.exit;
@@ -148,6 +150,28 @@ void TestAutodiscoverNames::loginHasTheDomainInFront()
     QCOMPARE(add(arguments("alice@example.test", "--domain EXAMPLE --no-check")), 0);
     QCOMPARE(m_usual->requests().last().headers.value("authorization"),
              "Basic " + ("EXAMPLE\\alice:" + Password).toBase64());
+}
+
+void TestAutodiscoverNames::loginHasItsUmlauts()
+{
+    const QByteArray password = Password + "-\xc3\xbc";
+    m_usual->enqueue(
+        ScriptedServer::http(401, QByteArray(), {{"WWW-Authenticate", "Basic realm=\"x\""}}));
+    m_usual->tell(serverAt("mail.example.test"));
+    QCOMPARE(add(arguments("alice@example.test", "--no-check"), password), 0);
+    QCOMPARE(m_usual->requests().last().headers.value("authorization"),
+             "Basic " + ("alice:" + password).toBase64());
+    QCOMPARE(saved().password, QString::fromUtf8(password));
+}
+
+void TestAutodiscoverNames::passwordThatCannotBeKeptIsSentNowhere()
+{
+    const int before = m_usual->connections();
+    QCOMPARE(add(arguments("alice@example.test"), Password + "-\xce\xa9"), 1);
+    QVERIFY2(m_error.contains("cannot keep this password"), m_error.constData());
+    QCOMPARE(m_usual->connections(), before);
+    QCOMPARE(m_names->questions(), QStringList());
+    QVERIFY(Accounts::AccountBook::accounts().isEmpty());
 }
 
 void TestAutodiscoverNames::serviceRecordIsAskedForAfterTheHosts()
