@@ -3,6 +3,7 @@
 
 #include "accounts/console.h"
 #include "accounts/setup/accountbook.h"
+#include "accounts/typedname.h"
 #include "translations/text.h"
 
 #include <algorithm>
@@ -52,11 +53,11 @@ QString arrivalText(int messages)
                          : Text::tr("%Ln messages have come.", nullptr, messages);
 }
 
-QString savedButText(const QString &problem, const QString &account)
+QString savedButText(const QString &problem, const QMailAccountId &id)
 {
     return Text::tr("The account is saved, but its mail does not come yet: %1. Afterwards "
                     "\"orvmail-account sync %2\" brings it.")
-        .arg(problem, account);
+        .arg(problem, typedName(AccountBook::details(id).name, id));
 }
 
 QJsonObject accountObject(const QMailAccountId &id)

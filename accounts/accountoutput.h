@@ -27,7 +27,7 @@ QString keepText(int days);
 /** How many messages the first synchronisation has brought. */
 QString arrivalText(int messages);
 /** That an account is saved although its mail has not come, why, and what to do. */
-QString savedButText(const QString &problem, const QString &account);
+QString savedButText(const QString &problem, const QMailAccountId &id);
 
 } // namespace Accounts
 

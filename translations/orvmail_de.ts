@@ -1208,8 +1208,12 @@
         <translation>der Mailspeicher in %1 lässt das Konto nicht entfernen (%2)</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; was wiped: %2 had its mail and its password removed from here, and it is not enabled; if you are to use it again, &quot;orvmail-account set --ask-password --enabled on&quot; takes the password anew</source>
-        <translation>„%1“ wurde gelöscht: %2 hat seine Mails und sein Passwort von hier entfernen lassen, und es ist nicht aktiviert; wenn Sie es wieder benutzen dürfen, nimmt „orvmail-account set --ask-password --enabled on“ das Passwort neu entgegen</translation>
+        <source>&quot;%1&quot; was wiped: %2 had its mail and its password removed from here, and it is not enabled; if you are to use it again, &quot;orvmail-account set %3 --ask-password --enabled on&quot; takes the password anew</source>
+        <translation>„%1“ wurde gelöscht: %2 hat seine Mails und sein Passwort von hier entfernen lassen, und es ist nicht aktiviert; wenn Sie es wieder benutzen dürfen, nimmt „orvmail-account set %3 --ask-password --enabled on“ das Passwort neu entgegen</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not enabled; &quot;orvmail-account set %2 --enabled on&quot; changes it</source>
+        <translation>„%1“ ist nicht aktiviert; „orvmail-account set %2 --enabled on“ ändert das</translation>
     </message>
     <message>
         <source>the account has no name; give it one</source>
@@ -1628,10 +1632,6 @@
         <translation>%1: %2 zu senden</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is not enabled; &quot;orvmail-account set --enabled on&quot; changes it</source>
-        <translation>„%1“ ist nicht aktiviert; „orvmail-account set --enabled on“ ändert das</translation>
-    </message>
-    <message>
         <source>Sending</source>
         <translation>Senden</translation>
     </message>
@@ -1712,8 +1712,8 @@
         <translation>Gespeichert.</translation>
     </message>
     <message>
-        <source>there is no folder &quot;%1&quot;; &quot;orvmail-account folders&quot; shows all</source>
-        <translation>es gibt keinen Ordner „%1“; „orvmail-account folders“ zeigt alle</translation>
+        <source>there is no folder &quot;%1&quot;; &quot;orvmail-account folders %2&quot; shows all</source>
+        <translation>es gibt keinen Ordner „%1“; „orvmail-account folders %2“ zeigt alle</translation>
     </message>
     <message>
         <source>the mail store refuses to change a folder</source>

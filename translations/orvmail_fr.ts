@@ -1208,8 +1208,12 @@
         <translation>la base de courrier dans %1 refuse de supprimer le compte (%2)</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; was wiped: %2 had its mail and its password removed from here, and it is not enabled; if you are to use it again, &quot;orvmail-account set --ask-password --enabled on&quot; takes the password anew</source>
-        <translation>«&#xa0;%1&#xa0;» a été effacé&#xa0;: %2 a fait supprimer d’ici son courrier et son mot de passe, et il n’est plus activé&#xa0;; si vous devez l’utiliser à nouveau, «&#xa0;orvmail-account set --ask-password --enabled on&#xa0;» redemande le mot de passe</translation>
+        <source>&quot;%1&quot; was wiped: %2 had its mail and its password removed from here, and it is not enabled; if you are to use it again, &quot;orvmail-account set %3 --ask-password --enabled on&quot; takes the password anew</source>
+        <translation>«&#xa0;%1&#xa0;» a été effacé&#xa0;: %2 a fait supprimer d’ici son courrier et son mot de passe, et il n’est plus activé&#xa0;; si vous devez l’utiliser à nouveau, «&#xa0;orvmail-account set %3 --ask-password --enabled on&#xa0;» redemande le mot de passe</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not enabled; &quot;orvmail-account set %2 --enabled on&quot; changes it</source>
+        <translation>«&#xa0;%1&#xa0;» n’est pas activé&#xa0;; «&#xa0;orvmail-account set %2 --enabled on&#xa0;» l’active</translation>
     </message>
     <message>
         <source>the account has no name; give it one</source>
@@ -1628,10 +1632,6 @@
         <translation>%1&#xa0;: %2 à envoyer</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is not enabled; &quot;orvmail-account set --enabled on&quot; changes it</source>
-        <translation>«&#xa0;%1&#xa0;» n’est pas activé&#xa0;; «&#xa0;orvmail-account set --enabled on&#xa0;» l’active</translation>
-    </message>
-    <message>
         <source>Sending</source>
         <translation>Envoi</translation>
     </message>
@@ -1712,8 +1712,8 @@
         <translation>Enregistré.</translation>
     </message>
     <message>
-        <source>there is no folder &quot;%1&quot;; &quot;orvmail-account folders&quot; shows all</source>
-        <translation>il n’y a pas de dossier «&#xa0;%1&#xa0;»&#xa0;; «&#xa0;orvmail-account folders&#xa0;» les montre tous</translation>
+        <source>there is no folder &quot;%1&quot;; &quot;orvmail-account folders %2&quot; shows all</source>
+        <translation>il n’y a pas de dossier «&#xa0;%1&#xa0;»&#xa0;; «&#xa0;orvmail-account folders %2&#xa0;» les montre tous</translation>
     </message>
     <message>
         <source>the mail store refuses to change a folder</source>

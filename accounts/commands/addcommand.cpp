@@ -252,7 +252,7 @@ Outcome AddCommand::report(const QCommandLineParser &parser, Console &console,
     if (!parser.isSet(QStringLiteral("no-check")) && m_details.enabled)
         console.say(arrivalText(messages));
     if (!problem.isEmpty())
-        console.say(savedButText(problem, m_details.name));
+        console.say(savedButText(problem, id));
     QJsonObject result {
         {QStringLiteral("account"), accountObject(id)},
         {QStringLiteral("messages"), messages},

@@ -136,9 +136,7 @@ Outcome OutboxCommand::retry(const QString &message, const QCommandLineParser &p
         return outcome;
     const AccountDetails details = AccountBook::details(found.account);
     if (!details.enabled)
-        return Outcome::refused(
-            Text::tr("\"%1\" is not enabled; \"orvmail-account set --enabled on\" changes it")
-                .arg(details.name));
+        return notEnabledOutcome(details, found.account);
     outcome = confirmDoubt(found, parser, console);
     if (!outcome.ok())
         return outcome;

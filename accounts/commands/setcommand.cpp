@@ -7,6 +7,7 @@
 #include "accounts/setup/accountbook.h"
 #include "accounts/setup/logincheck.h"
 #include "accounts/syncmemory.h"
+#include "accounts/typedname.h"
 #include "translations/text.h"
 
 namespace Accounts {
@@ -97,9 +98,9 @@ Outcome SetCommand::readFavourites(const QCommandLineParser &parser, const QMail
             const QMailFolderId folder = findFolder(account, path);
             if (!folder.isValid())
                 return Outcome::refused(
-                    Text::tr("there is no folder \"%1\"; \"orvmail-account folders\" shows "
+                    Text::tr("there is no folder \"%1\"; \"orvmail-account folders %2\" shows "
                              "all")
-                        .arg(path));
+                        .arg(path, typedName(AccountBook::details(account).name, account)));
             changes->append({folder, option == FavouriteOption});
         }
     }

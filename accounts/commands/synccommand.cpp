@@ -44,11 +44,9 @@ SyncCommand::Run SyncCommand::synchronise(const QMailAccountId &id, Console &con
 {
     const AccountDetails details = AccountBook::details(id);
     if (details.wiped)
-        return {wipedOutcome(details)};
+        return {wipedOutcome(details, id)};
     if (!details.enabled)
-        return {Outcome::refused(
-            Text::tr("\"%1\" is not enabled; \"orvmail-account set --enabled on\" changes it")
-                .arg(details.name))};
+        return {notEnabledOutcome(details, id)};
 
     Synchronisation synchronisation(id);
     runSynchronisation(synchronisation, console, details.name);

@@ -31,7 +31,7 @@ Outcome TestCommand::runFor(const QMailAccountId &id, const QCommandLineParser &
 {
     const AccountDetails details = AccountBook::details(id);
     if (details.wiped)
-        return wipedOutcome(details);
+        return wipedOutcome(details, id);
     LoginCheck check(details.settings, deviceId(), LoginCheck::LoginOnly);
     const Outcome outcome = runCheck(check, parser, console, details.settings);
     if (!outcome.ok())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/setup/accountdetails.h"
 
+#include "accounts/typedname.h"
 #include "eas/serveraddress.h"
 #include "translations/text.h"
 #include "translations/translation.h"
@@ -16,14 +17,21 @@ bool isMailAddress(const QString &text)
     return form.match(text).hasMatch();
 }
 
-Outcome wipedOutcome(const AccountDetails &details)
+Outcome wipedOutcome(const AccountDetails &details, const QMailAccountId &id)
 {
     return {Outcome::Refused,
             Text::tr("\"%1\" was wiped: %2 had its mail and its password removed from here, "
-                     "and it is not enabled; if you are to use it again, \"orvmail-account set "
+                     "and it is not enabled; if you are to use it again, \"orvmail-account set %3 "
                      "--ask-password --enabled on\" takes the password anew")
-                .arg(details.name, details.settings.server),
+                .arg(details.name, details.settings.server, typedName(details.name, id)),
             Eas::Forbidden, QStringLiteral("password")};
+}
+
+Outcome notEnabledOutcome(const AccountDetails &details, const QMailAccountId &id)
+{
+    return Outcome::refused(
+        Text::tr("\"%1\" is not enabled; \"orvmail-account set %2 --enabled on\" changes it")
+            .arg(details.name, typedName(details.name, id)));
 }
 
 Outcome checkDetails(const AccountDetails &details)

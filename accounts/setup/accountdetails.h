@@ -5,6 +5,8 @@
 #include "accounts/outcome.h"
 #include "plugin/settings/accountsettings.h"
 
+#include <qmailid.h>
+
 namespace Accounts {
 
 /** Everything that a person decides about one account. */
@@ -26,8 +28,10 @@ struct AccountDetails
 /** Whether the text can be a mail address. */
 bool isMailAddress(const QString &text);
 
-/** What to say of an account that is wiped(), and what to do. */
-Outcome wipedOutcome(const AccountDetails &details);
+/** What to say of an account that was wiped, and what to do. */
+Outcome wipedOutcome(const AccountDetails &details, const QMailAccountId &id);
+/** The same of one that is not enabled. */
+Outcome notEnabledOutcome(const AccountDetails &details, const QMailAccountId &id);
 
 /** Done, or what is wrong with the settings as such; asks neither the server nor the store. */
 Outcome checkDetails(const AccountDetails &details);

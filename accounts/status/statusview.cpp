@@ -4,6 +4,7 @@
 #include "accounts/advice.h"
 #include "accounts/setup/accountbook.h"
 #include "accounts/status/outboxview.h"
+#include "accounts/typedname.h"
 #include "asclient/asdbusinterface.h"
 #include "translations/text.h"
 #include "translations/translation.h"
@@ -206,15 +207,15 @@ AccountView AccountView::of(const QMailAccountId &id)
 QStringList AccountView::problems() const
 {
     if (details.wiped)
-        return {sentence(wipedOutcome(details).text)};
+        return {sentence(wipedOutcome(details, id).text)};
     QStringList found;
     if (!unreadable.isEmpty())
         found.append(Text::tr("What the daemon has noted cannot be read: %1.").arg(unreadable));
     if (status.loginRefusedAt > 0)
-        found.append(
-            Text::tr("%1 refuses the user name or the password since %2; "
-                     "\"orvmail-account set %3 --ask-password\" takes another.")
-                .arg(details.settings.server, timeText(status.loginRefusedAt), details.name));
+        found.append(Text::tr("%1 refuses the user name or the password since %2; "
+                              "\"orvmail-account set %3 --ask-password\" takes another.")
+                         .arg(details.settings.server, timeText(status.loginRefusedAt),
+                              typedName(details.name, id)));
     if (status.policyUnmetAt > 0)
         found.append(Text::tr("%1 demands a policy that is not met here, since %2; ask its "
                               "administrator.")
@@ -286,8 +287,9 @@ QStringList linesOf(const AccountView &account)
     QList<StatusRow> rows = rowsOf(account);
     // The window has a page for it.
     if (!rows.isEmpty() && !account.status.outbox.isEmpty())
-        rows.last().value = Text::tr("%1; \"orvmail-account outbox %2\" tells more")
-                                .arg(rows.last().value, account.details.name);
+        rows.last().value =
+            Text::tr("%1; \"orvmail-account outbox %2\" tells more")
+                .arg(rows.last().value, typedName(account.details.name, account.id));
     const QStringList problems = account.problems();
     for (const QString &problem : problems)
         rows.append({QStringLiteral("!"), problem});

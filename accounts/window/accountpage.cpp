@@ -64,7 +64,7 @@ void AccountPage::display(const QMailAccountId &id)
     showOutbox();
     m_shown = details();
     if (m_stored.wiped)
-        showProblem(wipedOutcome(m_stored));
+        showProblem(wipedOutcome(m_stored, id));
 }
 
 void AccountPage::propose(const AccountSettings &settings)

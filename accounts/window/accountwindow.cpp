@@ -340,7 +340,7 @@ void AccountWindow::synchronise()
     const QMailAccountId id = m_list->chosen();
     if (!id.isValid() || m_run->isBusy())
         return;
-    const Outcome hindrance = MailFetch::check(AccountBook::details(id));
+    const Outcome hindrance = MailFetch::check(id);
     m_page->showProblem(hindrance);
     if (hindrance.ok())
         m_fetch->synchronise(id);

@@ -41,10 +41,11 @@ MailFetch::MailFetch(WaitingBar &bar, TaskRun &run, QObject *parent)
 {
 }
 
-Outcome MailFetch::check(const AccountDetails &details)
+Outcome MailFetch::check(const QMailAccountId &id)
 {
+    const AccountDetails details = AccountBook::details(id);
     if (details.wiped)
-        return wipedOutcome(details);
+        return wipedOutcome(details, id);
     if (details.enabled)
         return {};
     return Outcome::wrongSetting(QStringLiteral("enabled"),
@@ -76,12 +77,12 @@ void MailFetch::bringFirst(const QMailAccountId &id)
 {
     const QString name = AccountBook::details(id).name;
     start(id, tr("Saved. Bringing the mail of \"%1\"").arg(name),
-          [this, id, name](const Outcome &outcome, const auto &) {
+          [this, id](const Outcome &outcome, const auto &) {
               const int messages =
                   QMailStore::instance()->countMessages(QMailMessageKey::parentAccountId(id));
               QString text = arrivalText(messages);
               if (!outcome.ok())
-                  text += QLatin1Char(' ') + savedButText(outcome.text, name);
+                  text += QLatin1Char(' ') + savedButText(outcome.text, id);
               m_bar.say(text);
           });
 }

@@ -24,8 +24,8 @@ public:
     /** Both must outlive it. */
     MailFetch(WaitingBar &bar, TaskRun &run, QObject *parent);
 
-    /** Done, or why such an account cannot be synchronised. */
-    static Outcome check(const AccountDetails &details);
+    /** Done, or why the account cannot be synchronised. */
+    static Outcome check(const QMailAccountId &id);
     void synchronise(const QMailAccountId &id);
     /** The first synchronisation of an account that was just saved. */
     void bringFirst(const QMailAccountId &id);

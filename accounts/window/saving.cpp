@@ -43,8 +43,10 @@ void Saving::check(bool forSaving)
 {
     drop();
     const AccountDetails details = m_page.details();
-    Outcome wrong = details.wiped ? wipedOutcome(details) : checkDetails(details);
-    if (wrong.ok() && forSaving && AccountBook::isNameTaken(details.name, m_page.account()))
+    const QMailAccountId id = m_page.account();
+    Outcome wrong =
+        details.wiped ? wipedOutcome(AccountBook::details(id), id) : checkDetails(details);
+    if (wrong.ok() && forSaving && AccountBook::isNameTaken(details.name, id))
         wrong = Outcome::wrongSetting(QStringLiteral("name"),
                                       tr("there is an account of this name already"));
     m_page.showProblem(wrong);

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/accounts/accountprogram.h"
 
+#include "tests/accounts/terminal.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <csignal>
@@ -47,6 +51,29 @@ void verifyRefused(const Run &run, const char *text)
 {
     QCOMPARE(run.exit, 1);
     QVERIFY2(run.errorLines() == 1 && run.err.contains(text), run.err.constData());
+}
+
+QStringList commandsIn(const QByteArray &text)
+{
+    static const QRegularExpression command(QStringLiteral("\"(orvmail-account [^\"]+)\""));
+    QStringList found;
+    QRegularExpressionMatchIterator matches = command.globalMatch(QString::fromUtf8(text));
+    while (matches.hasNext())
+        found.append(matches.next().captured(1));
+    return found;
+}
+
+int type(const QString &command, const QByteArray &password)
+{
+    Terminal terminal(
+        QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"),
+         QStringLiteral("PATH='%1':$PATH; %2").arg(QFileInfo(Program).path(), command)});
+    if (!password.isNull() && terminal.waitFor("Password: "))
+        terminal.type(password);
+    const int exit = terminal.finish();
+    everythingPrinted += terminal.screen();
+    return exit;
 }
 
 } // namespace AccountProgram

@@ -54,6 +54,13 @@ QStringList words(const char *text);
 /** It ended with 1 and one line on the standard error that has this text. */
 void verifyRefused(const Run &run, const char *text);
 
+/** The commands of the program that a text names, as they stand in it. */
+QStringList commandsIn(const QByteArray &text);
+
+/** Types a command into a shell that finds the program, and the password where that is asked for;
+ * returns the exit code. */
+int type(const QString &command, const QByteArray &password = QByteArray());
+
 /** Everything that it printed in all tests. */
 extern QByteArray everythingPrinted;
 

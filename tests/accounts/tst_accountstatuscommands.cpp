@@ -17,9 +17,11 @@
 
 #include <memory>
 
+using AccountProgram::commandsIn;
 using AccountProgram::Program;
 using AccountProgram::Run;
 using AccountProgram::run;
+using AccountProgram::type;
 using AccountProgram::verifyRefused;
 using AccountProgram::words;
 
@@ -44,6 +46,7 @@ private slots:
     void nothingIsStarted();
     void failedSynchronisationIsToldInWords();
     void refusedPasswordIsToldAndTheWayBackWorks();
+    void commandsThatAreToldWorkAsTheyStand();
     void failedSynchronisationIsToldWhateverElseSucceeds();
     void memoryThatCannotBeReadIsTold();
     void pushIsTold();
@@ -375,6 +378,42 @@ void TestAccountStatusCommands::refusedPasswordIsToldAndTheWayBackWorks()
     QVERIFY2(set.exit == 0, set.err.constData());
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(run(words("status Test")).exit, 0);
+}
+
+void TestAccountStatusCommands::commandsThatAreToldWorkAsTheyStand()
+{
+    const QString name = QStringLiteral("My Work");
+    QMailAccount renamed(world().account);
+    renamed.setName(name);
+    QVERIFY(QMailStore::instance()->updateAccount(&renamed));
+    const QMailMessageId id = addGivenUp();
+    setPassword(QStringLiteral("Tr0mbone"));
+    QCOMPARE(world().syncAndWait(), 401);
+    QTRY_VERIFY(run(words("status")).out.contains("tells more"));
+    QStringList told = commandsIn(run(words("status")).out);
+    QCOMPARE(told,
+             (QStringList {QStringLiteral("orvmail-account outbox 'My Work'"),
+                           QStringLiteral("orvmail-account set 'My Work' --ask-password")}));
+    QCOMPARE(type(told.first()), 0);
+    QCOMPARE(type(told.last(), "secret"), 0);
+
+    const QStringList set {QStringLiteral("set"), name};
+    told = commandsIn(run(set + words("--favourite Nowhere")).err);
+    QCOMPARE(told, QStringList(QStringLiteral("orvmail-account folders 'My Work'")));
+    QCOMPARE(type(told.first()), 0);
+
+    QCOMPARE(run(set + words("--enabled off")).exit, 0);
+    told = commandsIn(run(onMail("retry", id)).err);
+    QCOMPARE(told, QStringList(QStringLiteral("orvmail-account set 'My Work' --enabled on")));
+    QCOMPARE(type(told.first()), 0);
+
+    QVERIFY(Store::AccountWipe::forget(world().account).ok());
+    told = commandsIn(run({QStringLiteral("sync"), name}).err);
+    QCOMPARE(
+        told,
+        QStringList(QStringLiteral("orvmail-account set 'My Work' --ask-password --enabled on")));
+    QCOMPARE(commandsIn(run(words("status")).out), told);
+    QCOMPARE(type(told.first(), "secret"), 0);
 }
 
 void TestAccountStatusCommands::failedSynchronisationIsToldWhateverElseSucceeds()

@@ -63,6 +63,7 @@ private slots:
     void windowTellsHelpAndVersionWithoutADisplay();
 
     void addSavesTheAccountAndListsItsFolders();
+    void addTellsTheCommandThatBringsTheMail();
     void addMarksTheAccountAsTheFormDoes();
     void secondAccountOfAMailboxDoesNotDisturbTheFirst();
     void addedAccountIsTakenUpWithoutARestart();
@@ -99,6 +100,8 @@ private slots:
     void setEncryptionMovesTheUsualPortAlone();
     void setWithRefusedLoginChangesNothing();
     void setDisablesAndEnables();
+    void accountIsNamedAsOneTypesIt_data();
+    void accountIsNamedAsOneTypesIt();
     void setMakesFavourites();
     void setRefusesAnUnknownFolderWhole();
     void setRefusesATakenNameWhole();
@@ -347,6 +350,17 @@ void TestOrvmailAccount::addSavesTheAccountAndListsItsFolders()
     QCOMPARE(saved.server, QStringLiteral("127.0.0.1"));
     QCOMPARE(saved.port, int(m_server->port()));
     QCOMPARE(saved.encryption, 0);
+}
+
+/** No message server is there. */
+void TestOrvmailAccount::addTellsTheCommandThatBringsTheMail()
+{
+    const Run added = run(addArguments(QStringLiteral("My Work")), Password);
+    QVERIFY2(added.exit == 0, added.err.constData());
+    const QStringList commands = commandsIn(added.lastLine());
+    QCOMPARE(commands, QStringList(QStringLiteral("orvmail-account sync 'My Work'")));
+    // It is understood, and refused for the same reason.
+    QCOMPARE(type(commands.first()), 1);
 }
 
 void TestOrvmailAccount::addMarksTheAccountAsTheFormDoes()
@@ -764,6 +778,48 @@ void TestOrvmailAccount::setDisablesAndEnables()
     QCOMPARE(run(words("sync Demo")).exit, 1);
     QCOMPARE(run(words("set Demo --enabled on")).exit, 0);
     QTRY_VERIFY(QMailAccount(account()).status() & QMailAccount::Enabled);
+}
+
+void TestOrvmailAccount::accountIsNamedAsOneTypesIt_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("typed");
+    const QString number = QStringLiteral("NUMBER");
+    const auto row = [](const QString &name, const QString &typed) {
+        QTest::newRow(qPrintable(name.simplified())) << name << typed;
+    };
+    row(QStringLiteral("Work"), QStringLiteral("Work"));
+    row(QStringLiteral("me+1@example.test"), QStringLiteral("me+1@example.test"));
+    row(QStringLiteral("B\u00fcro"), QStringLiteral("B\u00fcro"));
+    row(QStringLiteral("My Work"), QStringLiteral("'My Work'"));
+    row(QStringLiteral("$HOME; exit 3"), QStringLiteral("'$HOME; exit 3'"));
+    row(QStringLiteral("~"), QStringLiteral("'~'"));
+    row(QStringLiteral("Anna's"), number);
+    row(QStringLiteral("the \"other\""), number);
+    row(QStringLiteral("--json"), number);
+    row(QStringLiteral("two\nlines"), number);
+}
+
+void TestOrvmailAccount::accountIsNamedAsOneTypesIt()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, typed);
+    addAccount();
+    const QString number = QString::number(account().toULongLong());
+    QCOMPARE(run({QStringLiteral("set"), number, QStringLiteral("--enabled"), QStringLiteral("off"),
+                  QStringLiteral("--name=") + name})
+                 .exit,
+             0);
+    const Run refused = run({QStringLiteral("sync"), number});
+    verifyRefused(refused, "is not enabled");
+    typed.replace(QLatin1String("NUMBER"), number);
+    const QStringList commands = commandsIn(refused.err);
+    QCOMPARE(commands,
+             QStringList(QStringLiteral("orvmail-account set %1 --enabled on").arg(typed)));
+    QCOMPARE(type(commands.first()), 0);
+    const QJsonObject shown =
+        run({QStringLiteral("show"), number, QStringLiteral("--json")}).json().object();
+    QCOMPARE(shown[QLatin1String("enabled")].toBool(), true);
 }
 
 void TestOrvmailAccount::setMakesFavourites()
