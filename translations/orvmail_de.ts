@@ -2706,5 +2706,9 @@
         <source>the indexes cannot be read: %1</source>
         <translation>die Indizes lassen sich nicht lesen: %1</translation>
     </message>
+    <message>
+        <source>another program has changed this account meanwhile, and nothing was saved; &quot;orvmail-account show %1&quot; shows how it is now</source>
+        <translation>ein anderes Programm hat dieses Konto inzwischen geändert, und nichts wurde gespeichert; „orvmail-account show %1“ zeigt, wie es jetzt ist</translation>
+    </message>
 </context>
 </TS>

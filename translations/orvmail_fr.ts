@@ -2706,5 +2706,9 @@
         <source>the indexes cannot be read: %1</source>
         <translation>les index ne peuvent pas être lus&#xa0;: %1</translation>
     </message>
+    <message>
+        <source>another program has changed this account meanwhile, and nothing was saved; &quot;orvmail-account show %1&quot; shows how it is now</source>
+        <translation>un autre programme a modifié ce compte entre-temps, et rien n’a été enregistré&#xa0;; «&#xa0;orvmail-account show %1&#xa0;» montre comment il est maintenant</translation>
+    </message>
 </context>
 </TS>

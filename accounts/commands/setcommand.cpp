@@ -19,6 +19,21 @@ const QString AskOption = QStringLiteral("ask-password");
 const QString FavouriteOption = QStringLiteral("favourite");
 const QString NoFavouriteOption = QStringLiteral("no-favourite");
 
+/** A person and a server take their time, in which another program may have changed the account, or
+ * the daemon wiped it: what was read before must not come back. */
+Outcome refuseOutdated(const QMailAccountId &id, const AccountDetails &before)
+{
+    if (AccountBook::isStill(id, before))
+        return {};
+    const AccountDetails now = AccountBook::details(id);
+    if (now.wiped && !before.wiped)
+        return wipedOutcome(now, id);
+    return Outcome::refused(
+        Text::tr("another program has changed this account meanwhile, and nothing was saved; "
+                 "\"orvmail-account show %1\" shows how it is now")
+            .arg(typedName(now.name, id)));
+}
+
 /** Whether the options name something that the login at the server depends on. */
 bool concernsLogin(const QCommandLineParser &parser)
 {
@@ -61,7 +76,8 @@ Outcome SetCommand::run(const QCommandLineParser &parser, Console &console)
 Outcome SetCommand::runFor(const QMailAccountId &id, const QCommandLineParser &parser,
                            Console &console)
 {
-    AccountDetails details = AccountBook::details(id);
+    const AccountDetails before = AccountBook::details(id);
+    AccountDetails details = before;
     Outcome outcome = readDetailOptions(parser, &details);
     if (outcome.ok())
         outcome =
@@ -77,6 +93,8 @@ Outcome SetCommand::runFor(const QMailAccountId &id, const QCommandLineParser &p
     FavouriteChanges changes;
     if (outcome.ok())
         outcome = readFavourites(parser, id, &changes);
+    if (outcome.ok())
+        outcome = refuseOutdated(id, before);
     if (outcome.ok())
         outcome = AccountBook::update(id, details);
     if (outcome.ok())

@@ -138,6 +138,20 @@ AccountDetails AccountBook::details(const QMailAccountId &id)
     return details;
 }
 
+bool AccountBook::isStill(const QMailAccountId &id, const AccountDetails &details)
+{
+    // Of the account itself this process has a copy, which follows the store when its event loop
+    // runs.
+    const auto isThere = [&id](const QMailAccountKey &key) {
+        return QMailStore::instance()->countAccounts(QMailAccountKey::id(id) & key) == 1;
+    };
+    const auto enabled =
+        details.enabled ? QMailDataComparator::Includes : QMailDataComparator::Excludes;
+    return AccountBook::details(id) == details && isThere(QMailAccountKey::name(details.name))
+        && isThere(QMailAccountKey::status(QMailAccount::Enabled, enabled))
+        && isThere(QMailAccountKey::customField(PushField, QStringLiteral("1"))) == details.push;
+}
+
 Outcome AccountBook::refuseName(const AccountDetails &details, const QMailAccountId &except)
 {
     if (!isNameTaken(details.name, except))

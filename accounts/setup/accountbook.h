@@ -30,6 +30,8 @@ public:
     static bool hasMailbox(const AccountSettings &settings);
 
     static AccountDetails details(const QMailAccountId &id);
+    /** Whether no other program has changed the account since it was as `details` say. */
+    static bool isStill(const QMailAccountId &id, const AccountDetails &details);
     /** Saves a new account, whole or not at all, and sets `id`. */
     static Outcome add(const AccountDetails &details, QMailAccountId *id);
     /** Saves what is different from details(id), whole or not at all. */

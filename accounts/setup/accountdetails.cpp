@@ -8,7 +8,18 @@
 
 #include <QRegularExpression>
 
+#include <tuple>
+
 namespace Accounts {
+
+bool AccountDetails::operator==(const AccountDetails &other) const
+{
+    const auto fields = [](const AccountDetails &d) {
+        return std::tie(d.name, d.fullName, d.settings, d.enabled, d.push, d.keepDays,
+                        d.notifications, d.wiped);
+    };
+    return fields(*this) == fields(other);
+}
 
 bool isMailAddress(const QString &text)
 {

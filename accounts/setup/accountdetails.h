@@ -23,6 +23,9 @@ struct AccountDetails
     bool notifications = true;
     /** Its server had its mail and its password removed from here. */
     bool wiped = false;
+
+    bool operator==(const AccountDetails &other) const;
+    bool operator!=(const AccountDetails &other) const { return !(*this == other); }
 };
 
 /** Whether the text can be a mail address. */

@@ -16,13 +16,6 @@ namespace {
 
 enum Tab { LoginTab, OptionsTab, OutboxTab };
 
-bool isSame(const AccountDetails &a, const AccountDetails &b)
-{
-    return a.name == b.name && a.fullName == b.fullName && a.settings == b.settings
-        && a.enabled == b.enabled && a.push == b.push && a.keepDays == b.keepDays
-        && a.notifications == b.notifications && a.wiped == b.wiped;
-}
-
 } // namespace
 
 AccountPage::AccountPage(TaskRun &run, QWidget *parent)
@@ -100,7 +93,7 @@ void AccountPage::showState(const QList<AccountView> &accounts)
 void AccountPage::showNews(const AccountDetails &now)
 {
     const bool isWiped = now.wiped && !m_stored.wiped;
-    if (isWiped || (!isSame(now, m_stored) && !isModified()))
+    if (isWiped || (now != m_stored && !isModified()))
         display(m_account);
 }
 
@@ -114,7 +107,7 @@ void AccountPage::forgetAccount()
 
 bool AccountPage::isModified() const
 {
-    return !isSame(details(), m_shown) || m_options->areFavouritesModified();
+    return details() != m_shown || m_options->areFavouritesModified();
 }
 
 bool AccountPage::isLoginModified() const
@@ -127,7 +120,7 @@ bool AccountPage::isLoginModified() const
 
 bool AccountPage::isOutdated() const
 {
-    return m_account.isValid() && !isSame(AccountBook::details(m_account), m_stored);
+    return m_account.isValid() && !AccountBook::isStill(m_account, m_stored);
 }
 
 AccountDetails AccountPage::details() const

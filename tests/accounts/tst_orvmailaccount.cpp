@@ -2,6 +2,7 @@
 // The program as it is built, run as a process, against the test server and the real mail store.
 #include "accounts/folderview.h"
 #include "accounts/setup/accountbook.h"
+#include "daemon/store/accountwipe.h"
 #include "daemon/store/state/accountkeys.h"
 #include "daemon/store/state/syncstatedb.h"
 #include "daemon/store/storeindexes.h"
@@ -97,6 +98,9 @@ private slots:
     void setKeepsMailForSoLong();
     void setSwitchesNotifications();
     void setTakesANewPassword();
+    void setLeavesWhatAnotherProgramHasChanged_data();
+    void setLeavesWhatAnotherProgramHasChanged();
+    void setDoesNotUndoAWipe();
     void setEncryptionMovesTheUsualPortAlone();
     void setWithRefusedLoginChangesNothing();
     void setDisablesAndEnables();
@@ -743,6 +747,60 @@ void TestOrvmailAccount::setTakesANewPassword()
     QTRY_COMPARE(stored(account()).userName, QStringLiteral("bob"));
     QTRY_COMPARE(QMailAccount(account()).customField(QStringLiteral("UserName")),
                  QStringLiteral("bob"));
+}
+
+void TestOrvmailAccount::setLeavesWhatAnotherProgramHasChanged_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QString>("meanwhile");
+    // With a look at the server, and without.
+    for (const char *option : {"--timeout 20", "--no-check"}) {
+        for (const char *meanwhile :
+             {"--keep 7", "--push on", "--enabled off", "--name Other", "--notifications off"})
+            QTest::addRow("%s %s", option, meanwhile) << option << meanwhile;
+    }
+}
+
+void TestOrvmailAccount::setLeavesWhatAnotherProgramHasChanged()
+{
+    QFETCH(QString, option);
+    QFETCH(QString, meanwhile);
+    addAccount();
+    const QString number = QString::number(account().toULongLong());
+    const QStringList show {QStringLiteral("show"), number, QStringLiteral("--json")};
+    Terminal terminal(Program,
+                      words("set --user bob --ask-password") + words(qPrintable(option))
+                          + QStringList(number));
+    QVERIFY(terminal.waitFor("Password: "));
+    const QByteArray before = run(show).out;
+    QCOMPARE(run(QStringList {QStringLiteral("set"), number} + words(qPrintable(meanwhile))).exit,
+             0);
+    const QByteArray changed = run(show).out;
+    QVERIFY(changed != before);
+    terminal.type(OtherPassword);
+    QCOMPARE(terminal.finish(), 1);
+    everythingPrinted += terminal.screen();
+    QVERIFY2(terminal.screen().contains("another program has changed this account meanwhile"),
+             terminal.screen().constData());
+    QCOMPARE(run(show).out, changed);
+    QCOMPARE(stored(QMailAccountId(number.toULongLong())).password, QString::fromUtf8(Password));
+}
+
+void TestOrvmailAccount::setDoesNotUndoAWipe()
+{
+    addAccount();
+    Terminal terminal(Program, words("set Demo --ask-password"));
+    QVERIFY(terminal.waitFor("Password: "));
+    QVERIFY(Store::AccountWipe::forget(account()).ok());
+    terminal.type(Password);
+    QCOMPARE(terminal.finish(), 1);
+    everythingPrinted += terminal.screen();
+    QVERIFY2(terminal.screen().contains("was wiped: 127.0.0.1 had its mail"),
+             terminal.screen().constData());
+    QVERIFY(Accounts::AccountBook::details(account()).wiped);
+    QCOMPARE(stored(account()).password, QString());
+    const QJsonObject shown = run(words("show Demo --json")).json().object();
+    QCOMPARE(shown[QLatin1String("enabled")].toBool(), false);
 }
 
 void TestOrvmailAccount::setEncryptionMovesTheUsualPortAlone()
