@@ -133,8 +133,20 @@ void FolderStep::takeWindow(const Eas::SyncWindow &window)
             m_broughtNews = true;
             m_context.report->tellNews();
         }
-        windowWritten(window);
+        if (writer->startsAnew())
+            startAnew();
+        else
+            windowWritten(window);
     });
+}
+
+/** The same items come once more. */
+void FolderStep::startAnew()
+{
+    qCInfo(lcSync) << "account" << m_context.id() << "reconciles folder" << m_collectionId
+                   << "from the start: its items have other ids, and deletions of before are left";
+    m_named.clear();
+    ask();
 }
 
 void FolderStep::windowWritten(const Eas::SyncWindow &window)

@@ -48,6 +48,7 @@ private:
     void onStartTried(const Eas::SyncCommand &command, const Eas::Result &reason);
     void takeWindow(const Eas::SyncWindow &window);
     void reconcile(const Eas::Result &reason, const std::function<void()> &then);
+    void startAnew();
     void windowWritten(const Eas::SyncWindow &window);
     void checkMoves();
     bool isLooping(const Eas::SyncWindow &window);

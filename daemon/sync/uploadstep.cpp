@@ -49,6 +49,18 @@ bool isMoving(const Store::FolderLocalChanges &changes, const QMailMessageId &id
                        [&id](const Store::Move &move) { return move.id == id; });
 }
 
+/** Whether the server may know the folder's messages by other ids than are known here: the folder
+ * is synchronised before its changes go up. */
+bool isInDoubt(const Store::FolderState &folder)
+{
+    return folder.reconciling || folder.syncKey == Eas::FirstKey;
+}
+
+Eas::Result doubt()
+{
+    return {Eas::ServerFailed, QStringLiteral("it is to be reconciled")};
+}
+
 Eas::LocalChange toLocalChange(const Store::FlagChange &flags)
 {
     Eas::LocalChange change;
@@ -89,9 +101,11 @@ void UploadStep::next()
         else
             upload(m_folders.dequeue());
     } else if (!m_moves.isEmpty()) {
-        const QList<Store::Move> moves = m_moves.mid(0, Sizes::UploadChanges);
-        m_moves = m_moves.mid(Sizes::UploadChanges);
-        move(moves);
+        const QList<Store::Move> moves = takeMoves();
+        if (moves.isEmpty())
+            next();
+        else
+            move(moves);
     } else {
         end(m_changes.forgetNamelessDeletions());
     }
@@ -106,14 +120,14 @@ void UploadStep::look(const Eas::FolderId &collectionId)
     // where messages are moved to: these are recognised only after the moves.
     const bool isOtherRange =
         !state || state->filter != int(FolderSync::filterOf(m_context.record));
-    if (isOtherRange || isDestination(collectionId)) {
+    if (isOtherRange || isInDoubt(*state) || isDestination(collectionId)) {
         next();
         return;
     }
     Eas::SyncRequest request;
     const Eas::Result prepared = FolderSync::nextWindow(
         m_context, collectionId, Sizes::Window.first, FolderSync::TextBound, &request);
-    if (!prepared.ok() || request.syncKey == Eas::FirstKey) {
+    if (!prepared.ok()) {
         next();
         return;
     }
@@ -194,19 +208,18 @@ void UploadStep::upload(const Store::FolderLocalChanges &changes)
         return;
     }
     const auto state = m_context.folders().find(changes.collectionId);
+    if (state && isInDoubt(*state)) {
+        if (state->isEnabled())
+            leave(changes.collectionId, doubt());
+        else
+            next();
+        return;
+    }
     Eas::SyncRequest request;
     const Eas::Result prepared = FolderSync::nextWindow(
         m_context, changes.collectionId, Sizes::Window.maximum, FolderSync::TextBound, &request);
     if (!prepared.ok()) {
         goOn(prepared);
-        return;
-    }
-    if (request.syncKey == Eas::FirstKey) {
-        // Without a key the server does not know the items: the folder is synchronised first.
-        if (state->isEnabled())
-            leave(changes.collectionId, {Eas::ServerFailed, QStringLiteral("no key")});
-        else
-            next();
         return;
     }
     request.getChanges = false;
@@ -272,6 +285,31 @@ void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLoc
     qCInfo(lcSync) << "account" << m_context.id() << "carried" << taken.size() << "flags and"
                    << deleted.size() << "deletions of" << changes.collectionId;
     goOn(result);
+}
+
+/** The next moves that go with one request; those that have to wait for their folder are left. */
+QList<Store::Move> UploadStep::takeMoves()
+{
+    QList<Store::Move> moves;
+    while (!m_moves.isEmpty() && moves.size() < Sizes::UploadChanges) {
+        const Store::Move move = m_moves.takeFirst();
+        if (mayMoveFrom(move.from.collectionId()))
+            moves.append(move);
+    }
+    return moves;
+}
+
+bool UploadStep::mayMoveFrom(const Eas::FolderId &collectionId)
+{
+    if (m_left.contains(collectionId))
+        return false;
+    const auto state = m_context.folders().find(collectionId);
+    if (!state || !isInDoubt(*state))
+        return true;
+    if (state->isEnabled())
+        m_left.insert(collectionId, doubt());
+    // In a folder that was never synchronised, searches find messages by their present ids.
+    return !state->isEnabled() && !state->reconciling;
 }
 
 void UploadStep::move(const QList<Store::Move> &moves)

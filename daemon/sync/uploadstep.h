@@ -50,6 +50,8 @@ private:
     void collectAgain(const Eas::FolderId &collectionId);
     void upload(const Store::FolderLocalChanges &changes);
     void leave(const Eas::FolderId &collectionId, const Eas::Result &reason);
+    QList<Store::Move> takeMoves();
+    bool mayMoveFrom(const Eas::FolderId &collectionId);
     void onUploaded(const Eas::SyncCommand &command, const Store::FolderLocalChanges &changes);
     void onWritten(const Eas::SyncWindow &window, const Store::FolderLocalChanges &changes);
     void move(const QList<Store::Move> &moves);

@@ -38,6 +38,7 @@ private slots:
     void folderStateIsKept();
     void emptyTextsAreNoProblem();
     void otherUserOrServerMeansFromTheStart();
+    void deletionsAreNotTakenToAnotherMailbox();
     void otherPasswordChangesNothing();
     void vanishedFolderMeansFromTheStart();
     void removedAccountIsForgottenAndNothingIsSavedForIt();
@@ -247,6 +248,26 @@ void TestSyncStateDb::otherUserOrServerMeansFromTheStart()
         // The folder is still known: it is reconciled, not fetched anew.
         QCOMPARE(folders().find(InboxId)->syncKey, text("0"));
     }
+}
+
+void TestSyncStateDb::deletionsAreNotTakenToAnotherMailbox()
+{
+    QMailStore *store = QMailStore::instance();
+    const Store::FolderState inbox = folder(InboxId);
+    QVERIFY(folders().save(inbox).ok());
+    const QMailMessageId id = StoreFixture::addMessage(m_account, inbox.folderId, text("Hello"), 0,
+                                                       text("in\x1f"
+                                                            "7"));
+    QVERIFY(store->removeMessage(id, QMailStore::CreateRemovalRecord));
+    AccountRecord current = record();
+    current.password += text("x");
+    QVERIFY(keys().open(current).ok());
+    QCOMPARE(store->messageRemovalRecords(m_account).size(), 1);
+    QVERIFY(!folders().find(InboxId)->reconciling);
+    current.userName += text("x");
+    QVERIFY(keys().open(current).ok());
+    QVERIFY(store->messageRemovalRecords(m_account).isEmpty());
+    QVERIFY(folders().find(InboxId)->reconciling);
 }
 
 void TestSyncStateDb::otherPasswordChangesNothing()

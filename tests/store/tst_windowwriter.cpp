@@ -81,6 +81,10 @@ private slots:
     void reconciliationOutlivesARestart();
     void reconciliationFindsRenumberedMessages();
     void reconciliationKeepsTwinsApart();
+    void deletionHoldsWhereTheServerKeepsItsIds();
+    void deletionIsForgottenWhereTheServerNumbersAnew_data();
+    void deletionIsForgottenWhereTheServerNumbersAnew();
+    void whatWasMovedHereIsNotMovedForAnother();
     void reconciliationOfAnEmptiedFolderEmptiesIt();
     void reconciliationIsNotEndedByAnUpload();
     void reconciliationSparesWhatTheUserPutThere();
@@ -101,6 +105,16 @@ private:
     /** The user moves the message, and the server answers for it. */
     void move(const QMailMessageId &id, const Store::ServerUid &from, const Eas::FolderId &to,
               const QString &newItemId);
+    /** The user deletes the message of the inbox with that id at the server. */
+    void remove(int id);
+    /** How many deletions the server is still to be told. */
+    int deletions() const
+    {
+        return QMailStore::instance()->messageRemovalRecords(m_account->id).size();
+    }
+    /** Writes the windows of a reconciliation until it begins anew or ends; the items of each as
+     * ids and subjects. Whether it has begun anew. */
+    bool reconcile(const QList<QMap<int, QString>> &windows);
     /** Local changes that QMF knows of and the server does not. */
     bool isOutstanding() const { return QMailDisconnected::updatesOutstanding(m_account->id); }
 
@@ -559,6 +573,105 @@ void TestWindowWriter::reconciliationKeepsTwinsApart()
     QCOMPARE(m_account->messages().size(), 2);
     QCOMPARE(m_account->metaData(number(1)).id(), firstId);
     QCOMPARE(m_account->metaData(number(2)).id(), secondId);
+}
+
+void TestWindowWriter::remove(int id)
+{
+    QVERIFY(QMailStore::instance()->removeMessage(m_account->metaData(number(id)).id(),
+                                                  QMailStore::CreateRemovalRecord));
+}
+
+bool TestWindowWriter::reconcile(const QList<QMap<int, QString>> &windows)
+{
+    m_account->write(Items::window(InboxId, QStringLiteral("9")));
+    for (int i = 0; i < windows.size(); ++i) {
+        Eas::SyncWindow window = Items::window(InboxId, number(10 + i));
+        for (auto it = windows.at(i).cbegin(); it != windows.at(i).cend(); ++it)
+            window.added.append(item(number(it.key()), it.value()));
+        window.moreAvailable = i + 1 < windows.size();
+        Store::WindowWriter writer(m_account->db, m_account->id, window);
+        if (!writer.run().ok())
+            qFatal("cannot write a window: %s", qPrintable(writer.result().text));
+        if (writer.startsAnew())
+            return true;
+    }
+    return false;
+}
+
+void TestWindowWriter::deletionHoldsWhereTheServerKeepsItsIds()
+{
+    m_account->write(added(QStringLiteral("2"), 1, 5));
+    remove(2);
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    remove(3); // that it was here has been noted
+    QCOMPARE(m_account->write(added(QStringLiteral("10"), 1, 5)), 200);
+    QCOMPARE(m_account->state().syncKey, QStringLiteral("10"));
+    QVERIFY(!m_account->state().reconciling);
+    QCOMPARE(m_account->messages().size(), 3);
+    QCOMPARE(deletions(), 2);
+}
+
+void TestWindowWriter::deletionIsForgottenWhereTheServerNumbersAnew_data()
+{
+    using Windows = QList<QMap<int, QString>>;
+    const auto message = [](int n) { return QStringLiteral("Message %1").arg(n); };
+    QTest::addColumn<Windows>("windows");
+    QTest::newRow("another message has its number")
+        << Windows {{{1, message(3)}, {2, message(4)}, {3, message(5)}, {4, message(1)}}};
+    QTest::newRow("it has another number")
+        << Windows {{{2, message(4)}}, {{1, message(3)}, {3, message(5)}, {4, message(1)}}};
+    QTest::newRow("a new message has its number, which shows later")
+        << Windows {{{2, QStringLiteral("New")}},
+                    {{1, message(3)}, {3, message(5)}, {4, message(1)}, {5, message(4)}}};
+}
+
+void TestWindowWriter::deletionIsForgottenWhereTheServerNumbersAnew()
+{
+    using Windows = QList<QMap<int, QString>>;
+    QFETCH(Windows, windows);
+    m_account->write(added(QStringLiteral("2"), 1, 5));
+    QMap<QString, QMailMessageId> before;
+    for (const QMailMessageId &id : m_account->messages())
+        before.insert(QMailMessageMetaData(id).subject(), id);
+    remove(2);
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QVERIFY(reconcile(windows));
+    QCOMPARE(m_account->state().syncKey, QStringLiteral("0"));
+    QCOMPARE(m_account->messages().size(), 4);
+    QCOMPARE(deletions(), 0);
+    QVERIFY(!reconcile(windows));
+    QVERIFY(!m_account->state().reconciling);
+    int count = 0;
+    for (const auto &window : windows) {
+        for (auto it = window.cbegin(); it != window.cend(); ++it) {
+            const Message message = m_account->metaData(number(it.key()));
+            QCOMPARE(message.subject(), it.value());
+            QCOMPARE(before.value(it.value(), message.id()), message.id());
+            ++count;
+        }
+    }
+    QCOMPARE(m_account->messages().size(), count);
+}
+
+/** Of a message that was moved here, the server shows another one under its id. */
+void TestWindowWriter::whatWasMovedHereIsNotMovedForAnother()
+{
+    const Eas::FolderId trash = "tr"_folder;
+    m_account->write(added(QStringLiteral("2"), 1, 3));
+    QMailDisconnected::moveToFolder({m_account->metaData(number(2)).id()},
+                                    m_account->folderId(trash));
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    Eas::SyncWindow window = added(QStringLiteral("10"), 1, 3);
+    window.added[1].subject = QStringLiteral("New");
+    window.added[1].dateReceived = window.added[1].dateReceived->addSecs(60);
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(m_account->messages().size(), 3);
+    QCOMPARE(m_account->metaData(number(2)).subject(), QStringLiteral("New"));
+    QCOMPARE(m_account->metaData(number(2)).parentFolderId(), m_account->folderId());
+    QVERIFY(m_account->messages(trash).isEmpty());
+    QVERIFY(Store::Moves(m_account->db, m_account->id).wanted().isEmpty());
 }
 
 void TestWindowWriter::reconciliationOfAnEmptiedFolderEmptiesIt()

@@ -62,8 +62,7 @@ Eas::Result Reconciliation::expectFound()
         return unreadable();
     for (const QMailMessageMetaData &message : found) {
         const ServerUid known(message);
-        const bool mayBeRenamed = m_isFirst || m_folder.reconciling;
-        if (known.isIn(m_folder.serverId) && (mayBeRenamed || !known.isItem()))
+        if (known.isIn(m_folder.serverId) && (isRunning() || !known.isItem()))
             m_expected.insert(fingerprint(message), message.id());
     }
     return {};
@@ -98,6 +97,14 @@ QMailMessageId Reconciliation::take(const QByteArray &mark, const QMailMessageMe
     const QMailMessageId match = isSame ? named.id() : m_expected.value(mark);
     m_expected.remove(mark, match);
     return isSame || !m_confirmed.contains(match) ? match : QMailMessageId();
+}
+
+Eas::Result Reconciliation::startAnew()
+{
+    FolderState folder = m_folder;
+    folder.syncKey = Eas::FirstKey;
+    folder.reconciling = true;
+    return m_unconfirmed.replace(folder, {});
 }
 
 Eas::Result Reconciliation::save(FolderState *folder)
@@ -136,7 +143,7 @@ Eas::Result startReconciling(SyncStateDb &db, const QMailAccountId &account,
         return {Eas::NotFound,
                 QStringLiteral("no folder here for ") + Eas::loggedId(serverId.text())};
     folder->syncKey = Eas::FirstKey;
-    folder->reconciling = false;
+    folder->reconciling = true;
     return UnconfirmedMessages(db, account).replace(*folder, {});
 }
 

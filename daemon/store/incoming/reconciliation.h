@@ -30,15 +30,21 @@ public:
     /** Notes some of them. */
     Eas::Result note();
 
+    /** Whether the folder is being reconciled, so that the server may call all otherwise. */
+    bool isRunning() const { return m_isFirst || m_folder.reconciling; }
     /** Whether an item may be one of the messages under another id. */
     bool isRenamingPossible() const { return !m_expected.isEmpty(); }
     /** The message that an item with that fingerprint is: `named`, which has the item's id here, if
      * it looks so itself, else an expected one that is not confirmed yet; invalid where there is
      * none. */
     QMailMessageId take(const QByteArray &mark, const QMailMessageMetaData &named);
+    /** The messages that are expected with that fingerprint. */
+    QMailMessageIdList expected(const QByteArray &mark) const { return m_expected.values(mark); }
     /** The server has the message. */
     void confirm(const QMailMessageId &message) { m_confirmed.append(message); }
 
+    /** Has the folder reconciled from the start again. */
+    Eas::Result startAnew();
     /** Saves what was noted and confirmed, and the folder's state with it. */
     Eas::Result save(FolderState *folder);
     /** Whether unconfirmed messages may be left after the last window, to be removed. */

@@ -14,6 +14,7 @@
 #include <qmailstore.h>
 
 #include <ctime>
+#include <utility>
 
 namespace Store {
 
@@ -151,20 +152,11 @@ Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
 {
     QList<Item> items;
     Messages present;
-    for (const Item &item : batch) {
-        bool isDeleted = item.data.serverId.isEmpty();
-        const Eas::Result looked =
-            isDeleted ? Eas::Result() : look(uid(item.data.serverId), &present, &isDeleted);
-        if (!looked.ok())
-            return looked;
-        if (!isDeleted)
-            items.append(item);
-    }
-    if (m_reconciliation.isRenamingPossible()) {
-        const Eas::Result result = rematch(items, &present);
-        if (!result.ok())
-            return result;
-    }
+    Eas::Result result = leaveOutDeleted(batch, &items, &present);
+    if (result.ok() && !m_startsAnew && m_reconciliation.isRenamingPossible())
+        result = rematch(items, &present);
+    if (!result.ok() || m_startsAnew)
+        return result;
     QList<Eas::MailItem> missing;
     MessageWriter::Updates known;
     for (const Item &item : qAsConst(items)) {
@@ -174,12 +166,51 @@ Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
         else if (item.isNew || MessageBuilder::isComplete(item.data))
             missing.append(item.data);
     }
-    const Eas::Result result = add(missing);
+    result = add(missing);
     if (!result.ok())
         return result;
     for (const auto &[item, message] : qAsConst(known))
         m_reconciliation.confirm(message.id());
     return m_writer.update(known);
+}
+
+/** Looks which items are here, and leaves out those that the user deleted here. */
+Eas::Result WindowWriter::leaveOutDeleted(const QList<Item> &batch, QList<Item> *items,
+                                          Messages *present)
+{
+    for (const Item &item : batch) {
+        bool isDeleted = item.data.serverId.isEmpty();
+        Eas::Result result =
+            isDeleted ? Eas::Result() : look(uid(item.data.serverId), present, &isDeleted);
+        bool isAnother = false;
+        if (result.ok() && isDeleted)
+            result = findAnother(item.data, &isAnother);
+        if (result.ok() && isAnother)
+            return startAnew();
+        if (!result.ok())
+            return result;
+        if (!isDeleted)
+            items->append(item);
+    }
+    return {};
+}
+
+/** Whether an item that counts as deleted here is in truth a message that is here by another id. */
+Eas::Result WindowWriter::findAnother(const Eas::MailItem &item, bool *isFound) const
+{
+    *isFound = false;
+    if (!m_reconciliation.isRunning() || !MessageBuilder::isComplete(item))
+        return {};
+    const QByteArray mark = fingerprint(MessageBuilder::build(item));
+    for (const QMailMessageId &id : m_reconciliation.expected(mark)) {
+        const QMailMessageMetaData message = currentMessage(id);
+        if (QMailStore::instance()->lastError() != QMailStore::NoError)
+            return storeFailure(QStringLiteral("cannot read a message"));
+        // The deleted one itself may still be expected, but it is not here.
+        const ServerUid known(message);
+        *isFound = *isFound || (known.isItem() && known.isIn(m_window.collectionId));
+    }
+    return {};
 }
 
 Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
@@ -230,44 +261,105 @@ Eas::Result WindowWriter::look(const ServerUid &uid, Messages *present, bool *is
  */
 Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
 {
-    QList<QMailMessageMetaData> renamed;
+    QList<QMailMessageMetaData> changed;
+    bool isRenumbered = false;
     for (const Item &item : items) {
         if (!MessageBuilder::isComplete(item.data))
             continue;
+        const QMailMessage shown = MessageBuilder::build(item.data);
         const ServerUid wanted = uid(item.data.serverId);
-        const QByteArray mark = fingerprint(MessageBuilder::build(item.data));
-        const QMailMessageId named = present->value(wanted).id();
-        const QMailMessageId match = m_reconciliation.take(mark, present->value(wanted));
-        if (!match.isValid() || match == named)
+        const QMailMessageMetaData named = present->value(wanted);
+        const QMailMessageMetaData found =
+            inFolder(m_reconciliation.take(fingerprint(shown), named), changed);
+        const bool isFound = found.id().isValid();
+        const bool isNamed = named.id().isValid();
+        if (found.id() == named.id() || (!isFound && !isAnother(named, shown)))
             continue;
-        QMailMessageMetaData message = currentMessage(match);
-        for (const QMailMessageMetaData &other : qAsConst(renamed)) {
-            if (other.id() == match)
-                message = other;
+        isRenumbered = isRenumbered || !isFound || ServerUid(found).isItem();
+        // What the user moved away is not moved for another message's sake. What lies here may as
+        // well have changed there, as a draft does.
+        if (isNamed && (isFound || named.parentFolderId() != m_folder.folderId))
+            changed.append(displaced(wanted, present));
+        if (isFound) {
+            changed.append(renamed(found, wanted, present));
+            present->insert(wanted, changed.last());
         }
-        if (!ServerUid(message).isIn(m_window.collectionId))
-            continue; // deleted here since it was noted, or moved out
-        if (named.isValid()) {
-            // Another message has the id here: without it, it may yet be found under its own new
-            // one.
-            QMailMessageMetaData displaced = present->take(wanted);
-            ServerUid::unnamed(m_window.collectionId, named).assignTo(&displaced);
-            renamed.append(displaced);
-        }
-        const ServerUid before(message);
-        present->remove(before);
-        if (m_present.value(before) == match)
-            m_present.remove(before);
-        m_present.insert(wanted, match);
-        // A search result had its LongId alone: this is its first item id.
-        const bool isFirstName = before.kind() == ServerUid::Kind::SearchResult;
-        if (message.status() & QMailMessageMetaData::HasAttachments && !isFirstName)
-            RenamedMark.set(&message);
-        wanted.assignTo(&message);
-        renamed.append(message);
-        present->insert(wanted, message);
     }
-    return m_writer.replace(renamed);
+    const Eas::Result noted = isRenumbered ? noteRenumbering() : Eas::Result();
+    return noted.ok() && !m_startsAnew ? m_writer.replace(changed) : noted;
+}
+
+/** The message as it is after what was changed so far; invalid where there is none, or where it was
+ * deleted here since it was noted, or moved out. */
+QMailMessageMetaData WindowWriter::inFolder(const QMailMessageId &id,
+                                            const QList<QMailMessageMetaData> &changed) const
+{
+    QMailMessageMetaData message;
+    if (id.isValid())
+        message = currentMessage(id);
+    for (const QMailMessageMetaData &other : changed) {
+        if (other.id() == id)
+            message = other;
+    }
+    return ServerUid(message).isIn(m_window.collectionId) ? message : QMailMessageMetaData();
+}
+
+/** Whether the server shows another message under the id of this one. A draft that was changed
+ * there may look so as well. */
+bool WindowWriter::isAnother(const QMailMessageMetaData &named,
+                             const QMailMessageMetaData &shown) const
+{
+    // Subject and sender may be written otherwise in a content that was downloaded.
+    return m_reconciliation.isRunning() && named.id().isValid()
+        && named.receivedDate().toUTC().toSecsSinceEpoch()
+        != shown.receivedDate().toUTC().toSecsSinceEpoch();
+}
+
+/** The message that has the id, without it: it may yet be found under its own new one. */
+QMailMessageMetaData WindowWriter::displaced(const ServerUid &wanted, Messages *present)
+{
+    QMailMessageMetaData message = present->take(wanted);
+    m_present.remove(wanted);
+    ServerUid::unnamed(m_window.collectionId, message.id()).assignTo(&message);
+    return message;
+}
+
+/** The message with its new id. */
+QMailMessageMetaData WindowWriter::renamed(QMailMessageMetaData message, const ServerUid &wanted,
+                                           Messages *present)
+{
+    const ServerUid before(message);
+    present->remove(before);
+    if (m_present.value(before) == message.id())
+        m_present.remove(before);
+    m_present.insert(wanted, message.id());
+    // A search result had its LongId alone: this is its first item id.
+    const bool isFirstName = before.kind() == ServerUid::Kind::SearchResult;
+    if (message.status() & QMailMessageMetaData::HasAttachments && !isFirstName)
+        RenamedMark.set(&message);
+    wanted.assignTo(&message);
+    return message;
+}
+
+/** What was deleted here is known by ids that are other messages' now. */
+Eas::Result WindowWriter::noteRenumbering()
+{
+    if (std::exchange(m_isRenumbered, true))
+        return {};
+    const bool isAnyDeleted = !RemovalRecords(m_account).in(m_window.collectionId).isEmpty();
+    return isAnyDeleted ? startAnew() : Eas::Result();
+}
+
+/** Forgets what was deleted here. Earlier windows may have left out other messages for it. */
+Eas::Result WindowWriter::startAnew()
+{
+    m_startsAnew = true;
+    m_phase = Phase::End;
+    m_writer.saveConversations();
+    // First of all: once messages have their new ids, nothing shows any more that they are new.
+    const Eas::Result result = m_reconciliation.startAnew();
+    RemovalRecords records(m_account);
+    return result.ok() ? records.forget(records.in(m_window.collectionId)) : result;
 }
 
 Eas::Result WindowWriter::removeItems()

@@ -43,6 +43,10 @@ public:
     QMailMessageIdList added() const { return m_writer.added(); }
     QMailMessageIdList updated() const { return m_writer.updated(); }
     int removed() const { return m_writer.removed(); }
+    /** Whether the folder is to be reconciled from the start again, and the window is not written:
+     * the server has numbered the items anew, and what was deleted here was known by numbers that
+     * are other messages' now. */
+    bool startsAnew() const { return m_startsAnew; }
     /** Whether the window changed the folder: servers also tell what is known already. */
     bool hasChangedFolder() const
     {
@@ -63,7 +67,17 @@ private:
     Eas::Result note();
     Eas::Result writeItems();
     Eas::Result writeBatch(const QList<Item> &batch);
+    Eas::Result leaveOutDeleted(const QList<Item> &batch, QList<Item> *items, Messages *present);
+    Eas::Result findAnother(const Eas::MailItem &item, bool *isFound) const;
     Eas::Result rematch(const QList<Item> &items, Messages *present);
+    QMailMessageMetaData inFolder(const QMailMessageId &id,
+                                  const QList<QMailMessageMetaData> &changed) const;
+    bool isAnother(const QMailMessageMetaData &named, const QMailMessageMetaData &shown) const;
+    QMailMessageMetaData displaced(const ServerUid &wanted, Messages *present);
+    QMailMessageMetaData renamed(QMailMessageMetaData message, const ServerUid &wanted,
+                                 Messages *present);
+    Eas::Result noteRenumbering();
+    Eas::Result startAnew();
     Eas::Result add(const QList<Eas::MailItem> &items);
     Eas::Result removeItems();
     Eas::Result saveKey();
@@ -87,6 +101,8 @@ private:
     QHash<ServerUid, QMailMessageId> m_present;
     QSet<ServerUid> m_deleted; ///< by the user, and the server does not know of it
     int m_total = 1;
+    bool m_isRenumbered = false; ///< the server calls items otherwise than before
+    bool m_startsAnew = false;
 };
 
 } // namespace Store

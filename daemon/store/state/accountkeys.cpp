@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/state/accountkeys.h"
 
+#include "daemon/store/removalrecords.h"
 #include "daemon/store/state/folderkeys.h"
 #include "daemon/store/storefailure.h"
 
@@ -44,19 +45,20 @@ Eas::Result AccountKeys::open(const AccountRecord &record)
     });
 }
 
-/** Another mailbox may be behind it now: all folders are to be reconciled. */
+/** Another mailbox may be behind it now: all folders are to be reconciled, and what was deleted in
+ * the former one is not to be deleted by its ids there. */
 Eas::Result AccountKeys::reset()
 {
     for (const char *sql :
          {"UPDATE account SET folder_sync_key = '0', policy_key = '' WHERE id = ?",
           "DELETE FROM unconfirmed WHERE account = ?", "DELETE FROM moved WHERE account = ?",
           "DELETE FROM work_record WHERE account = ?", "DELETE FROM conversation WHERE account = ?",
-          "UPDATE folder SET sync_key = '0', reconciling = 0 WHERE account = ?"}) {
+          "UPDATE folder SET sync_key = '0', reconciling = 1 WHERE account = ?"}) {
         const Eas::Result result = execute(QLatin1String(sql), {accountNumber()});
         if (!result.ok())
             return result;
     }
-    return {};
+    return RemovalRecords(m_account).forgetAll();
 }
 
 /** Forgets folders that the mail store has lost, so that they come from the server again. */

@@ -21,7 +21,8 @@ struct FolderState
     int type = 0;           ///< Eas::FolderType
     QString syncKey = Eas::FirstKey;
     int filter = -1; ///< the filter type last sent; -1: none yet
-    /** It is being reconciled, so that what the server does not show by the end is removed. */
+    /** It is to be reconciled, or begins to be: the server may call messages otherwise than here
+     * until that is done. What it does not show by the end is removed. */
     bool reconciling = false;
 
     /** The messages that lie in it, or lay in it before the user moved them; none where it has no

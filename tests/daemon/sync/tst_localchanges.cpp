@@ -66,6 +66,8 @@ private slots:
     void aServerThatLostItsMemoryChangesNothingHere();
     void onAServerThatLostItsMemoryAllGoesOnAtOnce_data();
     void onAServerThatLostItsMemoryAllGoesOnAtOnce();
+    void aServerThatNumbersItsItemsAnewIsToldNothingOfOthers_data();
+    void aServerThatNumbersItsItemsAnewIsToldNothingOfOthers();
     void aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing();
     void theTreeThatARefusedMoveAsksForIsNotMissed();
 
@@ -745,6 +747,52 @@ void TestLocalChanges::onAServerThatLostItsMemoryAllGoesOnAtOnce()
     // What the other folders have is here as well: nothing would tell of it later.
     QVERIFY(after.remove(world().find(QStringLiteral("Elsewhere 1"))));
     QCOMPARE(after, before);
+}
+
+void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers_data()
+{
+    QTest::addColumn<bool>("deletes");
+    QTest::addColumn<bool>("isOtherServer");
+    QTest::newRow("a message was deleted") << true << false;
+    QTest::newRow("a message was moved") << false << false;
+    QTest::newRow("a message was deleted, and the account is another server's now") << true << true;
+    QTest::newRow("a message was moved, and the account is another server's now") << false << true;
+}
+
+/** The first message has the last one's number then, and the other way round. */
+void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers()
+{
+    QFETCH(bool, deletes);
+    QFETCH(bool, isOtherServer);
+    QCOMPARE(world().endDaemon(), 0);
+    const QMailMessageId first = world().find(Mail1);
+    if (deletes)
+        QVERIFY(QMailStore::instance()->removeMessage(first, QMailStore::CreateRemovalRecord));
+    else
+        move(first, Inbox, Drafts);
+    // Without a change of the folder itself, nothing tells that its key is lost.
+    set({world().find(Mail2)}, Message::Read, true);
+    world().server.control(
+        "renumber",
+        {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folders"), false}});
+    if (isOtherServer) {
+        StoreFixture::Account settings = world().settings();
+        settings.server = QStringLiteral("localhost");
+        world().changeSettings(world().account, settings);
+    }
+    QVERIFY(world().startDaemon());
+    for (int i = 0; i < 2; ++i)
+        QCOMPARE(world().syncAndWait(), 200);
+    // A move is carried once its message was recognised, and a deletion comes to nothing.
+    QVERIFY(!world().atServer(Mail3).isEmpty());
+    QVERIFY(!world().atServer(Mail1, deletes ? Inbox : Drafts).isEmpty());
+    QVERIFY(world().isReadAtServer(Mail2));
+    QVERIFY(!world().isReadAtServer(Mail3));
+    QVERIFY(world().subjects(Trash).isEmpty());
+    QCOMPARE(world().subjects(),
+             deletes ? QStringList({Mail1, Mail2, Mail3}) : QStringList({Mail2, Mail3}));
+    QCOMPARE(world().subjects(Drafts), deletes ? QStringList() : QStringList {Mail1});
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
 }
 
 void TestLocalChanges::aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing()
