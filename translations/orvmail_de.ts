@@ -439,6 +439,10 @@
         <translation>das Senden wurde unterbrochen</translation>
     </message>
     <message>
+        <source>cannot read a message that is to be sent</source>
+        <translation>eine zu sendende Nachricht lässt sich nicht lesen</translation>
+    </message>
+    <message>
         <source>the message has been removed</source>
         <translation>die Nachricht wurde entfernt</translation>
     </message>

@@ -439,6 +439,10 @@
         <translation>l’envoi a été interrompu</translation>
     </message>
     <message>
+        <source>cannot read a message that is to be sent</source>
+        <translation>un message à envoyer ne peut pas être lu</translation>
+    </message>
+    <message>
         <source>the message has been removed</source>
         <translation>le message a été supprimé</translation>
     </message>

@@ -49,14 +49,18 @@ void GivenUpCheck::onLooked(const Store::Outgoing &message, bool isFound, const 
 
 void GivenUpCheck::settle(const Store::Outgoing &message)
 {
-    if (m_outbox.isEdited(message)) {
+    bool isEdited = false;
+    Eas::Result settled = m_outbox.compare(message, &isEdited);
+    if (settled.ok() && isEdited) {
         emit notFound(message);
         lookNext();
         return;
     }
-    qCInfo(lcDaemon) << "account" << m_context.id() << "message" << message.messageId.toULongLong()
-                     << "was given up, but is sent";
-    const Eas::Result settled = m_outbox.settleGivenUp(message);
+    if (settled.ok()) {
+        qCInfo(lcDaemon) << "account" << m_context.id() << "message"
+                         << message.messageId.toULongLong() << "was given up, but is sent";
+        settled = m_outbox.settleGivenUp(message);
+    }
     if (settled.ok())
         lookNext();
     else

@@ -98,7 +98,7 @@ bool MailSending::mayJoin(const Request &request) const
     if (request.kind != RequestKind::SendMail || request.messageId != m_id.toULongLong())
         return false;
     // What was edited since it left is another message.
-    return !m_isOut || !m_outbox.isEdited(m_outgoing);
+    return !m_isOut || !m_outbox.mayBeEdited(m_outgoing);
 }
 
 bool MailSending::drop(int requestId)
@@ -319,7 +319,7 @@ void MailSending::onAccepted(const Eas::Result &answer)
 bool MailSending::isEditedSinceItLeft() const
 {
     // The look at the content takes long for a large one: only where something was written.
-    return isEdited(Store::currentMessage(m_id), m_composed) && m_outbox.isEdited(m_outgoing);
+    return isEdited(Store::currentMessage(m_id), m_composed) && m_outbox.mayBeEdited(m_outgoing);
 }
 
 void MailSending::sendPlain()
@@ -359,7 +359,7 @@ void MailSending::onLooked(const SentLookup &lookup, const Eas::Result &result)
     const bool goesAgain = m_failure.ok() || canFallBack(m_failure);
     if (!result.ok())
         finish(m_failure.ok() ? result : m_failure);
-    else if (m_outbox.isEdited(m_outgoing))
+    else if (m_outbox.mayBeEdited(m_outgoing))
         sendEdited();
     else if (answer == SentLookup::There)
         finish({});
@@ -427,7 +427,7 @@ void MailSending::settle(const Eas::Result &result)
     const bool isOurs = settled.ok() && m_waiters.isEmpty();
     if (isOurs && !result.ok() && !isTakenBack())
         settled = m_outbox.putBack(m_id, reason);
-    else if (isOurs && result.ok() && !m_outbox.isEdited(m_outgoing))
+    else if (isOurs && result.ok() && !m_outbox.mayBeEdited(m_outgoing))
         settled = m_outbox.takeOut(m_id);
     if (!settled.ok())
         qCWarning(lcDaemon) << "account" << m_context.id() << settled.text;

@@ -81,6 +81,14 @@ QMailMessageKey outboxKey(const QMailAccountId &account)
         & ~QMailMessageKey::status(Message::Trash, QMailDataComparator::Includes);
 }
 
+/** Why the mail store has given no message. */
+Eas::Result notGiven()
+{
+    if (QMailStore::instance()->lastError() != QMailStore::NoError)
+        return storeFailure(FailureText::english("cannot read a message that is to be sent"));
+    return {Eas::NotFound, FailureText::english("the message has been removed")};
+}
+
 /** The reason as it was written down: a result code, and words. */
 void readReason(const QString &field, Activesync::WaitingMail *mail)
 {
@@ -187,13 +195,17 @@ bool Outbox::wasAskedFor(const Message &message) const
 
 Eas::Result Outbox::open(const QMailMessageId &id, Outgoing *outgoing)
 {
-    if (!isHere(id))
-        return {Eas::NotFound, FailureText::english("the message has been removed")};
+    const Message message = currentMessage(id);
+    // Where its fields alone cannot be read, there is one without them.
+    if (!message.id().isValid() || QMailStore::instance()->lastError() != QMailStore::NoError)
+        return notGiven();
     if (const auto remembered = m_outgoing.find(id)) {
         *outgoing = *remembered;
-        return isEdited(*outgoing) ? renew(outgoing) : Eas::Result {};
+        bool isEdited = false;
+        const Eas::Result compared = compare(*outgoing, &isEdited);
+        return compared.ok() && isEdited ? renew(outgoing) : compared;
     }
-    const QString known = currentMessage(id).customField(ClientIdField);
+    const QString known = message.customField(ClientIdField);
     // An id that is known is that of another message, of which this is a copy.
     const bool isForgotten = !known.isEmpty() && !m_outgoing.find(known);
     *outgoing = newOutgoing(id, isForgotten ? known : newClientId());
@@ -202,13 +214,30 @@ Eas::Result Outbox::open(const QMailMessageId &id, Outgoing *outgoing)
     return saved.ok() ? setField(id, ClientIdField, outgoing->clientId) : saved;
 }
 
-bool Outbox::isEdited(const Outgoing &outgoing) const
+Eas::Result Outbox::compare(const Outgoing &outgoing, bool *isEdited) const
 {
-    if (outgoing.state == Outgoing::Ready || outgoing.print.isEmpty()
-        || !isHere(outgoing.messageId))
-        return false;
+    *isEdited = false;
+    if (outgoing.state == Outgoing::Ready || outgoing.print.isEmpty())
+        return {};
+    const Message here = currentMessage(outgoing.messageId);
+    if (!here.id().isValid()) {
+        const Eas::Result why = notGiven();
+        return why.code == Eas::NotFound ? Eas::Result {} : why;
+    }
+    if (isContentDamaged(here, 1))
+        return {};
     const QMailMessage message(outgoing.messageId);
-    return !isContentDamaged(message, 1) && !OutgoingPrint::isSame(outgoing.print, message);
+    // An empty one would pass for an edited one, and go again.
+    if (!message.id().isValid())
+        return storeFailure(FailureText::english("cannot read a message that is to be sent"));
+    *isEdited = !OutgoingPrint::isSame(outgoing.print, message);
+    return {};
+}
+
+bool Outbox::mayBeEdited(const Outgoing &outgoing) const
+{
+    bool isEdited = false;
+    return !compare(outgoing, &isEdited).ok() || isEdited;
 }
 
 /** Makes an edited message another one, with new ids, whatever became of the earlier version. */
@@ -337,7 +366,11 @@ std::optional<Activesync::WaitingMail> Outbox::waitingMail(const Message &messag
     // The message server has not marked it yet; whether it was edited is a look at all of it.
     if (isSent && !(message.status() & Message::Outbox))
         return std::nullopt;
-    const bool hasLeft = known && known->state != Outgoing::Ready && !isEdited(*known);
+    // What cannot be read counts as what left: to send it again is no matter of course.
+    bool isEdited = false;
+    if (known)
+        compare(*known, &isEdited);
+    const bool hasLeft = known && known->state != Outgoing::Ready && !isEdited;
     if (hasLeft && isSent)
         return std::nullopt;
     const bool isForgotten = !known && !clientId.isEmpty() && !m_outgoing.find(clientId);
@@ -446,7 +479,7 @@ void Outbox::recover(const QSet<QMailMessageId> &busy)
         if (busy.contains(id))
             continue;
         const auto known = m_outgoing.find(id);
-        if (known && known->state == Outgoing::Sent && !isEdited(*known))
+        if (known && known->state == Outgoing::Sent && !mayBeEdited(*known))
             takeOut(id);
         else if (!(message.status() & Message::Sent))
             putBack(id, interrupted(id));
@@ -456,7 +489,7 @@ void Outbox::recover(const QSet<QMailMessageId> &busy)
 void Outbox::renewHolds()
 {
     for (const Outgoing &outgoing : m_outgoing.all()) {
-        if (!isHeld(outgoing) || isEdited(outgoing))
+        if (!isHeld(outgoing) || mayBeEdited(outgoing))
             continue;
         const QString known = currentMessage(outgoing.messageId).customField(ReasonField);
         hold(outgoing, known.isEmpty() ? doubt() : known);
@@ -472,8 +505,19 @@ QString Outbox::doubt()
 
 void Outbox::forgetRemoved()
 {
-    for (const Outgoing &outgoing : m_outgoing.all()) {
-        if (!isHere(outgoing.messageId))
+    const QList<Outgoing> noted = m_outgoing.all();
+    if (noted.isEmpty())
+        return;
+    QMailMessageIdList ids;
+    for (const Outgoing &outgoing : noted)
+        ids.append(outgoing.messageId);
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageIdList here = store->queryMessages(QMailMessageKey::id(ids));
+    // What cannot be read is not gone, and nothing else tells that it was sent.
+    if (store->lastError() != QMailStore::NoError)
+        return;
+    for (const Outgoing &outgoing : noted) {
+        if (!here.contains(outgoing.messageId))
             m_outgoing.remove(outgoing.clientId);
     }
 }

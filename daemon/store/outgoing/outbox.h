@@ -30,7 +30,8 @@ public:
      * What is known of a message that is to be sent; makes it known where it is not.
      *
      * One that bears a client id of which nothing is remembered reads as uncertain; one that was
-     * edited since it left is another message, which never left. NotFound where there is none.
+     * edited since it left is another message, which never left. NotFound where there is none,
+     * another failure where the mail store cannot be read: nothing is made known then.
      */
     Eas::Result open(const QMailMessageId &id, Outgoing *outgoing);
     /** Durable when it returns. */
@@ -39,8 +40,11 @@ public:
      * now and later. */
     void keepUpWithClock(Outgoing *outgoing);
 
-    /** Whether the server has, or may have, a version that its author has edited since. */
-    bool isEdited(const Outgoing &outgoing) const;
+    /** Finds out whether the server has, or may have, a version that its author has edited since.
+     * Fails where the mail store cannot be read, which tells nothing. */
+    Eas::Result compare(const Outgoing &outgoing, bool *isEdited) const;
+    /** Whether it is so, or cannot be found out: what is here is not to be taken away. */
+    bool mayBeEdited(const Outgoing &outgoing) const;
 
     /** It waits to be sent (again); `reason` is kept in the message, to be shown. */
     Eas::Result putBack(const QMailMessageId &id, const QString &reason);

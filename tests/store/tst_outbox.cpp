@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "daemon/store/outgoing/outbox.h"
+#include "daemon/store/outgoing/outgoingprint.h"
+#include "tests/store/hiddentable.h"
+#include "tests/store/items.h"
+#include "tests/support/storefixture.h"
+
+#include <qmailstore.h>
+#include <QTest>
+
+using Store::Outgoing;
+
+/** What is known of mail that is to be sent. */
+class TestOutbox : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void whatIsRemovedIsForgotten();
+    void whatCannotBeReadIsNotForgotten();
+    void whatCannotBeReadIsNotTakenForWhatLeft_data();
+    void whatCannotBeReadIsNotTakenForWhatLeft();
+    void whatCannotBeReadIsNotTakenForNew_data();
+    void whatCannotBeReadIsNotTakenForNew();
+
+private:
+    /** A mail of which it is noted that it was sent as it is now. */
+    QMailMessageId addSent();
+    /** Its author writes something else. */
+    static void edit(const QMailMessageId &id);
+    Store::AccountRecord record() const { return Store::AccountRecord::read(m_account->id); }
+
+    std::unique_ptr<SyncedAccount> m_account;
+    std::unique_ptr<Store::Outbox> m_outbox;
+    std::unique_ptr<Store::OutgoingTable> m_noted;
+};
+
+void TestOutbox::init()
+{
+    m_account = std::make_unique<SyncedAccount>();
+    m_outbox = std::make_unique<Store::Outbox>(m_account->db, record());
+    m_noted = std::make_unique<Store::OutgoingTable>(m_account->db, m_account->id);
+}
+
+void TestOutbox::cleanup()
+{
+    m_noted.reset();
+    m_outbox.reset();
+    m_account.reset();
+}
+
+QMailMessageId TestOutbox::addSent()
+{
+    const QMailMessageId id = StoreFixture::addOutgoing(m_account->id);
+    Outgoing outgoing;
+    if (!m_outbox->open(id, &outgoing).ok())
+        return {};
+    outgoing.print = Store::OutgoingPrint::of(QMailMessage(id));
+    return m_outbox->save(outgoing, Outgoing::Sent).ok() ? id : QMailMessageId();
+}
+
+void TestOutbox::edit(const QMailMessageId &id)
+{
+    QMailMessage message(id);
+    message.setSubject(QStringLiteral("Edited"));
+    QVERIFY(QMailStore::instance()->updateMessage(&message));
+}
+
+void TestOutbox::whatIsRemovedIsForgotten()
+{
+    const QMailMessageId removed = addSent();
+    const QMailMessageId kept = addSent();
+    QVERIFY(m_noted->find(removed));
+    QVERIFY(QMailStore::instance()->removeMessage(removed, QMailStore::NoRemovalRecord));
+    m_outbox->recover({});
+    QVERIFY(!m_noted->find(removed));
+    QVERIFY(m_noted->find(kept));
+}
+
+void TestOutbox::whatCannotBeReadIsNotForgotten()
+{
+    const QMailMessageId id = addSent();
+    {
+        const HiddenTable messages(QStringLiteral("mailmessages"));
+        QVERIFY(messages.isHidden());
+        m_outbox->recover({});
+    }
+    QVERIFY(m_noted->find(id));
+    Outgoing outgoing;
+    QVERIFY(m_outbox->open(id, &outgoing).ok());
+    QCOMPARE(outgoing.state, Outgoing::Sent);
+    QVERIFY(!outgoing.print.isEmpty());
+}
+
+void TestOutbox::whatCannotBeReadIsNotTakenForWhatLeft_data()
+{
+    QTest::addColumn<bool>("isEdited");
+    QTest::newRow("as it left") << false;
+    QTest::newRow("edited") << true;
+}
+
+void TestOutbox::whatCannotBeReadIsNotTakenForWhatLeft()
+{
+    QFETCH(bool, isEdited);
+    const QMailMessageId id = addSent();
+    if (isEdited)
+        edit(id);
+    const Outgoing sent = m_noted->find(id).value_or(Outgoing());
+    QCOMPARE(m_outbox->mayBeEdited(sent), isEdited);
+    Outgoing outgoing;
+    bool isKnownAsEdited = false;
+    {
+        const HiddenTable messages(QStringLiteral("mailmessages"));
+        QVERIFY(messages.isHidden());
+        QVERIFY(m_outbox->mayBeEdited(sent));
+        QCOMPARE(m_outbox->compare(sent, &isKnownAsEdited).code, int(Eas::ServerFailed));
+        QCOMPARE(m_outbox->open(id, &outgoing).code, int(Eas::ServerFailed));
+    }
+    QVERIFY(!isKnownAsEdited);
+    QCOMPARE(m_noted->find(id)->clientId, sent.clientId);
+    QVERIFY(m_outbox->open(id, &outgoing).ok());
+    QCOMPARE(outgoing.state, isEdited ? Outgoing::Ready : Outgoing::Sent);
+}
+
+void TestOutbox::whatCannotBeReadIsNotTakenForNew_data()
+{
+    QTest::addColumn<QString>("table");
+    for (const char *table : {"mailmessages", "mailmessagecustom"})
+        QTest::newRow(table) << QString::fromLatin1(table);
+}
+
+/** The daemon's memory is lost, and what the message tells of itself cannot be read. */
+void TestOutbox::whatCannotBeReadIsNotTakenForNew()
+{
+    QFETCH(QString, table);
+    const QMailMessageId id = addSent();
+    QVERIFY(m_noted->remove(m_noted->find(id)->clientId).ok());
+    Outgoing outgoing;
+    {
+        const HiddenTable hidden(table);
+        QVERIFY(hidden.isHidden());
+        QCOMPARE(m_outbox->open(id, &outgoing).code, int(Eas::ServerFailed));
+    }
+    QVERIFY(!m_noted->find(id));
+    QVERIFY(m_outbox->open(id, &outgoing).ok());
+    QCOMPARE(outgoing.state, Outgoing::Uncertain);
+}
+
+QTEST_GUILESS_MAIN(TestOutbox)
+#include "tst_outbox.moc"
