@@ -33,16 +33,45 @@ bool hasHollow(const QMailMessage &message)
     return !message.foreachPart([](const QMailMessagePart &part) { return !isHollow(part); });
 }
 
-/** Whether both are copies of one attachment: by the file reference, else by name, size and
- * type. */
+/** Empty where it has none; displayName() makes one of its place in the message then. */
+QString nameOf(const QMailMessagePart &part)
+{
+    const bool isNamed =
+        !part.contentDisposition().filename().isEmpty() || !part.contentType().name().isEmpty();
+    return isNamed ? part.displayName() : QString();
+}
+
+/**
+ * Whether both are copies of one attachment.
+ *
+ * The file reference alone does not tell: it may be as short as a folder's name and a number, and
+ * the same in another account, of which the copy may be.
+ */
 bool isSameAttachment(const QMailMessagePart &one, const QMailMessagePart &other)
 {
+    if (one.contentDisposition().size() != other.contentDisposition().size())
+        return false;
     const QString reference = MessageBuilder::fileReference(one);
     if (!reference.isEmpty())
-        return reference == MessageBuilder::fileReference(other);
+        return reference == MessageBuilder::fileReference(other) && nameOf(one) == nameOf(other);
     return !one.displayName().isEmpty() && one.displayName() == other.displayName()
-        && one.contentDisposition().size() == other.contentDisposition().size()
         && one.contentType().content().toLower() == other.contentType().content().toLower();
+}
+
+/** The attachment of the message that the part is a copy of; an invalid message where none is. */
+ContentOrigin findAttachment(const QMailMessageId &id, const QMailMessagePart &part)
+{
+    ContentOrigin origin;
+    const QMailMessage message = isHere(id) ? QMailMessage(id) : QMailMessage();
+    // A draft has copies itself.
+    if (message.serverUid().isEmpty())
+        return origin;
+    message.foreachPart([&](const QMailMessagePart &one) {
+        if (isLeaf(one) && isSameAttachment(part, one))
+            origin = {id, one.location().toString(false)};
+        return !origin.message.isValid();
+    });
+    return origin;
 }
 
 bool isSameMessage(const QMailMessageMetaData &one, const QMailMessage &copy)
@@ -109,20 +138,15 @@ std::optional<ContentOrigin> PartOrigin::ofReference(const QMailMessagePart &par
 ContentOrigin PartOrigin::ofEmpty(const QMailMessagePart &part) const
 {
     // Names are the same in many messages: without a reference, only the original can be meant.
-    const bool isUnique = !MessageBuilder::fileReference(part).isEmpty();
-    for (const QMailMessageId &id :
-         isUnique ? withAttachments() : QMailMessageIdList {m_original}) {
-        if (!isHere(id))
-            continue;
-        const QMailMessage message(id);
-        if (message.serverUid().isEmpty())
-            continue; // a draft, which has copies itself
-        ContentOrigin origin;
-        message.foreachPart([&](const QMailMessagePart &one) {
-            if (isLeaf(one) && isSameAttachment(part, one))
-                origin = {id, one.location().toString(false)};
-            return !origin.message.isValid();
-        });
+    if (MessageBuilder::fileReference(part).isEmpty())
+        return findAttachment(m_original, part);
+    // The reference is one of the account that the copy comes from.
+    const bool isOfAnotherAccount = findAttachment(m_guess, part).message.isValid()
+        && QMailMessageMetaData(m_guess).parentAccountId() != m_account;
+    if (isOfAnotherAccount)
+        return {};
+    for (const QMailMessageId &id : withAttachments()) {
+        const ContentOrigin origin = findAttachment(id, part);
         if (origin.message.isValid())
             return origin;
     }

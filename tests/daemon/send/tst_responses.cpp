@@ -77,6 +77,10 @@ private slots:
     void anEmbeddedOriginalIsNoOtherOfItsSender();
     void anAttachmentThatOnlyHasTheNameIsNotSent_data();
     void anAttachmentThatOnlyHasTheNameIsNotSent();
+    void anAttachmentThatOnlyHasTheReferenceIsNotSent_data();
+    void anAttachmentThatOnlyHasTheReferenceIsNotSent();
+    void anAttachmentOfAnotherAccountIsNotTakenForOneOfThis();
+    void anAttachmentWithoutANameIsFoundByItsReference();
     void anUnlikelyOriginalIsNotBelieved_data();
     void anUnlikelyOriginalIsNotBelieved();
     void subjectsInOtherLanguagesAreTheSame_data();
@@ -134,6 +138,7 @@ private:
     QMailMessageId deliverOther(const QByteArray &attachment,
                                 const QByteArray &from = "dan@elsewhere.test",
                                 const QJsonObject &more = QJsonObject());
+    QMailAccountId addOtherAccount() const;
     void moveToAnotherAccount(const QMailMessageId &id);
     /** One that is asked for, and for which the server is being asked for an attachment. */
     QMailMessageId sendingThatWaits(int *request);
@@ -225,13 +230,18 @@ QMailMessageId TestResponses::deliverOther(const QByteArray &attachment, const Q
     return QMailStore::instance()->queryMessages(isOther).value(0);
 }
 
-void TestResponses::moveToAnotherAccount(const QMailMessageId &id)
+QMailAccountId TestResponses::addOtherAccount() const
 {
     StoreFixture::Account settings = world().settings();
     settings.name = QStringLiteral("Other");
     settings.enabled = false;
+    return StoreFixture::addAccount(settings);
+}
+
+void TestResponses::moveToAnotherAccount(const QMailMessageId &id)
+{
     QMailMessageMetaData moved(id);
-    moved.setParentAccountId(StoreFixture::addAccount(settings));
+    moved.setParentAccountId(addOtherAccount());
     QVERIFY(QMailStore::instance()->updateMessage(&moved));
 }
 
@@ -377,6 +387,75 @@ void TestResponses::anAttachmentThatOnlyHasTheNameIsNotSent()
     QCOMPARE(world().sendAndWait(id), 404);
     QCOMPARE(commands(), QStringList());
     QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not here")));
+}
+
+void TestResponses::anAttachmentThatOnlyHasTheReferenceIsNotSent_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<int>("size"); ///< of what the account has under that reference
+    QTest::newRow("of another size") << QByteArray("plan.bin") << 300;
+    QTest::newRow("of another name") << QByteArray("draft.bin") << attachedContent().size();
+}
+
+/** It was copied from another account, whose server calls it as ours does something else. */
+void TestResponses::anAttachmentThatOnlyHasTheReferenceIsNotSent()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(int, size);
+    const QMailMessageId other = deliverOther(confidential(size));
+    QVERIFY(other.isValid());
+    const QString field = QStringLiteral("X-qmf-internal-file-reference");
+    QMailMessagePart part = QMailMessage(m_original).partAt(1);
+    part.setHeaderField(field, QMailMessage(other).partAt(1).headerFieldText(field));
+    QMailMessageContentDisposition disposition = part.contentDisposition();
+    disposition.setFilename(name);
+    part.setContentDisposition(disposition);
+    QMailMessageContentType type = part.contentType();
+    type.setName(name);
+    part.setHeaderField(type);
+    const QMailMessage message =
+        withPart(response(QMailMessage::Forward, QStringLiteral("Look.\n")), part);
+    QVERIFY(QMailStore::instance()->removeMessage(m_original, QMailStore::NoRemovalRecord));
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
+    QCOMPARE(commands(), QStringList());
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not here")));
+}
+
+void TestResponses::anAttachmentOfAnotherAccountIsNotTakenForOneOfThis()
+{
+    allowSmartReplies(false);
+    QMailMessage copy(m_original);
+    copy.setId(QMailMessageId());
+    copy.setContentIdentifier(QString());
+    copy.setParentAccountId(addOtherAccount());
+    QVERIFY(QMailStore::instance()->addMessage(&copy));
+    QMailMessage message = passingOn(QStringLiteral("copied attachment"));
+    message.setInResponseTo(copy.id());
+    const QMailMessageId id = world().add(message);
+    QCOMPARE(world().sendAndWait(id), 404);
+    QCOMPARE(commands(), QStringList());
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not here")));
+}
+
+/** Its copy has another place in the forward. */
+void TestResponses::anAttachmentWithoutANameIsFoundByItsReference()
+{
+    allowSmartReplies(false);
+    QMailMessage nameless(m_original);
+    QMailMessagePart &part = nameless.partAt(1);
+    QMailMessageContentDisposition disposition(QMailMessageContentDisposition::Attachment);
+    disposition.setSize(part.contentDisposition().size());
+    part.setHeaderField(disposition);
+    part.setHeaderField(QMailMessageContentType("application/octet-stream"));
+    QVERIFY(QMailStore::instance()->updateMessage(&nameless));
+    QMailMessagePart more;
+    more.setBody(SendingWorld::plainText(QStringLiteral("And there.\n")));
+    QMailMessage message =
+        withPart(response(QMailMessage::Forward, QStringLiteral("Look.\n")), more);
+    message.appendPart(part);
+    QCOMPARE(world().sendAndWait(world().add(message)), 200);
+    QCOMPARE(arrived().count(attachedContent()), 1);
 }
 
 void TestResponses::anUnlikelyOriginalIsNotBelieved_data()
