@@ -33,7 +33,11 @@ bool isHere(const QMailMessageId &id)
 
 bool putBack(const QMailMessageMetaData &message)
 {
-    const QMailFolderId home = message.previousParentFolderId();
+    return putBack(message, message.previousParentFolderId());
+}
+
+bool putBack(const QMailMessageMetaData &message, const QMailFolderId &home)
+{
     const QMailFolderId trash =
         QMailAccount(message.parentAccountId()).standardFolder(QMailFolder::TrashFolder);
     const QMailMessageKey key = QMailMessageKey::id(message.id());

@@ -24,6 +24,8 @@ bool isHere(const QMailMessageId &id);
 
 /** Undoes a move that the server does not know of; false when the store fails. */
 bool putBack(const QMailMessageMetaData &message);
+/** The same of one that may not tell where it comes from. */
+bool putBack(const QMailMessageMetaData &message, const QMailFolderId &home);
 
 } // namespace Store
 

@@ -345,9 +345,6 @@ bool FolderWriter::wouldLoop(const QMailFolder &folder, QMailFolderId parent) co
 Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
 {
     QMailStore *store = QMailStore::instance();
-    const Eas::Result restored = restoreVisitors(state);
-    if (!restored.ok())
-        return restored;
     const QMailMessageIdList some =
         store->queryMessages(state.messages(), QMailMessageSortKey(), uint(RemovalBatch));
     // A folder that cannot be read is not empty.
@@ -356,12 +353,17 @@ Eas::Result FolderWriter::empty(const FolderState &state, bool *emptied)
     QMailMessageIdList fetched;
     QMailMessageIdList own;
     const QMailMessageMetaDataList found = store->messagesMetaData(
-        QMailMessageKey::id(some), QMailMessageKey::Id | QMailMessageKey::ServerUid);
+        QMailMessageKey::id(some),
+        QMailMessageKey::Id | QMailMessageKey::ServerUid | QMailMessageKey::ParentAccountId);
     if (store->lastError() != QMailStore::NoError)
         return storeFailure(QStringLiteral("cannot read the messages of a folder that goes"));
     for (const QMailMessageMetaData &message : found) {
+        const QMailFolderId home = homeOf(message, state);
         const bool isOwn = ServerUid(message).kind() == ServerUid::Kind::None;
-        (isOwn ? own : fetched).append(message.id());
+        if (!home.isValid())
+            (isOwn ? own : fetched).append(message.id());
+        else if (!putBack(message, home))
+            return storeFailure(QStringLiteral("cannot move a message back"));
     }
     const Eas::Result kept = own.isEmpty() ? Eas::Result() : keep(own, state);
     if (!kept.ok())
@@ -426,19 +428,14 @@ QMailFolderId FolderWriter::remaining(int type) const
     return {};
 }
 
-/** Messages that the user moved here, which the server still has elsewhere, go back there. */
-Eas::Result FolderWriter::restoreVisitors(const FolderState &state)
+/** The folder that stays and in which the server has a message, whatever has brought it into the
+ * one that goes; invalid where there is none. */
+QMailFolderId FolderWriter::homeOf(const QMailMessageMetaData &message,
+                                   const FolderState &state) const
 {
-    const QMailMessageKey moved = state.messages() & QMailMessageKey::parentFolderId(state.folderId)
-        & QMailMessageKey::previousParentFolderId(QMailFolderId(), QMailDataComparator::NotEqual);
-    for (const QMailMessageMetaData &message : currentMessages(moved)) {
-        const Eas::FolderId home = ServerUid(message).collectionId();
-        const bool isVisitor =
-            home != state.serverId && m_known.contains(home) && !m_toRemove.contains(home);
-        if (isVisitor && !putBack(message))
-            return storeFailure(QStringLiteral("cannot move a message back"));
-    }
-    return {};
+    const Eas::FolderId id = ServerUid(message).collectionId();
+    const QMailFolderId home = m_known.value(id).folderId;
+    return home == state.folderId || m_toRemove.contains(id) ? QMailFolderId() : home;
 }
 
 Eas::Result FolderWriter::remove(const FolderState &state)

@@ -48,7 +48,7 @@ private:
     bool wouldLoop(const QMailFolder &folder, QMailFolderId parent) const;
     bool describe(QMailFolder *folder, const Eas::FolderRecord &record) const;
     Eas::Result empty(const FolderState &state, bool *emptied);
-    Eas::Result restoreVisitors(const FolderState &state);
+    QMailFolderId homeOf(const QMailMessageMetaData &message, const FolderState &state) const;
     Eas::Result keep(const QMailMessageIdList &messages, const FolderState &state);
     static bool place(const QMailMessageKey &messages, const QMailFolderId &folder);
     QMailFolderId remaining(int type) const;

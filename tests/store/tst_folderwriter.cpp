@@ -52,6 +52,7 @@ private slots:
     void folderThatVanishedHereIsMadeAnew();
     void foldersOfTheUserAreLeftAlone();
     void choiceNotToSynchroniseAFolderStays();
+    void messageMovedIntoARemovedFolderGoesBack_data();
     void messageMovedIntoARemovedFolderGoesBack();
     void hostileNames_data();
     void hostileNames();
@@ -568,8 +569,16 @@ void TestFolderWriter::choiceNotToSynchroniseAFolderStays()
     QVERIFY(!(folder("se").status() & QMailFolder::SynchronizationEnabled));
 }
 
+void TestFolderWriter::messageMovedIntoARemovedFolderGoesBack_data()
+{
+    QTest::addColumn<bool>("isNoted");
+    QTest::newRow("by a program that notes where it was") << true;
+    QTest::newRow("by its folder alone") << false;
+}
+
 void TestFolderWriter::messageMovedIntoARemovedFolderGoesBack()
 {
+    QFETCH(bool, isNoted);
     Eas::FolderChanges answer = usualFolders();
     answer.added.append(Items::folder("a"_folder, text("A")));
     QCOMPARE(write(answer), 200);
@@ -579,10 +588,17 @@ void TestFolderWriter::messageMovedIntoARemovedFolderGoesBack()
     Store::WindowWriter writer(*m_db, m_account, window);
     QVERIFY(writer.run().ok());
     const QMailMessageId message = writer.added().first();
-    QMailDisconnected::moveToFolder({message}, state("a").folderId);
+    QMailMessageMetaData moved;
+    moved.setParentFolderId(state("a").folderId);
+    if (isNoted)
+        QMailDisconnected::moveToFolder({message}, state("a").folderId);
+    else
+        QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+            QMailMessageKey::id(message), QMailMessageKey::ParentFolderId, moved));
     Eas::FolderChanges update = changes(text("f2"));
     update.removed = {"a"_folder};
     QCOMPARE(write(update), 200);
+    QVERIFY(StoreFixture::exists(message));
     QCOMPARE(QMailMessageMetaData(message).parentFolderId(), state("in").folderId);
     QVERIFY(!QMailMessageMetaData(message).previousParentFolderId().isValid());
 }
