@@ -6,8 +6,11 @@
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/mark.h"
 #include "daemon/store/serveruid.h"
+#include "daemon/store/state/folderkeys.h"
 #include "eas/fetchattachmentcommand.h"
 #include "eas/fetchmessagecommand.h"
+
+#include <qmailstore.h>
 
 namespace Daemon {
 
@@ -56,7 +59,14 @@ void AttachmentDownload::perform()
 bool AttachmentDownload::mayReferToAnother() const
 {
     const QMailMessageMetaData message = Store::currentMessage(m_message);
-    return Store::RenamedMark.isSet(message) || !Store::ServerUid(message).isKnownThere();
+    const Store::ServerUid uid(message);
+    if (Store::RenamedMark.isSet(message) || !uid.isKnownThere())
+        return true;
+    const auto folder = m_context.folders().find(uid.collectionId());
+    const QMailFolderKey renamed = Store::RenamedMark.folderKey()
+        & QMailFolderKey::id(folder ? folder->folderId : message.parentFolderId());
+    QMailStore *store = QMailStore::instance();
+    return store->countFolders(renamed) > 0 || store->lastError() != QMailStore::NoError;
 }
 
 void AttachmentDownload::fetchWhole()

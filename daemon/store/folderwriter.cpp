@@ -4,6 +4,7 @@
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/mailtext.h"
+#include "daemon/store/mark.h"
 #include "daemon/store/removalrecords.h"
 #include "daemon/store/storefailure.h"
 #include "translations/text.h"
@@ -64,6 +65,14 @@ quint64 roleOf(int type, const QString &name, bool atTop)
     default:
         return 0;
     }
+}
+
+/** Whether the folder that was there before has another name or place now. */
+bool isRenamed(const QMailFolder &before, const QMailFolder &now)
+{
+    return before.id().isValid()
+        && (before.displayName() != now.displayName()
+            || before.parentFolderId() != now.parentFolderId());
 }
 
 /** The account's status in the database: this process's copy may be older, and an update writes
@@ -292,7 +301,13 @@ Eas::Result FolderWriter::write(const Eas::FolderRecord &record)
     QMailStore *store = QMailStore::instance();
     FolderState state = m_known.value(record.serverId);
     QMailFolder folder = state.folderId.isValid() ? store->folder(state.folderId) : QMailFolder();
+    const QMailFolder before = folder;
     if (describe(&folder, record)) {
+        // Those below first: of a folder that has its new name already, nothing would be seen.
+        const Eas::Result marked =
+            isRenamed(before, folder) ? markBelow(folder.id()) : Eas::Result();
+        if (!marked.ok())
+            return marked;
         const bool written =
             folder.id().isValid() ? store->updateFolder(&folder) : store->addFolder(&folder);
         if (!written)
@@ -323,11 +338,30 @@ bool FolderWriter::describe(QMailFolder *folder, const Eas::FolderRecord &record
     if (!folder->id().isValid()) // later it is the user's choice
         result.setStatus(QMailFolder::SynchronizationEnabled, true);
     result.setCustomField(ServerIdField, record.serverId.text());
+    if (isRenamed(*folder, result))
+        RenamedMark.set(&result);
     const bool changed = !folder->id().isValid() || result.displayName() != folder->displayName()
         || result.path() != folder->path() || result.parentFolderId() != folder->parentFolderId()
         || result.status() != folder->status() || result.customFields() != folder->customFields();
     *folder = result;
     return changed;
+}
+
+/** Some servers call attachments by their folder's path. */
+Eas::Result FolderWriter::markBelow(const QMailFolderId &folder)
+{
+    QMailStore *store = QMailStore::instance();
+    const auto below =
+        store->queryFolders(QMailFolderKey::ancestorFolderIds(folder) & ~RenamedMark.folderKey());
+    if (store->lastError() != QMailStore::NoError)
+        return storeFailure(QStringLiteral("cannot read the folders below a renamed one"));
+    for (const QMailFolderId &id : below) {
+        QMailFolder marked(id);
+        RenamedMark.set(&marked);
+        if (!store->updateFolder(&marked))
+            return storeFailure(QStringLiteral("cannot mark a folder below a renamed one"));
+    }
+    return {};
 }
 
 /** Whether the folder would become its own ancestor, or lie too deep. */

@@ -45,6 +45,7 @@ private:
     Eas::Result rename();
     void addChildrenToRemove();
     Eas::Result write(const Eas::FolderRecord &record);
+    static Eas::Result markBelow(const QMailFolderId &folder);
     bool wouldLoop(const QMailFolder &folder, QMailFolderId parent) const;
     bool describe(QMailFolder *folder, const Eas::FolderRecord &record) const;
     Eas::Result empty(const FolderState &state, bool *emptied);

@@ -2,12 +2,14 @@
 #ifndef DAEMON_STORE_MARK_H
 #define DAEMON_STORE_MARK_H
 
+#include <qmailfolderkey.h>
 #include <qmailmessage.h>
 #include <qmailmessagekey.h>
 
 namespace Store {
 
-/** A mark that messages of the mail store have or have not, in a custom field of theirs. */
+/** A mark that messages or folders of the mail store have or have not, in a custom field of
+ * theirs. */
 class Mark
 {
 public:
@@ -16,21 +18,25 @@ public:
     {
     }
 
-    bool isSet(const QMailMessageMetaData &message) const
+    template <typename Marked>
+    bool isSet(const Marked &one) const
     {
-        return !message.customField(m_field).isNull();
+        return !one.customField(m_field).isNull();
     }
-    void set(QMailMessageMetaData *message, bool value = true) const
+    template <typename Marked>
+    void set(Marked *one, bool value = true) const
     {
         if (value)
-            message->setCustomField(m_field, QStringLiteral("1"));
-        else if (isSet(*message))
-            message->removeCustomField(m_field);
+            one->setCustomField(m_field, QStringLiteral("1"));
+        else if (isSet(*one))
+            one->removeCustomField(m_field);
     }
     void clear(QMailMessageMetaData *message) const { set(message, false); }
     const QString &field() const { return m_field; }
     /** The messages that have it. */
     QMailMessageKey key() const { return QMailMessageKey::customField(m_field); }
+    /** The folders that have it. */
+    QMailFolderKey folderKey() const { return QMailFolderKey::customField(m_field); }
 
 private:
     const QString m_field;
@@ -46,7 +52,8 @@ inline const Mark FoundMark {QStringLiteral("orvmail-found")};
 
 /**
  * The server calls the message otherwise than when its content came: what it called the attachments
- * then may be another message's now.
+ * then may be another message's now. Of a folder: that, or one above it, has had another name or
+ * place, by which the server may have called the attachments of what came before.
  */
 inline const Mark RenamedMark {QStringLiteral("orvmail-renamed")};
 

@@ -89,10 +89,13 @@ def _to_part(nodes, parts):
             body.children[body.children.index(data)] = parts.add(content)
 
 
-def find_attachment(user, reference):
+def find_attachment(call, reference):
     """(message, Attachment) of a reference, or (None, None)."""
     match = re.fullmatch(r"att%2F(.+)%2F(\d+)%2F([\d.]+)", reference)
-    folder = user.folders.get(match.group(1)) if match else None
+    folders = call.user.folders
+    if call.options.named_references:
+        folders = {folder.name: folder for folder in folders.values()}
+    folder = folders.get(match.group(1)) if match else None
     message = folder.items.get(int(match.group(2))) if folder else None
     for one in items.summary(message).attachments if message else []:
         if one.path == match.group(3):
@@ -136,7 +139,7 @@ def _content(part, first, length, encoded):
 
 def _fetch_attachment(call, request, reference, parts):
     identity = Node("AirSyncBase:FileReference", reference)
-    message, found = find_attachment(call.user, reference)
+    message, found = find_attachment(call, reference)
     if found is None and call.options.missing_is_fine:
         return Node("ItemOperations:Fetch", Node("ItemOperations:Status", OK), identity, Node(
             "ItemOperations:Properties", Node("AirSyncBase:ContentType", "(null)/(null)"),
@@ -208,7 +211,7 @@ def move_items(call):
 
 def get_attachment(call):
     """The older way to an attachment: its bytes alone."""
-    message, found = find_attachment(call.user, call.query.get("AttachmentName", ""))
+    message, found = find_attachment(call, call.query.get("AttachmentName", ""))
     if found is None:
         return None
     return found.type, [_content(found.part(message), 0, found.size, False)]

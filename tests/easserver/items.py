@@ -29,6 +29,7 @@ class BodyPreferences:
         self.plain_stays_plain = manners and manners.plain_stays_plain
         self.no_truncation = manners and manners.no_truncation
         self.no_mime = manners and manners.no_mime
+        self.named_references = manners and manners.named_references
         self.mime_support = 0
         self.mime_truncation = None
         if options is None:
@@ -328,9 +329,9 @@ def body(message, preferences, kind=None, new=True):
     return node
 
 
-def reference(folder, item, attachment):
+def reference(folder, item, attachment, named=False):
     """The name by which an attachment is asked for; it ends when the item moves."""
-    return f"att%2F{folder.id}%2F{item}%2F{attachment.path}"
+    return f"att%2F{folder.name if named else folder.id}%2F{item}%2F{attachment.path}"
 
 
 def attachment_name(part, index):
@@ -343,7 +344,7 @@ def attachment_name(part, index):
     return f"ATT{index:05d}{ending}"
 
 
-def attachments(message, folder, item):
+def attachments(message, folder, item, named=False):
     """The Attachments element, or None."""
     made = summary(message)
     if not made.attachments:
@@ -352,7 +353,7 @@ def attachments(message, folder, item):
     for one in made.attachments:
         node.add(Node("AirSyncBase:Attachment",
                       Node("AirSyncBase:DisplayName", one.name),
-                      Node("AirSyncBase:FileReference", reference(folder, item, one)),
+                      Node("AirSyncBase:FileReference", reference(folder, item, one, named)),
                       Node("AirSyncBase:Method", one.method),
                       Node("AirSyncBase:EstimatedDataSize", str(one.size)),
                       Node("AirSyncBase:ContentId", one.content_id) if one.content_id else None,
@@ -365,6 +366,6 @@ def properties(message, folder, item, preferences, new):
     """All elements of an item, for ApplicationData or Properties. new: 14.0 and later."""
     made = summary(message)
     nodes = [made.fixed[new], *state_nodes(message, new), body(message, preferences, new=new),
-             attachments(message, folder, item),
+             attachments(message, folder, item, preferences.named_references),
              Node("AirSyncBase:NativeBodyType", "2" if made.html is not None else "1")]
     return [node for node in nodes if node is not None]

@@ -66,6 +66,7 @@ QUIRKS = LENIENT + (
     "no_mime",               # a message has no form but its text
     "own_ids",               # a message with an original put in has a Message-ID of the server's
     "bare_read_unflags",     # a Change without Flag takes the flag away
+    "named_references",      # an attachment's reference has its folder's name, which may be another's later
     "moves_are_known",       # what a client moved is not shown to it in the new folder
 )
 

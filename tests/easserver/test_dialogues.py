@@ -534,6 +534,14 @@ class Items(ServerTest):
         self.assertEqual(base64.b64decode(text(properties, "ItemOperations:Data")), bytes(range(256)) * 4)
         self.assertEqual(text(properties, "AirSyncBase:ContentType"), "application/octet-stream")
 
+    def testAttachmentByItsFoldersName(self):
+        self.server.control("options", named_references=True)
+        self.reference = "att%2FInbox%2F1%2F2"
+        properties = at(self.fetch(self.by_item(1)), "ItemOperations:Properties")[0]
+        self.assertEqual(text(properties, "AirSyncBase:Attachments/Attachment/FileReference"), self.reference)
+        properties = at(self.fetch(self.attachment()), "ItemOperations:Properties")[0]
+        self.assertEqual(base64.b64decode(text(properties, "ItemOperations:Data")), bytes(range(256)) * 4)
+
     def testRangeOfAnAttachment(self):
         properties = at(self.fetch(self.attachment("<Options><Range>250-260</Range></Options>")),
                         "ItemOperations:Properties")[0]

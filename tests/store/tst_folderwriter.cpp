@@ -2,6 +2,7 @@
 #include "daemon/store/folderwriter.h"
 #include "daemon/store/incoming/foundwriter.h"
 #include "daemon/store/incoming/windowwriter.h"
+#include "daemon/store/mark.h"
 #include "daemon/store/serveruid.h"
 #include "tests/store/items.h"
 #include "tests/support/chance.h"
@@ -34,6 +35,8 @@ private slots:
     void foldersWithoutMailAreLeftOut();
     void sameAnswerTwiceChangesNothing();
     void renamedAndMovedFolderKeepsItsIdAndMessages();
+    void folderOfAnotherNameOrPlaceIsMarked_data();
+    void folderOfAnotherNameOrPlaceIsMarked();
     void removedFolderTakesItsMessagesWithIt();
     void whatNoServerHasStaysWhenItsFolderGoes_data();
     void whatNoServerHasStaysWhenItsFolderGoes();
@@ -251,6 +254,42 @@ void TestFolderWriter::renamedAndMovedFolderKeepsItsIdAndMessages()
     QCOMPARE(folder("a").parentFolderId(), state("in").folderId);
     QCOMPARE(QMailMessageMetaData(message).parentFolderId(), id);
     QCOMPARE(keys().state().folderSyncKey, text("f2"));
+}
+
+void TestFolderWriter::folderOfAnotherNameOrPlaceIsMarked_data()
+{
+    QTest::addColumn<Eas::FolderRecord>("update");
+    QTest::addColumn<bool>("isMarked");
+    const auto row = [](const char *name, const char *folder, const Eas::FolderId &parent,
+                        bool isMarked) {
+        QTest::newRow(name) << Items::folder("a"_folder, text(folder), Eas::UserMailFolder, parent)
+                            << isMarked;
+    };
+    row("another name", "B", Eas::FolderId::Root, true);
+    row("another place", "A", InboxId, true);
+    row("as it was", "A", Eas::FolderId::Root, false);
+}
+
+/** What some servers call the attachments there may be others' now. */
+void TestFolderWriter::folderOfAnotherNameOrPlaceIsMarked()
+{
+    QFETCH(Eas::FolderRecord, update);
+    QFETCH(bool, isMarked);
+    Eas::FolderChanges answer = tree("");
+    answer.added.append(
+        Items::folder("deep"_folder, text("Deep"), Eas::UserMailFolder, "below"_folder));
+    QCOMPARE(write(answer), 200);
+    for (const char *id : {"a", "below", "deep"})
+        QVERIFY(!Store::RenamedMark.isSet(folder(id)));
+    Eas::FolderChanges later = changes(text("f2"));
+    later.updated = {update};
+    QCOMPARE(write(later), 200);
+    for (const char *id : {"a", "below", "deep"})
+        QCOMPARE(Store::RenamedMark.isSet(folder(id)), isMarked);
+    QVERIFY(!Store::RenamedMark.isSet(folder("in")));
+    // It stays, for what has come before stays, too.
+    QCOMPARE(write(later), 200);
+    QCOMPARE(Store::RenamedMark.isSet(folder("a")), isMarked);
 }
 
 void TestFolderWriter::removedFolderTakesItsMessagesWithIt()

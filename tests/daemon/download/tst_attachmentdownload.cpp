@@ -132,6 +132,7 @@ private slots:
     void anAttachmentIsFoundThoughTheMoveIsNotConfirmed();
     void halfAnAnswerForAMovedMessageLeadsToANewReference();
     void whatMayBeAnotherMessagesIsNotTaken();
+    void whatMayBeAnotherFoldersIsNotTaken();
     void anAttachmentThatIsGoneIsNotFound_data();
     void anAttachmentThatIsGoneIsNotFound();
     void aBrokenDownloadLeavesTheMessageAndCanBeRepeated_data();
@@ -394,6 +395,38 @@ void TestAttachmentDownload::whatMayBeAnotherMessagesIsNotTaken()
     QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
     QCOMPARE(world().codeOf(world().downloadPart(another, m_second)), 200);
     QTRY_COMPARE(DownloadWorld::content(another, m_second), other.content);
+}
+
+/** The server calls attachments by the names of folders, and a new folder has a former one's. */
+void TestAttachmentDownload::whatMayBeAnotherFoldersIsNotTaken()
+{
+    const QString user = QStringLiteral("alice");
+    const QString name = QStringLiteral("Projects");
+    world().server.control("options", {{QStringLiteral("named_references"), true}});
+    const auto bringThere = [&](const QString &subject, const SourcePart &part) {
+        world().createFolder(name);
+        world().server.deliver(user, name,
+                               DownloadWorld::mixed(subject, {DownloadWorld::text("Hello"), part}));
+        return world().syncAndWait() == 200 ? world().find(subject) : QMailMessageId();
+    };
+    const SourcePart part = DownloadWorld::attachment("a.bin", 3000);
+    const SourcePart other = DownloadWorld::attachment("a.bin", 4000);
+    const QMailMessageId id = bringThere(m_subject, part);
+    QVERIFY(id.isValid());
+    world().server.control("folder-rename",
+                           {{QStringLiteral("user"), user},
+                            {QStringLiteral("folder"), name},
+                            {QStringLiteral("target"), QStringLiteral("Projects 2025")}});
+    const QMailMessageId another = bringThere(QStringLiteral("Another"), other);
+    QVERIFY(another.isValid());
+    world().server.clearLog();
+    QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
+    QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
+    // What the server calls it now is asked for first.
+    QCOMPARE(world().server.requestCount("ItemOperations"), 2);
+    QCOMPARE(world().codeOf(world().downloadPart(another, m_second)), 200);
+    QTRY_COMPARE(DownloadWorld::content(another, m_second), other.content);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 3);
 }
 
 void TestAttachmentDownload::anAttachmentThatIsGoneIsNotFound_data()
