@@ -1054,6 +1054,10 @@
         <source>an attachment was changed or removed while the message was leaving</source>
         <translation>ein Anhang wurde geändert oder entfernt, während die Nachricht gesendet wurde</translation>
     </message>
+    <message>
+        <source>content of the message is lost on this device</source>
+        <translation>Inhalt der Nachricht ist auf diesem Gerät verloren gegangen</translation>
+    </message>
 </context>
 <context>
     <name>OrvSettings</name>

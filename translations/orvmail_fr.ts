@@ -1054,6 +1054,10 @@
         <source>an attachment was changed or removed while the message was leaving</source>
         <translation>une pièce jointe a été modifiée ou supprimée pendant l’envoi du message</translation>
     </message>
+    <message>
+        <source>content of the message is lost on this device</source>
+        <translation>du contenu du message a été perdu sur cet appareil</translation>
+    </message>
 </context>
 <context>
     <name>OrvSettings</name>

@@ -7,6 +7,7 @@
 #include "daemon/send/sendingpreparation.h"
 #include "daemon/send/sentlookup.h"
 #include "daemon/store/currentmessages.h"
+#include "daemon/store/incoming/contentcheck.h"
 #include "daemon/store/outgoing/outgoingmail.h"
 #include "daemon/store/outgoing/outgoingprint.h"
 #include "daemon/store/outgoing/replyheaders.h"
@@ -125,8 +126,9 @@ void MailSending::send()
 {
     m_isOut = false;
     m_outbox.noteReason(m_id, QString()); // clears that of the last attempt
+    const QMailMessageMetaData stored = Store::currentMessage(m_id);
     const QMailMessage message(m_id);
-    if (endIfNotToGo(message))
+    if (endIfNotToGo(stored) || endIfLost(stored, message))
         return;
     const Eas::Result known = Store::OutgoingMail::checkRecipients(message);
     if (known.ok())
@@ -136,7 +138,7 @@ void MailSending::send()
 }
 
 /** What it is now goes only where it is not taken back, and somebody waits for it. */
-bool MailSending::endIfNotToGo(const QMailMessage &message)
+bool MailSending::endIfNotToGo(const QMailMessageMetaData &message)
 {
     m_takenBack = Store::Outbox::isTakenBack(message, m_statusAsked);
     const bool hasBeenComposed = m_composed.id().isValid();
@@ -146,6 +148,18 @@ bool MailSending::endIfNotToGo(const QMailMessage &message)
     else if (isUnwanted)
         endEdited();
     return m_takenBack || isUnwanted;
+}
+
+/** What a full disk or a power cut has left of a message does not go: its author wrote more. */
+bool MailSending::endIfLost(const QMailMessageMetaData &stored, const QMailMessage &message)
+{
+    const bool hasParts = message.multipartType() != QMailMessage::MultipartNone;
+    if (!Store::isContentLost(stored, hasParts))
+        return false;
+    m_composed = stored;
+    endUnlessOutdated(
+        {Eas::NotFound, FailureText::english("content of the message is lost on this device")});
+    return true;
 }
 
 void MailSending::prepare(const QMailMessage &message)
@@ -163,13 +177,16 @@ void MailSending::prepare(const QMailMessage &message)
 void MailSending::onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                              const Eas::Result &result)
 {
+    const QMailMessageMetaData stored = Store::currentMessage(m_id);
     QMailMessage message(m_id);
-    if (endIfNotToGo(message))
+    if (endIfNotToGo(stored))
         return;
-    if (isEdited(message, prepared)) {
+    if (isEdited(stored, prepared)) {
         perform();
         return;
     }
+    if (endIfLost(stored, message))
+        return;
     const Eas::Result composed = result.ok() ? compose(&message, preparation.original()) : result;
     if (composed.ok())
         leave();
@@ -286,19 +303,24 @@ void MailSending::onSent(const Eas::Result &answer)
     }
 }
 
-/** Not all of it has left, so that the server has no message. Who edits or removes it here changes
- * its files first. */
+/** Not all of it has left, so that the server has no message. */
 void MailSending::onAttachmentChanged()
 {
     qCInfo(lcDaemon) << "account" << m_context.id() << "an attachment of message"
                      << m_id.toULongLong() << "has changed while it was leaving";
-    Alarm::once(Pauses::BeforeLook, this, [this] {
+    endUnlessOutdated({Eas::NotFound,
+                       FailureText::english(
+                           "an attachment was changed or removed while the message was leaving")});
+}
+
+/** Its files are not what they were. Who edits or removes it here changes these first. */
+void MailSending::endUnlessOutdated(const Eas::Result &failure)
+{
+    Alarm::once(Pauses::BeforeLook, this, [this, failure] {
         if (isOutdated())
             perform();
         else
-            finish({Eas::NotFound,
-                    FailureText::english(
-                        "an attachment was changed or removed while the message was leaving")});
+            finish(failure);
     });
 }
 

@@ -52,7 +52,8 @@ private:
     void perform() override;
     bool mayJoin(const Request &request) const override;
     void send();
-    bool endIfNotToGo(const QMailMessage &message);
+    bool endIfNotToGo(const QMailMessageMetaData &message);
+    bool endIfLost(const QMailMessageMetaData &stored, const QMailMessage &message);
     void prepare(const QMailMessage &message);
     void onPrepared(const QMailMessage &prepared, const SendingPreparation &preparation,
                     const Eas::Result &result);
@@ -67,6 +68,7 @@ private:
     void sendPlain();
     void onSent(const Eas::Result &answer);
     void onAttachmentChanged();
+    void endUnlessOutdated(const Eas::Result &failure);
     void onAccepted(const Eas::Result &answer);
     bool isEditedSinceItLeft() const;
     void onFailed(const Eas::Result &failure);

@@ -15,6 +15,14 @@ namespace Store {
  */
 bool isContentDamaged(const QMailMessageMetaData &message, qint64 least);
 
+/**
+ * Whether a file of the content is empty, or it or the folder of the parts is missing.
+ *
+ * The store makes no file for a part that has nothing in it. So there is no telling such a part
+ * from one whose file is missing.
+ */
+bool isContentLost(const QMailMessageMetaData &message, bool hasParts);
+
 } // namespace Store
 
 #endif

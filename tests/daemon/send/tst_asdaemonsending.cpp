@@ -3,6 +3,7 @@
 #include "tests/daemon/sendingworld.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <qmailaccount.h>
@@ -21,6 +22,27 @@ namespace {
 const QString Alice = QStringLiteral("alice");
 const QString Bob = QStringLiteral("bob");
 
+/** As a message of a text and an attachment. */
+QMailMessage withParts(QMailMessage message, const QString &text, const QByteArray &attached)
+{
+    QMailMessagePart first;
+    first.setBody(SendingWorld::plainText(text));
+    QMailMessageContentDisposition disposition(QMailMessageContentDisposition::Attachment);
+    disposition.setFilename("plan.bin");
+    message.setMultipartType(QMailMessage::MultipartMixed);
+    message.appendPart(first);
+    message.appendPart(QMailMessagePart::fromData(
+        attached, disposition, QMailMessageContentType("application/octet-stream"),
+        QMailMessageBody::Base64, QMailMessageBody::RequiresEncoding));
+    return message;
+}
+
+/** Where the store has the message, or "-parts", or "-parts/1". */
+QString contentFile(const QMailMessageId &id, const QString &place)
+{
+    return QMailMessageMetaData(id).contentIdentifier() + place;
+}
+
 } // namespace
 
 /** What the daemon does with messages that are to be sent. */
@@ -35,6 +57,10 @@ private slots:
     void whateverIsInABodyArrivesUnchanged_data();
     void whateverIsInABodyArrivesUnchanged();
     void anAttachmentFromAFileArrives();
+    void whatIsEmptyArrivesEmpty_data();
+    void whatIsEmptyArrivesEmpty();
+    void whatIsLostHereIsNotSentWithoutIt_data();
+    void whatIsLostHereIsNotSentWithoutIt();
     void twentyAtOnceAllArrive();
     void whoCannotBeSentToIsTold_data();
     void whoCannotBeSentToIsTold();
@@ -234,6 +260,68 @@ void TestAsDaemonSending::anAttachmentFromAFileArrives()
     QCOMPARE(arrived.partAt(0).body().data(), QStringLiteral("See ä"));
     QCOMPARE(arrived.partAt(1).body().data(QMailMessageBody::Decoded), content);
     QCOMPARE(arrived.partAt(1).displayName(), QStringLiteral("picture.bin"));
+}
+
+void TestAsDaemonSending::whatIsEmptyArrivesEmpty_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("attached");
+    QTest::newRow("text") << QString() << QByteArray("plan");
+    QTest::newRow("attachment") << QStringLiteral("Hello.\n") << QByteArray();
+    QTest::newRow("both") << QString() << QByteArray();
+}
+
+void TestAsDaemonSending::whatIsEmptyArrivesEmpty()
+{
+    QFETCH(QString, text);
+    QFETCH(QByteArray, attached);
+    QCOMPARE(world().sendAndWait(world().add(withParts(world().draft(), text, attached))), 200);
+    const QMailMessage arrived = world().sentMessage();
+    QCOMPARE(arrived.partCount(), 2u);
+    QCOMPARE(arrived.partAt(0).body().data(), text);
+    QCOMPARE(arrived.partAt(1).body().data(QMailMessageBody::Decoded), attached);
+    // The same without parts.
+    QMailMessage plain = world().draft();
+    plain.setBody(SendingWorld::plainText(text));
+    QCOMPARE(world().sendAndWait(world().add(plain)), 200);
+    QCOMPARE(world().sentMessage(1).body().data(), text);
+}
+
+void TestAsDaemonSending::whatIsLostHereIsNotSentWithoutIt_data()
+{
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<bool>("isThere");
+    QTest::newRow("an empty text") << QStringLiteral("-parts/1") << true;
+    QTest::newRow("an empty attachment") << QStringLiteral("-parts/2") << true;
+    QTest::newRow("an empty message") << QString() << true;
+    QTest::newRow("no message") << QString() << false;
+    QTest::newRow("no parts") << QStringLiteral("-parts") << false;
+}
+
+/** As on a full disk, or after a power cut. */
+void TestAsDaemonSending::whatIsLostHereIsNotSentWithoutIt()
+{
+    QFETCH(QString, place);
+    QFETCH(bool, isThere);
+    const QMailMessage whole = withParts(world().draft(), QStringLiteral("Hello.\n"), "plan");
+    const QMailMessageId id = world().add(whole);
+    const QString path = contentFile(id, place);
+    QVERIFY(isThere                       ? QFile::resize(path, 0)
+                : QFileInfo(path).isDir() ? QDir(path).removeRecursively()
+                                          : QFile::remove(path));
+    QCOMPARE(world().sendAndWait(id), 404);
+    QCOMPARE(world().server.requestCount("SendMail"), 0);
+    QVERIFY(StoreFixture::exists(id));
+    QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("lost")));
+    // Its author writes it once more.
+    QMailMessage again = whole;
+    again.setId(id);
+    again.setContentScheme(QMailMessageMetaData(id).contentScheme());
+    again.setContentIdentifier(contentFile(id, QString()));
+    QVERIFY(QMailStore::instance()->updateMessage(&again));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().sentMessage().partAt(0).body().data(), QStringLiteral("Hello.\n"));
+    QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::twentyAtOnceAllArrive()
