@@ -78,6 +78,7 @@ bool SendMailCommand::isWbxml() const
 
 Result SendMailCommand::prepare()
 {
+    m_version = session()->version();
     const qint64 limit = session()->state().maxMessageSize(QDateTime::currentSecsSinceEpoch());
     if (m_mail.size > Limits::DownloadSize || (limit > 0 && m_mail.size > limit))
         return tooLarge();

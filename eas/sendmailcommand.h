@@ -43,6 +43,10 @@ class SendMailCommand : public Command
 public:
     SendMailCommand(Session *session, const OutgoingMail &mail);
 
+    /** Session::version() when it was prepared last, 0 before: the session forgets it after some
+     * answers. */
+    int version() const { return m_version; }
+
 protected:
     QByteArray name() const override;
     Result prepare() override;
@@ -66,6 +70,7 @@ private:
     Result tooLarge() const;
 
     const OutgoingMail m_mail;
+    int m_version = 0;
     Parser *m_parser = nullptr;
     std::unique_ptr<QIODevice> m_device;
 };

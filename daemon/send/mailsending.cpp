@@ -243,11 +243,11 @@ Eas::OutgoingMail MailSending::mail()
 
 bool MailSending::canFallBack(const Eas::Result &failure) const
 {
-    if (m_plan.kind == Store::ResponsePlan::Plain)
+    if (m_plan.kind == Store::ResponsePlan::Plain || m_version == 0)
         return false;
     // Before 14.0 a server says no more than that it failed, and a message that needs nothing added
     // has gone as a plain one already.
-    if (m_context.session->version() < 140)
+    if (m_version < 140)
         return m_plan.serverAdds && failure.code == Eas::ServerFailed;
     return isAboutResponse(failure.outcome);
 }
@@ -283,6 +283,7 @@ bool MailSending::noteTime()
 void MailSending::onSent(const Eas::Result &answer)
 {
     const bool hasLeft = m_file->hasEnded();
+    m_version = m_command->version();
     if (answer.ok()) {
         onAccepted(answer);
     } else if (hasLeft && !isRefusal(answer)) {

@@ -94,6 +94,7 @@ private:
     bool m_byHand = false;
     std::unique_ptr<OutgoingFile> m_file;
     QPointer<Eas::SendMailCommand> m_command;
+    int m_version = 0;     ///< of the protocol, in the last command; 0 where that never left
     Eas::Result m_failure; ///< why it has to be found out whether the server has it
 };
 

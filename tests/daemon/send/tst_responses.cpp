@@ -534,16 +534,21 @@ void TestResponses::whereTheOriginalIsGoneItGoesPlain()
 
 void TestResponses::whereTheServerForbidsItGoesPlain_data()
 {
+    QTest::addColumn<QByteArray>("kind");
     QTest::addColumn<int>("status");
-    for (const int status : {103, 117, 121, 150})
-        QTest::addRow("14.1") << status;
+    for (const char *version : {"14.0", "14.1"}) {
+        for (const int status : {103, 117, 121, 150})
+            QTest::addRow("%s status %d", version, status) << QByteArray("status") << status;
+        QTest::addRow("%s HTTP 400", version) << QByteArray("http") << 400;
+    }
 }
 
 void TestResponses::whereTheServerForbidsItGoesPlain()
 {
+    QFETCH(QByteArray, kind);
     QFETCH(int, status);
     world().server.fault(
-        SendingWorld::sendFault("status",
+        SendingWorld::sendFault(kind.constData(),
                                 {{QStringLiteral("command"), QStringLiteral("SmartForward")},
                                  {QStringLiteral("status"), status}}));
     const QMailMessageId id =
