@@ -4,9 +4,12 @@
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/incoming/contentmark.h"
 #include "daemon/store/outgoing/partorigin.h"
+#include "daemon/store/outgoing/textencoder.h"
+#include "daemon/store/outgoing/transferencoding.h"
 #include "translations/text.h"
 
 #include <qmailstore.h>
+#include <QTemporaryDir>
 
 #include <functional>
 #include <optional>
@@ -26,9 +29,15 @@ bool isReferenceTo(const QMailMessagePart &part, const QMailMessageId &id)
         && part.messageReference() == id;
 }
 
-/** What the server has, or without what the mail store alone is to know. */
-QByteArray asMail(const QMailMessage &message)
+/** What the server has, or without what the mail store alone is to know; nothing where it is not
+ * wholly here. */
+std::optional<QByteArray> asMail(QMailMessage message)
 {
+    if (!message.contentAvailable())
+        return std::nullopt;
+    const QTemporaryDir scratch(TransferEncoding::scratchTemplate());
+    if (!TextEncoder(scratch.path()).encodeParts(&message))
+        return std::nullopt;
     return message.toRfc2822(ContentMark::read(message).downloaded
                                  ? QMailMessage::IdentityFormat
                                  : QMailMessage::TransmissionFormat);
@@ -40,10 +49,11 @@ std::optional<QMailMessagePart> contentOf(const ContentOrigin &origin, const QMa
         return std::nullopt;
     const QMailMessage message(origin.message);
     if (origin.location.isEmpty()) {
-        if (!message.contentAvailable())
+        const auto mail = asMail(message);
+        if (!mail)
             return std::nullopt;
         return QMailMessagePart::fromData(
-            asMail(message), part.contentDisposition(), QMailMessageContentType("message/rfc822"),
+            *mail, part.contentDisposition(), QMailMessageContentType("message/rfc822"),
             QMailMessageBody::EightBit, QMailMessageBody::AlreadyEncoded);
     }
     QMailMessagePart::Location location(origin.location);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/outgoing/transferencoding.h"
 
+#include "daemon/store/outgoing/textencoder.h"
 #include "daemon/store/storefailure.h"
 #include "translations/text.h"
 
@@ -71,6 +72,7 @@ class Encoder
 public:
     explicit Encoder(const QString &scratch)
         : m_scratch(scratch)
+        , m_texts(scratch)
     {
     }
 
@@ -81,7 +83,7 @@ public:
             return encodeBody(container);
         case QMailMessagePartContainer::MultipartSigned:
         case QMailMessagePartContainer::MultipartEncrypted:
-            return true;
+            return m_texts.encodeParts(container);
         default:
             break;
         }
@@ -95,8 +97,12 @@ public:
 private:
     bool encodePart(QMailMessagePart *part)
     {
-        return part->hasUndecodedData() || part->referenceType() != QMailMessagePart::None
-            || encode(part);
+        if (part->hasUndecodedData() || part->referenceType() != QMailMessagePart::None)
+            return true;
+        // What goes in base64 is encoded elsewhere.
+        const bool isQuoted = TextEncoder::isText(*part)
+            && part->body().transferEncoding() == QMailMessageBody::QuotedPrintable;
+        return isQuoted ? m_texts.encode(part, QMailMessageBody::QuotedPrintable) : encode(part);
     }
 
     bool encodeBody(QMailMessagePartContainer *container)
@@ -106,6 +112,8 @@ private:
         const bool isMessage = type.matches("message", "rfc822");
         if (!container->hasBody() || isMessage || isSafe(container->body()))
             return true;
+        if (TextEncoder::isText(*container))
+            return m_texts.encode(container, QMailMessageBody::QuotedPrintable);
         const QMailMessageBody body = container->body();
         const QString path = QStringLiteral("%1/%2").arg(m_scratch).arg(++m_files);
         if (!save(body, path))
@@ -128,6 +136,7 @@ private:
     }
 
     const QString m_scratch;
+    TextEncoder m_texts;
     int m_files = 0;
 };
 

@@ -201,6 +201,8 @@ void TestAsDaemonSending::whateverIsInABodyArrivesUnchanged_data()
             << int(encoding) << QByteArray("UTF-8") << umlaut;
         QTest::newRow((name + " latin").constData())
             << int(encoding) << QByteArray("ISO-8859-1") << QByteArray("gr\xfc\xdf dich\r\n");
+        QTest::newRow((name + " Chinese").constData())
+            << int(encoding) << QByteArray("GB18030") << QByteArray("\xc4\xe3\xba\xc3\r\n");
         QTest::newRow((name + " long line").constData())
             << int(encoding) << QByteArray("UTF-8") << line + odd;
     }

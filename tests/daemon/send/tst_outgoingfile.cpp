@@ -93,6 +93,12 @@ QByteArray readFrom(QIODevice *device, int piece, qint64 most = -1)
     }
 }
 
+/** A text without what its way may change of its line ends. */
+QByteArray withoutReturns(QByteArray text)
+{
+    return text.replace('\r', "");
+}
+
 /** Where the store has the content of the message's second part. */
 QString attachedFile(const QMailMessageId &id)
 {
@@ -185,6 +191,13 @@ void TestOutgoingFile::readIsWhatIsComposedWhole_data()
         one->appendPart(part(noise(1000)));
         one->appendPart(part("\r\n.\r\n", "text/html", Body::QuotedPrintable));
     });
+    row("Chinese", 2, [](QMailMessage *one) {
+        const QByteArray text("\xc4\xe3\xba\xc3\r\nab\r\n");
+        one->appendPart(part(text, "text/plain; charset=GB2312", Body::QuotedPrintable));
+        one->appendPart(part(text, "text/plain; charset=GBK", Body::EightBit));
+        one->appendPart(part(text, "text/plain; charset=GB18030", Body::Base64));
+        one->appendPart(part(noise(100)));
+    });
     row("many", 32, [](QMailMessage *one) {
         for (int i = 0; i < 40; ++i)
             one->appendPart(part(noise(60 + i)));
@@ -204,6 +217,13 @@ void TestOutgoingFile::readIsWhatIsComposedWhole_data()
         one->setMultipartType(QMailMessage::MultipartSigned);
         one->appendPart(part(noise(400), "application/pgp-signature"));
     });
+    for (const auto encoding : {Body::QuotedPrintable, Body::EightBit, Body::Base64})
+        row("signed and Chinese " + QByteArray::number(int(encoding)), 0,
+            [encoding](QMailMessage *one) {
+                one->setMultipartType(QMailMessage::MultipartSigned);
+                one->appendPart(
+                    part("\xc4\xe3\xba\xc3\r\nab\r\n", "text/plain; charset=GB2312", encoding));
+            });
 }
 
 void TestOutgoingFile::readIsWhatIsComposedWhole()
@@ -226,9 +246,14 @@ void TestOutgoingFile::readIsWhatIsComposedWhole()
     QVERIFY(Store::OutgoingPrint::isSame(Store::OutgoingPrint::of(stored), arrived));
     QCOMPARE(arrived.partCount(), stored.partCount());
     for (uint i = 0; i < stored.partCount(); ++i) {
-        if (stored.partAt(i).hasBody() && !stored.partAt(i).contentType().matches("text"))
-            QCOMPARE(arrived.partAt(i).body().data(Body::Decoded),
-                     stored.partAt(i).body().data(Body::Decoded));
+        if (!stored.partAt(i).hasBody())
+            continue;
+        const QByteArray content = stored.partAt(i).body().data(Body::Decoded);
+        if (stored.partAt(i).contentType().matches("text"))
+            QCOMPARE(withoutReturns(arrived.partAt(i).body().data(Body::Decoded)),
+                     withoutReturns(content));
+        else
+            QCOMPARE(arrived.partAt(i).body().data(Body::Decoded), content);
     }
 }
 

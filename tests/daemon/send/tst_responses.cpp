@@ -107,6 +107,7 @@ private slots:
     void anEmbeddedMessageThatQmfDoesNotGetOverGoesAsItIs();
     void whatWasNeverFetchedIsFetched_data();
     void whatWasNeverFetchedIsFetched();
+    void anOriginalInAnyCharsetIsPassedOnUnchanged();
     void whatCannotBeFetchedIsNotSent_data() { whatWasNeverFetchedIsFetched_data(); }
     void whatCannotBeFetchedIsNotSent();
 
@@ -724,6 +725,28 @@ void TestResponses::whatWasNeverFetchedIsFetched()
     QCOMPARE(QByteArray(mail).replace("\r\n", "").count(attachedContent().toBase64()), 1);
     QVERIFY(!mail.contains("X-qmf-internal"));
     QCOMPARE(mail.count("plan.bin") > 0, true);
+}
+
+void TestResponses::anOriginalInAnyCharsetIsPassedOnUnchanged()
+{
+    const QByteArray text("\xc4\xe3\xba\xc3");
+    const QList<QPair<QByteArray, QByteArray>> contents {
+        {"base64", text.toBase64()}, {"quoted-printable", "=C4=E3=BA=C3"}, {"8bit", text}};
+    QByteArray mail("From: Carol <carol@elsewhere.test>\r\nTo: alice@example.test\r\n"
+                    "Subject: Chinese\r\nMIME-Version: 1.0\r\n"
+                    "Content-Type: multipart/mixed; boundary=\"edge\"\r\n\r\n");
+    for (const auto &content : contents)
+        mail += "--edge\r\nContent-Type: text/plain; charset=gb18030\r\n"
+                "Content-Transfer-Encoding: "
+            + content.first + "\r\n\r\n" + content.second + "\r\n";
+    world().server.deliver(Alice, QStringLiteral("Inbox"), mail + "--edge--\r\n");
+    QCOMPARE(world().syncAndWait(), 200);
+    m_original = world().find(QStringLiteral("Chinese"));
+    allowSmartReplies(false); // which would leave it to the server
+    QCOMPARE(world().sendAndWait(world().add(passingOn(QStringLiteral("named")))), 200);
+    const QByteArray arrived = world().received();
+    for (const auto &content : contents)
+        QCOMPARE(arrived.count(content.second), 1);
 }
 
 void TestResponses::whatCannotBeFetchedIsNotSent()
