@@ -25,6 +25,11 @@ void TakenBackMails::recall()
 void TakenBackMails::noteAsked(const Store::AskedSending &sending)
 {
     m_mails.remove(sending.messageId);
+    save(sending);
+}
+
+void TakenBackMails::save(const Store::AskedSending &sending)
+{
     const Eas::Result saved = m_asked.save(sending);
     if (!saved.ok())
         qCWarning(lcDaemon) << "message" << sending.messageId.toULongLong() << saved.text;
@@ -37,7 +42,7 @@ void TakenBackMails::noteEnd(const QMailMessageId &id)
 
 void TakenBackMails::add(const Store::AskedSending &sending)
 {
-    m_mails.insert(sending.messageId, {sending.status, Alarm::now(), false});
+    m_mails.insert(sending.messageId, {sending.status, Alarm::now(), Place::Elsewhere});
     // The mail store's notice may come a second later, or behind the next synchronisation.
     if (!m_nextLook.isActive())
         m_nextLook.start(Pauses::BeforeLook);
@@ -46,33 +51,57 @@ void TakenBackMails::add(const Store::AskedSending &sending)
 void TakenBackMails::keepOut()
 {
     const QList<QMailMessageId> ids = m_mails.keys();
-    for (const QMailMessageId &id : ids) {
-        Mail &mail = m_mails[id];
-        const bool wasBack = mail.isBack;
-        mail.isBack = Store::Outbox::isBackUnwanted(Store::currentMessage(id), mail.statusAsked);
-        // Not at the first look: who has just put it back may be about to ask for its sending.
-        if (!mail.isBack || !wasBack)
-            continue;
-        const Eas::Result done = Store::Outbox::takeBack(id);
-        if (done.ok())
-            forget(id);
-        else
-            qCWarning(lcDaemon) << "message" << id.toULongLong() << done.text;
-    }
+    for (const QMailMessageId &id : ids)
+        look(id);
     forgetOld();
     if (!m_mails.isEmpty())
         m_nextLook.start(Pauses::BeforeLook);
 }
 
+void TakenBackMails::look(const QMailMessageId &id)
+{
+    Mail &mail = m_mails[id];
+    const bool isBack = Store::Outbox::isBackUnwanted(Store::currentMessage(id), mail.statusAsked);
+    const Place before = mail.place;
+    if (before == Place::TakenOut) {
+        if (isBack)
+            forget(id);
+        return;
+    }
+    mail.place = isBack ? Place::Outbox : Place::Elsewhere;
+    // Not at the first look: who has just put it back may be about to ask for its sending.
+    if (isBack && before == Place::Outbox)
+        takeOut(id);
+}
+
+void TakenBackMails::takeOut(const QMailMessageId &id)
+{
+    const Eas::Result done = Store::Outbox::takeBack(id);
+    if (!done.ok()) {
+        qCWarning(lcDaemon) << "message" << id.toULongLong() << done.text;
+        return;
+    }
+    forgetAsked(id);
+    m_mails[id].place = Place::TakenOut;
+    m_mails[id].since = Alarm::now();
+}
+
 bool TakenBackMails::isSentAgain(const QMailMessageId &id)
 {
     forgetOld();
-    // In the outbox or not: the message server takes it out again as soon as it has asked.
     const auto mail = m_mails.constFind(id);
-    if (mail == m_mails.cend()
-        || !Store::Outbox::isTakenBack(Store::currentMessage(id), mail->statusAsked))
+    if (mail == m_mails.cend())
         return false;
-    add({id, mail->statusAsked});
+    // In the outbox or not: the message server takes it out again as soon as it has asked. What we
+    // have taken out and is in there is its author's.
+    const auto message = Store::currentMessage(id);
+    if (!Store::Outbox::isTakenBack(message, mail->statusAsked)
+        || (mail->place == Place::TakenOut
+            && Store::Outbox::isBackUnwanted(message, mail->statusAsked)))
+        return false;
+    const Store::AskedSending sending {id, mail->statusAsked};
+    save(sending);
+    add(sending);
     return true;
 }
 
@@ -82,7 +111,8 @@ void TakenBackMails::forgetOld()
     for (const QMailMessageId &id : ids) {
         const Mail mail = m_mails.value(id);
         // What has come back late is looked at once more.
-        const int longest = mail.isBack ? 2 * Pauses::PuttingBack : Pauses::PuttingBack;
+        const int longest =
+            mail.place == Place::Outbox ? 2 * Pauses::PuttingBack : Pauses::PuttingBack;
         if (Alarm::now() - mail.since > longest)
             forget(id);
     }
@@ -91,6 +121,11 @@ void TakenBackMails::forgetOld()
 void TakenBackMails::forget(const QMailMessageId &id)
 {
     m_mails.remove(id);
+    forgetAsked(id);
+}
+
+void TakenBackMails::forgetAsked(const QMailMessageId &id)
+{
     const Eas::Result forgotten = m_asked.remove(id);
     if (!forgotten.ok())
         qCWarning(lcDaemon) << "message" << id.toULongLong() << forgotten.text;

@@ -15,7 +15,8 @@ namespace Daemon {
  *
  * The message server puts a mail back into the outbox when its sending has failed, these among
  * them, from where they would go at the next synchronisation. So they are taken out again, once
- * and for a moment only: later it is the author who has put it there.
+ * and for a moment only: later it is the author who has put it there. Who had read the outbox
+ * before that may ask for their sending a moment after it.
  *
  * Until then it is durable what each was when its sending was asked for. So a daemon that dies over
  * it leaves to the next one to see what its author has done since.
@@ -36,21 +37,31 @@ public:
     /** The sending of this mail has ended, as it was taken back. */
     void add(const Store::AskedSending &sending);
 
-    /** Whether the message server sends one of them before it was taken out. That request is to be
-     * refused, and the message server puts the mail back once more. */
+    /** Whether the message server sends one of them that it has read of before it was taken out.
+     * That request is to be refused, and the message server puts the mail back once more. */
     bool isSentAgain(const QMailMessageId &id);
 
 private:
+    /** Where a mail was when it was looked for last. */
+    enum class Place {
+        Elsewhere,
+        Outbox,
+        TakenOut ///< of the outbox, by us
+    };
     struct Mail
     {
         quint64 statusAsked; ///< what it was when its sending was asked for
-        qint64 since;        ///< by Alarm::now()
-        bool isBack;         ///< in the outbox, when it was looked for last
+        qint64 since;        ///< by Alarm::now(): the end of its sending, or when it was taken out
+        Place place;
     };
 
+    void save(const Store::AskedSending &sending);
     void keepOut();
+    void look(const QMailMessageId &id);
+    void takeOut(const QMailMessageId &id);
     void forgetOld();
     void forget(const QMailMessageId &id);
+    void forgetAsked(const QMailMessageId &id);
 
     Store::AskedSendings m_asked;
     QHash<QMailMessageId, Mail> m_mails;
