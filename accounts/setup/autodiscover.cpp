@@ -148,8 +148,9 @@ void Autodiscover::giveUp()
     QStringList unconfirmed;
     for (const QString &host : qAsConst(m_unconfirmed))
         unconfirmed.append(notConfirmedText(host));
-    // With one of them trusted, the search may well succeed.
-    if (!unconfirmed.isEmpty())
+    // With one of them trusted, the search may well succeed, but a wrong password comes first: that
+    // would go to them.
+    if (!unconfirmed.isEmpty() && !m_loginRefused)
         end({Eas::Cancelled, unconfirmed.join(QLatin1String("; "))});
     else
         end({m_loginRefused ? Eas::LoginRefused : Eas::NotFound,

@@ -54,9 +54,9 @@ public:
     /** Runs it to its end, in an event loop of its own. */
     Eas::Result run();
 
-    /** Success, Cancelled where nothing was found and the text names hosts that were not confirmed,
-     * else LoginRefused or NotFound; their text names each host that was tried and why it led
-     * nowhere. */
+    /** Success, LoginRefused where a host took no such login, Cancelled where the text names hosts
+     * that were not confirmed, else NotFound; the text of LoginRefused and NotFound names each host
+     * that was tried and why it led nowhere. */
     const Eas::Result &result() const { return m_result; }
     /** The server's URL; after success. */
     QUrl server() const { return m_server; }

@@ -48,6 +48,7 @@ private slots:
     void refusedLoginAsksForThePasswordAloneAgain();
     void hostElsewhereIsLeftWhereNobodyCanConfirm();
     void searchGoesOnBehindAHostThatNobodyConfirms();
+    void refusedLoginIsToldBeforeAHostThatNobodyConfirms();
     void acceptRedirectsTrustsHostsElsewhere();
     void personConfirmsEachHostElsewhere();
     void personWhoDoesNotConfirmGetsNoAccount();
@@ -261,6 +262,20 @@ void TestAutodiscoverNames::searchGoesOnBehindAHostThatNobodyConfirms()
     QCOMPARE(m_usual->requests().last().headers.value("host"),
              QByteArray("autodiscover.both.test"));
     QCOMPARE(m_other->connections(), before);
+}
+
+void TestAutodiscoverNames::refusedLoginIsToldBeforeAHostThatNobodyConfirms()
+{
+    const QByteArray elsewhere =
+        QStringLiteral("https://discover.hosting.test:%1/").arg(OtherPort).toUtf8();
+    m_usual->enqueue(ScriptedServer::http(302, QByteArray(), {{"Location", elsewhere}}));
+    for (int i = 0; i < 2; ++i) {
+        m_usual->enqueue(
+            ScriptedServer::http(401, QByteArray(), {{"WWW-Authenticate", "Basic realm=\"x\""}}));
+    }
+    QCOMPARE(add(arguments("alice@both.test")), 1);
+    QVERIFY2(m_error.contains("user name or password refused"), m_error.constData());
+    QVERIFY2(!m_error.contains("--accept-redirects"), m_error.constData());
 }
 
 void TestAutodiscoverNames::acceptRedirectsTrustsHostsElsewhere()
