@@ -68,11 +68,17 @@ bool isSameSubject(const QString &one, const QString &other)
     return one.simplified().compare(other.simplified(), Qt::CaseInsensitive) == 0;
 }
 
+/** Whether this program has given the id, and no mail program. */
+bool isGivenHere(const QByteArray &id)
+{
+    static const QRegularExpression form(QStringLiteral("^<[0-9a-f]{32}@"));
+    return form.match(QString::fromLatin1(id)).hasMatch();
+}
+
 /** Whether the id is of the form that this program gives: then it is that of another message. */
 bool isOwnId(const QByteArray &id, const QByteArray &own)
 {
-    static const QRegularExpression form(QStringLiteral("^<[0-9a-f]{32}@"));
-    return form.match(QString::fromLatin1(id)).hasMatch() && id.mid(33) == own.mid(33);
+    return isGivenHere(id) && id.mid(33) == own.mid(33);
 }
 
 /** The date of the head, UTC seconds since 1970. */
@@ -264,13 +270,20 @@ void SentLookup::onHead(const Candidate &candidate, const Eas::Result &result,
     askNext();
 }
 
+/** A mail program that makes a message of another one may leave it that one's Message-ID. */
+bool SentLookup::hasItsContent(const Candidate &candidate, const QMailMessage &head) const
+{
+    return candidate.isAlike && visibleRecipients(head) == m_mark.recipients
+        && Store::TextTraces::contains(head, m_mark.text);
+}
+
 SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMessage &head) const
 {
     const QByteArray id = head.headerFieldText(QStringLiteral("Message-ID")).trimmed().toUtf8();
     // A message that was in the mail store before this one leaves a doubt at most.
     const bool isLater = candidate.id.toULongLong() > m_mark.id.toULongLong();
     if (id == m_mark.rfcId)
-        return isLater ? There : Unclear;
+        return isLater && (isGivenHere(id) || hasItsContent(candidate, head)) ? There : Unclear;
     if (!candidate.isAlike || isOwnId(id, m_mark.rfcId) || m_mark.earlierIds.contains(id))
         return NotThere;
     if (id.isEmpty())
@@ -278,10 +291,9 @@ SentLookup::Answer SentLookup::compare(const Candidate &candidate, const QMailMe
     const QSet<QString> recipients = visibleRecipients(head);
     if (!m_mark.recipients.isEmpty() && !recipients.intersects(m_mark.recipients))
         return NotThere;
-    const bool isSame = m_mark.earlierIds.isEmpty() && isLater && recipients == m_mark.recipients
+    const bool isSame = m_mark.earlierIds.isEmpty() && isLater && hasItsContent(candidate, head)
         && dateOf(head) == m_mark.date && candidate.received >= m_mark.written - EarliestArrival
         && candidate.received < m_mark.left + LatestArrival
-        && Store::TextTraces::contains(head, m_mark.text)
         && Store::TextTraces::attachmentNames(QMailMessage(candidate.id))
                .contains(m_mark.attachments);
     return isSame ? There : Unclear;

@@ -34,7 +34,8 @@ struct SentMark
  * Looks whether a message lies in the server's folder of sent ones.
  *
  * Synchronises that folder, which every server can do, and then asks for the head of each message
- * there that is young enough until one has the Message-ID. Some servers write one of their own:
+ * there that is young enough until one has the Message-ID, and where a mail program gave that, the
+ * subject, recipients and text as well. Some servers write one of their own:
  * what has the message's subject, recipients, date, text and attachments, and came there when it
  * left, is the message, too, unless an earlier version of it may be there. What has only some of
  * these, or cannot be looked at, leaves a doubt, and so does what is not there where the account's
@@ -75,6 +76,7 @@ private:
     void collect(const QMailFolderId &folder);
     void askNext();
     void onHead(const Candidate &candidate, const Eas::Result &result, const QMailMessage &head);
+    bool hasItsContent(const Candidate &candidate, const QMailMessage &head) const;
     Answer compare(const Candidate &candidate, const QMailMessage &head) const;
 
     const SentMark m_mark;

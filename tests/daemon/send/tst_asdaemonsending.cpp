@@ -89,7 +89,8 @@ private slots:
     void anEarlierMessageLikeItIsADoubt_data();
     void anEarlierMessageLikeItIsADoubt();
     void whatWasHereBeforeItIsNotTheMessage();
-    void anEarlierMessageOfTheSameIdIsNotTheMessage();
+    void anotherMessageOfTheSameIdIsNotTheMessage_data();
+    void anotherMessageOfTheSameIdIsNotTheMessage();
     void whatWasSentJustBeforeIsNotTheCorrectedMessage_data();
     void whatWasSentJustBeforeIsNotTheCorrectedMessage();
     void aDoubtIsOverOnceTheServerShowsTheMessage();
@@ -730,15 +731,26 @@ void TestAsDaemonSending::whatWasHereBeforeItIsNotTheMessage()
     QTRY_COMPARE(SendingWorld::fieldOf(id, "dontSend"), QStringLiteral("true"));
 }
 
-/** The message was made of one that was sent, and has kept its Message-ID. */
-void TestAsDaemonSending::anEarlierMessageOfTheSameIdIsNotTheMessage()
+void TestAsDaemonSending::anotherMessageOfTheSameIdIsNotTheMessage_data()
 {
-    fileOwn();
+    QTest::addColumn<bool>("isEarlier");
+    QTest::newRow("that it was made of") << true;
+    QTest::newRow("that was made of the same one, and sent before") << false;
+}
+
+/** The message was made of one that was sent, and has kept its Message-ID. */
+void TestAsDaemonSending::anotherMessageOfTheSameIdIsNotTheMessage()
+{
+    QFETCH(bool, isEarlier);
+    if (isEarlier)
+        fileOwn();
     QCOMPARE(world().syncAndWait(), 200);
     QMailMessage message = world().draft(QStringLiteral("Hello again"));
     message.setHeaderField(QStringLiteral("Message-ID"), QStringLiteral("<own@example.test>"));
     message.setBody(SendingWorld::plainText(QStringLiteral("Something else.\n")));
     const QMailMessageId id = world().add(message);
+    if (!isEarlier)
+        fileOwn();
     world().server.fault(SendingWorld::sendFault("reset"));
     QCOMPARE(world().sendAndWait(id), 902);
     QTRY_VERIFY(SendingWorld::reasonOf(id).contains(QLatin1String("not known whether")));
