@@ -18,8 +18,10 @@ TakenBackMails::TakenBackMails(Store::SyncStateDb &db, const QMailAccountId &acc
 void TakenBackMails::recall()
 {
     const QList<Store::AskedSending> known = m_asked.all();
-    for (const Store::AskedSending &sending : known)
+    for (const Store::AskedSending &sending : known) {
         add(sending);
+        m_mails[sending.messageId].isRecalled = true;
+    }
 }
 
 void TakenBackMails::noteAsked(const Store::AskedSending &sending)
@@ -42,7 +44,7 @@ void TakenBackMails::noteEnd(const QMailMessageId &id)
 
 void TakenBackMails::add(const Store::AskedSending &sending)
 {
-    m_mails.insert(sending.messageId, {sending.status, Alarm::now(), Place::Elsewhere});
+    m_mails.insert(sending.messageId, {sending.status, Alarm::now(), Place::Elsewhere, false});
     // The mail store's notice may come a second later, or behind the next synchronisation.
     if (!m_nextLook.isActive())
         m_nextLook.start(Pauses::BeforeLook);
@@ -79,6 +81,10 @@ void TakenBackMails::takeOut(const QMailMessageId &id)
     const Eas::Result done = Store::Outbox::takeBack(id);
     if (!done.ok()) {
         qCWarning(lcDaemon) << "message" << id.toULongLong() << done.text;
+        return;
+    }
+    if (!m_mails[id].isRecalled) {
+        forget(id);
         return;
     }
     forgetAsked(id);

@@ -15,11 +15,11 @@ namespace Daemon {
  *
  * The message server puts a mail back into the outbox when its sending has failed, these among
  * them, from where they would go at the next synchronisation. So they are taken out again, once
- * and for a moment only: later it is the author who has put it there. Who had read the outbox
- * before that may ask for their sending a moment after it.
+ * and for a moment only: later it is the author who has put it there.
  *
  * Until then it is durable what each was when its sending was asked for. So a daemon that dies over
- * it leaves to the next one to see what its author has done since.
+ * it leaves to the next one to see what its author has done since. That one does not know who has
+ * read the outbox meanwhile, and may ask for the mail a moment after it was taken out.
  */
 class TakenBackMails
 {
@@ -53,6 +53,7 @@ private:
         quint64 statusAsked; ///< what it was when its sending was asked for
         qint64 since;        ///< by Alarm::now(): the end of its sending, or when it was taken out
         Place place;
+        bool isRecalled; ///< an earlier daemon was to send it
     };
 
     void save(const Store::AskedSending &sending);

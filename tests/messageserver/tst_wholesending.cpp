@@ -311,8 +311,6 @@ void TestWholeSending::whatWasTakenBackDoesNotGoLater()
         QVERIFY(world().sent().isEmpty());
         return;
     }
-    // Were it a draft still, it would be taken for a sending that began before it was taken out.
-    QVERIFY(store->updateMessagesMetaData(QMailMessageKey::id(id), flag, false));
     world().setOutbox(id, true);
     Transmission again;
     again.action.transmitMessage(id);

@@ -134,12 +134,6 @@ private:
     /** What tells messages apart to the server, of all that it has taken. */
     QSet<QString> idsOfSent(const char *field);
     void killAndStart(const std::function<void()> &meanwhile = nullptr);
-    /** Asks for its sending, and leaves it in the outbox. */
-    int requestFor(const QMailMessageId &id)
-    {
-        return world().proxy.sendMail(world().account.toULongLong(), id.toULongLong(),
-                                      QDBus::Block);
-    }
     /** Another daemon, which waits long enough for what is to happen meanwhile. */
     void startPatient();
     /** What is sent next waits before it leaves, until EasServer::endDelays(). */
@@ -454,7 +448,7 @@ void TestEditedSending::takenBackItDoesNotGoWhenItIsAskedForAtOnce()
     QVERIFY(world().sent().isEmpty());
     // Now it is its author who has put it there.
     world().setOutbox(id, true);
-    QCOMPARE(world().codeOf(requestFor(id)), 200);
+    QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().sent().size(), 1);
 }
 
@@ -486,7 +480,7 @@ void TestEditedSending::takenBackItDoesNotGoWithTheNextDaemon()
     QVERIFY(world().sent().isEmpty());
     // Now it is its author who has put it there.
     world().setOutbox(id, true);
-    QCOMPARE(world().codeOf(requestFor(id)), 200);
+    QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().sent().size(), 1);
 }
 

@@ -93,13 +93,14 @@ void TestTakenBackMails::isTakenOutAtTheSecondLook()
     QVERIFY(isInOutbox());
     look();
     QVERIFY(!isInOutbox());
-    while (Alarm::isPending())
-        look();
+    // Once only, and without another look.
     QVERIFY(!m_takenBack->isSentAgain(m_mail));
+    QVERIFY(!Alarm::isPending());
 }
 
 void TestTakenBackMails::isNotSentForWhoHadReadOfItBefore()
 {
+    startAnew();
     set(QMailMessage::Outbox, true);
     look();
     look();
@@ -123,6 +124,7 @@ void TestTakenBackMails::isItsAuthorsOnceItIsTakenOut_data()
 void TestTakenBackMails::isItsAuthorsOnceItIsTakenOut()
 {
     QFETCH(bool, seen);
+    startAnew();
     set(QMailMessage::Outbox, true);
     look();
     look();
@@ -158,6 +160,7 @@ void TestTakenBackMails::isTakenOutWhenItCameBackInTheLastMoment()
     QVERIFY(isInOutbox());
     look();
     QVERIFY(!isInOutbox());
+    QVERIFY(!Alarm::isPending());
 }
 
 void TestTakenBackMails::isItsAuthorsWhenItComesBackLater()
