@@ -43,9 +43,9 @@ public:
     QMailMessageIdList added() const { return m_writer.added(); }
     QMailMessageIdList updated() const { return m_writer.updated(); }
     int removed() const { return m_writer.removed(); }
-    /** Whether the folder is to be reconciled from the start again, and the window is not written:
-     * the server has numbered the items anew, and what was deleted here was known by numbers that
-     * are other messages' now. */
+    /** Whether the folder is to be reconciled from the start again, and the rest of the window is
+     * not written: the server has numbered the items anew, and what was deleted here was known by
+     * numbers that are other messages' now. */
     bool startsAnew() const { return m_startsAnew; }
     /** Whether the window changed the folder: servers also tell what is known already. */
     bool hasChangedFolder() const
