@@ -10,6 +10,8 @@ FOLDERS = ("Inbox", "Work", "Archive/2026", "Junk")
 NOT_MAIL = ("Calendar", "Contacts")
 # What a deed does to a message: the name of what it changes, and to what.
 EFFECTS = {"read": ("read", True), "unread": ("read", False), "flag": ("important", True), "unflag": ("important", False)}
+# What a mail says at first, and what its author writes where that is lost.
+WRITTEN, WRITTEN_ANEW = "Written in troubled times.", "Written anew."
 
 
 class Mailbox:
@@ -113,10 +115,17 @@ class Mailbox:
     def change(self, do, subject, **arguments):
         return self.world.user(do, subject=subject, locally=True, patience=8, **arguments)
 
+    def compose(self, subject, text):
+        return self.world.user("compose", subject=subject, to=["bob@example.test"], text=text, patience=8)
+
+    def write_anew(self, message):
+        """What is left of it is not what its author wrote."""
+        self.world.user("remove", ids=[message["id"]], locally=True, unknown=True)
+        self.compose(message["subject"], WRITTEN_ANEW)
+
     def send(self):
         subject = self.new_subject("Sent")
-        answer = self.world.user("compose", subject=subject, to=["bob@example.test"],
-                                 text="Written in troubled times.\n", patience=8)
+        answer = self.compose(subject, WRITTEN)
         if answer and answer["ok"]:
             self.sent.add(subject)
         self.world.user("transmit", seconds=5, patience=8)
@@ -169,9 +178,10 @@ class Mailbox:
 
     def sending(self, store):
         """Mails that did not arrive exactly once and are not in the outbox with a reason either."""
-        arrived = collections.Counter(self.arrived())
+        texts = list(self.arrived())
+        arrived = collections.Counter(subject for subject, _ in texts)
         waiting = {m["subject"]: m["reason"] for m in store["messages"] if m["outbox"]}
-        found = []
+        found = [f"{subject} arrived with \"{text}\"" for subject, text in texts if text not in (WRITTEN, WRITTEN_ANEW)]
         for subject in sorted(self.sent):
             if arrived[subject] > 1:
                 found.append(f"{subject} arrived {arrived[subject]} times")
@@ -182,6 +192,8 @@ class Mailbox:
         return found
 
     def arrived(self):
+        """The subjects of what came to the server to be sent, each with its text."""
         for one in (self.world.far("sent", mime=True) or {"sent": []})["sent"]:
             mime = email.message_from_bytes(base64.b64decode(one["mime"]), policy=email.policy.default)
-            yield str(mime["Subject"])
+            body = mime.get_body(("plain",))
+            yield str(mime["Subject"]), body.get_content().rstrip("\n") if body else None

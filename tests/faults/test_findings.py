@@ -9,7 +9,7 @@ import sys
 import unittest
 
 import results
-from mailbox import Mailbox
+from mailbox import WRITTEN, WRITTEN_ANEW, Mailbox
 
 MAIL = {"id": "1", "subject": "Mail 1", "read": False, "flag": 0}
 COPY = {"folder": "Inbox", "subject": "Mail 1", "read": False, "important": False, "outbox": False, "sent": False,
@@ -20,10 +20,11 @@ class Witness:
     """The server's account of what was sent."""
 
     def __init__(self):
-        self.subjects = []
+        self.subjects, self.text = [], WRITTEN
 
     def far(self, _, **request):
-        return {"sent": [{"mime": base64.b64encode(f"Subject: {s}\r\n\r\n".encode())} for s in self.subjects]}
+        return {"sent": [{"mime": base64.b64encode(f"Subject: {s}\r\n\r\n{self.text}".encode())}
+                         for s in self.subjects]}
 
 
 class Findings(unittest.TestCase):
@@ -92,6 +93,13 @@ class Findings(unittest.TestCase):
         self.assertIn("arrived, and is in the outbox with", self.found())
         self.world.subjects = ["Sent 1", "Sent 1"]
         self.assertIn("arrived 2 times", self.found())
+
+    def test_text_of_what_was_sent(self):
+        self.world.subjects = ["Sent 1"]
+        for self.world.text in (WRITTEN, WRITTEN_ANEW):
+            self.assertEqual(self.found(), "")
+        self.world.text = ""
+        self.assertIn('Sent 1 arrived with ""', self.found())
 
 
 class Arguments(unittest.TestCase):
