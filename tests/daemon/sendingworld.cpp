@@ -9,8 +9,15 @@
 
 SendingWorld::SendingWorld()
 {
-    // An eighth of it is waited until what the server does not show counts as not sent.
     daemon.setPatience(24);
+}
+
+bool SendingWorld::startAnew(int patience)
+{
+    const bool hasEnded = endDaemon() == 0;
+    listener.clear();
+    daemon.setPatience(patience);
+    return hasEnded && daemon.start();
 }
 
 QMailMessage SendingWorld::draft(const QString &subject) const

@@ -12,6 +12,11 @@ class SendingWorld : public DaemonWorld
 public:
     SendingWorld();
 
+    /** Another daemon, which waits so many seconds for an answer, and an eighth of it until what
+     * the server does not show counts as not sent. Nobody listens to requests of the earlier one.
+     */
+    bool startAnew(int patience);
+
     /** A message to bob that is ready to go; not in the store yet. */
     QMailMessage draft(const QString &subject = QStringLiteral("Hello")) const;
     /** A text as the body of a message or of a part. */

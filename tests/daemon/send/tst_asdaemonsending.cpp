@@ -493,6 +493,7 @@ void TestAsDaemonSending::aCutAfterTheServerHasItIsFoundOut()
 
 void TestAsDaemonSending::aCutBeforeTheServerHasItIsNoDoubt()
 {
+    QVERIFY(world().startAnew(4)); // for a server that may still be at it
     world().setOption("client_id_memory", false);
     world().server.fault(SendingWorld::sendFault("reset"));
     const QMailMessageId id = world().add(world().draft());
@@ -515,9 +516,7 @@ void TestAsDaemonSending::aTimeoutIsNoReasonToSendItTwice()
 {
     QFETCH(bool, memory);
     QFETCH(bool, late);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(2);
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(2));
     world().setOption("client_id_memory", memory);
     world().server.fault(SendingWorld::sendFault(
         "delay", {{QStringLiteral("late"), late}, {QStringLiteral("seconds"), 3}}));
@@ -559,9 +558,7 @@ void TestAsDaemonSending::aClockThatIsSetBackTakesNoTimeFromTheServer_data()
 void TestAsDaemonSending::aClockThatIsSetBackTakesNoTimeFromTheServer()
 {
     QFETCH(bool, arrives);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(4); // for a server that may still be at it
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(4)); // for a server that may still be at it
     world().setOption("client_id_memory", false);
     QCOMPARE(world().syncAndWait(), 200);
     const QMailMessageId id = sendTomorrowToNowhere();
@@ -619,6 +616,7 @@ void TestAsDaemonSending::whatCannotBeLookedForIsNotSentAgain()
 {
     QFETCH(QJsonObject, fault);
     QFETCH(bool, headless);
+    QVERIFY(world().startAnew(4)); // for a server that may still be at it
     world().setOption("client_id_memory", false);
     world().setOption("no_mime", headless);
     QCOMPARE(world().syncAndWait(), 200);
@@ -657,6 +655,7 @@ void TestAsDaemonSending::whatIsTooOldToBeShownIsNotSentAgain()
 
 void TestAsDaemonSending::whatIsYoungEnoughToBeShownIsSentAgain()
 {
+    QVERIFY(world().startAnew(4)); // for a server that may still be at it
     const QMailMessageId id = sendOldToNowhere(14);
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().server.requestCount("SendMail"), 2);
@@ -677,9 +676,7 @@ void TestAsDaemonSending::anotherMessageLikeItIsNoDoubt_data()
 void TestAsDaemonSending::anotherMessageLikeItIsNoDoubt()
 {
     QFETCH(QByteArray, other);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(2); // for a server that may still be at it
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(2)); // for a server that may still be at it
     world().server.deliver(Alice, QStringLiteral("Sent"), other);
     world().server.fault(SendingWorld::sendFault("reset"));
     const QMailMessageId id = world().add(world().draft());
@@ -699,9 +696,7 @@ void TestAsDaemonSending::anEarlierMessageLikeItIsADoubt_data()
 void TestAsDaemonSending::anEarlierMessageLikeItIsADoubt()
 {
     QFETCH(bool, headless);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(2); // for a server that may still be at it
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(2)); // for a server that may still be at it
     world().setOption("no_mime", headless);
     const qint64 anHourAgo = QDateTime::currentSecsSinceEpoch() - 3600;
     world().server.deliver(Alice, QStringLiteral("Sent"),
@@ -742,6 +737,7 @@ void TestAsDaemonSending::anotherMessageOfTheSameIdIsNotTheMessage_data()
 void TestAsDaemonSending::anotherMessageOfTheSameIdIsNotTheMessage()
 {
     QFETCH(bool, isEarlier);
+    QVERIFY(world().startAnew(4)); // for a server that may still be at it
     if (isEarlier)
         fileOwn();
     QCOMPARE(world().syncAndWait(), 200);
@@ -779,6 +775,7 @@ void TestAsDaemonSending::whatWasSentJustBeforeIsNotTheCorrectedMessage()
     QFETCH(bool, isKnownHere);
     QFETCH(bool, isDated);
     QFETCH(int, age);
+    QVERIFY(world().startAnew(4)); // for a server that may still be at it
     const QByteArray text = QByteArray("The same words again and again. ").repeated(20);
     QMailMessage message = world().draft();
     message.setBody(QMailMessageBody::fromData(QString::fromLatin1(text + "The right end.\n"),
@@ -1000,9 +997,7 @@ void TestAsDaemonSending::aGivenUpMessageThatWasSentLeavesTheOutbox_data()
 void TestAsDaemonSending::aGivenUpMessageThatWasSentLeavesTheOutbox()
 {
     QFETCH(bool, known);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(2);
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(2));
     if (!known)
         world().server.fault(SendingWorld::sendFault(
             "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 3}}));
@@ -1020,10 +1015,9 @@ void TestAsDaemonSending::aGivenUpMessageThatWasSentLeavesTheOutbox()
 
 void TestAsDaemonSending::aGivenUpMessageThatWasNotSentStays()
 {
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(2); // for a server that may still be at it,
-    world().daemon.hurry(false);   // which it is not after the usual pause
-    QVERIFY(world().daemon.start());
+    // For a server that may still be at it, which it is not after the usual pause.
+    world().daemon.hurry(false);
+    QVERIFY(world().startAnew(2));
     world().deliver(1, QStringLiteral("Other"), QStringLiteral("Sent"));
     world().server.fault(SendingWorld::sendFault("reset"));
     const QMailMessageId id = world().add(world().draft());

@@ -337,9 +337,7 @@ void TestBrokenOffSending::theServersTimeBeginsWithTheLastByte_data()
 void TestBrokenOffSending::theServersTimeBeginsWithTheLastByte()
 {
     QFETCH(bool, kill);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(24); // all this is over before the server's time is
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(24)); // all this is over before the server's time is
     QCOMPARE(world().syncAndWait(), 200);
     CuttingProxy proxy(world().server.port());
     lead(proxy);

@@ -207,10 +207,7 @@ void TestEditedSending::killAndStart(const std::function<void()> &meanwhile)
 
 void TestEditedSending::startPatient()
 {
-    QCOMPARE(world().endDaemon(), 0);
-    world().listener.clear(); // a new daemon counts its requests anew
-    world().daemon.setPatience(24);
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(24));
 }
 
 void TestEditedSending::startAndHoldOptions()

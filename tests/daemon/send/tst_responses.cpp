@@ -860,9 +860,7 @@ void TestResponses::whatIsFetchedMeanwhileIsNoEdit()
 {
     QFETCH(QString, way);
     allowSmartReplies(false);
-    QCOMPARE(world().endDaemon(), 0);
-    world().daemon.setPatience(2);
-    QVERIFY(world().daemon.start());
+    QVERIFY(world().startAnew(2));
     world().server.fault(SendingWorld::sendFault(
         "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 3}}));
     const QMailMessageId id = world().add(passingOn(way));
