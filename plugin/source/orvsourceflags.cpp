@@ -4,6 +4,7 @@
 #include "plugin/requests/requestscheduler.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/source/orvsource.h"
+#include "plugin/source/syncmarker.h"
 
 #include <qmaillog.h>
 
@@ -40,6 +41,10 @@ bool OrvSource::flagMessages(const QMailMessageIdList &ids, quint64 setMask, qui
             qMailLog(Messaging) << "Deleting send message" << id;
             QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord);
         }
+        // The message server flags what all accounts have sent when one of them is done. An action
+        // that runs here then is none of flagging, and has its own end.
+        if (isBusy())
+            return true;
     }
     completeSoon();
     return true;
@@ -64,6 +69,12 @@ bool OrvSource::deleteMessages(const QMailMessageIdList &ids)
     syncChangedFolders({QString::number(trash.toULongLong())});
     emit messagesDeleted(ids);
     return true;
+}
+
+/** Whether an action runs that ends with its requests, or with the daemon's synchronisation. */
+bool OrvSource::isBusy() const
+{
+    return !m_service->scheduler()->isIdle() || m_marker->state() == SyncMarker::Running;
 }
 
 bool OrvSource::isPushEnabled() const

@@ -25,6 +25,7 @@ private slots:
     void announcementDuringAClientsTransmissionSendsNothingTwice();
     void burstOfAnnouncementsSendsOnce();
     void twoAccountsSendTheirOwn();
+    void sendingOfAnotherAccountEndsNoAction();
 
     void sentFolderThatIsAFavouriteIsBroughtUpToDate();
     void sentFolderThatIsNoFavouriteIsLeftAlone();
@@ -243,6 +244,34 @@ void TestAutomaticSending::twoAccountsSendTheirOwn()
     QCOMPARE(sent.value(mine.toULongLong()), m_account.toULongLong());
     QCOMPARE(sent.value(theirs.toULongLong()), other.toULongLong());
     QCOMPARE(m_daemon->callCount("sendMail"), 2);
+}
+
+/** The message server marks what all accounts have sent when the first of them is done. */
+void TestAutomaticSending::sendingOfAnotherAccountEndsNoAction()
+{
+    const QMailAccountId other = addSecondAccount();
+    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
+    addOutgoing(2);
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    const QMailMessageId sent(calls.at(0).arguments.at(1).toULongLong());
+    const QMailMessageId leaving(calls.at(1).arguments.at(1).toULongLong());
+    m_daemon->complete(calls.at(0).requestId, 200);
+    QTRY_COMPARE(transmission.transmitted, QMailMessageIdList {sent});
+    const QMailMessageId theirs = StoreFixture::addOutgoing(other, QStringLiteral("C"));
+    m_daemon->syncStarted(other.toULongLong());
+    m_daemon->syncCompleted(other.toULongLong());
+    const auto call = m_daemon->waitForCall("sendMail");
+    QCOMPARE(call.accountId(), other.toULongLong());
+    m_daemon->complete(call.requestId, 200);
+    QTRY_VERIFY(!StoreFixture::exists(theirs) && !StoreFixture::exists(sent));
+    settle();
+    QCOMPARE(transmission.watcher.endCount(), 0);
+    m_daemon->complete(calls.at(1).requestId, 902);
+    verifyFailed(transmission.watcher, 1034);
+    QCOMPARE(transmission.failed, QMailMessageIdList {leaving});
+    QCOMPARE(outbox(), QMailMessageMetaData(leaving).subject().toLatin1() + " waiting");
 }
 
 void TestAutomaticSending::sentFolderThatIsAFavouriteIsBroughtUpToDate()
