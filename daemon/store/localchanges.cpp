@@ -36,6 +36,14 @@ std::optional<bool> difference(const Message &message, quint64 ours, quint64 the
     return value == bool(message.status() & theirs) ? std::nullopt : std::make_optional(value);
 }
 
+/** Whether no server has ever had one of them; false where there is none. */
+bool areAllNameless(const QList<ServerUid> &uids)
+{
+    return !uids.isEmpty() && std::all_of(uids.cbegin(), uids.cend(), [](const ServerUid &uid) {
+        return uid.isEmpty();
+    });
+}
+
 } // namespace
 
 LocalChanges::LocalChanges(SyncStateDb &db, const QMailAccountId &account)
@@ -131,13 +139,16 @@ Eas::Result LocalChanges::forgetNamelessDeletions()
         result = records.forget(lostDeletions());
     if (!result.ok())
         return result;
-    const QList<ServerUid> left = records.all();
-    const bool isEachNameless =
-        std::all_of(left.cbegin(), left.cend(), [](const ServerUid &uid) { return uid.isEmpty(); });
-    // The store can purge records without an id only together with all others. Nothing may come
-    // between the look and the purge: what another process deletes meanwhile would stay at the
-    // server.
-    return left.isEmpty() || !isEachNameless ? result : records.forgetAll();
+    if (!areAllNameless(records.all()))
+        return {};
+    // The store can purge records without an id only together with all others, and what another
+    // process deletes meanwhile would stay at the server. One that is deleting is waited for, as
+    // nobody sees what it does until it has done. One that begins right now is still not seen: the
+    // store cannot look and purge in one.
+    QMailStore *store = QMailStore::instance();
+    store->lock();
+    store->unlock();
+    return areAllNameless(records.all()) ? records.forgetAll() : Eas::Result();
 }
 
 /** Deletions that can never be carried: no server ever gave the id, or the folder is gone. */

@@ -3,6 +3,7 @@
 #include "daemon/store/incoming/contentmark.h"
 #include "daemon/store/incoming/contentwriter.h"
 #include "daemon/store/localchanges.h"
+#include "daemon/store/removalrecords.h"
 #include "tests/store/items.h"
 #include "tests/store/sqltrace.h"
 
@@ -14,6 +15,7 @@
 #include <QTest>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <sys/sem.h>
 #include <unistd.h>
@@ -62,12 +64,13 @@ bool isAwaited()
     return false;
 }
 
-/** Marks the message as important, and does not end before another process waits for that. */
-int changeAwaited(const QMailMessageId &id)
+/** Writes, and does not end before another process waits for that: it stays where the first
+ * statement of that beginning comes. */
+int writeAwaited(const QString &beginning, const std::function<bool()> &write)
 {
     bool isAwaitedOnce = false;
     const SqlTrace trace([&](const QString &statement) {
-        if (isAwaitedOnce || !statement.startsWith(QLatin1String("UPDATE mailmessages")))
+        if (isAwaitedOnce || !statement.startsWith(beginning))
             return;
         std::puts("writing");
         std::fflush(stdout);
@@ -75,9 +78,35 @@ int changeAwaited(const QMailMessageId &id)
         while (!isAwaitedOnce && !deadline.hasExpired())
             isAwaitedOnce = isAwaited();
     });
-    const bool isDone = QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
-                                                                       Message::Important, true);
-    return isDone && isAwaitedOnce ? 0 : 1;
+    return write() && isAwaitedOnce ? 0 : 1;
+}
+
+/** Marks the message as important. */
+int changeAwaited(const QMailMessageId &id)
+{
+    return writeAwaited(QStringLiteral("UPDATE mailmessages"), [&] {
+        return QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                              Message::Important, true);
+    });
+}
+
+/** Removes the message as a mail program does. */
+int removeAwaited(const QMailMessageId &id)
+{
+    return writeAwaited(QStringLiteral("INSERT INTO deletedmessages"), [&] {
+        return QMailStore::instance()->removeMessage(id, QMailStore::CreateRemovalRecord);
+    });
+}
+
+/** Starts a process that does that with the message; false where it does not come to write. */
+bool startWriting(QProcess *other, const QString &option, const QMailMessageId &id)
+{
+    bool isWriting = false;
+    other->start(QCoreApplication::applicationFilePath(),
+                 {option, QString::number(id.toULongLong())});
+    while (!isWriting && other->waitForReadyRead())
+        isWriting = other->readAllStandardOutput().contains("writing");
+    return isWriting;
 }
 
 } // namespace
@@ -101,6 +130,7 @@ private slots:
     void aContentWaitsForWhatIsBeingWritten();
     void aPartThatIsWrittenMeanwhileTouchesNothingElse();
     void reconciliationTouchesNothingElse();
+    void aDeletionThatIsBeingWrittenIsNotForgotten();
 
 private:
     /** The message is still where the other process put it, with the flag that it set. */
@@ -253,12 +283,8 @@ void TestOtherProcess::aContentWaitsForWhatIsBeingWritten()
     window.changed.append(item(QStringLiteral("2"), QStringLiteral("Another subject")));
     QProcess other;
     bool isWriting = false;
-    connect(QMailStore::instance(), &QMailStore::messagesAdded, this, [&] {
-        other.start(QCoreApplication::applicationFilePath(),
-                    {QStringLiteral("--change-awaited"), QString::number(m_id.toULongLong())});
-        while (!isWriting && other.waitForReadyRead())
-            isWriting = other.readAllStandardOutput().contains("writing");
-    });
+    connect(QMailStore::instance(), &QMailStore::messagesAdded, this,
+            [&] { isWriting = startWriting(&other, QStringLiteral("--change-awaited"), m_id); });
     QCOMPARE(m_account->write(window), 200);
     QMailStore::instance()->disconnect(this);
     QVERIFY(isWriting);
@@ -307,6 +333,36 @@ void TestOtherProcess::reconciliationTouchesNothingElse()
     QVERIFY(Store::currentMessage(m_id).serverUid().contains(QStringLiteral("51")));
 }
 
+/** What no server has ever had is forgotten without what another process is just deleting. */
+void TestOtherProcess::aDeletionThatIsBeingWrittenIsNotForgotten()
+{
+    QMailMessage draft;
+    draft.setMessageType(QMailMessage::Email);
+    draft.setParentAccountId(m_account->id);
+    draft.setParentFolderId(m_account->folderId("dr"_folder));
+    draft.setStatus(Message::Draft, true);
+    QMailStore *store = QMailStore::instance();
+    QVERIFY(store->addMessage(&draft));
+    QVERIFY(store->removeMessage(draft.id(), QMailStore::CreateRemovalRecord));
+    const Store::RemovalRecords records(m_account->id);
+    QCOMPARE(records.all().size(), 1);
+    QVERIFY(records.all().first().isEmpty());
+
+    Store::LocalChanges changes(m_account->db, m_account->id);
+    QProcess other;
+    QVERIFY(startWriting(&other, QStringLiteral("--remove-awaited"), m_id));
+    QVERIFY(changes.forgetNamelessDeletions().ok());
+    QVERIFY(other.waitForFinished());
+    QCOMPARE(other.exitCode(), 0);
+    const Store::ServerUid deleted = Store::ServerUid::item(InboxId, QStringLiteral("1"));
+    QVERIFY(records.all().contains(deleted));
+    // The other one is forgotten as soon as nothing else is left.
+    QVERIFY(changes.acknowledgeDeletions({deleted}).ok());
+    QCOMPARE(records.all().size(), 1);
+    QVERIFY(changes.forgetNamelessDeletions().ok());
+    QVERIFY(records.all().isEmpty());
+}
+
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -315,6 +371,8 @@ int main(int argc, char **argv)
         return change(QMailMessageId(arguments.value(2).toULongLong()));
     if (arguments.value(1) == QLatin1String("--change-awaited"))
         return changeAwaited(QMailMessageId(arguments.value(2).toULongLong()));
+    if (arguments.value(1) == QLatin1String("--remove-awaited"))
+        return removeAwaited(QMailMessageId(arguments.value(2).toULongLong()));
     TestOtherProcess test;
     return QTest::qExec(&test, argc, argv);
 }
