@@ -69,6 +69,8 @@ private slots:
     void idsMayBeAnything();
     void messageGoesWithItsChangedConversation();
     void firstMessageOfAChangedConversationTakesItsThreadAlong();
+    void unreadMessagesAreCountedInEachConversation();
+    void oneConversationIsNotCountedAnew();
     void threadGoesWithItsLastMessage();
     void threadStaysWhenTheMessagesThatWereKnownGo();
     void threadThatTheStoreJoinedIsFollowed();
@@ -84,6 +86,9 @@ private:
     void bring(const QList<Eas::MailItem> &items, const Eas::FolderId &collection = InboxId);
     Message in(int n, const Eas::FolderId &collection = InboxId);
     QMailThreadId threadOf(int n, const Eas::FolderId &collection = InboxId);
+    int unreadWith(int n);
+    /** How many transactions it takes to write what another client has changed. */
+    int transactionsOf(const QList<Eas::MailItem> &changes);
     int threads(const QMailThreadKey &key = QMailThreadKey());
 
     std::unique_ptr<SyncedAccount> m_account;
@@ -103,6 +108,20 @@ Message TestConversations::in(int n, const Eas::FolderId &collection)
 QMailThreadId TestConversations::threadOf(int n, const Eas::FolderId &collection)
 {
     return in(n, collection).parentThreadId();
+}
+
+int TestConversations::unreadWith(int n)
+{
+    return int(threadWith(in(n)).unreadCount());
+}
+
+int TestConversations::transactionsOf(const QList<Eas::MailItem> &changes)
+{
+    int begun = 0;
+    const SqlTrace trace(
+        [&](const QString &statement) { begun += statement.startsWith(text("BEGIN")) ? 1 : 0; });
+    const int code = m_account->write(changing(QStringLiteral("k%1").arg(++m_key), changes));
+    return code == 200 ? begun : -1;
 }
 
 int TestConversations::threads(const QMailThreadKey &key)
@@ -298,6 +317,47 @@ void TestConversations::firstMessageOfAChangedConversationTakesItsThreadAlong()
     QCOMPARE(m_account->write(changing(text("c"), {change})), 200);
     bring({mail(2, Other, text("Re: New plan"))});
     QCOMPARE(threadOf(2), threadOf(1));
+}
+
+/** The store itself counts in one thread alone when flags are set. */
+void TestConversations::unreadMessagesAreCountedInEachConversation()
+{
+    bring({mail(1, One, text("Plan")), mail(2, Other, text("Lunch")), mail(3, Other),
+           mail(4, "a third one", text("Dinner"))});
+    QList<Eas::MailItem> changes;
+    for (const int n : {1, 2, 4})
+        changes.append(readChange(QString::number(n), true));
+    QCOMPARE(m_account->write(changing(text("c1"), changes)), 200);
+    QCOMPARE(unreadWith(1), 0);
+    QCOMPARE(unreadWith(2), 1);
+    QCOMPARE(unreadWith(4), 0);
+    for (Eas::MailItem &change : changes)
+        change.read = false;
+    QCOMPARE(m_account->write(changing(text("c2"), changes)), 200);
+    QCOMPARE(unreadWith(1), 1);
+    QCOMPARE(unreadWith(2), 2);
+    QCOMPARE(unreadWith(4), 1);
+}
+
+void TestConversations::oneConversationIsNotCountedAnew()
+{
+    bring({mail(1, One, text("Plan")), mail(2, Other, text("Lunch")), mail(3, Other)});
+    QList<Eas::MailItem> all;
+    for (const int n : {1, 2, 3})
+        all.append(readChange(QString::number(n), true));
+    QVERIFY(transactionsOf(all) > 0); // they are not new any more
+    const int ofOne = transactionsOf({readChange(text("1"), false)});
+    QVERIFY(ofOne > 0);
+    QCOMPARE(transactionsOf({readChange(text("2"), false), readChange(text("3"), false)}), ofOne);
+    QCOMPARE(unreadWith(2), 2);
+    QCOMPARE(transactionsOf({readChange(text("1"), true), readChange(text("2"), true)}), ofOne + 1);
+    // Other flags count nowhere.
+    const SqlTrace trace;
+    const QList<Eas::MailItem> flagged {flagChange(text("1"), true), flagChange(text("2"), true)};
+    QCOMPARE(m_account->write(changing(text("c"), flagged)), 200);
+    QVERIFY(in(1).status() & in(2).status() & Message::Important);
+    for (const QString &statement : trace.statements())
+        QVERIFY2(!statement.startsWith(text("UPDATE mailthreads")), qPrintable(statement));
 }
 
 void TestConversations::threadGoesWithItsLastMessage()

@@ -149,6 +149,20 @@ void Conversations::move(const QMailMessageMetaDataList &messages)
     refreshThreads();
 }
 
+void Conversations::recount(const QMailMessageMetaDataList &messages)
+{
+    QHash<quint64, QMailMessageId> threads;
+    for (const Message &message : messages) {
+        if (message.parentThreadId().isValid())
+            threads.insert(message.parentThreadId().toULongLong(), message.id());
+    }
+    // Where flags are set, the mail store counts in one of the messages' threads alone.
+    if (threads.size() < 2)
+        return;
+    m_joinedThreads = threads;
+    refreshThreads();
+}
+
 void Conversations::save()
 {
     if (!m_unsaved.isEmpty())

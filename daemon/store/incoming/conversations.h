@@ -41,6 +41,9 @@ public:
     /** Brings messages that are in the store, and whose conversation has changed, into its thread.
      */
     void move(const QMailMessageMetaDataList &messages);
+    /** Has the unread messages counted anew in the threads of messages that were marked as read, or
+     * as unread. */
+    void recount(const QMailMessageMetaDataList &messages);
     /** Remembers all that was found. What could not be saved is not found again: later messages
      * begin another thread. */
     void save();

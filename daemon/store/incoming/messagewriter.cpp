@@ -127,6 +127,7 @@ Eas::Result MessageWriter::update(const Updates &items)
 {
     std::vector<QMailMessage> contents;
     QMap<QPair<quint64, bool>, QMailMessageIdList> flags;
+    QMailMessageMetaDataList read;
     QList<QMailMessageMetaData> marked;
     QList<Eas::MailItem> changed;
     for (const auto &[item, before] : items) {
@@ -149,6 +150,8 @@ Eas::Result MessageWriter::update(const Updates &items)
         const bool isMarkNew = after.customFields() != before.customFields();
         if (different || isMarkNew)
             m_updated.append(before.id());
+        if (different & QMailMessageMetaData::Read)
+            read.append(before);
         if (isMarkNew)
             marked.append(after);
         if (different & after.status())
@@ -162,6 +165,8 @@ Eas::Result MessageWriter::update(const Updates &items)
     Eas::Result result = storeContents(contents, items);
     if (result.ok())
         result = storeFlags(flags);
+    // Also where some were not set: what was set is not a change the next time.
+    m_conversations.recount(read);
     if (result.ok())
         result = storeMarks(marked);
     if (result.ok())
