@@ -68,7 +68,10 @@ private slots:
     void withoutConversationsTheStoreDecides();
     void idsMayBeAnything();
     void messageGoesWithItsChangedConversation();
+    void messageOfAnUnknownConversationLeavesTheThread_data();
+    void messageOfAnUnknownConversationLeavesTheThread();
     void firstMessageOfAChangedConversationTakesItsThreadAlong();
+    void wholeConversationTakesItsThreadAlong();
     void unreadMessagesAreCountedInEachConversation();
     void oneConversationIsNotCountedAnew();
     void threadGoesWithItsLastMessage();
@@ -78,6 +81,7 @@ private slots:
     void lostMemoryLosesNoMessage();
     void threadsDoNotGrowWithoutEnd_data();
     void threadsDoNotGrowWithoutEnd();
+    void fullThreadStaysFull();
     void anAnswerIsAsCheapInALargeFolder();
     void anotherMailboxKnowsNoConversation();
     void vanishedThreadsAreForgotten();
@@ -310,6 +314,40 @@ void TestConversations::messageGoesWithItsChangedConversation()
     QCOMPARE(threadOf(5), threadOf(3));
 }
 
+void TestConversations::messageOfAnUnknownConversationLeavesTheThread_data()
+{
+    QTest::addColumn<int>("changed");
+    for (const int changed : {1, 2, 3})
+        QTest::addRow("message %d", changed) << changed;
+}
+
+void TestConversations::messageOfAnUnknownConversationLeavesTheThread()
+{
+    QFETCH(int, changed);
+    QList<int> left {1, 2, 3};
+    left.removeAll(changed);
+    bring({mail(1, One, text("Plan"))});
+    bring({mail(2, One)});
+    bring({mail(3, One)});
+    const QMailThreadId thread = threadOf(1);
+    Eas::MailItem change = readChange(QString::number(changed), true);
+    change.conversationId = Other;
+    QCOMPARE(m_account->write(changing(text("c"), {change})), 200);
+    QVERIFY(in(changed).status() & Message::Read);
+    bring({mail(4, Other), mail(5, One)});
+    QCOMPARE(threads(), 2);
+    QCOMPARE(threadOf(4), threadOf(changed));
+    QVERIFY(threadOf(4) != thread);
+    for (const int n : left + QList<int> {5}) {
+        QCOMPARE(threadOf(n), thread);
+        QVERIFY(in(n).inResponseTo() != in(changed).id());
+    }
+    QCOMPARE(int(QMailThread(thread).messageCount()), 3);
+    QCOMPARE(int(QMailThread(thread).unreadCount()), 3);
+    QCOMPARE(int(threadWith(in(4)).messageCount()), 2);
+    QCOMPARE(int(threadWith(in(4)).unreadCount()), 1);
+}
+
 void TestConversations::firstMessageOfAChangedConversationTakesItsThreadAlong()
 {
     bring({mail(1, One, text("Plan"))});
@@ -358,6 +396,17 @@ void TestConversations::oneConversationIsNotCountedAnew()
     QVERIFY(in(1).status() & in(2).status() & Message::Important);
     for (const QString &statement : trace.statements())
         QVERIFY2(!statement.startsWith(text("UPDATE mailthreads")), qPrintable(statement));
+}
+
+void TestConversations::wholeConversationTakesItsThreadAlong()
+{
+    bring({mail(1, One, text("Plan")), mail(2, One)});
+    const QMailThreadId thread = threadOf(1);
+    QCOMPARE(m_account->write(changing(text("c"), {mail(2, Other), mail(1, Other, text("Plan"))})),
+             200);
+    bring({mail(3, Other)});
+    for (const int n : {1, 2, 3})
+        QCOMPARE(threadOf(n), thread);
 }
 
 void TestConversations::threadGoesWithItsLastMessage()
@@ -447,6 +496,39 @@ void TestConversations::threadsDoNotGrowWithoutEnd()
     QCOMPARE(threadOf(maximum + 2), threadOf(maximum + 1));
     QCOMPARE(int(threadWith(in(maximum + 2)).messageCount()), 2);
     QCOMPARE(int(threadWith(in(1)).messageCount()), maximum);
+}
+
+void TestConversations::fullThreadStaysFull()
+{
+    const auto fill = [&] {
+        Store::ConversationTable table(m_account->db, m_account->id);
+        const QByteArray digest = QCryptographicHash::hash(One, QCryptographicHash::Sha256);
+        QList<Store::ConversationRecord> records = table.find({digest});
+        records.first().messages = Store::Conversations::MaximumThread;
+        QVERIFY(table.save(records).ok());
+    };
+    const auto tellAgain = [&](int n) {
+        Eas::MailItem change = readChange(QString::number(n), true);
+        change.conversationId = One;
+        QCOMPARE(m_account->write(changing(QStringLiteral("k%1").arg(++m_key), {change})), 200);
+    };
+    bring({mail(1, One)});
+    fill();
+    bring({mail(2, One)});
+    QVERIFY(threadOf(2) != threadOf(1));
+    fill();
+    // The server tells of messages in the full thread, and in the one that was full before.
+    tellAgain(1);
+    tellAgain(2);
+    bring({mail(3, One)});
+    QVERIFY(threadOf(3) != threadOf(1));
+    QVERIFY(threadOf(3) != threadOf(2));
+    fill();
+    // A draft is put there by the mail store.
+    bring({mail(4, One)}, "dr"_folder);
+    QCOMPARE(threadOf(4, "dr"_folder), threadOf(3));
+    bring({mail(5, One)});
+    QVERIFY(threadOf(5) != threadOf(3));
 }
 
 void TestConversations::anAnswerIsAsCheapInALargeFolder()

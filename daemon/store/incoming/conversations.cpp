@@ -136,16 +136,30 @@ void Conversations::note(const QMailMessageMetaDataList &messages)
 {
     lookUp(digestsOf(messages));
     for (const Message &message : messages) {
-        if (!m_known.contains(digestOf(message)))
+        const QByteArray digest = digestOf(message);
+        if (!m_known.contains(digest) && !m_full.contains(digest))
             place(message);
     }
 }
 
-void Conversations::move(const QMailMessageMetaDataList &messages)
+void Conversations::move(const QList<Change> &changes)
 {
+    QMailMessageMetaDataList messages;
+    QHash<QByteArray, QMailMessageIdList> together;
+    for (const auto &[before, after] : changes) {
+        messages.append(after);
+        together[digestOf(after)].append(after.id());
+    }
     lookUp(digestsOf(messages));
-    for (const Message &message : messages)
-        place(message);
+    for (const auto &[before, after] : changes) {
+        const QByteArray digest = digestOf(after);
+        // What had no conversation so far keeps the thread that the mail store has given it.
+        const bool isToLeave =
+            !m_known.contains(digest) && !isInFullThread(after) && !digestOf(before).isEmpty();
+        Message message = after;
+        if (!isToLeave || leave(&message, together.value(digest)))
+            place(message);
+    }
     refreshThreads();
 }
 
@@ -190,7 +204,7 @@ void Conversations::lookUp(const QSet<QByteArray> &digests)
         if (known.record.messages < MaximumThread)
             m_known.insert(known.record.digest, known);
         else
-            m_full.insert(known.record.digest);
+            m_full.insert(known.record.digest, known.record.thread);
     }
 }
 
@@ -262,10 +276,8 @@ Eas::Result Conversations::addTogether(const QList<QMailMessage *> &messages)
 }
 
 /**
- * Takes the first message of a conversation out of another one's thread, or out of a full one.
- *
- * By its subject, the mail store has guessed what it answers. To a message that answers nothing any
- * more, it gives a thread.
+ * Takes the first message of a conversation out of another one's thread, or out of a full one: by
+ * its subject, the mail store has guessed what it answers.
  */
 void Conversations::separate(QMailMessage *message)
 {
@@ -277,23 +289,85 @@ void Conversations::separate(QMailMessage *message)
     const QByteArray other = digestOf(guess);
     if (other.isEmpty() || (other == digest && !m_full.contains(digest)))
         return;
+    const std::optional<Message> now = takeOut(*message, answered);
+    if (!now)
+        return;
+    message->setParentThreadId(now->parentThreadId());
+    // The store still counts it where it was.
+    m_joinedThreads.insert(guess.parentThreadId().toULongLong(), guess.id());
+}
+
+/**
+ * Has a message whose conversation has changed leave the thread of the former one: what comes of
+ * its conversation would follow it there. Where the thread has no other messages than those that go
+ * along, it stays theirs.
+ *
+ * False where it stays among others.
+ */
+bool Conversations::leave(Message *message, const QMailMessageIdList &along)
+{
+    QMailStore *store = QMailStore::instance();
+    const QMailThreadId thread = message->parentThreadId();
+    const QMailMessageIdList others =
+        store->queryMessages(QMailMessageKey::parentThreadId(thread) & ~QMailMessageKey::id(along),
+                             QMailMessageSortKey(), 1);
+    if (store->lastError() != QMailStore::NoError)
+        return false;
+    if (others.isEmpty())
+        return true;
+    if (isDraft(*message))
+        return false;
+    const std::optional<Message> now = takeOut(currentMessage(message->id()), others.first());
+    if (now)
+        *message = *now;
+    m_joinedThreads.insert(thread.toULongLong(), others.first());
+    return now.has_value();
+}
+
+/**
+ * Gives a message a thread of its own; `companion` is another one of the thread where it was.
+ *
+ * The mail store does so with a message that answers another one and then does not any more.
+ */
+std::optional<Message> Conversations::takeOut(const Message &message,
+                                              const QMailMessageId &companion)
+{
+    if (!message.id().isValid())
+        return {};
+    QMailStore *store = QMailStore::instance();
+    const QMailMessageKey key = QMailMessageKey::id(message.id());
     // What the store takes for answers to it would come along.
     Message back;
-    back.setInResponseTo(answered);
-    if (!QMailStore::instance()->updateMessagesMetaData(
-            QMailMessageKey::inResponseTo(message->id()), QMailMessageKey::InResponseTo, back))
-        return;
-    Message alone = currentMessage(message->id());
+    back.setInResponseTo(message.inResponseTo());
+    if (!store->updateMessagesMetaData(QMailMessageKey::inResponseTo(message.id()),
+                                       QMailMessageKey::InResponseTo, back))
+        return {};
+    back.setInResponseTo(companion);
+    if (!message.inResponseTo().isValid()
+        && !store->updateMessagesMetaData(key, QMailMessageKey::InResponseTo, back))
+        return {};
+    // It is written as a whole: another process that is writing is waited for, as nobody sees what
+    // it does until it has done.
+    store->lock();
+    store->unlock();
+    Message alone = currentMessage(message.id());
     alone.setInResponseTo(QMailMessageId());
     alone.setResponseType(Message::NoResponse);
     alone.setParentThreadId(QMailThreadId());
-    if (!QMailStore::instance()->updateMessage(&alone))
-        return;
-    const Message now = currentMessage(message->id());
-    message->setParentThreadId(now.parentThreadId());
-    // The store still counts it where it was.
-    m_joinedThreads.insert(guess.parentThreadId().toULongLong(), guess.id());
+    if (!store->updateMessage(&alone))
+        return {};
+    const Message now = currentMessage(message.id());
     moveTo(now.parentThreadId(), now);
+    return now;
+}
+
+/** Whether the message is in its conversation's thread, which is full. */
+bool Conversations::isInFullThread(const Message &message) const
+{
+    const QByteArray digest = digestOf(message);
+    const auto full = m_full.constFind(digest);
+    return !m_known.contains(digest) && full != m_full.constEnd()
+        && *full == message.parentThreadId();
 }
 
 /**
@@ -304,7 +378,8 @@ void Conversations::separate(QMailMessage *message)
 void Conversations::place(const Message &message)
 {
     const QByteArray digest = digestOf(message);
-    if (digest.isEmpty())
+    // With a record, others would follow it there.
+    if (digest.isEmpty() || isInFullThread(message))
         return;
     Known &known = m_known[digest];
     known.record.digest = digest;

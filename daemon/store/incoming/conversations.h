@@ -6,7 +6,10 @@
 
 #include <QHash>
 #include <qmailmessage.h>
+#include <QPair>
 #include <QSet>
+
+#include <optional>
 
 namespace Store {
 
@@ -31,6 +34,9 @@ public:
      * has so many begins another one. */
     static constexpr int MaximumThread = 250;
 
+    /** A message before its conversation has changed, and after. */
+    using Change = QPair<QMailMessageMetaData, QMailMessageMetaData>;
+
     /** The database must outlive the object. */
     Conversations(SyncStateDb &db, const QMailAccountId &account);
 
@@ -40,7 +46,7 @@ public:
     void note(const QMailMessageMetaDataList &messages);
     /** Brings messages that are in the store, and whose conversation has changed, into its thread.
      */
-    void move(const QMailMessageMetaDataList &messages);
+    void move(const QList<Change> &changes);
     /** Has the unread messages counted anew in the threads of messages that were marked as read, or
      * as unread. */
     void recount(const QMailMessageMetaDataList &messages);
@@ -64,6 +70,10 @@ private:
     bool join(QMailMessage *message);
     Eas::Result addTogether(const QList<QMailMessage *> &messages);
     void separate(QMailMessage *message);
+    bool leave(QMailMessageMetaData *message, const QMailMessageIdList &along);
+    std::optional<QMailMessageMetaData> takeOut(const QMailMessageMetaData &message,
+                                                const QMailMessageId &companion);
+    bool isInFullThread(const QMailMessageMetaData &message) const;
     void place(const QMailMessageMetaData &message);
     void moveTo(const QMailThreadId &thread, const QMailMessageMetaData &message);
     void refreshThreads();
@@ -72,7 +82,7 @@ private:
     ConversationTable m_table;
     QHash<QByteArray, ConversationRecord> m_unsaved;
     QHash<QByteArray, Known> m_known;               ///< of the current call's messages
-    QSet<QByteArray> m_full;                        ///< those of them whose thread is full
+    QHash<QByteArray, QMailThreadId> m_full;        ///< those of them whose thread is full
     QHash<quint64, QMailMessageId> m_joinedThreads; ///< with a message of each
 };
 

@@ -213,13 +213,15 @@ Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, co
 void MessageWriter::followConversations(const Updates &items)
 {
     QMailMessageMetaDataList same;
-    QMailMessageMetaDataList changed;
+    QList<Conversations::Change> changed;
     for (const auto &[item, before] : items) {
         QMailMessageMetaData after = before;
         if (!MessageBuilder::updateConversation(&after, item))
             continue; // it is not told
-        const bool isSame = after.customFields() == before.customFields();
-        (isSame ? same : changed).append(after);
+        if (after.customFields() == before.customFields())
+            same.append(after);
+        else
+            changed.append({before, after});
     }
     if (!same.isEmpty())
         m_conversations.note(same);
