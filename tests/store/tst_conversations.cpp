@@ -355,6 +355,10 @@ void TestConversations::firstMessageOfAChangedConversationTakesItsThreadAlong()
     QCOMPARE(m_account->write(changing(text("c"), {change})), 200);
     bring({mail(2, Other, text("Re: New plan"))});
     QCOMPARE(threadOf(2), threadOf(1));
+    // What comes of the former conversation does not follow.
+    bring({mail(3, One), mail(4, One)});
+    QVERIFY(threadOf(3) != threadOf(1));
+    QCOMPARE(threadOf(4), threadOf(3));
 }
 
 /** The store itself counts in one thread alone when flags are set. */

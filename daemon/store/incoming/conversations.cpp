@@ -232,10 +232,16 @@ QList<Conversations::Known> Conversations::believed(const QList<ConversationReco
             known.record.thread = record.thread;
         for (const QMailMessageId &id : {record.first, record.last}) {
             const Message message = messages.value(id.toULongLong());
-            if (digestOf(message) != record.digest
-                || !present.contains(message.parentThreadId().toULongLong()))
+            const QMailThreadId thread = message.parentThreadId();
+            if (!present.contains(thread.toULongLong()))
                 continue;
-            known.record.thread = message.parentThreadId();
+            if (digestOf(message) != record.digest) {
+                // It has taken the thread along to another conversation.
+                if (thread == record.thread && !known.record.first.isValid())
+                    known.record.thread = QMailThreadId();
+                continue;
+            }
+            known.record.thread = thread;
             known.take(message);
         }
         if (known.record.thread.isValid())
