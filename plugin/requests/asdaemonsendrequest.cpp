@@ -3,6 +3,7 @@
 
 #include "asclient/asdbusinterface.h"
 #include "asclient/resultcode.h"
+#include "plugin/requests/transmittedmails.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/service/statuscode.h"
 
@@ -106,8 +107,10 @@ void AsDaemonSendRequest::setOutbox(bool waiting)
 void AsDaemonSendRequest::reportSuccess()
 {
     qMailLog(Messaging) << "Emitting 'messagesTransmitted' signal for id " << m_messageId;
-    if (!m_cancelled)
-        emit messagesTransmitted(QMailMessageIdList {m_messageId});
+    if (m_cancelled)
+        return;
+    TransmittedMails::instance().note(m_messageId);
+    emit messagesTransmitted(QMailMessageIdList {m_messageId});
 }
 
 void AsDaemonSendRequest::reportFailure(int code)

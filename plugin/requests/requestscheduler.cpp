@@ -5,6 +5,7 @@
 #include "asclient/resultcode.h"
 #include "plugin/requests/asdaemonrequest.h"
 #include "plugin/requests/daemonwaker.h"
+#include "plugin/requests/transmittedmails.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/service/statuscode.h"
 
@@ -242,6 +243,7 @@ int RequestScheduler::execute(AsDaemonRequest *request)
 void RequestScheduler::endAction(int code)
 {
     m_service.stopWaiting(code);
+    const TransmittedMails::Guard guard;
     emit actionCompleted(statusErrorCode(code) == QMailServiceAction::Status::ErrNoError);
     qMailLog(Messaging) << "Action Completed signal is emited";
 }

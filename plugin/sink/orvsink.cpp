@@ -5,6 +5,7 @@
 #include "plugin/requests/asdaemonoperationrequest.h"
 #include "plugin/requests/asdaemonsendrequest.h"
 #include "plugin/requests/requestscheduler.h"
+#include "plugin/requests/transmittedmails.h"
 #include "plugin/service/orvservice.h"
 
 #include <qmaillog.h>
@@ -53,6 +54,7 @@ bool OrvSink::transmitMessages(const QMailMessageIdList &ids)
     if (ids.isEmpty()) {
         qMailLog(Messaging) << "Nothing to transmit";
         emit messagesTransmitted(QMailMessageIdList());
+        const TransmittedMails::Guard guard;
         emit m_service->actionCompleted(true);
         return true;
     }

@@ -2,6 +2,7 @@
 // Flags and deletions: done in the mail store, and left to the daemon to carry to the server.
 #include "asclient/asdbusinterface.h"
 #include "plugin/requests/requestscheduler.h"
+#include "plugin/requests/transmittedmails.h"
 #include "plugin/service/orvservice.h"
 #include "plugin/source/orvsource.h"
 #include "plugin/source/syncmarker.h"
@@ -30,24 +31,32 @@ bool OrvSource::flagMessages(const QMailMessageIdList &ids, quint64 setMask, qui
         emit actionCompleted(false);
         return false;
     }
-    modifyMessageFlags(ids, setMask, unsetMask);
+    const bool areSent =
+        (setMask & QMailMessageMetaData::Sent) && (unsetMask & QMailMessageMetaData::Outbox);
+    const QMailMessageIdList meant =
+        areSent ? TransmittedMails::instance().keepRewritten(ids) : ids;
+    modifyMessageFlags(meant, setMask, unsetMask);
     if (((setMask | unsetMask) & QMailMessageMetaData::Read) && isPushEnabled()) {
         syncChangedFolders(parentFolders(ids));
         return true;
     }
-    if ((setMask & QMailMessageMetaData::Sent) && (unsetMask & QMailMessageMetaData::Outbox)) {
-        // Deliberate: the server's own copy arrives by the Sent folder.
-        for (const QMailMessageId &id : ids) {
-            qMailLog(Messaging) << "Deleting send message" << id;
-            QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord);
-        }
-        // The message server flags what all accounts have sent when one of them is done. An action
-        // that runs here then is none of flagging, and has its own end.
-        if (isBusy())
-            return true;
-    }
-    completeSoon();
+    if (areSent)
+        removeSent(meant);
+    // The message server flags what all accounts have sent when one of them is done. An action that
+    // runs here then is none of flagging, and has its own end.
+    if (!areSent || !isBusy())
+        completeSoon();
     return true;
+}
+
+/** Deliberate: the server's own copies arrive by the Sent folder. */
+void OrvSource::removeSent(const QMailMessageIdList &ids)
+{
+    for (const QMailMessageId &id : ids) {
+        qMailLog(Messaging) << "Deleting send message" << id;
+        QMailStore::instance()->removeMessage(id, QMailStore::NoRemovalRecord);
+    }
+    TransmittedMails::instance().forget(ids);
 }
 
 bool OrvSource::deleteMessages(const QMailMessageIdList &ids)

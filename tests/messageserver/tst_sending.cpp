@@ -20,6 +20,10 @@ private slots:
     void failedMessageWaitsAgain_data();
     void failedMessageWaitsAgain();
     void oneFailureBlocksNoOther();
+    void whatIsEditedBeforeTheEndIsSentAnew();
+    void whatIsEditedBeforeTheEndStays_data();
+    void whatIsEditedBeforeTheEndStays();
+    void whatIsEditedAfterACancelledSendingStays();
 
     void refusedMessageWaits();
     void refusedMessageBlocksNoOther();
@@ -47,6 +51,8 @@ private slots:
 private:
     void verifyGone(const QMailMessageIdList &ids);
     ScriptedDaemon::Call startAndCancel(Transmission &transmission);
+    ScriptedDaemon::Call sendFirstOfTwo(Transmission &transmission);
+    void edit(const QMailMessageId &id, quint64 status);
 };
 
 /** Sent, known as sent to the server, and out of the store without a removal record. */
@@ -65,6 +71,28 @@ ScriptedDaemon::Call TestSending::startAndCancel(Transmission &transmission)
     transmission.action.cancelOperation();
     verifyFailed(transmission.watcher, 1030);
     return call;
+}
+
+/** Has the client transmit two messages, of which one is sent; the daemon's call for the other. */
+ScriptedDaemon::Call TestSending::sendFirstOfTwo(Transmission &transmission)
+{
+    addOutgoing(2);
+    transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    m_daemon->complete(calls.at(0).requestId, 200);
+    if (!QTest::qWaitFor([&] { return !transmission.transmitted.isEmpty(); }, PatienceMs))
+        qWarning("the message server tells of no message that was sent");
+    return calls.at(1);
+}
+
+/** Its author writes the message anew, and it is to be in the outbox, or a draft. */
+void TestSending::edit(const QMailMessageId &id, quint64 status)
+{
+    QMailMessage edited(id);
+    edited.setSubject(QStringLiteral("Edited"));
+    edited.setStatus(QMailMessage::Outbox | QMailMessage::Draft, false);
+    edited.setStatus(status, true);
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
 }
 
 void TestSending::sendsOneMessage()
@@ -211,6 +239,78 @@ void TestSending::oneFailureBlocksNoOther()
     QCOMPARE(call.arguments.at(1).toULongLong(), failed.toULongLong());
     succeed(again, call);
     verifyGone(ids);
+}
+
+void TestSending::whatIsEditedBeforeTheEndIsSentAnew()
+{
+    Transmission transmission;
+    const auto call = sendFirstOfTwo(transmission);
+    const QMailMessageIdList sent = transmission.transmitted;
+    QCOMPARE(sent.size(), 1);
+    edit(sent.first(), QMailMessage::Outbox);
+    // It waits for the first.
+    Transmission again;
+    again.action.transmitMessages(m_account);
+    settle();
+    succeed(transmission, call);
+    const auto second = m_daemon->waitForCall("sendMail");
+    QCOMPARE(second.arguments.value(1).toULongLong(), sent.first().toULongLong());
+    succeed(again, second);
+    QCOMPARE(again.transmitted, sent);
+    QTRY_COMPARE(outbox(), QByteArray());
+    QCOMPARE(m_daemon->callCount("sendMail"), 3);
+}
+
+void TestSending::whatIsEditedBeforeTheEndStays_data()
+{
+    QTest::addColumn<bool>("draft");
+    QTest::addColumn<QByteArray>("state");
+    QTest::addRow("it is to go") << false << QByteArray("Edited waiting");
+    QTest::addRow("it is a draft") << true << QByteArray("Edited accepted");
+}
+
+void TestSending::whatIsEditedBeforeTheEndStays()
+{
+    QFETCH(bool, draft);
+    QFETCH(QByteArray, state);
+    Transmission transmission;
+    const auto call = sendFirstOfTwo(transmission);
+    const QMailMessageId id = transmission.transmitted.value(0);
+    edit(id, draft ? QMailMessage::Draft : QMailMessage::Outbox);
+    succeed(transmission, call);
+    QTRY_VERIFY(!StoreFixture::exists(QMailMessageId(call.arguments.at(1).toULongLong())));
+    settle();
+    QCOMPARE(outbox(), state);
+    QCOMPARE(StoreFixture::hasStatus(id, QMailMessage::Draft), draft);
+    verifyNextAction();
+    m_daemon->answer(Answer::nextId().completing(200));
+    announceSync();
+    if (!draft) {
+        QTRY_COMPARE(outbox(), QByteArray());
+        return;
+    }
+    QTRY_COMPARE(logCount("Synchronize COMPLETED signal received"), 1);
+    settle();
+    QCOMPARE(outbox(), state);
+}
+
+/** The message server marks what was sent in a cancelled action at the end of the next one. */
+void TestSending::whatIsEditedAfterACancelledSendingStays()
+{
+    Transmission transmission;
+    const auto call = sendFirstOfTwo(transmission);
+    const QMailMessageId id = transmission.transmitted.value(0);
+    transmission.action.cancelOperation();
+    verifyFailed(transmission.watcher, 1030);
+    m_daemon->complete(call.requestId, 200);
+    edit(id, QMailMessage::Draft);
+    const QMailMessageId other = addOutgoing(QStringLiteral("C"));
+    Transmission next;
+    succeed(next, startSending(next));
+    QTRY_VERIFY(!StoreFixture::exists(other));
+    settle();
+    QVERIFY(outbox().contains("Edited accepted"));
+    QVERIFY(StoreFixture::hasStatus(id, QMailMessage::Draft));
 }
 
 void TestSending::refusedMessageWaits()

@@ -55,6 +55,7 @@ private slots:
     void whatWasTakenBackDoesNotGoLater();
     void editedWhileItLeavesNothingIsLost_data();
     void editedWhileItLeavesNothingIsLost();
+    void editedWhileAnotherLeavesGoesAnew();
     void daemonKilledWhileTheServerIsAtIt_data();
     void daemonKilledWhileTheServerIsAtIt();
     void daemonKilledAfterTheServerHasIt_data();
@@ -352,6 +353,38 @@ void TestWholeSending::editedWhileItLeavesNothingIsLost()
     verifyTransmitted(transmission, draft ? QMailMessageIdList() : QMailMessageIdList {id});
     QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
     QCOMPARE(world().copies(Bob, QStringLiteral("Edited")), draft ? 0 : 1);
+}
+
+/** The message server knows that it has gone, and has others to send before it marks that. */
+void TestWholeSending::editedWhileAnotherLeavesGoesAnew()
+{
+    world().server.fault(SendingWorld::sendFault("delay",
+                                                 {{QStringLiteral("after"), 1},
+                                                  {QStringLiteral("late"), true},
+                                                  {QStringLiteral("seconds"), 20}}));
+    const QMailMessageIdList ids = addMany(2);
+    Transmission transmission;
+    transmit(transmission);
+    QTRY_COMPARE(transmission.transmitted.size(), 1);
+    const QMailMessageId id = transmission.transmitted.first();
+    QMailMessage edited(id);
+    edited.setSubject(QStringLiteral("Edited"));
+    edited.setStatus(QMailMessage::Outbox, true);
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
+    Transmission again;
+    transmit(again);
+    QTRY_COMPARE(world().server.messages(Bob, QStringLiteral("Inbox")).size(), 2);
+    world().server.endDelays();
+    QVERIFY(transmission.watcher.waitForEnd());
+    QVERIFY(again.watcher.waitForEnd());
+    verifyTransmitted(transmission, ids);
+    verifyTransmitted(again, {id});
+    verifyOneCopyOf({QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("Edited")});
+    QStringList after = m_before;
+    for (const char *subject : {"A", "B", "Edited"})
+        after.append(QLatin1String(subject) + QStringLiteral(" in Sent: of the server"));
+    after.sort();
+    QTRY_COMPARE(store(), after);
 }
 
 void TestWholeSending::daemonKilledWhileTheServerIsAtIt_data()

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef PLUGIN_REQUESTS_TRANSMITTEDMAILS_H
+#define PLUGIN_REQUESTS_TRANSMITTEDMAILS_H
+
+#include <QHash>
+#include <qmailmessage.h>
+
+/**
+ * What the mails were of which the message server was told that they are transmitted.
+ *
+ * At the end of a transmission, the message server marks those mails as sent by their ids, and then
+ * has the source flag them, which removes them. Until then their author may have written one anew:
+ * that is another mail, which nobody has sent. It keeps its marks, and stays.
+ */
+class TransmittedMails
+{
+public:
+    /** While the message server is told of an end, keeps the marks of what was written anew. */
+    class Guard
+    {
+    public:
+        Guard();
+        ~Guard();
+        Guard(const Guard &) = delete;
+        Guard &operator=(const Guard &) = delete;
+
+    private:
+        QMailMessageMetaDataList m_rewritten;
+    };
+
+    /** Those of all services: the message server does not tell them apart either. */
+    static TransmittedMails &instance();
+
+    bool isEmpty() const { return m_contents.isEmpty(); }
+    /** The message server is told of the message right after this. */
+    void note(const QMailMessageId &id);
+    /**
+     * `ids` without the mails that were written anew. What the message server has marked as sent of
+     * these, at the end of another plugin's transmission, becomes a draft: whether it was to go is
+     * not known any more.
+     */
+    QMailMessageIdList keepRewritten(const QMailMessageIdList &ids) const;
+    /** The messages are removed. */
+    void forget(const QMailMessageIdList &ids);
+
+private:
+    bool isRewritten(const QMailMessageId &id, const QMailMessageMetaData &now) const;
+    QMailMessageMetaDataList takeStock();
+
+    /** For each message its content's identifier, of which each writing makes a new one. */
+    QHash<QMailMessageId, QString> m_contents;
+};
+
+#endif
