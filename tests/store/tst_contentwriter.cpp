@@ -10,6 +10,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+
+Q_DECLARE_METATYPE(Eas::Attachment)
+
 using namespace Items;
 namespace ContentWriter = Store::ContentWriter;
 
@@ -78,6 +82,9 @@ private slots:
     void messageWithAParameterOfALongNameIsNotParsed_data();
     void messageWithAParameterOfALongNameIsNotParsed();
     void partIsDescribed();
+    void anAttachmentOfSeveralOfItsNameIsFoundInANewList_data();
+    void anAttachmentOfSeveralOfItsNameIsFoundInANewList();
+    void anAttachmentThatMayBeAnotherIsNotFoundInANewList();
     void partBecomesReadable();
     void lastPartMakesTheMessageWhole();
     void emptyPartDoesNoHarm();
@@ -87,6 +94,8 @@ private slots:
 
 private:
     QString file(const QByteArray &content);
+    /** A message with an HTML text and these attachments. */
+    QMailMessageId add(const QList<Eas::Attachment> &attachments);
     QMailMessage message() { return m_account->message(text("1")); }
 
     std::unique_ptr<SyncedAccount> m_account;
@@ -122,6 +131,15 @@ QString TestContentWriter::file(const QByteArray &content)
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         qFatal("cannot write a file for the test");
     return file.fileName();
+}
+
+QMailMessageId TestContentWriter::add(const QList<Eas::Attachment> &attachments)
+{
+    Eas::MailItem shown = item(text("9"), text("With more parts"));
+    shown.body->type = Eas::Html;
+    shown.attachments = attachments;
+    m_account->write(adding(text("3"), {shown}));
+    return m_account->message(text("9")).id();
 }
 
 void TestContentWriter::wholeMessageKeepsIdAndFlags()
@@ -353,6 +371,66 @@ void TestContentWriter::partIsDescribed()
     QVERIFY(source.fileReference.isEmpty());
     for (const char *place : {"4", "0", "1.1", "", "x", "999999-3", "-1"})
         QCOMPARE(ContentWriter::partSource(m_id, text(place), &source).code, 404);
+}
+
+void TestContentWriter::anAttachmentOfSeveralOfItsNameIsFoundInANewList_data()
+{
+    QTest::addColumn<QList<Eas::Attachment>>("attachments");
+    QTest::addColumn<QStringList>("locations");
+    QTest::addColumn<bool>("isReversed");
+    using List = QList<Eas::Attachment>;
+    const Eas::Attachment plain = attachment(text("image.png"), text("ref/1"));
+    Eas::Attachment shown = attachment(text("image.png"), text("ref/2"));
+    shown.isInline = true;
+    shown.contentId = text("image@text");
+    Eas::Attachment shownAsWell = attachment(text("image.png"), text("ref/3"));
+    shownAsWell.isInline = true;
+    shownAsWell.contentId = text("another@text");
+    Eas::Attachment withId = attachment(text("image.png"), text("ref/2"));
+    withId.contentId = text("image@text");
+    const Eas::Attachment larger = attachment(text("image.png"), text("ref/2"), 2000);
+    QTest::newRow("alike in all") << List {plain, plain} << QStringList {text("2"), text("3")}
+                                  << false;
+    QTest::newRow("the second is shown in the text")
+        << List {plain, shown} << QStringList {text("2"), text("1.2")} << false;
+    QTest::newRow("two are shown in the text")
+        << List {plain, shown, plain, shownAsWell}
+        << QStringList {text("2"), text("1.2"), text("3"), text("1.3")} << false;
+    QTest::newRow("told by the content id, in another order")
+        << List {plain, withId} << QStringList {text("2"), text("3")} << true;
+    QTest::newRow("told by the size, in another order")
+        << List {plain, larger} << QStringList {text("2"), text("3")} << true;
+}
+
+void TestContentWriter::anAttachmentOfSeveralOfItsNameIsFoundInANewList()
+{
+    QFETCH(QList<Eas::Attachment>, attachments);
+    QFETCH(QStringList, locations);
+    QFETCH(bool, isReversed);
+    for (int i = 0; i < attachments.size(); ++i)
+        attachments[i].fileReference = text("old/%1").arg(i);
+    const QMailMessageId id = add(attachments);
+    for (int i = 0; i < attachments.size(); ++i)
+        attachments[i].fileReference = text("new/%1").arg(i);
+    QList<Eas::Attachment> listed = attachments;
+    if (isReversed)
+        std::reverse(listed.begin(), listed.end());
+    for (int i = 0; i < attachments.size(); ++i) {
+        Store::PartSource source;
+        QVERIFY(ContentWriter::partSource(id, locations.at(i), &source).ok());
+        QCOMPARE(source.fileReference, text("old/%1").arg(i));
+        QCOMPARE(ContentWriter::matchingReference(id, locations.at(i), listed),
+                 text("new/%1").arg(i));
+    }
+}
+
+void TestContentWriter::anAttachmentThatMayBeAnotherIsNotFoundInANewList()
+{
+    const QMailMessageId id = add({attachment(text("image.png"), text("ref/1")),
+                                   attachment(text("image.png"), text("ref/2"))});
+    const QList<Eas::Attachment> listed {attachment(text("image.png"), text("new"))};
+    QCOMPARE(ContentWriter::matchingReference(id, text("2"), listed), QString());
+    QCOMPARE(ContentWriter::matchingReference(id, text("3"), listed), QString());
 }
 
 void TestContentWriter::partBecomesReadable()

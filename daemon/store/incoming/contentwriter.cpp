@@ -14,7 +14,9 @@
 #include <qmailnamespace.h>
 #include <qmailstore.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <unistd.h>
 
 namespace Store {
@@ -153,6 +155,51 @@ bool placeFile(const QMailMessage &message, const QMailMessagePart &part, const 
     return ::rename(QFile::encodeName(path).constData(), target.constData()) == 0;
 }
 
+/** What an attachment is told by: its name, and what tells those of one name apart. */
+struct AttachmentTraits
+{
+    explicit AttachmentTraits(const QMailMessagePart &part)
+        : reference(MessageBuilder::fileReference(part))
+        , traits {part.displayName(), part.contentID(),
+                  QString::number(part.contentDisposition().type()),
+                  QString::fromLatin1(part.contentType().content()).toLower(),
+                  QString::number(part.contentDisposition().size())}
+    {
+    }
+
+    QString reference;
+    QStringList traits;
+};
+
+/**
+ * The reference of the one `there` that is the attachment `here` at this place; empty where that is
+ * not sure.
+ *
+ * Only the name has to be the same: servers estimate a size otherwise, or leave something out. What
+ * lies in a text may stand elsewhere in the server's list. So what cannot be told apart by its
+ * traits has the same order on both sides.
+ */
+QString matching(QList<AttachmentTraits> here, int at, QList<AttachmentTraits> there)
+{
+    const QStringList wanted = here.at(at).traits;
+    for (int trait = 0; trait < wanted.size(); ++trait) {
+        const auto having = [&](const QList<AttachmentTraits> &all) {
+            QList<AttachmentTraits> found;
+            std::copy_if(all.begin(), all.end(), std::back_inserter(found),
+                         [&](const auto &one) { return one.traits.at(trait) == wanted.at(trait); });
+            return found;
+        };
+        const QList<AttachmentTraits> thereAlike = having(there);
+        const bool isTelling = !thereAlike.isEmpty() && thereAlike.size() == having(here).size();
+        if (trait > 0 && !isTelling)
+            continue;
+        at = having(here.mid(0, at)).size();
+        here = having(here);
+        there = thereAlike;
+    }
+    return here.size() == there.size() ? there.at(at).reference : QString();
+}
+
 } // namespace
 
 Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QString &path)
@@ -227,21 +274,20 @@ QString ContentWriter::matchingReference(const QMailMessageId &id, const QString
     const QMailMessagePart *wanted = find(message, location);
     if (!wanted)
         return {};
-    // Of several attachments with one name, the order decides.
-    int before = 0;
-    bool isPassed = false;
+    QList<AttachmentTraits> here;
+    int at = -1;
     message.foreachPart([&](const QMailMessagePart &part) {
-        isPassed = isPassed || &part == wanted;
-        const bool isAlike = !MessageBuilder::fileReference(part).isEmpty()
-            && part.displayName() == wanted->displayName();
-        before += isAlike && !isPassed ? 1 : 0;
+        if (MessageBuilder::fileReference(part).isEmpty())
+            return true;
+        if (&part == wanted)
+            at = here.size();
+        here.append(AttachmentTraits(part));
         return true;
     });
-    for (const Eas::Attachment &attachment : attachments) {
-        if (MailText::fileName(attachment.displayName) == wanted->displayName() && before-- == 0)
-            return attachment.fileReference;
-    }
-    return {};
+    QList<AttachmentTraits> there;
+    for (const Eas::Attachment &attachment : attachments)
+        there.append(AttachmentTraits(MessageBuilder::attachmentPart(attachment)));
+    return at < 0 ? QString() : matching(here, at, there);
 }
 
 Eas::Result ContentWriter::writePart(const QMailMessageId &id, const QString &location,

@@ -35,7 +35,8 @@ Eas::Result partSource(const QMailMessageId &id, const QString &location, PartSo
 
 /**
  * Where the server keeps the part's content by the list of attachments that it has now; empty where
- * the list has no such part. Servers change the references of messages that move.
+ * the list has no such part, or several that may be it. Servers change the references of messages
+ * that move.
  */
 QString matchingReference(const QMailMessageId &id, const QString &location,
                           const QList<Eas::Attachment> &attachments);

@@ -55,43 +55,6 @@ bool isEmbedded(const Eas::Attachment &attachment)
     return attachment.isInline && !attachment.contentId.isEmpty();
 }
 
-/** A part that knows where its content is, and has none yet. */
-QMailMessagePart attachmentPart(const Eas::Attachment &attachment)
-{
-    const QString name = MailText::fileName(attachment.displayName);
-    QMailMessageContentType type(contentTypeOf(attachment, name));
-    QMailMessageContentDisposition disposition(isEmbedded(attachment)
-                                                   ? QMailMessageContentDisposition::Inline
-                                                   : QMailMessageContentDisposition::Attachment);
-    if (!name.isEmpty()) {
-        const QByteArray encoded = QMailMessageHeaderField::encodeParameter(name, "UTF-8");
-        const bool plain = MailText::isParameter(name);
-        type.setParameter("name", plain ? name.toLatin1() : encoded);
-        disposition.setParameter("filename", plain ? name.toLatin1() : encoded);
-        if (!plain) {
-            type.setParameterEncoded("name");
-            disposition.setParameterEncoded("filename");
-        }
-    }
-    disposition.setSize(int(qBound(qint64(0), attachment.estimatedSize, qint64(INT_MAX))));
-
-    QMailMessagePart part;
-    part.setHeaderField(type);
-    part.setHeaderField(disposition);
-    part.setHeaderField(QStringLiteral("Content-Transfer-Encoding"), QStringLiteral("base64"));
-    const auto id = [](const QString &text) {
-        return MailText::headerText(text, MailText::MaximumIdLength);
-    };
-    if (!attachment.contentId.isEmpty())
-        part.setContentID(id(attachment.contentId));
-    if (!attachment.contentLocation.isEmpty())
-        part.setContentLocation(id(attachment.contentLocation));
-    MimeGuard::disarm(&part);
-    part.setHeaderField(FileReferenceHeader,
-                        QString::fromLatin1(attachment.fileReference.toUtf8().toPercentEncoding()));
-    return part;
-}
-
 /** Text alone, related (text and what it shows), mixed (that and attachments). */
 void setContent(QMailMessage *message, const Eas::Body &body,
                 const QList<Eas::Attachment> &attachments)
@@ -100,7 +63,7 @@ void setContent(QMailMessage *message, const Eas::Body &body,
     QList<QMailMessagePart> attached;
     for (const Eas::Attachment &attachment : attachments) {
         const bool related = body.type == Eas::Html && isEmbedded(attachment);
-        (related ? shown : attached).append(attachmentPart(attachment));
+        (related ? shown : attached).append(MessageBuilder::attachmentPart(attachment));
     }
     if (attachments.isEmpty()) {
         message->setBody(textBody(body));
@@ -363,6 +326,42 @@ void MessageBuilder::keepIdentity(QMailMessage *after, const QMailMessageMetaDat
         if (after->customField(it.key()).isNull())
             after->setCustomField(it.key(), it.value());
     }
+}
+
+QMailMessagePart MessageBuilder::attachmentPart(const Eas::Attachment &attachment)
+{
+    const QString name = MailText::fileName(attachment.displayName);
+    QMailMessageContentType type(contentTypeOf(attachment, name));
+    QMailMessageContentDisposition disposition(isEmbedded(attachment)
+                                                   ? QMailMessageContentDisposition::Inline
+                                                   : QMailMessageContentDisposition::Attachment);
+    if (!name.isEmpty()) {
+        const QByteArray encoded = QMailMessageHeaderField::encodeParameter(name, "UTF-8");
+        const bool plain = MailText::isParameter(name);
+        type.setParameter("name", plain ? name.toLatin1() : encoded);
+        disposition.setParameter("filename", plain ? name.toLatin1() : encoded);
+        if (!plain) {
+            type.setParameterEncoded("name");
+            disposition.setParameterEncoded("filename");
+        }
+    }
+    disposition.setSize(int(qBound(qint64(0), attachment.estimatedSize, qint64(INT_MAX))));
+
+    QMailMessagePart part;
+    part.setHeaderField(type);
+    part.setHeaderField(disposition);
+    part.setHeaderField(QStringLiteral("Content-Transfer-Encoding"), QStringLiteral("base64"));
+    const auto id = [](const QString &text) {
+        return MailText::headerText(text, MailText::MaximumIdLength);
+    };
+    if (!attachment.contentId.isEmpty())
+        part.setContentID(id(attachment.contentId));
+    if (!attachment.contentLocation.isEmpty())
+        part.setContentLocation(id(attachment.contentLocation));
+    MimeGuard::disarm(&part);
+    part.setHeaderField(FileReferenceHeader,
+                        QString::fromLatin1(attachment.fileReference.toUtf8().toPercentEncoding()));
+    return part;
 }
 
 QString MessageBuilder::fileReference(const QMailMessagePart &part)

@@ -39,6 +39,9 @@ bool updateConversation(QMailMessageMetaData *message, const Eas::MailItem &item
 /** Takes over from a message all by which the store and its users know it: ids, folder, flags. */
 void keepIdentity(QMailMessage *after, const QMailMessageMetaData &before);
 
+/** A part that knows where the attachment's content is, and has none yet. */
+QMailMessagePart attachmentPart(const Eas::Attachment &attachment);
+
 /** Where the server keeps an attachment's content; empty for any other part. */
 QString fileReference(const QMailMessagePart &part);
 
