@@ -90,8 +90,8 @@ void AttachmentDownload::ask()
         return;
     }
     m_isLengthKnown = false;
-    auto *command = new Eas::FetchAttachmentCommand(m_context.session, m_source.fileReference,
-                                                    m_file->device());
+    const QString &reference = m_newReference.isEmpty() ? m_source.fileReference : m_newReference;
+    auto *command = new Eas::FetchAttachmentCommand(m_context.session, reference, m_file->device());
     connect(command, &Eas::Command::progressed, this, &AttachmentDownload::onReceived);
     connect(command, &Eas::FetchAttachmentCommand::written, this, &AttachmentDownload::onWritten);
     run(command, [this, command] { onAnswer(*command); });
@@ -119,7 +119,7 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
     }
     // Some servers answer a reference that is not valid any more with an incomplete document.
     const bool mayBeStale = result.code == Eas::NotFound || result.code == Eas::InvalidAnswer;
-    if (mayBeStale && !m_isReferenceNew) {
+    if (mayBeStale && m_newReference.isEmpty()) {
         m_failure = result;
         lookUpServerId();
         return;
@@ -131,7 +131,8 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
         return;
     }
     write(undivided([this] {
-              return Store::ContentWriter::writePart(m_message, m_location, m_file->path());
+              return Store::ContentWriter::writePart(m_message, m_location, m_source.fileReference,
+                                                     m_file->path());
           }),
           [this] {
               m_progress.complete();
@@ -142,7 +143,6 @@ void AttachmentDownload::onAnswer(const Eas::FetchAttachmentCommand &command)
 /** Asks for a new reference: the message may have moved since the old one came. */
 void AttachmentDownload::lookUpServerId()
 {
-    m_isReferenceNew = true;
     auto *lookup = new ServerIdLookup(m_context, m_message, this);
     runOrEnd(lookup, [this, lookup] { askForReference(lookup->locator()); });
 }
@@ -174,7 +174,7 @@ void AttachmentDownload::onReference(const Eas::FetchMessageCommand &command)
         end(m_failure);
         return;
     }
-    m_source.fileReference = reference;
+    m_newReference = reference;
     ask();
 }
 

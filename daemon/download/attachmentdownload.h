@@ -49,11 +49,11 @@ private:
     const QMailMessageId m_message;
     const QString m_location;
     Store::PartSource m_source;
+    QString m_newReference; ///< what the server calls the part now; empty until it was asked
     std::unique_ptr<DownloadFile> m_file;
     ProgressSocket m_progress;
     QBuffer m_nothing;     ///< takes the text that comes with a new reference
     Eas::Result m_failure; ///< of the first reference
-    bool m_isReferenceNew = false;
     bool m_isLengthKnown = false;
 };
 

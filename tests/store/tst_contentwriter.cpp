@@ -87,6 +87,8 @@ private slots:
     void anAttachmentThatMayBeAnotherIsNotFoundInANewList();
     void partBecomesReadable();
     void lastPartMakesTheMessageWhole();
+    void aPartThatHasTakenAnothersPlaceStaysAsItIs_data();
+    void aPartThatHasTakenAnothersPlaceStaysAsItIs();
     void emptyPartDoesNoHarm();
     void otherPartsStayAsTheyAre();
     void messageThatIsGoneIsNotFound();
@@ -437,7 +439,7 @@ void TestContentWriter::partBecomesReadable()
 {
     const QByteArray content("\x00\x01\xff\r\n\n.\r\n", 10);
     const QString path = file(content);
-    QVERIFY(ContentWriter::writePart(m_id, text("2"), path).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), text("ref/1"), path).ok());
     QFile::remove(path);
     {
         const QMailMessagePart part = message().partAt(1u);
@@ -453,15 +455,15 @@ void TestContentWriter::partBecomesReadable()
     QVERIFY(source.available);
     QVERIFY(!(message().status() & Message::ContentAvailable));
     // Again, with other content.
-    QVERIFY(ContentWriter::writePart(m_id, text("2"), file("other")).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), text("ref/1"), file("other")).ok());
     QCOMPARE(message().partAt(1u).body().data(QMailMessageBody::Decoded), QByteArray("other"));
 }
 
 void TestContentWriter::lastPartMakesTheMessageWhole()
 {
-    QVERIFY(ContentWriter::writePart(m_id, text("2"), file("one")).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), text("ref/1"), file("one")).ok());
     QVERIFY(!(message().status() & Message::ContentAvailable));
-    QVERIFY(ContentWriter::writePart(m_id, text("3"), file("two")).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("3"), text("ref/2"), file("two")).ok());
     QVERIFY(message().status() & Message::ContentAvailable);
     QCOMPARE(message().id(), m_id);
     QCOMPARE(message().partAt(1u).body().data(QMailMessageBody::Decoded), QByteArray("one"));
@@ -469,16 +471,49 @@ void TestContentWriter::lastPartMakesTheMessageWhole()
     QCOMPARE(message().partAt(2u).displayName(), text("Prüfung.pdf"));
 }
 
+void TestContentWriter::aPartThatHasTakenAnothersPlaceStaysAsItIs_data()
+{
+    QTest::addColumn<bool>("isOwn");
+    QTest::newRow("a file of the author's") << true;
+    QTest::newRow("an attachment that is not here either") << false;
+}
+
+/** The author takes an attachment out of a draft while it is fetched. */
+void TestContentWriter::aPartThatHasTakenAnothersPlaceStaysAsItIs()
+{
+    QFETCH(bool, isOwn);
+    Store::PartSource source;
+    QVERIFY(ContentWriter::partSource(m_id, text("2"), &source).ok());
+    QMailMessage edited = message();
+    const QByteArray content("the author's own");
+    if (isOwn) {
+        edited.removePartAt(2);
+        edited.appendPart(QMailMessagePart::fromData(
+            content, QMailMessageContentDisposition("attachment; filename=own.bin"),
+            QMailMessageContentType("application/octet-stream"), QMailMessageBody::Base64));
+    }
+    edited.removePartAt(1);
+    QVERIFY(QMailStore::instance()->updateMessage(&edited));
+    const QString path = file("the server's");
+    QCOMPARE(ContentWriter::writePart(m_id, text("2"), source.fileReference, path).code, 404);
+    QCOMPARE(message().partCount(), 2u);
+    const QMailMessagePart part = message().partAt(1u);
+    QCOMPARE(part.displayName(), isOwn ? text("own.bin") : text("Prüfung.pdf"));
+    QCOMPARE(part.contentAvailable(), isOwn);
+    QCOMPARE(part.body().data(QMailMessageBody::Decoded), isOwn ? content : QByteArray());
+    QVERIFY(QFile::exists(path));
+}
+
 void TestContentWriter::emptyPartDoesNoHarm()
 {
-    QVERIFY(ContentWriter::writePart(m_id, text("2"), file("")).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), text("ref/1"), file("")).ok());
     QCOMPARE(message().partAt(1u).body().data(QMailMessageBody::Decoded), QByteArray());
     QCOMPARE(message().partCount(), 3u);
 }
 
 void TestContentWriter::otherPartsStayAsTheyAre()
 {
-    QVERIFY(ContentWriter::writePart(m_id, text("3"), file("two")).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("3"), text("ref/2"), file("two")).ok());
     QCOMPARE(message().partAt(0u).body().data(), text("How are you?\n"));
     QVERIFY(!message().partAt(1u).contentAvailable());
     Store::PartSource source;
@@ -492,9 +527,9 @@ void TestContentWriter::messageThatIsGoneIsNotFound()
     QVERIFY(QMailStore::instance()->removeMessage(m_id));
     Store::PartSource source;
     QCOMPARE(ContentWriter::replaceMessage(m_id, path).code, 404);
-    QCOMPARE(ContentWriter::writePart(m_id, text("2"), path).code, 404);
+    QCOMPARE(ContentWriter::writePart(m_id, text("2"), text("ref/1"), path).code, 404);
     QCOMPARE(ContentWriter::partSource(m_id, text("2"), &source).code, 404);
-    QCOMPARE(ContentWriter::writePart(QMailMessageId(), text("2"), path).code, 404);
+    QCOMPARE(ContentWriter::writePart(QMailMessageId(), text("2"), text("ref/1"), path).code, 404);
 }
 
 void TestContentWriter::largePartTakesLittleMemory()
@@ -511,7 +546,7 @@ void TestContentWriter::largePartTakesLittleMemory()
     const long before = peakMemory();
     QElapsedTimer timer;
     timer.start();
-    QVERIFY(ContentWriter::writePart(m_id, text("2"), large.fileName()).ok());
+    QVERIFY(ContentWriter::writePart(m_id, text("2"), text("ref/1"), large.fileName()).ok());
     const long more = peakMemory() - before;
     qInfo("100 MiB: %ld MiB more memory, %lld ms", more / 1024, (long long)timer.elapsed());
     QVERIFY2(more < 50 * 1024, qPrintable(QString::number(more)));

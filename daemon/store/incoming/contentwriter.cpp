@@ -291,13 +291,13 @@ QString ContentWriter::matchingReference(const QMailMessageId &id, const QString
 }
 
 Eas::Result ContentWriter::writePart(const QMailMessageId &id, const QString &location,
-                                     const QString &path)
+                                     const QString &reference, const QString &path)
 {
     if (!isHere(id))
         return gone();
     QMailMessage message(id);
     QMailMessagePart *part = find(message, location);
-    if (!part)
+    if (!part || MessageBuilder::fileReference(*part) != reference)
         return gone();
     if (placeFile(message, *part, path))
         return saveContentState(id, contentState(QMailMessage(id)));

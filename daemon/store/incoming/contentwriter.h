@@ -44,10 +44,14 @@ QString matchingReference(const QMailMessageId &id, const QString &location,
 /**
  * Gives the part the file's bytes as its content, and takes the file over.
  *
+ * `reference`: of the part when its content was asked for, as partSource() told it. Code NotFound
+ * where another part lies at the location now: the message may have been edited meanwhile.
+ *
  * Memory does not grow with the file if it lies on the mail store's file system, which
  * downloadFolder() does.
  */
-Eas::Result writePart(const QMailMessageId &id, const QString &location, const QString &path);
+Eas::Result writePart(const QMailMessageId &id, const QString &location, const QString &reference,
+                      const QString &path);
 
 /** Where downloads are best put; made if it is not there. Empty if that fails. */
 QString downloadFolder();
