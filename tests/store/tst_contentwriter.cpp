@@ -402,6 +402,17 @@ void TestContentWriter::anAttachmentOfSeveralOfItsNameIsFoundInANewList_data()
         << List {plain, withId} << QStringList {text("2"), text("3")} << true;
     QTest::newRow("told by the size, in another order")
         << List {plain, larger} << QStringList {text("2"), text("3")} << true;
+    const Eas::Attachment nameless = attachment(QString(), text("ref/1"));
+    Eas::Attachment namelessWithId = attachment(text(".."), text("ref/2"));
+    namelessWithId.contentId = text("image@text");
+    Eas::Attachment image = attachment(QString(), text("ref/3"));
+    image.contentType = text("image/png");
+    QTest::newRow("without a name") << List {nameless} << QStringList {text("2")} << false;
+    QTest::newRow("without a name, with a content id")
+        << List {namelessWithId} << QStringList {text("2")} << false;
+    QTest::newRow("several without a name")
+        << List {nameless, plain, namelessWithId, image}
+        << QStringList {text("2"), text("3"), text("4"), text("5")} << true;
 }
 
 void TestContentWriter::anAttachmentOfSeveralOfItsNameIsFoundInANewList()

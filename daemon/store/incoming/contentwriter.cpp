@@ -155,12 +155,13 @@ bool placeFile(const QMailMessage &message, const QMailMessagePart &part, const 
     return ::rename(QFile::encodeName(path).constData(), target.constData()) == 0;
 }
 
-/** What an attachment is told by: its name, and what tells those of one name apart. */
+/** What an attachment is told by: its name, if it has one, and what tells those of one name apart.
+ */
 struct AttachmentTraits
 {
     explicit AttachmentTraits(const QMailMessagePart &part)
         : reference(MessageBuilder::fileReference(part))
-        , traits {part.displayName(), part.contentID(),
+        , traits {MessageBuilder::fileName(part), part.contentID(),
                   QString::number(part.contentDisposition().type()),
                   QString::fromLatin1(part.contentType().content()).toLower(),
                   QString::number(part.contentDisposition().size())}

@@ -364,6 +364,13 @@ QMailMessagePart MessageBuilder::attachmentPart(const Eas::Attachment &attachmen
     return part;
 }
 
+QString MessageBuilder::fileName(const QMailMessagePart &part)
+{
+    const bool isNamed =
+        !part.contentDisposition().filename().isEmpty() || !part.contentType().name().isEmpty();
+    return isNamed ? part.displayName() : QString();
+}
+
 QString MessageBuilder::fileReference(const QMailMessagePart &part)
 {
     const QByteArray stored = part.headerFieldText(FileReferenceHeader).toLatin1();

@@ -42,6 +42,9 @@ void keepIdentity(QMailMessage *after, const QMailMessageMetaData &before);
 /** A part that knows where the attachment's content is, and has none yet. */
 QMailMessagePart attachmentPart(const Eas::Attachment &attachment);
 
+/** Empty where the part has none; displayName() makes one of its place in the message then. */
+QString fileName(const QMailMessagePart &part);
+
 /** Where the server keeps an attachment's content; empty for any other part. */
 QString fileReference(const QMailMessagePart &part);
 

@@ -33,14 +33,6 @@ bool hasHollow(const QMailMessage &message)
     return !message.foreachPart([](const QMailMessagePart &part) { return !isHollow(part); });
 }
 
-/** Empty where it has none; displayName() makes one of its place in the message then. */
-QString nameOf(const QMailMessagePart &part)
-{
-    const bool isNamed =
-        !part.contentDisposition().filename().isEmpty() || !part.contentType().name().isEmpty();
-    return isNamed ? part.displayName() : QString();
-}
-
 /**
  * Whether both are copies of one attachment.
  *
@@ -53,7 +45,8 @@ bool isSameAttachment(const QMailMessagePart &one, const QMailMessagePart &other
         return false;
     const QString reference = MessageBuilder::fileReference(one);
     if (!reference.isEmpty())
-        return reference == MessageBuilder::fileReference(other) && nameOf(one) == nameOf(other);
+        return reference == MessageBuilder::fileReference(other)
+            && MessageBuilder::fileName(one) == MessageBuilder::fileName(other);
     return !one.displayName().isEmpty() && one.displayName() == other.displayName()
         && one.contentType().content().toLower() == other.contentType().content().toLower();
 }
