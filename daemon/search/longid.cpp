@@ -31,9 +31,11 @@ QString LongId::itemIdOf(const QString &longId, const QStringList &collections,
             return rest;
         if (separator == QLatin1String(":")) {
             // Item ids with the folder's in front are of the same form at the servers that have
-            // them.
-            const bool isPlain = !sample.isEmpty() && !sample.startsWith(collection + separator);
-            return isPlain ? rest : longId;
+            // them. Which form a server's have is not guessed: the message would have an id that
+            // nobody has.
+            if (sample.isEmpty())
+                return {};
+            return sample.startsWith(collection + separator) ? longId : rest;
         }
     }
     return {};

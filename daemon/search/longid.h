@@ -21,7 +21,8 @@ namespace LongId {
  * does not tell it.
  *
  * `collections`: what the folder is called; `sample`: the item id of some other message of the
- * folder, which shows the form of the server's ids; may be empty.
+ * folder, which shows the form of the server's ids; may be empty, and then a LongId with a colon
+ * does not tell it.
  */
 QString itemIdOf(const QString &longId, const QStringList &collections, const QString &sample);
 

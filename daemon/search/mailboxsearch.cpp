@@ -190,8 +190,9 @@ int MailboxSearch::take(const QList<Eas::SearchHit> &hits)
         const QString itemId =
             LongId::itemIdOf(hit.longId, {hit.collectionId, folder->serverId.text()},
                              LongId::knownItemId(m_context.id(), *folder));
-        found.uid = itemId.isEmpty() ? Store::ServerUid::searchResult(folder->serverId, hit.longId)
-                                     : Store::ServerUid::item(folder->serverId, itemId);
+        found.longUid = Store::ServerUid::searchResult(folder->serverId, hit.longId);
+        found.uid =
+            itemId.isEmpty() ? found.longUid : Store::ServerUid::item(folder->serverId, itemId);
         found.item = hit.item;
         m_items.append(found);
     }

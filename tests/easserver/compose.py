@@ -12,6 +12,7 @@ import time
 import items
 import mimeparts
 from mailstore import DOMAIN, INBOX, SENT
+from search import split_long_id
 from wbxml import Node
 
 MALFORMED, SENT_BEFORE, NO_RECIPIENT, FAILED, NO_SOURCE = "107", "118", "119", "120", "150"
@@ -43,7 +44,7 @@ class Request:
             self.long_id = query.get("LongId")
             self.folder, self.item = query.get("CollectionId", ""), query.get("ItemId", "")
         if self.long_id:
-            self.folder, _, self.item = self.long_id.rpartition("+")
+            self.folder, self.item = split_long_id(call, self.long_id)
 
     def source(self, call):
         """(folder, message) of the original."""

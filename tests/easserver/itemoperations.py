@@ -6,6 +6,7 @@ import re
 import struct
 
 import items
+from search import split_long_id
 from wbxml import Node, Stream, encode
 
 OK, NO_ITEM, BAD_RANGE, NO_ATTACHMENT, MALFORMED = "1", "6", "8", "15", "2"
@@ -57,8 +58,7 @@ def _fetch(call, request, parts):
         return _fetch_attachment(call, request, reference, parts)
     long_id = request.value("Search:LongId")
     if long_id is not None:
-        plain = bytes.fromhex(long_id).decode() if call.options.opaque_long_ids else long_id
-        folder_id, _, text = plain.rpartition("+")
+        folder_id, text = split_long_id(call, long_id)
         identity = [Node("Search:LongId", long_id)]
     else:
         folder_id = request.value("AirSync:CollectionId", "")

@@ -115,6 +115,13 @@ def _result(call, folder, item, preferences, bare):
                      *items.properties(folder.items[item], folder, item, preferences, call.new)))
 
 
+def split_long_id(call, long_id):
+    """(folder's id, item's id) as texts."""
+    plain = bytes.fromhex(long_id).decode() if call.options.opaque_long_ids else long_id
+    folder_id, _, item = plain.rpartition(":" if call.options.colon_long_ids else "+")
+    return folder_id, item
+
+
 def _people(call, query):
     text = query.data().decode().lower()
     return [lambda user=user: Node("Search:Result", Node(

@@ -12,11 +12,23 @@
 #include <QElapsedTimer>
 #include <qmailstore.h>
 
+#include <algorithm>
+
 namespace Store {
 
 namespace {
 
 constexpr int ShareMs = 50; ///< how long a step goes on
+
+/** All that the message may be known by here. */
+QList<ServerUid> namesOf(const FoundItem &found)
+{
+    QList<ServerUid> names {found.uid};
+    if (!found.longUid.isEmpty() && !(found.longUid == found.uid))
+        names.append(found.longUid);
+    return names;
+}
+
 } // namespace
 
 FoundWriter::FoundWriter(SyncStateDb &db, const QMailAccountId &account,
@@ -56,7 +68,7 @@ bool FoundWriter::step()
 Eas::Result FoundWriter::write(const FoundItem &found)
 {
     const std::optional<FolderState> folder = m_folders.find(found.uid.collectionId());
-    if (!folder || m_deleted.contains(found.uid))
+    if (!folder || isDeleted(found))
         return {};
     const QMailMessageId present = presentAs(found, folder->folderId);
     if (present.isValid()) {
@@ -66,10 +78,18 @@ Eas::Result FoundWriter::write(const FoundItem &found)
     return MessageBuilder::isComplete(found.item) ? add(found, *folder) : Eas::Result();
 }
 
+bool FoundWriter::isDeleted(const FoundItem &found) const
+{
+    const QList<ServerUid> names = namesOf(found);
+    return std::any_of(names.begin(), names.end(),
+                       [this](const ServerUid &name) { return m_deleted.contains(name); });
+}
+
 QMailMessageId FoundWriter::presentAs(const FoundItem &found, const QMailFolderId &folder) const
 {
     QMailStore *store = QMailStore::instance();
-    const QMailMessageIdList named = store->queryMessages(ServerUid::key(m_account, {found.uid}));
+    const QMailMessageIdList named =
+        store->queryMessages(ServerUid::key(m_account, namesOf(found)));
     if (!named.isEmpty())
         return named.first();
     if (found.uid.isItem() || !found.item.dateReceived)

@@ -17,6 +17,7 @@ struct FoundItem
 {
     ServerUid uid; ///< in a folder that is known here
     Eas::MailItem item;
+    ServerUid longUid {}; ///< by its LongId alone, as an earlier search may have brought it
 };
 
 /**
@@ -38,6 +39,7 @@ public:
 
 private:
     Eas::Result write(const FoundItem &found);
+    bool isDeleted(const FoundItem &found) const;
     QMailMessageId presentAs(const FoundItem &found, const QMailFolderId &folder) const;
     Eas::Result add(const FoundItem &found, const FolderState &folder);
 

@@ -35,6 +35,7 @@ private slots:
     void aRangeOfTheResultsCanBeAskedFor();
     void aServerThatIgnoresTheRangeEndsTheSearch();
     void oldMessagesAreAddedSoThatAPersonCanReadThem();
+    void addedMessagesAreFoundAgain_data();
     void addedMessagesAreFoundAgain();
     void addedMessagesSurviveSynchronisations();
     void aSynchronisationThatShowsAnAddedMessageTakesItOver();
@@ -43,6 +44,7 @@ private slots:
     void whatTheServerDoesNotSynchroniseIsNotDropped();
     void anOpaqueIdIsMatchedWithTheStore();
     void anIdWithAColonIsMatchedWhereTheFolderBeginsWithDrafts();
+    void aMessageWithAnOpaqueIdIsReadAndLaterRecognised_data();
     void aMessageWithAnOpaqueIdIsReadAndLaterRecognised();
     void aSearchThatIsTooComplexIsTriedFolderByFolder();
     void boundsThatAreRefusedAreLeftOut();
@@ -355,8 +357,19 @@ void TestMailboxSearch::oldMessagesAreAddedSoThatAPersonCanReadThem()
     QTRY_VERIFY(QMailMessage(id).body().data().contains(QLatin1String("The text of needle")));
 }
 
+void TestMailboxSearch::addedMessagesAreFoundAgain_data()
+{
+    QTest::addColumn<QString>("quirk");
+    QTest::newRow("LongIds tell the items' ids") << QString();
+    QTest::newRow("LongIds have a colon") << QStringLiteral("colon_long_ids");
+    QTest::newRow("LongIds tell nothing") << QStringLiteral("opaque_long_ids");
+}
+
 void TestMailboxSearch::addedMessagesAreFoundAgain()
 {
+    QFETCH(QString, quirk);
+    if (!quirk.isEmpty())
+        world().server.control("options", {{quirk, true}});
     deliver(QStringLiteral("needle"), 90);
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(find(QStringLiteral("needle")), 200);
@@ -365,6 +378,12 @@ void TestMailboxSearch::addedMessagesAreFoundAgain()
     QCOMPARE(find(QStringLiteral("needle")), 200);
     QCOMPARE(m_found.messageIds, first);
     QCOMPARE(world().messageCount(), 1);
+    // A message of which the form of the server's ids is known comes into the folder.
+    deliver(QStringLiteral("recent"), 1);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(find(QStringLiteral("needle")), 200);
+    QCOMPARE(m_found.messageIds, first);
+    QCOMPARE(world().messageCount(), 2);
 }
 
 void TestMailboxSearch::addedMessagesSurviveSynchronisations()
@@ -463,10 +482,19 @@ void TestMailboxSearch::anIdWithAColonIsMatchedWhereTheFolderBeginsWithDrafts()
     QCOMPARE(world().messageCount(), 13);
 }
 
+void TestMailboxSearch::aMessageWithAnOpaqueIdIsReadAndLaterRecognised_data()
+{
+    QTest::addColumn<QString>("quirk");
+    QTest::newRow("LongIds tell nothing") << QStringLiteral("opaque_long_ids");
+    // No message of the folder is here to show which they are.
+    QTest::newRow("LongIds are one of two forms") << QStringLiteral("colon_long_ids");
+}
+
 void TestMailboxSearch::aMessageWithAnOpaqueIdIsReadAndLaterRecognised()
 {
+    QFETCH(QString, quirk);
     deliver(QStringLiteral("needle"), 90);
-    world().server.control("options", {{QStringLiteral("opaque_long_ids"), true}});
+    world().server.control("options", {{quirk, true}});
     QCOMPARE(world().syncAndWait(), 200);
     QCOMPARE(find(QStringLiteral("needle")), 200);
     const QMailMessageId id(m_found.messageIds.value(0));
