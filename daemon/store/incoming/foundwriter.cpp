@@ -20,6 +20,10 @@ namespace {
 
 constexpr int ShareMs = 50; ///< how long a step goes on
 
+/** Days that a limited synchronisation shows at most, and some more: what has grown older stays for
+ * a while. */
+constexpr int LongestRange = 40;
+
 /** All that the message may be known by here. */
 QList<ServerUid> namesOf(const FoundItem &found)
 {
@@ -70,12 +74,13 @@ Eas::Result FoundWriter::write(const FoundItem &found)
     const std::optional<FolderState> folder = m_folders.find(found.uid.collectionId());
     if (!folder || isDeleted(found))
         return {};
-    const QMailMessageId present = presentAs(found, folder->folderId);
+    const QMailMessageId present = presentAs(found, *folder);
     if (present.isValid()) {
         m_messages.append(present);
         return {};
     }
-    return MessageBuilder::isComplete(found.item) ? add(found, *folder) : Eas::Result();
+    const bool isNew = MessageBuilder::isComplete(found.item) && !mayBeDeleted(found, *folder);
+    return isNew ? add(found, *folder) : Eas::Result();
 }
 
 bool FoundWriter::isDeleted(const FoundItem &found) const
@@ -85,7 +90,23 @@ bool FoundWriter::isDeleted(const FoundItem &found) const
                        [this](const ServerUid &name) { return m_deleted.contains(name); });
 }
 
-QMailMessageId FoundWriter::presentAs(const FoundItem &found, const QMailFolderId &folder) const
+/**
+ * Whether the message may be one of those that were deleted here. Of these, the store has kept the
+ * items' ids alone.
+ *
+ * What no synchronisation has shown was no item here. What it shows, it brings without a search.
+ */
+bool FoundWriter::mayBeDeleted(const FoundItem &found, const FolderState &folder) const
+{
+    const QDateTime oldest = QDateTime::currentDateTimeUtc().addDays(-LongestRange);
+    if (found.uid.isItem() || (folder.isLimited() && *found.item.dateReceived < oldest))
+        return false;
+    return std::any_of(m_deleted.begin(), m_deleted.end(), [&folder](const ServerUid &uid) {
+        return uid.isItem() && uid.isIn(folder.serverId);
+    });
+}
+
+QMailMessageId FoundWriter::presentAs(const FoundItem &found, const FolderState &folder) const
 {
     QMailStore *store = QMailStore::instance();
     const QMailMessageIdList named =
@@ -94,10 +115,11 @@ QMailMessageId FoundWriter::presentAs(const FoundItem &found, const QMailFolderI
         return named.first();
     if (found.uid.isItem() || !found.item.dateReceived)
         return {};
-    // It may have come by a synchronisation, which knows it by its real id.
+    // It may have come by a synchronisation, which knows it by its real id, and have been moved
+    // since.
     const QMailMessage wanted = MessageBuilder::build(found.item);
     const QMailMessageIdList alike = store->queryMessages(
-        QMailMessageKey::parentAccountId(m_account) & QMailMessageKey::parentFolderId(folder)
+        QMailMessageKey::parentAccountId(m_account) & folder.messages()
         & QMailMessageKey::receptionTimeStamp(wanted.receivedDate().toUTC().addSecs(-1),
                                               QMailDataComparator::GreaterThanEqual)
         & QMailMessageKey::receptionTimeStamp(wanted.receivedDate().toUTC().addSecs(1),

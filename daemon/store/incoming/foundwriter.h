@@ -23,7 +23,8 @@ struct FoundItem
 /**
  * Finds the messages of a search's result in the mail store and adds those that are not there.
  *
- * What the user deleted here and the server does not know of yet is left out.
+ * What the user deleted here and the server does not know of yet is left out, and so is what may be
+ * that. What was moved away is found where it lies now.
  */
 class FoundWriter : public StoreJob
 {
@@ -40,7 +41,8 @@ public:
 private:
     Eas::Result write(const FoundItem &found);
     bool isDeleted(const FoundItem &found) const;
-    QMailMessageId presentAs(const FoundItem &found, const QMailFolderId &folder) const;
+    bool mayBeDeleted(const FoundItem &found, const FolderState &folder) const;
+    QMailMessageId presentAs(const FoundItem &found, const FolderState &folder) const;
     Eas::Result add(const FoundItem &found, const FolderState &folder);
 
     const QMailAccountId m_account;

@@ -3,6 +3,7 @@
 #include "tests/daemon/downloadworld.h"
 
 #include <qmailaccountconfiguration.h>
+#include <qmaildisconnected.h>
 #include <qmailserviceconfiguration.h>
 #include <qmailstore.h>
 #include <QSet>
@@ -40,7 +41,10 @@ private slots:
     void addedMessagesSurviveSynchronisations();
     void aSynchronisationThatShowsAnAddedMessageTakesItOver();
     void whatHasGoneVanishesWithAFullSynchronisation();
+    void whatTheUserDeletedDoesNotComeBack_data();
     void whatTheUserDeletedDoesNotComeBack();
+    void whatTheUserMovedIsFoundWhereItLies_data();
+    void whatTheUserMovedIsFoundWhereItLies();
     void whatTheServerDoesNotSynchroniseIsNotDropped();
     void anOpaqueIdIsMatchedWithTheStore();
     void anIdWithAColonIsMatchedWhereTheFolderBeginsWithDrafts();
@@ -433,15 +437,46 @@ void TestMailboxSearch::whatHasGoneVanishesWithAFullSynchronisation()
     QCOMPARE(world().subjects(), QStringList({QStringLiteral("other")}));
 }
 
+void TestMailboxSearch::whatTheUserDeletedDoesNotComeBack_data()
+{
+    QTest::addColumn<bool>("isOpaque");
+    QTest::newRow("LongIds tell the items' ids") << false;
+    QTest::newRow("LongIds tell nothing") << true;
+}
+
 void TestMailboxSearch::whatTheUserDeletedDoesNotComeBack()
 {
+    QFETCH(bool, isOpaque);
+    world().server.control("options", {{QStringLiteral("opaque_long_ids"), isOpaque}});
     deliver(QStringLiteral("needle"), 1);
+    deliver(QStringLiteral("old needle"), 90);
     QCOMPARE(world().syncAndWait(), 200);
     QVERIFY(QMailStore::instance()->removeMessage(world().find(QStringLiteral("needle")),
                                                   QMailStore::CreateRemovalRecord));
     QCOMPARE(find(QStringLiteral("needle")), 200);
-    QVERIFY(m_found.messageIds.isEmpty());
-    QCOMPARE(world().messageCount(), 0);
+    // What no synchronisation has shown cannot be what was deleted.
+    QCOMPARE(foundSubjects(), QStringList({QStringLiteral("old needle")}));
+    QCOMPARE(world().subjects(), QStringList({QStringLiteral("old needle")}));
+    QVERIFY(!world().atServer(QStringLiteral("needle")).isEmpty());
+}
+
+void TestMailboxSearch::whatTheUserMovedIsFoundWhereItLies_data()
+{
+    whatTheUserDeletedDoesNotComeBack_data();
+}
+
+void TestMailboxSearch::whatTheUserMovedIsFoundWhereItLies()
+{
+    QFETCH(bool, isOpaque);
+    world().server.control("options", {{QStringLiteral("opaque_long_ids"), isOpaque}});
+    deliver(QStringLiteral("needle"), 1);
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageId id = world().find(QStringLiteral("needle"));
+    QMailDisconnected::moveToFolder({id}, world().folder(QStringLiteral("Sent")));
+    QCOMPARE(find(QStringLiteral("needle")), 200);
+    QCOMPARE(m_found.messageIds, QList<qulonglong>({id.toULongLong()}));
+    QCOMPARE(world().messageCount(), 1);
+    QVERIFY(!world().atServer(QStringLiteral("needle")).isEmpty());
 }
 
 void TestMailboxSearch::whatTheServerDoesNotSynchroniseIsNotDropped()
