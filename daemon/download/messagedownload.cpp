@@ -15,8 +15,11 @@ namespace Daemon {
 
 namespace {
 
+/** Whether nothing is to be fetched. What its author has edited here, the server does not have. */
 bool isWhole(const QMailMessageMetaData &message)
 {
+    if (Store::isEdited(message))
+        return true;
     return message.status() & QMailMessageMetaData::ContentAvailable
         && Store::ContentMark::read(message).downloaded;
 }

@@ -74,6 +74,7 @@ private slots:
     void wholeMessageSurvivesTheNextChangeOfFlags();
     void sampleMessagesKeepTheirParts_data();
     void sampleMessagesKeepTheirParts();
+    void aDraftThatItsAuthorHasEditedIsNotReplaced();
     void emptyMessageGetsALineBreak();
     void uselessFileLeavesTheMessageAsItWas();
     void messageThatLostItsContentGetsItAgain();
@@ -221,6 +222,31 @@ void TestContentWriter::sampleMessagesKeepTheirParts()
     QList<QByteArray> found;
     appendDigests(message(), &found);
     QCOMPARE(found, expected);
+}
+
+/** While it is fetched, or after it was. */
+void TestContentWriter::aDraftThatItsAuthorHasEditedIsNotReplaced()
+{
+    const Eas::FolderId drafts = "dr"_folder;
+    const QString number = text("7");
+    QCOMPARE(m_account->write(adding(text("2"), {item(number, text("Draft"))}, drafts)), 200);
+    const QMailMessageId id = m_account->message(number, drafts).id();
+    const auto fetch = [&](const char *what) {
+        return ContentWriter::replaceMessage(id, file(QByteArray("Subject: Draft\r\n\r\n") + what))
+            .code;
+    };
+    QCOMPARE(fetch("of the server"), 200);
+    QCOMPARE(fetch("of the server, again"), 200);
+    QCOMPARE(QMailMessage(id).body().data(), text("of the server, again"));
+    QMailMessage draft(id);
+    draft.setBody(QMailMessageBody::fromData(QStringLiteral("of the author"),
+                                             QMailMessageContentType("text/plain; charset=UTF-8"),
+                                             QMailMessageBody::EightBit));
+    QVERIFY(QMailStore::instance()->updateMessage(&draft));
+    QCOMPARE(fetch("of the server, too late"), 200);
+    QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
+    QCOMPARE(ContentWriter::replaceText(id, item(number, text("Draft"))).code, 200);
+    QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
 }
 
 void TestContentWriter::emptyMessageGetsALineBreak()

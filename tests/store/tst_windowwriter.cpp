@@ -72,6 +72,7 @@ private slots:
     void fullerTextReplacesACutOneButNotTheOtherWayRound();
     void contentThatWasLostComesBack_data();
     void contentThatWasLostComesBack();
+    void whatItsAuthorMadeOfADraftStays();
     void unknownFolderIsNotFound();
     void refusedWindowIsRefused();
     void nothingIsWrittenForARemovedAccount();
@@ -437,6 +438,46 @@ void TestWindowWriter::contentThatWasLostComesBack()
     QCOMPARE(after.partCount(), attachment ? 2u : 0u);
     QVERIFY(after.status() & Message::Read);
     QVERIFY(isOutstanding());
+}
+
+/** Another client's flag brings the whole draft again, and it is shorter here than there. */
+void TestWindowWriter::whatItsAuthorMadeOfADraftStays()
+{
+    const Eas::FolderId drafts = "dr"_folder;
+    const QByteArray before(2000, 'x');
+    const QString subject = QStringLiteral("Draft");
+    Eas::SyncWindow window =
+        adding(QStringLiteral("2"), {item(number(1), subject, before)}, drafts);
+    QCOMPARE(m_account->write(window), 200);
+    const auto body = [&] { return m_account->message(number(1), drafts).body().data(); };
+    const auto edit = [&] {
+        QMailMessage draft = m_account->message(number(1), drafts);
+        draft.setBody(QMailMessageBody::fromData(
+            QStringLiteral("word"), QMailMessageContentType("text/plain; charset=UTF-8"),
+            QMailMessageBody::EightBit));
+        QVERIFY(QMailStore::instance()->updateMessage(&draft));
+        QCOMPARE(body(), QStringLiteral("word"));
+    };
+    edit();
+    window = changing(QStringLiteral("3"), {item(number(1), subject, before)}, drafts);
+    window.changed.first().read = true;
+    QCOMPARE(m_account->write(window), 200);
+    QVERIFY(m_account->metaData(number(1), drafts).status() & Message::Read);
+    QCOMPARE(body(), QStringLiteral("word"));
+    // What is lost comes from the server, and so does what is new there.
+    QVERIFY(QFile::resize(m_account->metaData(number(1), drafts).contentIdentifier(), 0));
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(body(), QString::fromLatin1(before));
+    edit();
+    Eas::MailItem importance;
+    importance.serverId = number(1);
+    importance.importance = 2;
+    QCOMPARE(m_account->write(changing(QStringLiteral("4"), {importance}, drafts)), 200);
+    QVERIFY(m_account->metaData(number(1), drafts).status() & Message::HighPriority);
+    QCOMPARE(body(), QStringLiteral("word"));
+    window.changed.first().body->data = "another";
+    QCOMPARE(m_account->write(window), 200);
+    QCOMPARE(body(), QStringLiteral("another"));
 }
 
 void TestWindowWriter::unknownFolderIsNotFound()

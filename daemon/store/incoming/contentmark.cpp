@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/incoming/contentmark.h"
 
+#include "daemon/store/incoming/contentcheck.h"
+#include "daemon/store/storefailure.h"
+
 #include <QCryptographicHash>
+#include <qmailstore.h>
 #include <QStringList>
 
 namespace Store {
@@ -31,6 +35,11 @@ private:
     QCryptographicHash m_hash {QCryptographicHash::Sha1};
 };
 
+QByteArray identifierDigest(const QMailMessageMetaData &message)
+{
+    return (Digest() << message.contentIdentifier().toUtf8()).result();
+}
+
 } // namespace
 
 ContentMark ContentMark::of(const Eas::MailItem &item)
@@ -58,11 +67,12 @@ ContentMark ContentMark::read(const QMailMessageMetaData &message)
 {
     ContentMark mark;
     const QStringList parts = message.customField(Field).split(QLatin1Char(' '));
-    if (parts.size() == 3) {
+    if (parts.size() >= 3) {
         mark.envelope = parts.at(0).toLatin1();
         mark.body = parts.at(1).toLatin1();
         mark.truncated = parts.at(2).contains(QLatin1Char('t'));
         mark.downloaded = parts.at(2).contains(QLatin1Char('d'));
+        mark.written = parts.value(3).toLatin1();
     }
     return mark;
 }
@@ -70,7 +80,10 @@ ContentMark ContentMark::read(const QMailMessageMetaData &message)
 void ContentMark::store(QMailMessageMetaData *message) const
 {
     const QByteArray flags = QByteArray(truncated ? "t" : "") + (downloaded ? "d" : "");
-    message->setCustomField(Field, QString::fromLatin1(envelope + ' ' + body + ' ' + flags));
+    QByteArray text = envelope + ' ' + body + ' ' + flags;
+    if (!written.isEmpty())
+        text += ' ' + written;
+    message->setCustomField(Field, QString::fromLatin1(text));
 }
 
 bool ContentMark::isOutdatedBy(const ContentMark &item) const
@@ -81,6 +94,27 @@ bool ContentMark::isOutdatedBy(const ContentMark &item) const
         return false;
     // An item that brings more of the body replaces it, one that brings less does not.
     return truncated || body.isEmpty() || !item.truncated;
+}
+
+Eas::Result noteContent(const QMailMessageMetaData &message)
+{
+    ContentMark mark = ContentMark::read(message);
+    if (!(message.status() & QMailMessageMetaData::Draft) || !mark.written.isEmpty())
+        return {};
+    mark.written = identifierDigest(message);
+    QMailMessageMetaData noted = message;
+    mark.store(&noted);
+    return QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(message.id()),
+                                                          QMailMessageKey::Custom, noted)
+        ? Eas::Result()
+        : storeFailure(QStringLiteral("cannot note the content of a draft"));
+}
+
+bool isEdited(const QMailMessageMetaData &message)
+{
+    const QByteArray written = ContentMark::read(message).written;
+    return !written.isEmpty() && written != identifierDigest(message)
+        && !isContentDamaged(message, 1);
 }
 
 } // namespace Store

@@ -3,6 +3,7 @@
 #define DAEMON_STORE_INCOMING_CONTENTMARK_H
 
 #include "eas/mailitem.h"
+#include "eas/result.h"
 
 #include <QByteArray>
 #include <qmailmessage.h>
@@ -21,6 +22,9 @@ struct ContentMark
     QByteArray body;     ///< digest of the text; empty: none came
     bool truncated = false;
     bool downloaded = false; ///< the content was replaced by the message as the server has it
+    /** Digest of the content's identifier, of which each writing makes a new one; empty: not noted.
+     */
+    QByteArray written;
 
     static ContentMark of(const Eas::MailItem &item);
     static ContentMark read(const QMailMessageMetaData &message);
@@ -29,6 +33,16 @@ struct ContentMark
     /** Whether a message with this mark must be rebuilt to show what `item` shows. */
     bool isOutdatedBy(const ContentMark &item) const;
 };
+
+/**
+ * Notes the content of a draft that was just written as the server's; not where the mark says that
+ * it is its author's. Other messages are not edited in their place, and cost no writing.
+ */
+Eas::Result noteContent(const QMailMessageMetaData &message);
+
+/** Whether the content of a message is not the one that was noted, and is not lost: its author has
+ * edited it here. */
+bool isEdited(const QMailMessageMetaData &message);
 
 } // namespace Store
 

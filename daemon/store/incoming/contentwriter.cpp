@@ -107,6 +107,28 @@ Eas::Result save(Update update, const QMailMessageId &id)
                       : gone();
 }
 
+/** Writes a message with the content that the server has. */
+Eas::Result saveContent(QMailMessage *message)
+{
+    const Eas::Result saved =
+        save([message] { return QMailStore::instance()->updateMessage(message); }, message->id());
+    return saved.ok() ? noteContent(*message) : saved;
+}
+
+/** Writes a message of which one part is new; whose the text is stays as it was. */
+Eas::Result saveWithPart(QMailMessage *message)
+{
+    const bool isAuthors = isEdited(*message);
+    const Eas::Result saved =
+        save([message] { return QMailStore::instance()->updateMessage(message); }, message->id());
+    if (!saved.ok() || isAuthors)
+        return saved;
+    ContentMark mark = ContentMark::read(*message);
+    mark.written.clear();
+    mark.store(message);
+    return noteContent(*message);
+}
+
 /** Writes these flags alone: the user may be doing more with the message right now. */
 Eas::Result saveContentState(const QMailMessageId &id, quint64 state)
 {
@@ -212,6 +234,10 @@ Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QStrin
         return result;
     if (!isHere(id))
         return gone();
+    // Not what a loaded message tells: it tells nothing where the content is lost.
+    const Message before = currentMessage(id);
+    if (isEdited(before))
+        return {};
     QMailMessage message = QMailMessage::fromRfc2822File(path);
     MimeGuard::disarm(&message);
     message.setMessageType(Message::Email);
@@ -219,8 +245,6 @@ Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QStrin
     fillEmptyText(&message);
     message.setStatus(Message::ContentAvailable | Message::PartialContentAvailable, true);
     message.setStatus(Message::HasAttachments, message.hasAttachments());
-    // Not what a loaded message tells: it tells nothing where the content is lost.
-    const Message before = currentMessage(id);
     MessageBuilder::keepIdentity(&message, before);
     const quint64 priority = Message::HighPriority | Message::LowPriority;
     message.setStatus((message.status() & ~priority) | (before.status() & priority));
@@ -230,16 +254,19 @@ Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QStrin
     ContentMark mark = ContentMark::read(before);
     mark.truncated = false;
     mark.downloaded = true;
+    mark.written.clear();
     mark.store(&message);
-    return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+    return saveContent(&message);
 }
 
 Eas::Result ContentWriter::replaceText(const QMailMessageId &id, const Eas::MailItem &item)
 {
     if (!isHere(id))
         return gone();
+    if (isEdited(currentMessage(id)))
+        return {};
     QMailMessage message = MessageBuilder::updated(QMailMessage(id), item);
-    return save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+    return saveContent(&message);
 }
 
 QString ContentWriter::downloadFolder()
@@ -307,8 +334,7 @@ Eas::Result ContentWriter::writePart(const QMailMessageId &id, const QString &lo
     part->setBody(QMailMessageBody::fromFile(path, part->contentType(), QMailMessageBody::Base64,
                                              QMailMessageBody::RequiresEncoding));
     const quint64 state = contentState(message);
-    const Eas::Result saved =
-        save([&message] { return QMailStore::instance()->updateMessage(&message); }, id);
+    const Eas::Result saved = saveWithPart(&message);
     return saved.ok() ? saveContentState(id, state) : saved;
 }
 

@@ -20,10 +20,11 @@ struct PartSource
 /** Puts downloaded content into messages of the mail store; ids and flags stay. */
 namespace ContentWriter {
 
-/** Replaces the message's content by the RFC 5322 message in the file. */
+/** Replaces the message's content by the RFC 5322 message in the file; not what its author has
+ * edited here. */
 Eas::Result replaceMessage(const QMailMessageId &id, const QString &path);
 
-/** Replaces the message's content by the item's text, which is whole, and by its attachments. */
+/** The same by the item's text, which is whole, and by its attachments. */
 Eas::Result replaceText(const QMailMessageId &id, const Eas::MailItem &item);
 
 /**

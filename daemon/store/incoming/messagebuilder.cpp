@@ -271,6 +271,9 @@ QMailMessage MessageBuilder::updated(const QMailMessage &before, const Eas::Mail
             setImportance(&after, *item.importance);
         ContentMark mark = ContentMark::read(before);
         mark.envelope = ContentMark::of(item).envelope;
+        // The store gives the content another identifier, and what was edited stays so.
+        if (!isEdited(before))
+            mark.written.clear();
         mark.store(&after);
     }
     updateFlags(&after, item);

@@ -41,8 +41,9 @@ qint64 textSize(const QList<Eas::MailItem> &items)
 /** Whether the message lost its content, so that the item must bring it again. */
 bool isDamaged(const QMailMessageMetaData &message, const Eas::MailItem &item)
 {
-    // What was downloaded as a whole is not of the item's size.
-    return isContentDamaged(message, ContentMark::read(message).downloaded ? 0 : textSize({item}));
+    // What was downloaded as a whole, or edited, is not of the item's size.
+    const bool isOfAnySize = ContentMark::read(message).downloaded || isEdited(message);
+    return isContentDamaged(message, isOfAnySize ? 0 : textSize({item}));
 }
 
 /** Takes over what was done with the message since it had this status: another process may have
@@ -114,6 +115,8 @@ Eas::Result MessageWriter::add(const FolderState &folder, const QList<Eas::MailI
         // Where the user has removed it already, nothing is missing.
         if (isContentDamaged(messages.at(size_t(i)), textSize({items.at(i)})) && isHere(ids.at(i)))
             result = storeFailure(QStringLiteral("the content of a message was not written"));
+        if (result.ok())
+            result = noteContent(messages.at(size_t(i)));
     }
     if (!result.ok()) {
         QMailStore::instance()->removeMessages(QMailMessageKey::id(ids));
@@ -206,7 +209,10 @@ Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, co
     }
     if (!written.isEmpty() && !store->updateMessages(written))
         return storeFailure(QStringLiteral("cannot update messages"));
-    return {};
+    Eas::Result noted;
+    for (int i = 0; noted.ok() && i < written.size(); ++i)
+        noted = noteContent(*written.at(i));
+    return noted;
 }
 
 /** After the messages were written. */

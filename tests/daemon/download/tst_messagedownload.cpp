@@ -19,6 +19,7 @@ private slots:
     void idAndFlagsStay();
     void aSynchronisationLeavesADownloadedMessageAlone();
     void aSecondDownloadAsksTheServerNoMore();
+    void whatItsAuthorMadeOfADraftIsNotAskedFor();
     void everySampleCanBeDownloaded();
     void aMessageWhoseMoveIsNotConfirmedIsFoundFirst_data();
     void aMessageWhoseMoveIsNotConfirmedIsFoundFirst();
@@ -126,6 +127,22 @@ void TestMessageDownload::aSecondDownloadAsksTheServerNoMore()
     QCOMPARE(world().codeOf(world().downloadMessage(id)), 200);
     QCOMPARE(world().codeOf(world().downloadMessage(id)), 200);
     QCOMPARE(world().server.requestCount("ItemOperations"), 1);
+}
+
+void TestMessageDownload::whatItsAuthorMadeOfADraftIsNotAskedFor()
+{
+    world().server.deliver(QStringLiteral("alice"), QStringLiteral("Drafts"),
+                           DownloadWorld::mixed(m_subject, {DownloadWorld::text("Hello\r\n")}));
+    QCOMPARE(world().syncAndWait(), 200);
+    const QMailMessageId id = world().find(m_subject);
+    QMailMessage draft(id);
+    draft.setBody(QMailMessageBody::fromData(QStringLiteral("of the author"),
+                                             QMailMessageContentType("text/plain; charset=UTF-8"),
+                                             QMailMessageBody::EightBit));
+    QVERIFY(QMailStore::instance()->updateMessage(&draft));
+    QCOMPARE(world().codeOf(world().downloadMessage(id)), 200);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 0);
+    QCOMPARE(QMailMessage(id).body().data(), QStringLiteral("of the author"));
 }
 
 void TestMessageDownload::everySampleCanBeDownloaded()
