@@ -100,6 +100,8 @@ void UploadStep::next()
             look(first.collectionId);
         else
             upload(m_folders.dequeue());
+    } else if (const auto source = nextUnproved()) {
+        prove(*source);
     } else if (!m_moves.isEmpty()) {
         const QList<Store::Move> moves = takeMoves();
         if (moves.isEmpty())
@@ -141,6 +143,28 @@ bool UploadStep::isDestination(const Eas::FolderId &collectionId) const
                        [&](const Store::Move &move) { return move.destination == collectionId; });
 }
 
+/** A folder that messages are moved from, and of which nothing tells yet that the server knows it
+ * by the ids that are known here. */
+std::optional<Eas::FolderId> UploadStep::nextUnproved() const
+{
+    for (const Store::Move &move : m_moves) {
+        const Eas::FolderId source = move.from.collectionId();
+        if (!m_proved.contains(source) && !m_left.contains(source))
+            return source;
+    }
+    return std::nullopt;
+}
+
+/** Asks for nothing but whether the server takes the folder's key. Not for news: of a message that
+ * is to be moved, these may be explained by the move alone. */
+void UploadStep::prove(const Eas::FolderId &collectionId)
+{
+    m_proved.insert(collectionId);
+    Store::FolderLocalChanges nothing;
+    nothing.collectionId = collectionId;
+    upload(nothing);
+}
+
 void UploadStep::onLooked(const Eas::SyncCommand &command)
 {
     const Eas::Result result = command.result();
@@ -154,18 +178,12 @@ void UploadStep::onLooked(const Eas::SyncCommand &command)
         end(result);
         return;
     }
-    Eas::SyncWindow window = command.windows().first();
+    const Eas::SyncWindow window = withoutMoved(command.windows().first());
+    if (window.result.ok())
+        m_proved.insert(window.collectionId);
     if (!window.result.ok() || window.unchanged) {
         next();
         return;
-    }
-    // What has left the folder may have been moved by us; the move itself finds out. What has only
-    // left the range is moved all the same.
-    for (const Store::Move &move : qAsConst(m_moves)) {
-        if (!move.from.isIn(window.collectionId))
-            continue;
-        window.removed.removeAll(move.from.itemId());
-        window.outOfRange.removeAll(move.from.itemId());
     }
     FolderSync::logWindow(m_context, window);
     write(std::make_unique<Store::WindowWriter>(*m_context.db, m_context.id(), window),
@@ -173,6 +191,19 @@ void UploadStep::onLooked(const Eas::SyncCommand &command)
               collectAgain(window.collectionId);
               next();
           });
+}
+
+/** What has left the folder may have been moved by us; the move itself finds out. What has only
+ * left the range is moved all the same. */
+Eas::SyncWindow UploadStep::withoutMoved(Eas::SyncWindow window) const
+{
+    for (const Store::Move &move : m_moves) {
+        if (!move.from.isIn(window.collectionId))
+            continue;
+        window.removed.removeAll(move.from.itemId());
+        window.outOfRange.removeAll(move.from.itemId());
+    }
+    return window;
 }
 
 /** The news may have settled some of what was to go up. */
@@ -243,12 +274,13 @@ void UploadStep::onUploaded(const Eas::SyncCommand &command,
         retryOrFail(command.result(), [this, changes] { upload(changes); });
         return;
     }
-    const Eas::SyncWindow &window = command.windows().first();
+    const Eas::SyncWindow window = withoutMoved(command.windows().first());
     if (!window.result.ok()) {
         leave(changes.collectionId, window.result);
         return;
     }
     m_retry.reset();
+    m_proved.insert(changes.collectionId);
     if (window.unchanged) {
         onWritten(window, changes);
         return;
@@ -282,8 +314,9 @@ void UploadStep::onWritten(const Eas::SyncWindow &window, const Store::FolderLoc
         result = m_changes.acknowledgeFlags(taken);
     if (result.ok() && !deleted.isEmpty())
         result = m_changes.acknowledgeDeletions(deleted);
-    qCInfo(lcSync) << "account" << m_context.id() << "carried" << taken.size() << "flags and"
-                   << deleted.size() << "deletions of" << changes.collectionId;
+    if (!changes.isEmpty())
+        qCInfo(lcSync) << "account" << m_context.id() << "carried" << taken.size() << "flags and"
+                       << deleted.size() << "deletions of" << changes.collectionId;
     goOn(result);
 }
 

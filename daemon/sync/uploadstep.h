@@ -9,6 +9,8 @@
 #include <QQueue>
 #include <QSet>
 
+#include <optional>
+
 namespace Eas {
 class MoveItemsCommand;
 class SyncCommand;
@@ -21,7 +23,9 @@ namespace Daemon {
 /**
  * Carries to the server what the user did in the mail store: flags and deletions folder by folder,
  * then the moves. Before flags go up, the folder's news are asked for: some servers never tell what
- * another client did to a message that we changed, too.
+ * another client did to a message that we changed, too. A move names no key: before messages are
+ * moved out of a folder, the server has to take its key, for one that has lost it may call other
+ * messages by their ids now.
  *
  * A change is acknowledged in the store after the server has taken it; what is interrupted in
  * between is carried again and does no harm. What the server refuses is resolved: a message that is
@@ -46,7 +50,10 @@ private:
     void next();
     void look(const Eas::FolderId &collectionId);
     bool isDestination(const Eas::FolderId &collectionId) const;
+    std::optional<Eas::FolderId> nextUnproved() const;
+    void prove(const Eas::FolderId &collectionId);
     void onLooked(const Eas::SyncCommand &command);
+    Eas::SyncWindow withoutMoved(Eas::SyncWindow window) const;
     void collectAgain(const Eas::FolderId &collectionId);
     void upload(const Store::FolderLocalChanges &changes);
     void leave(const Eas::FolderId &collectionId, const Eas::Result &reason);
@@ -64,7 +71,8 @@ private:
 
     Store::LocalChanges m_changes;
     QQueue<Store::FolderLocalChanges> m_folders;
-    QSet<Eas::FolderId> m_seen; ///< folders whose news were asked for before their flags go up
+    QSet<Eas::FolderId> m_seen;   ///< folders whose news were asked for before their flags go up
+    QSet<Eas::FolderId> m_proved; ///< folders whose key the server has taken, or was asked to take
     QList<Store::Move> m_moves;
     QHash<Eas::FolderId, Eas::Result> m_left;
 };

@@ -752,17 +752,23 @@ void TestLocalChanges::onAServerThatLostItsMemoryAllGoesOnAtOnce()
 void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers_data()
 {
     QTest::addColumn<bool>("deletes");
+    QTest::addColumn<bool>("reads");
     QTest::addColumn<bool>("isOtherServer");
-    QTest::newRow("a message was deleted") << true << false;
-    QTest::newRow("a message was moved") << false << false;
-    QTest::newRow("a message was deleted, and the account is another server's now") << true << true;
-    QTest::newRow("a message was moved, and the account is another server's now") << false << true;
+    QTest::newRow("a message was deleted") << true << true << false;
+    QTest::newRow("a message was moved") << false << true << false;
+    QTest::newRow("nothing was done but that a message was deleted") << true << false << false;
+    QTest::newRow("nothing was done but that a message was moved") << false << false << false;
+    QTest::newRow("a message was deleted, and the account is another server's now")
+        << true << true << true;
+    QTest::newRow("a message was moved, and the account is another server's now")
+        << false << true << true;
 }
 
 /** The first message has the last one's number then, and the other way round. */
 void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers()
 {
     QFETCH(bool, deletes);
+    QFETCH(bool, reads);
     QFETCH(bool, isOtherServer);
     QCOMPARE(world().endDaemon(), 0);
     const QMailMessageId first = world().find(Mail1);
@@ -770,8 +776,7 @@ void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers()
         QVERIFY(QMailStore::instance()->removeMessage(first, QMailStore::CreateRemovalRecord));
     else
         move(first, Inbox, Drafts);
-    // Without a change of the folder itself, nothing tells that its key is lost.
-    set({world().find(Mail2)}, Message::Read, true);
+    set({world().find(Mail2)}, Message::Read, reads);
     world().server.control(
         "renumber",
         {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folders"), false}});
@@ -786,7 +791,7 @@ void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers()
     // A move is carried once its message was recognised, and a deletion comes to nothing.
     QVERIFY(!world().atServer(Mail3).isEmpty());
     QVERIFY(!world().atServer(Mail1, deletes ? Inbox : Drafts).isEmpty());
-    QVERIFY(world().isReadAtServer(Mail2));
+    QCOMPARE(world().isReadAtServer(Mail2), reads);
     QVERIFY(!world().isReadAtServer(Mail3));
     QVERIFY(world().subjects(Trash).isEmpty());
     QCOMPARE(world().subjects(),

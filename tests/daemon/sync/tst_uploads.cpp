@@ -35,6 +35,8 @@ private slots:
     void changesGoUpAfterTheTimeOfAnUndo();
     void changesInARowGoUpTogether();
     void movesAndDeletionsGoUpAsWell();
+    void aMoveWaitsForTheKeyOfItsFolderAlone_data();
+    void aMoveWaitsForTheKeyOfItsFolderAlone();
     void whatWasTakenBackStaysHere();
     void whatASynchronisationCarriedDoesNotGoUpAgain();
     void whatTheServerRefusesIsTriedOnce();
@@ -67,6 +69,15 @@ private:
     {
         QVERIFY(QMailStore::instance()->updateMessagesMetaData(
             QMailMessageKey::id(world().find(subject)), flag, value));
+    }
+    void moveToDrafts(const QString &subject)
+    {
+        Message where;
+        where.setPreviousParentFolderId(world().folder(Inbox));
+        where.setParentFolderId(world().folder(QStringLiteral("Drafts")));
+        QVERIFY(QMailStore::instance()->updateMessagesMetaData(
+            QMailMessageKey::id(world().find(subject)),
+            QMailMessageKey::ParentFolderId | QMailMessageKey::PreviousParentFolderId, where));
     }
     /** How often the daemon has looked through an account for changes. */
     int looks(const QMailAccountId &id)
@@ -144,17 +155,35 @@ void TestUploads::changesInARowGoUpTogether()
 void TestUploads::movesAndDeletionsGoUpAsWell()
 {
     shortenUndoTime();
-    Message where;
-    where.setPreviousParentFolderId(world().folder(Inbox));
-    where.setParentFolderId(world().folder(QStringLiteral("Drafts")));
-    QVERIFY(QMailStore::instance()->updateMessagesMetaData(
-        QMailMessageKey::id(world().find(Mail1)),
-        QMailMessageKey::ParentFolderId | QMailMessageKey::PreviousParentFolderId, where));
+    moveToDrafts(Mail1);
     QTRY_VERIFY_WITH_TIMEOUT(world().atServer(Mail1).isEmpty(), 20000);
     QVERIFY(QMailStore::instance()->removeMessages(QMailMessageKey::id(world().find(Mail2)),
                                                    QMailStore::CreateRemovalRecord));
     QTRY_VERIFY_WITH_TIMEOUT(world().atServer(Mail2).isEmpty(), 20000);
     QVERIFY(!world().atServer(Mail3).isEmpty());
+}
+
+void TestUploads::aMoveWaitsForTheKeyOfItsFolderAlone_data()
+{
+    QTest::addColumn<bool>("reads");
+    QTest::addColumn<int>("requests");
+    // The key, which a move does not name.
+    QTest::newRow("a message is moved") << false << 1;
+    // A look at what others did, and the change: the server has taken the key with these.
+    QTest::newRow("another one is read as well") << true << 2;
+}
+
+void TestUploads::aMoveWaitsForTheKeyOfItsFolderAlone()
+{
+    QFETCH(bool, reads);
+    QFETCH(int, requests);
+    shortenUndoTime();
+    set(Mail2, Message::Read, reads);
+    moveToDrafts(Mail1);
+    QTRY_VERIFY_WITH_TIMEOUT(world().atServer(Mail1).isEmpty(), 20000);
+    QCOMPARE(world().isReadAtServer(Mail2), reads);
+    QCOMPARE(world().server.requestCount("Sync"), requests);
+    QCOMPARE(world().server.requestCount("MoveItems"), 1);
 }
 
 void TestUploads::whatWasTakenBackStaysHere()
