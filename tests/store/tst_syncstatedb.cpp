@@ -36,6 +36,7 @@ private slots:
     void accountStateIsKept();
     void anAwaitedTreeIsKnownUntilItIsSaved();
     void folderStateIsKept();
+    void renumberingIsKeptUntilTheFolderIsReconciled();
     void emptyTextsAreNoProblem();
     void otherUserOrServerMeansFromTheStart();
     void deletionsAreNotTakenToAnotherMailbox();
@@ -217,6 +218,22 @@ void TestSyncStateDb::folderStateIsKept()
     QVERIFY(!folders(again).find(QMailFolderId(123456)));
 }
 
+void TestSyncStateDb::renumberingIsKeptUntilTheFolderIsReconciled()
+{
+    Store::FolderState state = folder(InboxId);
+    state.reconciling = true;
+    for (const bool isRenumbered : {false, true}) {
+        state.renumbered = isRenumbered;
+        QVERIFY(folders().save(state).ok());
+        QVERIFY(folders().find(InboxId)->reconciling);
+        QCOMPARE(folders().find(InboxId)->renumbered, isRenumbered);
+    }
+    state.reconciling = false;
+    QVERIFY(folders().save(state).ok());
+    QVERIFY(!folders().find(InboxId)->reconciling);
+    QVERIFY(!folders().find(InboxId)->renumbered);
+}
+
 void TestSyncStateDb::emptyTextsAreNoProblem()
 {
     QVERIFY(keys().save(Store::AccountState()).ok());
@@ -268,6 +285,7 @@ void TestSyncStateDb::deletionsAreNotTakenToAnotherMailbox()
     QVERIFY(keys().open(current).ok());
     QVERIFY(store->messageRemovalRecords(m_account).isEmpty());
     QVERIFY(folders().find(InboxId)->reconciling);
+    QVERIFY(folders().find(InboxId)->renumbered);
 }
 
 void TestSyncStateDb::otherPasswordChangesNothing()

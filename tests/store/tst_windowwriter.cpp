@@ -85,6 +85,8 @@ private slots:
     void deletionHoldsWhereTheServerKeepsItsIds();
     void deletionIsForgottenWhereTheServerNumbersAnew_data();
     void deletionIsForgottenWhereTheServerNumbersAnew();
+    void deletionIsDoubtedUntilARenumberedFolderIsReconciled_data();
+    void deletionIsDoubtedUntilARenumberedFolderIsReconciled();
     void whatWasMovedHereIsNotMovedForAnother();
     void reconciliationOfAnEmptiedFolderEmptiesIt();
     void reconciliationIsNotEndedByAnUpload();
@@ -116,6 +118,8 @@ private:
     /** Writes the windows of a reconciliation until it begins anew or ends; the items of each as
      * ids and subjects. Whether it has begun anew. */
     bool reconcile(const QList<QMap<int, QString>> &windows);
+    /** The same from after the answer to key "0"; more windows may be left after these. */
+    bool show(const QList<QMap<int, QString>> &windows, bool isMoreLeft = false);
     /** Local changes that QMF knows of and the server does not. */
     bool isOutstanding() const { return QMailDisconnected::updatesOutstanding(m_account->id); }
 
@@ -625,11 +629,16 @@ void TestWindowWriter::remove(int id)
 bool TestWindowWriter::reconcile(const QList<QMap<int, QString>> &windows)
 {
     m_account->write(Items::window(InboxId, QStringLiteral("9")));
+    return show(windows);
+}
+
+bool TestWindowWriter::show(const QList<QMap<int, QString>> &windows, bool isMoreLeft)
+{
     for (int i = 0; i < windows.size(); ++i) {
         Eas::SyncWindow window = Items::window(InboxId, number(10 + i));
         for (auto it = windows.at(i).cbegin(); it != windows.at(i).cend(); ++it)
             window.added.append(item(number(it.key()), it.value()));
-        window.moreAvailable = i + 1 < windows.size();
+        window.moreAvailable = isMoreLeft || i + 1 < windows.size();
         Store::WindowWriter writer(m_account->db, m_account->id, window);
         if (!writer.run().ok())
             qFatal("cannot write a window: %s", qPrintable(writer.result().text));
@@ -693,6 +702,56 @@ void TestWindowWriter::deletionIsForgottenWhereTheServerNumbersAnew()
         }
     }
     QCOMPARE(m_account->messages().size(), count);
+}
+
+void TestWindowWriter::deletionIsDoubtedUntilARenumberedFolderIsReconciled_data()
+{
+    using Window = QMap<int, QString>;
+    const auto message = [](int n) { return QStringLiteral("Message %1").arg(n); };
+    const Window others = {{3, message(1)}, {4, message(2)}};
+    const auto with = [&others](int id, const QString &subject) {
+        Window window = others;
+        window.insert(id, subject);
+        return window;
+    };
+    QTest::addColumn<int>("deleted");
+    QTest::addColumn<Window>("window"); ///< the last one
+    QTest::addColumn<bool>("isDoubted");
+    QTest::newRow("a new message has its number") << 5 << with(5, QStringLiteral("New")) << true;
+    QTest::newRow("it has another number") << 5 << with(6, message(5)) << true;
+    QTest::newRow("it is gone there as well") << 5 << others << true;
+    QTest::newRow("it was deleted by its new number") << 1 << with(6, message(5)) << false;
+}
+
+/** What the last window shows is no news: only the first one shows other ids. */
+void TestWindowWriter::deletionIsDoubtedUntilARenumberedFolderIsReconciled()
+{
+    using Window = QMap<int, QString>;
+    QFETCH(int, deleted);
+    QFETCH(Window, window);
+    QFETCH(bool, isDoubted);
+    m_account->write(added(QStringLiteral("2"), 1, 5));
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    const Window first = {{1, QStringLiteral("Message 3")}, {2, QStringLiteral("Message 4")}};
+    QVERIFY(!show({first}, true));
+    remove(deleted);
+    QCOMPARE(show({window}), isDoubted);
+    QCOMPARE(deletions(), isDoubted ? 0 : 1);
+    if (isDoubted)
+        QVERIFY(!reconcile({first, window}));
+    QVERIFY(!m_account->state().reconciling);
+
+    QStringList expected = first.values() + window.values();
+    if (!isDoubted)
+        expected.removeAll(QStringLiteral("Message 3"));
+    QStringList subjects;
+    for (const QMailMessageId &id : m_account->messages())
+        subjects.append(Message(id).subject());
+    expected.sort();
+    subjects.sort();
+    QCOMPARE(subjects, expected);
+    QCOMPARE(deletions(), isDoubted ? 0 : 1);
 }
 
 /** Of a message that was moved here, the server shows another one under its id. */

@@ -104,6 +104,7 @@ Eas::Result Reconciliation::startAnew()
     FolderState folder = m_folder;
     folder.syncKey = Eas::FirstKey;
     folder.reconciling = true;
+    folder.renumbered = true;
     return m_unconfirmed.replace(folder, {});
 }
 

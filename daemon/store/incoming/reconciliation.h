@@ -32,6 +32,8 @@ public:
 
     /** Whether the folder is being reconciled, so that the server may call all otherwise. */
     bool isRunning() const { return m_isFirst || m_folder.reconciling; }
+    /** Whether ids by which messages were deleted here may be other ones' by now. */
+    bool areDeletionsDoubtful() const { return m_isFirst && m_folder.renumbered; }
     /** Whether an item may be one of the messages under another id. */
     bool isRenamingPossible() const { return !m_expected.isEmpty(); }
     /** The message that an item with that fingerprint is: `named`, which has the item's id here, if

@@ -184,7 +184,7 @@ Eas::Result WindowWriter::leaveOutDeleted(const QList<Item> &batch, QList<Item> 
             isDeleted ? Eas::Result() : look(uid(item.data.serverId), present, &isDeleted);
         bool isAnother = false;
         if (result.ok() && isDeleted)
-            result = findAnother(item.data, &isAnother);
+            result = findAnother(item, &isAnother);
         if (result.ok() && isAnother)
             return startAnew();
         if (!result.ok())
@@ -195,13 +195,15 @@ Eas::Result WindowWriter::leaveOutDeleted(const QList<Item> &batch, QList<Item> 
     return {};
 }
 
-/** Whether an item that counts as deleted here is in truth a message that is here by another id. */
-Eas::Result WindowWriter::findAnother(const Eas::MailItem &item, bool *isFound) const
+/** Whether an item that counts as deleted here is in truth another message: one that is here by
+ * another id, or, where ids have changed, any that is new: nobody could delete that by its own. */
+Eas::Result WindowWriter::findAnother(const Item &item, bool *isFound) const
 {
-    *isFound = false;
-    if (!m_reconciliation.isRunning() || !MessageBuilder::isComplete(item))
+    const bool isRunning = m_reconciliation.isRunning() && !item.data.serverId.isEmpty();
+    *isFound = isRunning && item.isNew && m_folder.renumbered;
+    if (*isFound || !isRunning || !MessageBuilder::isComplete(item.data))
         return {};
-    const QByteArray mark = fingerprint(MessageBuilder::build(item));
+    const QByteArray mark = fingerprint(MessageBuilder::build(item.data));
     for (const QMailMessageId &id : m_reconciliation.expected(mark)) {
         const QMailMessageMetaData message = currentMessage(id);
         if (QMailStore::instance()->lastError() != QMailStore::NoError)
@@ -344,10 +346,12 @@ QMailMessageMetaData WindowWriter::renamed(QMailMessageMetaData message, const S
 /** What was deleted here is known by ids that are other messages' now. */
 Eas::Result WindowWriter::noteRenumbering()
 {
-    if (std::exchange(m_isRenumbered, true))
+    if (std::exchange(m_folder.renumbered, true))
         return {};
-    const bool isAnyDeleted = !RemovalRecords(m_account).in(m_window.collectionId).isEmpty();
-    return isAnyDeleted ? startAnew() : Eas::Result();
+    if (!RemovalRecords(m_account).in(m_window.collectionId).isEmpty())
+        return startAnew();
+    // First of all: once messages have their new ids, nothing shows any more that they are new.
+    return m_folders.save(m_folder);
 }
 
 /** Forgets what was deleted here. Earlier windows may have left out other messages for it. */
@@ -356,10 +360,15 @@ Eas::Result WindowWriter::startAnew()
     m_startsAnew = true;
     m_phase = Phase::End;
     m_writer.saveConversations();
-    // First of all: once messages have their new ids, nothing shows any more that they are new.
+    // First of all, as in noteRenumbering().
     const Eas::Result result = m_reconciliation.startAnew();
+    return result.ok() ? forgetDeletions() : result;
+}
+
+Eas::Result WindowWriter::forgetDeletions()
+{
     RemovalRecords records(m_account);
-    return result.ok() ? records.forget(records.in(m_window.collectionId)) : result;
+    return records.forget(records.in(m_window.collectionId));
 }
 
 Eas::Result WindowWriter::removeItems()
@@ -390,7 +399,11 @@ Eas::Result WindowWriter::saveKey()
         m_folder.syncKey = m_window.syncKey;
     m_writer.saveConversations();
     const bool isLast = !m_window.moreAvailable && m_answers == Answers::Download;
-    const Eas::Result result = m_reconciliation.save(&m_folder);
+    Eas::Result result;
+    if (m_reconciliation.areDeletionsDoubtful())
+        result = forgetDeletions();
+    if (result.ok())
+        result = m_reconciliation.save(&m_folder);
     m_phase = isLast && m_reconciliation.isToBeSwept(m_folder) ? Phase::Sweep : Phase::End;
     return result;
 }
@@ -408,6 +421,11 @@ Eas::Result WindowWriter::sweep()
         QMailMessageKey::id(left), QMailMessageKey::Id | QMailMessageKey::ServerUid);
     if (QMailStore::instance()->lastError() != QMailStore::NoError)
         return storeFailure(QStringLiteral("cannot look at the messages of a folder"));
+    // Of what was deleted before the server has shown it, the id may be another one's.
+    const bool isAnyDeleted = int(found.size()) < left.size();
+    if (isAnyDeleted && m_folder.renumbered
+        && !RemovalRecords(m_account).in(m_folder.serverId).isEmpty())
+        return startAnew();
     QMailMessageIdList gone;
     for (const QMailMessageMetaData &message : found) {
         // What was moved out since it was noted is another folder's to remove.

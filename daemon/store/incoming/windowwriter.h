@@ -68,7 +68,7 @@ private:
     Eas::Result writeItems();
     Eas::Result writeBatch(const QList<Item> &batch);
     Eas::Result leaveOutDeleted(const QList<Item> &batch, QList<Item> *items, Messages *present);
-    Eas::Result findAnother(const Eas::MailItem &item, bool *isFound) const;
+    Eas::Result findAnother(const Item &item, bool *isFound) const;
     Eas::Result rematch(const QList<Item> &items, Messages *present);
     QMailMessageMetaData inFolder(const QMailMessageId &id,
                                   const QList<QMailMessageMetaData> &changed) const;
@@ -77,6 +77,7 @@ private:
     QMailMessageMetaData renamed(QMailMessageMetaData message, const ServerUid &wanted,
                                  Messages *present);
     Eas::Result noteRenumbering();
+    Eas::Result forgetDeletions();
     Eas::Result startAnew();
     Eas::Result add(const QList<Eas::MailItem> &items);
     Eas::Result removeItems();
@@ -101,7 +102,6 @@ private:
     QHash<ServerUid, QMailMessageId> m_present;
     QSet<ServerUid> m_deleted; ///< by the user, and the server does not know of it
     int m_total = 1;
-    bool m_isRenumbered = false; ///< the server calls items otherwise than before
     bool m_startsAnew = false;
 };
 

@@ -45,15 +45,16 @@ Eas::Result AccountKeys::open(const AccountRecord &record)
     });
 }
 
-/** Another mailbox may be behind it now: all folders are to be reconciled, and what was deleted in
- * the former one is not to be deleted by its ids there. */
+/** Another mailbox may be behind it now: all folders are to be reconciled, as where the server has
+ * numbered anew (2), and what was deleted in the former one is not to be deleted by its ids there.
+ */
 Eas::Result AccountKeys::reset()
 {
     for (const char *sql :
          {"UPDATE account SET folder_sync_key = '0', policy_key = '' WHERE id = ?",
           "DELETE FROM unconfirmed WHERE account = ?", "DELETE FROM moved WHERE account = ?",
           "DELETE FROM work_record WHERE account = ?", "DELETE FROM conversation WHERE account = ?",
-          "UPDATE folder SET sync_key = '0', reconciling = 1 WHERE account = ?"}) {
+          "UPDATE folder SET sync_key = '0', reconciling = 2 WHERE account = ?"}) {
         const Eas::Result result = execute(QLatin1String(sql), {accountNumber()});
         if (!result.ok())
             return result;

@@ -16,6 +16,14 @@ namespace {
 const QString Columns = QStringLiteral(
     "SELECT server_id, folder, parent_id, type, sync_key, filter, reconciling FROM folder ");
 
+/** In the column "reconciling", of which older daemons see only that it is not 0. */
+enum Reconciling { No = 0, Begun = 1, Renumbered = 2 };
+
+int reconcilingOf(const FolderState &state)
+{
+    return !state.reconciling ? No : state.renumbered ? Renumbered : Begun;
+}
+
 FolderState stateOf(const QSqlQuery &row)
 {
     FolderState state;
@@ -25,7 +33,8 @@ FolderState stateOf(const QSqlQuery &row)
     state.type = row.value(3).toInt();
     state.syncKey = row.value(4).toString();
     state.filter = row.value(5).toInt();
-    state.reconciling = row.value(6).toBool();
+    state.reconciling = row.value(6).toInt() != No;
+    state.renumbered = row.value(6).toInt() == Renumbered;
     return state;
 }
 
@@ -105,7 +114,7 @@ Eas::Result FolderKeys::save(const FolderState &state)
             " filter = excluded.filter, reconciling = excluded.reconciling"),
         {qint64(state.folderId.toULongLong()), notNull(state.parentId.text()), state.type,
          state.syncKey.isEmpty() ? Eas::FirstKey : state.syncKey, state.filter,
-         int(state.reconciling), state.serverId.text(), accountNumber()});
+         reconcilingOf(state), state.serverId.text(), accountNumber()});
 }
 
 Eas::Result FolderKeys::remove(const Eas::FolderId &serverId)

@@ -24,6 +24,9 @@ struct FolderState
     /** It is to be reconciled, or begins to be: the server may call messages otherwise than here
      * until that is done. What it does not show by the end is removed. */
     bool reconciling = false;
+    /** While it is reconciled: the server calls messages otherwise than here. What is known of one
+     * that it has not shown yet may be another one's. */
+    bool renumbered = false;
 
     /** The messages that lie in it, or lay in it before the user moved them; none where it has no
      * folder in the mail store. */
