@@ -87,6 +87,8 @@ private slots:
     void deletionIsForgottenWhereTheServerNumbersAnew();
     void deletionIsDoubtedUntilARenumberedFolderIsReconciled_data();
     void deletionIsDoubtedUntilARenumberedFolderIsReconciled();
+    void deletionIsForgottenWhereNothingCouldShowOtherIds_data();
+    void deletionIsForgottenWhereNothingCouldShowOtherIds();
     void whatWasMovedHereIsNotMovedForAnother();
     void reconciliationOfAnEmptiedFolderEmptiesIt();
     void reconciliationIsNotEndedByAnUpload();
@@ -752,6 +754,29 @@ void TestWindowWriter::deletionIsDoubtedUntilARenumberedFolderIsReconciled()
     subjects.sort();
     QCOMPARE(subjects, expected);
     QCOMPARE(deletions(), isDoubted ? 0 : 1);
+}
+
+void TestWindowWriter::deletionIsForgottenWhereNothingCouldShowOtherIds_data()
+{
+    QTest::addColumn<bool>("isKeyLost");
+    QTest::newRow("the key is lost") << true;
+    QTest::newRow("there was no key yet, as where a search has brought the message") << false;
+}
+
+void TestWindowWriter::deletionIsForgottenWhereNothingCouldShowOtherIds()
+{
+    QFETCH(bool, isKeyLost);
+    m_account->write(added(QStringLiteral("2"), 1, 1));
+    remove(1);
+    Store::FolderState folder = m_account->state();
+    folder.syncKey = Eas::FirstKey;
+    QVERIFY(m_account->folders.save(folder).ok());
+    if (isKeyLost)
+        QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    const QMap<int, QString> window = {{1, QStringLiteral("New")}};
+    QVERIFY(!reconcile({window}));
+    QCOMPARE(deletions(), isKeyLost ? 0 : 1);
+    QCOMPARE(m_account->messages().size(), isKeyLost ? 1 : 0);
 }
 
 /** Of a message that was moved here, the server shows another one under its id. */

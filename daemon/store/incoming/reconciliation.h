@@ -32,8 +32,12 @@ public:
 
     /** Whether the folder is being reconciled, so that the server may call all otherwise. */
     bool isRunning() const { return m_isFirst || m_folder.reconciling; }
-    /** Whether ids by which messages were deleted here may be other ones' by now. */
-    bool areDeletionsDoubtful() const { return m_isFirst && m_folder.renumbered; }
+    /** Whether ids by which messages were deleted here may be other ones' by now: the key was lost,
+     * and either the server has shown so, or nothing is here by which it could. */
+    bool areDeletionsDoubtful() const
+    {
+        return m_isFirst && m_folder.reconciling && (m_folder.renumbered || m_noted.isEmpty());
+    }
     /** Whether an item may be one of the messages under another id. */
     bool isRenamingPossible() const { return !m_expected.isEmpty(); }
     /** The message that an item with that fingerprint is: `named`, which has the item's id here, if
