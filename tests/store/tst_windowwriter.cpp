@@ -89,6 +89,8 @@ private slots:
     void deletionIsDoubtedUntilARenumberedFolderIsReconciled();
     void deletionIsForgottenWhereNothingCouldShowOtherIds_data();
     void deletionIsForgottenWhereNothingCouldShowOtherIds();
+    void messageUnderTheIdOfAnotherTakesNothingOfIt_data();
+    void messageUnderTheIdOfAnotherTakesNothingOfIt();
     void whatWasMovedHereIsNotMovedForAnother();
     void reconciliationOfAnEmptiedFolderEmptiesIt();
     void reconciliationIsNotEndedByAnUpload();
@@ -777,6 +779,42 @@ void TestWindowWriter::deletionIsForgottenWhereNothingCouldShowOtherIds()
     QVERIFY(!reconcile({window}));
     QCOMPARE(deletions(), isKeyLost ? 0 : 1);
     QCOMPARE(m_account->messages().size(), isKeyLost ? 1 : 0);
+}
+
+void TestWindowWriter::messageUnderTheIdOfAnotherTakesNothingOfIt_data()
+{
+    QTest::addColumn<QString>("collection");
+    QTest::addColumn<QString>("subject");
+    QTest::addColumn<bool>("isSame"); ///< it may be the message, changed at the server
+    const QString inbox = InboxId.text();
+    QTest::newRow("another mail") << inbox << QStringLiteral("New") << false;
+    QTest::newRow("a mail with the same subject") << inbox << QStringLiteral("Hello") << true;
+    QTest::newRow("a draft") << QStringLiteral("dr") << QStringLiteral("New") << true;
+}
+
+/** The one that is here was read and flagged, and the server has not heard of it. */
+void TestWindowWriter::messageUnderTheIdOfAnotherTakesNothingOfIt()
+{
+    QFETCH(QString, collection);
+    QFETCH(QString, subject);
+    QFETCH(bool, isSame);
+    const Eas::FolderId folder(collection);
+    const Eas::MailItem before = item(number(1));
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), {before}, folder)), 200);
+    const QMailMessageId id = m_account->metaData(number(1), folder).id();
+    set(id, Message::Read | Message::Important, true);
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, folder).ok());
+    QCOMPARE(m_account->write(Items::window(folder, QStringLiteral("9"))), 200);
+    Eas::MailItem other = item(number(1), subject);
+    other.dateReceived = before.dateReceived->addSecs(60);
+    QCOMPARE(m_account->write(adding(QStringLiteral("10"), {other}, folder)), 200);
+    QCOMPARE(m_account->messages(folder).size(), 1);
+    const Message now = m_account->metaData(number(1), folder);
+    QCOMPARE(now.subject(), subject);
+    QCOMPARE(now.id() == id, isSame);
+    QVERIFY(!(now.status() & (Message::Read | Message::Important)));
+    QVERIFY(!isOutstanding());
+    QVERIFY(!m_account->state(folder).reconciling);
 }
 
 /** Of a message that was moved here, the server shows another one under its id. */

@@ -37,6 +37,15 @@ Daemon::AdaptiveSize &batchSize()
     return size;
 }
 
+/** As the server knows it: what it is to be told may have been meant for another one. */
+QMailMessageMetaData settled(QMailMessageMetaData message)
+{
+    using Message = QMailMessageMetaData;
+    message.setStatus(Message::Read, message.status() & Message::ReadElsewhere);
+    message.setStatus(Message::Important, message.status() & Message::ImportantElsewhere);
+    return message;
+}
+
 } // namespace
 
 WindowWriter::WindowWriter(SyncStateDb &db, const QMailAccountId &account,
@@ -278,10 +287,12 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         if (found.id() == named.id() || (!isFound && !isAnother(named, shown)))
             continue;
         isRenumbered = isRenumbered || !isFound || ServerUid(found).isItem();
-        // What the user moved away is not moved for another message's sake. What lies here may as
-        // well have changed there, as a draft does.
-        if (isNamed && (isFound || named.parentFolderId() != m_folder.folderId))
+        if (isNamed && !isFound && mayBeChanged(item, named, shown)) {
+            changed.append(settled(named));
+            present->insert(wanted, changed.last());
+        } else if (isNamed) {
             changed.append(displaced(wanted, present));
+        }
         if (isFound) {
             changed.append(renamed(found, wanted, present));
             present->insert(wanted, changed.last());
@@ -315,6 +326,17 @@ bool WindowWriter::isAnother(const QMailMessageMetaData &named,
     return m_reconciliation.isRunning() && named.id().isValid()
         && named.receivedDate().toUTC().toSecsSinceEpoch()
         != shown.receivedDate().toUTC().toSecsSinceEpoch();
+}
+
+/** Whether an item that looks otherwise may be the message all the same, changed there, as a draft
+ * is. What the user moved away is not moved for another message's sake. */
+bool WindowWriter::mayBeChanged(const Item &item, const QMailMessageMetaData &named,
+                                const QMailMessageMetaData &shown) const
+{
+    const bool isAlike =
+        named.subject() == shown.subject() && named.from().address() == shown.from().address();
+    return named.parentFolderId() == m_folder.folderId
+        && (isAlike || !item.isNew || m_folder.type == Eas::Drafts);
 }
 
 /** The message that has the id, without it: it may yet be found under its own new one. */

@@ -73,6 +73,8 @@ private:
     QMailMessageMetaData inFolder(const QMailMessageId &id,
                                   const QList<QMailMessageMetaData> &changed) const;
     bool isAnother(const QMailMessageMetaData &named, const QMailMessageMetaData &shown) const;
+    bool mayBeChanged(const Item &item, const QMailMessageMetaData &named,
+                      const QMailMessageMetaData &shown) const;
     QMailMessageMetaData displaced(const ServerUid &wanted, Messages *present);
     QMailMessageMetaData renamed(QMailMessageMetaData message, const ServerUid &wanted,
                                  Messages *present);
