@@ -311,7 +311,9 @@ void TestOtherProcess::aPartThatIsWrittenMeanwhileTouchesNothingElse()
             if (isLook && ++looks == 2)
                 changes += changeElsewhere(m_id) ? 1 : 0;
         });
-        QVERIFY(Store::ContentWriter::writePart(m_id, QStringLiteral("2"), path).ok());
+        QVERIFY(Store::ContentWriter::writePart(m_id, QStringLiteral("2"), QStringLiteral("ref/1"),
+                                                path)
+                    .ok());
     }
     QCOMPARE(changes, 1);
     compareKept();
