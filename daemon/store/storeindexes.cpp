@@ -64,7 +64,11 @@ const QList<StoreIndexes::Index> &StoreIndexes::all()
         {QStringLiteral("orvmail_thread_by_subject"),
          QStringLiteral("mailthreadsubjects (subjectid, threadid)")},
         {QStringLiteral("orvmail_message_by_thread"),
-         QStringLiteral("mailmessages (parentthreadid, stamp)")},
+         QStringLiteral("mailmessages (parentthreadid, parentaccountid, stamp)")},
+        {QStringLiteral("orvmail_message_by_answered"),
+         QStringLiteral("mailmessages (responseid)")},
+        {QStringLiteral("orvmail_missing_ancestor"),
+         QStringLiteral("missingancestors (subjectid)")},
         Index::of(Narrowing::unsettledIndex()),
         Index::of(Narrowing::foundIndex()),
     };

@@ -24,8 +24,7 @@ namespace Store {
  * message is lost, or kept back, because its thread is not found.
  *
  * All messages of a call are looked up together: a call costs what its messages and their threads
- * cost, however many others the account has. Only where the mail store has to be corrected does it
- * look through all messages.
+ * cost, however many others the account has.
  */
 class Conversations
 {
