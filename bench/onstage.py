@@ -15,8 +15,9 @@ PATIENCE = 7200
 
 
 def start_all(stage, *arguments, prefix=()):
-    """Mail server, account, daemon and message server; the latter two, which `prefix` starts."""
-    stage.start_server(stage.dir / "mail", *arguments)
+    """Mail server, account, daemon and message server; the latter two, which `prefix` starts. Mail comes in the order of
+    most servers."""
+    stage.start_server(stage.dir / "mail", *arguments, "--quirks", "newest_first")
     stage.add_account()
     return Process(stage.start_daemon(*prefix)), Process(stage.start_message_server(*prefix))
 
@@ -98,16 +99,21 @@ def check_agreement(stage):
 
 
 class Changes:
-    """Changes at the test server, new messages and flags by turns."""
+    """Changes at the test server: new messages and flags by turns, or messages that go for good."""
 
     def __init__(self, stage, ids, news):
-        """`ids`: of messages whose flags are changed; `news`: files that are delivered."""
-        self.stage, self.ids, self.news, self.turn = stage, ids, iter(news), 0
+        """`ids`: of messages whose flags are changed, from the first on, and of which others are removed, from the last
+        on; `news`: files that are delivered."""
+        self.stage, self.ids, self.news, self.turn = stage, list(ids), iter(news), 0
 
     @staticmethod
     def news_in(counts, rounds):
         """How many new messages so many changes deliver, so often each."""
         return sum((count + 1) // 2 for count in counts) * rounds
+
+    def remove(self, count):
+        for _ in range(count):
+            self.stage.control("delete", user="alice", id=self.ids.pop())
 
     def make(self, count):
         for n in range(count):

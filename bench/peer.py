@@ -145,7 +145,7 @@ class Ours(Side):
 
     def prepare_changes(self):
         check_same_store(self.stage)
-        self.changes = Changes(self.stage, BareClient(self.stage.mail_server.url).ids, self.news)
+        self.changes = Changes(self.stage, BareClient(self.stage.mail_server.url).ids[::-1], self.news)
 
     def change(self, count):
         self.changes.make(count)

@@ -4,8 +4,8 @@
 // The floor of a synchronisation: adds what alice has in her inbox at the test server to a mail
 // store that is empty but for the daemon's indexes. The very same messages: fetched and built by
 // the daemon's own classes, which is not measured; only the store's work is. Then makes as many
-// changes to that store, by turns a new message of USER's inbox and a flag, the median of ROUNDS.
-// Prints one line of JSON, CPU times in milliseconds.
+// changes to that store, by turns a new message of USER's inbox and a flag, the median of ROUNDS,
+// and then a removal so often. Prints one line of JSON, CPU times in milliseconds.
 #include "bench/floorthreads.h"
 #include "bench/makeindexes.h"
 #include "bench/serverinbox.h"
@@ -144,6 +144,27 @@ double change(int count, QList<Eas::MailItem> *news, const Store::FolderState &f
         + flag(count / 2, folder.folderId, isRead) + makeDurable();
 }
 
+double median(std::vector<double> times)
+{
+    std::sort(times.begin(), times.end());
+    return times.at(times.size() / 2);
+}
+
+/** CPU milliseconds of removing one message, the median of some rounds. */
+double removal(int rounds, const QMailFolderId &folder)
+{
+    std::vector<double> times;
+    for (int round = 0; round < rounds; ++round) {
+        const QMailMessageIdList known = QMailStore::instance()->queryMessages(
+            QMailMessageKey::parentFolderId(folder), QMailMessageSortKey(), 1);
+        const double before = cpuMs();
+        if (!QMailStore::instance()->removeMessages(QMailMessageKey::id(known)))
+            qFatal("the store removed nothing");
+        times.push_back(cpuMs() - before + makeDurable());
+    }
+    return median(times);
+}
+
 /** The changes' medians of some rounds, as they stand in the arguments. */
 QStringList changes(int port, const QString &user, int rounds, const QStringList &counts,
                     const Store::FolderState &folder, FloorThreads *threads)
@@ -159,8 +180,7 @@ QStringList changes(int port, const QString &user, int rounds, const QStringList
         std::vector<double> times;
         for (int round = 0; round < rounds; ++round)
             times.push_back(change(count.toInt(), &news, folder, origin, threads, round % 2 == 0));
-        std::sort(times.begin(), times.end());
-        medians.append(QString::number(times.at(times.size() / 2), 'f', 1));
+        medians.append(QString::number(median(times), 'f', 1));
     }
     return medians;
 }
@@ -188,13 +208,17 @@ int main(int argc, char **argv)
     }
     cpu += makeDurable();
     QStringList medians;
-    if (argc > 2)
-        medians = changes(port, arguments.at(2), arguments.at(3).toInt(), arguments.mid(4), folder,
-                          &threads);
-    QTextStream(stdout) << QStringLiteral(
-                               "{\"messages\": %1, \"cpu_ms\": %2, \"changes_ms\": [%3]}\n")
+    double removed = 0;
+    if (argc > 2) {
+        const int rounds = arguments.at(3).toInt();
+        medians = changes(port, arguments.at(2), rounds, arguments.mid(4), folder, &threads);
+        removed = removal(rounds, folder.folderId);
+    }
+    QTextStream(stdout) << QStringLiteral("{\"messages\": %1, \"cpu_ms\": %2, "
+                                          "\"changes_ms\": [%3], \"removal_ms\": %4}\n")
                                .arg(count)
                                .arg(cpu, 0, 'f', 2)
-                               .arg(medians.join(QStringLiteral(", ")));
+                               .arg(medians.join(QStringLiteral(", ")))
+                               .arg(removed, 0, 'f', 1);
     return 0;
 }

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """Writes COUNT messages as DIRECTORY/USER/FOLDER/NUMBER.eml, the same ones for the same arguments.
 
-A message has 4 KiB of headers and text; every tenth one carries 100 KiB more as an attachment. The
-last one was sent at --until, the others in the days before it.
+A message has 4 KiB of headers and text; every tenth one carries 100 KiB more as an attachment. Four
+in ten answer others, and have their subject. The last one was sent at --until, the others in the
+days before it.
 """
 
 import argparse
@@ -39,16 +40,24 @@ def ancestors(number, seed):
         line.append(number)
 
 
+def subject(line, number, seed):
+    """That of the message, or "Re:" and that of the first one in its line of ancestors."""
+    first = line[0] if line else number
+    noise = random.Random(f"{seed}/{first}/subject")
+    words = " ".join(noise.choices(WORDS[:20], k=noise.randint(2, 7)))
+    return f"{'Re: ' if line else ''}{words} {first}"
+
+
 def header(noise, number, seed, sent, content_type):
     name = noise.choice(PEOPLE)
-    subject = " ".join(noise.choices(WORDS[:20], k=noise.randint(2, 7)))
     address = name.split()[0].lower() + "@elsewhere.test"
     domain = "elsewhere.test"
-    references = "\r\n ".join(f"<m{ancestor}@{domain}>" for ancestor in ancestors(number, seed))
+    line = ancestors(number, seed)
+    references = "\r\n ".join(f"<m{ancestor}@{domain}>" for ancestor in line)
     thread = f"References: {references}\r\n" if references else ""
     return (f"Received: from mx.{domain} by mail.example.test; {sent}\r\n"
             f"From: {email.utils.formataddr((name, address))}\r\nTo: Alice Example <alice@example.test>\r\n"
-            f"Subject: {subject} {number}\r\nDate: {sent}\r\nMessage-ID: <m{number}@{domain}>\r\n{thread}"
+            f"Subject: {subject(line, number, seed)}\r\nDate: {sent}\r\nMessage-ID: <m{number}@{domain}>\r\n{thread}"
             f"MIME-Version: 1.0\r\nContent-Type: {content_type}\r\n")
 
 

@@ -68,6 +68,7 @@ QUIRKS = LENIENT + (
     "bare_read_unflags",     # a Change without Flag takes the flag away
     "named_references",      # an attachment's reference has its folder's name, which may be another's later
     "moves_are_known",       # what a client moved is not shown to it in the new folder
+    "newest_first",          # new items come the last one first, as at most servers
 )
 
 

@@ -170,7 +170,8 @@ class CollectionSync:
         for item in todo.change[:size - len(commands)]:
             commands.append(self.tell_change(item, known))
         preferences = self.preferences()
-        for item in todo.add[:size - len(commands)]:
+        added = todo.add[::-1] if self.options.newest_first else todo.add
+        for item in added[:size - len(commands)]:
             known[item] = self.folder.items[item].state()
             commands.append(self.tell("Change" if item in self.lost else "Add", item, preferences))
         return commands

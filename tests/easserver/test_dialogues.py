@@ -218,6 +218,16 @@ class Sync(ServerTest):
         self.assertEqual({ids[name] for name in "bcd"}, {ids["a"]})
         self.assertNotEqual(ids["e"], ids["a"])
 
+    def testNewItemsComeInOrderOrTheNewestFirst(self):
+        for name in "abc":
+            self.server.control("deliver", message=f"Subject: {name}\r\n\r\nText.\r\n")
+        folder = self.ready_folder()
+        told = self.client.sync_all(folder, window=2)
+        self.server.control("options", newest_first=True)
+        del self.client.keys[folder]
+        self.assertEqual([item[1] for item in self.client.sync_all(folder, window=2)],
+                         [item[1] for item in reversed(told)])
+
     def ready_folder(self):
         self.client.folder_sync()
         return self.server.folder_id("Inbox")
