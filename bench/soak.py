@@ -31,8 +31,10 @@ SECONDS = 3600  # in which a large folder is to be reconciled
 
 # What may be more at the last rest than at the first. Memory: what half of the cycles may leave.
 GROWTH_MB = 1
-GROWTH = {"open_files": 2, "threads": 0, "wakeups": 3, "match_rules": 0}
+GROWTH = {"open_files": 2, "threads": 0, "match_rules": 0}
 GROWTH_LEFT = {"temporary_files": 0, "stray_files": 0, "state_kb": 1024}
+# In the idle seconds of each rest.
+MAXIMUM_WAKEUPS = 3
 # A log that is written back into its database is begun anew, and stays as large as it was.
 MAXIMUM_WAL_KB = 8192
 # Rows of the two databases. Conversations whose threads are gone are forgotten when 4096 have come; messages whose flags
@@ -353,6 +355,8 @@ class Course:
             aims.append(self.memory_aim(name))
             aims += [Aim(f"{name}, {heading(figure)}", last.processes[name][figure],
                          first.processes[name][figure] + more) for figure, more in GROWTH.items()]
+            aims.append(Aim(f"{name}, wakeups in {IDLE_SECONDS} idle seconds",
+                            max(rest.processes[name]["wakeups"] for rest in self.rests.values()), MAXIMUM_WAKEUPS))
             aims += self.cpu_aims(name)
         aims += [Aim(heading(figure), last.left[figure], first.left[figure] + more)
                  for figure, more in GROWTH_LEFT.items()]

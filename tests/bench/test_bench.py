@@ -13,6 +13,7 @@ import results
 
 BENCH = Path(__file__).resolve().parent.parent.parent / "bench"
 sys.path.append(str(BENCH))
+import idle  # noqa: E402
 from report import Aim, Report  # noqa: E402
 from soak import Course, Rest  # noqa: E402
 
@@ -112,6 +113,25 @@ class Endurance(unittest.TestCase):
                 found = missed(course(late))
                 self.assertEqual(len(found), 1, found)
                 self.assertTrue(found[0].startswith(text), found)
+
+
+    def test_who_wakes_from_the_beginning_on_is_found(self):
+        for often in (4, 30):
+            seen = course()
+            for rest in seen.rests.values():
+                rest.processes["daemon"].update(wakeups=often)
+            self.assertEqual(missed(seen), ["daemon, wakeups in 3 idle seconds"])
+        once = course()
+        once.rests[500].processes["daemon"].update(wakeups=4)
+        self.assertEqual(missed(once), ["daemon, wakeups in 3 idle seconds"])
+
+
+class Idle(unittest.TestCase):
+    def test_the_daemon_sleeps_and_the_message_server_as_without_us(self):
+        for woken, late in (((0, 0, 0), []), ((0, 7, 7), []), ((0, 7, 8), []), ((1, 7, 7), ["daemon's"]),
+                            ((0, 8, 7), ["message"]), ((600, 1, 0), ["daemon's", "message"])):
+            with self.subTest(woken=woken):
+                self.assertEqual([aim.text.split()[0] for aim in idle.aims(*woken) if not aim.met], late)
 
 
 class Telling(unittest.TestCase):
