@@ -5,10 +5,58 @@
 #include "tests/store/items.h"
 #include "tests/support/storefixture.h"
 
+#include <QDir>
+#include <QFile>
 #include <qmailstore.h>
 #include <QTest>
 
+using Items::text;
 using Store::Outgoing;
+
+namespace {
+
+/** A mail of a text and an attachment, not in the store yet. */
+QMailMessage withParts(const QMailAccountId &account, const QString &words)
+{
+    QMailMessage message;
+    message.setMessageType(QMailMessage::Email);
+    message.setParentAccountId(account);
+    message.setParentFolderId(QMailFolderId(QMailFolder::LocalStorageFolderId));
+    message.setTo(QMailAddress(text("Bob"), text("bob@example.com")));
+    message.setSubject(text("Hello"));
+    message.setStatus(QMailMessage::Outgoing | QMailMessage::Outbox, true);
+    QMailMessageContentDisposition disposition(QMailMessageContentDisposition::Attachment);
+    disposition.setFilename("plan.bin");
+    QMailMessagePart first;
+    first.setBody(QMailMessageBody::fromData(words,
+                                             QMailMessageContentType("text/plain; charset=UTF-8"),
+                                             QMailMessageBody::QuotedPrintable));
+    message.setMultipartType(QMailMessage::MultipartMixed);
+    message.appendPart(first);
+    message.appendPart(QMailMessagePart::fromData(
+        QByteArrayLiteral("plan"), disposition, QMailMessageContentType("application/octet-stream"),
+        QMailMessageBody::Base64, QMailMessageBody::RequiresEncoding));
+    return message;
+}
+
+/** Its author writes this in its place. */
+bool replace(const QMailMessageId &id, QMailMessage message)
+{
+    const QMailMessageMetaData before(id);
+    message.setId(id);
+    message.setContentScheme(before.contentScheme());
+    message.setContentIdentifier(before.contentIdentifier());
+    return QMailStore::instance()->updateMessage(&message);
+}
+
+/** As a power cut does: the file is empty, or the folder is gone. */
+bool lose(const QMailMessageId &id, const QString &place)
+{
+    const QString path = QMailMessageMetaData(id).contentIdentifier() + place;
+    return QFileInfo(path).isDir() ? QDir(path).removeRecursively() : QFile::resize(path, 0);
+}
+
+} // namespace
 
 /** What is known of mail that is to be sent. */
 class TestOutbox : public QObject
@@ -25,10 +73,20 @@ private slots:
     void whatCannotBeReadIsNotTakenForWhatLeft();
     void whatCannotBeReadIsNotTakenForNew_data();
     void whatCannotBeReadIsNotTakenForNew();
+    void whatIsLostIsNoEdit_data();
+    void whatIsLostIsNoEdit();
+    void whatWasEditedBeforeItWasLostIsEdited();
 
 private:
     /** A mail of which it is noted that it was sent as it is now. */
     QMailMessageId addSent();
+    /** One of a text and an attachment. */
+    QMailMessageId addSentWithParts();
+    QMailMessageId noteSent(const QMailMessageId &id);
+    bool mayBeEdited(const QMailMessageId &id) const
+    {
+        return m_outbox->mayBeEdited(m_noted->find(id).value_or(Outgoing()));
+    }
     /** Its author writes something else. */
     static void edit(const QMailMessageId &id);
     Store::AccountRecord record() const { return Store::AccountRecord::read(m_account->id); }
@@ -54,7 +112,17 @@ void TestOutbox::cleanup()
 
 QMailMessageId TestOutbox::addSent()
 {
-    const QMailMessageId id = StoreFixture::addOutgoing(m_account->id);
+    return noteSent(StoreFixture::addOutgoing(m_account->id));
+}
+
+QMailMessageId TestOutbox::addSentWithParts()
+{
+    QMailMessage message = withParts(m_account->id, text("Hello.\n"));
+    return QMailStore::instance()->addMessage(&message) ? noteSent(message.id()) : QMailMessageId();
+}
+
+QMailMessageId TestOutbox::noteSent(const QMailMessageId &id)
+{
     Outgoing outgoing;
     if (!m_outbox->open(id, &outgoing).ok())
         return {};
@@ -147,6 +215,40 @@ void TestOutbox::whatCannotBeReadIsNotTakenForNew()
     QVERIFY(!m_noted->find(id));
     QVERIFY(m_outbox->open(id, &outgoing).ok());
     QCOMPARE(outgoing.state, Outgoing::Uncertain);
+}
+
+void TestOutbox::whatIsLostIsNoEdit_data()
+{
+    QTest::addColumn<QString>("place");
+    QTest::newRow("text") << text("-parts/1");
+    QTest::newRow("attachment") << text("-parts/2");
+    QTest::newRow("text and attachment") << text("-parts");
+    QTest::newRow("all") << QString();
+}
+
+/** Who then writes something else has edited it. */
+void TestOutbox::whatIsLostIsNoEdit()
+{
+    QFETCH(QString, place);
+    const QMailMessageId id = addSentWithParts();
+    QVERIFY(!mayBeEdited(id));
+    QVERIFY(lose(id, place));
+    QVERIFY(!mayBeEdited(id));
+    Outgoing outgoing;
+    QVERIFY(m_outbox->open(id, &outgoing).ok());
+    QCOMPARE(outgoing.state, Outgoing::Sent);
+    QVERIFY(replace(id, withParts(m_account->id, text("Hello again.\n"))));
+    QVERIFY(mayBeEdited(id));
+    QVERIFY(m_outbox->open(id, &outgoing).ok());
+    QCOMPARE(outgoing.state, Outgoing::Ready);
+}
+
+void TestOutbox::whatWasEditedBeforeItWasLostIsEdited()
+{
+    const QMailMessageId id = addSentWithParts();
+    edit(id);
+    QVERIFY(lose(id, text("-parts/1")));
+    QVERIFY(mayBeEdited(id));
 }
 
 QTEST_GUILESS_MAIN(TestOutbox)

@@ -89,6 +89,13 @@ Eas::Result notGiven()
     return {Eas::NotFound, FailureText::english("the message has been removed")};
 }
 
+OutgoingPrint::Content contentHere(const QMailMessage &message)
+{
+    const bool hasParts = message.multipartType() != QMailMessage::MultipartNone;
+    return isContentLost(message, hasParts) ? OutgoingPrint::Content::Lost
+                                            : OutgoingPrint::Content::Whole;
+}
+
 /** The reason as it was written down: a result code, and words. */
 void readReason(const QString &field, Activesync::WaitingMail *mail)
 {
@@ -230,7 +237,8 @@ Eas::Result Outbox::compare(const Outgoing &outgoing, bool *isEdited) const
     // An empty one would pass for an edited one, and go again.
     if (!message.id().isValid())
         return storeFailure(FailureText::english("cannot read a message that is to be sent"));
-    *isEdited = !OutgoingPrint::isSame(outgoing.print, message);
+    // What is lost here is not an edit; what is left may have been edited before.
+    *isEdited = !OutgoingPrint::isSame(outgoing.print, message, contentHere(message));
     return {};
 }
 

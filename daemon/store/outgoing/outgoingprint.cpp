@@ -12,6 +12,7 @@ namespace Store {
 namespace {
 
 using Algorithm = QCryptographicHash::Algorithm;
+using OutgoingPrint::Content;
 
 /** How a print was made, which it begins with. */
 struct Kind
@@ -94,20 +95,21 @@ QString targetOf(const QMailMessagePart &part)
 }
 
 /** Whether the content was never fetched, or its file is gone; a text may be empty. */
-bool isAbsent(const QMailMessagePart &part)
+bool isAbsent(const QMailMessagePart &part, Content content)
 {
     const bool isAttachment =
         part.contentDisposition().type() == QMailMessageContentDisposition::Attachment;
     return (!part.hasBody() || part.body().length() == 0)
-        && (isAttachment || !part.contentType().matches("text"));
+        && (content == Content::Lost || isAttachment || !part.contentType().matches("text"));
 }
 
 /** Makes a print in one way. */
 class Printer
 {
 public:
-    explicit Printer(const Kind &kind)
+    Printer(const Kind &kind, Content content)
         : m_kind(kind)
+        , m_content(content)
     {
     }
 
@@ -134,7 +136,7 @@ private:
         const QByteArray name = digest({nameOf(part)}) + ':';
         if (part.referenceType() != QMailMessagePart::None)
             return name + digest({targetOf(part)});
-        return isAbsent(part) ? name : name + contentOf(part);
+        return isAbsent(part, m_content) ? name : name + contentOf(part);
     }
 
     QByteArray contentOf(const QMailMessagePartContainer &container) const
@@ -154,6 +156,7 @@ private:
     }
 
     const Kind &m_kind;
+    const Content m_content;
 };
 
 bool isSamePart(const QByteArray &one, const QByteArray &other)
@@ -166,16 +169,16 @@ bool isSamePart(const QByteArray &one, const QByteArray &other)
 
 QByteArray OutgoingPrint::of(const QMailMessage &message)
 {
-    return Printer(Kinds[0]).print(message);
+    return Printer(Kinds[0], Content::Whole).print(message);
 }
 
-bool OutgoingPrint::isSame(const QByteArray &print, const QMailMessage &message)
+bool OutgoingPrint::isSame(const QByteArray &print, const QMailMessage &message, Content content)
 {
     const QList<QByteArray> parts = print.split(' ');
     for (const Kind &kind : Kinds) {
         if (parts.first() != kind.name)
             continue;
-        const QList<QByteArray> now = Printer(kind).print(message).split(' ');
+        const QList<QByteArray> now = Printer(kind, content).print(message).split(' ');
         return std::equal(parts.begin(), parts.end(), now.begin(), now.end(), isSamePart);
     }
     return true;

@@ -15,14 +15,21 @@ namespace Store {
  */
 namespace OutgoingPrint {
 
+/** What the mail store has of a message. */
+enum class Content {
+    Whole,
+    Lost ///< a file of it is gone or empty: a text that is empty now may have been lost
+};
+
 /** Never empty. Memory does not grow with the message. */
 QByteArray of(const QMailMessage &message);
 
 /**
  * Whether nothing tells the message from the one that the print was made of: an attachment that one
- * of them lacks may be the other's. A print that was made in an unknown way tells nothing.
+ * of them lacks may be the other's, and so may be what was lost here. A print that was made in an
+ * unknown way tells nothing.
  */
-bool isSame(const QByteArray &print, const QMailMessage &message);
+bool isSame(const QByteArray &print, const QMailMessage &message, Content content = Content::Whole);
 
 } // namespace OutgoingPrint
 

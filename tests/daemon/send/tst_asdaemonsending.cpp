@@ -73,6 +73,7 @@ private slots:
 
     void whatWasSentBeforeIsNotSentAgain_data();
     void whatWasSentBeforeIsNotSentAgain();
+    void whatWasSentBeforeAndIsLostHereIsNotSentAgain();
     void aCutAfterTheServerHasItIsFoundOut_data();
     void aCutAfterTheServerHasItIsFoundOut();
     void aCutBeforeTheServerHasItIsNoDoubt();
@@ -475,6 +476,24 @@ void TestAsDaemonSending::whatWasSentBeforeIsNotSentAgain()
     QCOMPARE(world().sendAndWait(id), 200);
     QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
     QCOMPARE(world().copies(Alice, QStringLiteral("Hello"), QStringLiteral("Sent")), 1);
+}
+
+/** The power fails after the server has it, and takes the file of its text along. */
+void TestAsDaemonSending::whatWasSentBeforeAndIsLostHereIsNotSentAgain()
+{
+    world().setOption("client_id_memory", false);
+    const QMailMessageId id =
+        world().add(withParts(world().draft(), QStringLiteral("Hello.\n"), "plan"));
+    world().server.fault(SendingWorld::sendFault(
+        "delay", {{QStringLiteral("late"), true}, {QStringLiteral("seconds"), 30}}));
+    world().send(id);
+    QTRY_COMPARE_WITH_TIMEOUT(world().copies(Bob, QStringLiteral("Hello")), 1, 20000);
+    world().daemon.kill();
+    QVERIFY(QFile::resize(contentFile(id, QStringLiteral("-parts/1")), 0));
+    QVERIFY(world().daemon.start());
+    QTRY_VERIFY(world().isInOutbox(id));
+    QCOMPARE(world().sendAndWait(id), 200);
+    QCOMPARE(world().copies(Bob, QStringLiteral("Hello")), 1);
 }
 
 void TestAsDaemonSending::aCutAfterTheServerHasItIsFoundOut_data()
