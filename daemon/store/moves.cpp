@@ -4,6 +4,7 @@
 #include "daemon/store/accountguard.h"
 #include "daemon/store/currentmessages.h"
 #include "daemon/store/fingerprint.h"
+#include "daemon/store/mark.h"
 #include "daemon/store/narrowing.h"
 #include "daemon/store/removalrecords.h"
 #include "daemon/store/storefailure.h"
@@ -103,8 +104,24 @@ Eas::Result Moves::deleteWhereItLies(const Move &move, const ServerUid &uid)
 Eas::Result Moves::leave(const Move &move, const ServerUid &uid)
 {
     // Struck off first: otherwise that folder, when it is reconciled, would remove the message.
-    const Eas::Result struck = m_unconfirmed.strikeOff(move.from.collectionId(), move.id);
-    return struck.ok() ? rename(move, uid) : struck;
+    Eas::Result result = m_unconfirmed.strikeOff(move.from.collectionId(), move.id);
+    // While it has its former id, that says where its attachments are.
+    if (result.ok())
+        result = markRenamed(move.id);
+    return result.ok() ? rename(move, uid) : result;
+}
+
+/** What the server called its attachments in the former folder may be another message's there. */
+Eas::Result Moves::markRenamed(const QMailMessageId &id)
+{
+    Message message = currentMessage(id);
+    if (!(message.status() & Message::HasAttachments) || RenamedMark.isSet(message))
+        return {};
+    RenamedMark.set(&message);
+    if (!QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(id),
+                                                        QMailMessageKey::Custom, message))
+        return storeFailure(QStringLiteral("cannot mark a message as moved"));
+    return {};
 }
 
 /** Nothing else is written: the user may be doing more with the message right now. */

@@ -46,6 +46,7 @@ public:
 
 private:
     Eas::Result leave(const Move &move, const ServerUid &uid);
+    Eas::Result markRenamed(const QMailMessageId &id);
     Eas::Result rename(const Move &move, const ServerUid &uid);
     Eas::Result deleteWhereItLies(const Move &move, const ServerUid &uid);
 

@@ -130,8 +130,10 @@ private slots:
     void aPartThatDoesNotExistIsNotFound();
     void anAttachmentOfAMessageThatMovedIsFound();
     void anAttachmentIsFoundThoughTheMoveIsNotConfirmed();
-    void halfAnAnswerForAMovedMessageLeadsToANewReference();
+    void aReferenceThatIsNotValidAnyMoreIsAskedForAgain_data();
+    void aReferenceThatIsNotValidAnyMoreIsAskedForAgain();
     void whatMayBeAnotherMessagesIsNotTaken();
+    void whatMayBeAnotherFoldersIsNotTaken_data();
     void whatMayBeAnotherFoldersIsNotTaken();
     void anAttachmentThatIsGoneIsNotFound_data();
     void anAttachmentThatIsGoneIsNotFound();
@@ -148,6 +150,8 @@ private:
                                                          location);
     }
     void slowDown(int rate) { world().server.fault("slow", "ItemOperations", {{"rate", rate}}); }
+    /** Moves it, and has the server hear of that. */
+    void moveToTrash(const QMailMessageId &id);
     /** Whether the message is as a synchronisation brought it. */
     bool isUntouched(const QMailMessageId &id) const;
 
@@ -165,6 +169,15 @@ bool TestAttachmentDownload::isUntouched(const QMailMessageId &id) const
 {
     return !DownloadWorld::isHere(id, m_second) && DownloadWorld::isHere(id, QStringLiteral("1"))
         && !(QMailMessageMetaData(id).status() & QMailMessage::ContentAvailable);
+}
+
+void TestAttachmentDownload::moveToTrash(const QMailMessageId &id)
+{
+    const QString before = QMailMessageMetaData(id).serverUid();
+    QMailDisconnected::moveToFolder(
+        {id}, QMailAccount(world().account).standardFolder(QMailFolder::TrashFolder));
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_VERIFY(QMailMessageMetaData(id).serverUid() != before);
 }
 
 void TestAttachmentDownload::aPartComesByteForByte()
@@ -336,17 +349,12 @@ void TestAttachmentDownload::anAttachmentOfAMessageThatMovedIsFound()
     const SourcePart first = DownloadWorld::attachment("same.bin", 3000);
     const SourcePart second = DownloadWorld::attachment("same.bin", 4000);
     const QMailMessageId id = bring({first, second});
-    QMailMessageMetaData message(id);
-    QMailDisconnected::moveToFolder(
-        {id}, QMailAccount(world().account).standardFolder(QMailFolder::TrashFolder));
-    QCOMPARE(world().syncAndWait(), 200);
-    QTRY_VERIFY(QMailMessageMetaData(id).serverUid() != message.serverUid());
-    for (const bool isLenient : {false, true}) {
-        world().server.control("options", {{QStringLiteral("missing_is_fine"), isLenient}});
-        const QString location = QString::number(isLenient ? 2 : 3);
+    moveToTrash(id);
+    for (const bool isSecond : {true, false}) {
+        const QString location = QString::number(isSecond ? 3 : 2);
         QCOMPARE(world().codeOf(world().downloadPart(id, location)), 200);
         QTRY_COMPARE(DownloadWorld::content(id, location),
-                     isLenient ? first.content : second.content);
+                     isSecond ? second.content : first.content);
     }
 }
 
@@ -363,18 +371,31 @@ void TestAttachmentDownload::anAttachmentIsFoundThoughTheMoveIsNotConfirmed()
                      .contains(QStringLiteral("LongId")));
 }
 
-void TestAttachmentDownload::halfAnAnswerForAMovedMessageLeadsToANewReference()
+void TestAttachmentDownload::aReferenceThatIsNotValidAnyMoreIsAskedForAgain_data()
 {
+    QTest::addColumn<bool>("isLenient");
+    QTest::addColumn<bool>("isCut");
+    QTest::newRow("the server does not know it") << false << false;
+    QTest::newRow("it does not say so") << true << false;
+    QTest::newRow("half an answer") << false << true;
+}
+
+/** The server has changed what it calls all attachments. */
+void TestAttachmentDownload::aReferenceThatIsNotValidAnyMoreIsAskedForAgain()
+{
+    QFETCH(bool, isLenient);
+    QFETCH(bool, isCut);
     const SourcePart part = DownloadWorld::attachment("a.bin", 3000);
     const QMailMessageId id = bring({part});
-    const QString before = QMailMessageMetaData(id).serverUid();
-    QMailDisconnected::moveToFolder(
-        {id}, QMailAccount(world().account).standardFolder(QMailFolder::TrashFolder));
-    QCOMPARE(world().syncAndWait(), 200);
-    QTRY_VERIFY(QMailMessageMetaData(id).serverUid() != before);
-    world().server.fault("damage", "ItemOperations", {{"how", QStringLiteral("truncated")}});
+    world().server.control("options",
+                           {{QStringLiteral("named_references"), true},
+                            {QStringLiteral("missing_is_fine"), isLenient}});
+    if (isCut)
+        world().server.fault("damage", "ItemOperations", {{"how", QStringLiteral("truncated")}});
+    world().server.clearLog();
     QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
     QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
+    QCOMPARE(world().server.requestCount("ItemOperations"), 3);
 }
 
 void TestAttachmentDownload::whatMayBeAnotherMessagesIsNotTaken()
@@ -397,9 +418,20 @@ void TestAttachmentDownload::whatMayBeAnotherMessagesIsNotTaken()
     QTRY_COMPARE(DownloadWorld::content(another, m_second), other.content);
 }
 
+void TestAttachmentDownload::whatMayBeAnotherFoldersIsNotTaken_data()
+{
+    QTest::addColumn<bool>("movedBefore");
+    QTest::addColumn<bool>("movedAfter");
+    QTest::newRow("the message stays in the renamed folder") << false << false;
+    QTest::newRow("it was moved before the folder was renamed") << true << false;
+    QTest::newRow("it was moved out of the renamed folder") << false << true;
+}
+
 /** The server calls attachments by the names of folders, and a new folder has a former one's. */
 void TestAttachmentDownload::whatMayBeAnotherFoldersIsNotTaken()
 {
+    QFETCH(bool, movedBefore);
+    QFETCH(bool, movedAfter);
     const QString user = QStringLiteral("alice");
     const QString name = QStringLiteral("Projects");
     world().server.control("options", {{QStringLiteral("named_references"), true}});
@@ -413,12 +445,16 @@ void TestAttachmentDownload::whatMayBeAnotherFoldersIsNotTaken()
     const SourcePart other = DownloadWorld::attachment("a.bin", 4000);
     const QMailMessageId id = bringThere(m_subject, part);
     QVERIFY(id.isValid());
+    if (movedBefore)
+        moveToTrash(id);
     world().server.control("folder-rename",
                            {{QStringLiteral("user"), user},
                             {QStringLiteral("folder"), name},
                             {QStringLiteral("target"), QStringLiteral("Projects 2025")}});
     const QMailMessageId another = bringThere(QStringLiteral("Another"), other);
     QVERIFY(another.isValid());
+    if (movedAfter)
+        moveToTrash(id);
     world().server.clearLog();
     QCOMPARE(world().codeOf(world().downloadPart(id, m_second)), 200);
     QTRY_COMPARE(DownloadWorld::content(id, m_second), part.content);
