@@ -3,7 +3,7 @@
 
 #include "accounts/console.h"
 #include "accounts/setup/accountbook.h"
-#include "accounts/typedname.h"
+#include "manual/typedname.h"
 #include "translations/text.h"
 
 #include <algorithm>
@@ -57,7 +57,7 @@ QString savedButText(const QString &problem, const QMailAccountId &id)
 {
     return Text::tr("The account is saved, but its mail does not come yet: %1. Afterwards "
                     "\"orvmail-account sync %2\" brings it.")
-        .arg(problem, typedName(AccountBook::details(id).name, id));
+        .arg(problem, Manual::typedName(AccountBook::details(id).name, id.toULongLong()));
 }
 
 QJsonObject accountObject(const QMailAccountId &id)

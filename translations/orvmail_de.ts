@@ -2320,8 +2320,8 @@
         </translation>
     </message>
     <message>
-        <source>The mail server refuses the user name or the password. No mail comes or goes until you enter the right one in the account&apos;s settings (&quot;orvmail-account --window&quot; or &quot;orvmail-account set&quot;).</source>
-        <translation>Der Mailserver weist den Benutzernamen oder das Passwort zurück. Keine Mail kommt oder geht, bis Sie das richtige in den Einstellungen des Kontos eingeben („orvmail-account --window“ oder „orvmail-account set“).</translation>
+        <source>The mail server refuses the user name or the password. No mail comes or goes until you enter the right one in the account&apos;s settings (&quot;orvmail-account --window&quot; or &quot;orvmail-account set %1 --ask-password&quot;).</source>
+        <translation>Der Mailserver weist den Benutzernamen oder das Passwort zurück. Keine Mail kommt oder geht, bis Sie das richtige in den Einstellungen des Kontos eingeben („orvmail-account --window“ oder „orvmail-account set %1 --ask-password“).</translation>
     </message>
     <message>
         <source>The mail server demands a policy that is not met on this device, and lets no mail through. Ask its administrator.</source>

@@ -2320,8 +2320,8 @@
         </translation>
     </message>
     <message>
-        <source>The mail server refuses the user name or the password. No mail comes or goes until you enter the right one in the account&apos;s settings (&quot;orvmail-account --window&quot; or &quot;orvmail-account set&quot;).</source>
-        <translation>Le serveur de courriel refuse le nom d’utilisateur ou le mot de passe. Aucun courrier n’arrive ni ne part tant que vous n’entrez pas le bon dans les réglages du compte («&#xa0;orvmail-account --window&#xa0;» ou «&#xa0;orvmail-account set&#xa0;»).</translation>
+        <source>The mail server refuses the user name or the password. No mail comes or goes until you enter the right one in the account&apos;s settings (&quot;orvmail-account --window&quot; or &quot;orvmail-account set %1 --ask-password&quot;).</source>
+        <translation>Le serveur de courriel refuse le nom d’utilisateur ou le mot de passe. Aucun courrier n’arrive ni ne part tant que vous n’entrez pas le bon dans les réglages du compte («&#xa0;orvmail-account --window&#xa0;» ou «&#xa0;orvmail-account set %1 --ask-password&#xa0;»).</translation>
     </message>
     <message>
         <source>The mail server demands a policy that is not met on this device, and lets no mail through. Ask its administrator.</source>

@@ -7,7 +7,7 @@
 #include "accounts/setup/accountbook.h"
 #include "accounts/setup/logincheck.h"
 #include "accounts/syncmemory.h"
-#include "accounts/typedname.h"
+#include "manual/typedname.h"
 #include "translations/text.h"
 
 namespace Accounts {
@@ -31,7 +31,7 @@ Outcome refuseOutdated(const QMailAccountId &id, const AccountDetails &before)
     return Outcome::refused(
         Text::tr("another program has changed this account meanwhile, and nothing was saved; "
                  "\"orvmail-account show %1\" shows how it is now")
-            .arg(typedName(now.name, id)));
+            .arg(Manual::typedName(now.name, id.toULongLong())));
 }
 
 /** Whether the options name something that the login at the server depends on. */
@@ -118,7 +118,9 @@ Outcome SetCommand::readFavourites(const QCommandLineParser &parser, const QMail
                 return Outcome::refused(
                     Text::tr("there is no folder \"%1\"; \"orvmail-account folders %2\" shows "
                              "all")
-                        .arg(path, typedName(AccountBook::details(account).name, account)));
+                        .arg(path,
+                             Manual::typedName(AccountBook::details(account).name,
+                                               account.toULongLong())));
             changes->append({folder, option == FavouriteOption});
         }
     }

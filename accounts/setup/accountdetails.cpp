@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accounts/setup/accountdetails.h"
 
-#include "accounts/typedname.h"
 #include "eas/serveraddress.h"
+#include "manual/typedname.h"
 #include "translations/text.h"
 #include "translations/translation.h"
 
@@ -34,7 +34,8 @@ Outcome wipedOutcome(const AccountDetails &details, const QMailAccountId &id)
             Text::tr("\"%1\" was wiped: %2 had its mail and its password removed from here, "
                      "and it is not enabled; if you are to use it again, \"orvmail-account set %3 "
                      "--ask-password --enabled on\" takes the password anew")
-                .arg(details.name, details.settings.server, typedName(details.name, id)),
+                .arg(details.name, details.settings.server,
+                     Manual::typedName(details.name, id.toULongLong())),
             Eas::Forbidden, QStringLiteral("password")};
 }
 
@@ -42,7 +43,7 @@ Outcome notEnabledOutcome(const AccountDetails &details, const QMailAccountId &i
 {
     return Outcome::refused(
         Text::tr("\"%1\" is not enabled; \"orvmail-account set %2 --enabled on\" changes it")
-            .arg(details.name, typedName(details.name, id)));
+            .arg(details.name, Manual::typedName(details.name, id.toULongLong())));
 }
 
 Outcome checkDetails(const AccountDetails &details)

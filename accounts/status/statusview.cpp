@@ -4,8 +4,8 @@
 #include "accounts/advice.h"
 #include "accounts/setup/accountbook.h"
 #include "accounts/status/outboxview.h"
-#include "accounts/typedname.h"
 #include "asclient/asdbusinterface.h"
+#include "manual/typedname.h"
 #include "translations/text.h"
 #include "translations/translation.h"
 
@@ -215,7 +215,7 @@ QStringList AccountView::problems() const
         found.append(Text::tr("%1 refuses the user name or the password since %2; "
                               "\"orvmail-account set %3 --ask-password\" takes another.")
                          .arg(details.settings.server, timeText(status.loginRefusedAt),
-                              typedName(details.name, id)));
+                              Manual::typedName(details.name, id.toULongLong())));
     if (status.policyUnmetAt > 0)
         found.append(Text::tr("%1 demands a policy that is not met here, since %2; ask its "
                               "administrator.")
@@ -289,7 +289,8 @@ QStringList linesOf(const AccountView &account)
     if (!rows.isEmpty() && !account.status.outbox.isEmpty())
         rows.last().value =
             Text::tr("%1; \"orvmail-account outbox %2\" tells more")
-                .arg(rows.last().value, typedName(account.details.name, account.id));
+                .arg(rows.last().value,
+                     Manual::typedName(account.details.name, account.id.toULongLong()));
     const QStringList problems = account.problems();
     for (const QString &problem : problems)
         rows.append({QStringLiteral("!"), problem});

@@ -108,7 +108,7 @@ void AccountNotices::tell(Topic &topic)
     topic.isUnderWay = true;
     const QSet<quint64> subjects = topic.told.subjects | topic.needed;
     m_service.show(
-        Notification::about(topic.told.cause, record->name, topic.needed.size()), topic.told.shown,
+        Notification::about(topic.told.cause, *record, topic.needed.size()), topic.told.shown,
         [this, &topic, subjects](const QString &shown) { noteShown(topic, subjects, shown); });
 }
 

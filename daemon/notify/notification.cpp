@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/notify/notification.h"
 
+#include "manual/typedname.h"
 #include "translations/text.h"
 #include "translations/translation.h"
+
+#include <algorithm>
 
 namespace Daemon {
 
@@ -27,9 +30,10 @@ QString bodyOf(Store::Notice::Cause cause)
 {
     switch (cause) {
     case Store::Notice::LoginRefused:
-        return Text::tr("The mail server refuses the user name or the password. No mail comes "
-                        "or goes until you enter the right one in the account's settings "
-                        "(\"orvmail-account --window\" or \"orvmail-account set\").");
+        return Text::tr(
+            "The mail server refuses the user name or the password. No mail comes "
+            "or goes until you enter the right one in the account's settings "
+            "(\"orvmail-account --window\" or \"orvmail-account set %1 --ask-password\").");
     case Store::Notice::PolicyUnmet:
         return Text::tr(
             "The mail server demands a policy that is not met on this device, and lets no mail "
@@ -42,16 +46,32 @@ QString bodyOf(Store::Notice::Cause cause)
         "puts it back among the drafts.");
 }
 
+/** An account that has no name of its own has the address, which is not for a locked screen. */
+bool isAddress(const QString &name)
+{
+    return name.contains(QLatin1Char('@'));
+}
+
+/** The account as it is typed in the body, where a name could be read as markup. */
+QString typedAccount(const Store::AccountRecord &account)
+{
+    const auto isMarkup = [](QChar sign) { return QLatin1String("<>&").contains(sign); };
+    const QString &name = account.name;
+    const bool isFit = !isAddress(name) && std::none_of(name.begin(), name.end(), isMarkup);
+    return Manual::typedName(isFit ? name : QString(), account.id.toULongLong());
+}
+
 } // namespace
 
-Notification Notification::about(Store::Notice::Cause cause, const QString &account, int mails)
+Notification Notification::about(Store::Notice::Cause cause, const Store::AccountRecord &account,
+                                 int mails)
 {
     // Not before there is something to show.
     Translation::install(Translation::Scope::OwnTexts);
-    // An account that has no name of its own has the address, which is not for a locked screen.
     const QString name =
-        account.contains(QLatin1Char('@')) ? Text::tr("Mail account") : account.simplified();
-    return {summaryOf(cause, mails).replace(QLatin1String("%1"), name), bodyOf(cause)};
+        isAddress(account.name) ? Text::tr("Mail account") : account.name.simplified();
+    return {summaryOf(cause, mails).replace(QLatin1String("%1"), name),
+            bodyOf(cause).replace(QLatin1String("%1"), typedAccount(account))};
 }
 
 } // namespace Daemon

@@ -2,6 +2,7 @@
 #ifndef DAEMON_NOTIFY_NOTIFICATION_H
 #define DAEMON_NOTIFY_NOTIFICATION_H
 
+#include "daemon/store/accountrecord.h"
 #include "daemon/store/state/noticetable.h"
 
 #include <QString>
@@ -15,13 +16,14 @@ struct Notification
     QString body;
 
     /**
-     * What is wrong with the account of that name, and what to do. `mails`: how many have not gone,
+     * What is wrong with the account, and what to do. `mails`: how many have not gone,
      * where it is about mails.
      *
      * Notifications are shown on locked screens, too: they name neither the server nor the user,
      * and nothing of a mail.
      */
-    static Notification about(Store::Notice::Cause cause, const QString &account, int mails);
+    static Notification about(Store::Notice::Cause cause, const Store::AccountRecord &account,
+                              int mails);
 };
 
 } // namespace Daemon

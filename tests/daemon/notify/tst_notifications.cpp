@@ -49,6 +49,8 @@ private slots:
     void aMailThatIsTakenBackIsOver();
     void aMailThatIsTriedAgainIsToldWhenItIsGivenUp();
     void nothingPrivateIsTold();
+    void theAdviceIsTypedAsItIsTold_data();
+    void theAdviceIsTypedAsItIsTold();
     void whatIsToldStaysUntilItIsClosed();
     void anAccountThatIsSwitchedOffTellsNothing();
     void anAccountThatGoesTakesItsNotificationAlong();
@@ -252,6 +254,35 @@ void TestNotifications::nothingPrivateIsTold()
     QTRY_COMPARE(calls(), all);
     for (const char *secret : {"secret", "plan", "nobody", "alice", "127.0.0.1", "example"})
         QVERIFY2(!m_desktop->texts().contains(QLatin1String(secret)), secret);
+}
+
+void TestNotifications::theAdviceIsTypedAsItIsTold_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("typed");
+    const QString number = QStringLiteral("NUMBER");
+    QTest::newRow("a word") << QStringLiteral("Work") << QStringLiteral("Work");
+    QTest::newRow("words") << QStringLiteral("My work") << QStringLiteral("'My work'");
+    QTest::newRow("an address, which is private") << QStringLiteral("alice@example.test") << number;
+    QTest::newRow("what could be markup") << QStringLiteral("Research & Development") << number;
+}
+
+void TestNotifications::theAdviceIsTypedAsItIsTold()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, typed);
+    QMailAccount account(world().account);
+    account.setName(name);
+    QVERIFY(QMailStore::instance()->updateAccount(&account));
+    QMailStore::instance()->flushIpcNotifications();
+    appear();
+    refusePassword();
+    QCOMPARE(world().syncAndWait(), 401);
+    QTRY_COMPARE(calls().size(), 1);
+    typed.replace(QLatin1String("NUMBER"), QString::number(world().account.toULongLong()));
+    const QString advice = QStringLiteral("\"orvmail-account set %1 --ask-password\"").arg(typed);
+    QVERIFY2(m_desktop->texts().contains(advice), qPrintable(m_desktop->texts()));
+    QVERIFY(!m_desktop->texts().contains(QLatin1Char('@')));
 }
 
 void TestNotifications::whatIsToldStaysUntilItIsClosed()

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "accounts/typedname.h"
+#include "manual/typedname.h"
 
 #include <algorithm>
 
-namespace Accounts {
+namespace Manual {
 
 namespace {
 
@@ -21,12 +21,12 @@ bool isQuotable(QChar character)
 
 } // namespace
 
-QString typedName(const QString &name, const QMailAccountId &id)
+QString typedName(const QString &name, quint64 accountId)
 {
     const bool isOption = name.startsWith(QLatin1Char('-'));
     if (name.isEmpty() || isOption || !std::all_of(name.begin(), name.end(), isQuotable))
-        return QString::number(id.toULongLong());
+        return QString::number(accountId);
     return std::all_of(name.begin(), name.end(), isPlain) ? name : QStringLiteral("'%1'").arg(name);
 }
 
-} // namespace Accounts
+} // namespace Manual
