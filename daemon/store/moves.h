@@ -24,7 +24,8 @@ struct Move
  *    - Acknowledged: the server has the message in its new folder and names its id there.
  *    - Unconfirmed: the server does not have it where it was. It is gone, or was moved by a request
  *      whose answer was lost.
- *    - Reverted: the server does not move it. It is back where it came from, and the move is over.
+ *    - Reverted: the server does not move it, or nothing will tell what it is called there now. It
+ *      is back where it came from, and the move is over.
  * 3. Shown: the new folder's synchronisation brings the message, and the move is over. An
  *    unconfirmed one is recognised by its fingerprint, as where a folder is reconciled; if it is
  *    not shown by then, the message is removed (Reconciliation).

@@ -89,7 +89,36 @@ void UploadStep::perform()
             m_folders.enqueue(portion);
         m_moves += folder.moves;
     }
-    next();
+    const Eas::Result reverted = revertUnnameable();
+    if (reverted.ok())
+        next();
+    else
+        end(reverted);
+}
+
+/**
+ * Puts back what was moved out of a folder that is to be reconciled and is not synchronised:
+ * nothing will tell what the server calls it now, so that the move would wait for ever without a
+ * word.
+ */
+Eas::Result UploadStep::revertUnnameable()
+{
+    Store::Moves moves(*m_context.db, m_context.id());
+    QList<Store::Move> left;
+    Eas::Result result;
+    for (const Store::Move &move : qAsConst(m_moves)) {
+        const auto folder = m_context.folders().find(move.from.collectionId());
+        if (!folder || folder->isEnabled() || !folder->reconciling)
+            left.append(move);
+        else if (result.ok())
+            result = moves.revert(move);
+    }
+    if (left.size() < m_moves.size())
+        qCInfo(lcSync) << "account" << m_context.id() << "takes back"
+                       << m_moves.size() - left.size()
+                       << "moves: their folders are not synchronised, and may have other ids";
+    m_moves = left;
+    return result;
 }
 
 void UploadStep::next()

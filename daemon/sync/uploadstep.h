@@ -47,6 +47,7 @@ private:
     /** A move that the server did not do, and what tells why. */
     using Refusal = QPair<Store::Move, Eas::MoveOutcome>;
 
+    Eas::Result revertUnnameable();
     void next();
     void look(const Eas::FolderId &collectionId);
     bool isDestination(const Eas::FolderId &collectionId) const;

@@ -68,6 +68,8 @@ private slots:
     void onAServerThatLostItsMemoryAllGoesOnAtOnce();
     void aServerThatNumbersItsItemsAnewIsToldNothingOfOthers_data();
     void aServerThatNumbersItsItemsAnewIsToldNothingOfOthers();
+    void whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack_data();
+    void whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack();
     void aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing();
     void theTreeThatARefusedMoveAsksForIsNotMissed();
 
@@ -798,6 +800,51 @@ void TestLocalChanges::aServerThatNumbersItsItemsAnewIsToldNothingOfOthers()
              deletes ? QStringList({Mail1, Mail2, Mail3}) : QStringList({Mail2, Mail3}));
     QCOMPARE(world().subjects(Drafts), deletes ? QStringList() : QStringList {Mail1});
     QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
+}
+
+void TestLocalChanges::whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack_data()
+{
+    QTest::addColumn<bool>("isOtherServer");
+    QTest::newRow("the server knows it") << false;
+    QTest::newRow("the account is another server's now") << true;
+}
+
+/** Nothing would tell what another server calls the message. */
+void TestLocalChanges::whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack()
+{
+    QFETCH(bool, isOtherServer);
+    const QString projects = QStringLiteral("Projects");
+    const QString plan = QStringLiteral("Plan 1");
+    world().createFolder(projects);
+    world().deliver(1, QStringLiteral("Plan"), projects);
+    QCOMPARE(world().syncAndWait(), 200);
+    QMailFolder folder(world().folder(projects));
+    folder.setStatus(QMailFolder::SynchronizationEnabled, false);
+    QVERIFY(QMailStore::instance()->updateFolder(&folder));
+    QCOMPARE(world().endDaemon(), 0);
+    move(world().find(plan), projects, Drafts);
+    if (isOtherServer) {
+        StoreFixture::Account settings = world().settings();
+        settings.server = QStringLiteral("localhost");
+        world().changeSettings(world().account, settings);
+    }
+    QVERIFY(world().startDaemon());
+    QCOMPARE(world().syncAndWait(), 200);
+    QTRY_COMPARE(world().subjects(isOtherServer ? projects : Drafts), QStringList {plan});
+    QCOMPARE(world().subjects(isOtherServer ? Drafts : projects), QStringList());
+    QCOMPARE(world().atServer(plan, projects).isEmpty(), !isOtherServer);
+    QCOMPARE(world().server.requestCount("MoveItems"), isOtherServer ? 0 : 1);
+    // Switched on, it is known again.
+    folder = QMailFolder(folder.id());
+    folder.setStatus(QMailFolder::SynchronizationEnabled, true);
+    QVERIFY(QMailStore::instance()->updateFolder(&folder));
+    QMailStore::instance()->flushIpcNotifications();
+    QCOMPARE(world().syncAndWait(), 200);
+    if (isOtherServer)
+        move(world().find(plan), projects, Drafts);
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(!world().atServer(plan, Drafts).isEmpty());
+    QCOMPARE(world().subjects(Drafts), QStringList {plan});
 }
 
 void TestLocalChanges::aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing()
