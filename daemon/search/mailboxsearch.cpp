@@ -4,7 +4,6 @@
 #include "daemon/log/logging.h"
 #include "daemon/pacing/sizes.h"
 #include "daemon/search/foundtext.h"
-#include "daemon/search/longid.h"
 #include "daemon/store/state/folderkeys.h"
 #include "daemon/tasks/workreport.h"
 #include "eas/limits.h"
@@ -187,9 +186,7 @@ int MailboxSearch::take(const QList<Eas::SearchHit> &hits)
         if (!folder || !m_wanted.contains(folder->serverId) || !isWanted(hit))
             continue;
         Store::FoundItem found;
-        const QString itemId =
-            LongId::itemIdOf(hit.longId, {hit.collectionId, folder->serverId.text()},
-                             LongId::knownItemId(m_context.id(), *folder));
+        const QString itemId = m_itemIds.of(hit.longId, hit.collectionId, *folder);
         found.longUid = Store::ServerUid::searchResult(folder->serverId, hit.longId);
         found.uid =
             itemId.isEmpty() ? found.longUid : Store::ServerUid::item(folder->serverId, itemId);

@@ -3,6 +3,7 @@
 #define DAEMON_SEARCH_MAILBOXSEARCH_H
 
 #include "asclient/searchmailboxresult.h"
+#include "daemon/search/itemids.h"
 #include "daemon/store/incoming/foundwriter.h"
 #include "daemon/tasks/job.h"
 #include "eas/searchcommand.h"
@@ -57,6 +58,7 @@ private:
     int m_total = 0; ///< of the queries so far, as the server says
     int m_queryTotal = 0;
     QSet<QString> m_seen; ///< LongIds
+    ItemIds m_itemIds;
     QList<Store::FoundItem> m_items;
     Eas::Result m_failure;
     Activesync::SearchMailboxResult m_found;

@@ -10,6 +10,8 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+#include <optional>
+
 namespace Store {
 
 namespace {
@@ -34,9 +36,10 @@ QString differ(quint64 ours, quint64 theirs)
     return QStringLiteral("(%1) <> (%2)").arg(has(ours), has(theirs));
 }
 
-/** The rows of the index where its column is `value`, or all of them. */
-QMailMessageKey narrow(const QMailMessageKey &key, const Narrowing::Index &index,
-                       const QVariant &value = QVariant())
+/** The rows of the index where its column is `value`, or all of them; nothing where they are many,
+ * or the index is not there. */
+std::optional<QMailMessageIdList> few(const Narrowing::Index &index,
+                                      const QVariant &value = QVariant())
 {
     // By the store's own connection. SQLite refuses to answer without the index, or by one of that
     // name whose condition is another.
@@ -48,17 +51,23 @@ QMailMessageKey narrow(const QMailMessageKey &key, const Narrowing::Index &index
                             .arg(MaximumNamed + 1);
     query.setForwardOnly(true);
     if (!query.prepare(sql))
-        return key;
+        return std::nullopt;
     if (value.isValid())
         query.addBindValue(value);
     if (!query.exec())
-        return key;
+        return std::nullopt;
     QMailMessageIdList ids;
     while (query.next())
         ids.append(QMailMessageId(query.value(0).toULongLong()));
     // An answer that an error has ended counts as none.
     if (query.lastError().isValid() || ids.size() > MaximumNamed)
-        return key;
+        return std::nullopt;
+    return ids;
+}
+
+/** These alone, and of them what the key matches. */
+QMailMessageKey named(const QMailMessageIdList &ids, const QMailMessageKey &key)
+{
     return ids.isEmpty() ? QMailMessageKey::nonMatchingKey() : QMailMessageKey::id(ids) & key;
 }
 
@@ -94,7 +103,8 @@ Narrowing::Index Narrowing::foundIndex()
 
 QMailMessageKey Narrowing::unsettled(const QMailAccountId &account, const QMailMessageKey &key)
 {
-    return narrow(key, unsettledIndex(), account.toULongLong());
+    const auto ids = few(unsettledIndex(), account.toULongLong());
+    return ids ? named(*ids, key) : key;
 }
 
 QMailMessageMetaDataList Narrowing::unsettled(const QMailAccountId &account,
@@ -107,9 +117,10 @@ QMailMessageMetaDataList Narrowing::unsettled(const QMailAccountId &account,
         : QMailStore::instance()->messagesMetaData(narrowed, properties);
 }
 
-QMailMessageKey Narrowing::found(const QMailMessageKey &key)
+QMailMessageKey Narrowing::found(const QMailMessageKey &among)
 {
-    return narrow(key, foundIndex());
+    const auto ids = few(foundIndex());
+    return ids ? named(*ids, among) : among & FoundMark.key();
 }
 
 } // namespace Store

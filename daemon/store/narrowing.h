@@ -42,8 +42,8 @@ public:
     static QMailMessageMetaDataList unsettled(const QMailAccountId &account,
                                               const QMailMessageKey &key,
                                               const QMailMessageKey::Properties &properties);
-    /** For a key that can match only messages that FoundMark is on. */
-    static QMailMessageKey found(const QMailMessageKey &key);
+    /** Those of a key's messages that FoundMark is on; of all, where the key is empty. */
+    static QMailMessageKey found(const QMailMessageKey &among);
 
 private:
     Narrowing() = delete;

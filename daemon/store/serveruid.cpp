@@ -55,10 +55,9 @@ Eas::ItemLocator ServerUid::locator() const
             m_kind == Kind::SearchResult ? name : QString()};
 }
 
-QMailMessageKey ServerUid::likelyIn(const QMailAccountId &account,
-                                    const Eas::FolderId &collectionId)
+QMailMessageKey ServerUid::likelyIn(const QMailFolderId &folder, const Eas::FolderId &collectionId)
 {
-    return QMailMessageKey::parentAccountId(account)
+    return QMailMessageKey::parentFolderId(folder)
         & QMailMessageKey::serverUid(collectionId.text() + Separator,
                                      QMailDataComparator::Includes);
 }

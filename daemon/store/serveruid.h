@@ -56,9 +56,9 @@ public:
     void assignTo(QMailMessageMetaData *message) const { message->setServerUid(m_text); }
     /** The account's messages that are at one of these places. */
     static QMailMessageKey key(const QMailAccountId &account, const QList<ServerUid> &uids);
-    /** Those that are in the folder, and some in folders whose ids end alike. */
-    static QMailMessageKey likelyIn(const QMailAccountId &account,
-                                    const Eas::FolderId &collectionId);
+    /** Those of a folder of the mail store that are in the folder at the server, and some that are
+     * in folders whose ids end alike. */
+    static QMailMessageKey likelyIn(const QMailFolderId &folder, const Eas::FolderId &collectionId);
 
     bool operator==(const ServerUid &other) const { return m_text == other.m_text; }
     friend uint qHash(const ServerUid &uid, uint seed = 0) { return qHash(uid.m_text, seed); }

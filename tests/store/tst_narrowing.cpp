@@ -201,22 +201,28 @@ void TestNarrowing::indexOfAnotherConditionIsNotBelieved()
 
 void TestNarrowing::foundMessagesAreFound()
 {
-    const QMailMessageKey marked =
-        QMailMessageKey::parentFolderId(m_account->folderId()) & Store::FoundMark.key();
-    const auto count = [&marked] {
-        return QMailStore::instance()->countMessages(Narrowing::found(marked));
+    const QMailMessageKey inbox = QMailMessageKey::parentFolderId(m_account->folderId());
+    const QMailMessageKey marked = inbox & Store::FoundMark.key();
+    const auto count = [&inbox] {
+        return QMailStore::instance()->countMessages(Narrowing::found(inbox));
+    };
+    const auto others = [] {
+        return QMailStore::instance()->queryMessages(~Narrowing::found(QMailMessageKey()));
     };
     add({256}); // known at the server, as what a search finds
     add({257});
     QCOMPARE(count(), 0);
+    QCOMPARE(others(), m_account->messages());
     QMailMessage message(m_account->messages().first());
     Store::FoundMark.set(&message);
     QVERIFY(QMailStore::instance()->updateMessage(&message));
-    QVERIFY(!(Narrowing::found(marked) == marked));
+    QVERIFY(!(Narrowing::found(inbox) == marked));
     QCOMPARE(count(), 1);
+    QCOMPARE(others(), m_account->messages().mid(1));
     StoreIndexes().drop();
-    QVERIFY(Narrowing::found(marked) == marked);
+    QVERIFY(Narrowing::found(inbox) == marked);
     QCOMPARE(count(), 1);
+    QCOMPARE(others(), m_account->messages().mid(1));
 }
 
 QTEST_GUILESS_MAIN(TestNarrowing)

@@ -56,7 +56,7 @@ Eas::Result Reconciliation::expectFound()
 {
     QMailStore *store = QMailStore::instance();
     const QMailMessageMetaDataList found = store->messagesMetaData(
-        Narrowing::found(QMailMessageKey::parentFolderId(m_folder.folderId) & FoundMark.key()),
+        Narrowing::found(QMailMessageKey::parentFolderId(m_folder.folderId)),
         FingerprintProperties | QMailMessageKey::ServerUid);
     if (store->lastError() != QMailStore::NoError)
         return unreadable();
