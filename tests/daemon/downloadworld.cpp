@@ -121,10 +121,16 @@ bool DownloadWorld::moveAndLoseTheAnswer(const QMailMessageId &message)
     QMailDisconnected::moveToFolder({message},
                                     QMailAccount(account).standardFolder(QMailFolder::TrashFolder));
     server.fault("reset", "MoveItems", {{"late", true}});
-    server.fault("http", "Sync", {{"status", 500}, {"count", -1}});
-    const bool isLost = syncAndWait() != 200;
+    // Whether the server takes the folder's key is asked before, each time.
+    const QJsonObject nothingElse =
+        EasServer::faultOf("http", "Sync", {{"status", 500}, {"count", -1}, {"after", 1}});
+    server.fault(nothingElse);
+    const bool isLost = syncAndWait() != 200 && server.requestCount("MoveItems") == 1;
     // The server says now that the message is not where it was.
-    const bool isGone = syncAndWait() == 500;
+    server.clearFaults();
+    server.clearLog();
+    server.fault(nothingElse);
+    const bool isGone = syncAndWait() == 500 && server.requestCount("MoveItems") == 1;
     server.clearFaults();
     server.clearLog();
     return isLost && isGone;
