@@ -301,12 +301,13 @@ Job *AccountWorker::jobFor(const Request &request)
     return sending;
 }
 
-QSet<QMailMessageId> AccountWorker::messagesToSend() const
+QSet<QMailMessageId> AccountWorker::messagesToSend(const Job *over) const
 {
     QSet<QMailMessageId> messages;
     const QList<Job *> all = jobs();
     for (Job *job : all) {
-        if (const auto *sending = qobject_cast<MailSending *>(job))
+        const auto *sending = qobject_cast<MailSending *>(job);
+        if (sending && sending != over)
             messages.insert(sending->messageId());
     }
     return messages;
@@ -349,6 +350,8 @@ void AccountWorker::enqueue(Job *job)
 {
     connect(job, &Job::paused, this, &AccountWorker::onPaused);
     connect(job, &Job::finished, this, &AccountWorker::onFinished);
+    // Who hears of an end may ask at once what is still being sent.
+    connect(job, &Job::ending, this, [this, job] { m_status->setSending(messagesToSend(job)); });
     if (const auto *run = qobject_cast<SyncRun *>(job))
         connect(run, &SyncRun::uploaded, this, [this] { m_changes->noteUpload(); });
     m_queue.append(job);

@@ -71,8 +71,9 @@ private:
     void wipe();
     /** What does a request of this kind. */
     Job *jobFor(const Request &request);
-    /** Messages that somebody wants sent, and of which the end is not known yet. */
-    QSet<QMailMessageId> messagesToSend() const;
+    /** Messages that somebody wants sent, and of which the end is not known yet; without that of
+     * `over`, whose end is. */
+    QSet<QMailMessageId> messagesToSend(const Job *over = nullptr) const;
     /** Looks after messages whose sending was interrupted. */
     void recoverOutbox();
     /** Brings the server's copies of what was sent, where push does not watch for them. */

@@ -76,6 +76,7 @@ void Job::answerAll(const Eas::Result &result)
 
 void Job::end(const Eas::Result &result)
 {
+    emit ending();
     answerAll(result);
     Task::end(result);
 }

@@ -36,6 +36,10 @@ public:
     /** Answers all requests that are left. */
     void answerAll(const Eas::Result &result);
 
+signals:
+    /** Its work is over, and its requests are about to be told so. */
+    void ending();
+
 protected:
     /** A request, and the parts of a synchronisation that it still waits for. */
     struct Waiter

@@ -41,17 +41,29 @@ private slots:
     void whatChangesInTheOutboxIsNoticed();
     void aMailThatMayHaveGoneIsTold();
     void aMailThatIsBeingSentIsTold();
+    void whoHearsOfTheEndOfASendingFindsItOver();
     void changesThatWaitAreCounted();
     void whatDoesNotChangeIsNotTold();
 
 signals:
     void statusTold(qulonglong account);
+    void requestTold(int code, qulonglong account, int request);
 
 private:
     static QDBusInterface interface()
     {
         return {QLatin1String(Activesync::ServiceName), QLatin1String(Activesync::ObjectPath),
                 QLatin1String(Activesync::StatusInterfaceName)};
+    }
+    /** Has statusTold() tell from now on. */
+    bool hearStatus()
+    {
+        if (!m_hearsStatus)
+            m_hearsStatus = QDBusConnection::sessionBus().connect(
+                QString(), QLatin1String(Activesync::ObjectPath),
+                QLatin1String(Activesync::StatusInterfaceName),
+                QStringLiteral("accountStatusChanged"), this, SIGNAL(statusTold(qulonglong)));
+        return m_hearsStatus;
     }
     QVariantList lastError()
     {
@@ -81,6 +93,8 @@ private:
         settings.password = password;
         world().changeSettings(world().account, settings);
     }
+
+    bool m_hearsStatus = false;
 };
 
 void TestAccountStatus::anAccountThatWorksHasNoError()
@@ -386,6 +400,24 @@ void TestAccountStatus::aMailThatIsBeingSentIsTold()
     QTRY_VERIFY(status().outbox.isEmpty());
 }
 
+/** Who hears of the end may ask at once. */
+void TestAccountStatus::whoHearsOfTheEndOfASendingFindsItOver()
+{
+    QVERIFY(hearStatus());
+    QVERIFY(QDBusConnection::sessionBus().connect(
+        QString(), QLatin1String(Activesync::ObjectPath), QLatin1String(Activesync::InterfaceName),
+        QStringLiteral("requestCompleted"), this, SIGNAL(requestTold(int, qulonglong, int))));
+    QStringList told;
+    const QObject listener;
+    connect(this, &TestAccountStatus::statusTold, &listener,
+            [&] { told.append(QStringLiteral("status")); });
+    connect(this, &TestAccountStatus::requestTold, &listener,
+            [&] { told.append(QStringLiteral("end")); });
+    QCOMPARE(world().sendAndWait(world().add(world().draft())), 200);
+    // That it is being sent, that it is not any more, and then its end.
+    QCOMPARE(told.indexOf(QStringLiteral("end")), 2);
+}
+
 void TestAccountStatus::changesThatWaitAreCounted()
 {
     world().deliver(1);
@@ -408,10 +440,7 @@ void TestAccountStatus::whatDoesNotChangeIsNotTold()
     const AccountStatus before = status();
     // A server that has nothing to tell is waited at anew, and nobody is told.
     QSignalSpy told(this, &TestAccountStatus::statusTold);
-    QVERIFY(QDBusConnection::sessionBus().connect(QString(), QLatin1String(Activesync::ObjectPath),
-                                                  QLatin1String(Activesync::StatusInterfaceName),
-                                                  QStringLiteral("accountStatusChanged"), this,
-                                                  SIGNAL(statusTold(qulonglong))));
+    QVERIFY(hearStatus());
     const int pings = world().pings();
     world().server.control("ping-end");
     QTRY_VERIFY(world().pings() > pings);
