@@ -114,13 +114,14 @@ Outcome SetCommand::readFavourites(const QCommandLineParser &parser, const QMail
         const QStringList paths = parser.values(option);
         for (const QString &path : paths) {
             const QMailFolderId folder = findFolder(account, path);
-            if (!folder.isValid())
+            if (!folder.isValid()) {
+                const QString name =
+                    Manual::typedName(AccountBook::details(account).name, account.toULongLong());
                 return Outcome::refused(
                     Text::tr("there is no folder \"%1\"; \"orvmail-account folders %2\" shows "
                              "all")
-                        .arg(path,
-                             Manual::typedName(AccountBook::details(account).name,
-                                               account.toULongLong())));
+                        .arg(path, name));
+            }
             changes->append({folder, option == FavouriteOption});
         }
     }
