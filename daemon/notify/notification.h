@@ -16,8 +16,8 @@ struct Notification
     QString body;
 
     /**
-     * What is wrong with the account, and what to do. `mails`: how many have not gone,
-     * where it is about mails.
+     * What is wrong with the account, and what to do. `mails`: how many have not gone, where it is
+     * about mails.
      *
      * Notifications are shown on locked screens, too: they name neither the server nor the user,
      * and nothing of a mail.

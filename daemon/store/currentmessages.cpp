@@ -31,6 +31,13 @@ bool isHere(const QMailMessageId &id)
     return id.isValid() && QMailStore::instance()->countMessages(QMailMessageKey::id(id)) > 0;
 }
 
+void awaitWriters()
+{
+    QMailStore *store = QMailStore::instance();
+    store->lock();
+    store->unlock();
+}
+
 bool putBack(const QMailMessageMetaData &message)
 {
     return putBack(message, message.previousParentFolderId());

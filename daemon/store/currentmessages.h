@@ -22,6 +22,13 @@ QMailMessageMetaData currentMessage(const QMailMessageId &id);
 /** Whether the store has the message. */
 bool isHere(const QMailMessageId &id);
 
+/**
+ * Waits for another process that is writing into the store: nobody sees what it does until it has
+ * done. One that begins right now is still not seen by a look that follows, as the store cannot
+ * look and write in one.
+ */
+void awaitWriters();
+
 /** Undoes a move that the server does not know of; false when the store fails. */
 bool putBack(const QMailMessageMetaData &message);
 /** The same of one that may not tell where it comes from. */

@@ -142,12 +142,8 @@ Eas::Result LocalChanges::forgetNamelessDeletions()
     if (!areAllNameless(records.all()))
         return {};
     // The store can purge records without an id only together with all others, and what another
-    // process deletes meanwhile would stay at the server. One that is deleting is waited for, as
-    // nobody sees what it does until it has done. One that begins right now is still not seen: the
-    // store cannot look and purge in one.
-    QMailStore *store = QMailStore::instance();
-    store->lock();
-    store->unlock();
+    // process deletes meanwhile would stay at the server.
+    awaitWriters();
     return areAllNameless(records.all()) ? records.forgetAll() : Eas::Result();
 }
 

@@ -352,10 +352,7 @@ std::optional<Message> Conversations::takeOut(const Message &message,
     if (!message.inResponseTo().isValid()
         && !store->updateMessagesMetaData(key, QMailMessageKey::InResponseTo, back))
         return {};
-    // It is written as a whole: another process that is writing is waited for, as nobody sees what
-    // it does until it has done.
-    store->lock();
-    store->unlock();
+    awaitWriters(); // the message is written as a whole
     Message alone = currentMessage(message.id());
     alone.setInResponseTo(QMailMessageId());
     alone.setResponseType(Message::NoResponse);

@@ -192,10 +192,7 @@ Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, co
     for (QMailMessage &message : contents)
         left.insert(message.id(), &message);
     QMailStore *store = QMailStore::instance();
-    // Another process that is writing is waited for, as nobody sees what it does until it has done.
-    // One that begins right now is still not seen: the store cannot look and write in one.
-    store->lock();
-    store->unlock();
+    awaitWriters();
     const QMailMessageMetaDataList found = currentMessages(QMailMessageKey::id(left.keys()));
     if (store->lastError() != QMailStore::NoError)
         return storeFailure(QStringLiteral("cannot look at messages once more"));
