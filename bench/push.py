@@ -12,7 +12,8 @@ from stage import ACCOUNT, Stage
 from waiting import await_true
 
 MESSAGES = 100
-# The daemon fetches so much news at once, and what comes faster than that in bundles, so many seconds apart.
+# The daemon fetches a dozen news at once, here two fewer to be on the safe side, and what comes faster than that in
+# bundles, so many seconds apart.
 NEWS_AT_ONCE, BETWEEN_NEWS = 10, 3.1
 
 

@@ -10,8 +10,8 @@ namespace Store {
  * Whether the content of a message is not in the store's files as it should be: missing, or less
  * than `least` bytes.
  *
- * So it is after a power cut, or on a full disk: the store's database is durable before the files
- * of the messages are.
+ * So it is after a power cut, or on a full disk: the store takes it for a success where a small
+ * file could not be written, and does not make the entries of new files durable.
  */
 bool isContentDamaged(const QMailMessageMetaData &message, qint64 least);
 
