@@ -3,6 +3,7 @@
 
 #include "daemon/log/logging.h"
 #include "daemon/pacing/sizes.h"
+#include "daemon/store/incoming/reconciliation.h"
 #include "daemon/store/incoming/windowwriter.h"
 #include "daemon/store/mark.h"
 #include "daemon/store/state/folderkeys.h"
@@ -255,10 +256,30 @@ void UploadStep::collectAgain(const Eas::FolderId &collectionId)
 /** Leaves the changes until the folder's own step has put it right. */
 void UploadStep::leave(const Eas::FolderId &collectionId, const Eas::Result &reason)
 {
+    const auto state = m_context.folders().find(collectionId);
+    if (FolderSync::isKeyLost(reason) && state && !state->isEnabled()) {
+        leaveSwitchedOff(collectionId, reason);
+        return;
+    }
     qCInfo(lcSync) << "account" << m_context.id() << "keeps changes of" << collectionId
                    << "for later:" << reason.text;
     m_left.insert(collectionId, reason);
     next();
+}
+
+/**
+ * Leaves the changes of a folder whose key is lost until the user switches it on. To put it right
+ * before would fetch all of what is switched off, and remove here what is older than the account
+ * keeps.
+ */
+void UploadStep::leaveSwitchedOff(const Eas::FolderId &collectionId, const Eas::Result &reason)
+{
+    qCInfo(lcSync) << "account" << m_context.id() << "keeps changes of" << collectionId
+                   << "until it is switched on:" << reason.text;
+    Eas::Result result = Store::startReconciling(*m_context.db, m_context.id(), collectionId);
+    if (result.ok())
+        result = revertUnnameable();
+    goOn(result);
 }
 
 void UploadStep::upload(const Store::FolderLocalChanges &changes)

@@ -58,6 +58,7 @@ private:
     void collectAgain(const Eas::FolderId &collectionId);
     void upload(const Store::FolderLocalChanges &changes);
     void leave(const Eas::FolderId &collectionId, const Eas::Result &reason);
+    void leaveSwitchedOff(const Eas::FolderId &collectionId, const Eas::Result &reason);
     QList<Store::Move> takeMoves();
     bool mayMoveFrom(const Eas::FolderId &collectionId);
     void onUploaded(const Eas::SyncCommand &command, const Store::FolderLocalChanges &changes);

@@ -8,6 +8,7 @@
 #include <qmailstore.h>
 #include <QTest>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -70,6 +71,8 @@ private slots:
     void aServerThatNumbersItsItemsAnewIsToldNothingOfOthers();
     void whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack_data();
     void whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack();
+    void whatWaitsInAFolderThatIsSwitchedOffDoesNotFetchIt_data();
+    void whatWaitsInAFolderThatIsSwitchedOffDoesNotFetchIt();
     void aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing();
     void theTreeThatARefusedMoveAsksForIsNotMissed();
 
@@ -102,6 +105,24 @@ private:
         where.setParentFolderId(world().folder(to));
         QVERIFY(QMailStore::instance()->updateMessagesMetaData(
             QMailMessageKey::id(id), QMailDisconnected::parentFolderProperties(), where));
+    }
+    /** Switches a folder on or off, as a mail program does. */
+    void setEnabled(const QString &name, bool enabled)
+    {
+        QMailFolder folder(world().folder(name));
+        folder.setStatus(QMailFolder::SynchronizationEnabled, enabled);
+        QVERIFY(QMailStore::instance()->updateFolder(&folder));
+        QMailStore::instance()->flushIpcNotifications();
+    }
+    /** Whether a synchronisation in the server's log names the folder. */
+    bool isAskedFor(const QString &name)
+    {
+        const QString id = QStringLiteral("<AirSync:CollectionId>%1<")
+                               .arg(world().server.folderId(QStringLiteral("alice"), name));
+        const QList<QJsonObject> requests = world().server.requests("Sync");
+        return std::any_of(requests.cbegin(), requests.cend(), [&id](const QJsonObject &request) {
+            return request.value(QStringLiteral("request")).toString().contains(id);
+        });
     }
     /** Synchronises, and does something between the move at the server and our hearing of it. */
     void syncAndMeanwhile(const QString &subject, const std::function<void()> &meanwhile)
@@ -818,9 +839,7 @@ void TestLocalChanges::whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack()
     world().createFolder(projects);
     world().deliver(1, QStringLiteral("Plan"), projects);
     QCOMPARE(world().syncAndWait(), 200);
-    QMailFolder folder(world().folder(projects));
-    folder.setStatus(QMailFolder::SynchronizationEnabled, false);
-    QVERIFY(QMailStore::instance()->updateFolder(&folder));
+    setEnabled(projects, false);
     QCOMPARE(world().endDaemon(), 0);
     move(world().find(plan), projects, Drafts);
     if (isOtherServer) {
@@ -835,16 +854,79 @@ void TestLocalChanges::whatLeavesAFolderThatIsSwitchedOffIsMovedOrComesBack()
     QCOMPARE(world().atServer(plan, projects).isEmpty(), !isOtherServer);
     QCOMPARE(world().server.requestCount("MoveItems"), isOtherServer ? 0 : 1);
     // Switched on, it is known again.
-    folder = QMailFolder(folder.id());
-    folder.setStatus(QMailFolder::SynchronizationEnabled, true);
-    QVERIFY(QMailStore::instance()->updateFolder(&folder));
-    QMailStore::instance()->flushIpcNotifications();
+    setEnabled(projects, true);
     QCOMPARE(world().syncAndWait(), 200);
     if (isOtherServer)
         move(world().find(plan), projects, Drafts);
     QCOMPARE(world().syncAndWait(), 200);
     QVERIFY(!world().atServer(plan, Drafts).isEmpty());
     QCOMPARE(world().subjects(Drafts), QStringList {plan});
+}
+
+void TestLocalChanges::whatWaitsInAFolderThatIsSwitchedOffDoesNotFetchIt_data()
+{
+    QTest::addColumn<bool>("moves");
+    QTest::addColumn<bool>("reads");
+    QTest::addColumn<bool>("deletes");
+    QTest::newRow("a message was moved") << true << false << false;
+    QTest::newRow("a message was read") << false << true << false;
+    QTest::newRow("a message was deleted") << false << false << true;
+    QTest::newRow("a message was read and moved") << true << true << false;
+}
+
+/** The server has forgotten its key, and the account keeps less than lies in it. */
+void TestLocalChanges::whatWaitsInAFolderThatIsSwitchedOffDoesNotFetchIt()
+{
+    QFETCH(bool, moves);
+    QFETCH(bool, reads);
+    QFETCH(bool, deletes);
+    const QString projects = QStringLiteral("Projects");
+    const QString plan = QStringLiteral("Plan 1");
+    const QString old = QStringLiteral("Old 1");
+    const QString fresh = QStringLiteral("New 1");
+    world().createFolder(projects);
+    world().deliver(1, QStringLiteral("Plan"), projects);
+    world().deliver(1, QStringLiteral("Old"), projects);
+    const double longAgo = QDateTime::currentSecsSinceEpoch() - 10 * 86400;
+    world().changeAtServer("flag", old, {{"received", longAgo}}, projects);
+    QCOMPARE(world().syncAndWait(), 200);
+    setEnabled(projects, false);
+    QCOMPARE(world().endDaemon(), 0);
+    QCOMPARE(world().subjects(projects), QStringList({old, plan}));
+    set({world().find(plan)}, Message::Read, reads);
+    if (moves)
+        move(world().find(plan), projects, Drafts);
+    if (deletes)
+        QVERIFY(QMailStore::instance()->removeMessage(world().find(plan),
+                                                      QMailStore::CreateRemovalRecord));
+    world().keepDays(3);
+    world().deliver(1, QStringLiteral("New"), projects);
+    world().server.control(
+        "forget",
+        {{QStringLiteral("user"), QStringLiteral("alice")}, {QStringLiteral("folder"), projects}});
+
+    QVERIFY(world().startDaemon());
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(projects), deletes ? QStringList {old} : QStringList({old, plan}));
+    QCOMPARE(world().subjects(Drafts), QStringList());
+    QVERIFY(!world().atServer(plan, projects).isEmpty());
+    QCOMPARE(world().server.requestCount("MoveItems"), 0);
+    // What waits there is no reason to ask for the folder again.
+    world().server.clearLog();
+    QCOMPARE(world().syncAndWait(), 200);
+    QVERIFY(isAskedFor(Inbox));
+    QVERIFY(!isAskedFor(projects));
+
+    // Switched on, it is as on any day: all of the last three that is not deleted.
+    setEnabled(projects, true);
+    QCOMPARE(world().syncAndWait(), 200);
+    QCOMPARE(world().subjects(projects),
+             deletes ? QStringList {fresh} : QStringList({fresh, plan}));
+    QCOMPARE(world().atServer(plan, projects).isEmpty(), deletes);
+    QCOMPARE(world().atServer(plan, Trash).isEmpty(), !deletes);
+    if (!deletes)
+        QCOMPARE(world().atServer(plan, projects).value(QStringLiteral("read")).toBool(), reads);
+    QVERIFY(QMailStore::instance()->messageRemovalRecords(world().account).isEmpty());
 }
 
 void TestLocalChanges::aDaemonThatIsKilledWhileAServerCallsAllOtherwiseLosesNothing()
