@@ -391,7 +391,7 @@ bool UploadStep::mayMoveFrom(const Eas::FolderId &collectionId)
         return true;
     if (state->isEnabled())
         m_left.insert(collectionId, doubt());
-    // In a folder that was never synchronised, searches find messages by their present ids.
+    // In a folder that was never synchronised, messages have the ids that a search has told.
     return !state->isEnabled() && !state->reconciling;
 }
 

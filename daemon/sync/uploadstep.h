@@ -25,7 +25,8 @@ namespace Daemon {
  * then the moves. Before flags go up, the folder's news are asked for: some servers never tell what
  * another client did to a message that we changed, too. A move names no key: before messages are
  * moved out of a folder, the server has to take its key, for one that has lost it may call other
- * messages by their ids now.
+ * messages by their ids now. A folder that was never synchronised has no key: a message that a
+ * search brought from there is moved by the id that the search has told.
  *
  * A change is acknowledged in the store after the server has taken it; what is interrupted in
  * between is carried again and does no harm. What the server refuses is resolved: a message that is
