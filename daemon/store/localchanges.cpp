@@ -147,7 +147,8 @@ Eas::Result LocalChanges::forgetNamelessDeletions()
     return areAllNameless(records.all()) ? records.forgetAll() : Eas::Result();
 }
 
-/** Deletions that can never be carried: no server ever gave the id, or the folder is gone. */
+/** Deletions that can never be carried: the id is no item's, be it a search result's LongId or
+ * nothing that a server ever gave, or the folder is gone. */
 QList<ServerUid> LocalChanges::lostDeletions() const
 {
     QSet<Eas::FolderId> collections;

@@ -59,7 +59,9 @@ public:
 
     /**
      * Forgets deletions of what no server has ever had: each draft that is saved again is one. Does
-     * so only once no other deletion is left to be carried. Those whose folder is gone go as well.
+     * so only once no other deletion is left to be carried. Those that no server can be told go as
+     * well: the folder is gone, or the item's id was never known, as of a search result that has
+     * its LongId alone. Such a message comes back with the next search that finds it.
      */
     Eas::Result forgetNamelessDeletions();
 
