@@ -37,7 +37,8 @@ public:
     void answerAll(const Eas::Result &result);
 
 signals:
-    /** Its work is over, and its requests are about to be told so. */
+    /** Its work is over, and what is left of its requests is told so next. A synchronisation has
+     * told its own by then. */
     void ending();
 
 protected:
