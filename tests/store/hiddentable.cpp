@@ -19,12 +19,11 @@ bool rename(const QString &from, const QString &to)
 
 } // namespace
 
-HiddenTable::HiddenTable(const QString &table)
+HiddenTable::HiddenTable(const QString &table, const QString &file)
     : m_table(table)
 {
     auto base = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), Connection);
-    base.setDatabaseName(qEnvironmentVariable("QMF_DATA")
-                         + QStringLiteral("/database/qmailstore.db"));
+    base.setDatabaseName(file);
     m_isHidden = base.open() && rename(m_table, Hidden.arg(m_table));
 }
 
@@ -32,4 +31,9 @@ HiddenTable::~HiddenTable()
 {
     rename(Hidden.arg(m_table), m_table);
     QSqlDatabase::removeDatabase(Connection);
+}
+
+QString HiddenTable::mailStore()
+{
+    return qEnvironmentVariable("QMF_DATA") + QStringLiteral("/database/qmailstore.db");
 }

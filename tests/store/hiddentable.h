@@ -4,11 +4,12 @@
 
 #include <QString>
 
-/** A table of the mail store that cannot be read, as from a damaged disk. */
+/** A table of a database that cannot be read, as from a damaged disk. */
 class HiddenTable
 {
 public:
-    explicit HiddenTable(const QString &table);
+    /** Of the mail store, where no other file is named. */
+    explicit HiddenTable(const QString &table, const QString &file = mailStore());
     ~HiddenTable();
     HiddenTable(const HiddenTable &) = delete;
     HiddenTable &operator=(const HiddenTable &) = delete;
@@ -16,6 +17,8 @@ public:
     bool isHidden() const { return m_isHidden; }
 
 private:
+    static QString mailStore();
+
     const QString m_table;
     bool m_isHidden = false;
 };

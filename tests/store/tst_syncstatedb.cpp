@@ -45,6 +45,8 @@ private slots:
     void removedAccountIsForgottenAndNothingIsSavedForIt();
     void vanishedAccountsAreForgotten();
     void unconfirmedMessagesGoWithTheirFolder();
+    void unconfirmedMessagesAreFoundByTheirLooks();
+    void unconfirmedMessagesOfAnOlderFileAreIndexed();
     void confirmationAndKeyAreSavedTogether();
     void acknowledgedMovesAreRememberedUntilTheyAreShown();
     void outgoingMessagesAreKept();
@@ -345,6 +347,54 @@ void TestSyncStateDb::unconfirmedMessagesGoWithTheirFolder()
     QVERIFY(folders().remove(InboxId).ok());
     QVERIFY(unconfirmed().of(InboxId).isEmpty());
     QVERIFY(unconfirmed().folders().isEmpty());
+}
+
+void TestSyncStateDb::unconfirmedMessagesAreFoundByTheirLooks()
+{
+    const Store::FolderState state = folder(InboxId);
+    const Store::FolderState other = folder("other"_folder);
+    const QMailMessageIdList ids {QMailMessageId(11), QMailMessageId(12), QMailMessageId(13)};
+    QVERIFY(unconfirmed().replace(state, {{ids[0], "x"}, {ids[1], "y"}, {ids[2], "x"}}).ok());
+    QVERIFY(unconfirmed().replace(other, {{QMailMessageId(10), "x"}}).ok());
+    QMailMessageIdList alike;
+    QVERIFY(unconfirmed().readAlike(InboxId, "x", &alike).ok());
+    QCOMPARE(alike, QMailMessageIdList({ids[2], ids[0]}));
+    alike.clear();
+    QVERIFY(unconfirmed().readAlike(InboxId, "z", &alike).ok());
+    QVERIFY(alike.isEmpty());
+    QList<Store::Unconfirmed> some;
+    QVERIFY(unconfirmed().readSome(InboxId, {}, 1, &some).ok());
+    QVERIFY(unconfirmed().readSome(InboxId, ids[0], 1, &some).ok());
+    QVERIFY(unconfirmed().readSome(InboxId, ids[1], 2, &some).ok());
+    QVERIFY(unconfirmed().readSome(InboxId, ids[2], 1, &some).ok());
+    QCOMPARE(some.size(), 3);
+    for (int i = 0; i < some.size(); ++i)
+        QCOMPARE(some[i].messageId, ids[i]);
+    QCOMPARE(some[1].fingerprint, QByteArray("y"));
+}
+
+void TestSyncStateDb::unconfirmedMessagesOfAnOlderFileAreIndexed()
+{
+    const QString index = text("unconfirmed_by_fingerprint");
+    QVERIFY(unconfirmed().replace(folder(InboxId), {{QMailMessageId(11), "x"}}).ok());
+    m_db.reset();
+    {
+        QSqlDatabase raw = QSqlDatabase::addDatabase(text("QSQLITE"), text("older"));
+        raw.setDatabaseName(m_path);
+        QVERIFY(raw.open());
+        QVERIFY(QSqlQuery(raw).exec(text("DROP INDEX ") + index));
+        SyncStateDb reopened(m_path, "machine");
+        QVERIFY(reopened.open().ok());
+        QMailMessageIdList alike;
+        QVERIFY(unconfirmed(reopened).readAlike(InboxId, "x", &alike).ok());
+        QCOMPARE(alike, QMailMessageIdList {QMailMessageId(11)});
+        QSqlQuery query(raw);
+        QVERIFY(query.exec(text("SELECT name FROM sqlite_master WHERE type = 'index'"
+                                " AND tbl_name = 'unconfirmed' AND sql IS NOT NULL")));
+        QVERIFY(query.next());
+        QCOMPARE(query.value(0).toString(), index);
+    }
+    QSqlDatabase::removeDatabase(text("older"));
 }
 
 void TestSyncStateDb::confirmationAndKeyAreSavedTogether()

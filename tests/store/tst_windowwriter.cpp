@@ -5,6 +5,7 @@
 #include "daemon/store/serveruid.h"
 #include "tests/store/hiddentable.h"
 #include "tests/store/items.h"
+#include "tests/store/sqleffort.h"
 #include "tests/support/chance.h"
 #include "tests/support/storefixture.h"
 
@@ -100,6 +101,12 @@ private slots:
     void reconciliationSparesWhatOlderDaemonsNoted();
     void whatCannotBeReadIsNotEmpty_data();
     void whatCannotBeReadIsNotEmpty();
+    void whatCannotBeReadIsStillUnconfirmed_data();
+    void whatCannotBeReadIsStillUnconfirmed();
+    void reconciliationCostsWhatItsWindowsHold_data();
+    void reconciliationCostsWhatItsWindowsHold();
+    void changeOfWhatIsConfirmedLeavesUnsentFlags_data();
+    void changeOfWhatIsConfirmedLeavesUnsentFlags();
     void whatWasMovedOutAndBackIsAskedFor();
     void aTextOfManyShortLinesIsWholeInTheStore();
     void stepsAreShort();
@@ -124,6 +131,9 @@ private:
     bool reconcile(const QList<QMap<int, QString>> &windows);
     /** The same from after the answer to key "0"; more windows may be left after these. */
     bool show(const QList<QMap<int, QString>> &windows, bool isMoreLeft = false);
+    /** Reconciles another inbox with so many messages; the steps in which the daemon's database
+     * answers meanwhile. */
+    qint64 effortOfReconciling(int count, bool isThere);
     /** Local changes that QMF knows of and the server does not. */
     bool isOutstanding() const { return QMailDisconnected::updatesOutstanding(m_account->id); }
 
@@ -917,6 +927,122 @@ void TestWindowWriter::whatCannotBeReadIsNotEmpty()
     QCOMPARE(writer.result().code, int(Eas::ServerFailed));
     QCOMPARE(m_account->state().syncKey, key);
     QCOMPARE(m_account->messages().size(), 3);
+}
+
+void TestWindowWriter::whatCannotBeReadIsStillUnconfirmed_data()
+{
+    QTest::addColumn<bool>("hasItems");
+    QTest::addColumn<int>("steps"); ///< that are done before the database cannot be read
+    QTest::newRow("when the window begins") << true << 0;
+    QTest::newRow("when its messages are looked for") << true << 1;
+    QTest::newRow("when the rest is removed") << false << 4;
+}
+
+/** The server shows the messages under other ids, or none of them. */
+void TestWindowWriter::whatCannotBeReadIsStillUnconfirmed()
+{
+    QFETCH(bool, hasItems);
+    QFETCH(int, steps);
+    QCOMPARE(m_account->write(added(QStringLiteral("2"), 1, 3)), 200);
+    const QMailMessageIdList before = m_account->messages();
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    Eas::SyncWindow window = Items::window(InboxId, QStringLiteral("10"));
+    if (hasItems)
+        window = added(QStringLiteral("10"), 1, 3);
+    for (Eas::MailItem &item : window.added)
+        item.serverId.prepend(QLatin1Char('1'));
+    Store::WindowWriter writer(m_account->db, m_account->id, window);
+    for (int i = 0; i < steps; ++i)
+        QVERIFY(writer.step());
+    {
+        const HiddenTable noted(QStringLiteral("unconfirmed"), Store::SyncStateDb::defaultPath());
+        QVERIFY(noted.isHidden());
+        QVERIFY(!writer.step());
+    }
+    QCOMPARE(writer.result().code, int(Eas::ServerFailed));
+    QVERIFY(m_account->state().reconciling);
+    QCOMPARE(m_account->messages(), before);
+    QCOMPARE(m_account->write(window), 200);
+    QVERIFY(!m_account->state().reconciling);
+    QCOMPARE(m_account->messages(), hasItems ? before : QMailMessageIdList());
+}
+
+void TestWindowWriter::reconciliationCostsWhatItsWindowsHold_data()
+{
+    QTest::addColumn<bool>("isThere");
+    QTest::newRow("the server has all of the folder") << true;
+    QTest::newRow("the server has nothing of it") << false;
+}
+
+/** A message of a folder of 1,000 costs no more than one of a folder of 100. */
+void TestWindowWriter::reconciliationCostsWhatItsWindowsHold()
+{
+    QFETCH(bool, isThere);
+    const qint64 small = effortOfReconciling(100, isThere);
+    QCOMPARE(m_account->messages().size(), isThere ? 100 : 0);
+    const qint64 large = effortOfReconciling(1000, isThere);
+    QCOMPARE(m_account->messages().size(), isThere ? 1000 : 0);
+    QVERIFY(!m_account->state().reconciling);
+    qInfo("%lld steps for 100 messages, %lld for 1,000", (long long)small, (long long)large);
+    // A busy machine writes in smaller batches, which cost a little more.
+    QVERIFY(large < 15 * small);
+}
+
+qint64 TestWindowWriter::effortOfReconciling(int count, bool isThere)
+{
+    m_account.reset();
+    m_account = std::make_unique<SyncedAccount>();
+    m_account->write(added(QStringLiteral("2"), 1, count));
+    Store::startReconciling(m_account->db, m_account->id, InboxId);
+    m_account->write(Items::window(InboxId, QStringLiteral("3")));
+    const SqlEffort effort(Store::SyncStateDb::defaultPath());
+    const Store::UnconfirmedMessages noted(m_account->db, m_account->id);
+    const int last = isThere ? count : 1;
+    for (int i = 1; i <= last; i += 10) {
+        Eas::SyncWindow window = Items::window(InboxId, number(i + 3));
+        if (isThere)
+            window = added(number(i + 3), i, i + 9);
+        window.moreAvailable = i + 10 <= last;
+        // Asked before each window in which nothing has changed.
+        if (!noted.folders().contains(InboxId))
+            qFatal("nothing is to be reconciled");
+        m_account->write(window);
+    }
+    return effort.steps();
+}
+
+void TestWindowWriter::changeOfWhatIsConfirmedLeavesUnsentFlags_data()
+{
+    QTest::addColumn<bool>("isLater");
+    QTest::newRow("in the window that shows all of the folder") << false;
+    QTest::newRow("in a later one") << true;
+}
+
+/** Once all is confirmed, nothing can be another message under the id of a known one. */
+void TestWindowWriter::changeOfWhatIsConfirmedLeavesUnsentFlags()
+{
+    QFETCH(bool, isLater);
+    QCOMPARE(m_account->write(added(QStringLiteral("2"), 1, 3)), 200);
+    const QMailMessageId id = m_account->metaData(number(1)).id();
+    set(id, Message::Important, true);
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    Eas::SyncWindow window = added(QStringLiteral("10"), 1, 3);
+    const Eas::MailItem shown = window.added.first();
+    window.moreAvailable = true;
+    if (isLater) {
+        QCOMPARE(m_account->write(window), 200);
+        window = Items::window(InboxId, QStringLiteral("11"));
+    }
+    window.changed.append(shown);
+    window.changed.first().subject = QStringLiteral("Changed");
+    window.changed.first().dateReceived = shown.dateReceived->addSecs(60);
+    QCOMPARE(m_account->write(window), 200);
+    const Message now = m_account->metaData(number(1));
+    QCOMPARE(now.id(), id);
+    QCOMPARE(now.subject(), QStringLiteral("Changed"));
+    QVERIFY(now.status() & Message::Important);
 }
 
 void TestWindowWriter::beginReconciling()

@@ -33,9 +33,9 @@ Eas::Result Reconciliation::begin(const FolderState &folder)
     m_isFirst = folder.syncKey == Eas::FirstKey;
     m_isToNote = m_isFirst;
     if (!m_isFirst) {
-        expect(m_unconfirmed.of(folder.serverId));
-        m_hasUnconfirmed = !m_expected.isEmpty();
-        return expectFound();
+        const Eas::Result result = readNext();
+        m_hasUnconfirmed = m_next.has_value();
+        return result.ok() ? expectFound() : result;
     }
     // What a search brought may lie outside of what the server will show now.
     const QMailMessageKey here = folder.messages();
@@ -45,10 +45,10 @@ Eas::Result Reconciliation::begin(const FolderState &folder)
     return store->lastError() == QMailStore::NoError ? Eas::Result() : unreadable();
 }
 
-void Reconciliation::expect(const QList<Unconfirmed> &messages)
+/** It is taken before those that are expected already. */
+void Reconciliation::expect(const QByteArray &mark, const QMailMessageId &message)
 {
-    for (const Unconfirmed &message : messages)
-        m_expected.insert(message.fingerprint, message.messageId);
+    m_expected[mark].prepend(message);
 }
 
 /** What a search brought is recognised when the server shows it under another id. */
@@ -63,9 +63,35 @@ Eas::Result Reconciliation::expectFound()
     for (const QMailMessageMetaData &message : found) {
         const ServerUid known(message);
         if (known.isIn(m_folder.serverId) && (isRunning() || !known.isItem()))
-            m_expected.insert(fingerprint(message), message.id());
+            expect(fingerprint(message), message.id());
     }
     return {};
+}
+
+/** Expects what earlier windows have left with that fingerprint. */
+Eas::Result Reconciliation::expectAlike(const QByteArray &mark)
+{
+    if (!m_hasUnconfirmed || m_asked.contains(mark))
+        return {};
+    QMailMessageIdList messages;
+    const Eas::Result result = m_unconfirmed.readAlike(m_folder.serverId, mark, &messages);
+    if (!result.ok())
+        return result;
+    m_asked.insert(mark);
+    // What a search brought is taken before them.
+    if (!messages.isEmpty())
+        m_expected[mark].append(messages);
+    return {};
+}
+
+/** Goes to the next of those that earlier windows have left. */
+Eas::Result Reconciliation::readNext()
+{
+    const QMailMessageId before = m_next ? m_next->messageId : QMailMessageId();
+    QList<Unconfirmed> messages;
+    const Eas::Result result = m_unconfirmed.readSome(m_folder.serverId, before, 1, &messages);
+    m_next = messages.isEmpty() ? std::nullopt : std::make_optional(messages.first());
+    return result;
 }
 
 /** Notes what the folder has from the server, and not what the user moved there. */
@@ -85,18 +111,46 @@ Eas::Result Reconciliation::note()
     }
     if (m_isToNote)
         return {};
-    expect(m_noted);
+    for (const Unconfirmed &message : qAsConst(m_noted))
+        expect(message.fingerprint, message.messageId);
     return expectFound();
 }
 
-QMailMessageId Reconciliation::take(const QByteArray &mark, const QMailMessageMetaData &named)
+Eas::Result Reconciliation::lookForRenaming(bool *isPossible)
 {
+    Eas::Result result;
+    // What was asked for and is not taken yet is in m_expected.
+    while (result.ok() && m_expected.isEmpty() && m_next && m_asked.contains(m_next->fingerprint))
+        result = readNext();
+    *isPossible = !m_expected.isEmpty() || m_next;
+    return result;
+}
+
+Eas::Result Reconciliation::take(const QByteArray &mark, const QMailMessageMetaData &named,
+                                 QMailMessageId *message)
+{
+    QMailMessageIdList expected;
+    const Eas::Result result = findExpected(mark, &expected);
+    if (!result.ok())
+        return result;
     // One that was confirmed is not expected any more, and may have a twin that is.
-    const bool isSame = named.id().isValid()
-        && (m_expected.contains(mark, named.id()) || fingerprint(named) == mark);
-    const QMailMessageId match = isSame ? named.id() : m_expected.value(mark);
-    m_expected.remove(mark, match);
-    return isSame || !m_confirmed.contains(match) ? match : QMailMessageId();
+    const bool isSame =
+        named.id().isValid() && (expected.contains(named.id()) || fingerprint(named) == mark);
+    const QMailMessageId match = isSame ? named.id() : expected.value(0);
+    expected.removeAll(match);
+    if (expected.isEmpty())
+        m_expected.remove(mark);
+    else
+        m_expected.insert(mark, expected);
+    *message = isSame || !m_confirmed.contains(match) ? match : QMailMessageId();
+    return {};
+}
+
+Eas::Result Reconciliation::findExpected(const QByteArray &mark, QMailMessageIdList *messages)
+{
+    const Eas::Result result = expectAlike(mark);
+    *messages = m_expected.value(mark);
+    return result;
 }
 
 Eas::Result Reconciliation::startAnew()
@@ -123,12 +177,13 @@ bool Reconciliation::isToBeSwept(const FolderState &folder) const
     return !m_isFirst && (folder.reconciling || m_hasUnconfirmed);
 }
 
-QMailMessageIdList Reconciliation::unconfirmed() const
+Eas::Result Reconciliation::readUnconfirmed(int limit, QMailMessageIdList *messages) const
 {
-    QMailMessageIdList messages;
-    for (const Unconfirmed &message : m_unconfirmed.of(m_folder.serverId))
-        messages.append(message.messageId);
-    return messages;
+    QList<Unconfirmed> some;
+    const Eas::Result result = m_unconfirmed.readSome(m_folder.serverId, {}, limit, &some);
+    for (const Unconfirmed &message : qAsConst(some))
+        messages->append(message.messageId);
+    return result;
 }
 
 Eas::Result Reconciliation::forget(const FolderState &folder, const QMailMessageIdList &messages)

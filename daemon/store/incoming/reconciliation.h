@@ -6,6 +6,9 @@
 
 #include <QHash>
 #include <qmailmessage.h>
+#include <QSet>
+
+#include <optional>
 
 namespace Store {
 
@@ -15,7 +18,8 @@ namespace Store {
  * With the answer to key "0" the folder's messages are noted as unconfirmed, the windows that
  * follow confirm those that the server still has, and what is unconfirmed after the last of them is
  * removed. All of it outlives a restart. A message that may have been moved here by a request whose
- * answer was lost is treated in the same way.
+ * answer was lost is treated in the same way. A window costs what it holds, however large the
+ * folder is.
  */
 class Reconciliation
 {
@@ -38,14 +42,15 @@ public:
     {
         return m_isFirst && m_folder.reconciling && (m_folder.renumbered || m_noted.isEmpty());
     }
-    /** Whether an item may be one of the messages under another id. */
-    bool isRenamingPossible() const { return !m_expected.isEmpty(); }
-    /** The message that an item with that fingerprint is: `named`, which has the item's id here, if
-     * it looks so itself, else an expected one that is not confirmed yet; invalid where there is
-     * none. */
-    QMailMessageId take(const QByteArray &mark, const QMailMessageMetaData &named);
-    /** The messages that are expected with that fingerprint. */
-    QMailMessageIdList expected(const QByteArray &mark) const { return m_expected.values(mark); }
+    /** Looks whether an item may be one of the messages under another id. */
+    Eas::Result lookForRenaming(bool *isPossible);
+    /** Finds the message that an item with that fingerprint is: `named`, which has the item's id
+     * here, if it looks so itself, else an expected one that is not confirmed yet; invalid where
+     * there is none. */
+    Eas::Result take(const QByteArray &mark, const QMailMessageMetaData &named,
+                     QMailMessageId *message);
+    /** Finds the messages that are expected with that fingerprint. */
+    Eas::Result findExpected(const QByteArray &mark, QMailMessageIdList *messages);
     /** The server has the message. */
     void confirm(const QMailMessageId &message) { m_confirmed.append(message); }
 
@@ -55,14 +60,16 @@ public:
     Eas::Result save(FolderState *folder);
     /** Whether unconfirmed messages may be left after the last window, to be removed. */
     bool isToBeSwept(const FolderState &folder) const;
-    /** Those that no window has confirmed. */
-    QMailMessageIdList unconfirmed() const;
+    /** Reads so many of those that no window has confirmed. */
+    Eas::Result readUnconfirmed(int limit, QMailMessageIdList *messages) const;
     /** They were removed. */
     Eas::Result forget(const FolderState &folder, const QMailMessageIdList &messages);
 
 private:
-    void expect(const QList<Unconfirmed> &messages);
+    void expect(const QByteArray &mark, const QMailMessageId &message);
     Eas::Result expectFound();
+    Eas::Result expectAlike(const QByteArray &mark);
+    Eas::Result readNext();
 
     UnconfirmedMessages m_unconfirmed;
     FolderState m_folder;          ///< as it was before the window
@@ -71,7 +78,12 @@ private:
     bool m_isToNote = false;
     QMailMessageIdList m_toNote;
     QList<Unconfirmed> m_noted;
-    QMultiHash<QByteArray, QMailMessageId> m_expected; ///< by fingerprint
+    /** By fingerprint, in the order in which they are taken. Of what earlier windows have left,
+     * which may be much, only what has a fingerprint that was asked for. */
+    QHash<QByteArray, QMailMessageIdList> m_expected;
+    QSet<QByteArray> m_asked; ///< fingerprints
+    /** Of what earlier windows have left, the first one whose fingerprint may be none of these. */
+    std::optional<Unconfirmed> m_next;
     QMailMessageIdList m_confirmed;
 };
 

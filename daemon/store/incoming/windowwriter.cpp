@@ -162,7 +162,10 @@ Eas::Result WindowWriter::writeBatch(const QList<Item> &batch)
     QList<Item> items;
     Messages present;
     Eas::Result result = leaveOutDeleted(batch, &items, &present);
-    if (result.ok() && !m_startsAnew && m_reconciliation.isRenamingPossible())
+    bool isRenamingPossible = false;
+    if (result.ok() && !m_startsAnew)
+        result = m_reconciliation.lookForRenaming(&isRenamingPossible);
+    if (result.ok() && isRenamingPossible)
         result = rematch(items, &present);
     if (!result.ok() || m_startsAnew)
         return result;
@@ -206,14 +209,16 @@ Eas::Result WindowWriter::leaveOutDeleted(const QList<Item> &batch, QList<Item> 
 
 /** Whether an item that counts as deleted here is in truth another message: one that is here by
  * another id, or, where ids have changed, any that is new: nobody could delete that by its own. */
-Eas::Result WindowWriter::findAnother(const Item &item, bool *isFound) const
+Eas::Result WindowWriter::findAnother(const Item &item, bool *isFound)
 {
     const bool isRunning = m_reconciliation.isRunning() && !item.data.serverId.isEmpty();
     *isFound = isRunning && item.isNew && m_folder.renumbered;
     if (*isFound || !isRunning || !MessageBuilder::isComplete(item.data))
         return {};
     const QByteArray mark = fingerprint(MessageBuilder::build(item.data));
-    for (const QMailMessageId &id : m_reconciliation.expected(mark)) {
+    QMailMessageIdList expected;
+    const Eas::Result result = m_reconciliation.findExpected(mark, &expected);
+    for (const QMailMessageId &id : qAsConst(expected)) {
         const QMailMessageMetaData message = currentMessage(id);
         if (QMailStore::instance()->lastError() != QMailStore::NoError)
             return storeFailure(QStringLiteral("cannot read a message"));
@@ -221,7 +226,7 @@ Eas::Result WindowWriter::findAnother(const Item &item, bool *isFound) const
         const ServerUid known(message);
         *isFound = *isFound || (known.isItem() && known.isIn(m_window.collectionId));
     }
-    return {};
+    return result;
 }
 
 Eas::Result WindowWriter::add(const QList<Eas::MailItem> &items)
@@ -280,8 +285,11 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
         const QMailMessage shown = MessageBuilder::build(item.data);
         const ServerUid wanted = uid(item.data.serverId);
         const QMailMessageMetaData named = present->value(wanted);
-        const QMailMessageMetaData found =
-            inFolder(m_reconciliation.take(fingerprint(shown), named), changed);
+        QMailMessageId match;
+        const Eas::Result taken = m_reconciliation.take(fingerprint(shown), named, &match);
+        if (!taken.ok())
+            return taken;
+        const QMailMessageMetaData found = inFolder(match, changed);
         const bool isFound = found.id().isValid();
         const bool isNamed = named.id().isValid();
         if (found.id() == named.id() || (!isFound && !isAnother(named, shown)))
@@ -433,7 +441,10 @@ Eas::Result WindowWriter::saveKey()
 /** Removes what the synchronisation had to bring and did not. */
 Eas::Result WindowWriter::sweep()
 {
-    const QMailMessageIdList left = m_reconciliation.unconfirmed().mid(0, RemovalBatch);
+    QMailMessageIdList left;
+    const Eas::Result read = m_reconciliation.readUnconfirmed(RemovalBatch, &left);
+    if (!read.ok())
+        return read;
     if (left.isEmpty()) {
         m_folder.reconciling = false;
         m_phase = Phase::End;

@@ -68,7 +68,7 @@ private:
     Eas::Result writeItems();
     Eas::Result writeBatch(const QList<Item> &batch);
     Eas::Result leaveOutDeleted(const QList<Item> &batch, QList<Item> *items, Messages *present);
-    Eas::Result findAnother(const Item &item, bool *isFound) const;
+    Eas::Result findAnother(const Item &item, bool *isFound);
     Eas::Result rematch(const QList<Item> &items, Messages *present);
     QMailMessageMetaData inFolder(const QMailMessageId &id,
                                   const QList<QMailMessageMetaData> &changed) const;

@@ -20,6 +20,11 @@ Eas::Result StateTable::failure(const QSqlQuery &query) const
     return m_db.failure(query.lastError());
 }
 
+Eas::Result StateTable::endOf(const QSqlQuery &query) const
+{
+    return query.lastError().isValid() ? failure(query) : Eas::Result();
+}
+
 Eas::Result StateTable::together(const std::function<Eas::Result()> &work) const
 {
     return m_db.together(work);

@@ -49,6 +49,16 @@ protected:
             found.append(read(*query));
         return found;
     }
+    /** As rows(), where nothing must be told from what cannot be read. */
+    template <typename Value, typename Read>
+    Eas::Result read(const QString &sql, const QVariantList &values, Read read,
+                     QList<Value> *found) const
+    {
+        const Statement query = select(sql, values);
+        while (query->next())
+            found->append(read(*query));
+        return endOf(*query);
+    }
     /** The first one, or none. */
     template <typename Read>
     auto firstRow(const QString &sql, const QVariantList &values, Read read) const
@@ -70,6 +80,8 @@ protected:
     const QMailAccountId m_account;
 
 private:
+    /** How the reading of its rows ended. */
+    Eas::Result endOf(const QSqlQuery &query) const;
     Statement prepare(const QString &sql, const QVariantList &values) const;
 };
 

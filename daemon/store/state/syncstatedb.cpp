@@ -44,6 +44,9 @@ const char *const Tables[] = {
     "message),"
     " FOREIGN KEY (account, server_id) REFERENCES folder(account, server_id)"
     " ON DELETE CASCADE ON UPDATE CASCADE) WITHOUT ROWID",
+    // Earlier versions did without it.
+    "CREATE INDEX IF NOT EXISTS unconfirmed_by_fingerprint"
+    " ON unconfirmed (account, server_id, fingerprint)",
     "CREATE TABLE IF NOT EXISTS moved (account INTEGER NOT NULL, server_id TEXT NOT NULL,"
     " message INTEGER NOT NULL, PRIMARY KEY (account, server_id, message),"
     " FOREIGN KEY (account, server_id) REFERENCES folder(account, server_id)"

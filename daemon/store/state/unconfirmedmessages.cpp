@@ -12,22 +12,54 @@ Eas::FolderId folderIdOf(const QSqlQuery &row)
     return Eas::FolderId(row.value(0).toString());
 }
 
+QMailMessageId messageIdOf(const QSqlQuery &row)
+{
+    return QMailMessageId(row.value(0).toULongLong());
+}
+
 } // namespace
 
 QList<Unconfirmed> UnconfirmedMessages::of(const Eas::FolderId &serverId) const
 {
-    return rows(QStringLiteral("SELECT message, fingerprint FROM unconfirmed"
-                               " WHERE account = ? AND server_id = ?"),
-                {accountNumber(), serverId.text()}, [](const QSqlQuery &row) {
-                    return Unconfirmed {QMailMessageId(row.value(0).toULongLong()),
-                                        row.value(1).toByteArray()};
-                });
+    const int noLimit = -1;
+    QList<Unconfirmed> messages;
+    readSome(serverId, {}, noLimit, &messages);
+    return messages;
+}
+
+Eas::Result UnconfirmedMessages::readSome(const Eas::FolderId &serverId,
+                                          const QMailMessageId &after, int limit,
+                                          QList<Unconfirmed> *messages) const
+{
+    return read(
+        QStringLiteral("SELECT message, fingerprint FROM unconfirmed"
+                       " WHERE account = ? AND server_id = ? AND message > ?"
+                       " ORDER BY message LIMIT ?"),
+        {accountNumber(), serverId.text(), qint64(after.toULongLong()), limit},
+        [](const QSqlQuery &row) {
+            return Unconfirmed {QMailMessageId(row.value(0).toULongLong()),
+                                row.value(1).toByteArray()};
+        },
+        messages);
+}
+
+Eas::Result UnconfirmedMessages::readAlike(const Eas::FolderId &serverId,
+                                           const QByteArray &fingerprint,
+                                           QMailMessageIdList *messages) const
+{
+    return read(QStringLiteral("SELECT message FROM unconfirmed"
+                               " WHERE account = ? AND server_id = ? AND fingerprint = ?"
+                               " ORDER BY message DESC"),
+                {accountNumber(), serverId.text(), fingerprint}, messageIdOf, messages);
 }
 
 QSet<Eas::FolderId> UnconfirmedMessages::folders() const
 {
+    // Not by the messages, which may be many.
     const QList<Eas::FolderId> ids =
-        rows(QStringLiteral("SELECT DISTINCT server_id FROM unconfirmed WHERE account = ?"),
+        rows(QStringLiteral("SELECT server_id FROM folder WHERE account = ? AND EXISTS"
+                            " (SELECT 1 FROM unconfirmed WHERE account = folder.account"
+                            " AND server_id = folder.server_id)"),
              {accountNumber()}, folderIdOf);
     return {ids.cbegin(), ids.cend()};
 }
@@ -56,8 +88,7 @@ Eas::Result UnconfirmedMessages::strikeOff(const Eas::FolderId &serverId,
 QMailMessageIdList UnconfirmedMessages::acknowledgedMoves(const Eas::FolderId &serverId) const
 {
     return rows(QStringLiteral("SELECT message FROM moved WHERE account = ? AND server_id = ?"),
-                {accountNumber(), serverId.text()},
-                [](const QSqlQuery &row) { return QMailMessageId(row.value(0).toULongLong()); });
+                {accountNumber(), serverId.text()}, messageIdOf);
 }
 
 QSet<Eas::FolderId> UnconfirmedMessages::destinations() const

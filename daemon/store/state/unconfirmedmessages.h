@@ -24,7 +24,15 @@ class UnconfirmedMessages : public StateTable
 public:
     using StateTable::StateTable;
 
+    /** All of the folder. */
     QList<Unconfirmed> of(const Eas::FolderId &serverId) const;
+    /** Reads some of the folder, in the order of their ids: at most so many that come after one,
+     * of all where that is invalid. */
+    Eas::Result readSome(const Eas::FolderId &serverId, const QMailMessageId &after, int limit,
+                         QList<Unconfirmed> *messages) const;
+    /** Reads those of the folder that have the fingerprint, the last one first. */
+    Eas::Result readAlike(const Eas::FolderId &serverId, const QByteArray &fingerprint,
+                          QMailMessageIdList *messages) const;
     /** The folders that have such messages. */
     QSet<Eas::FolderId> folders() const;
     Eas::Result add(const Eas::FolderId &serverId, const QList<Unconfirmed> &messages);
