@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/incoming/contentwriter.h"
+#include "daemon/store/incoming/foundwriter.h"
 #include "tests/store/items.h"
 #include "tests/support/storefixture.h"
 
@@ -75,6 +76,7 @@ private slots:
     void sampleMessagesKeepTheirParts_data();
     void sampleMessagesKeepTheirParts();
     void aDraftThatItsAuthorHasEditedIsNotReplaced();
+    void aFoundDraftThatItsAuthorHasEditedIsNotReplaced();
     void emptyMessageGetsALineBreak();
     void uselessFileLeavesTheMessageAsItWas();
     void messageThatLostItsContentGetsItAgain();
@@ -97,6 +99,10 @@ private slots:
 
 private:
     QString file(const QByteArray &content);
+    /** Replaces the draft by what the server has; the code. */
+    int fetch(const QMailMessageId &id, const char *body);
+    /** The author makes another text of the draft. */
+    void edit(const QMailMessageId &id);
     /** A message with an HTML text and these attachments. */
     QMailMessageId add(const QList<Eas::Attachment> &attachments);
     QMailMessage message() { return m_account->message(text("1")); }
@@ -231,21 +237,41 @@ void TestContentWriter::aDraftThatItsAuthorHasEditedIsNotReplaced()
     const QString number = text("7");
     QCOMPARE(m_account->write(adding(text("2"), {item(number, text("Draft"))}, drafts)), 200);
     const QMailMessageId id = m_account->message(number, drafts).id();
-    const auto fetch = [&](const char *what) {
-        return ContentWriter::replaceMessage(id, file(QByteArray("Subject: Draft\r\n\r\n") + what))
-            .code;
-    };
-    QCOMPARE(fetch("of the server"), 200);
-    QCOMPARE(fetch("of the server, again"), 200);
+    QCOMPARE(fetch(id, "of the server"), 200);
+    QCOMPARE(fetch(id, "of the server, again"), 200);
     QCOMPARE(QMailMessage(id).body().data(), text("of the server, again"));
+    edit(id);
+    QCOMPARE(fetch(id, "of the server, too late"), 200);
+    QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
+    QCOMPARE(ContentWriter::replaceText(id, item(number, text("Draft"))).code, 200);
+    QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
+}
+
+int TestContentWriter::fetch(const QMailMessageId &id, const char *body)
+{
+    return ContentWriter::replaceMessage(id, file(QByteArray("Subject: Draft\r\n\r\n") + body))
+        .code;
+}
+
+void TestContentWriter::edit(const QMailMessageId &id)
+{
     QMailMessage draft(id);
     draft.setBody(QMailMessageBody::fromData(QStringLiteral("of the author"),
                                              QMailMessageContentType("text/plain; charset=UTF-8"),
                                              QMailMessageBody::EightBit));
     QVERIFY(QMailStore::instance()->updateMessage(&draft));
-    QCOMPARE(fetch("of the server, too late"), 200);
     QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
-    QCOMPARE(ContentWriter::replaceText(id, item(number, text("Draft"))).code, 200);
+}
+
+void TestContentWriter::aFoundDraftThatItsAuthorHasEditedIsNotReplaced()
+{
+    const Store::FoundItem found {Store::ServerUid::item("dr"_folder, text("7")),
+                                  item(text("7"), text("Draft"))};
+    Store::FoundWriter search(m_account->db, m_account->id, {found});
+    QVERIFY(search.run().ok());
+    const QMailMessageId id = search.messages().value(0);
+    edit(id);
+    QCOMPARE(fetch(id, "of the server"), 200);
     QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/fingerprint.h"
+#include "daemon/store/incoming/contentmark.h"
 #include "daemon/store/incoming/windowwriter.h"
 #include "daemon/store/moves.h"
 #include "daemon/store/serveruid.h"
@@ -19,6 +20,8 @@ using namespace Items;
 namespace {
 
 using Message = QMailMessageMetaData;
+
+const Eas::FolderId Drafts = "dr"_folder;
 
 QString number(int n)
 {
@@ -74,6 +77,7 @@ private slots:
     void contentThatWasLostComesBack_data();
     void contentThatWasLostComesBack();
     void whatItsAuthorMadeOfADraftStays();
+    void whatItsAuthorMakesOfADraftThatNobodyNotedStays();
     void unknownFolderIsNotFound();
     void refusedWindowIsRefused();
     void nothingIsWrittenForARemovedAccount();
@@ -121,6 +125,9 @@ private:
               const QString &newItemId);
     /** The user deletes the message of the inbox with that id at the server. */
     void remove(int id);
+    QString draftsText() { return m_account->message(number(1), Drafts).body().data(); }
+    /** The author of draft 1 makes another text of it, of one word. */
+    void editDraft();
     /** How many deletions the server is still to be told. */
     int deletions() const
     {
@@ -461,41 +468,65 @@ void TestWindowWriter::contentThatWasLostComesBack()
 /** Another client's flag brings the whole draft again, and it is shorter here than there. */
 void TestWindowWriter::whatItsAuthorMadeOfADraftStays()
 {
-    const Eas::FolderId drafts = "dr"_folder;
     const QByteArray before(2000, 'x');
     const QString subject = QStringLiteral("Draft");
     Eas::SyncWindow window =
-        adding(QStringLiteral("2"), {item(number(1), subject, before)}, drafts);
+        adding(QStringLiteral("2"), {item(number(1), subject, before)}, Drafts);
     QCOMPARE(m_account->write(window), 200);
-    const auto body = [&] { return m_account->message(number(1), drafts).body().data(); };
-    const auto edit = [&] {
-        QMailMessage draft = m_account->message(number(1), drafts);
-        draft.setBody(QMailMessageBody::fromData(
-            QStringLiteral("word"), QMailMessageContentType("text/plain; charset=UTF-8"),
-            QMailMessageBody::EightBit));
-        QVERIFY(QMailStore::instance()->updateMessage(&draft));
-        QCOMPARE(body(), QStringLiteral("word"));
-    };
-    edit();
-    window = changing(QStringLiteral("3"), {item(number(1), subject, before)}, drafts);
+    editDraft();
+    window = changing(QStringLiteral("3"), {item(number(1), subject, before)}, Drafts);
     window.changed.first().read = true;
     QCOMPARE(m_account->write(window), 200);
-    QVERIFY(m_account->metaData(number(1), drafts).status() & Message::Read);
-    QCOMPARE(body(), QStringLiteral("word"));
+    QVERIFY(m_account->metaData(number(1), Drafts).status() & Message::Read);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
     // What is lost comes from the server, and so does what is new there.
-    QVERIFY(QFile::resize(m_account->metaData(number(1), drafts).contentIdentifier(), 0));
+    QVERIFY(QFile::resize(m_account->metaData(number(1), Drafts).contentIdentifier(), 0));
     QCOMPARE(m_account->write(window), 200);
-    QCOMPARE(body(), QString::fromLatin1(before));
-    edit();
+    QCOMPARE(draftsText(), QString::fromLatin1(before));
+    editDraft();
     Eas::MailItem importance;
     importance.serverId = number(1);
     importance.importance = 2;
-    QCOMPARE(m_account->write(changing(QStringLiteral("4"), {importance}, drafts)), 200);
-    QVERIFY(m_account->metaData(number(1), drafts).status() & Message::HighPriority);
-    QCOMPARE(body(), QStringLiteral("word"));
+    QCOMPARE(m_account->write(changing(QStringLiteral("4"), {importance}, Drafts)), 200);
+    QVERIFY(m_account->metaData(number(1), Drafts).status() & Message::HighPriority);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
     window.changed.first().body->data = "another";
     QCOMPARE(m_account->write(window), 200);
-    QCOMPARE(body(), QStringLiteral("another"));
+    QCOMPARE(draftsText(), QStringLiteral("another"));
+}
+
+void TestWindowWriter::editDraft()
+{
+    QMailMessage draft = m_account->message(number(1), Drafts);
+    draft.setBody(QMailMessageBody::fromData(QStringLiteral("word"),
+                                             QMailMessageContentType("text/plain; charset=UTF-8"),
+                                             QMailMessageBody::EightBit));
+    QVERIFY(QMailStore::instance()->updateMessage(&draft));
+    QCOMPARE(draftsText(), QStringLiteral("word"));
+}
+
+/** As a daemon leaves it that dies between writing the draft and noting that, and the window comes
+ * once more. Other mail is not noted, for that costs a writing. */
+void TestWindowWriter::whatItsAuthorMakesOfADraftThatNobodyNotedStays()
+{
+    const QList<Eas::MailItem> items {
+        item(number(1), QStringLiteral("Draft"), QByteArray(2000, 'x'))};
+    const Eas::SyncWindow window = adding(QStringLiteral("2"), items, Drafts);
+    QCOMPARE(m_account->write(window), 200);
+    Message draft = m_account->metaData(number(1), Drafts);
+    Store::ContentMark mark = Store::ContentMark::read(draft);
+    QVERIFY(!mark.written.isEmpty());
+    mark.written.clear();
+    mark.store(&draft);
+    QVERIFY(QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(draft.id()),
+                                                           QMailMessageKey::Custom, draft));
+    QCOMPARE(m_account->write(window), 200);
+    editDraft();
+    QCOMPARE(m_account->write(changing(QStringLiteral("3"), items, Drafts)), 200);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), items)), 200);
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), items)), 200);
+    QVERIFY(Store::ContentMark::read(m_account->metaData(number(1))).written.isEmpty());
 }
 
 void TestWindowWriter::unknownFolderIsNotFound()

@@ -40,6 +40,12 @@ QByteArray identifierDigest(const QMailMessageMetaData &message)
     return (Digest() << message.contentIdentifier().toUtf8()).result();
 }
 
+bool isToBeNoted(const QMailMessageMetaData &message)
+{
+    return message.status() & QMailMessageMetaData::Draft
+        && ContentMark::read(message).written.isEmpty();
+}
+
 } // namespace
 
 ContentMark ContentMark::of(const Eas::MailItem &item)
@@ -98,16 +104,23 @@ bool ContentMark::isOutdatedBy(const ContentMark &item) const
 
 Eas::Result noteContent(const QMailMessageMetaData &message)
 {
-    ContentMark mark = ContentMark::read(message);
-    if (!(message.status() & QMailMessageMetaData::Draft) || !mark.written.isEmpty())
+    if (!isToBeNoted(message))
         return {};
-    mark.written = identifierDigest(message);
     QMailMessageMetaData noted = message;
-    mark.store(&noted);
+    markContent(&noted);
     return QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(message.id()),
                                                           QMailMessageKey::Custom, noted)
         ? Eas::Result()
         : storeFailure(QStringLiteral("cannot note the content of a draft"));
+}
+
+void markContent(QMailMessageMetaData *message)
+{
+    if (!isToBeNoted(*message))
+        return;
+    ContentMark mark = ContentMark::read(*message);
+    mark.written = identifierDigest(*message);
+    mark.store(message);
 }
 
 bool isEdited(const QMailMessageMetaData &message)

@@ -40,6 +40,9 @@ struct ContentMark
  */
 Eas::Result noteContent(const QMailMessageMetaData &message);
 
+/** The same with a message that lies in the store, and leaves the writing to the caller. */
+void markContent(QMailMessageMetaData *message);
+
 /** Whether the content of a message is not the one that was noted, and is not lost: its author has
  * edited it here. */
 bool isEdited(const QMailMessageMetaData &message);

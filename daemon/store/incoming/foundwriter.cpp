@@ -3,6 +3,7 @@
 
 #include "daemon/store/accountguard.h"
 #include "daemon/store/fingerprint.h"
+#include "daemon/store/incoming/contentmark.h"
 #include "daemon/store/incoming/messagebuilder.h"
 #include "daemon/store/mark.h"
 #include "daemon/store/messageflags.h"
@@ -148,11 +149,13 @@ Eas::Result FoundWriter::add(const FoundItem &found, const FolderState &folder)
     const Eas::Result added = m_conversations.add({&message});
     if (!added.ok())
         return added;
-    const Eas::Result still = AccountGuard::check(m_account);
-    if (!still.ok()) {
-        // The account was removed meanwhile: nobody else would remove the message.
+    // If the account was removed meanwhile, nobody else would remove the message.
+    Eas::Result finished = AccountGuard::check(m_account);
+    if (finished.ok())
+        finished = noteContent(message);
+    if (!finished.ok()) {
         QMailStore::instance()->removeMessages(QMailMessageKey::id(message.id()));
-        return still;
+        return finished;
     }
     m_messages.append(message.id());
     return {};

@@ -149,6 +149,8 @@ Eas::Result MessageWriter::update(const Updates &items)
         MessageBuilder::updateFlags(&after, item);
         MessageBuilder::updateConversation(&after, item);
         FoundMark.clear(&after);
+        // A daemon that died after it had written a draft has not noted it.
+        markContent(&after);
         const quint64 different = after.status() ^ before.status();
         const bool isMarkNew = after.customFields() != before.customFields();
         if (different || isMarkNew)
