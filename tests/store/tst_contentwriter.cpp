@@ -77,6 +77,7 @@ private slots:
     void sampleMessagesKeepTheirParts();
     void aDraftThatItsAuthorHasEditedIsNotReplaced();
     void aFoundDraftThatItsAuthorHasEditedIsNotReplaced();
+    void aDraftThatHadComeInPartKeepsItsAuthorsText();
     void emptyMessageGetsALineBreak();
     void uselessFileLeavesTheMessageAsItWas();
     void messageThatLostItsContentGetsItAgain();
@@ -273,6 +274,29 @@ void TestContentWriter::aFoundDraftThatItsAuthorHasEditedIsNotReplaced()
     edit(id);
     QCOMPARE(fetch(id, "of the server"), 200);
     QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
+}
+
+/** What has come of it since, whole, is not known to be another text. */
+void TestContentWriter::aDraftThatHadComeInPartKeepsItsAuthorsText()
+{
+    const Eas::FolderId drafts = "dr"_folder;
+    Eas::MailItem shown = item(text("7"), text("Draft"), "of the");
+    shown.body->truncated = true;
+    QCOMPARE(m_account->write(adding(text("2"), {shown}, drafts)), 200);
+    const QMailMessageId id = m_account->message(text("7"), drafts).id();
+    QCOMPARE(fetch(id, "of the server"), 200);
+    edit(id);
+    shown.subject = text("Another subject");
+    shown.body->data = "of the server";
+    shown.body->truncated = false;
+    QCOMPARE(m_account->write(changing(text("3"), {shown}, drafts)), 200);
+    QCOMPARE(QMailMessage(id).subject(), *shown.subject);
+    QCOMPARE(QMailMessage(id).body().data(), text("of the author"));
+    // From then on, what is another text is known.
+    shown.subject = text("A third subject");
+    shown.body->data = "of another client";
+    QCOMPARE(m_account->write(changing(text("4"), {shown}, drafts)), 200);
+    QCOMPARE(QMailMessage(id).body().data(), text("of another client"));
 }
 
 void TestContentWriter::emptyMessageGetsALineBreak()

@@ -78,6 +78,8 @@ private slots:
     void contentThatWasLostComesBack();
     void whatItsAuthorMadeOfADraftStays();
     void whatItsAuthorMakesOfADraftThatNobodyNotedStays();
+    void whatElseIsNewOfADraftLeavesItsAuthorsText();
+    void whatItsAuthorMadeOfADraftsHeadersStays();
     void unknownFolderIsNotFound();
     void refusedWindowIsRefused();
     void nothingIsWrittenForARemovedAccount();
@@ -527,6 +529,72 @@ void TestWindowWriter::whatItsAuthorMakesOfADraftThatNobodyNotedStays()
     QCOMPARE(m_account->write(adding(QStringLiteral("2"), items)), 200);
     QCOMPARE(m_account->write(adding(QStringLiteral("2"), items)), 200);
     QVERIFY(Store::ContentMark::read(m_account->metaData(number(1))).written.isEmpty());
+}
+
+/** Most servers send the whole item for that. */
+void TestWindowWriter::whatElseIsNewOfADraftLeavesItsAuthorsText()
+{
+    Eas::MailItem shown = item(number(1), QStringLiteral("Draft"), QByteArray(2000, 'x'));
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), {shown}, Drafts)), 200);
+    editDraft();
+    const auto show = [&] { return m_account->write(changing(text("3"), {shown}, Drafts)); };
+    const auto draft = [&] { return m_account->message(number(1), Drafts); };
+    shown.subject = QStringLiteral("Another subject");
+    QCOMPARE(show(), 200);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
+    QCOMPARE(draft().subject(), *shown.subject);
+    shown.to = QStringLiteral("\"Alice Example\" <alice@example.test>, bob@example.test");
+    shown.importance = 2;
+    shown.dateReceived = shown.dateReceived->addSecs(3600);
+    QCOMPARE(show(), 200);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
+    QCOMPARE(draft().to().size(), 2);
+    QVERIFY(draft().status() & Message::HighPriority);
+    shown.attachments = {attachment(QStringLiteral("a.bin"), QStringLiteral("ref"))};
+    QCOMPARE(show(), 200);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
+    // It is known by now: nothing is written for it once more.
+    const QString content = draft().contentIdentifier();
+    shown.read = true;
+    QCOMPARE(show(), 200);
+    QVERIFY(draft().status() & Message::Read);
+    QCOMPARE(draft().contentIdentifier(), content);
+    // Not the whole item, but the text.
+    Eas::MailItem part;
+    part.serverId = number(1);
+    part.body = shown.body;
+    QCOMPARE(m_account->write(changing(QStringLiteral("4"), {part}, Drafts)), 200);
+    QCOMPARE(draftsText(), QStringLiteral("word"));
+    shown.body->data = "another";
+    QCOMPARE(show(), 200);
+    QCOMPARE(draft().partAt(0u).body().data(), QStringLiteral("another"));
+}
+
+void TestWindowWriter::whatItsAuthorMadeOfADraftsHeadersStays()
+{
+    Eas::MailItem shown = item(number(1), QStringLiteral("Draft"));
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), {shown}, Drafts)), 200);
+    QMailMessage draft = m_account->message(number(1), Drafts);
+    draft.setTo(QMailAddress(QStringLiteral("bob@example.test")));
+    draft.setBcc({QMailAddress(QStringLiteral("carol@example.test"))});
+    QVERIFY(QMailStore::instance()->updateMessage(&draft));
+    shown.importance = 2;
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(m_account->write(changing(QStringLiteral("3"), {shown}, Drafts)), 200);
+        draft = m_account->message(number(1), Drafts);
+        QVERIFY(draft.status() & Message::HighPriority);
+        QCOMPARE(QMailAddress::toStringList(draft.to()), QStringList {text("bob@example.test")});
+        QCOMPARE(QMailAddress::toStringList(draft.bcc()), QStringList {text("carol@example.test")});
+        shown.subject = QStringLiteral("Another subject");
+    }
+    QCOMPARE(draft.subject(), QStringLiteral("Draft"));
+    // With another text, all is the server's.
+    shown.body->data = "another";
+    QCOMPARE(m_account->write(changing(QStringLiteral("4"), {shown}, Drafts)), 200);
+    draft = m_account->message(number(1), Drafts);
+    QCOMPARE(draft.subject(), QStringLiteral("Another subject"));
+    QCOMPARE(draft.to().value(0).address(), QStringLiteral("alice@example.test"));
+    QVERIFY(draft.bcc().isEmpty());
 }
 
 void TestWindowWriter::unknownFolderIsNotFound()

@@ -8,6 +8,8 @@
 #include <qmailstore.h>
 #include <QStringList>
 
+#include <algorithm>
+
 namespace Store {
 
 namespace {
@@ -40,10 +42,28 @@ QByteArray identifierDigest(const QMailMessageMetaData &message)
     return (Digest() << message.contentIdentifier().toUtf8()).result();
 }
 
+/** Mail programs write names and the order otherwise. */
+QByteArray places(const QList<QMailAddress> &addresses)
+{
+    QStringList list;
+    for (const QMailAddress &address : addresses)
+        list.append(address.address().toLower());
+    std::sort(list.begin(), list.end());
+    return list.join(QLatin1Char(',')).toUtf8();
+}
+
 bool isToBeNoted(const QMailMessageMetaData &message)
 {
     return message.status() & QMailMessageMetaData::Draft
         && ContentMark::read(message).written.isEmpty();
+}
+
+void note(QMailMessageMetaData *noted, const QMailMessage &message)
+{
+    ContentMark mark = ContentMark::read(*noted);
+    mark.written = identifierDigest(*noted);
+    mark.headers = ContentMark::headersOf(message);
+    mark.store(noted);
 }
 
 } // namespace
@@ -79,8 +99,16 @@ ContentMark ContentMark::read(const QMailMessageMetaData &message)
         mark.truncated = parts.at(2).contains(QLatin1Char('t'));
         mark.downloaded = parts.at(2).contains(QLatin1Char('d'));
         mark.written = parts.value(3).toLatin1();
+        mark.headers = parts.value(4).toLatin1();
     }
     return mark;
+}
+
+QByteArray ContentMark::headersOf(const QMailMessage &message)
+{
+    return (Digest() << message.subject().simplified().toUtf8() << places(message.to())
+                     << places(message.cc()) << places(message.bcc()))
+        .result();
 }
 
 void ContentMark::store(QMailMessageMetaData *message) const
@@ -88,7 +116,7 @@ void ContentMark::store(QMailMessageMetaData *message) const
     const QByteArray flags = QByteArray(truncated ? "t" : "") + (downloaded ? "d" : "");
     QByteArray text = envelope + ' ' + body + ' ' + flags;
     if (!written.isEmpty())
-        text += ' ' + written;
+        text += ' ' + written + ' ' + headers;
     message->setCustomField(Field, QString::fromLatin1(text));
 }
 
@@ -102,12 +130,18 @@ bool ContentMark::isOutdatedBy(const ContentMark &item) const
     return truncated || body.isEmpty() || !item.truncated;
 }
 
-Eas::Result noteContent(const QMailMessageMetaData &message)
+bool ContentMark::isOtherText(const ContentMark &item) const
+{
+    const bool isKnown = !body.isEmpty() && !truncated && !item.body.isEmpty() && !item.truncated;
+    return isKnown && body != item.body;
+}
+
+Eas::Result noteContent(const QMailMessage &message)
 {
     if (!isToBeNoted(message))
         return {};
     QMailMessageMetaData noted = message;
-    markContent(&noted);
+    note(&noted, message);
     return QMailStore::instance()->updateMessagesMetaData(QMailMessageKey::id(message.id()),
                                                           QMailMessageKey::Custom, noted)
         ? Eas::Result()
@@ -116,11 +150,8 @@ Eas::Result noteContent(const QMailMessageMetaData &message)
 
 void markContent(QMailMessageMetaData *message)
 {
-    if (!isToBeNoted(*message))
-        return;
-    ContentMark mark = ContentMark::read(*message);
-    mark.written = identifierDigest(*message);
-    mark.store(message);
+    if (isToBeNoted(*message))
+        note(message, QMailMessage(message->id()));
 }
 
 bool isEdited(const QMailMessageMetaData &message)
@@ -128,6 +159,17 @@ bool isEdited(const QMailMessageMetaData &message)
     const QByteArray written = ContentMark::read(message).written;
     return !written.isEmpty() && written != identifierDigest(message)
         && !isContentDamaged(message, 1);
+}
+
+bool keepsContent(const QMailMessageMetaData &message, const Eas::MailItem &item)
+{
+    return isEdited(message) && !ContentMark::read(message).isOtherText(ContentMark::of(item));
+}
+
+bool areHeadersEdited(const QMailMessage &message)
+{
+    return isEdited(message)
+        && ContentMark::read(message).headers != ContentMark::headersOf(message);
 }
 
 } // namespace Store

@@ -25,20 +25,25 @@ struct ContentMark
     /** Digest of the content's identifier, of which each writing makes a new one; empty: not noted.
      */
     QByteArray written;
+    QByteArray headers; ///< digest of subject and recipients, noted with `written`
 
     static ContentMark of(const Eas::MailItem &item);
     static ContentMark read(const QMailMessageMetaData &message);
+    /** Digest of a message's subject and recipients. */
+    static QByteArray headersOf(const QMailMessage &message);
     void store(QMailMessageMetaData *message) const;
 
     /** Whether a message with this mark must be rebuilt to show what `item` shows. */
     bool isOutdatedBy(const ContentMark &item) const;
+    /** Whether the item surely has another text. Where one of the two is cut, that is not known. */
+    bool isOtherText(const ContentMark &item) const;
 };
 
 /**
  * Notes the content of a draft that was just written as the server's; not where the mark says that
  * it is its author's. Other messages are not edited in their place, and cost no writing.
  */
-Eas::Result noteContent(const QMailMessageMetaData &message);
+Eas::Result noteContent(const QMailMessage &message);
 
 /** The same with a message that lies in the store, and leaves the writing to the caller. */
 void markContent(QMailMessageMetaData *message);
@@ -46,6 +51,12 @@ void markContent(QMailMessageMetaData *message);
 /** Whether the content of a message is not the one that was noted, and is not lost: its author has
  * edited it here. */
 bool isEdited(const QMailMessageMetaData &message);
+
+/** Whether the content of a message is its author's, and stays where the server sends the item. */
+bool keepsContent(const QMailMessageMetaData &message, const Eas::MailItem &item);
+
+/** Whether its author has edited subject or recipients here. */
+bool areHeadersEdited(const QMailMessage &message);
 
 } // namespace Store
 

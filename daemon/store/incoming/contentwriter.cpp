@@ -252,6 +252,9 @@ Eas::Result ContentWriter::replaceMessage(const QMailMessageId &id, const QStrin
     message.setSize(uint(QFile(path).size()));
     message.setContentSize(message.size());
     ContentMark mark = ContentMark::read(before);
+    // Of a text that had come in part, that part alone is known.
+    if (mark.truncated)
+        mark.body.clear();
     mark.truncated = false;
     mark.downloaded = true;
     mark.written.clear();

@@ -193,6 +193,35 @@ void follow(Message *message, quint64 ours, quint64 theirs, bool value)
         message->setStatus(ours, value);
 }
 
+/** The item without what an author writes into the headers. */
+Eas::MailItem withoutAuthorsHeaders(Eas::MailItem item)
+{
+    item.subject.reset();
+    item.to.reset();
+    item.cc.reset();
+    item.bcc.reset();
+    return item;
+}
+
+/** The mark of a message of which the content stays. */
+void updateMark(QMailMessage *after, const QMailMessage &before, const Eas::MailItem &item)
+{
+    const ContentMark shown = ContentMark::of(item);
+    ContentMark mark = ContentMark::read(before);
+    mark.envelope = shown.envelope;
+    // The store gives the content another identifier, and what was edited stays so.
+    if (!isEdited(before))
+        mark.written.clear();
+    else if (!areHeadersEdited(before))
+        mark.headers = ContentMark::headersOf(*after);
+    // Of what has come in part, the first whole text is what the next one is compared with.
+    if (!shown.body.isEmpty() && !shown.truncated) {
+        mark.body = shown.body;
+        mark.truncated = false;
+    }
+    mark.store(after);
+}
+
 /** Headers that a change did not bring stay as they were. */
 void keepEnvelope(QMailMessage *after, const QMailMessage &before, const Eas::MailItem &item)
 {
@@ -261,20 +290,16 @@ QMailMessage MessageBuilder::rebuilt(const QMailMessageMetaData &before, const E
 
 QMailMessage MessageBuilder::updated(const QMailMessage &before, const Eas::MailItem &item)
 {
-    QMailMessage after = item.body ? build(item) : before;
-    if (item.body) {
+    const bool isTextNew = item.body && !keepsContent(before, item);
+    QMailMessage after = isTextNew ? build(item) : before;
+    if (isTextNew) {
         keepEnvelope(&after, before, item);
         keepIdentity(&after, before);
     } else {
-        setEnvelope(&after, item);
+        setEnvelope(&after, areHeadersEdited(before) ? withoutAuthorsHeaders(item) : item);
         if (item.importance)
             setImportance(&after, *item.importance);
-        ContentMark mark = ContentMark::read(before);
-        mark.envelope = ContentMark::of(item).envelope;
-        // The store gives the content another identifier, and what was edited stays so.
-        if (!isEdited(before))
-            mark.written.clear();
-        mark.store(&after);
+        updateMark(&after, before, item);
     }
     updateFlags(&after, item);
     return after;

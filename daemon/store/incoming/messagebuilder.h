@@ -24,7 +24,8 @@ bool isNews(const Eas::MailItem &item, const QMailMessageMetaData &message);
 QMailMessage rebuilt(const QMailMessageMetaData &before, const Eas::MailItem &item);
 
 /**
- * The message as it is after a change: what the item does not bring stays.
+ * The message as it is after a change: what the item does not bring stays, and so does what its
+ * author has edited here, until the item brings another text.
  *
  * A flag that the user changed and that is not uploaded yet stays as the user wants it.
  */

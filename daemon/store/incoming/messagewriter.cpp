@@ -135,13 +135,14 @@ Eas::Result MessageWriter::update(const Updates &items)
     QList<Eas::MailItem> changed;
     for (const auto &[item, before] : items) {
         changed.append(item);
+        const bool isNews = MessageBuilder::isNews(item, before);
         if (MessageBuilder::isComplete(item)
-            && (MessageBuilder::isNews(item, before) || isDamaged(before, item))) {
+            && (isNews ? !keepsContent(before, item) : isDamaged(before, item))) {
             contents.push_back(MessageBuilder::rebuilt(before, item));
             RenamedMark.clear(&contents.back());
             continue;
         }
-        if (MessageBuilder::isNews(item, before)) {
+        if (isNews) {
             contents.push_back(MessageBuilder::updated(QMailMessage(before.id()), item));
             continue;
         }
