@@ -243,7 +243,7 @@ int RequestScheduler::execute(AsDaemonRequest *request)
 void RequestScheduler::endAction(int code)
 {
     m_service.stopWaiting(code);
-    const TransmittedMails::Guard guard;
+    const TransmittedMails::Guard guard(m_service);
     emit actionCompleted(statusErrorCode(code) == QMailServiceAction::Status::ErrNoError);
     qMailLog(Messaging) << "Action Completed signal is emited";
 }

@@ -22,6 +22,15 @@ Message currentMessage(const QMailMessageId &id)
     return found.isEmpty() ? Message() : found.first();
 }
 
+/** Those of the messages that are marked as sent now. */
+QMailMessageIdList sentOf(const QMailMessageIdList &ids)
+{
+    if (ids.isEmpty())
+        return {};
+    return QMailStore::instance()->queryMessages(QMailMessageKey::id(ids)
+                                                 & QMailMessageKey::status(Message::Sent));
+}
+
 void setMarks(const QMailMessageId &id, quint64 marks, bool on)
 {
     if (marks != 0)
@@ -50,15 +59,25 @@ void makeDraft(const Message &message)
 
 } // namespace
 
-TransmittedMails::Guard::Guard()
-    : m_rewritten(instance().takeStock())
+TransmittedMails::Guard::Guard(OrvService &service)
+    : m_service(&service)
+    , m_before(instance().takeStock())
 {
 }
 
 TransmittedMails::Guard::~Guard()
 {
-    for (const Message &message : qAsConst(m_rewritten))
-        restoreMarks(message);
+    QMailMessageIdList unsent;
+    for (const Message &before : qAsConst(m_before)) {
+        if (!(before.status() & Message::Sent))
+            unsent.append(before.id());
+    }
+    if (m_service)
+        instance().m_flaggings.begin(m_service, sentOf(unsent));
+    for (const Message &before : qAsConst(m_before)) {
+        if (instance().isRewritten(before.id(), before))
+            restoreMarks(before);
+    }
 }
 
 TransmittedMails &TransmittedMails::instance()
@@ -84,23 +103,21 @@ bool TransmittedMails::isRewritten(const QMailMessageId &id, const Message &now)
     return told != m_contents.end() && *told != now.contentIdentifier();
 }
 
-/** Forgets the mails that are gone; gives those of the others that were written anew. */
+/** Forgets the mails that are gone; gives the others as they are. */
 QMailMessageMetaDataList TransmittedMails::takeStock()
 {
     if (isEmpty())
         return {};
-    QMailMessageMetaDataList rewritten;
     QHash<QMailMessageId, QString> here;
     const QMailMessageMetaDataList messages = currentMessages(m_contents.keys());
-    for (const Message &message : messages) {
+    for (const Message &message : messages)
         here.insert(message.id(), m_contents.value(message.id()));
-        if (isRewritten(message.id(), message))
-            rewritten.append(message);
-    }
     // What cannot be read is not gone.
-    if (QMailStore::instance()->lastError() == QMailStore::NoError)
+    if (QMailStore::instance()->lastError() == QMailStore::NoError) {
         m_contents = here;
-    return rewritten;
+        m_flaggings.retain(here.keys());
+    }
+    return messages;
 }
 
 QMailMessageIdList TransmittedMails::keepRewritten(const QMailMessageIdList &ids) const

@@ -2,8 +2,12 @@
 #ifndef PLUGIN_REQUESTS_TRANSMITTEDMAILS_H
 #define PLUGIN_REQUESTS_TRANSMITTEDMAILS_H
 
+#include "plugin/requests/sentflaggings.h"
+#include "plugin/service/orvservice.h"
+
 #include <QHash>
 #include <qmailmessage.h>
+#include <QPointer>
 
 /**
  * What the mails were of which the message server was told that they are transmitted.
@@ -15,17 +19,21 @@
 class TransmittedMails
 {
 public:
-    /** While the message server is told of an end, keeps the marks of what was written anew. */
+    /**
+     * While the message server is told of the end of an action of `service`, keeps the marks of
+     * what was written anew, and sees what that marks as sent.
+     */
     class Guard
     {
     public:
-        Guard();
+        explicit Guard(OrvService &service);
         ~Guard();
         Guard(const Guard &) = delete;
         Guard &operator=(const Guard &) = delete;
 
     private:
-        QMailMessageMetaDataList m_rewritten;
+        QPointer<OrvService> m_service;
+        QMailMessageMetaDataList m_before;
     };
 
     /** Those of all services: the message server does not tell them apart either. */
@@ -40,6 +48,8 @@ public:
      * not known any more.
      */
     QMailMessageIdList keepRewritten(const QMailMessageIdList &ids) const;
+    /** Whose actions it is that sent mails are flagged in. */
+    SentFlaggings &flaggings() { return m_flaggings; }
     /** The messages are removed. */
     void forget(const QMailMessageIdList &ids);
 
@@ -49,6 +59,7 @@ private:
 
     /** For each message its content's identifier, of which each writing makes a new one. */
     QHash<QMailMessageId, QString> m_contents;
+    SentFlaggings m_flaggings;
 };
 
 #endif

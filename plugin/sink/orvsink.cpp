@@ -54,7 +54,7 @@ bool OrvSink::transmitMessages(const QMailMessageIdList &ids)
     if (ids.isEmpty()) {
         qMailLog(Messaging) << "Nothing to transmit";
         emit messagesTransmitted(QMailMessageIdList());
-        const TransmittedMails::Guard guard;
+        const TransmittedMails::Guard guard(*m_service);
         emit m_service->actionCompleted(true);
         return true;
     }

@@ -106,6 +106,7 @@ private:
     AsDaemonRequest *createRequest(const QMailAccountId &accountId, DaemonCall call);
     void syncFolders(const QMailAccountId &accountId, const QStringList &folders, int contentType);
     void syncChangedFolders(const QStringList &folders);
+    void endSent(const QMailMessageIdList &flagged, const QMailMessageIdList &sent);
     static void removeSent(const QMailMessageIdList &ids);
     bool isBusy() const;
     bool isPushEnabled() const;

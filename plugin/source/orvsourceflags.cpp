@@ -41,12 +41,24 @@ bool OrvSource::flagMessages(const QMailMessageIdList &ids, quint64 setMask, qui
         return true;
     }
     if (areSent)
-        removeSent(meant);
-    // The message server flags what all accounts have sent when one of them is done. An action that
-    // runs here then is none of flagging, and has its own end.
-    if (!areSent || !isBusy())
+        endSent(ids, meant);
+    else
         completeSoon();
     return true;
+}
+
+/**
+ * Removes what was sent of the `flagged` messages, and ends the action that flags them: that may be
+ * another account's, as the message server flags what all accounts have sent when one is done.
+ */
+void OrvSource::endSent(const QMailMessageIdList &flagged, const QMailMessageIdList &sent)
+{
+    removeSent(sent);
+    if (TransmittedMails::instance().flaggings().end(flagged))
+        return;
+    // Another plugin's transmission has ended: what runs here then has its own end.
+    if (!isBusy())
+        completeSoon();
 }
 
 /** Deliberate: the server's own copies arrive by the Sent folder. */

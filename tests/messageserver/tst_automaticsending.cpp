@@ -26,6 +26,7 @@ private slots:
     void burstOfAnnouncementsSendsOnce();
     void twoAccountsSendTheirOwn();
     void sendingOfAnotherAccountEndsNoAction();
+    void accountIsFreeWhereOnlyAnotherOnesMailsAreFlagged();
 
     void sentFolderThatIsAFavouriteIsBroughtUpToDate();
     void sentFolderThatIsNoFavouriteIsLeftAlone();
@@ -272,6 +273,38 @@ void TestAutomaticSending::sendingOfAnotherAccountEndsNoAction()
     verifyFailed(transmission.watcher, 1034);
     QCOMPARE(transmission.failed, QMailMessageIdList {leaving});
     QCOMPARE(outbox(), QMailMessageMetaData(leaving).subject().toLatin1() + " waiting");
+}
+
+/** What the other one has sent is flagged in an action of the account whose sending has failed. */
+void TestAutomaticSending::accountIsFreeWhereOnlyAnotherOnesMailsAreFlagged()
+{
+    const QMailAccountId other = addSecondAccount();
+    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
+    addOutgoing(2);
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    m_daemon->complete(calls.at(0).requestId, 200);
+    QTRY_COMPARE(transmission.transmitted.size(), 1);
+    StoreFixture::addOutgoing(other, QStringLiteral("C"));
+    m_daemon->syncStarted(other.toULongLong());
+    m_daemon->syncCompleted(other.toULongLong());
+    const auto call = m_daemon->waitForCall("sendMail");
+    QCOMPARE(call.accountId(), other.toULongLong());
+    m_daemon->complete(call.requestId, 902);
+
+    Retrieval next;
+    next.action.retrieveFolderList(other, QMailFolderId());
+    const auto folders = m_daemon->waitForCall("folderSync");
+    QVERIFY(folders.isValid());
+    settle();
+    QCOMPARE(next.watcher.endCount(), 0);
+    QCOMPARE(transmission.watcher.endCount(), 0);
+    m_daemon->complete(folders.requestId, 200);
+    verifySucceeded(next.watcher);
+    m_daemon->complete(calls.at(1).requestId, 200);
+    verifySucceeded(transmission.watcher);
+    QTRY_COMPARE(outbox(), QByteArray());
 }
 
 void TestAutomaticSending::sentFolderThatIsAFavouriteIsBroughtUpToDate()
