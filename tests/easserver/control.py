@@ -136,7 +136,7 @@ class Control:
         return {}
 
     def faults(self, _):
-        """The faults that are still due."""
+        """The faults that are still due, or whose requests have not come whole."""
         return {"faults": self.server.faults.left()}
 
     def delay_end(self, _):

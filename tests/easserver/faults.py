@@ -61,6 +61,7 @@ class Faults:
 
     def __init__(self):
         self._faults = []
+        self._coming = []  # those of requests that have not come whole
 
     def add(self, description):
         self._faults.append(Fault(description))
@@ -75,11 +76,18 @@ class Faults:
             if fault.kind not in taken and fault.matches(command, user):
                 taken[fault.kind] = fault
                 fault.count -= fault.count > 0
+        self._coming.append(taken)
         self._faults = [fault for fault in self._faults if fault.count != 0]
         return taken
 
+    def meet(self, taken):
+        """The request that has taken these faults has come, whole or not."""
+        self._coming = [other for other in self._coming if other is not taken]
+
     def left(self):
-        return [dict(fault.description, count=fault.count, after=fault.after) for fault in self._faults]
+        """Those that have not met their requests."""
+        coming = [fault for taken in list(self._coming) for fault in taken.values()]
+        return [dict(fault.description, count=fault.count, after=fault.after) for fault in coming + self._faults]
 
 
 def damage(data, how):

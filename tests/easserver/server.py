@@ -219,6 +219,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         query = self.query()
         user = self.login()
         faults = self.take_faults("OPTIONS", user.name)
+        self.server.faults.meet(faults)
         self.before(faults)
         self.send(200, [], "text/plain", self.version_headers())
 
@@ -323,7 +324,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
         query = self.query()
         user = self.login()
         faults = self.take_faults(query.get("Cmd", ""), user.name)
-        body = self.read_body(faults)
+        try:
+            body = self.read_body(faults)
+        finally:
+            self.server.faults.meet(faults)
         self.before(faults)
         if not query.get("DeviceId"):
             self.server.conduct.keep([f"{query.get('Cmd')}: there is no DeviceId (H400)"])

@@ -18,6 +18,14 @@ from testing import ServerTest, at, commands_of, text
 FOLDER_SYNC = '<FolderSync xmlns="FolderHierarchy:"><SyncKey>0</SyncKey></FolderSync>'
 
 
+def head_of(command, body):
+    """What comes before the body of alice's request."""
+    token = base64.b64encode(b"alice:secret").decode()
+    return (f"POST /Microsoft-Server-ActiveSync?Cmd={command}&DeviceId=device1&DeviceType=Test HTTP/1.1\r\n"
+            "Host: x\r\nContent-Type: application/vnd.ms-sync.wbxml\r\n"
+            f"Authorization: Basic {token}\r\nMS-ASProtocolVersion: 14.1\r\nContent-Length: {len(body)}\r\n\r\n").encode()
+
+
 class Faults(ServerTest):
     def fault(self, kind, **description):
         self.server.control("fault", kind=kind, **description)
@@ -166,6 +174,19 @@ class Faults(ServerTest):
         entry = self.server.control("log")["log"][-2]
         self.assertEqual((entry["bytes_in"], entry.get("done", False)), (10, False))
 
+    def testAFaultIsDueUntilItsRequestHasCome(self):
+        self.fault("http", status=503)
+        body = testing.foreign_encode(FOLDER_SYNC)
+        url = urllib.parse.urlsplit(self.server.url)
+        with socket.create_connection((url.hostname, url.port)) as connection:
+            connection.sendall(head_of("FolderSync", body) + body[:-1])
+            while not any("login" in entry for entry in self.server.control("log")["log"]):
+                pass
+            self.assertEqual([fault["kind"] for fault in self.server.control("faults")["faults"]], ["http"])
+            connection.sendall(body[-1:])
+            self.assertIn(b" 503 ", connection.recv(1000))
+        self.assertEqual(self.server.control("faults")["faults"], [])
+
     def testDamagedAnswersAreNoDocuments(self):
         for how in ("truncated", "deep", "length", "page"):
             with self.subTest(how=how):
@@ -232,13 +253,8 @@ class Faults(ServerTest):
         url = urllib.parse.urlsplit(self.server.url)
         body = testing.foreign_encode('<Ping xmlns="Ping:"><HeartbeatInterval>600</HeartbeatInterval><Folders><Folder><Id>'
                                       f"{folder}</Id><Class>Email</Class></Folder></Folders></Ping>")
-        token = base64.b64encode(b"alice:secret").decode()
         with socket.create_connection((url.hostname, url.port)) as connection:
-            connection.sendall(
-                b"POST /Microsoft-Server-ActiveSync?Cmd=Ping&DeviceId=device1&DeviceType=Test HTTP/1.1\r\n"
-                b"Host: x\r\nContent-Type: application/vnd.ms-sync.wbxml\r\n"
-                + f"Authorization: Basic {token}\r\nMS-ASProtocolVersion: 14.1\r\nContent-Length: {len(body)}\r\n\r\n".encode()
-                + body)
+            connection.sendall(head_of("Ping", body) + body)
             while self.server.control("log")["log"][-1]["command"] != "Ping":
                 pass
         deadline = time.monotonic() + 10
