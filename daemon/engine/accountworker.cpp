@@ -248,14 +248,15 @@ void AccountWorker::accept(const Request &request)
         m_context.report->endRequest(request.id, Eas::Forbidden);
         return;
     }
+    // Also for who joins: what was interrupted since the running one began comes back with this.
+    if (isSynchronisation(request.kind))
+        recoverOutbox();
     if (m_current && m_current->join(request))
         return;
     for (Job *job : qAsConst(m_queue)) {
         if (job->join(request))
             return;
     }
-    if (isSynchronisation(request.kind))
-        recoverOutbox();
     if (request.kind == RequestKind::SendMail
         && m_takenBack.isSentAgain(QMailMessageId(request.messageId))) {
         m_context.report->endRequest(request.id, Eas::NotFound);

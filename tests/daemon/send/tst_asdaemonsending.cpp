@@ -114,6 +114,7 @@ private slots:
     void whatWasRefusedButNotToldReturnsWithItsReason();
     void theReasonGoesWhenItIsSent();
     void whatNobodySentIsLeftAlone();
+    void whatNobodyPursuesReturnsWithASynchronisationThatJoinsARunningOne();
     void whatItsAuthorHasPutAwayIsNotSent();
     void whatLiesInAFolderMadeHereIsSentWhereItIsAskedFor();
     void whatLiesInAnOutboxMadeHereIsSent();
@@ -1133,6 +1134,23 @@ void TestAsDaemonSending::whatNobodySentIsLeftAlone()
     QTRY_VERIFY(world().isInOutbox(waiting));
     for (const QMailMessageId &id : qAsConst(ids))
         QVERIFY(!world().isInOutbox(id));
+}
+
+void TestAsDaemonSending::whatNobodyPursuesReturnsWithASynchronisationThatJoinsARunningOne()
+{
+    QVERIFY(world().startAnew(24));
+    world().server.fault("delay", "Sync", {{"seconds", 20}});
+    const int running = world().sync();
+    QVERIFY(world().faultsAreTaken());
+    const QMailMessageId id = world().add(world().draft());
+    world().setOutbox(id, false);
+    const int joining = world().sync();
+    QTRY_VERIFY(world().isInOutbox(id));
+    QCOMPARE(world().listener.codeOf(running), 0);
+    world().server.endDelays();
+    QCOMPARE(world().codeOf(running), 200);
+    QCOMPARE(world().codeOf(joining), 200);
+    QVERIFY(world().sent().isEmpty());
 }
 
 /** A move to the inbox takes all marks from a message that tell why it is not to be sent. */
