@@ -22,6 +22,8 @@ AsDaemonSendRequest::AsDaemonSendRequest(OrvService &service, const QMailAccount
 
 int AsDaemonSendRequest::execute()
 {
+    // What is written after this may leave, or be written after all has left.
+    m_content = TransmittedMails::contentOf(m_messageId);
     const QDBusReply<int> reply = m_call();
     // Deliberate: a failed send stays with the scheduler until its poll finds it dead, and the
     // message stays in the outbox for the next automatic transmission.
@@ -109,7 +111,7 @@ void AsDaemonSendRequest::reportSuccess()
     qMailLog(Messaging) << "Emitting 'messagesTransmitted' signal for id " << m_messageId;
     if (m_cancelled)
         return;
-    TransmittedMails::instance().note(m_messageId);
+    TransmittedMails::instance().note(m_messageId, m_content);
     emit messagesTransmitted(QMailMessageIdList {m_messageId});
 }
 

@@ -48,6 +48,8 @@ private:
     void finish(int code);
 
     QMailMessageId m_messageId;
+    /** What the message was before the daemon was asked. */
+    QString m_content;
     bool m_cancelled = false;
     /** The daemon gave no answer in time, and may still give it. */
     bool m_answerDue = false;

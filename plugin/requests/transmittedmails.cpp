@@ -86,9 +86,14 @@ TransmittedMails &TransmittedMails::instance()
     return mails;
 }
 
-void TransmittedMails::note(const QMailMessageId &id)
+QString TransmittedMails::contentOf(const QMailMessageId &id)
 {
-    m_contents.insert(id, currentMessage(id).contentIdentifier());
+    return currentMessage(id).contentIdentifier();
+}
+
+void TransmittedMails::note(const QMailMessageId &id, const QString &content)
+{
+    m_contents.insert(id, content);
 }
 
 void TransmittedMails::forget(const QMailMessageIdList &ids)

@@ -14,7 +14,8 @@
  *
  * At the end of a transmission, the message server marks those mails as sent by their ids, and then
  * has the source flag them, which removes them. Until then their author may have written one anew:
- * that is another mail, which nobody has sent. It keeps its marks, and stays.
+ * that may be another mail, which nobody has sent. It keeps its marks, and stays. The daemon knows
+ * whether it is what was sent after all, and takes it out then.
  */
 class TransmittedMails
 {
@@ -40,8 +41,10 @@ public:
     static TransmittedMails &instance();
 
     bool isEmpty() const { return m_contents.isEmpty(); }
-    /** The message server is told of the message right after this. */
-    void note(const QMailMessageId &id);
+    /** Of the message, as the database has it now. */
+    static QString contentOf(const QMailMessageId &id);
+    /** The message server is told right after this that the message with that content has gone. */
+    void note(const QMailMessageId &id, const QString &content);
     /**
      * `ids` without the mails that were written anew. What the message server has marked as sent of
      * these, at the end of another plugin's transmission, becomes a draft: whether it was to go is

@@ -20,6 +20,7 @@ private slots:
     void failedMessageWaitsAgain_data();
     void failedMessageWaitsAgain();
     void oneFailureBlocksNoOther();
+    void whatIsEditedBeforeItsEndIsHeardStays();
     void whatIsEditedBeforeTheEndIsSentAnew();
     void whatIsEditedBeforeTheEndStays_data();
     void whatIsEditedBeforeTheEndStays();
@@ -239,6 +240,23 @@ void TestSending::oneFailureBlocksNoOther()
     QCOMPARE(call.arguments.at(1).toULongLong(), failed.toULongLong());
     succeed(again, call);
     verifyGone(ids);
+}
+
+/** The daemon has ended the request, and the message server hears of it only now. */
+void TestSending::whatIsEditedBeforeItsEndIsHeardStays()
+{
+    const QMailMessageId id = addOutgoing();
+    Transmission transmission;
+    const auto call = startSending(transmission);
+    QTRY_COMPARE(outbox(), QByteArray("A accepted"));
+    edit(id, QMailMessage::Outbox);
+    succeed(transmission, call);
+    QCOMPARE(transmission.transmitted, QMailMessageIdList {id});
+    settle();
+    QCOMPARE(outbox(), QByteArray("Edited waiting"));
+    Transmission again;
+    succeed(again, startSending(again));
+    QTRY_COMPARE(outbox(), QByteArray());
 }
 
 void TestSending::whatIsEditedBeforeTheEndIsSentAnew()
