@@ -70,6 +70,8 @@ private slots:
     void messageGoesWithItsChangedConversation();
     void messageOfAnUnknownConversationLeavesTheThread_data();
     void messageOfAnUnknownConversationLeavesTheThread();
+    void whatThePersonWritesAnswersWhatItsAuthorSays_data();
+    void whatThePersonWritesAnswersWhatItsAuthorSays();
     void firstMessageOfAChangedConversationTakesItsThreadAlong();
     void wholeConversationTakesItsThreadAlong();
     void unreadMessagesAreCountedInEachConversation();
@@ -346,6 +348,34 @@ void TestConversations::messageOfAnUnknownConversationLeavesTheThread()
     QCOMPARE(int(QMailThread(thread).unreadCount()), 3);
     QCOMPARE(int(threadWith(in(4)).messageCount()), 2);
     QCOMPARE(int(threadWith(in(4)).unreadCount()), 1);
+}
+
+void TestConversations::whatThePersonWritesAnswersWhatItsAuthorSays_data()
+{
+    QTest::addColumn<quint64>("status");
+    QTest::addRow("draft") << Message::Draft;
+    QTest::addRow("waits to be sent") << Message::Outbox;
+    QTest::addRow("is being sent") << quint64(0);
+}
+
+void TestConversations::whatThePersonWritesAnswersWhatItsAuthorSays()
+{
+    QFETCH(quint64, status);
+    bring({mail(1, One, text("Plan"))});
+    bring({mail(2, One)});
+    bring({mail(3, One)});
+    const QMailMessageId id = StoreFixture::addOutgoing(m_account->id, text("Re: Plan"));
+    QMailMessageMetaData reply(id);
+    reply.setInResponseTo(in(2).id());
+    reply.setResponseType(Message::Reply);
+    reply.setStatus(Message::Outbox, false);
+    reply.setStatus(status, true);
+    QVERIFY(QMailStore::instance()->updateMessage(&reply));
+    Eas::MailItem change = readChange(text("2"), true);
+    change.conversationId = Other;
+    QCOMPARE(m_account->write(changing(text("c"), {change})), 200);
+    QVERIFY(threadOf(2) != threadOf(1));
+    QCOMPARE(QMailMessageMetaData(id).inResponseTo(), in(2).id());
 }
 
 void TestConversations::firstMessageOfAChangedConversationTakesItsThreadAlong()

@@ -44,6 +44,21 @@ bool isDraft(const Message &message)
     return message.status() & Message::Draft;
 }
 
+/** Messages of the server that answer this one; what of the person's answers it, its author says.
+ */
+QMailMessageIdList guessedAnswers(const QMailMessageId &id)
+{
+    const QMailMessageMetaDataList answers = QMailStore::instance()->messagesMetaData(
+        QMailMessageKey::inResponseTo(id),
+        QMailMessageKey::Id | QMailMessageKey::Status | QMailMessageKey::ServerUid);
+    QMailMessageIdList guessed;
+    for (const Message &answer : answers) {
+        if (!isDraft(answer) && !answer.serverUid().isEmpty())
+            guessed.append(answer.id());
+    }
+    return guessed;
+}
+
 QHash<quint64, Message> messagesHere(const QMailAccountId &account, const QMailMessageIdList &ids)
 {
     static const QMailMessageKey::Properties needed = QMailMessageKey::Id
@@ -343,10 +358,14 @@ std::optional<Message> Conversations::takeOut(const Message &message,
     QMailStore *store = QMailStore::instance();
     const QMailMessageKey key = QMailMessageKey::id(message.id());
     // What the store takes for answers to it would come along.
+    const QMailMessageIdList answers = guessedAnswers(message.id());
+    if (store->lastError() != QMailStore::NoError)
+        return {};
     Message back;
     back.setInResponseTo(message.inResponseTo());
-    if (!store->updateMessagesMetaData(QMailMessageKey::inResponseTo(message.id()),
-                                       QMailMessageKey::InResponseTo, back))
+    if (!answers.isEmpty()
+        && !store->updateMessagesMetaData(QMailMessageKey::id(answers),
+                                          QMailMessageKey::InResponseTo, back))
         return {};
     back.setInResponseTo(companion);
     if (!message.inResponseTo().isValid()
