@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "daemon/store/fingerprint.h"
 #include "daemon/store/incoming/contentmark.h"
+#include "daemon/store/incoming/foundwriter.h"
 #include "daemon/store/incoming/windowwriter.h"
 #include "daemon/store/moves.h"
 #include "daemon/store/serveruid.h"
@@ -89,6 +90,8 @@ private slots:
     void reconciliationOutlivesARestart();
     void reconciliationFindsRenumberedMessages();
     void reconciliationKeepsTwinsApart();
+    void searchResultWhoseIdIsAnotherOnesIsFoundAnewOrGoes_data();
+    void searchResultWhoseIdIsAnotherOnesIsFoundAnewOrGoes();
     void deletionHoldsWhereTheServerKeepsItsIds();
     void deletionIsForgottenWhereTheServerNumbersAnew_data();
     void deletionIsForgottenWhereTheServerNumbersAnew();
@@ -759,6 +762,39 @@ bool TestWindowWriter::show(const QList<QMap<int, QString>> &windows, bool isMor
             return true;
     }
     return false;
+}
+
+void TestWindowWriter::searchResultWhoseIdIsAnotherOnesIsFoundAnewOrGoes_data()
+{
+    QTest::addColumn<bool>("isShown");
+    QTest::newRow("the server shows it under another id") << true;
+    QTest::newRow("it is older than what the server shows") << false;
+}
+
+/** The server numbers anew, and a new message has the number. */
+void TestWindowWriter::searchResultWhoseIdIsAnotherOnesIsFoundAnewOrGoes()
+{
+    QFETCH(bool, isShown);
+    m_account->write(added(QStringLiteral("2"), 1, 2));
+    const Eas::MailItem found = item(number(5), QStringLiteral("Found"));
+    Store::FoundWriter search(m_account->db, m_account->id,
+                              {{Store::ServerUid::item(InboxId, found.serverId), found}});
+    QVERIFY(search.run().ok());
+    const QMailMessageId id = search.messages().value(0);
+    QVERIFY(Store::startReconciling(m_account->db, m_account->id, InboxId).ok());
+    QCOMPARE(m_account->write(Items::window(InboxId, QStringLiteral("9"))), 200);
+    Eas::SyncWindow window = added(QStringLiteral("10"), 1, 2);
+    window.added.append(item(number(5), QStringLiteral("New")));
+    window.added.last().dateReceived = found.dateReceived->addSecs(60);
+    if (isShown)
+        window.added.append(item(number(6), QStringLiteral("Found")));
+    QCOMPARE(m_account->write(window), 200);
+    QVERIFY(!m_account->state().reconciling);
+    QCOMPARE(m_account->metaData(number(5)).subject(), QStringLiteral("New"));
+    QCOMPARE(StoreFixture::exists(id), isShown);
+    QCOMPARE(m_account->messages().size(), isShown ? 4 : 3);
+    if (isShown)
+        QCOMPARE(m_account->metaData(number(6)).id(), id);
 }
 
 void TestWindowWriter::deletionHoldsWhereTheServerKeepsItsIds()

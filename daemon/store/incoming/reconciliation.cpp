@@ -153,6 +153,17 @@ Eas::Result Reconciliation::findExpected(const QByteArray &mark, QMailMessageIdL
     return result;
 }
 
+Eas::Result Reconciliation::expectAnew(const QMailMessageMetaData &message)
+{
+    const Unconfirmed unconfirmed {message.id(), fingerprint(message)};
+    if (m_isFirst) { // noted with the key, in the place of what was noted before
+        m_noted.append(unconfirmed);
+        return {};
+    }
+    m_hasUnconfirmed = true;
+    return m_unconfirmed.add(m_folder.serverId, {unconfirmed});
+}
+
 Eas::Result Reconciliation::startAnew()
 {
     FolderState folder = m_folder;

@@ -51,6 +51,9 @@ public:
                      QMailMessageId *message);
     /** Finds the messages that are expected with that fingerprint. */
     Eas::Result findExpected(const QByteArray &mark, QMailMessageIdList *messages);
+    /** Expects what a search brought, and has lost its id to another message, under a new one:
+     * where the server does not show it, it goes. */
+    Eas::Result expectAnew(const QMailMessageMetaData &message);
     /** The server has the message. */
     void confirm(const QMailMessageId &message) { m_confirmed.append(message); }
 

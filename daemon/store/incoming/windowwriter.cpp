@@ -299,6 +299,10 @@ Eas::Result WindowWriter::rematch(const QList<Item> &items, Messages *present)
             changed.append(settled(named));
             present->insert(wanted, changed.last());
         } else if (isNamed) {
+            const Eas::Result expected =
+                FoundMark.isSet(named) ? m_reconciliation.expectAnew(named) : Eas::Result();
+            if (!expected.ok())
+                return expected;
             changed.append(displaced(wanted, present));
         }
         if (isFound) {
