@@ -19,6 +19,7 @@ void endSoon(OrvService *service)
 
 void SentFlaggings::begin(OrvService *service, const QMailMessageIdList &ids)
 {
+    forgetBefore(nullptr, m_flaggings.size()); // those of services that are gone
     if (!ids.isEmpty())
         m_flaggings.append({service, setOf(ids)});
 }
@@ -32,20 +33,23 @@ bool SentFlaggings::end(const QMailMessageIdList &ids)
         });
     if (found == m_flaggings.end())
         return false;
-    if (found->service && !found->isEnded)
-        endSoon(found->service);
+    const QPointer<OrvService> service = found->service;
+    if (service && !found->isEnded)
+        endSoon(service);
     found->isEnded = true;
     found->messages.subtract(flagged);
+    const int index = int(found - m_flaggings.begin());
     if (found->messages.isEmpty())
         m_flaggings.erase(found);
+    forgetBefore(service, index);
     return true;
 }
 
-void SentFlaggings::retain(const QMailMessageIdList &ids)
+/** Forgets the service's actions before that index: it runs one after the other. */
+void SentFlaggings::forgetBefore(const OrvService *service, int end)
 {
-    const QSet<QMailMessageId> left = setOf(ids);
-    m_flaggings.erase(
-        std::remove_if(m_flaggings.begin(), m_flaggings.end(),
-                       [&left](const Flagging &each) { return !each.messages.intersects(left); }),
-        m_flaggings.end());
+    for (int i = end - 1; i >= 0; --i) {
+        if (m_flaggings.at(i).service == service)
+            m_flaggings.removeAt(i);
+    }
 }

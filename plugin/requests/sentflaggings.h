@@ -30,8 +30,6 @@ public:
      * False when no service is known whose action that is: another plugin's transmission has ended.
      */
     bool end(const QMailMessageIdList &ids);
-    /** Forgets the actions of which no message is left in `ids`. */
-    void retain(const QMailMessageIdList &ids);
 
 private:
     struct Flagging
@@ -42,7 +40,9 @@ private:
         bool isEnded = false;
     };
 
-    QList<Flagging> m_flaggings;
+    void forgetBefore(const OrvService *service, int end);
+
+    QList<Flagging> m_flaggings; ///< in the order in which they run
 };
 
 #endif

@@ -118,10 +118,8 @@ QMailMessageMetaDataList TransmittedMails::takeStock()
     for (const Message &message : messages)
         here.insert(message.id(), m_contents.value(message.id()));
     // What cannot be read is not gone.
-    if (QMailStore::instance()->lastError() == QMailStore::NoError) {
+    if (QMailStore::instance()->lastError() == QMailStore::NoError)
         m_contents = here;
-        m_flaggings.retain(here.keys());
-    }
     return messages;
 }
 

@@ -27,6 +27,7 @@ private slots:
     void twoAccountsSendTheirOwn();
     void sendingOfAnotherAccountEndsNoAction();
     void accountIsFreeWhereOnlyAnotherOnesMailsAreFlagged();
+    void accountIsFreeWhereWhatIsFlaggedIsGone();
 
     void sentFolderThatIsAFavouriteIsBroughtUpToDate();
     void sentFolderThatIsNoFavouriteIsLeftAlone();
@@ -305,6 +306,40 @@ void TestAutomaticSending::accountIsFreeWhereOnlyAnotherOnesMailsAreFlagged()
     m_daemon->complete(calls.at(1).requestId, 200);
     verifySucceeded(transmission.watcher);
     QTRY_COMPARE(outbox(), QByteArray());
+}
+
+/** The message server flags what was there when it began the action, which waits for another. */
+void TestAutomaticSending::accountIsFreeWhereWhatIsFlaggedIsGone()
+{
+    const QMailAccountId other = addSecondAccount();
+    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
+    addOutgoing(2);
+    Transmission transmission;
+    transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    m_daemon->complete(calls.at(0).requestId, 200);
+    QTRY_COMPARE(transmission.transmitted.size(), 1);
+    StoreFixture::addOutgoing(other, QStringLiteral("C"));
+    m_daemon->syncStarted(other.toULongLong());
+    m_daemon->syncCompleted(other.toULongLong());
+    const auto call = m_daemon->waitForCall("sendMail");
+    Retrieval before;
+    before.action.retrieveFolderList(other, QMailFolderId());
+    settle();
+    m_daemon->complete(call.requestId, 902);
+    auto folders = m_daemon->waitForCall("folderSync");
+    QVERIFY(QMailStore::instance()->removeMessage(transmission.transmitted.first()));
+    m_daemon->complete(folders.requestId, 200);
+    verifySucceeded(before.watcher);
+
+    Retrieval next;
+    next.action.retrieveFolderList(other, QMailFolderId());
+    folders = m_daemon->waitForCall("folderSync");
+    QVERIFY(folders.isValid());
+    m_daemon->complete(folders.requestId, 200);
+    verifySucceeded(next.watcher);
+    m_daemon->complete(calls.at(1).requestId, 200);
+    verifySucceeded(transmission.watcher);
 }
 
 void TestAutomaticSending::sentFolderThatIsAFavouriteIsBroughtUpToDate()

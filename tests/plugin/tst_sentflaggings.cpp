@@ -29,7 +29,7 @@ private slots:
     void actionEndsAfterTheCallThatFlags();
     void flaggingOfWhatNobodyBeganIsUnknown();
     void serviceThatIsGoneIsAskedForNothing();
-    void actionIsForgottenWithItsMessages();
+    void earlierActionOfTheServiceIsOver();
 };
 
 void TestSentFlaggings::actionEndsOnceThoughTwoSourcesFlag()
@@ -71,13 +71,14 @@ void TestSentFlaggings::serviceThatIsGoneIsAskedForNothing()
     QVERIFY(!flaggings.end(sent));
 }
 
-void TestSentFlaggings::actionIsForgottenWithItsMessages()
+void TestSentFlaggings::earlierActionOfTheServiceIsOver()
 {
     FlaggingFixture f;
-    f.flaggings.retain({f.second, QMailMessageId(3)});
-    f.flaggings.retain({QMailMessageId(3)});
-    QVERIFY(!f.flaggings.end({f.first}));
-    QVERIFY(!f.flaggings.end({f.second}));
+    const QMailMessageId later(3);
+    f.flaggings.begin(f.service.get(), {later});
+    QVERIFY(f.flaggings.end({later}));
+    QTRY_COMPARE(f.spy.completions(), 1);
+    QVERIFY(!f.flaggings.end({f.first, f.second}));
 }
 
 QTEST_GUILESS_MAIN(TestSentFlaggings)
