@@ -90,6 +90,18 @@ int changeAwaited(const QMailMessageId &id)
     });
 }
 
+/** Writes the message anew as its author does. */
+int editAwaited(const QMailMessageId &id)
+{
+    return writeAwaited(QStringLiteral("UPDATE mailmessages"), [&] {
+        QMailMessage message(id);
+        message.setBody(QMailMessageBody::fromData(
+            QStringLiteral("of the author"), QMailMessageContentType("text/plain; charset=UTF-8"),
+            QMailMessageBody::EightBit));
+        return QMailStore::instance()->updateMessage(&message);
+    });
+}
+
 /** Removes the message as a mail program does. */
 int removeAwaited(const QMailMessageId &id)
 {
@@ -128,6 +140,8 @@ private slots:
     void aContentThatIsWrittenMeanwhileTouchesNothingElse_data();
     void aContentThatIsWrittenMeanwhileTouchesNothingElse();
     void aContentWaitsForWhatIsBeingWritten();
+    void whatAnAuthorIsWritingStays_data();
+    void whatAnAuthorIsWritingStays();
     void aPartThatIsWrittenMeanwhileTouchesNothingElse();
     void reconciliationTouchesNothingElse();
     void aDeletionThatIsBeingWrittenIsNotForgotten();
@@ -295,6 +309,44 @@ void TestOtherProcess::aContentWaitsForWhatIsBeingWritten()
     QCOMPARE(now.subject(), QStringLiteral("Another subject"));
 }
 
+void TestOtherProcess::whatAnAuthorIsWritingStays_data()
+{
+    QTest::addColumn<bool>("isWhole");
+    QTest::newRow("the server tells all of the draft") << true;
+    QTest::newRow("the server tells its new importance") << false;
+}
+
+/** The draft was still as the server has it when the change of it was looked at. */
+void TestOtherProcess::whatAnAuthorIsWritingStays()
+{
+    QFETCH(bool, isWhole);
+    const Eas::FolderId drafts = "dr"_folder;
+    const QString number = QStringLiteral("1");
+    QCOMPARE(m_account->write(adding(QStringLiteral("2"), {item(number)}, drafts)), 200);
+    const QMailMessageId id = m_account->metaData(number, drafts).id();
+    Eas::MailItem change = item(number);
+    if (!isWhole) {
+        change = Eas::MailItem();
+        change.serverId = number;
+    }
+    change.importance = 2;
+    Eas::SyncWindow window = changing(QStringLiteral("3"), {change}, drafts);
+    window.added.append(item(QStringLiteral("2"), QStringLiteral("New")));
+    QProcess other;
+    bool isWriting = false;
+    connect(QMailStore::instance(), &QMailStore::messagesAdded, this,
+            [&] { isWriting = startWriting(&other, QStringLiteral("--edit-awaited"), id); });
+    QCOMPARE(m_account->write(window), 200);
+    QMailStore::instance()->disconnect(this);
+    QVERIFY(isWriting);
+    QVERIFY(other.waitForFinished());
+    QCOMPARE(other.exitCode(), 0);
+    QCOMPARE(QMailMessage(id).body().data(), QStringLiteral("of the author"));
+    const Message now = Store::currentMessage(id);
+    QVERIFY(now.status() & Message::HighPriority);
+    QVERIFY(Store::isEdited(now));
+}
+
 void TestOtherProcess::aPartThatIsWrittenMeanwhileTouchesNothingElse()
 {
     addWithAttachment();
@@ -373,6 +425,8 @@ int main(int argc, char **argv)
         return change(QMailMessageId(arguments.value(2).toULongLong()));
     if (arguments.value(1) == QLatin1String("--change-awaited"))
         return changeAwaited(QMailMessageId(arguments.value(2).toULongLong()));
+    if (arguments.value(1) == QLatin1String("--edit-awaited"))
+        return editAwaited(QMailMessageId(arguments.value(2).toULongLong()));
     if (arguments.value(1) == QLatin1String("--remove-awaited"))
         return removeAwaited(QMailMessageId(arguments.value(2).toULongLong()));
     TestOtherProcess test;

@@ -61,6 +61,21 @@ void follow(QMailMessage *message, quint64 statusBefore, const QMailMessageMetaD
     message->setResponseType(now.responseType());
 }
 
+/** The updates but for those of the same messages. */
+MessageWriter::Updates without(const MessageWriter::Updates &updates,
+                               const MessageWriter::Updates &others)
+{
+    QSet<QMailMessageId> ids;
+    for (const auto &[item, message] : others)
+        ids.insert(message.id());
+    MessageWriter::Updates rest;
+    for (const MessageWriter::Update &update : updates) {
+        if (!ids.contains(update.second.id()))
+            rest.append(update);
+    }
+    return rest;
+}
+
 /** Pointers to the messages, as the store's calls want them. */
 template <typename Message>
 QList<Message *> pointers(std::vector<Message> &messages)
@@ -168,29 +183,33 @@ Eas::Result MessageWriter::update(const Updates &items)
     const Eas::Result room = contents.empty() ? Eas::Result() : checkRoom(textSize(changed));
     if (!room.ok())
         return room;
-    Eas::Result result = storeContents(contents, items);
+    Updates outdated;
+    Eas::Result result = storeContents(contents, items, &outdated);
     if (result.ok())
         result = storeFlags(flags);
     // Also where some were not set: what was set is not a change the next time.
     m_conversations.recount(read);
     if (result.ok())
         result = storeMarks(marked);
-    if (result.ok())
-        followConversations(items);
-    return result;
+    if (!result.ok())
+        return result;
+    followConversations(without(items, outdated));
+    return outdated.isEmpty() ? result : update(outdated);
 }
 
 /**
  * With a content, the store writes all of a message. So each is looked at once more directly
- * before: what the user did since the items were looked up would be undone.
+ * before: what the user did since the items were looked up would be undone. Where that is another
+ * content, nothing is written: what is to become of the message is `outdated`.
  */
-Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, const Updates &items)
+Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, const Updates &items,
+                                         Updates *outdated)
 {
     if (contents.empty())
         return {};
-    QMap<QMailMessageId, quint64> statusBefore;
-    for (const auto &[item, before] : items)
-        statusBefore.insert(before.id(), before.status());
+    QMap<QMailMessageId, Update> updates;
+    for (const Update &update : items)
+        updates.insert(update.second.id(), update);
     QMap<QMailMessageId, QMailMessage *> left;
     for (QMailMessage &message : contents)
         left.insert(message.id(), &message);
@@ -201,8 +220,13 @@ Eas::Result MessageWriter::storeContents(std::vector<QMailMessage> &contents, co
         return storeFailure(QStringLiteral("cannot look at messages once more"));
     QList<QMailMessage *> written;
     for (const QMailMessageMetaData &now : found) {
+        const auto &[item, before] = *updates.constFind(now.id());
+        if (now.contentIdentifier() != before.contentIdentifier()) {
+            outdated->append({item, now});
+            continue;
+        }
         QMailMessage *message = left.value(now.id());
-        follow(message, statusBefore.value(now.id()), now);
+        follow(message, before.status(), now);
         FoundMark.clear(message);
         written.append(message);
         m_updated.append(now.id());

@@ -21,8 +21,9 @@ namespace Store {
 class MessageWriter
 {
 public:
-    /** Items, and the messages that they change. */
-    using Updates = QList<QPair<Eas::MailItem, QMailMessageMetaData>>;
+    /** An item, and the message that it changes. */
+    using Update = QPair<Eas::MailItem, QMailMessageMetaData>;
+    using Updates = QList<Update>;
 
     /** The database must outlive the writer. */
     MessageWriter(SyncStateDb &db, const QMailAccountId &account);
@@ -42,7 +43,8 @@ public:
     int removed() const { return m_removed; }
 
 private:
-    Eas::Result storeContents(std::vector<QMailMessage> &contents, const Updates &items);
+    Eas::Result storeContents(std::vector<QMailMessage> &contents, const Updates &items,
+                              Updates *outdated);
     Eas::Result storeFlags(const QMap<QPair<quint64, bool>, QMailMessageIdList> &flags);
     Eas::Result storeMarks(const QList<QMailMessageMetaData> &marked);
     void followConversations(const Updates &items);
