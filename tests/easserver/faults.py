@@ -26,6 +26,7 @@ A fault is a JSON object: "kind", and optionally "command" (only for that one), 
 
 import itertools
 import random
+import threading
 
 from wbxml import HEADER, Node, number
 
@@ -62,32 +63,38 @@ class Faults:
     def __init__(self):
         self._faults = []
         self._coming = []  # those of requests that have not come whole
+        self._lock = threading.Lock()  # each connection has a thread
 
     def add(self, description):
-        self._faults.append(Fault(description))
+        with self._lock:
+            self._faults.append(Fault(description))
 
     def clear(self):
-        self._faults = []
+        with self._lock:
+            self._faults = []
 
     def take(self, command, user):
         """The faults for one request; each kind once."""
-        taken = {}
-        for fault in list(self._faults):
-            if fault.kind not in taken and fault.matches(command, user):
-                taken[fault.kind] = fault
-                fault.count -= fault.count > 0
-        self._coming.append(taken)
-        self._faults = [fault for fault in self._faults if fault.count != 0]
-        return taken
+        with self._lock:
+            taken = {}
+            for fault in self._faults:
+                if fault.kind not in taken and fault.matches(command, user):
+                    taken[fault.kind] = fault
+                    fault.count -= fault.count > 0
+            self._coming.append(taken)
+            self._faults = [fault for fault in self._faults if fault.count != 0]
+            return taken
 
     def meet(self, taken):
         """The request that has taken these faults has come, whole or not."""
-        self._coming = [other for other in self._coming if other is not taken]
+        with self._lock:
+            self._coming = [other for other in self._coming if other is not taken]
 
     def left(self):
         """Those that have not met their requests."""
-        coming = [fault for taken in list(self._coming) for fault in taken.values()]
-        return [dict(fault.description, count=fault.count, after=fault.after) for fault in coming + self._faults]
+        with self._lock:
+            coming = [fault for taken in self._coming for fault in taken.values()]
+            return [dict(fault.description, count=fault.count, after=fault.after) for fault in coming + self._faults]
 
 
 def damage(data, how):

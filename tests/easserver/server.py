@@ -294,7 +294,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def before(self, faults):
         """What goes wrong before anything is done."""
-        self.entry["faults"] = sorted(faults)
         if "delay" in faults and not faults["delay"].get("late"):
             self.pause(faults["delay"].get("seconds", 1))
         if "reset" in faults and not faults["reset"].get("late"):
@@ -318,7 +317,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def take_faults(self, command, user):
         # First this: what is taken is a delay that can be ended.
         self.delays_over = self.server.delays_over
-        return self.server.faults.take(command, user)
+        faults = self.server.faults.take(command, user)
+        self.entry["faults"] = sorted(faults)
+        return faults
 
     def post(self):
         query = self.query()
