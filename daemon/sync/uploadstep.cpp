@@ -14,6 +14,8 @@
 #include "eas/synccommand.h"
 #include "eas/synckey.h"
 
+#include <qmailstore.h>
+
 #include <algorithm>
 
 namespace Daemon {
@@ -257,7 +259,10 @@ void UploadStep::collectAgain(const Eas::FolderId &collectionId)
 void UploadStep::leave(const Eas::FolderId &collectionId, const Eas::Result &reason)
 {
     const auto state = m_context.folders().find(collectionId);
-    if (FolderSync::isKeyLost(reason) && state && !state->isEnabled()) {
+    // A folder that cannot be read is not switched off.
+    const bool isOff =
+        state && !state->isEnabled() && QMailStore::instance()->lastError() == QMailStore::NoError;
+    if (FolderSync::isKeyLost(reason) && isOff) {
         leaveSwitchedOff(collectionId, reason);
         return;
     }
