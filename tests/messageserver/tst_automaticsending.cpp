@@ -37,6 +37,16 @@ private slots:
     void cancelledDuringTheSynchronisationOfTheSentFolder();
 
 private:
+    /** The account has two mails, one of which is sent, while another account's only one leaves. */
+    struct TwoSendings
+    {
+        QMailAccountId other;
+        QMailMessageId theirs;
+        Transmission transmission; ///< the account's
+        ScriptedDaemon::Call leaving;
+        ScriptedDaemon::Call beside; ///< of the other account
+    };
+    void sendFromTwoAccounts(TwoSendings &both);
     void startWithSentAsAFavourite();
     int transmissions(const ActionList &list) const;
     void verifyNothingIsSent();
@@ -248,98 +258,84 @@ void TestAutomaticSending::twoAccountsSendTheirOwn()
     QCOMPARE(m_daemon->callCount("sendMail"), 2);
 }
 
+void TestAutomaticSending::sendFromTwoAccounts(TwoSendings &both)
+{
+    both.other = addSecondAccount();
+    StoreFixture::addFolder(both.other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
+    addOutgoing(2);
+    both.transmission.action.transmitMessages(m_account);
+    const auto calls = waitForSends(2);
+    both.leaving = calls.at(1);
+    m_daemon->complete(calls.at(0).requestId, 200);
+    const QMailMessageId sent(calls.at(0).arguments.at(1).toULongLong());
+    QTRY_COMPARE(both.transmission.transmitted, QMailMessageIdList {sent});
+    both.theirs = StoreFixture::addOutgoing(both.other, QStringLiteral("C"));
+    m_daemon->syncStarted(both.other.toULongLong());
+    m_daemon->syncCompleted(both.other.toULongLong());
+    both.beside = m_daemon->waitForCall("sendMail");
+    QCOMPARE(both.beside.accountId(), both.other.toULongLong());
+}
+
 /** The message server marks what all accounts have sent when the first of them is done. */
 void TestAutomaticSending::sendingOfAnotherAccountEndsNoAction()
 {
-    const QMailAccountId other = addSecondAccount();
-    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
-    addOutgoing(2);
-    Transmission transmission;
-    transmission.action.transmitMessages(m_account);
-    const auto calls = waitForSends(2);
-    const QMailMessageId sent(calls.at(0).arguments.at(1).toULongLong());
-    const QMailMessageId leaving(calls.at(1).arguments.at(1).toULongLong());
-    m_daemon->complete(calls.at(0).requestId, 200);
-    QTRY_COMPARE(transmission.transmitted, QMailMessageIdList {sent});
-    const QMailMessageId theirs = StoreFixture::addOutgoing(other, QStringLiteral("C"));
-    m_daemon->syncStarted(other.toULongLong());
-    m_daemon->syncCompleted(other.toULongLong());
-    const auto call = m_daemon->waitForCall("sendMail");
-    QCOMPARE(call.accountId(), other.toULongLong());
-    m_daemon->complete(call.requestId, 200);
-    QTRY_VERIFY(!StoreFixture::exists(theirs) && !StoreFixture::exists(sent));
+    TwoSendings both;
+    sendFromTwoAccounts(both);
+    const QMailMessageId sent = both.transmission.transmitted.first();
+    const QMailMessageId leaving(both.leaving.arguments.at(1).toULongLong());
+    m_daemon->complete(both.beside.requestId, 200);
+    QTRY_VERIFY(!StoreFixture::exists(both.theirs) && !StoreFixture::exists(sent));
     settle();
-    QCOMPARE(transmission.watcher.endCount(), 0);
-    m_daemon->complete(calls.at(1).requestId, 902);
-    verifyFailed(transmission.watcher, 1034);
-    QCOMPARE(transmission.failed, QMailMessageIdList {leaving});
+    QCOMPARE(both.transmission.watcher.endCount(), 0);
+    m_daemon->complete(both.leaving.requestId, 902);
+    verifyFailed(both.transmission.watcher, 1034);
+    QCOMPARE(both.transmission.failed, QMailMessageIdList {leaving});
     QCOMPARE(outbox(), QMailMessageMetaData(leaving).subject().toLatin1() + " waiting");
 }
 
 /** What the other one has sent is flagged in an action of the account whose sending has failed. */
 void TestAutomaticSending::accountIsFreeWhereOnlyAnotherOnesMailsAreFlagged()
 {
-    const QMailAccountId other = addSecondAccount();
-    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
-    addOutgoing(2);
-    Transmission transmission;
-    transmission.action.transmitMessages(m_account);
-    const auto calls = waitForSends(2);
-    m_daemon->complete(calls.at(0).requestId, 200);
-    QTRY_COMPARE(transmission.transmitted.size(), 1);
-    StoreFixture::addOutgoing(other, QStringLiteral("C"));
-    m_daemon->syncStarted(other.toULongLong());
-    m_daemon->syncCompleted(other.toULongLong());
-    const auto call = m_daemon->waitForCall("sendMail");
-    QCOMPARE(call.accountId(), other.toULongLong());
-    m_daemon->complete(call.requestId, 902);
+    TwoSendings both;
+    sendFromTwoAccounts(both);
+    m_daemon->complete(both.beside.requestId, 902);
 
     Retrieval next;
-    next.action.retrieveFolderList(other, QMailFolderId());
+    next.action.retrieveFolderList(both.other, QMailFolderId());
     const auto folders = m_daemon->waitForCall("folderSync");
     QVERIFY(folders.isValid());
     settle();
     QCOMPARE(next.watcher.endCount(), 0);
-    QCOMPARE(transmission.watcher.endCount(), 0);
+    QCOMPARE(both.transmission.watcher.endCount(), 0);
     m_daemon->complete(folders.requestId, 200);
     verifySucceeded(next.watcher);
-    m_daemon->complete(calls.at(1).requestId, 200);
-    verifySucceeded(transmission.watcher);
+    m_daemon->complete(both.leaving.requestId, 200);
+    verifySucceeded(both.transmission.watcher);
     QTRY_COMPARE(outbox(), QByteArray());
 }
 
 /** The message server flags what was there when it began the action, which waits for another. */
 void TestAutomaticSending::accountIsFreeWhereWhatIsFlaggedIsGone()
 {
-    const QMailAccountId other = addSecondAccount();
-    StoreFixture::addFolder(other, QStringLiteral("Outbox"), QMailFolder::OutboxFolder);
-    addOutgoing(2);
-    Transmission transmission;
-    transmission.action.transmitMessages(m_account);
-    const auto calls = waitForSends(2);
-    m_daemon->complete(calls.at(0).requestId, 200);
-    QTRY_COMPARE(transmission.transmitted.size(), 1);
-    StoreFixture::addOutgoing(other, QStringLiteral("C"));
-    m_daemon->syncStarted(other.toULongLong());
-    m_daemon->syncCompleted(other.toULongLong());
-    const auto call = m_daemon->waitForCall("sendMail");
+    TwoSendings both;
+    sendFromTwoAccounts(both);
     Retrieval before;
-    before.action.retrieveFolderList(other, QMailFolderId());
+    before.action.retrieveFolderList(both.other, QMailFolderId());
     settle();
-    m_daemon->complete(call.requestId, 902);
+    m_daemon->complete(both.beside.requestId, 902);
     auto folders = m_daemon->waitForCall("folderSync");
-    QVERIFY(QMailStore::instance()->removeMessage(transmission.transmitted.first()));
+    QVERIFY(QMailStore::instance()->removeMessage(both.transmission.transmitted.first()));
     m_daemon->complete(folders.requestId, 200);
     verifySucceeded(before.watcher);
 
     Retrieval next;
-    next.action.retrieveFolderList(other, QMailFolderId());
+    next.action.retrieveFolderList(both.other, QMailFolderId());
     folders = m_daemon->waitForCall("folderSync");
     QVERIFY(folders.isValid());
     m_daemon->complete(folders.requestId, 200);
     verifySucceeded(next.watcher);
-    m_daemon->complete(calls.at(1).requestId, 200);
-    verifySucceeded(transmission.watcher);
+    m_daemon->complete(both.leaving.requestId, 200);
+    verifySucceeded(both.transmission.watcher);
 }
 
 void TestAutomaticSending::sentFolderThatIsAFavouriteIsBroughtUpToDate()
